@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/support/Geometry.h"
+
+namespace tarvinel {
+
+/// A display as a capture service reports it.
+struct ShareableDisplay {
+  std::uint32_t displayID = 0;
+  Rect frame;  ///< global screen points
+  bool isMain = false;
+};
+
+/// A running application as a capture service reports it.
+struct ShareableApplication {
+  std::int32_t processID = 0;
+  std::string name;
+  std::optional<std::string> bundleID;
+};
+
+/// An on-screen window as a capture service reports it.
+struct ShareableWindow {
+  std::uint32_t windowID = 0;
+  std::optional<std::string> title;
+  std::optional<ShareableApplication> application;  ///< absent: no owning application
+  std::int64_t layer = 0;                           ///< 0 is the normal application layer
+  Rect frame;                                       ///< global screen points
+};
+
+/// What can be shared now, in the service's order.
+struct ShareableContent {
+  std::vector<ShareableDisplay> displays;
+  std::vector<ShareableWindow> windows;
+  std::vector<ShareableApplication> applications;
+};
+
+}  // namespace tarvinel

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace tarvinel {
+
+/// An owned run of bytes.
+using Bytes = std::vector<std::uint8_t>;
+
+/// The bytes of a text, as they are.
+inline Bytes bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
+
+/// A view of bytes as text; nothing is checked or copied.
+inline std::string_view textOf(const Bytes& bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+}  // namespace tarvinel

@@ -1,0 +1,51 @@
+#pragma once
+
+namespace tarvinel {
+
+/// Width and height; points or pixels, as the owner says.
+struct Size {
+  double width = 0;
+  double height = 0;
+
+  bool operator==(const Size&) const = default;
+};
+
+/// A point in the plane, y growing downward.
+struct Point {
+  double x = 0;
+  double y = 0;
+
+  bool operator==(const Point&) const = default;
+};
+
+/// An axis-parallel rectangle, y growing downward. Pure value; all operations are free of rounding
+/// except `integral`.
+struct Rect {
+  double x = 0;
+  double y = 0;
+  double width = 0;
+  double height = 0;
+
+  bool operator==(const Rect&) const = default;
+
+  double maxX() const { return x + width; }
+  double maxY() const { return y + height; }
+  double area() const { return width * height; }
+  Point midpoint() const { return {x + width / 2, y + height / 2}; }
+
+  /// True when the rectangle covers nothing (not even a line). NaN counts as empty.
+  bool isEmpty() const { return !(width > 0 && height > 0); }
+
+  /// A point on the minimum edges is inside, one on the maximum edges is not.
+  bool contains(Point point) const {
+    return point.x >= x && point.x < maxX() && point.y >= y && point.y < maxY();
+  }
+
+  /// The common part of both, or an empty rectangle.
+  Rect intersection(const Rect& other) const;
+
+  /// The smallest rectangle with whole-number edges that contains this one.
+  Rect integral() const;
+};
+
+}  // namespace tarvinel

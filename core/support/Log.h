@@ -1,0 +1,37 @@
+#pragma once
+
+#include <spdlog/sinks/sink.h>
+#include <spdlog/spdlog.h>
+
+#include <memory>
+#include <string>
+
+namespace tarvinel {
+
+/// One category's log channel; safe from any thread. Severities follow the unified log's levels:
+/// "default" is spdlog's info, "info" and "debug" are spdlog's debug.
+using Logger = std::shared_ptr<spdlog::logger>;
+
+/// Makes the channels of one process (or of one test): all write to the same sink. There is no
+/// global registry; owners are handed the channel they use.
+class Log {
+ public:
+  /// Takes where the lines go. Lines below `level` are dropped.
+  explicit Log(spdlog::sink_ptr sink, spdlog::level::level_enum level = spdlog::level::info);
+
+  /// A log on standard error: with time and category in a terminal, without the time under systemd,
+  /// whose journal has its own.
+  static Log standardError(spdlog::level::level_enum level = spdlog::level::info);
+
+  /// A log that drops everything.
+  static Log silent();
+
+  /// The channel of a category: "app", "config", "server", "upload", "capture" or "mdns".
+  Logger category(const std::string& name) const;
+
+ private:
+  spdlog::sink_ptr sink_;
+  spdlog::level::level_enum level_;
+};
+
+}  // namespace tarvinel

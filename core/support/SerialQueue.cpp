@@ -1,0 +1,33 @@
+#include "core/support/SerialQueue.h"
+
+#include <pthread.h>
+
+#include "core/support/ApplicationIdentifier.h"
+
+namespace tarvinel {
+
+namespace {
+
+// The kernel keeps 15 bytes of a thread's name.
+void nameCurrentThread(std::string_view suffix) {
+  if (suffix.starts_with('.')) suffix.remove_prefix(1);
+  pthread_setname_np(pthread_self(), std::string(suffix.substr(0, 15)).c_str());
+}
+
+}  // namespace
+
+SerialQueue::SerialQueue(std::string_view suffix)
+    : label_(std::string(applicationIdentifier).append(suffix)),
+      work_(asio::make_work_guard(context_)),
+      thread_([this, name = std::string(suffix)] {
+        nameCurrentThread(name);
+        context_.run();
+      }) {}
+
+SerialQueue::~SerialQueue() {
+  assert(!isCurrent());
+  context_.stop();
+  thread_.join();
+}
+
+}  // namespace tarvinel
