@@ -6,7 +6,7 @@
 #include <memory>
 #include <utility>
 
-namespace tarvinel {
+namespace tarvinel::test {
 
 /// Runs an asynchronous operation, given as a function that takes its completion, and waits for the
 /// outcome. Not from the queue on which it completes.
@@ -18,4 +18,4 @@ Result<T> await(Operation operation) {
   return outcome.get();
 }
 
-}  // namespace tarvinel
+}  // namespace tarvinel::test

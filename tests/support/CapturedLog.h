@@ -2,54 +2,47 @@
 
 #include "core/support/Log.h"
 
-#include <spdlog/details/null_mutex.h>
 #include <spdlog/sinks/base_sink.h>
 
 #include <memory>
 #include <mutex>
 #include <string>
-#include <utility>
 #include <vector>
 
-namespace tarvinel {
+namespace tarvinel::test {
 
-/// Collects what is logged, one "category|level|message" a line; levels by spdlog's names. Safe
-/// from any thread.
+/// A log whose lines a test can look at, each as "category|level|message". Safe from any thread.
 class CapturedLog {
  public:
-  /// The channel of a category that writes here.
-  Logger category(const std::string& name) const { return Log(sink_).category(name); }
+  CapturedLog() : sink_(std::make_shared<Sink>()), log_(sink_, spdlog::level::debug) {}
 
+  Logger category(const std::string& name) const { return log_.category(name); }
+  const Log& log() const { return log_; }
   std::vector<std::string> lines() const { return sink_->lines(); }
 
  private:
-  class Sink : public spdlog::sinks::base_sink<spdlog::details::null_mutex> {
+  class Sink : public spdlog::sinks::base_sink<std::mutex> {
    public:
-    std::vector<std::string> lines() const {
+    std::vector<std::string> lines() {
       const std::scoped_lock lock(mutex_);
       return lines_;
     }
 
    protected:
     void sink_it_(const spdlog::details::log_msg& message) override {
-      std::string line = view(message.logger_name);
-      line += '|';
-      line += view(spdlog::level::to_string_view(message.level));
-      line += '|';
-      line += view(message.payload);
-      const std::scoped_lock lock(mutex_);
-      lines_.push_back(std::move(line));
+      const auto level = spdlog::level::to_string_view(message.level);
+      lines_.push_back(std::string(message.logger_name.data(), message.logger_name.size()) + "|" +
+                       std::string(level.data(), level.size()) + "|" +
+                       std::string(message.payload.data(), message.payload.size()));
     }
     void flush_() override {}
 
    private:
-    static std::string view(spdlog::string_view_t text) { return {text.data(), text.size()}; }
-
-    mutable std::mutex mutex_;
-    std::vector<std::string> lines_;  // guarded by mutex_
+    std::vector<std::string> lines_;
   };
 
-  std::shared_ptr<Sink> sink_ = std::make_shared<Sink>();
+  std::shared_ptr<Sink> sink_;
+  Log log_;
 };
 
-}  // namespace tarvinel
+}  // namespace tarvinel::test

@@ -19,6 +19,8 @@
 namespace tarvinel {
 namespace {
 
+using test::await;
+using test::CapturedLog;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
