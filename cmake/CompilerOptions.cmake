@@ -4,7 +4,8 @@ target_include_directories(tarvinel_options INTERFACE "${CMAKE_SOURCE_DIR}")
 target_compile_options(tarvinel_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
   -Woverloaded-virtual -Wnull-dereference -Wformat=2 -Werror)
-target_compile_definitions(tarvinel_options INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED)
+target_compile_definitions(tarvinel_options INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED
+  ASIO_SEPARATE_COMPILATION)
 
 # The debug information of a whole program is not worth the link time in sanitizer builds: line
 # tables are enough for their reports.
