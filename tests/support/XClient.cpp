@@ -118,6 +118,14 @@ std::uint32_t XClient::setMonitor(const std::string& name, const PixelRect& area
   return info.name;
 }
 
+void XClient::moveMonitor(const std::string& name, const PixelRect& area) {
+  xcb_grab_server(connection_.get());
+  removeMonitor(name);
+  setMonitor(name, area, false, false);
+  xcb_ungrab_server(connection_.get());
+  sync();
+}
+
 void XClient::removeMonitor(const std::string& name) {
   xcb_randr_delete_monitor(connection_.get(), root(), atom(name));
   sync();

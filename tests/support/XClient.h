@@ -30,10 +30,13 @@ class XClient {
   /// Makes the cursor over the root window a filled square whose top left corner is the hot spot.
   void setSquareCursor(std::uint16_t size, std::uint32_t colour);
 
-  /// Defines a monitor, or changes the one of that name; returns its number. `takesOutput`: it
+  /// Defines a monitor; returns its number. `takesOutput`: it
   /// stands for the server's only output, else for none.
   std::uint32_t setMonitor(const std::string& name, const PixelRect& area, bool primary,
                            bool takesOutput);
+
+  /// Gives a monitor another place or size; nobody sees the server without it in between.
+  void moveMonitor(const std::string& name, const PixelRect& area);
   void removeMonitor(const std::string& name);
 
   /// Switches the server's only output off, which leaves no monitors but those defined by hand.

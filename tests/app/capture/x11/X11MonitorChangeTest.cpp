@@ -26,7 +26,7 @@ TEST(X11MonitorChange, AnotherSizeGivesANewBufferAndAWholeFrame) {
   const SeenFrame first = x11.run.log().frame(0);
   EXPECT_EQ(first.width, 160U);
   x11.client.fill({199, 99, 1, 1}, red);
-  x11.client.setMonitor("left", {0, 0, 200, 100}, false, false);
+  x11.client.moveMonitor("left", {0, 0, 200, 100});
   const SeenFrame next =
       x11.run.log().frameWhere(1, [](const SeenFrame& seen) { return seen.width == 200; });
   EXPECT_EQ(next.height, 100U);
@@ -41,7 +41,7 @@ TEST(X11MonitorChange, AnotherPlaceGivesAWholeFrame) {
   const auto left = x11.client.setMonitor("left", {0, 0, 160, 120}, false, false);
   x11.run.startDisplay(left);
   x11.run.log().frame(0);
-  x11.client.setMonitor("left", {100, 100, 160, 120}, false, false);
+  x11.client.moveMonitor("left", {100, 100, 160, 120});
   const SeenFrame next =
       x11.run.log().frameWhere(1, [](const SeenFrame& seen) { return seen.at(0, 0) == red; });
   EXPECT_THAT(next.dirty(), ElementsAre(Rect{0, 0, 160, 120}));
