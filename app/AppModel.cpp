@@ -140,12 +140,14 @@ void AppModel::sharingStarted(std::uint64_t share, const CaptureSource& source,
   }
 }
 
-void AppModel::stopSharing() {
+void AppModel::stopSharing(std::function<void()> done) {
   endShare();
-  // Who joins now is not shown what is no longer shared.
-  captureEngine_.stop(onMain<Result<void>>([](AppModel& self, const Result<void>&) {
-    if (!self.isSharing_) self.broadcaster_.clearLatest();
-  }));
+  captureEngine_.stop(
+      onMain<Result<void>>([done = std::move(done)](AppModel& self, const Result<void>&) {
+        // who joins now is not shown what is no longer shared
+        if (!self.isSharing_) self.broadcaster_.clearLatest();
+        done();
+      }));
 }
 
 void AppModel::captureDidStop(const std::exception_ptr& error) {

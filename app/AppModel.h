@@ -74,7 +74,9 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
 
   /// Shares the selected source; does nothing without one.
   void startSharing();
-  void stopSharing();
+
+  /// Ends the share, then calls `done` once no frame of it is on its way or retained.
+  void stopSharing(std::function<void()> done = [] {});
 
  private:
   AppModel(TarvinelConfig config, Platform platform);

@@ -274,8 +274,9 @@ TEST_F(AppModelTest, WhoJoinsAfterTheEndOfAShareIsNotShownItsLastFrame) {
   TestClient during = viewer();
   deliver(std::make_shared<MemoryPixelBuffer>(8, 8));
   EXPECT_THAT(during.readPart(), StartsWith("\xFF\xD8"));
-  model->stopSharing();
-  refresh();  // is answered after the stop
+  bool stopped = false;
+  model->stopSharing([&stopped] { stopped = true; });
+  ASSERT_TRUE(mainQueue.runUntil([&stopped] { return stopped; }));
   TestClient after = viewer();
   ASSERT_TRUE(awaitViewers(2));
   after.shutdownSend();
