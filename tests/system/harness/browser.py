@@ -1,0 +1,83 @@
+"""Chromium on an X display of its own, driven through chromedriver's HTTP protocol."""
+import json
+import os
+import re
+import tempfile
+import urllib.error
+import urllib.request
+
+from .process import Process
+from .waiting import eventually
+
+FLAGS = ("--no-sandbox --disable-gpu --disable-quic --no-first-run --kiosk --hide-scrollbars "
+         "--disable-background-networking --disable-component-update --disable-sync "
+         "--disable-dev-shm-usage --force-device-scale-factor=1 "
+         "--window-position=0,0").split()
+ANSWER_LIMIT = 60
+
+
+class Browser:
+    """One browser that fills `server`, an X display of its own. No proxy, no old profile."""
+
+    def __init__(self, folder, server):
+        self._profile = tempfile.TemporaryDirectory(dir=folder, prefix="chromium-")
+        self._driver = Process(["chromedriver", "--port=0"], folder, "chromedriver",
+                               env={**os.environ, "DISPLAY": server.name})
+        self._session = ""
+        try:
+            self._base = f"http://127.0.0.1:{self._driver_port()}"
+            self._session = self._open_session(server)
+        except BaseException:
+            self.stop()
+            raise
+
+    def open(self, url):
+        """Starts loading the page; does not wait for it."""
+        self._call("POST", "/url", {"url": url})
+
+    def evaluate(self, expression):
+        return self._call("POST", "/execute/sync",
+                          {"script": f"return {expression};", "args": []})
+
+    def hint(self):
+        """The text that the visitor reads while there is no picture; None while there is one."""
+        return self.evaluate(
+            "(() => { const idle = document.getElementById('idle');"
+            " const hint = document.getElementById('hint');"
+            " return idle && !idle.hidden ? hint.textContent.trim() : null; })()")
+
+    def stop(self):
+        try:
+            if self._session:
+                self._call("DELETE", "")
+        finally:
+            self._driver.stop()
+            self._profile.cleanup()
+
+    def _driver_port(self):
+        found = eventually(
+            lambda: re.search(r"started successfully on port (\d+)", self._driver.stdout),
+            20, "chromedriver listens")
+        return int(found[1])
+
+    def _open_session(self, server):
+        arguments = [*FLAGS, f"--window-size={server.width},{server.height}",
+                     f"--user-data-dir={self._profile.name}"]
+        options = {"args": arguments, "excludeSwitches": ["enable-automation"]}
+        wanted = {"browserName": "chrome", "pageLoadStrategy": "none",
+                  "goog:chromeOptions": options}
+        answer = self._call("POST", "/session", {"capabilities": {"alwaysMatch": wanted}})
+        return "/" + answer["sessionId"]
+
+    def _call(self, method, path, body=None):
+        prefix = "/session" + self._session if path != "/session" else ""
+        call = urllib.request.Request(
+            self._base + prefix + path, method=method,
+            data=None if body is None else json.dumps(body).encode(),
+            headers={"Content-Type": "application/json"})
+        opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
+        try:
+            with opener.open(call, timeout=ANSWER_LIMIT) as answer:
+                return json.load(answer)["value"]
+        except urllib.error.HTTPError as error:
+            raise AssertionError(f"{method} {path}: {error.read().decode()}") from error
