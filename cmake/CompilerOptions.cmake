@@ -3,7 +3,7 @@ add_library(tarvinel_options INTERFACE)
 target_include_directories(tarvinel_options INTERFACE "${CMAKE_SOURCE_DIR}")
 target_compile_options(tarvinel_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
-  -Woverloaded-virtual -Wnull-dereference -Wformat=2 -Werror)
+  -Woverloaded-virtual -Wformat=2 -Werror)
 target_compile_definitions(tarvinel_options INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED)
 
 # The debug information of a whole program is not worth the link time in sanitizer builds: line
@@ -14,5 +14,5 @@ if(TARVINEL_SANITIZE)
   target_link_options(tarvinel_options INTERFACE -fsanitize=${TARVINEL_SANITIZE})
   # GCC's own analyses see ghosts in instrumented code
   target_compile_options(tarvinel_options INTERFACE
-    -Wno-null-dereference -Wno-maybe-uninitialized -Wno-tsan)
+    -Wno-maybe-uninitialized -Wno-tsan)
 endif()

@@ -24,10 +24,10 @@ SerialQueue::SerialQueue(std::string_view suffix)
         context_.run();
       }) {}
 
-SerialQueue::~SerialQueue() {
+void SerialQueue::stop() {
   assert(!isCurrent());
   context_.stop();
-  thread_.join();
+  if (thread_.joinable()) thread_.join();
 }
 
 }  // namespace tarvinel

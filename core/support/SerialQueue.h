@@ -17,9 +17,9 @@ namespace tarvinel {
 /// A labelled queue with a thread of its own that runs one task at a time, in the order posted.
 ///
 /// Asio objects made on `context()` complete on the same thread, so that an owner which keeps all
-/// its state on one queue needs no lock. An owner declares its queue as its last member: the
-/// destructor joins the thread first, and no task can see a half-destroyed owner. Tasks not yet run
-/// by then are dropped unrun.
+/// its state on one queue needs no lock. An owner declares its queue as its first member, because
+/// Asio objects must go before their context, and calls `stop` first thing in its destructor, so
+/// that no task sees a half-destroyed owner.
 ///
 /// `post`, `sync` and `isCurrent` are safe from any thread.
 class SerialQueue {
@@ -27,12 +27,16 @@ class SerialQueue {
   /// The label is the application identifier followed by `suffix`, such as ".server"; the thread
   /// carries the suffix as its name.
   explicit SerialQueue(std::string_view suffix);
-  ~SerialQueue();
+  ~SerialQueue() { stop(); }
   SerialQueue(const SerialQueue&) = delete;
   SerialQueue& operator=(const SerialQueue&) = delete;
 
   const std::string& label() const { return label_; }
   asio::io_context& context() { return context_; }
+
+  /// Ends the thread after the task that is running; tasks not yet run are dropped unrun. Idempotent;
+  /// must not be called from the queue itself.
+  void stop();
 
   /// Runs `task` on the queue, after what was posted before. `task` must not throw.
   template <class Task>

@@ -1,0 +1,268 @@
+#include "core/http/ClientConnection.h"
+
+#include <asio/write.hpp>
+
+#include <limits>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "core/http/HTTPResponse.h"
+#include "core/http/MJPEGFramer.h"
+#include "core/http/Router.h"
+#include "core/http/ViewerSocket.h"
+#include "core/pages/ViewerPage.h"
+
+namespace tarvinel {
+
+namespace {
+
+/// Asks for the whole rest in each send: Asio's own condition cuts at 64 KiB, which costs a second
+/// send for an ordinary frame and half again the time.
+std::size_t wholeRest(const std::error_code& error, std::size_t /*sent*/) {
+  return error ? 0 : std::numeric_limits<std::size_t>::max();
+}
+
+/// A script that reads the stream itself says so with exactly this.
+bool wantsScriptStream(const HTTPRequest& request) {
+  return request.header("accept") == "application/octet-stream";
+}
+
+}  // namespace
+
+ClientConnection::ClientConnection(asio::ip::tcp::socket connection,
+                                   const ConnectionEnvironment& environment)
+    : environment_(environment),
+      connection_(std::move(connection)),
+      remote_(remoteEndpointText(connection_)),
+      headDeadline_(connection_.get_executor()) {
+  prepareViewerSocket(connection_);
+}
+
+void ClientConnection::start() {
+  environment_.queue.assertCurrent();
+  environment_.peerWatch.add(connection_.native_handle(),
+                             [weak = weak_from_this()](PeerWatch::Event event) {
+                               if (const auto self = weak.lock()) self->peerChanged(event);
+                             });
+  scheduleHeadDeadline();
+  receive();
+}
+
+void ClientConnection::scheduleHeadDeadline() {
+  headDeadline_.expires_after(std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+      environment_.headTimeout));
+  headDeadline_.async_wait([weak = weak_from_this()](std::error_code) {
+    const auto self = weak.lock();
+    if (!self || self->handled_ || self->closed_) return;
+    self->environment_.logger->info("request head not received in {:f}s from {}; closing",
+                                    self->environment_.headTimeout.count(), self->remote_);
+    self->close();
+  });
+}
+
+void ClientConnection::receive() {
+  connection_.async_wait(asio::ip::tcp::socket::wait_read,
+                         [weak = weak_from_this()](std::error_code error) {
+                           if (const auto self = weak.lock()) self->readable(error);
+                         });
+}
+
+void ClientConnection::readable(std::error_code error) {
+  if (closed_) return;
+  std::size_t count = 0;
+  if (!error) count = connection_.read_some(asio::buffer(environment_.readBuffer), error);
+  if (error == asio::error::would_block) {
+    receive();
+  } else if (error) {
+    close();  // the peer ended its side, or the connection broke, before the head
+  } else {
+    consume({reinterpret_cast<const char*>(environment_.readBuffer.data()), count});
+  }
+}
+
+void ClientConnection::consume(std::string_view data) {
+  buffer_.append(data);
+  const auto request = HTTPRequest::parse(buffer_);
+  if (!request) {
+    headIncomplete();
+    return;
+  }
+  handled_ = true;
+  headDeadline_.cancel();
+  buffer_ = {};
+  handle(*request);
+}
+
+void ClientConnection::headIncomplete() {
+  if (buffer_.size() <= maxHeadBytes) {
+    receive();
+    return;
+  }
+  environment_.logger->error("request head over 16 KiB from {}; closing", remote_);
+  close();
+}
+
+void ClientConnection::handle(const HTTPRequest& request) {
+  environment_.logger->debug("{} {} from {}", request.method, request.path, remote_);
+  switch (Router::route(request).kind) {
+    case Route::Kind::index:
+      sendAndClose(HTTPResponse::html(ViewerPage::html()));
+      break;
+    case Route::Kind::stream:
+      startStream(request);
+      break;
+    case Route::Kind::status:
+      answerStatus();
+      break;
+    case Route::Kind::methodNotAllowed:
+      sendAndClose(HTTPResponse::methodNotAllowed());
+      break;
+    case Route::Kind::uploadFile:  // nothing takes uploads, and there is no brand and no help page
+    case Route::Kind::brandImage:
+    case Route::Kind::brandFont:
+    case Route::Kind::help:
+    case Route::Kind::uploadPage:
+    case Route::Kind::uploadStatus:
+    case Route::Kind::notFound:
+      sendAndClose(HTTPResponse::notFound());
+      break;
+  }
+}
+
+void ClientConnection::answerStatus() {
+  StatusSnapshot snapshot = environment_.status();
+  snapshot.viewers = static_cast<std::int64_t>(environment_.broadcaster.viewerCount());
+  sendAndClose(HTTPResponse::json(snapshot.json()));
+}
+
+void ClientConnection::sendAndClose(Bytes response) {
+  response_ = std::move(response);
+  asio::async_write(connection_, asio::buffer(response_), wholeRest,
+                    [weak = weak_from_this()](std::error_code error, std::size_t) {
+                      const auto self = weak.lock();
+                      if (!self || self->closed_) return;
+                      if (!error) self->finish();
+                      self->close();
+                    });
+}
+
+// The connection is over for the server; only its socket is seen off.
+void ClientConnection::finish() {
+  environment_.peerWatch.remove(connection_.native_handle());
+  environment_.lingeringSockets.adopt(std::move(connection_));
+}
+
+void ClientConnection::startStream(const HTTPRequest& request) {
+  response_ =
+      wantsScriptStream(request) ? HTTPResponse::scriptStreamHead() : HTTPResponse::mjpegHead();
+  asio::async_write(connection_, asio::buffer(response_), wholeRest,
+                    [weak = weak_from_this()](std::error_code error, std::size_t) {
+                      const auto self = weak.lock();
+                      if (!self || self->closed_) return;
+                      if (error) {
+                        self->close();
+                      } else {
+                        self->subscribe();
+                      }
+                    });
+}
+
+// The broadcaster is a lock that is only ever held for as long as it takes to post to this queue,
+// so it is entered directly.
+void ClientConnection::subscribe() {
+  response_ = {};
+  subscription_ = environment_.broadcaster.subscribe([weak = weak_from_this()](const Frame& jpeg) {
+    if (const auto self = weak.lock()) self->enqueue(jpeg);
+  });
+}
+
+void ClientConnection::enqueue(const Frame& jpeg) {
+  environment_.queue.post([weak = weak_from_this(), jpeg] {
+    if (const auto self = weak.lock()) self->offer(jpeg);
+  });
+}
+
+void ClientConnection::offer(const Frame& jpeg) {
+  if (closed_) return;
+  if (sendInFlight_) {
+    pendingFrame_ = jpeg;
+  } else {
+    sendPart(jpeg);
+  }
+}
+
+void ClientConnection::sendPart(Frame jpeg) {
+  sendInFlight_ = true;
+  partFrame_ = std::move(jpeg);
+  partHead_ = MJPEGFramer::partHead(partFrame_->size());
+  if (std::exchange(openingSent_, false)) partHead_.erase(0, MJPEGFramer::partOpening.size());
+  const std::array<asio::const_buffer, 3> part{
+      asio::buffer(partHead_), asio::buffer(*partFrame_),
+      asio::const_buffer(MJPEGFramer::partEnd.data(), MJPEGFramer::partEnd.size())};
+  asio::async_write(connection_, part, wholeRest,
+                    [weak = weak_from_this()](std::error_code error, std::size_t) {
+                      if (const auto self = weak.lock()) self->sendFrame(error);
+                    });
+}
+
+void ClientConnection::sendFrame(std::error_code error) {
+  sendInFlight_ = false;
+  partFrame_.reset();
+  if (closed_) return;
+  if (error) {
+    close();
+  } else if (pendingFrame_) {
+    sendPart(std::exchange(pendingFrame_, nullptr));
+  }
+}
+
+void ClientConnection::peerChanged(PeerWatch::Event event) {
+  if (closed_) return;
+  if (event == PeerWatch::Event::gone) {
+    close();
+  } else if (subscription_) {
+    probe();
+  }
+}
+
+// A viewer that has ended its side may have left or may still be watching. Only sending tells: the
+// kernel of one that left answers with a reset. What is in flight already will tell as well.
+void ClientConnection::probe() {
+  if (sendInFlight_) return;
+  if (const Frame retained = environment_.broadcaster.latest()) {
+    sendPart(retained);
+  } else {
+    sendOpening();
+  }
+}
+
+// Before anything was shared there is no frame to send once more. The first bytes of the next part
+// serve as well, since they are the same whatever it will hold.
+void ClientConnection::sendOpening() {
+  if (std::exchange(openingSent_, true)) return;
+  sendInFlight_ = true;
+  asio::async_write(
+      connection_,
+      asio::const_buffer(MJPEGFramer::partOpening.data(), MJPEGFramer::partOpening.size()),
+      wholeRest, [weak = weak_from_this()](std::error_code error, std::size_t) {
+        if (const auto self = weak.lock()) self->sendFrame(error);
+      });
+}
+
+void ClientConnection::close() {
+  if (std::exchange(closed_, true)) return;
+  headDeadline_.cancel();
+  pendingFrame_.reset();
+  if (const auto identifier = std::exchange(subscription_, std::nullopt)) {
+    environment_.broadcaster.unsubscribe(*identifier);
+  }
+  if (connection_.is_open()) {
+    environment_.peerWatch.remove(connection_.native_handle());
+    std::error_code ignored;
+    connection_.close(ignored);
+  }
+  if (const auto onClose = std::exchange(onClose_, nullptr)) onClose(*this);
+}
+
+}  // namespace tarvinel

@@ -1,0 +1,107 @@
+#pragma once
+
+#include <asio/ip/tcp.hpp>
+#include <asio/steady_timer.hpp>
+
+#include <array>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "core/frames/Frame.h"
+#include "core/frames/FrameBroadcaster.h"
+#include "core/http/HTTPRequest.h"
+#include "core/http/LingeringSockets.h"
+#include "core/http/PeerWatch.h"
+#include "core/http/StatusSnapshot.h"
+#include "core/support/Log.h"
+#include "core/support/SerialQueue.h"
+#include "core/support/UUID.h"
+
+namespace tarvinel {
+
+/// What a server shares with all its connections; outlives them. Used on the server's queue.
+struct ConnectionEnvironment {
+  SerialQueue& queue;
+  FrameBroadcaster& broadcaster;
+  Logger logger;
+  std::chrono::duration<double> headTimeout;
+  std::function<StatusSnapshot()> status;  ///< called on the queue, must not block
+  PeerWatch& peerWatch;
+  LingeringSockets& lingeringSockets;
+  Bytes& readBuffer;  ///< one for all connections: it holds nothing between two reads
+};
+
+/// Serves one accepted connection: reads one request head, answers it once, closes. "/stream" stays
+/// open and is sent one part at a time; while one is in flight only the newest frame waits.
+///
+/// Lives on the server's queue, `enqueue` excepted. The server's table holds the only lasting strong
+/// reference; every callback holds the connection weakly.
+class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
+ public:
+  using CloseHandler = std::function<void(ClientConnection&)>;
+
+  /// The largest unparsed head that is waited on, and what one read takes at the most, in bytes.
+  static constexpr std::size_t maxHeadBytes = 16384;
+  static constexpr std::size_t maxReadBytes = 262144;
+
+  ClientConnection(asio::ip::tcp::socket connection, const ConnectionEnvironment& environment);
+
+  /// Called once, when the connection closes.
+  void setOnClose(CloseHandler onClose) { onClose_ = std::move(onClose); }
+
+  /// Begins to read; the head must be complete within the head timeout.
+  void start();
+
+  /// Offers one frame to a stream viewer. Safe from any thread.
+  void enqueue(const Frame& jpeg);
+
+  /// Ends the connection; idempotent.
+  void close();
+
+  /// Whether a frame waits for the one in flight.
+  bool hasPendingFrame() const { return pendingFrame_ != nullptr; }
+
+ private:
+  void scheduleHeadDeadline();
+  void receive();
+  void readable(std::error_code error);
+  void consume(std::string_view data);
+  void headIncomplete();
+
+  void handle(const HTTPRequest& request);
+  void answerStatus();
+  void sendAndClose(Bytes response);
+  void finish();
+
+  void startStream(const HTTPRequest& request);
+  void subscribe();
+  void offer(const Frame& jpeg);
+  void sendPart(Frame jpeg);
+  void sendFrame(std::error_code error);
+  void peerChanged(PeerWatch::Event event);
+  void probe();
+  void sendOpening();
+
+  const ConnectionEnvironment& environment_;
+  asio::ip::tcp::socket connection_;
+  const std::string remote_;
+  CloseHandler onClose_;
+
+  std::string buffer_;  ///< what came while no head was complete
+  asio::steady_timer headDeadline_;
+  bool handled_ = false;
+  bool closed_ = false;
+
+  Bytes response_;  ///< a complete response, or the head of the stream, while it is sent
+  std::optional<UUID> subscription_;
+  bool sendInFlight_ = false;
+  bool openingSent_ = false;  ///< the next part's opening is on its way already
+  std::string partHead_;      ///< of the part in flight
+  Frame partFrame_;           ///< of the part in flight
+  Frame pendingFrame_;        ///< the newest one that came meanwhile
+};
+
+}  // namespace tarvinel

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tarvinel {
+
+/// The parsed head of one HTTP/1.1 request. Plain value.
+///
+/// The parser knows the request line, header lines and the blank line, and nothing else of RFC 9112:
+/// no chunked bodies, no folded headers, no check of the version.
+struct HTTPRequest {
+  std::string method;                          ///< upper-cased
+  std::string path;                            ///< without the query, not percent-decoded
+  std::map<std::string, std::string> headers;  ///< names lower-cased; the last of equal names wins
+  std::int64_t headLength = 0;  ///< bytes up to and including the blank line; the body follows
+
+  bool operator==(const HTTPRequest&) const = default;
+
+  /// The request at the start of `buffer`. Nothing when its head is incomplete or malformed: the
+  /// two look alike to a caller, who bounds the wait by size and time.
+  static std::optional<HTTPRequest> parse(std::string_view buffer);
+
+  /// The "content-length" header as a non-negative integer; nothing when absent or not one.
+  std::optional<std::int64_t> contentLength() const;
+
+  /// The value of a header named in lower case; empty when absent.
+  std::string_view header(const std::string& name) const;
+};
+
+}  // namespace tarvinel

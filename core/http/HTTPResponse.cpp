@@ -1,0 +1,122 @@
+#include "core/http/HTTPResponse.h"
+
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <string>
+#include <utility>
+
+#include "core/http/MJPEGFramer.h"
+#include "core/support/ASCII.h"
+
+namespace tarvinel {
+
+namespace {
+
+constexpr std::string_view plainText = "text/plain; charset=utf-8";
+constexpr std::string_view jsonType = "application/json";
+constexpr std::string_view noCache = "no-cache";
+
+struct Response {
+  std::string_view status;
+  std::string_view contentType;
+  std::string_view cacheControl = noCache;
+  std::string_view extraHeader = {};
+};
+
+std::string headOf(const Response& response, std::size_t bodyLength) {
+  std::string head = "HTTP/1.1 ";
+  head.append(response.status)
+      .append("\r\nContent-Type: ")
+      .append(response.contentType)
+      .append("\r\nContent-Length: ")
+      .append(std::to_string(bodyLength))
+      .append("\r\nCache-Control: ")
+      .append(response.cacheControl)
+      .append("\r\nConnection: close\r\nX-Content-Type-Options: nosniff\r\nX-Frame-Options: DENY");
+  if (!response.extraHeader.empty()) head.append("\r\n").append(response.extraHeader);
+  return head.append("\r\n\r\n");
+}
+
+Bytes full(const Response& response, std::string_view body) {
+  const std::string head = headOf(response, body.size());
+  Bytes bytes;
+  bytes.reserve(head.size() + body.size());
+  bytes.insert(bytes.end(), head.begin(), head.end());
+  bytes.insert(bytes.end(), body.begin(), body.end());
+  return bytes;
+}
+
+std::string errorBody(std::string_view message) {
+  try {
+    return nlohmann::json{{"error", message}}.dump();
+  } catch (const nlohmann::json::exception&) {
+    return R"({"error":""})";  // the message was not UTF-8
+  }
+}
+
+Bytes streamHead(std::string_view contentType) {
+  std::string head = "HTTP/1.1 200 OK\r\nContent-Type: ";
+  head.append(contentType)
+      .append(
+          "\r\nCache-Control: no-cache, no-store, must-revalidate\r\nPragma: no-cache\r\n"
+          "Connection: close\r\nX-Content-Type-Options: nosniff\r\n\r\n");
+  return bytesOf(head);
+}
+
+}  // namespace
+
+Bytes HTTPResponse::html(std::string_view text) {
+  return full({"200 OK", "text/html; charset=utf-8"}, text);
+}
+
+Bytes HTTPResponse::json(std::string_view status, std::string_view body) {
+  return full({status, jsonType}, body);
+}
+
+Bytes HTTPResponse::json(std::string_view body) { return json("200 OK", body); }
+
+Bytes HTTPResponse::jsonError(std::string_view status, std::string_view message) {
+  return json(status, errorBody(message));
+}
+
+Bytes HTTPResponse::notFound() { return full({"404 Not Found", plainText}, "Not found\n"); }
+
+Bytes HTTPResponse::methodNotAllowed(std::string_view allow) {
+  const std::string allowHeader = std::string("Allow: ").append(allow);
+  return full({"405 Method Not Allowed", plainText, noCache, allowHeader}, "Method not allowed\n");
+}
+
+Bytes HTTPResponse::file(const Bytes& body, std::string_view contentType) {
+  return full({"200 OK", contentType, "public, max-age=300",
+               "Content-Security-Policy: default-src 'none'; style-src 'unsafe-inline'"},
+              textOf(body));
+}
+
+Bytes HTTPResponse::mjpegHead() {
+  return streamHead(
+      std::string("multipart/x-mixed-replace; boundary=").append(MJPEGFramer::boundary));
+}
+
+Bytes HTTPResponse::scriptStreamHead() { return streamHead("application/octet-stream"); }
+
+std::optional<std::string_view> HTTPResponse::contentType(std::string_view forExtension) {
+  using Entry = std::pair<std::string_view, std::string_view>;
+  static constexpr std::array<Entry, 10> types{{{"png", "image/png"},
+                                                {"jpg", "image/jpeg"},
+                                                {"jpeg", "image/jpeg"},
+                                                {"gif", "image/gif"},
+                                                {"webp", "image/webp"},
+                                                {"svg", "image/svg+xml"},
+                                                {"woff2", "font/woff2"},
+                                                {"woff", "font/woff"},
+                                                {"ttf", "font/ttf"},
+                                                {"otf", "font/otf"}}};
+  const std::string lowered = asciiLowercased(forExtension);
+  for (const auto& [extension, type] : types) {
+    if (extension == lowered) return type;
+  }
+  return std::nullopt;
+}
+
+}  // namespace tarvinel

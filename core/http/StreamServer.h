@@ -1,0 +1,73 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <unordered_map>
+
+#include "core/frames/FrameBroadcaster.h"
+#include "core/http/ClientConnection.h"
+#include "core/http/LingeringSockets.h"
+#include "core/http/Listener.h"
+#include "core/http/PeerWatch.h"
+#include "core/http/StatusSnapshot.h"
+#include "core/support/Log.h"
+#include "core/support/Result.h"
+#include "core/support/SerialQueue.h"
+
+namespace tarvinel {
+
+/// The built-in web server: listens, admits connections up to a cap and keeps them until they close.
+///
+/// Owns the queue ".server", on which the listener and every connection live; its own operations may
+/// be called from any other thread.
+class StreamServer {
+ public:
+  struct Options {
+    std::uint16_t port = 80;  ///< 0: any free one
+    std::chrono::duration<double> headTimeout{15};
+    std::size_t maxConnections = 256;
+    std::function<StatusSnapshot()> status;  ///< fills "/status"; called on the queue, never blocks
+  };
+
+  /// Opens nothing yet. The broadcaster outlives the server.
+  StreamServer(FrameBroadcaster& broadcaster, Logger logger, Options options);
+  ~StreamServer();
+  StreamServer(const StreamServer&) = delete;
+  StreamServer& operator=(const StreamServer&) = delete;
+
+  /// Opens the listener. Completes on the queue with the port that is listened on, or with a
+  /// StreamServerError.
+  void start(Completion<std::uint16_t> completion);
+
+  /// Closes the listener and every connection; afterwards the server may be started again.
+  void stop();
+
+  /// Live connections.
+  std::size_t debugConnectionCount();
+
+  /// 1 when any viewer has a frame waiting behind the one in flight, else 0.
+  std::size_t debugMaxPendingFrames();
+
+ private:
+  std::uint16_t listen();
+  void accept(asio::ip::tcp::socket socket);
+  void listenerFailed(std::error_code error);
+  void closeAll();
+
+  SerialQueue queue_{".server"};
+  const Logger logger_;
+  const Options options_;
+
+  // on queue_
+  PeerWatch peerWatch_{queue_};
+  LingeringSockets lingeringSockets_;
+  Bytes readBuffer_;
+  ConnectionEnvironment environment_;
+  std::shared_ptr<Listener> listener_;
+  std::unordered_map<ClientConnection*, std::shared_ptr<ClientConnection>> connections_;
+};
+
+}  // namespace tarvinel

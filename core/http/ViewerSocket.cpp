@@ -1,0 +1,56 @@
+#include "core/http/ViewerSocket.h"
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+#include <system_error>
+
+namespace tarvinel {
+
+namespace {
+
+// More than this unsent in the kernel is a backlog of old frames that the newest cannot overtake.
+constexpr int maxUnsentBytes = 128 * 1024;
+
+// A silent client is asked after ten seconds whether it is there and given up 30 seconds after its
+// last sign of life; the same holds for bytes that it does not acknowledge and for one that keeps
+// its window shut. Packets that ask carry no data.
+constexpr int keepAliveIdleSeconds = 10;
+constexpr int keepAliveIntervalSeconds = 5;
+constexpr int userTimeoutMilliseconds = 30000;
+
+void setOption(int socket, int level, int name, int value) {
+  setsockopt(socket, level, name, &value, sizeof value);
+}
+
+/// Shows an IPv4 client of the dual-stack socket as what it is.
+asio::ip::address unmapped(const asio::ip::address& address) {
+  if (!address.is_v6() || !address.to_v6().is_v4_mapped()) return address;
+  return asio::ip::make_address_v4(asio::ip::v4_mapped, address.to_v6());
+}
+
+}  // namespace
+
+void prepareViewerSocket(asio::ip::tcp::socket& socket) {
+  std::error_code ignored;
+  socket.non_blocking(true, ignored);
+  const int fd = socket.native_handle();
+  setOption(fd, IPPROTO_TCP, TCP_NODELAY, 1);
+  setOption(fd, IPPROTO_TCP, TCP_NOTSENT_LOWAT, maxUnsentBytes);
+  setOption(fd, SOL_SOCKET, SO_KEEPALIVE, 1);
+  setOption(fd, IPPROTO_TCP, TCP_KEEPIDLE, keepAliveIdleSeconds);
+  setOption(fd, IPPROTO_TCP, TCP_KEEPINTVL, keepAliveIntervalSeconds);
+  setOption(fd, IPPROTO_TCP, TCP_USER_TIMEOUT, userTimeoutMilliseconds);
+}
+
+std::string remoteEndpointText(const asio::ip::tcp::socket& socket) {
+  std::error_code gone;
+  const auto endpoint = socket.remote_endpoint(gone);
+  if (gone) return "unknown";
+  const auto address = unmapped(endpoint.address());
+  const std::string host = address.to_string();
+  return (address.is_v6() ? "[" + host + "]" : host) + ":" + std::to_string(endpoint.port());
+}
+
+}  // namespace tarvinel

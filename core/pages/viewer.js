@@ -1,0 +1,110 @@
+"use strict";
+(() => {
+  const screen = document.getElementById("screen");
+  const idle = document.getElementById("idle");
+  const hint = document.getElementById("hint");
+
+  screen.addEventListener("load", () => {
+    screen.classList.remove("down");
+    idle.hidden = true;
+  });
+
+  function disconnected(reconnect) {
+    screen.classList.add("down");
+    hint.textContent = hint.dataset.disconnected;
+    idle.hidden = false;
+    setTimeout(() => reconnect("/stream?" + Date.now()), 2000);
+  }
+
+  // Browsers hold the last part of a multipart image back until the next one begins, and report
+  // nothing when the stream breaks. So the parts are read here and each is shown in the same
+  // image; an <img> alone does what it can where a response cannot be read as it arrives.
+  if (!("fetch" in window && "ReadableStream" in window && "body" in Response.prototype)) {
+    screen.addEventListener("error", () => disconnected((url) => { screen.src = url; }));
+    return;
+  }
+
+  // Cuts the stream into its parts by their Content-Length.
+  class PartReader {
+    constructor(body) {
+      this.reader = body.getReader();
+      this.rest = new Uint8Array(0);
+    }
+
+    async read() {
+      const { done, value } = await this.reader.read();
+      if (done) throw new Error("the stream ended");
+      return value;
+    }
+
+    // The head of the next part, up to its blank line.
+    async head() {
+      const decoder = new TextDecoder("latin1");
+      for (;;) {
+        const text = decoder.decode(this.rest);
+        const end = text.indexOf("\r\n\r\n");
+        if (end >= 0) {
+          this.rest = this.rest.subarray(end + 4);
+          return text.slice(0, end);
+        }
+        if (text.length > 1024) throw new Error("not a part");
+        const more = await this.read();
+        const joined = new Uint8Array(this.rest.length + more.length);
+        joined.set(this.rest);
+        joined.set(more, this.rest.length);
+        this.rest = joined;
+      }
+    }
+
+    async next() {
+      const length = /^Content-Length: (\d+)$/m.exec(await this.head());
+      if (!length) throw new Error("a part without a length");
+      const pieces = [];
+      let missing = Number(length[1]);
+      while (missing > 0) {
+        if (this.rest.length === 0) this.rest = await this.read();
+        const piece = this.rest.subarray(0, missing);
+        pieces.push(piece);
+        missing -= piece.length;
+        this.rest = this.rest.subarray(piece.length);
+      }
+      return new Blob(pieces, { type: "image/jpeg" });
+    }
+  }
+
+  let shownURL = null;
+
+  // Resolves once the picture is on the page; only then is the next part read, so that a slow
+  // device is sent fewer frames instead of falling behind.
+  function show(jpeg) {
+    return new Promise((resolve, reject) => {
+      const url = URL.createObjectURL(jpeg);
+      const previousURL = shownURL;
+      shownURL = url;
+      screen.onload = resolve;
+      screen.onerror = () => reject(new Error("not a picture"));
+      screen.src = url;
+      if (previousURL) URL.revokeObjectURL(previousURL);
+    });
+  }
+
+  async function watch(url) {
+    const request = new AbortController();
+    try {
+      const response = await fetch(url, {
+        headers: { Accept: "application/octet-stream" },
+        cache: "no-store",
+        signal: request.signal,
+      });
+      if (!response.ok) throw new Error("refused");
+      const parts = new PartReader(response.body);
+      for (;;) await show(await parts.next());
+    } catch {
+      request.abort();
+      disconnected(watch);
+    }
+  }
+
+  screen.removeAttribute("src");  // ends the request that the markup has begun
+  watch("/stream");
+})();
