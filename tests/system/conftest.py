@@ -79,8 +79,9 @@ def sharing(x, canvas, start, tmp_path):
 
 @pytest.fixture(scope="session")
 def browser_screen(tmp_path_factory):
-    """The X display that the browser fills."""
-    server = XServer(tmp_path_factory.mktemp("browser-screen"), label="browser-xvfb")
+    """The X display that the browser is on."""
+    server = XServer(tmp_path_factory.mktemp("browser-screen"), Browser.WIDTH + 40,
+                     Browser.HEIGHT + 40, label="browser-xvfb")
     yield server
     server.stop()
 

@@ -6,6 +6,7 @@ import tempfile
 import urllib.error
 import urllib.request
 
+from . import pixels
 from .process import Process
 from .waiting import eventually
 
@@ -17,16 +18,23 @@ ANSWER_LIMIT = 60
 
 
 class Browser:
-    """One browser that fills `server`, an X display of its own. No proxy, no old profile."""
+    """One browser in the top left corner of `server`, an X display of its own.
+
+    The display is larger than WIDTH × HEIGHT: without a window manager Chromium takes a pixel off
+    a window as large as its screen, and the page would be scaled.
+    """
+
+    WIDTH, HEIGHT = 800, 600
 
     def __init__(self, folder, server):
+        self._server = server
         self._profile = tempfile.TemporaryDirectory(dir=folder, prefix="chromium-")
         self._driver = Process(["chromedriver", "--port=0"], folder, "chromedriver",
                                env={**os.environ, "DISPLAY": server.name})
         self._session = ""
         try:
             self._base = f"http://127.0.0.1:{self._driver_port()}"
-            self._session = self._open_session(server)
+            self._session = self._open_session()
         except BaseException:
             self.stop()
             raise
@@ -38,6 +46,10 @@ class Browser:
     def evaluate(self, expression):
         return self._call("POST", "/execute/sync",
                           {"script": f"return {expression};", "args": []})
+
+    def pixels(self):
+        """What its visitor sees."""
+        return pixels.grab(self._server)[:self.HEIGHT, :self.WIDTH]
 
     def hint(self):
         """The text that the visitor reads while there is no picture; None while there is one."""
@@ -60,8 +72,8 @@ class Browser:
             20, "chromedriver listens")
         return int(found[1])
 
-    def _open_session(self, server):
-        arguments = [*FLAGS, f"--window-size={server.width},{server.height}",
+    def _open_session(self):
+        arguments = [*FLAGS, f"--window-size={self.WIDTH},{self.HEIGHT}",
                      f"--user-data-dir={self._profile.name}"]
         options = {"args": arguments, "excludeSwitches": ["enable-automation"]}
         wanted = {"browserName": "chrome", "pageLoadStrategy": "none",
