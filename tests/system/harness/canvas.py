@@ -47,12 +47,22 @@ class Canvas:
         self.rectangle(colour, 0, 0, self.width, self.height)
 
     def text(self, seed, number=None):
-        """Coloured lines of text, what a blurry frame shows worst, and perhaps a number for
-        read_number. Appears in one step, so that no capture can see it half painted."""
+        """Shows coloured lines of text, what a blurry frame shows worst, and perhaps a number
+        for read_number. Appears in one step, so that no capture sees it half painted."""
+        self.draft(seed, number)
+        self.show()
+
+    def draft(self, seed, number=None):
+        """Prepares what text() would show."""
         self._draft_text(random.Random(seed))
         if number is not None:
             self._draft_number(number)
-        self._window.copy_area(self._gc, self._draft, 0, 0, self.width, self.height, 0, 0)
+        self._display.sync()
+
+    def show(self, x=0, y=0, width=None, height=None):
+        """Shows a part of the draft, or all of it."""
+        self._window.copy_area(self._gc, self._draft, x, y, width or self.width,
+                               height or self.height, x, y)
         self._display.sync()
 
     def _draft_text(self, chance):
