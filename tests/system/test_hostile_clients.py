@@ -59,11 +59,11 @@ def test_malformed_head_is_dropped_when_the_client_stops(program, head):
         assert ended_without_a_byte(connection, 5)
 
 
-@pytest.mark.parametrize("filling", [b"a", b"\r\n", GARBAGE], ids=["letters", "lines", "bytes"])
+@pytest.mark.parametrize("filling", [b"a", b"\r\nA: b", GARBAGE],
+                         ids=["letters", "lines", "bytes"])
 def test_head_over_16_kib_is_dropped_at_once(program, filling):
     with http.connect(program.address) as connection:
-        connection.sendall(b"GET / HTTP/1.1" + (filling * 20000)[:20000 - 14].replace(
-            b"\r\n\r\n", b"\r\n:\n"))
+        connection.sendall((b"GET / HTTP/1.1" + filling * 20000)[:20000])
         assert ended_without_a_byte(connection, 5)
     program.wait_for_line("request head over 16 KiB from 127.0.0.1:", source="stderr")
 
