@@ -13,12 +13,22 @@ using asio::ip::tcp;
 
 constexpr std::chrono::milliseconds pauseWithoutDescriptors{100};
 
-void open(tcp::acceptor& acceptor, const tcp::endpoint& endpoint) {
-  acceptor.open(endpoint.protocol());
-  acceptor.set_option(tcp::acceptor::reuse_address(true));
-  if (endpoint.protocol() == tcp::v6()) acceptor.set_option(asio::ip::v6_only(false));
-  acceptor.bind(endpoint);
-  acceptor.listen();
+/// Asio's category of the same numbers does not compare with std::errc.
+std::error_code systemError(const std::error_code& error) {
+  return {error.value(), std::system_category()};
+}
+
+std::error_code tryToListen(tcp::acceptor& acceptor, const tcp::endpoint& endpoint) {
+  try {
+    acceptor.open(endpoint.protocol());
+    acceptor.set_option(tcp::acceptor::reuse_address(true));
+    if (endpoint.protocol() == tcp::v6()) acceptor.set_option(asio::ip::v6_only(false));
+    acceptor.bind(endpoint);
+    acceptor.listen();
+    return {};
+  } catch (const std::system_error& error) {
+    return systemError(error.code());
+  }
 }
 
 bool meansNoIPv6(const std::error_code& error) {
@@ -28,13 +38,12 @@ bool meansNoIPv6(const std::error_code& error) {
 
 tcp::acceptor listening(asio::io_context& context, std::uint16_t port) {
   tcp::acceptor acceptor(context);
-  try {
-    open(acceptor, {tcp::v6(), port});
-  } catch (const std::system_error& error) {
-    if (!meansNoIPv6(error.code())) throw;
+  std::error_code error = tryToListen(acceptor, {tcp::v6(), port});
+  if (meansNoIPv6(error)) {
     acceptor = tcp::acceptor(context);
-    open(acceptor, {tcp::v4(), port});
+    error = tryToListen(acceptor, {tcp::v4(), port});
   }
+  if (error) throw std::system_error(error);
   return acceptor;
 }
 
@@ -48,8 +57,8 @@ bool isPassing(const std::error_code& error) {
 
 bool isShortage(const std::error_code& error) {
   return error == std::errc::too_many_files_open ||
-         error == std::errc::too_many_files_open_in_system ||
-         error == std::errc::no_buffer_space || error == std::errc::not_enough_memory;
+         error == std::errc::too_many_files_open_in_system || error == std::errc::no_buffer_space ||
+         error == std::errc::not_enough_memory;
 }
 
 }  // namespace
@@ -68,7 +77,7 @@ void Listener::start(ConnectionHandler onConnection, FailureHandler onFailure) {
 
 void Listener::acceptNext() {
   acceptor_.async_accept([weak = weak_from_this()](std::error_code error, tcp::socket socket) {
-    if (const auto self = weak.lock()) self->accepted(error, std::move(socket));
+    if (const auto self = weak.lock()) self->accepted(systemError(error), std::move(socket));
   });
 }
 

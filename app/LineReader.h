@@ -1,0 +1,41 @@
+#pragma once
+
+#include "core/support/UniqueFd.h"
+
+#include <functional>
+#include <string>
+#include <thread>
+
+namespace tarvinel {
+
+/// Reads lines from a file descriptor on a thread of its own. The end of input just ends the
+/// reading.
+///
+/// A thread, because standard input may be anything: an epoll set refuses ordinary files and
+/// /dev/null, and setting the descriptor non-blocking would change it for the shell as well.
+class LineReader {
+ public:
+  static constexpr std::size_t maxLineBytes = 4096;
+
+  /// Begins to read. `onLine` is called on the reader's thread, without the line end; a line over
+  /// the limit is left out. The descriptor stays the caller's.
+  LineReader(int fd, std::function<void(std::string)> onLine);
+
+  /// Ends the thread, also while it waits for input.
+  ~LineReader();
+  LineReader(const LineReader&) = delete;
+  LineReader& operator=(const LineReader&) = delete;
+
+ private:
+  void run(int fd);
+  bool waitForInput(int fd) const;
+  void consume(std::string_view input);
+
+  const std::function<void(std::string)> onLine_;
+  std::string line_;
+  bool overlong_ = false;
+  UniqueFd stopEvent_;
+  std::thread thread_;
+};
+
+}  // namespace tarvinel

@@ -1,0 +1,75 @@
+#include "core/frames/PixelBufferJPEGEncoder.h"
+
+#include "core/frames/JPEGEncodeError.h"
+#include "core/frames/PixelRegion.h"
+#include "core/frames/PixelView.h"
+#include "core/frames/ReducedPicture.h"
+#include "core/support/FatalError.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <memory>
+
+namespace tarvinel {
+
+namespace {
+
+class ReadLock {
+ public:
+  explicit ReadLock(PixelBuffer& buffer) : buffer_(buffer) {
+    if (const int status = buffer.lockReadOnly()) throw JPEGEncodeError::lockFailed(status);
+  }
+  ~ReadLock() { buffer_.unlockReadOnly(); }
+  ReadLock(const ReadLock&) = delete;
+  ReadLock& operator=(const ReadLock&) = delete;
+
+ private:
+  PixelBuffer& buffer_;
+};
+
+// The libraries below count pixels and the bytes of a row in an int.
+PixelView viewOf(const PixelBuffer& buffer) {
+  constexpr std::size_t most = std::numeric_limits<int>::max();
+  const PixelView view{buffer.baseAddress(), buffer.width(), buffer.height(), buffer.bytesPerRow()};
+  const bool readable = view.pixels != nullptr && view.width > 0 && view.height > 0 &&
+                        view.height <= most && view.bytesPerRow <= most &&
+                        view.width <= view.bytesPerRow / 4;
+  if (!readable) throw JPEGEncodeError::contextFailed();
+  return view;
+}
+
+std::size_t scaledLength(std::size_t length, double scale) {
+  constexpr double limit = 9223372036854775808.0;  // 2^63
+  const double scaled = static_cast<double>(length) * scale;
+  if (!(scaled > -limit && scaled < limit)) fatalError("scaled picture size is not a number");
+  return static_cast<std::size_t>(std::max(1.0, scaled));
+}
+
+int libraryQuality(double quality) {
+  if (!(quality > 0)) return 1;
+  return std::max(1, static_cast<int>(std::lround(std::min(quality, 1.0) * 100)));
+}
+
+Bytes encodeReduced(const PixelView& picture, int quality, double scale, ChromaSampling chroma) {
+  if (!(scale < 1)) return writeJPEG(picture, quality, chroma);
+  const ReducedPicture reduced(picture, scaledLength(picture.width, scale),
+                               scaledLength(picture.height, scale));
+  return writeJPEG(reduced.view(), quality, chroma);
+}
+
+}  // namespace
+
+Frame PixelBufferJPEGEncoder::encode(PixelBuffer& buffer, double quality,
+                                     const std::optional<Rect>& crop, double scale,
+                                     ChromaSampling chroma) {
+  const PixelFormat format = buffer.pixelFormat();
+  if (format != pixelFormatBGRA) throw JPEGEncodeError::unsupportedPixelFormat(format);
+  const ReadLock lock(buffer);
+  const PixelView whole = viewOf(buffer);
+  const PixelView picture = whole.part(croppedRegion(whole.width, whole.height, crop));
+  return std::make_shared<const Bytes>(
+      encodeReduced(picture, libraryQuality(quality), scale, chroma));
+}
+
+}  // namespace tarvinel

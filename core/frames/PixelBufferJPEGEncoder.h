@@ -1,0 +1,25 @@
+#pragma once
+
+#include "core/frames/Frame.h"
+#include "core/frames/JPEGWriter.h"
+#include "core/frames/PixelBuffer.h"
+#include "core/support/Geometry.h"
+
+#include <optional>
+
+namespace tarvinel {
+
+/// Turns a captured picture into a JPEG file. Stateless; safe from any thread that may read the
+/// buffer.
+struct PixelBufferJPEGEncoder {
+  PixelBufferJPEGEncoder() = delete;
+
+  /// `quality` runs from 0 (smallest) to 1 (best). `crop` is in pixels; it is widened to whole
+  /// pixels and cut at the picture's edges, and one that leaves nothing is ignored. `scale` reduces
+  /// width and height after cropping; 1 or more keeps them. The buffer is locked only during the
+  /// call and its pixels are not copied unless they are reduced. Throws JPEGEncodeError.
+  static Frame encode(PixelBuffer& buffer, double quality, const std::optional<Rect>& crop,
+                      double scale, ChromaSampling chroma);
+};
+
+}  // namespace tarvinel

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+
+namespace tarvinel {
+
+/// How many motion frames a second the stream may carry. Pure functions, callable from anywhere.
+struct StreamPolicy {
+  StreamPolicy() = delete;
+
+  static constexpr std::int64_t defaultFloor = 4;     ///< lowest motion rate, frames per second
+  static constexpr std::int64_t defaultCeiling = 20;  ///< highest motion rate, and the answer when
+                                                      ///< there is nothing to measure
+
+  /// The motion rate in frames per second that keeps all viewers together within `budgetMbps`
+  /// (megabits per second). `motionFrameBytes` is the size of one encoded motion frame. A floor
+  /// above the ceiling gives the ceiling. A rate that does not fit 64 bits stops the program.
+  static std::int64_t motionFPS(std::int64_t viewers, std::int64_t motionFrameBytes, bool wired,
+                                double budgetMbps, std::int64_t floor = defaultFloor,
+                                std::int64_t ceiling = defaultCeiling);
+
+  /// The megabits per second of air time that a rate costs; nothing is checked or clamped.
+  static double airtimeMbps(std::int64_t viewers, std::int64_t frameBytes, std::int64_t fps,
+                            bool wired);
+};
+
+}  // namespace tarvinel

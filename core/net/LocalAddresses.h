@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarvinel {
+
+/// This computer's IPv4 addresses and the one that people in the room can best reach. Static, keeps
+/// no state; safe from any thread.
+class LocalAddresses {
+ public:
+  LocalAddresses() = delete;
+
+  struct Interface {
+    std::string name;     ///< such as "eth0"
+    std::string address;  ///< dotted decimal
+
+    bool operator==(const Interface&) const = default;
+  };
+
+  /// The usable addresses in the system's order: interfaces that are up, without loopback and
+  /// self-assigned addresses. Empty when the system does not tell.
+  static std::vector<Interface> interfaces();
+
+  static std::vector<std::string> ipv4();
+
+  /// The best of them: "en0", then other names beginning with "en", then bridges, then the rest.
+  static std::optional<std::string> preferred(std::vector<Interface> from);
+
+  static std::optional<std::string> preferredHost();
+
+  /// The address that viewers type; port 80 is left out.
+  static std::string url(std::string_view host, std::uint16_t port);
+};
+
+}  // namespace tarvinel

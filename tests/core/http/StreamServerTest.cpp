@@ -1,0 +1,436 @@
+#include "core/http/HTTPResponse.h"
+#include "core/http/StreamServer.h"
+#include "core/http/StreamServerError.h"
+#include "core/pages/ViewerPage.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Eventually.h"
+#include "tests/support/TestClient.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <future>
+#include <memory>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <vector>
+
+namespace tarvinel {
+namespace {
+
+using test::CapturedLog;
+using test::eventually;
+using test::TestClient;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::Not;
+using testing::StartsWith;
+
+Frame frameOf(std::string_view content) {
+  return std::make_shared<const Bytes>(bytesOf(content));
+}
+
+std::string bytes(const Bytes& response) {
+  return std::string(textOf(response));
+}
+
+Result<std::uint16_t> started(StreamServer& server) {
+  std::promise<Result<std::uint16_t>> outcome;
+  server.start([&outcome](Result<std::uint16_t> port) { outcome.set_value(std::move(port)); });
+  return outcome.get_future().get();
+}
+
+/// A server on a free port of this computer.
+class StreamServerTest : public testing::Test {
+ protected:
+  StreamServer::Options options(std::uint16_t onPort = 0) {
+    return {.port = onPort,
+            .status = [] { return StatusSnapshot{true, 99, "Display 1", 12, "1.2", "34"}; }};
+  }
+
+  void serve(const StreamServer::Options& with) {
+    server = std::make_unique<StreamServer>(broadcaster, log.category("server"), with);
+    port = started(*server).value();
+  }
+  void serve() { serve(options()); }
+
+  TestClient requested(const std::string& head) const {
+    TestClient client(port);
+    client.send(head);
+    return client;
+  }
+
+  std::string answer(const std::string& head) const { return requested(head).readToEnd(); }
+
+  /// A viewer that has been counted and has read the head of the stream.
+  TestClient viewer(int receiveBuffer = 0) {
+    const std::size_t before = broadcaster.viewerCount();
+    TestClient client(port, receiveBuffer);
+    client.send("GET /stream HTTP/1.1\r\n\r\n");
+    EXPECT_EQ(client.readUntil("\r\n\r\n"), bytes(HTTPResponse::mjpegHead()));
+    EXPECT_TRUE(eventually([&] { return broadcaster.viewerCount() == before + 1; }));
+    return client;
+  }
+
+  CapturedLog log;
+  FrameBroadcaster broadcaster;
+  std::unique_ptr<StreamServer> server;
+  std::uint16_t port = 0;
+};
+
+// Listening
+
+TEST_F(StreamServerTest, Port0GivesThePortThatIsListenedOnAndLogsIt) {
+  serve();
+  EXPECT_NE(port, 0);
+  EXPECT_THAT(answer("GET /nowhere HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 404 Not Found\r\n"));
+  EXPECT_THAT(log.lines(), Contains("server|info|listening on port " + std::to_string(port)));
+}
+
+TEST_F(StreamServerTest, ASecondStartIsRefusedAndTheFirstGoesOn) {
+  serve();
+  const auto again = started(*server);
+  ASSERT_FALSE(again.ok());
+  try {
+    again.value();
+  } catch (const StreamServerError& error) {
+    EXPECT_EQ(error.which(), StreamServerError::Case::alreadyRunning);
+  }
+  EXPECT_THAT(answer("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 OK\r\n"));
+}
+
+TEST_F(StreamServerTest, APortInUseFailsWithThePlatformsErrorAndALaterStartIsAllowed) {
+  serve();
+  StreamServer second(broadcaster, log.category("server"), options(port));
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    const auto outcome = started(second);
+    ASSERT_FALSE(outcome.ok());
+    try {
+      outcome.value();
+    } catch (const StreamServerError& error) {
+      EXPECT_EQ(error.which(), StreamServerError::Case::bindFailed);
+      EXPECT_EQ(error.code(), std::errc::address_in_use);
+      EXPECT_STREQ(error.what(), "Address already in use");
+    }
+  }
+  EXPECT_THAT(log.lines(), Contains("server|error|listener failed: Address already in use"));
+  server->stop();
+  EXPECT_EQ(started(second).value(), port);
+}
+
+TEST_F(StreamServerTest, AfterStopTheSamePortCanBeListenedOnAtOnce) {
+  serve();
+  const TestClient watching = viewer();  // leaves a connection behind in the kernel
+  server->stop();
+  serve(options(port));
+  EXPECT_THAT(answer("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 OK\r\n"));
+}
+
+TEST_F(StreamServerTest, StopClosesViewersAndIdleConnectionsAndReportsNothing) {
+  serve();
+  TestClient watching = viewer();
+  TestClient idle(port);
+  ASSERT_TRUE(eventually([&] { return server->debugConnectionCount() == 2; }));
+  server->stop();
+  EXPECT_EQ(server->debugConnectionCount(), 0U);
+  EXPECT_EQ(broadcaster.viewerCount(), 0U);
+  EXPECT_EQ(watching.readToEnd(), "");
+  EXPECT_EQ(idle.readToEnd(), "");
+  EXPECT_THAT(log.lines(), Not(Contains(HasSubstr("failed"))));
+  server->stop();
+}
+
+TEST_F(StreamServerTest, OverTheCapAConnectionIsClosedWithoutAByteUntilOneIsFree) {
+  auto with = options();
+  with.maxConnections = 2;
+  serve(with);
+  TestClient first(port);
+  TestClient second(port);
+  ASSERT_TRUE(eventually([&] { return server->debugConnectionCount() == 2; }));
+  TestClient third(port);
+  EXPECT_EQ(third.readToEnd(), "");
+  EXPECT_THAT(log.lines(),
+              Contains(MatchesRegex(
+                  "server\\|info\\|connection cap \\(2\\) reached; refusing 127\\.0\\.0\\.1:.*")));
+  first.close();
+  ASSERT_TRUE(eventually([&] { return server->debugConnectionCount() == 1; }));
+  EXPECT_THAT(answer("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 OK\r\n"));
+}
+
+// Answers
+
+TEST_F(StreamServerTest, ServesTheViewerPage) {
+  serve();
+  EXPECT_EQ(answer("GET / HTTP/1.1\r\nHost: a\r\n\r\n"),
+            bytes(HTTPResponse::html(ViewerPage::html())));
+  EXPECT_EQ(answer("GET /index.html?x HTTP/1.1\r\n\r\n"),
+            bytes(HTTPResponse::html(ViewerPage::html())));
+}
+
+TEST_F(StreamServerTest, HEADIsAnsweredLikeGETBodyIncluded) {
+  serve();
+  EXPECT_EQ(answer("HEAD / HTTP/1.1\r\n\r\n"), bytes(HTTPResponse::html(ViewerPage::html())));
+}
+
+TEST_F(StreamServerTest, StatusCountsTheBroadcastersViewers) {
+  serve();
+  const TestClient one = viewer();
+  const TestClient two = viewer();
+  EXPECT_EQ(
+      answer("GET /status HTTP/1.1\r\n\r\n"),
+      bytes(HTTPResponse::json(
+          R"({"sharing":true,"viewers":2,"source":"Display 1","fps":12,"version":"1.2","build":"34"})")));
+}
+
+TEST_F(StreamServerTest, UnknownPathsAndAbsentPartsAreNotFound) {
+  serve();
+  const std::string notFound = bytes(HTTPResponse::notFound());
+  for (const char* path :
+       {"/nowhere", "/brand/image", "/brand/font", "/upload", "/upload/status"}) {
+    EXPECT_EQ(answer(std::string("GET ") + path + " HTTP/1.1\r\n\r\n"), notFound) << path;
+  }
+  EXPECT_EQ(answer("PUT /upload/ann/a.jpg HTTP/1.1\r\nContent-Length: 1\r\n\r\nx"), notFound);
+}
+
+TEST_F(StreamServerTest, OtherMethodsAreNotAllowed) {
+  serve();
+  const std::string refused = bytes(HTTPResponse::methodNotAllowed());
+  EXPECT_EQ(answer("POST / HTTP/1.1\r\n\r\n"), refused);
+  EXPECT_EQ(answer("PUT / HTTP/1.1\r\n\r\n"), refused);
+}
+
+TEST_F(StreamServerTest, ALargeBodyThatNobodyReadsDoesNotCostTheClientItsAnswer) {
+  serve();
+  TestClient client = requested("POST / HTTP/1.1\r\nContent-Length: 4000000\r\n\r\n");
+  client.trySend(std::string(4000000, 'x'));
+  EXPECT_EQ(client.readToEnd(), bytes(HTTPResponse::methodNotAllowed()));
+}
+
+TEST_F(StreamServerTest, BytesAfterTheHeadAreIgnored) {
+  serve();
+  EXPECT_EQ(answer("GET /nowhere HTTP/1.1\r\n\r\nGET / HTTP/1.1\r\n\r\n"),
+            bytes(HTTPResponse::notFound()));
+}
+
+TEST_F(StreamServerTest, AHeadMayComeByteByByte) {
+  serve();
+  TestClient client(port);
+  for (const char character : std::string_view("GET /nowhere HTTP/1.1\r\nA: b\r\n\r\n")) {
+    client.send({&character, 1});
+  }
+  EXPECT_EQ(client.readToEnd(), bytes(HTTPResponse::notFound()));
+}
+
+TEST_F(StreamServerTest, AnAnsweredConnectionIsNoLongerCounted) {
+  serve();
+  TestClient client = requested("GET / HTTP/1.1\r\n\r\n");
+  EXPECT_TRUE(eventually([&] { return server->debugConnectionCount() == 0; }));
+  client.readToEnd();
+}
+
+// Bad heads
+
+TEST_F(StreamServerTest, ASilentClientIsClosedAfterTheHeadTimeout) {
+  auto with = options();
+  with.headTimeout = std::chrono::milliseconds(50);
+  serve(with);
+  TestClient silent(port);
+  EXPECT_EQ(silent.readToEnd(), "");
+  EXPECT_THAT(log.lines(),
+              Contains(MatchesRegex("server\\|info\\|request head not received in 0\\.050000s from "
+                                    "127\\.0\\.0\\.1:.*; closing")));
+}
+
+TEST_F(StreamServerTest, AViewerOutlivesTheHeadTimeout) {
+  auto with = options();
+  with.headTimeout = std::chrono::milliseconds(50);
+  serve(with);
+  TestClient watching = viewer();
+  TestClient silent(port);
+  EXPECT_EQ(silent.readToEnd(), "");  // accepted later and closed by now
+  broadcaster.publish(frameOf("a"));
+  EXPECT_EQ(watching.readPart(), "a");
+}
+
+TEST_F(StreamServerTest, AHeadOver16KiBIsClosedWithoutAnAnswer) {
+  serve();
+  TestClient client(port);
+  client.trySend("GET / HTTP/1.1\r\nX: " + std::string(20000, 'x'));
+  EXPECT_EQ(client.readToEnd(), "");
+  EXPECT_THAT(log.lines(), Contains(MatchesRegex("server\\|error\\|request head over 16 KiB from "
+                                                 "127\\.0\\.0\\.1:.*; closing")));
+}
+
+TEST_F(StreamServerTest, AHeadOfExactly16KiBWithoutItsEndIsWaitedOn) {
+  serve();
+  TestClient client(port);
+  std::string head = "GET /nowhere HTTP/1.1\r\nX: ";
+  head.append(ClientConnection::maxHeadBytes - head.size() - 3, 'x').append("\r\n\r");
+  client.send(head);
+  client.send("\n");
+  EXPECT_EQ(client.readToEnd(), bytes(HTTPResponse::notFound()));
+}
+
+TEST_F(StreamServerTest, GarbageIsHeldUntilTheClientEnds) {
+  serve();
+  TestClient client(port);
+  client.send(std::string("\0\xFF garbage\r\n\r\nmore\r\n\r\n", 22));
+  client.shutdownSend();
+  EXPECT_EQ(client.readToEnd(), "");
+  EXPECT_TRUE(eventually([&] { return server->debugConnectionCount() == 0; }));
+}
+
+TEST_F(StreamServerTest, AClientThatResetsAtAnyPointLeavesNothingBehind) {
+  serve();
+  const std::string head = "GET /stream HTTP/1.1\r\n\r\n";
+  for (std::size_t sent = 0; sent <= head.size(); ++sent) {
+    TestClient client(port);
+    client.send(head.substr(0, sent));
+    client.reset();
+  }
+  EXPECT_TRUE(eventually(
+      [&] { return server->debugConnectionCount() == 0 && broadcaster.viewerCount() == 0; }));
+}
+
+// Streaming
+
+TEST_F(StreamServerTest, ANewViewerGetsTheHeadAndThenTheRetainedFrameAtOnce) {
+  serve();
+  broadcaster.publish(frameOf("retained"));
+  TestClient watching = viewer();
+  EXPECT_EQ(watching.readPart(), "retained");
+}
+
+TEST_F(StreamServerTest, EveryViewerGetsEveryFrameOfASlowSequence) {
+  serve();
+  TestClient one = viewer();
+  TestClient two = viewer();
+  for (const char* content : {"a", "bb", "ccc"}) {
+    broadcaster.publish(frameOf(content));
+    EXPECT_EQ(one.readPart(), content);
+    EXPECT_EQ(two.readPart(), content);
+  }
+}
+
+TEST_F(StreamServerTest, AScriptThatAsksForAnOctetStreamGetsTheSamePartsUnderThatType) {
+  serve();
+  broadcaster.publish(frameOf("a"));
+  TestClient script = requested("GET /stream HTTP/1.1\r\nAccept: application/octet-stream\r\n\r\n");
+  EXPECT_EQ(script.readUntil("\r\n\r\n"), bytes(HTTPResponse::scriptStreamHead()));
+  EXPECT_EQ(script.readPart(), "a");
+}
+
+TEST_F(StreamServerTest, AnyOtherAcceptHeaderGetsTheMultipartStream) {
+  serve();
+  for (const char* accept : {"*/*", "application/octet-stream, */*", "Application/Octet-Stream",
+                             "image/webp,*/*;q=0.8"}) {
+    TestClient client =
+        requested(std::string("GET /stream HTTP/1.1\r\nAccept: ") + accept + "\r\n\r\n");
+    EXPECT_EQ(client.readUntil("\r\n\r\n"), bytes(HTTPResponse::mjpegHead())) << accept;
+  }
+}
+
+TEST_F(StreamServerTest, OfThreeFramesThatComeWhileOneIsInFlightOnlyTheLastIsSent) {
+  serve();
+  TestClient slow = viewer(4096);
+  const std::string large(8'000'000, 'L');  // more than the kernel takes from a stopped reader
+  broadcaster.publish(frameOf(large));
+  broadcaster.publish(frameOf("first"));
+  broadcaster.publish(frameOf("second"));
+  broadcaster.publish(frameOf("third"));
+  EXPECT_TRUE(eventually([&] { return server->debugMaxPendingFrames() == 1; }));
+  EXPECT_TRUE(slow.readPart() == large);
+  EXPECT_EQ(slow.readPart(), "third");
+  EXPECT_EQ(server->debugMaxPendingFrames(), 0U);
+  broadcaster.publish(frameOf("fourth"));
+  EXPECT_EQ(slow.readPart(), "fourth");
+}
+
+TEST_F(StreamServerTest, AViewerThatNeverReadsHoldsOneFrameAndDisturbsNobody) {
+  serve();
+  const TestClient stuck = viewer(4096);
+  TestClient reading = viewer();
+  std::vector<std::weak_ptr<const Bytes>> frames;
+  for (int i = 0; i < 20; ++i) {
+    const Frame frame = frameOf(std::string(8'000'000, static_cast<char>('a' + i)));
+    frames.push_back(frame);
+    broadcaster.publish(frame);
+    EXPECT_EQ(reading.readPart().front(), 'a' + i);
+  }
+  // alive: the one in flight to the stuck viewer and the newest, which waits and is retained
+  EXPECT_TRUE(eventually([&] {
+    return std::ranges::count_if(frames, [](const auto& frame) { return !frame.expired(); }) == 2;
+  }));
+  EXPECT_FALSE(frames.front().expired());
+  EXPECT_FALSE(frames.back().expired());
+}
+
+// Viewers that leave while nothing is sent
+
+TEST_F(StreamServerTest, AViewerThatClosesIsGoneFromTheCount) {
+  serve();
+  broadcaster.publish(frameOf("retained"));
+  TestClient leaving = viewer();
+  leaving.readPart();
+  leaving.close();
+  EXPECT_TRUE(eventually([&] { return broadcaster.viewerCount() == 0; }));
+  EXPECT_TRUE(eventually([&] { return server->debugConnectionCount() == 0; }));
+}
+
+TEST_F(StreamServerTest, AViewerThatClosesBeforeAnythingWasSharedIsGoneFromTheCount) {
+  serve();
+  viewer().close();
+  EXPECT_TRUE(eventually([&] { return broadcaster.viewerCount() == 0; }));
+}
+
+TEST_F(StreamServerTest, AViewerThatResetsIsGoneFromTheCount) {
+  serve();
+  viewer().reset();
+  EXPECT_TRUE(eventually([&] { return broadcaster.viewerCount() == 0; }));
+}
+
+TEST_F(StreamServerTest, AViewerThatOnlyEndsItsSendingSideIsSentTheRetainedFrameOnceMoreAndStays) {
+  serve();
+  broadcaster.publish(frameOf("retained"));
+  TestClient halfClosed = viewer();
+  EXPECT_EQ(halfClosed.readPart(), "retained");
+  halfClosed.shutdownSend();
+  EXPECT_EQ(halfClosed.readPart(), "retained");
+  broadcaster.publish(frameOf("next"));
+  EXPECT_EQ(halfClosed.readPart(), "next");
+  EXPECT_EQ(broadcaster.viewerCount(), 1U);
+}
+
+TEST_F(StreamServerTest, HalfClosedBeforeAnythingWasSharedTheStreamStillHoldsWholeParts) {
+  serve();
+  TestClient halfClosed = viewer();
+  halfClosed.shutdownSend();
+  EXPECT_EQ(halfClosed.read(15), "--tarvinelframe");
+  broadcaster.publish(frameOf("first"));
+  EXPECT_EQ(halfClosed.readUntil("\r\n\r\n"),
+            "\r\nContent-Type: image/jpeg\r\nContent-Length: 5\r\n\r\n");
+  EXPECT_EQ(halfClosed.read(7), "first\r\n");
+  broadcaster.publish(frameOf("second"));
+  EXPECT_EQ(halfClosed.readPart(), "second");
+}
+
+TEST_F(StreamServerTest, AViewerThatHalfClosedAndThenLeavesIsGoneWithTheNextFrame) {
+  serve();
+  broadcaster.publish(frameOf("retained"));
+  TestClient leaving = viewer();
+  leaving.readPart();
+  leaving.shutdownSend();
+  leaving.readPart();
+  leaving.close();
+  EXPECT_TRUE(eventually([&] {
+    broadcaster.publish(frameOf("next"));
+    return broadcaster.viewerCount() == 0;
+  }));
+}
+
+}  // namespace
+}  // namespace tarvinel

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "core/support/UniqueFd.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace tarvinel::test {
+
+/// A blocking TCP client of a server on this computer. Every wait is bounded: a test that waits in
+/// vain fails with std::runtime_error instead of hanging.
+class TestClient {
+ public:
+  /// Connects to 127.0.0.1. A small receive buffer (bytes) makes a viewer that fills up soon; 0 is
+  /// the system's own size.
+  explicit TestClient(std::uint16_t port, int receiveBuffer = 0);
+
+  void send(std::string_view bytes);
+
+  /// Sends what the connection takes; false once it is broken.
+  bool trySend(std::string_view bytes);
+
+  /// Exactly so many bytes; throws when the connection ends before.
+  std::string read(std::size_t count);
+
+  /// Everything up to and including the first `end`; throws when the connection ends before.
+  std::string readUntil(std::string_view end);
+
+  /// Everything until the server ends the connection, orderly or by reset.
+  std::string readToEnd();
+
+  /// The next part of the stream: checks its head and returns the JPEG.
+  std::string readPart();
+
+  /// Ends the sending side only.
+  void shutdownSend();
+
+  /// Closes in order.
+  void close() { fd_.reset(); }
+
+  /// Closes with a reset.
+  void reset();
+
+ private:
+  UniqueFd fd_;
+};
+
+}  // namespace tarvinel::test
