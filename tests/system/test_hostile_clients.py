@@ -29,9 +29,9 @@ def program(sharing):
 
 
 def resting_descriptors(program):
-    """The count once it has stayed the same over two lingering times of answered sockets."""
+    """The count, once the sockets of answered requests are closed."""
     first = program.descriptors()
-    time.sleep(2.1)
+    time.sleep(0.4)
     return first if program.descriptors() == first else None
 
 

@@ -11,7 +11,7 @@ from harness.viewer import Viewer
 # What one viewer that stands still may cost the program: two frames and the kernel's bounded queue
 # are far below it; the frames it misses meanwhile are far above.
 MOST_GROWTH = 12 << 20
-MISSED_BYTES = 3 * MOST_GROWTH
+MISSED_BYTES = 2 * MOST_GROWTH
 RECEIVE_BUFFER = 64 << 10
 # On its way to a viewer that does not read: its receive buffer (the kernel doubles what was asked
 # for), what the server's kernel has sent and not sent of it, and one part in the program.
