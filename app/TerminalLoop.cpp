@@ -13,9 +13,9 @@ namespace tarvinel {
 namespace {
 
 /// Keeps its period without drift; ticks that were missed while the queue was busy are left out.
-class RepeatingTimer : public std::enable_shared_from_this<RepeatingTimer> {
+class LoopTimer : public std::enable_shared_from_this<LoopTimer> {
  public:
-  RepeatingTimer(asio::io_context& context, std::chrono::milliseconds interval,
+  LoopTimer(asio::io_context& context, std::chrono::milliseconds interval,
                  std::function<void()> task)
       : timer_(context), interval_(interval), task_(std::move(task)) {}
 
@@ -40,10 +40,10 @@ class RepeatingTimer : public std::enable_shared_from_this<RepeatingTimer> {
 /// What the owner holds: the timer itself goes with it, and its handler finds it gone.
 class TimerHandle : public MainQueue::Timer {
  public:
-  explicit TimerHandle(std::shared_ptr<RepeatingTimer> timer) : timer_(std::move(timer)) {}
+  explicit TimerHandle(std::shared_ptr<LoopTimer> timer) : timer_(std::move(timer)) {}
 
  private:
-  std::shared_ptr<RepeatingTimer> timer_;
+  std::shared_ptr<LoopTimer> timer_;
 };
 
 }  // namespace
@@ -60,7 +60,7 @@ void TerminalLoop::post(std::function<void()> task) {
 
 std::unique_ptr<MainQueue::Timer> TerminalLoop::repeat(std::chrono::milliseconds interval,
                                                        std::function<void()> task) {
-  auto timer = std::make_shared<RepeatingTimer>(context_, interval, std::move(task));
+  auto timer = std::make_shared<LoopTimer>(context_, interval, std::move(task));
   timer->schedule();
   return std::make_unique<TimerHandle>(std::move(timer));
 }

@@ -7,7 +7,7 @@ target_compile_options(tarvinel_options INTERFACE
 # Whether Asio 1.22 uses std::aligned_alloc depends on which header a file includes first, so that
 # memory allocated in one file is freed in another way in the next; without it all files agree.
 target_compile_definitions(tarvinel_options INTERFACE
-  ASIO_STANDALONE ASIO_NO_DEPRECATED ASIO_DISABLE_STD_ALIGNED_ALLOC)
+  ASIO_STANDALONE ASIO_NO_DEPRECATED ASIO_SEPARATE_COMPILATION ASIO_DISABLE_STD_ALIGNED_ALLOC)
 
 # The debug information of a whole program is not worth the link time in sanitizer builds: line
 # tables are enough for their reports.

@@ -1,11 +1,11 @@
 #include "core/http/StreamServer.h"
 
+#include "core/http/StreamServerError.h"
+#include "core/http/ViewerSocket.h"
+
 #include <algorithm>
 #include <system_error>
 #include <utility>
-
-#include "core/http/StreamServerError.h"
-#include "core/http/ViewerSocket.h"
 
 namespace tarvinel {
 
@@ -23,11 +23,7 @@ StreamServer::~StreamServer() {
 
 void StreamServer::start(Completion<std::uint16_t> completion) {
   queue_.post([this, completion = std::move(completion)] {
-    try {
-      completion(listen());
-    } catch (const StreamServerError&) {
-      completion(std::current_exception());
-    }
+    completion(resultOf([this] { return listen(); }));
   });
 }
 
@@ -72,7 +68,8 @@ void StreamServer::stop() {
 
 void StreamServer::closeAll() {
   const auto connections = std::exchange(connections_, {});
-  for (const auto& [key, connection] : connections) connection->close();
+  for (const auto& [key, connection] : connections)
+    connection->close();
 }
 
 std::size_t StreamServer::debugConnectionCount() {

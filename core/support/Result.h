@@ -2,7 +2,9 @@
 
 #include <exception>
 #include <functional>
+#include <memory>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <variant>
 
@@ -16,8 +18,8 @@ std::string describe(const std::exception_ptr& error);
 template <class T>
 class Result {
  public:
-  Result(T value) : state_(std::move(value)) {}                      // NOLINT(*-explicit-*)
-  Result(std::exception_ptr error) : state_(std::move(error)) {}     // NOLINT(*-explicit-*)
+  Result(T value) : state_(std::move(value)) {}                           // NOLINT(*-explicit-*)
+  Result(std::exception_ptr error) : state_(shared(std::move(error))) {}  // NOLINT(*-explicit-*)
 
   bool ok() const { return std::holds_alternative<T>(state_); }
 
@@ -32,33 +34,52 @@ class Result {
   }
 
   /// Null when ok.
-  std::exception_ptr error() const {
-    return ok() ? nullptr : std::get<std::exception_ptr>(state_);
-  }
+  std::exception_ptr error() const { return ok() ? nullptr : *std::get<SharedError>(state_); }
 
  private:
-  void rethrowIfFailed() const {
-    if (!ok()) std::rethrow_exception(std::get<std::exception_ptr>(state_));
+  // libstdc++ counts the owners of an exception inside the library, where the thread sanitizer does
+  // not see it: among threads the exception is shared through a pointer whose count it does see.
+  using SharedError = std::shared_ptr<const std::exception_ptr>;
+
+  static SharedError shared(std::exception_ptr error) {
+    return std::make_shared<const std::exception_ptr>(std::move(error));
   }
 
-  std::variant<T, std::exception_ptr> state_;
+  void rethrowIfFailed() const {
+    if (!ok()) std::rethrow_exception(*std::get<SharedError>(state_));
+  }
+
+  std::variant<T, SharedError> state_;
 };
 
 template <>
 class Result<void> {
  public:
-  Result() = default;
-  Result(std::exception_ptr error) : error_(std::move(error)) {}  // NOLINT(*-explicit-*)
+  Result() : outcome_(std::monostate{}) {}
+  Result(std::exception_ptr error) : outcome_(std::move(error)) {}  // NOLINT(*-explicit-*)
 
-  bool ok() const { return error_ == nullptr; }
-  void value() const {
-    if (error_) std::rethrow_exception(error_);
-  }
-  std::exception_ptr error() const { return error_; }
+  bool ok() const { return outcome_.ok(); }
+  void value() const { outcome_.value(); }
+  std::exception_ptr error() const { return outcome_.error(); }
 
  private:
-  std::exception_ptr error_;
+  Result<std::monostate> outcome_;
 };
+
+/// What `operation` returns, or what it throws.
+template <class Operation>
+auto resultOf(Operation&& operation) -> Result<std::invoke_result_t<Operation>> {
+  try {
+    if constexpr (std::is_void_v<std::invoke_result_t<Operation>>) {
+      std::forward<Operation>(operation)();
+      return {};
+    } else {
+      return std::forward<Operation>(operation)();
+    }
+  } catch (...) {
+    return std::current_exception();
+  }
+}
 
 /// Called exactly once with the outcome of an asynchronous operation, on the queue that the
 /// operation's comment names.

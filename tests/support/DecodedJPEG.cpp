@@ -10,7 +10,7 @@
 #include <csetjmp>
 #include <stdexcept>
 
-namespace tarvinel {
+namespace tarvinel::test {
 
 namespace {
 
@@ -68,4 +68,4 @@ DecodedJPEG::Pixel DecodedJPEG::at(std::size_t x, std::size_t y) const {
   return {pixel[0], pixel[1], pixel[2]};
 }
 
-}  // namespace tarvinel
+}  // namespace tarvinel::test

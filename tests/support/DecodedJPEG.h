@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace tarvinel {
+namespace tarvinel::test {
 
 /// What a JPEG decoder makes of a file: how tests look at encoded frames.
 struct DecodedJPEG {
@@ -27,4 +27,4 @@ struct DecodedJPEG {
   Pixel at(std::size_t x, std::size_t y) const;
 };
 
-}  // namespace tarvinel
+}  // namespace tarvinel::test

@@ -12,6 +12,7 @@
 namespace tarvinel {
 namespace {
 
+using test::DecodedJPEG;
 using testing::Le;
 
 constexpr double infinity = std::numeric_limits<double>::infinity();

@@ -1,0 +1,215 @@
+#include "app/AppModel.h"
+
+#include "app/capture/CaptureError.h"
+#include "core/frames/StreamPolicy.h"
+#include "core/net/LocalAddresses.h"
+#include "core/support/ApplicationIdentifier.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace tarvinel {
+
+namespace {
+
+constexpr std::chrono::seconds tickInterval{1};
+constexpr std::int64_t ticksBetweenSourceLists = 10;
+constexpr std::int64_t ticksBetweenAddresses = 5;
+constexpr std::int64_t initialMotionFPS = 8;
+
+std::string countOfViewers(std::int64_t count) {
+  return fmt::format("{} {}", count, count == 1 ? "viewer" : "viewers");
+}
+
+std::string_view linkName(bool isWired) {
+  return isWired ? "Ethernet" : "Wi-Fi";
+}
+
+std::string currentHost() {
+  return LocalAddresses::preferredHost().value_or("localhost");
+}
+
+}  // namespace
+
+std::shared_ptr<AppModel> AppModel::create(TarvinelConfig config, Platform platform) {
+  std::shared_ptr<AppModel> model(new AppModel(std::move(config), std::move(platform)));
+  model->begin();
+  return model;
+}
+
+AppModel::AppModel(TarvinelConfig config, Platform platform)
+    : config_(std::move(config)),
+      platform_(std::move(platform)),
+      logger_(platform_.log.category("app")),
+      captureEngine_(broadcaster_, platform_.log.category("capture"), platform_.captureService),
+      server_(broadcaster_, platform_.log.category("server"),
+              {.port = config_.port,
+               .status = [sharingFlag = sharingFlag_] { return sharingFlag->snapshot(); }}) {
+  setMotionRate(initialMotionFPS);
+}
+
+AppModel::~AppModel() = default;
+
+void AppModel::begin() {
+  captureEngine_.setOnStop(onMain<std::exception_ptr>(
+      [](AppModel& self, const std::exception_ptr& error) { self.captureDidStop(error); }));
+  startServer();
+  refreshSources();
+  ticker_ = platform_.mainQueue.repeat(tickInterval, [weak = weak_from_this()] {
+    if (const auto self = weak.lock()) self->tick();
+  });
+}
+
+void AppModel::startServer() {
+  server_.start(onMain<Result<std::uint16_t>>(
+      [](AppModel& self, const Result<std::uint16_t>& port) { self.serverStarted(port); }));
+}
+
+void AppModel::serverStarted(const Result<std::uint16_t>& port) {
+  if (!port.ok()) {
+    const std::string reason = describe(port.error());
+    logger_->error("server start failed on port {}: {}", config_.port, reason);
+    update(serverError_,
+           std::optional(fmt::format("Can't listen on port {}: {}", config_.port, reason)));
+    return;
+  }
+  update(serverError_, {});
+  update(boundPort_, port.value());
+  update(serverURL_, std::optional(LocalAddresses::url(currentHost(), boundPort_)));
+}
+
+void AppModel::refreshSources(std::function<void()> done) {
+  captureEngine_.listSources(
+      std::string(applicationIdentifier),
+      onMain<Result<std::vector<CaptureSource>>>(
+          [done = std::move(done)](AppModel& self, Result<std::vector<CaptureSource>> sources) {
+            self.sourcesListed(std::move(sources));
+            done();
+          }));
+}
+
+void AppModel::sourcesListed(Result<std::vector<CaptureSource>> sources) {
+  if (!sources.ok()) {
+    update(permissionHint_, std::optional(describe(sources.error())));
+    return;
+  }
+  update(permissionHint_, {});
+  update(sources_, std::move(sources).value());
+  if (selectedID_ && selectedSource() == nullptr) {
+    if (isSharing_) stopSharing();
+    select(std::nullopt);
+  }
+}
+
+void AppModel::select(const std::optional<std::string>& sourceID) {
+  const bool listed = std::ranges::any_of(
+      sources_, [&](const CaptureSource& source) { return source.id == sourceID; });
+  update(selectedID_, listed ? sourceID : std::nullopt);
+}
+
+const CaptureSource* AppModel::selectedSource() const {
+  const auto found = std::ranges::find_if(
+      sources_, [this](const CaptureSource& source) { return source.id == selectedID_; });
+  return found == sources_.end() ? nullptr : &*found;
+}
+
+void AppModel::startSharing() {
+  const CaptureSource* selected = selectedSource();
+  if (selected == nullptr) return;
+  const std::uint64_t share = ++currentShare_;
+  update(captureError_, {});
+  captureEngine_.start(*selected, config_,
+                       onMain<Result<void>>([share, source = *selected](
+                                                AppModel& self, const Result<void>& outcome) {
+                         self.sharingStarted(share, source, outcome);
+                       }));
+}
+
+void AppModel::sharingStarted(std::uint64_t share, const CaptureSource& source,
+                              const Result<void>& outcome) {
+  if (share != currentShare_) return;
+  if (outcome.ok()) {
+    setMotionRate(initialMotionFPS);  // what the engine begins with
+    sharingFlag_->startSharing(source.title);
+    update(isSharing_, true);
+  } else {
+    update(captureError_, std::optional(describe(outcome.error())));
+    endShare();
+  }
+}
+
+void AppModel::stopSharing() {
+  endShare();
+  // Who joins now is not shown what is no longer shared.
+  captureEngine_.stop(onMain<Result<void>>([](AppModel& self, const Result<void>&) {
+    if (!self.isSharing_) self.broadcaster_.clearLatest();
+  }));
+}
+
+void AppModel::captureDidStop(const std::exception_ptr& error) {
+  update(captureError_, std::optional("Sharing stopped: " + describe(error)));
+  stopSharing();
+}
+
+void AppModel::endShare() {
+  ++currentShare_;
+  sharingFlag_->stopSharing();
+  update(isSharing_, false);
+}
+
+void AppModel::tick() {
+  ++tickCount_;
+  measureTraffic();
+  update(viewerCount_, static_cast<std::int64_t>(broadcaster_.viewerCount()));
+  if (isSharing_) retuneMotionRate();
+  if (!isSharing_ && tickCount_ % ticksBetweenSourceLists == 0) refreshSources();
+  if (serverURL_ && tickCount_ % ticksBetweenAddresses == 0) refreshAddress();
+}
+
+void AppModel::measureTraffic() {
+  const std::int64_t bytesSent = broadcaster_.bytesSent();
+  const auto offered = static_cast<double>(bytesSent - lastBytesSent_);
+  lastBytesSent_ = bytesSent;
+  update(measuredMbps_, std::round(offered * 8 / 1'000'000 * 10) / 10);
+}
+
+void AppModel::retuneMotionRate() {
+  const std::int64_t rate =
+      config_.motionFps
+          ? *config_.motionFps
+          : StreamPolicy::motionFPS(viewerCount_,
+                                    static_cast<std::int64_t>(captureEngine_.motionBytesAverage()),
+                                    isWired_, config_.budgetMbps, StreamPolicy::defaultFloor,
+                                    StreamPolicy::defaultCeiling);
+  if (rate == motionFPS_) return;
+  captureEngine_.setMotionFPS(rate);
+  setMotionRate(rate);
+  logger_->info("motion rate now {} fps for {} viewers on {}", rate, viewerCount_,
+                linkName(isWired_));
+}
+
+void AppModel::setMotionRate(std::int64_t rate) {
+  sharingFlag_->setMotionFPS(rate);
+  update(motionFPS_, rate);
+}
+
+void AppModel::refreshAddress() {
+  update(serverURL_, std::optional(LocalAddresses::url(currentHost(), boundPort_)));
+}
+
+std::string AppModel::statusLine() const {
+  const CaptureSource* source = selectedSource();
+  if (!isSharing_ || source == nullptr) return "Not sharing";
+  return fmt::format("Sharing {} · {}", source->title, countOfViewers(viewerCount_));
+}
+
+std::optional<std::string> AppModel::streamLine() const {
+  if (!isSharing_) return std::nullopt;
+  return fmt::format("{} · {} fps · {} · {:.0f} Mbps", linkName(isWired_), motionFPS_,
+                     countOfViewers(viewerCount_), measuredMbps_);
+}
+
+}  // namespace tarvinel

@@ -1,0 +1,91 @@
+#include "app/CommandLine.h"
+
+#include "core/support/Version.h"
+
+#include <CLI/CLI.hpp>
+
+#include <map>
+#include <sstream>
+
+namespace tarvinel {
+
+namespace {
+
+constexpr const char* hidden = "";  // an option in the group without a name is left out of --help
+
+/// Understood so that the answer can be a plain word, and left out of the help until they work.
+void addFutureOptions(CLI::App& app) {
+  app.add_flag("--uploads")->group(hidden);
+  for (const char* option : {"--upload-folder", "--config", "--profile"}) {
+    app.add_option(option)->group(hidden);
+  }
+}
+
+std::optional<CommandLineExit> refusalOfFutureOptions(const CLI::App& app, bool headless,
+                                                      const std::string& capture) {
+  std::string missing;
+  for (const char* option : {"--uploads", "--upload-folder", "--config", "--profile"}) {
+    if (app.count(option) > 0) missing = option;
+  }
+  if (capture == "portal") missing = "--capture portal";
+  if (!missing.empty()) {
+    return CommandLineExit{exitWrongCommandLine, "tarvinel: " + missing + " is not there yet\n"};
+  }
+  if (!headless) {
+    return CommandLineExit{
+        exitWrongCommandLine,
+        "tarvinel: the tray is not there yet; start with --headless (see --help)\n"};
+  }
+  return std::nullopt;
+}
+
+CommandLineExit exitFor(const CLI::App& app, const CLI::ParseError& error) {
+  std::ostringstream out;
+  std::ostringstream err;
+  const bool fine = app.exit(error, out, err) == 0;
+  return fine ? CommandLineExit{0, out.str()}
+              : CommandLineExit{exitWrongCommandLine, "tarvinel: " + err.str()};
+}
+
+CaptureRoad roadNamed(const std::string& capture) {
+  static const std::map<std::string, CaptureRoad> roads{{"x11", CaptureRoad::x11},
+                                                        {"pattern", CaptureRoad::pattern}};
+  const auto found = roads.find(capture);
+  return found == roads.end() ? CaptureRoad::automatic : found->second;
+}
+
+}  // namespace
+
+std::variant<CommandLineOptions, CommandLineExit> parseCommandLine(int argc,
+                                                                   const char* const* argv) {
+  CLI::App app{"Shares a screen with every browser in the room.", "tarvinel"};
+  CommandLineOptions options;
+  bool headless = false;
+  std::string capture = "auto";
+  app.add_flag("--headless", headless,
+               "run in a terminal: status lines on standard output, commands on standard input");
+  app.add_option("--capture", capture, "how to capture the screen: auto, x11 or pattern")
+      ->check(CLI::IsMember({"auto", "x11", "pattern", "portal"}).description(""));
+  app.add_option("--share", options.share, "start sharing this source at once")->type_name("ID");
+  app.add_option("--port", options.port, "port of the web server; 0 takes any free one")
+      ->type_name("N")
+      ->check(CLI::Range(0, 65535).description(""));
+  app.add_flag("--list-sources", options.listSources, "list what can be shared, then exit");
+  app.add_flag("--verbose", options.verbose, "log every request");
+  app.set_version_flag("--version", "tarvinel " + std::string(appVersion),
+                       "show the version, then exit");
+  app.set_help_flag("--help,-h", "show this help, then exit");
+  addFutureOptions(app);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return exitFor(app, error);
+  }
+  if (const auto refusal = refusalOfFutureOptions(app, headless || options.listSources, capture)) {
+    return *refusal;
+  }
+  options.capture = roadNamed(capture);
+  return options;
+}
+
+}  // namespace tarvinel

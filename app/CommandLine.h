@@ -1,0 +1,35 @@
+#pragma once
+
+#include "app/capture/CaptureServiceFactory.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+
+namespace tarvinel {
+
+/// What the program was asked to do. Plain value.
+struct CommandLineOptions {
+  CaptureRoad capture = CaptureRoad::automatic;
+  std::optional<std::string> share;   ///< identifier of the source to share at once
+  std::optional<std::uint16_t> port;  ///< instead of the configuration's
+  bool listSources = false;
+  bool verbose = false;
+};
+
+/// The program is to end at once: `text` for standard output when the status is 0, else for
+/// standard error.
+struct CommandLineExit {
+  int status = 0;
+  std::string text;
+};
+
+/// Exit status of a command line that cannot be understood.
+inline constexpr int exitWrongCommandLine = 2;
+
+/// Reads the command line. Pure.
+std::variant<CommandLineOptions, CommandLineExit> parseCommandLine(int argc,
+                                                                   const char* const* argv);
+
+}  // namespace tarvinel

@@ -1,0 +1,82 @@
+#include "app/HeadlessProgram.h"
+
+#include "app/AppModel.h"
+#include "app/Console.h"
+#include "app/LineReader.h"
+#include "app/TerminalLoop.h"
+#include "app/capture/CaptureEngine.h"
+#include "core/config/TarvinelConfig.h"
+#include "core/support/ApplicationIdentifier.h"
+
+#include <unistd.h>
+
+#include <future>
+#include <iostream>
+#include <memory>
+#include <string>
+
+namespace tarvinel {
+
+namespace {
+
+Log logFor(const CommandLineOptions& options) {
+  return Log::standardError(options.verbose ? spdlog::level::debug : spdlog::level::info);
+}
+
+TarvinelConfig configFor(const CommandLineOptions& options) {
+  TarvinelConfig config;
+  if (options.port) config.port = *options.port;
+  return config;
+}
+
+struct ChosenCapture {
+  CaptureDecision decision;
+  CaptureEngine::ServiceFactory makeService;
+};
+
+ChosenCapture chooseCapture(const CommandLineOptions& options) {
+  const CaptureEnvironment environment = CaptureEnvironment::current();
+  const CaptureDecision decision = decideCaptureRoad(options.capture, environment, xServerAnswers);
+  return {decision, [road = decision.road, environment](SerialQueue& queue) {
+            return makeCaptureService(road, environment, queue);
+          }};
+}
+
+}  // namespace
+
+int runHeadless(const CommandLineOptions& options) {
+  const ChosenCapture capture = chooseCapture(options);
+  std::cout << capture.decision.reason << std::endl;
+  TerminalLoop loop;
+  const auto model =
+      AppModel::create(configFor(options), {loop, logFor(options), capture.makeService});
+  const auto console =
+      std::make_shared<Console>(*model, std::cout, [&loop](int status) { loop.quit(status); });
+  model->setOnChange([&console] { console->refresh(); });
+  console->refresh();
+  if (options.share) console->share(*options.share);
+  const LineReader commands(STDIN_FILENO, [&](std::string line) {
+    loop.post([weak = std::weak_ptr(console), line = std::move(line)] {
+      if (const auto alive = weak.lock()) alive->obey(line);
+    });
+  });
+  return loop.run();
+}
+
+int listSources(const CommandLineOptions& options) {
+  FrameBroadcaster broadcaster;
+  CaptureEngine engine(broadcaster, logFor(options).category("capture"),
+                       chooseCapture(options).makeService);
+  std::promise<Result<std::vector<CaptureSource>>> listed;
+  engine.listSources(std::string(applicationIdentifier),
+                     [&listed](Result<std::vector<CaptureSource>> sources) {
+                       listed.set_value(std::move(sources));
+                     });
+  const auto sources = listed.get_future().get();
+  for (const CaptureSource& source : sources.value()) {
+    std::cout << source.id << '\t' << source.title << '\n';
+  }
+  return 0;
+}
+
+}  // namespace tarvinel

@@ -1,0 +1,110 @@
+#pragma once
+
+#include "app/capture/CaptureSource.h"
+#include "app/capture/CaptureTools.h"
+#include "app/capture/FramePipeline.h"
+#include "app/capture/ScreenCaptureService.h"
+#include "app/capture/SourceCatalog.h"
+#include "core/config/TarvinelConfig.h"
+#include "core/frames/FrameBroadcaster.h"
+#include "core/frames/FramePump.h"
+#include "core/support/Log.h"
+#include "core/support/Result.h"
+#include "core/support/SerialQueue.h"
+
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarvinel {
+
+/// Owns the screen capture: lists what can be shared, runs at most one stream, and makes frames for
+/// the broadcaster of what the stream delivers.
+///
+/// Everything lives on the engine's own queue (".capture"); its members may be called from any
+/// thread, its destructor from any other than that queue. Completions and the stop callback run on
+/// the capture queue; those still open when the engine goes are dropped.
+class CaptureEngine {
+ public:
+  /// Makes the platform's service, on the capture queue at the first listing; when it throws, that
+  /// listing fails and the next one tries again.
+  using ServiceFactory = std::function<std::unique_ptr<ScreenCaptureService>(SerialQueue& queue)>;
+
+  /// The broadcaster must outlive the engine.
+  CaptureEngine(FrameBroadcaster& broadcaster, Logger logger, ServiceFactory makeService,
+                CaptureTools tools = CaptureTools::system());
+  ~CaptureEngine();
+  CaptureEngine(const CaptureEngine&) = delete;
+  CaptureEngine& operator=(const CaptureEngine&) = delete;
+
+  /// Lists the sources in menu order, without those of the program's own bundle. Fails with
+  /// CaptureError noPermission, whatever went wrong.
+  void listSources(std::optional<std::string> excludingBundleID,
+                   Completion<std::vector<CaptureSource>> completion);
+
+  /// Captures a source of the latest listing; a stream that runs is stopped first. Fails with
+  /// CaptureError unknownSource when the listing does not have it, with the service's error when it
+  /// cannot be captured, and with operation_canceled when it was stopped before it began.
+  void start(CaptureSource source, TarvinelConfig config, Completion<void> completion);
+
+  /// Stops the stream, if any; never fails. No frame is published after it completed.
+  void stop(Completion<void> completion);
+
+  /// Frames per second while the screen moves (at least 1), until the next start.
+  void setMotionFPS(std::int64_t framesPerSecond);
+
+  /// Called when a stream ended by itself, after its last frame was published.
+  void setOnStop(std::function<void(std::exception_ptr)> onStop);
+
+  /// Bytes of an encoded motion frame lately, 0 before the first.
+  double motionBytesAverage() const { return pipeline_.motionBytesAverage(); }
+
+ private:
+  struct Capture {
+    std::uint64_t number = 0;
+    std::shared_ptr<CaptureStream> stream;
+    StreamConfiguration configuration;
+    std::string title;
+    Completion<void> onStarted;  // empty once it has been called
+  };
+
+  ScreenCaptureService& service();
+  void list(const std::optional<std::string>& excludingBundleID,
+            const Completion<std::vector<CaptureSource>>& completion);
+  Result<std::vector<CaptureSource>> listed(const Result<ShareableContent>& content,
+                                            const std::optional<std::string>& excludingBundleID);
+  void begin(const CaptureSource& source, const TarvinelConfig& config,
+             Completion<void> completion);
+  Capture makeCapture(const CaptureSource& source, const TarvinelConfig& config);
+  StreamHandlers handlersOf(std::uint64_t number);
+  void startStream();
+  void streamStarted(std::uint64_t number, const Result<void>& result);
+  void end(Completion<void> completion);
+  void logStopped(const Result<void>& result);
+  void streamStopped(std::uint64_t number, const std::exception_ptr& error);
+  void frame(std::uint64_t number, const CapturedFrame& frame);
+  void tick();
+  bool isCurrent(std::uint64_t number) const { return capture_ && capture_->number == number; }
+  std::shared_ptr<CaptureStream> dropCapture(const std::exception_ptr& notStartedBecause);
+  void afterPublishing(std::function<void()> task);
+
+  SerialQueue queue_{".capture"};
+  const Logger logger_;
+  const ServiceFactory makeService_;
+  FramePump pump_;
+
+  // of the queue
+  FramePipeline pipeline_;
+  std::unique_ptr<RepeatingTimer> settleTimer_;
+  std::unique_ptr<ScreenCaptureService> service_;
+  SourceCatalog catalog_;
+  std::optional<Capture> capture_;
+  std::uint64_t captures_ = 0;  // so far
+  std::function<void(std::exception_ptr)> onStop_;
+};
+
+}  // namespace tarvinel

@@ -1,0 +1,68 @@
+#include "app/capture/CaptureServiceFactory.h"
+
+#include "app/capture/pattern/PatternCaptureService.h"
+#include "app/capture/x11/X11CaptureService.h"
+#include "app/capture/x11/X11Connection.h"
+#include "app/capture/x11/X11Error.h"
+
+#include <cstdlib>
+
+namespace tarvinel {
+
+namespace {
+
+std::string variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value != nullptr ? value : "";
+}
+
+bool isWayland(const CaptureEnvironment& environment) {
+  return !environment.waylandDisplay.empty() || environment.sessionType == "wayland";
+}
+
+}  // namespace
+
+CaptureEnvironment CaptureEnvironment::current() {
+  return {variable("DISPLAY"), variable("WAYLAND_DISPLAY"), variable("XDG_SESSION_TYPE")};
+}
+
+CaptureDecision decideCaptureRoad(CaptureRoad wanted, const CaptureEnvironment& environment,
+                                  const std::function<bool(const std::string&)>& answers) {
+  if (wanted == CaptureRoad::x11) return {wanted, "Capturing the X11 screen, as asked for."};
+  if (wanted == CaptureRoad::pattern)
+    return {wanted, "Showing the built-in picture, as asked for."};
+  // a Wayland session's X server knows nothing of what other programs show
+  if (isWayland(environment)) {
+    return {CaptureRoad::pattern,
+            "Showing the built-in picture: this is a Wayland session, whose screen cannot be "
+            "captured yet."};
+  }
+  if (environment.display.empty()) {
+    return {CaptureRoad::pattern, "Showing the built-in picture: there is no screen here."};
+  }
+  if (!answers(environment.display)) {
+    return {CaptureRoad::pattern, "Showing the built-in picture: the X server " +
+                                      environment.display + " does not answer."};
+  }
+  return {CaptureRoad::x11, "Capturing the X11 screen " + environment.display + "."};
+}
+
+bool xServerAnswers(const std::string& display) {
+  try {
+    const X11Connection connection(display);
+    return true;
+  } catch (const X11Error&) {
+    return false;
+  }
+}
+
+std::unique_ptr<ScreenCaptureService> makeCaptureService(CaptureRoad road,
+                                                         const CaptureEnvironment& environment,
+                                                         SerialQueue& queue) {
+  if (road == CaptureRoad::x11) {
+    return std::make_unique<X11CaptureService>(queue, environment.display);
+  }
+  return std::make_unique<PatternCaptureService>(queue);
+}
+
+}  // namespace tarvinel

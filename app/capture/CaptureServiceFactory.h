@@ -1,0 +1,45 @@
+#pragma once
+
+#include "app/capture/ScreenCaptureService.h"
+#include "core/support/SerialQueue.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace tarvinel {
+
+/// By which road pictures of the screen come.
+enum class CaptureRoad : std::uint8_t { automatic, x11, pattern };
+
+/// What the environment says of the session; a variable that is not set is empty.
+struct CaptureEnvironment {
+  std::string display;         ///< DISPLAY
+  std::string waylandDisplay;  ///< WAYLAND_DISPLAY
+  std::string sessionType;     ///< XDG_SESSION_TYPE
+
+  /// That of this process. Call it before there are other threads.
+  static CaptureEnvironment current();
+};
+
+/// A road other than `automatic`, and why.
+struct CaptureDecision {
+  CaptureRoad road = CaptureRoad::pattern;
+  std::string reason;  ///< one sentence for people
+};
+
+/// Chooses the road. `answers` tells whether an X server answers under a name; it is asked only
+/// when that matters. Otherwise pure.
+CaptureDecision decideCaptureRoad(CaptureRoad wanted, const CaptureEnvironment& environment,
+                                  const std::function<bool(const std::string&)>& answers);
+
+/// True when an X server answers under the name such as ":0".
+bool xServerAnswers(const std::string& display);
+
+/// Makes the service of a decided road on the capture queue, which must outlive it.
+std::unique_ptr<ScreenCaptureService> makeCaptureService(CaptureRoad road,
+                                                         const CaptureEnvironment& environment,
+                                                         SerialQueue& queue);
+
+}  // namespace tarvinel

@@ -1,0 +1,86 @@
+#include "app/capture/FramePipeline.h"
+
+#include "app/capture/FrameFacts.h"
+#include "core/frames/PixelRegion.h"
+
+#include <exception>
+#include <utility>
+
+namespace tarvinel {
+
+namespace {
+
+constexpr std::int64_t minorFPS = 2;
+constexpr double settleDelay = 0.5;  // seconds
+
+FramePacer pacerAt(std::int64_t motionFPS) {
+  return {motionFPS, settleDelay, minorFPS};
+}
+
+PixelSize pictureSize(const PixelBuffer& buffer, const std::optional<Rect>& crop) {
+  const PixelRegion region = croppedRegion(buffer.width(), buffer.height(), crop);
+  return {static_cast<std::int64_t>(region.width), static_cast<std::int64_t>(region.height)};
+}
+
+}  // namespace
+
+FramePipeline::FramePipeline(FramePump& pump, Logger logger, CaptureTools tools)
+    : pump_(pump),
+      logger_(std::move(logger)),
+      tools_(std::move(tools)),
+      pacer_(pacerAt(FrameSettings::defaultMotionFPS)) {}
+
+void FramePipeline::begin(const FrameSettings& settings) {
+  settings_ = settings;
+  pacer_ = pacerAt(settings.motionFPS);
+  forget();
+}
+
+void FramePipeline::forget() {
+  lastBuffer_.reset();
+  lastCrop_.reset();
+}
+
+void FramePipeline::frame(const CapturedFrame& frame) {
+  const FrameFacts facts(frame);
+  if (!facts.usable) return;
+  if (!facts.idle) {
+    lastBuffer_ = frame.buffer;
+    lastCrop_ = facts.crop;
+  }
+  act(pacer_.frame(FramePacer::change(facts.dirtyFraction, facts.idle), tools_.uptime()));
+}
+
+void FramePipeline::tick() {
+  act(pacer_.tick(tools_.uptime()));
+}
+
+void FramePipeline::act(FramePacer::Action action) {
+  if (action == FramePacer::Action::skip || !lastBuffer_) return;
+  const bool crisp = action == FramePacer::Action::sendCrisp;
+  const Frame frame = encode(crisp);
+  if (!frame) return;
+  if (!crisp) average_.add(frame->size());
+  pump_.offer(frame);
+}
+
+// Null when it failed; the next frame tries again.
+Frame FramePipeline::encode(bool crisp) {
+  try {
+    return crisp ? encodeFitted(settings_.crispQuality, 1.0, ChromaSampling::full)
+                 : encodeFitted(settings_.motionQuality, settings_.motionScale,
+                                ChromaSampling::quartered);
+  } catch (const std::exception& error) {
+    logger_->error("encode failed {}x{}: {}", lastBuffer_->width(), lastBuffer_->height(),
+                   error.what());
+    return nullptr;
+  }
+}
+
+Frame FramePipeline::encodeFitted(double quality, double reduction, ChromaSampling chroma) {
+  const PixelSize delivered = pictureSize(*lastBuffer_, lastCrop_);
+  const double scale = fittingScale(delivered, settings_.configured, reduction);
+  return tools_.encode(*lastBuffer_, quality, lastCrop_, scale, chroma);
+}
+
+}  // namespace tarvinel

@@ -1,0 +1,95 @@
+#include "app/capture/SourceCatalog.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tarvinel {
+
+namespace {
+
+std::vector<DisplayCandidate> candidatesOf(const std::vector<ShareableDisplay>& displays) {
+  std::vector<DisplayCandidate> candidates;
+  for (const ShareableDisplay& display : displays) {
+    candidates.push_back({display.displayID, display.frame, display.isMain});
+  }
+  return candidates;
+}
+
+WindowCandidate candidateOf(const ShareableWindow& window) {
+  WindowCandidate candidate;
+  candidate.windowID = window.windowID;
+  candidate.title = window.title;
+  candidate.layer = window.layer;
+  candidate.frame = window.frame;
+  if (!window.application) return candidate;
+  candidate.hasApp = true;
+  candidate.appName = window.application->name;
+  candidate.bundleID = window.application->bundleID;
+  candidate.processID = window.application->processID;
+  return candidate;
+}
+
+ContentFilter displayFilter(const DisplayCandidate& display) {
+  ContentFilter filter;
+  filter.kind = ContentFilter::Kind::display;
+  filter.displayID = display.displayID;
+  return filter;
+}
+
+ContentFilter windowFilter(const WindowCandidate& window) {
+  ContentFilter filter;
+  filter.kind = ContentFilter::Kind::window;
+  filter.windowID = window.windowID;
+  return filter;
+}
+
+ContentFilter appFilter(const AppSource& app) {
+  ContentFilter filter;
+  filter.kind = ContentFilter::Kind::application;
+  filter.displayID = app.displayID;
+  filter.processID = app.processID;
+  return filter;
+}
+
+}  // namespace
+
+SourceCatalog::SourceCatalog(const ShareableContent& content,
+                             const std::optional<std::string>& excludingBundleID) {
+  const std::vector<DisplayCandidate> displays = candidatesOf(content.displays);
+  std::vector<WindowCandidate> windows;
+  for (const ShareableWindow& window : content.windows)
+    windows.push_back(candidateOf(window));
+
+  for (const DisplayCandidate& display : displays) {
+    add(CaptureSource::displaySource(display, sources_.size() + 1), displayFilter(display));
+  }
+  for (const WindowCandidate& window : windows) {
+    filters_.insert_or_assign(CaptureSource::windowID(window.windowID), windowFilter(window));
+  }
+  for (CaptureSource& source : CaptureSource::windowSources(windows, excludingBundleID)) {
+    sources_.push_back(std::move(source));
+  }
+  for (const AppSource& app : CaptureSource::appSources(windows, displays, excludingBundleID)) {
+    add(app.source, appFilter(app));
+  }
+  sources_ = CaptureSource::menuOrder(std::move(sources_));
+}
+
+void SourceCatalog::add(CaptureSource source, const ContentFilter& filter) {
+  filters_.insert_or_assign(source.id, filter);
+  sources_.push_back(std::move(source));
+}
+
+std::size_t SourceCatalog::count(CaptureSource::Kind kind) const {
+  return static_cast<std::size_t>(
+      std::count_if(sources_.begin(), sources_.end(),
+                    [&](const CaptureSource& source) { return source.kind == kind; }));
+}
+
+std::optional<ContentFilter> SourceCatalog::filter(const std::string& id) const {
+  const auto found = filters_.find(id);
+  if (found == filters_.end()) return std::nullopt;
+  return found->second;
+}
+
+}  // namespace tarvinel

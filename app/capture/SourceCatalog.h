@@ -1,0 +1,40 @@
+#pragma once
+
+#include "app/capture/CaptureSource.h"
+#include "app/capture/ScreenCaptureService.h"
+#include "app/capture/ShareableContent.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace tarvinel {
+
+/// One listing of what can be shared: the presenter's entries, and how each is captured. Immutable
+/// value.
+class SourceCatalog {
+ public:
+  SourceCatalog() = default;
+
+  /// `excludingBundleID` is the program's own identifier; its windows are not offered.
+  SourceCatalog(const ShareableContent& content,
+                const std::optional<std::string>& excludingBundleID);
+
+  /// The entries in menu order.
+  const std::vector<CaptureSource>& sources() const { return sources_; }
+
+  std::size_t count(CaptureSource::Kind kind) const;
+
+  /// How the source of an identifier is captured; none when it is not in this listing.
+  std::optional<ContentFilter> filter(const std::string& id) const;
+
+ private:
+  void add(CaptureSource source, const ContentFilter& filter);
+
+  std::vector<CaptureSource> sources_;
+  std::unordered_map<std::string, ContentFilter> filters_;
+};
+
+}  // namespace tarvinel

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "app/capture/ScreenCaptureService.h"
+#include "core/support/SerialQueue.h"
+
+#include <memory>
+
+namespace tarvinel {
+
+/// A screen that is not there: one display with the built-in moving picture, for demonstrations,
+/// tests and machines whose screen cannot be captured. Lives on the capture queue, which outlives
+/// it.
+class PatternCaptureService final : public ScreenCaptureService {
+ public:
+  explicit PatternCaptureService(SerialQueue& queue) : queue_(queue) {}
+
+  void shareableContent(Completion<ShareableContent> completion) override;
+
+  /// Throws PatternCaptureError for anything but display 1.
+  std::shared_ptr<CaptureStream> makeStream(const ContentFilter& filter,
+                                            const StreamConfiguration& configuration,
+                                            StreamHandlers handlers) override;
+
+ private:
+  SerialQueue& queue_;
+};
+
+}  // namespace tarvinel

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "app/capture/x11/PixelRect.h"
+#include "core/support/Geometry.h"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace tarvinel {
+
+/// A run of whole rows of a picture.
+struct RowBand {
+  std::int32_t first = 0;
+  std::int32_t count = 0;
+
+  bool operator==(const RowBand&) const = default;
+
+  std::int32_t end() const { return first + count; }
+  bool meets(const RowBand& other) const { return first < other.end() && other.first < end(); }
+};
+
+/// What has changed of a picture that shows one area of the screen. Pure.
+class DirtyRegion {
+ public:
+  /// `area` is the picture's place on the screen, in pixels.
+  explicit DirtyRegion(const PixelRect& area) : area_(area) {}
+
+  /// Takes a rectangle in screen coordinates; what lies outside the area is dropped.
+  void add(const PixelRect& onScreen);
+
+  bool isEmpty() const { return rects_.empty(); }
+
+  /// The changed rectangles in the picture's own pixels, in the order added; they may overlap.
+  std::vector<Rect> rects() const;
+
+  /// The rows that hold them: ascending, disjoint, not touching. Rows of `inseparable` come all or
+  /// not at all.
+  std::vector<RowBand> bands(const std::optional<RowBand>& inseparable) const;
+
+ private:
+  PixelRect area_;
+  std::vector<PixelRect> rects_;  ///< in the picture's pixels, none empty
+};
+
+}  // namespace tarvinel

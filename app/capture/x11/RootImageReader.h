@@ -1,0 +1,40 @@
+#pragma once
+
+#include "app/capture/x11/DirtyRegion.h"
+#include "app/capture/x11/PixelRect.h"
+#include "app/capture/x11/ShmSegment.h"
+#include "app/capture/x11/X11PixelBuffer.h"
+
+#include <memory>
+#include <span>
+
+namespace tarvinel {
+
+class X11Connection;
+
+/// Reads rows of one area of the root window into a buffer of that size: written there by the
+/// server where memory can be shared, else copied from its replies. Must not outlive the
+/// connection.
+class RootImageReader {
+ public:
+  /// Throws X11Error when the memory for the picture cannot be had.
+  RootImageReader(const X11Connection& connection, const PixelRect& area);
+
+  const PixelRect& area() const { return area_; }
+  const std::shared_ptr<X11PixelBuffer>& buffer() const { return buffer_; }
+
+  /// Brings the rows up to date. Throws X11Error; with BadMatch when the area is no longer within
+  /// the root window.
+  void read(std::span<const RowBand> bands);
+
+ private:
+  void readShared(std::span<const RowBand> bands);
+  void readCopied(const RowBand& band);
+
+  const X11Connection& connection_;
+  PixelRect area_;
+  std::shared_ptr<X11PixelBuffer> buffer_;
+  std::unique_ptr<ShmSegment> segment_;  ///< null: not shared
+};
+
+}  // namespace tarvinel

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "app/capture/ScreenCaptureService.h"
+#include "app/capture/x11/X11Connection.h"
+#include "core/support/SerialQueue.h"
+
+#include <memory>
+#include <string>
+
+namespace tarvinel {
+
+/// Screen capture from an X server: whole displays. Lives on the capture queue, which outlives it.
+/// Holds no connection itself: each listing and each stream has its own.
+class X11CaptureService final : public ScreenCaptureService {
+ public:
+  /// `server` is the display's name such as ":0", empty when the environment has none: listing and
+  /// streams then fail with a text that says so.
+  X11CaptureService(SerialQueue& queue, std::string server, const X11Options& options = {});
+
+  void shareableContent(Completion<ShareableContent> completion) override;
+
+  /// Throws X11Error (unsupportedSource) for windows and applications.
+  std::shared_ptr<CaptureStream> makeStream(const ContentFilter& filter,
+                                            const StreamConfiguration& configuration,
+                                            StreamHandlers handlers) override;
+
+ private:
+  ShareableContent listContent() const;
+
+  SerialQueue& queue_;
+  const std::string server_;
+  const X11Options options_;
+};
+
+}  // namespace tarvinel

@@ -1,0 +1,111 @@
+#include "app/capture/x11/X11Connection.h"
+
+#include "app/capture/x11/X11Error.h"
+
+#include <xcb/xcbext.h>
+
+#include <poll.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/socket.h>
+
+namespace tarvinel {
+
+namespace {
+
+void blockBrokenPipeSignal() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGPIPE);
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
+const xcb_screen_t* screenNumbered(xcb_connection_t* connection, int number) {
+  auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
+  for (; screens.rem > 0 && number > 0; --number)
+    xcb_screen_next(&screens);
+  return screens.rem > 0 ? screens.data : nullptr;
+}
+
+}  // namespace
+
+X11Connection::X11Connection(const std::string& display, const X11Options& options)
+    : options_(options) {
+  if (display.empty()) {
+    throw X11Error(X11Error::Case::noDisplayName, "there is no X server: DISPLAY is not set");
+  }
+  blockBrokenPipeSignal();
+  int screenNumber = 0;
+  connection_.reset(xcb_connect(display.c_str(), &screenNumber));
+  if (xcb_connection_has_error(get()) == 0) screen_ = screenNumbered(get(), screenNumber);
+  if (screen_ == nullptr) {
+    throw X11Error(X11Error::Case::cannotConnect, "cannot connect to the X server " + display);
+  }
+}
+
+PixelRect X11Connection::rootArea() const {
+  const auto geometry = reply(xcb_get_geometry_reply, xcb_get_geometry(get(), root()));
+  return {0, 0, geometry->width, geometry->height};
+}
+
+const xcb_query_extension_reply_t* X11Connection::extension(xcb_extension_t& which) const {
+  const auto* data = xcb_get_extension_data(get(), &which);
+  if (data == nullptr) throw X11Error::connectionLost();
+  return data->present != 0 ? data : nullptr;
+}
+
+bool X11Connection::isLocal() const {
+  sockaddr_storage address{};
+  socklen_t length = sizeof address;
+  const int fd = xcb_get_file_descriptor(get());
+  return getpeername(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0 &&
+         address.ss_family == AF_UNIX;
+}
+
+void X11Connection::check(xcb_void_cookie_t cookie) const {
+  // once a later request is answered, xcb_request_check has its result and does not wait
+  reply(xcb_get_input_focus_reply, xcb_get_input_focus(get()));
+  const XcbPtr<xcb_generic_error_t> error(xcb_request_check(get(), cookie));
+  if (error) throw X11Error::refused(error->error_code);
+}
+
+XcbPtr<xcb_generic_event_t> X11Connection::pollEvent() const {
+  XcbPtr<xcb_generic_event_t> event(xcb_poll_for_event(get()));
+  if (!event && xcb_connection_has_error(get()) != 0) throw X11Error::connectionLost();
+  return event;
+}
+
+void X11Connection::flush() const {
+  if (xcb_flush(get()) <= 0) throw X11Error::connectionLost();
+}
+
+void* X11Connection::awaitReply(unsigned int sequence) const {
+  const auto deadline = std::chrono::steady_clock::now() + options_.replyTimeout;
+  flush();
+  void* reply = nullptr;
+  while (!pollReply(sequence, &reply))
+    awaitBytes(deadline);
+  return reply;
+}
+
+/// False while the reply has not come.
+bool X11Connection::pollReply(unsigned int sequence, void** reply) const {
+  xcb_generic_error_t* error = nullptr;
+  if (xcb_poll_for_reply(get(), sequence, reply, &error) == 0) return false;
+  const XcbPtr<xcb_generic_error_t> owned(error);
+  if (owned) throw X11Error::refused(owned->error_code);
+  if (*reply == nullptr) throw X11Error::connectionLost();
+  return true;
+}
+
+void X11Connection::awaitBytes(std::chrono::steady_clock::time_point deadline) const {
+  const auto left =
+      std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+  if (left.count() <= 0) {
+    throw X11Error(X11Error::Case::notAnswering, "the X server does not answer");
+  }
+  pollfd descriptor{xcb_get_file_descriptor(get()), POLLIN, 0};
+  poll(&descriptor, 1, static_cast<int>(left.count()));
+}
+
+}  // namespace tarvinel

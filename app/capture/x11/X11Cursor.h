@@ -1,0 +1,36 @@
+#pragma once
+
+#include "app/capture/x11/CursorImage.h"
+
+#include <xcb/xcb.h>
+
+#include <cstdint>
+#include <optional>
+
+namespace tarvinel {
+
+class X11Connection;
+
+/// Watches the mouse cursor of the server. Must not outlive the connection. The connection has
+/// negotiated XFixes.
+class X11Cursor {
+ public:
+  /// Without XInput 2 no motion is announced, and the cursor is seen at its new place only when
+  /// something else happens. Throws X11Error when the connection is lost.
+  explicit X11Cursor(const X11Connection& connection);
+
+  /// True when the event may mean that the cursor looks or stands different now.
+  bool isNotification(const xcb_generic_event_t& event) const;
+
+  /// The cursor as it is now; none when there is none. Throws X11Error.
+  std::optional<CursorImage> read() const;
+
+ private:
+  void selectMotion();
+
+  const X11Connection& connection_;
+  std::uint8_t shapeEventCode_ = 0;
+  std::optional<std::uint8_t> inputExtension_;  ///< major opcode; none: no motion events
+};
+
+}  // namespace tarvinel

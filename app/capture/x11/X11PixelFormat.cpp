@@ -1,0 +1,48 @@
+#include "app/capture/x11/X11PixelFormat.h"
+
+#include "app/capture/x11/X11Connection.h"
+#include "app/capture/x11/X11Error.h"
+
+namespace tarvinel {
+
+namespace {
+
+bool hasWidePixels(const xcb_setup_t& setup, std::uint8_t depth) {
+  if (depth != 24 && depth != 32) return false;
+  for (auto formats = xcb_setup_pixmap_formats_iterator(&setup); formats.rem > 0;
+       xcb_format_next(&formats)) {
+    if (formats.data->depth == depth) return formats.data->bits_per_pixel == 32;
+  }
+  return false;
+}
+
+bool isTrueColourBGR(const xcb_visualtype_t& visual) {
+  return visual._class == XCB_VISUAL_CLASS_TRUE_COLOR && visual.red_mask == 0xFF0000U &&
+         visual.green_mask == 0xFF00U && visual.blue_mask == 0xFFU;
+}
+
+const xcb_visualtype_t* rootVisual(const xcb_screen_t& screen) {
+  for (auto depths = xcb_screen_allowed_depths_iterator(&screen); depths.rem > 0;
+       xcb_depth_next(&depths)) {
+    for (auto visuals = xcb_depth_visuals_iterator(depths.data); visuals.rem > 0;
+         xcb_visualtype_next(&visuals)) {
+      if (visuals.data->visual_id == screen.root_visual) return visuals.data;
+    }
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+void requireBGRA(const X11Connection& connection) {
+  const auto& setup = *xcb_get_setup(connection.get());
+  const auto* visual = rootVisual(connection.screen());
+  if (setup.image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST ||
+      !hasWidePixels(setup, connection.screen().root_depth) || visual == nullptr ||
+      !isTrueColourBGR(*visual)) {
+    throw X11Error(X11Error::Case::unsupportedPixels,
+                   "the X server does not show true colour with 32 bits a pixel");
+  }
+}
+
+}  // namespace tarvinel

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "core/support/SerialQueue.h"
+
+#include <asio/steady_timer.hpp>
+
+#include <chrono>
+#include <functional>
+
+namespace tarvinel {
+
+/// Calls its owner again and again while it runs. Lives on the owner's queue.
+class RepeatingTimer {
+ public:
+  virtual ~RepeatingTimer() = default;
+  RepeatingTimer() = default;
+  RepeatingTimer(const RepeatingTimer&) = delete;
+  RepeatingTimer& operator=(const RepeatingTimer&) = delete;
+
+  /// Starts it, the first call being one interval away, or stops it; no effect when it already is
+  /// so.
+  virtual void run(bool wanted) = 0;
+};
+
+/// A timer of a queue, which must have been stopped before the timer is destroyed. Wakes nobody up
+/// while it does not run.
+class QueueTimer : public RepeatingTimer {
+ public:
+  QueueTimer(SerialQueue& queue, std::chrono::milliseconds interval, std::function<void()> onTick);
+
+  void run(bool wanted) override;
+
+ private:
+  void awaitTick();
+
+  const SerialQueue& queue_;
+  const std::chrono::milliseconds interval_;
+  const std::function<void()> onTick_;
+  asio::steady_timer timer_;
+  bool running_ = false;
+};
+
+}  // namespace tarvinel
