@@ -105,6 +105,7 @@
     }
   }
 
+  screen.classList.add("down");   // an image without a source is drawn as a broken one
   screen.removeAttribute("src");  // ends the request that the markup has begun
   watch("/stream");
 })();

@@ -1,0 +1,1 @@
+"""What the system tests are made of: real X servers, the real program, real viewers."""

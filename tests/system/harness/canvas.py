@@ -1,0 +1,96 @@
+"""A client that paints known pixels on an X display."""
+import random
+
+from Xlib import X
+from Xlib.display import Display
+
+WORDS = "colour stream viewer bright harbour quick amber signal paper window".split()
+COLOURS = [0xFFFFFF, 0xE05050, 0x50C050, 0x6090FF, 0xE0C040, 0xC060D0]
+GROUND = 0x202830
+NUMBER_BITS = 16
+NUMBER_SQUARE = 32
+
+
+class Canvas:
+    """One window over a rectangle of the display, above everything, with its own connection.
+
+    Every painting call returns when the server has carried it out.
+    """
+
+    def __init__(self, server, x=0, y=0, width=None, height=None):
+        self.width, self.height = width or server.width, height or server.height
+        self._display = Display(server.name)
+        screen = self._display.screen()
+        self._root = screen.root
+        self._window = self._root.create_window(
+            x, y, self.width, self.height, 0, screen.root_depth,
+            override_redirect=1, background_pixel=GROUND, event_mask=X.ExposureMask)
+        self._draft = self._window.create_pixmap(self.width, self.height, screen.root_depth)
+        self._gc = self._window.create_gc(graphics_exposures=0)
+        self._window.map()
+        self._wait_until_shown()
+        self.point_at(server.width - 1, server.height - 1)
+
+    def close(self):
+        self._display.close()
+
+    def point_at(self, x, y):
+        self._root.warp_pointer(x, y)
+        self._display.sync()
+
+    def rectangle(self, colour, x, y, width, height):
+        self._gc.change(foreground=colour)
+        self._window.fill_rectangle(self._gc, x, y, width, height)
+        self._display.sync()
+
+    def fill(self, colour):
+        self.rectangle(colour, 0, 0, self.width, self.height)
+
+    def text(self, seed, number=None):
+        """Shows coloured lines of text, what a blurry frame shows worst, and perhaps a number
+        for read_number. Appears in one step, so that no capture sees it half painted."""
+        self.draft(seed, number)
+        self.show()
+
+    def draft(self, seed, number=None):
+        """Prepares what text() would show."""
+        self._draft_text(random.Random(seed))
+        if number is not None:
+            self._draft_number(number)
+        self._display.sync()
+
+    def show(self, x=0, y=0, width=None, height=None):
+        """Shows a part of the draft, or all of it."""
+        self._window.copy_area(self._gc, self._draft, x, y, width or self.width,
+                               height or self.height, x, y)
+        self._display.sync()
+
+    def _draft_text(self, chance):
+        self._draft_rectangle(GROUND, 0, 0, self.width, self.height)
+        for line in range(20, self.height, 16):
+            x = 8
+            while x < self.width - 60:
+                word = chance.choice(WORDS)
+                self._gc.change(foreground=chance.choice(COLOURS))
+                self._draft.draw_text(self._gc, x, line, word)
+                x += 6 * len(word) + 8
+
+    def _draft_number(self, value):
+        for bit in range(NUMBER_BITS):
+            colour = 0xFFFFFF if value >> bit & 1 else 0
+            self._draft_rectangle(colour, bit * NUMBER_SQUARE, 0, NUMBER_SQUARE, NUMBER_SQUARE)
+
+    def _draft_rectangle(self, colour, x, y, width, height):
+        self._gc.change(foreground=colour)
+        self._draft.fill_rectangle(self._gc, x, y, width, height)
+
+    def _wait_until_shown(self):
+        while self._display.next_event().type != X.Expose:
+            pass
+
+
+def read_number(picture):
+    """The number painted by Canvas.text, from a picture as an array of pixels."""
+    middle = NUMBER_SQUARE // 2
+    return sum(1 << bit for bit in range(NUMBER_BITS)
+               if picture[middle, bit * NUMBER_SQUARE + middle].mean() > 127)

@@ -1,0 +1,118 @@
+"""The real program: started, told what to do, measured, ended."""
+import os
+import re
+import signal
+import subprocess
+import time
+from pathlib import Path
+
+from . import http
+from .process import Process
+from .waiting import eventually
+
+HOST = "127.0.0.1"
+START_LIMIT = 20
+SANITIZER_MARKS = ("ERROR: AddressSanitizer", "ERROR: LeakSanitizer",
+                   "WARNING: ThreadSanitizer", "runtime error:")
+
+
+def executable():
+    """The program under test: $TARVINEL, else the release build of this tree."""
+    tree = Path(__file__).resolve().parents[3]
+    return Path(os.environ.get("TARVINEL") or tree / "build/release/app/tarvinel").resolve()
+
+
+def private_env(folder, display=None):
+    """An environment in which the program finds no configuration and keeps nothing."""
+    env = {key: value for key, value in os.environ.items()
+           if key not in ("DISPLAY", "WAYLAND_DISPLAY", "XAUTHORITY", "XDG_SESSION_TYPE")}
+    env["HOME"] = str(folder)
+    env["XDG_CONFIG_HOME"] = str(Path(folder) / "config")
+    if display:
+        env["DISPLAY"] = display
+    return env
+
+
+class Program(Process):
+    """One run in a terminal. `prefix` is a command that runs it, such as "ip netns exec ...";
+    `connect` makes a connection to it, from wherever it can be reached."""
+
+    def __init__(self, folder, *arguments, display=None, prefix=(), stdin=subprocess.PIPE,
+                 connect=http.connect, name="tarvinel"):
+        super().__init__([*prefix, executable(), *arguments], folder, name,
+                         env=private_env(folder, display), stdin=stdin)
+        self._connect = connect
+
+    def wait_until_listening(self):
+        eventually(lambda: self.listening_port() or not self.running(), START_LIMIT,
+                   "the server listens")
+        assert self.running(), f"ended: {self.stdout}\n{self.stderr}"
+        return self
+
+    def listening_port(self):
+        found = re.search(r"listening on port (\d+)", self.stderr)
+        return int(found[1]) if found else None
+
+    @property
+    def address(self):
+        return HOST, self.listening_port()
+
+    @property
+    def url(self):
+        return f"http://{HOST}:{self.listening_port()}/"
+
+    def status(self):
+        return http.get_status(self.address, self._connect)
+
+    def viewers(self):
+        return self.status()["viewers"]
+
+    def command(self, line):
+        """One line on its console."""
+        self.stdin.write(line.encode() + b"\n")
+        self.stdin.flush()
+
+    def wait_for_line(self, pattern, within=15, source="stdout"):
+        """Waits for a line of its output that the pattern is found in."""
+        return eventually(lambda: re.search(pattern, getattr(self, source)), within,
+                          f"{pattern!r} on {source}")
+
+    def share(self, identifier):
+        self.command(f"share {identifier}")
+        self.wait_until_sharing()
+
+    def wait_until_sharing(self, sharing=True):
+        eventually(lambda: self.status()["sharing"] == sharing, 15, f"sharing is {sharing}")
+
+    def descriptors(self):
+        return len(os.listdir(f"/proc/{self.pid}/fd"))
+
+    def resident_bytes(self):
+        status = Path(f"/proc/{self.pid}/status").read_text()
+        return int(re.search(r"VmRSS:\s+(\d+) kB", status)[1]) * 1024
+
+    def cpu_seconds(self):
+        """Processor time of all its threads, those that ended included, to the nanosecond."""
+        return time.clock_gettime((~self.pid << 3) | 2)
+
+    def terminate(self):
+        """Asks it to end; it may have ended just now."""
+        if self.running():
+            self.signal(signal.SIGTERM)
+
+    def sanitizer_report(self):
+        return next((mark for mark in SANITIZER_MARKS if mark in self.stderr), None)
+
+
+def list_sources(folder, display, *arguments):
+    """ID and title of everything that can be shared, from --list-sources."""
+    done = subprocess.run([executable(), "--list-sources", *arguments], capture_output=True,
+                          text=True, env=private_env(folder, display), timeout=30)
+    assert done.returncode == 0, done.stderr
+    return dict(line.split("\t", 1) for line in done.stdout.splitlines())
+
+
+def display_ids(folder, server):
+    """The IDs of an X server's displays, in the order of the list."""
+    sources = list_sources(folder, server.name, "--capture", "x11")
+    return [identifier for identifier in sources if identifier.startswith("display-")]

@@ -1,0 +1,69 @@
+"""A private X server without a screen of its own (Xvfb)."""
+import os
+import select
+import subprocess
+
+from .process import Process
+
+START_LIMIT = 20
+
+
+class XServer:
+    """One Xvfb. `name` is its display (":5"); restart() brings it back under the same name."""
+
+    def __init__(self, folder, width=800, height=600, label="xvfb"):
+        self.width, self.height = width, height
+        self._folder, self._label = folder, label
+        self._process = None
+        self.number = self._start([])
+
+    @property
+    def name(self):
+        return f":{self.number}"
+
+    @property
+    def env(self):
+        return {**os.environ, "DISPLAY": self.name}
+
+    def kill(self):
+        self._process.kill()
+
+    def restart(self):
+        self.number = self._start([self.name])
+
+    def stop(self):
+        self._process.stop()
+
+    def run(self, *argv):
+        """Runs a short-lived client such as xrandr to its end and returns its output."""
+        done = subprocess.run(argv, env=self.env, capture_output=True, text=True, timeout=20)
+        assert done.returncode == 0, f"{argv}: {done.stderr}"
+        return done.stdout
+
+    def client(self, *argv):
+        """Starts a client that stays; the caller stops it."""
+        return Process(argv, self._folder, f"{self._label}-{argv[0]}", env=self.env)
+
+    def _start(self, display):
+        read_end, write_end = os.pipe()
+        self._process = Process(
+            ["Xvfb", *display, "-displayfd", write_end, "-noreset", "-nolisten", "tcp",
+             "-screen", "0", f"{self.width}x{self.height}x24"],
+            self._folder, self._label, pass_fds=[write_end])
+        os.close(write_end)
+        try:
+            return self._read_number(read_end)
+        except BaseException:
+            self._process.stop()
+            raise
+        finally:
+            os.close(read_end)
+
+    def _read_number(self, descriptor):
+        text = b""
+        while not text.endswith(b"\n"):
+            ready, _, _ = select.select([descriptor], [], [], START_LIMIT)
+            piece = os.read(descriptor, 16) if ready else b""
+            assert piece, f"Xvfb did not start: {self._process.stderr}"
+            text += piece
+        return int(text)

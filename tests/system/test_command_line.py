@@ -1,0 +1,148 @@
+"""The command line, the console and the ways to end."""
+import signal
+import socket
+import subprocess
+
+import pytest
+
+from harness.program import executable, list_sources, private_env
+from harness.waiting import eventually
+
+
+def run(folder, *arguments):
+    return subprocess.run([executable(), *arguments], capture_output=True, text=True, timeout=20,
+                          stdin=subprocess.DEVNULL, env=private_env(folder))
+
+
+def test_version(tmp_path):
+    done = run(tmp_path, "--version")
+    assert done.returncode == 0
+    assert any(character.isdigit() for character in done.stdout)
+
+
+def test_help_names_every_option(tmp_path):
+    done = run(tmp_path, "--help")
+    assert done.returncode == 0
+    for option in ("--headless", "--capture", "--share", "--port", "--list-sources",
+                   "--version", "--help"):
+        assert option in done.stdout
+    for absent in ("--uploads", "--upload-folder", "--config", "--profile"):
+        assert absent not in done.stdout
+
+
+@pytest.mark.parametrize("arguments", [
+    ["--nonsense"], ["nonsense"], ["--headless", "--port"], ["--headless", "--port", "many"],
+    ["--headless", "--port", "65536"], ["--headless", "--port", "-1"],
+    ["--headless", "--capture", "video"]])
+def test_wrong_command_line(tmp_path, arguments):
+    done = run(tmp_path, *arguments)
+    assert done.returncode == 2
+    assert done.stderr
+
+
+def test_list_sources_of_the_pattern(tmp_path):
+    assert list(list_sources(tmp_path, None, "--capture", "pattern")) == ["display-1"]
+
+
+def test_list_sources_of_a_display(x, tmp_path):
+    sources = list_sources(tmp_path, x.name, "--capture", "x11")
+    assert [identifier for identifier in sources if identifier.startswith("display-")]
+    assert all(sources.values())
+
+
+def test_address_on_standard_output(start):
+    program = start("--capture", "pattern")
+    program.wait_for_line(rf"http://\S+:{program.listening_port()}\b")
+
+
+@pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT])
+def test_signals_end_it_in_order(start, number):
+    program = start("--capture", "pattern", "--share", "display-1")
+    program.signal(number)
+    assert program.wait(10) == 0
+
+
+def test_signal_right_after_the_start(start):
+    """Too early to be handled or not: it ends, and without a crash."""
+    program = start("--capture", "pattern", listening=False)
+    program.signal(signal.SIGTERM)
+    assert program.wait(10) in (0, -signal.SIGTERM)
+
+
+def test_quit_ends_it_in_order(start):
+    program = start("--capture", "pattern")
+    program.command("quit")
+    assert program.wait(10) == 0
+
+
+def test_end_of_input_is_not_the_end(start):
+    program = start("--capture", "pattern", "--share", "display-1")
+    program.stdin.close()
+    before = program.cpu_seconds()
+    eventually(lambda: program.status()["sharing"], 10, "it still serves")
+    program.wait_until_sharing()
+    assert program.cpu_seconds() - before < 5
+
+
+@pytest.mark.parametrize("last", [b"status", b"status\n", b"\n\n", b"\xff\xfe\x00"])
+def test_input_that_ends_anyhow(start, last):
+    program = start("--capture", "pattern")
+    program.stdin.write(last)
+    program.stdin.close()
+    assert program.status()["sharing"] is False
+
+
+def test_without_input(start):
+    program = start("--capture", "pattern", "--share", "display-1", stdin=subprocess.DEVNULL)
+    program.wait_until_sharing()
+
+
+def test_console_shares_and_stops(start):
+    program = start("--capture", "pattern")
+    program.command("sources")
+    program.wait_for_line(r"display-1\t\S")
+    program.share("display-1")
+    program.command("stop")
+    program.wait_until_sharing(False)
+
+
+def test_console_helps_and_survives_rubbish(start):
+    program = start("--capture", "pattern")
+    for line in ("", "nonsense", "share", "share nowhere-7", "stop", "\t", "x" * 100000):
+        program.command(line)
+    program.command("help")
+    for word in ("sources", "share ID", "stop", "status", "quit"):
+        program.wait_for_line(word)
+    assert program.status()["sharing"] is False
+
+
+def test_port_taken(start):
+    with socket.socket() as holder:
+        holder.bind(("0.0.0.0", 0))
+        holder.listen()
+        port = holder.getsockname()[1]
+        program = start("--capture", "pattern", port=port, listening=False)
+        assert program.wait(10) == 1
+    assert f"Can't listen on port {port}: " in program.stdout + program.stderr
+
+
+def test_port_refused(network, start):
+    """In a namespace of its own, where the ports below 1024 are privileged for certain."""
+    program = start("--capture", "pattern", port=80, listening=False,
+                    prefix=[*network.exec_in_server(),
+                            "setpriv", "--bounding-set", "-net_bind_service"])
+    assert program.wait(10) == 1
+    assert "Can't listen on port 80: " in program.stdout + program.stderr
+
+
+def test_port_is_free_again_at_once(start):
+    """Also with a viewer's connection still winding down."""
+    first = start("--capture", "pattern", "--share", "display-1")
+    first.wait_until_sharing()
+    port = first.listening_port()
+    with socket.create_connection(("127.0.0.1", port)) as viewer:
+        viewer.sendall(b"GET /stream HTTP/1.1\r\n\r\n")
+        viewer.recv(100)
+        first.kill()
+        second = start("--capture", "pattern", port=port)
+        assert second.listening_port() == port

@@ -1,0 +1,108 @@
+"""A viewer that left is noticed, whatever way it took, also while nothing is being sent."""
+import socket
+
+import pytest
+
+from harness import pixels
+from harness.canvas import Canvas
+from harness.motion import Motion
+from harness.program import display_ids
+from harness.viewer import Viewer
+from harness.waiting import eventually
+from harness.xserver import XServer
+
+# Two seconds are promised on a machine that is not busy; this one may be building something else.
+NOTICED_WITHIN = 2 + 1.5
+VANISHED_WITHIN = 45
+
+
+def wait_for_viewers(program, count, within=NOTICED_WITHIN):
+    eventually(lambda: program.viewers() == count, within, f"viewers: {count}")
+
+
+@pytest.fixture
+def not_sharing(x_program):
+    return x_program
+
+
+@pytest.mark.parametrize("leave", [Viewer.close, Viewer.reset])
+def test_leaving_a_still_screen(sharing, leave):
+    with Viewer(sharing.address) as staying:
+        staying.last_frame()
+        leaving = Viewer(sharing.address)
+        leaving.next_frame()
+        wait_for_viewers(sharing, 2)
+        descriptors = sharing.descriptors()
+        leave(leaving)
+        wait_for_viewers(sharing, 1)
+        eventually(lambda: sharing.descriptors() < descriptors, 5, "its descriptor is closed")
+        assert not staying.readable(0.5)
+
+
+@pytest.mark.parametrize("leave", [Viewer.close, Viewer.reset])
+def test_leaving_before_anything_was_shared(not_sharing, leave):
+    staying, leaving = Viewer(not_sharing.address), Viewer(not_sharing.address)
+    with staying:
+        wait_for_viewers(not_sharing, 2)
+        leave(leaving)
+        wait_for_viewers(not_sharing, 1)
+
+
+def test_leaving_with_frames_unread(sharing):
+    leaving = Viewer(sharing.address)
+    assert leaving.readable(10)
+    wait_for_viewers(sharing, 1)
+    leaving.close()
+    wait_for_viewers(sharing, 0)
+
+
+def test_one_that_only_ended_its_side_stays(sharing, canvas, x):
+    with Viewer(sharing.address) as viewer:
+        settled = viewer.last_frame()
+        viewer.socket.shutdown(socket.SHUT_WR)
+        assert viewer.next_frame() == settled
+        assert not viewer.readable(NOTICED_WITHIN)
+        assert sharing.viewers() == 1
+        canvas.text(2)
+        assert pixels.same(pixels.decode(viewer.last_frame()), pixels.grab(x))
+
+
+def test_one_that_only_ended_its_side_stays_before_anything_was_shared(
+        not_sharing, x, canvas, tmp_path):
+    with Viewer(not_sharing.address) as viewer:
+        viewer.socket.shutdown(socket.SHUT_WR)
+        canvas.text(1)
+        not_sharing.share(display_ids(tmp_path, x)[0])
+        assert pixels.same(pixels.decode(viewer.last_frame()), pixels.grab(x))
+
+
+@pytest.mark.slow
+def test_vanished_viewers_are_found(network, start, x, canvas, tmp_path):
+    """One cable is pulled for two: a viewer of a still screen, and one with bytes under way."""
+    canvas.text(1)
+    moving_x = XServer(tmp_path, label="moving")
+    try:
+        still = start_behind(network, start, x, tmp_path)
+        moving = start_behind(network, start, moving_x, tmp_path)
+        with Motion(Canvas(moving_x)), watch_from_afar(network, still), \
+                watch_from_afar(network, moving):
+            network.cut()
+            assert (still.viewers(), moving.viewers()) == (1, 1)
+            wait_for_viewers(still, 0, VANISHED_WITHIN)
+            wait_for_viewers(moving, 0, VANISHED_WITHIN)
+    finally:
+        moving_x.stop()
+
+
+def start_behind(network, start, server, folder):
+    program = start("--capture", "x11", "--share", display_ids(folder, server)[0],
+                    display=server.name, prefix=network.exec_in_server(),
+                    connect=network.connect_at_server)
+    program.wait_until_sharing()
+    return program
+
+
+def watch_from_afar(network, program):
+    viewer = Viewer(connection=network.connect_from_client(program.listening_port()))
+    viewer.next_frame()
+    return viewer
