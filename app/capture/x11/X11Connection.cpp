@@ -6,8 +6,9 @@
 
 #include <poll.h>
 #include <pthread.h>
-#include <signal.h>
 #include <sys/socket.h>
+
+#include <csignal>
 
 namespace tarvinel {
 

@@ -20,8 +20,9 @@ struct X11Options {
 
 struct XcbFree {
   void operator()(void* memory) const {
+    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc): xcb takes its memory from malloc
     std::free(memory);
-  }  // NOLINT(*-no-malloc): xcb's allocator
+  }
 };
 
 /// A reply, event or error that xcb allocated.
