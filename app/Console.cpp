@@ -82,13 +82,13 @@ void Console::obey(std::string_view line) {
   } else if (isFutureCommand(name)) {
     print(name + " is not there yet");
   } else {
-    print(fmt::format("Unknown command \"{}\"; \"help\" lists the commands", name));
+    print(fmt::format(R"(Unknown command "{}"; "help" lists the commands)", name));
   }
 }
 
 void Console::share(const std::string& sourceID) {
   if (sourceID.empty()) {
-    print("share needs an ID; \"sources\" lists them");
+    print(R"(share needs an ID; "sources" lists them)");
     return;
   }
   model_.refreshSources([weak = weak_from_this(), sourceID] {
@@ -98,7 +98,7 @@ void Console::share(const std::string& sourceID) {
     if (self->model_.selectedID()) {
       self->model_.startSharing();
     } else {
-      self->print(fmt::format("No source \"{}\"; \"sources\" lists them", sourceID));
+      self->print(fmt::format(R"(No source "{}"; "sources" lists them)", sourceID));
     }
   });
 }

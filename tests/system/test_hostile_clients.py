@@ -1,5 +1,6 @@
 """Clients that send rubbish, nothing, or leave halfway cost nothing for long."""
 import contextlib
+import resource
 import socket
 import struct
 import time
@@ -141,3 +142,21 @@ def test_viewers_that_never_read_are_no_burden(program, canvas):
                 canvas.text(seed + 10)
                 viewer.next_frame()
     eventually(lambda: program.viewers() == 0, 5, "all of them left")
+
+
+def test_out_of_descriptors_the_others_are_served_and_who_waits_gets_its_turn(program):
+    before = resource.prlimit(program.pid, resource.RLIMIT_NOFILE)
+    with Viewer(program.address) as viewer, contextlib.ExitStack() as stack:
+        viewer.next_frame()
+        # room for two more
+        resource.prlimit(program.pid, resource.RLIMIT_NOFILE, (program.descriptors() + 2, before[1]))
+        held = [stack.enter_context(http.connect(program.address)) for _ in range(2)]
+        waiting = stack.enter_context(http.connect(program.address))  # the kernel has taken it
+        waiting.sendall(http.request("GET", "/"))
+        spent = program.cpu_seconds()
+        time.sleep(1)
+        assert program.cpu_seconds() - spent < 0.2, "it spins over a connection it cannot take"
+        for connection in held:
+            connection.close()
+        assert waiting.recv(12) == b"HTTP/1.1 200"
+        resource.prlimit(program.pid, resource.RLIMIT_NOFILE, before)
