@@ -8,7 +8,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 namespace tarvinel {
@@ -54,8 +53,8 @@ AppModel::AppModel(TarvinelConfig config, Platform platform)
 AppModel::~AppModel() = default;
 
 void AppModel::begin() {
-  captureEngine_.setOnStop(onMain<std::exception_ptr>(
-      [](AppModel& self, const std::exception_ptr& error) { self.captureDidStop(error); }));
+  captureEngine_.setOnStop(onMain<Result<void>>(
+      [](AppModel& self, const Result<void>& end) { self.captureDidStop(end.error()); }));
   startServer();
   refreshSources();
   ticker_ = platform_.mainQueue.repeat(tickInterval, [weak = weak_from_this()] {
@@ -141,12 +140,14 @@ void AppModel::sharingStarted(std::uint64_t share, const CaptureSource& source,
   }
 }
 
-void AppModel::stopSharing() {
+void AppModel::stopSharing(std::function<void()> done) {
   endShare();
-  // Who joins now is not shown what is no longer shared.
-  captureEngine_.stop(onMain<Result<void>>([](AppModel& self, const Result<void>&) {
-    if (!self.isSharing_) self.broadcaster_.clearLatest();
-  }));
+  captureEngine_.stop(
+      onMain<Result<void>>([done = std::move(done)](AppModel& self, const Result<void>&) {
+        // who joins now is not shown what is no longer shared
+        if (!self.isSharing_) self.broadcaster_.clearLatest();
+        done();
+      }));
 }
 
 void AppModel::captureDidStop(const std::exception_ptr& error) {
@@ -162,18 +163,11 @@ void AppModel::endShare() {
 
 void AppModel::tick() {
   ++tickCount_;
-  measureTraffic();
+  update(measuredMbps_, trafficMeter_.measure(broadcaster_.bytesSent()));
   update(viewerCount_, static_cast<std::int64_t>(broadcaster_.viewerCount()));
   if (isSharing_) retuneMotionRate();
   if (!isSharing_ && tickCount_ % ticksBetweenSourceLists == 0) refreshSources();
   if (serverURL_ && tickCount_ % ticksBetweenAddresses == 0) refreshAddress();
-}
-
-void AppModel::measureTraffic() {
-  const std::int64_t bytesSent = broadcaster_.bytesSent();
-  const auto offered = static_cast<double>(bytesSent - lastBytesSent_);
-  lastBytesSent_ = bytesSent;
-  update(measuredMbps_, std::round(offered * 8 / 1'000'000 * 10) / 10);
 }
 
 void AppModel::retuneMotionRate() {

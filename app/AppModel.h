@@ -6,6 +6,7 @@
 #include "app/capture/CaptureSource.h"
 #include "core/config/TarvinelConfig.h"
 #include "core/frames/FrameBroadcaster.h"
+#include "core/frames/TrafficMeter.h"
 #include "core/http/StreamServer.h"
 #include "core/support/Log.h"
 #include "core/support/Result.h"
@@ -73,7 +74,9 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
 
   /// Shares the selected source; does nothing without one.
   void startSharing();
-  void stopSharing();
+
+  /// Ends the share, then calls `done` once no frame of it is on its way or retained.
+  void stopSharing(std::function<void()> done = [] {});
 
  private:
   AppModel(TarvinelConfig config, Platform platform);
@@ -88,7 +91,6 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   void endShare();
 
   void tick();
-  void measureTraffic();
   void retuneMotionRate();
   void setMotionRate(std::int64_t rate);
   void refreshAddress();
@@ -135,7 +137,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   bool isWired_ = false;
   std::int64_t motionFPS_ = 0;
   double measuredMbps_ = 0;
-  std::int64_t lastBytesSent_ = 0;
+  TrafficMeter trafficMeter_;
   std::uint16_t boundPort_ = 80;
   std::int64_t tickCount_ = 0;
 

@@ -69,7 +69,7 @@ void Console::obey(std::string_view line) {
   if (name.empty()) return;
   if (name == "sources") {
     printSources();
-  } else if (name == "share" && !argument.empty()) {
+  } else if (name == "share") {
     share(argument);
   } else if (name == "stop") {
     model_.stopSharing();
@@ -87,6 +87,10 @@ void Console::obey(std::string_view line) {
 }
 
 void Console::share(const std::string& sourceID) {
+  if (sourceID.empty()) {
+    print("share needs an ID; \"sources\" lists them");
+    return;
+  }
   model_.refreshSources([weak = weak_from_this(), sourceID] {
     const auto self = weak.lock();
     if (!self) return;

@@ -16,7 +16,7 @@ namespace {
 class LoopTimer : public std::enable_shared_from_this<LoopTimer> {
  public:
   LoopTimer(asio::io_context& context, std::chrono::milliseconds interval,
-                 std::function<void()> task)
+            std::function<void()> task)
       : timer_(context), interval_(interval), task_(std::move(task)) {}
 
   void schedule() {

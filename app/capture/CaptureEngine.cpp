@@ -47,7 +47,7 @@ FrameSettings settingsOf(const TarvinelConfig& config, const StreamConfiguration
 }  // namespace
 
 CaptureEngine::CaptureEngine(FrameBroadcaster& broadcaster, Logger logger,
-                             ServiceFactory makeService, CaptureTools tools)
+                             ServiceFactory makeService, const CaptureTools& tools)
     : logger_(std::move(logger)),
       makeService_(std::move(makeService)),
       pump_(broadcaster),

@@ -36,7 +36,7 @@ class CaptureEngine {
 
   /// The broadcaster must outlive the engine.
   CaptureEngine(FrameBroadcaster& broadcaster, Logger logger, ServiceFactory makeService,
-                CaptureTools tools = CaptureTools::system());
+                const CaptureTools& tools = CaptureTools::system());
   ~CaptureEngine();
   CaptureEngine(const CaptureEngine&) = delete;
   CaptureEngine& operator=(const CaptureEngine&) = delete;

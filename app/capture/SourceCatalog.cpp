@@ -9,6 +9,7 @@ namespace {
 
 std::vector<DisplayCandidate> candidatesOf(const std::vector<ShareableDisplay>& displays) {
   std::vector<DisplayCandidate> candidates;
+  candidates.reserve(displays.size());
   for (const ShareableDisplay& display : displays) {
     candidates.push_back({display.displayID, display.frame, display.isMain});
   }

@@ -22,7 +22,7 @@ double ratio(std::int64_t length, std::int64_t of) {
 // The configured size was truncated: a picture that is too large by less than a pixel is not worth
 // blurring.
 bool keeps(std::int64_t length, double scale) {
-  return static_cast<double>(length) * (1 - scale) < 1;
+  return static_cast<double>(length) * (1 - scale) < 0.999;  // the rest is rounding
 }
 
 }  // namespace

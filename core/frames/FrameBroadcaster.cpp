@@ -1,8 +1,8 @@
 #include "core/frames/FrameBroadcaster.h"
 
-#include <utility>
-
 #include "core/support/FatalError.h"
+
+#include <utility>
 
 namespace tarvinel {
 
@@ -37,7 +37,8 @@ void FrameBroadcaster::publish(const Frame& frame) {
   const std::scoped_lock lock(mutex_);
   latest_ = frame;
   bytesSent_ = checkedTotal(bytesSent_, frame->size(), sinks_.size());
-  for (const auto& [identifier, sink] : sinks_) sink(frame);
+  for (const auto& [identifier, sink] : sinks_)
+    sink(frame);
 }
 
 void FrameBroadcaster::clearLatest() {

@@ -8,10 +8,13 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <utility>
 
 namespace tarvinel {
 
 struct Collation::Collator {
+  explicit Collator(std::unique_ptr<const icu::Collator> its) : rules(std::move(its)) {}
+
   std::unique_ptr<const icu::Collator> rules;
 };
 

@@ -1,0 +1,378 @@
+#include "app/AppModel.h"
+#include "core/frames/MemoryPixelBuffer.h"
+#include "core/frames/StreamPolicy.h"
+#include "tests/app/capture/FakeCaptureService.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Eventually.h"
+#include "tests/support/ManualMainQueue.h"
+#include "tests/support/TestClient.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace tarvinel {
+namespace {
+
+using test::CapturedLog;
+using test::eventually;
+using test::ManualMainQueue;
+using test::TestClient;
+using testing::Contains;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+/// A picture that JPEG cannot make small.
+std::shared_ptr<MemoryPixelBuffer> noise() {
+  auto picture = std::make_shared<MemoryPixelBuffer>(640, 480);
+  std::mt19937 random(1);
+  std::generate_n(picture->pixels(), 640 * 480 * 4,
+                  [&] { return static_cast<std::uint8_t>(random()); });
+  return picture;
+}
+
+/// A model over a fake screen with one display, a real server on a free port and a main queue that
+/// the test turns.
+class AppModelTest : public testing::Test {
+ protected:
+  AppModelTest() {
+    config.port = 0;
+    screen.content.displays = {{7, {0, 0, 1280, 720}, true}};
+  }
+
+  void launch() {
+    model = AppModel::create(config, {mainQueue, log.log(), [this](SerialQueue& queue) {
+                                        screen.queue = &queue;
+                                        return std::make_unique<FakeCaptureService>(screen);
+                                      }});
+    model->setOnChange([this] { ++changes; });
+  }
+
+  /// Launches, and waits for the server and the list of sources.
+  void launchAndWait() {
+    launch();
+    ASSERT_TRUE(
+        mainQueue.runUntil([&] { return model->serverURL() && !model->sources().empty(); }));
+  }
+
+  void startSharing() {
+    model->select("display-7");
+    model->startSharing();
+    ASSERT_TRUE(mainQueue.runUntil([&] { return model->isSharing(); }));
+  }
+
+  /// Runs a step of the platform where the platform runs.
+  void onScreen(const std::function<void()>& step) { screen.queue->sync(step); }
+
+  /// Runs until the main queue has seen a listing to its end.
+  void refresh() {
+    bool done = false;
+    model->refreshSources([&done] { done = true; });
+    ASSERT_TRUE(mainQueue.runUntil([&done] { return done; }));
+  }
+
+  std::string status() const {
+    TestClient client(model->boundPort());
+    client.send("GET /status HTTP/1.1\r\n\r\n");
+    const std::string answer = client.readToEnd();
+    return answer.substr(answer.find("\r\n\r\n") + 4);
+  }
+
+  TestClient viewer() const {
+    TestClient client(model->boundPort());
+    client.send("GET /stream HTTP/1.1\r\n\r\n");
+    client.readUntil("\r\n\r\n");
+    return client;
+  }
+
+  bool awaitViewers(std::int64_t count) {
+    return eventually([&] {
+      mainQueue.tick();
+      return model->viewerCount() == count;
+    });
+  }
+
+  void deliver(std::shared_ptr<MemoryPixelBuffer> picture) {
+    onScreen([&] {
+      screen.streams.back()->handlers.onFrame({std::move(picture), {}, {}, {}, {}});
+    });
+  }
+
+  long listings() const {
+    const auto lines = log.lines();
+    return std::ranges::count_if(
+        lines, [](const std::string& line) { return line.starts_with("capture|info|sources:"); });
+  }
+
+  CapturedLog log;
+  ManualMainQueue mainQueue;
+  FakeScreen screen;
+  TarvinelConfig config;
+  std::shared_ptr<AppModel> model;
+  int changes = 0;
+};
+
+// Launch
+
+TEST_F(AppModelTest, BeginsWithTheServerAndTheSources) {
+  launch();
+  EXPECT_EQ(model->boundPort(), 80);
+  EXPECT_EQ(model->serverURL(), std::nullopt);
+  EXPECT_EQ(model->statusLine(), "Not sharing");
+  EXPECT_EQ(model->streamLine(), std::nullopt);
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->serverURL() && !model->sources().empty(); }));
+  EXPECT_THAT(*model->serverURL(), HasSubstr(":" + std::to_string(model->boundPort()) + "/"));
+  EXPECT_EQ(model->sources().front().id, "display-7");
+  EXPECT_FALSE(model->isSharing());
+  EXPECT_EQ(model->motionFPS(), 8);
+}
+
+TEST_F(AppModelTest, APortInUseBecomesTheServerErrorAndALogLine) {
+  launchAndWait();
+  CapturedLog secondLog;
+  TarvinelConfig samePort = config;
+  samePort.port = model->boundPort();
+  ManualMainQueue secondQueue;
+  const auto second = AppModel::create(
+      samePort, {secondQueue, secondLog.log(),
+                 [this](SerialQueue&) { return std::make_unique<FakeCaptureService>(screen); }});
+  ASSERT_TRUE(secondQueue.runUntil([&] { return second->serverError().has_value(); }));
+  const std::string port = std::to_string(samePort.port);
+  EXPECT_EQ(second->serverError(), "Can't listen on port " + port + ": Address already in use");
+  EXPECT_EQ(second->serverURL(), std::nullopt);
+  EXPECT_THAT(secondLog.lines(), Contains("app|error|server start failed on port " + port +
+                                          ": Address already in use"));
+}
+
+// Sources
+
+TEST_F(AppModelTest, AFailedListingShowsThePermissionHintUntilOneSucceeds) {
+  screen.listFailure = failure("no server");
+  launch();
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->permissionHint().has_value(); }));
+  EXPECT_EQ(model->permissionHint(),
+            "Screen Recording permission is required. Allow Tarvinel in System Settings › Privacy "
+            "& Security › Screen & System Audio Recording, then relaunch Tarvinel.");
+  onScreen([&] { screen.listFailure = nullptr; });
+  refresh();
+  EXPECT_EQ(model->permissionHint(), std::nullopt);
+}
+
+TEST_F(AppModelTest, OnlyAListedSourceCanBeSelected) {
+  launchAndWait();
+  model->select("display-8");
+  EXPECT_EQ(model->selectedID(), std::nullopt);
+  model->select("display-7");
+  EXPECT_EQ(model->selectedID(), "display-7");
+}
+
+TEST_F(AppModelTest, ASelectedSourceThatIsNoLongerListedIsDeselected) {
+  launchAndWait();
+  model->select("display-7");
+  onScreen([&] { screen.content.displays.front().displayID = 8; });
+  refresh();
+  EXPECT_EQ(model->selectedID(), std::nullopt);
+  EXPECT_EQ(model->sources().front().id, "display-8");
+}
+
+TEST_F(AppModelTest, ASharedSourceThatIsNoLongerListedEndsTheShare) {
+  launchAndWait();
+  startSharing();
+  onScreen([&] { screen.content.displays.front().displayID = 8; });
+  refresh();
+  EXPECT_FALSE(model->isSharing());
+  EXPECT_EQ(model->selectedID(), std::nullopt);
+}
+
+TEST_F(AppModelTest, WhenIdleTheListIsReadAgainEveryTenTicksWhileSharingNever) {
+  launchAndWait();
+  EXPECT_EQ(listings(), 1);
+  for (int i = 0; i < 20; ++i)
+    mainQueue.tick();
+  refresh();  // everything asked for before it is done when it is
+  EXPECT_EQ(listings(), 4);
+  startSharing();
+  for (int i = 0; i < 20; ++i)
+    mainQueue.tick();
+  refresh();
+  EXPECT_EQ(listings(), 5);
+}
+
+// Sharing
+
+TEST_F(AppModelTest, WithoutASelectionStartDoesNothing) {
+  launchAndWait();
+  model->startSharing();
+  refresh();
+  EXPECT_FALSE(model->isSharing());
+  EXPECT_TRUE(screen.streams.empty());
+}
+
+TEST_F(AppModelTest, SharingShowsInTheLinesAndInTheStatusDocument) {
+  launchAndWait();
+  EXPECT_THAT(status(), StartsWith(R"({"sharing":false,"viewers":0,"fps":8,)"));
+  startSharing();
+  EXPECT_EQ(model->statusLine(), "Sharing Display 1 (main) 1280×720 · 0 viewers");
+  EXPECT_EQ(model->streamLine(), "Wi-Fi · 8 fps · 0 viewers · 0 Mbps");
+  EXPECT_THAT(
+      status(),
+      StartsWith(R"({"sharing":true,"viewers":0,"source":"Display 1 (main) 1280×720","fps":8,)"));
+  model->stopSharing();
+  EXPECT_EQ(model->statusLine(), "Not sharing");
+  EXPECT_EQ(model->streamLine(), std::nullopt);
+  EXPECT_THAT(status(), StartsWith(R"({"sharing":false,"viewers":0,"fps":8,)"));
+}
+
+TEST_F(AppModelTest, AStartThatFailsBecomesTheCaptureErrorUntilTheNextStart) {
+  launchAndWait();
+  onScreen([&] { screen.startFailure = failure("the screen is locked"); });
+  model->select("display-7");
+  model->startSharing();
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->captureError().has_value(); }));
+  EXPECT_EQ(model->captureError(), "the screen is locked");
+  EXPECT_FALSE(model->isSharing());
+  onScreen([&] { screen.startFailure = nullptr; });
+  startSharing();
+  EXPECT_EQ(model->captureError(), std::nullopt);
+}
+
+TEST_F(AppModelTest, ACaptureThatEndsByItselfSaysWhyAndEndsTheShare) {
+  launchAndWait();
+  startSharing();
+  onScreen(
+      [&] { screen.streams.back()->handlers.onStop(failure("the display was disconnected")); });
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->captureError().has_value(); }));
+  EXPECT_EQ(model->captureError(), "Sharing stopped: the display was disconnected");
+  EXPECT_FALSE(model->isSharing());
+  EXPECT_EQ(model->statusLine(), "Not sharing");
+  startSharing();
+  EXPECT_EQ(model->captureError(), std::nullopt);
+}
+
+TEST_F(AppModelTest, AStopOvertakesAStartThatIsStillUnderWay) {
+  launchAndWait();
+  onScreen([&] { screen.holdStarts = true; });
+  model->select("display-7");
+  model->startSharing();
+  model->stopSharing();
+  refresh();
+  EXPECT_FALSE(model->isSharing());
+  EXPECT_TRUE(screen.streams.empty() || screen.streams.back()->stopped);
+  EXPECT_THAT(status(), StartsWith(R"({"sharing":false,)"));
+}
+
+TEST_F(AppModelTest, WhoJoinsAfterTheEndOfAShareIsNotShownItsLastFrame) {
+  launchAndWait();
+  startSharing();
+  TestClient during = viewer();
+  deliver(std::make_shared<MemoryPixelBuffer>(8, 8));
+  EXPECT_THAT(during.readPart(), StartsWith("\xFF\xD8"));
+  bool stopped = false;
+  model->stopSharing([&stopped] { stopped = true; });
+  ASSERT_TRUE(mainQueue.runUntil([&stopped] { return stopped; }));
+  TestClient after = viewer();
+  ASSERT_TRUE(awaitViewers(2));
+  after.shutdownSend();
+  // the retained frame, or without one only the opening of the part to come
+  EXPECT_EQ(after.read(15), "--tarvinelframe");
+  startSharing();
+  deliver(std::make_shared<MemoryPixelBuffer>(16, 16));
+  const std::string firstFrame = during.readPart();
+  EXPECT_EQ(after.readUntil("\r\n\r\n"), "\r\nContent-Type: image/jpeg\r\nContent-Length: " +
+                                             std::to_string(firstFrame.size()) + "\r\n\r\n");
+  EXPECT_EQ(after.read(firstFrame.size()), firstFrame);
+}
+
+// Once a second
+
+TEST_F(AppModelTest, ATickThatChangesNothingNotifiesNobody) {
+  launchAndWait();
+  changes = 0;
+  for (int i = 0; i < 9; ++i)
+    mainQueue.tick();
+  EXPECT_EQ(changes, 0);
+}
+
+TEST_F(AppModelTest, AChangedViewerCountNotifiesOnce) {
+  launchAndWait();
+  const TestClient one = viewer();
+  changes = 0;
+  while (model->viewerCount() != 1)
+    mainQueue.tick();
+  EXPECT_EQ(changes, 1);
+  mainQueue.tick();
+  EXPECT_EQ(changes, 1);
+}
+
+TEST_F(AppModelTest, APinnedMotionRateStaysWhateverTheViewers) {
+  config.motionFps = 12;
+  launchAndWait();
+  startSharing();
+  mainQueue.tick();
+  EXPECT_EQ(model->motionFPS(), 12);
+  const TestClient one = viewer();
+  while (model->viewerCount() != 1)
+    mainQueue.tick();
+  EXPECT_EQ(model->motionFPS(), 12);
+  EXPECT_THAT(status(), HasSubstr(R"("fps":12,)"));
+}
+
+TEST_F(AppModelTest, WhileNotSharingTheMotionRateStays) {
+  launchAndWait();
+  mainQueue.tick();
+  EXPECT_EQ(model->motionFPS(), 8);
+}
+
+TEST_F(AppModelTest, TwelveViewersOverWiFiGetTheRateThatThePolicyGivesForTheirFrames) {
+  launchAndWait();
+  startSharing();
+  std::vector<TestClient> viewers;
+  for (int i = 0; i < 12; ++i)
+    viewers.push_back(viewer());
+  while (model->viewerCount() != 12)
+    mainQueue.tick();
+  EXPECT_EQ(model->motionFPS(), 20);  // nothing measured yet
+  deliver(noise());
+  const auto frameBytes = static_cast<double>(viewers.front().readPart().size());
+  const auto expected = static_cast<std::int64_t>(300e6 / (2 * 12 * frameBytes * 8));
+  ASSERT_GT(expected, StreamPolicy::defaultFloor);
+  ASSERT_LT(expected, StreamPolicy::defaultCeiling);
+  mainQueue.tick();
+  EXPECT_EQ(model->motionFPS(), expected);
+  mainQueue.tick();
+  const std::string line =
+      "app|info|motion rate now " + std::to_string(expected) + " fps for 12 viewers on Wi-Fi";
+  const auto lines = log.lines();
+  EXPECT_EQ(std::ranges::count(lines, line), 1);
+}
+
+TEST_F(AppModelTest, ANewShareBeginsAtTheInitialRateAgain) {
+  launchAndWait();
+  startSharing();
+  mainQueue.tick();
+  EXPECT_EQ(model->motionFPS(), 20);
+  model->stopSharing();
+  startSharing();
+  EXPECT_EQ(model->motionFPS(), 8);
+}
+
+// The end
+
+TEST_F(AppModelTest, GoesWhileSharingWithViewers) {
+  launchAndWait();
+  startSharing();
+  TestClient watching = viewer();
+  model.reset();
+  EXPECT_EQ(watching.readToEnd(), "");
+  mainQueue.tick();
+}
+
+}  // namespace
+}  // namespace tarvinel

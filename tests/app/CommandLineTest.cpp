@@ -1,0 +1,93 @@
+#include "app/CommandLine.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace tarvinel {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+std::variant<CommandLineOptions, CommandLineExit> parsed(std::initializer_list<const char*> words) {
+  std::vector<const char*> arguments{"tarvinel"};
+  arguments.insert(arguments.end(), words);
+  return parseCommandLine(static_cast<int>(arguments.size()), arguments.data());
+}
+
+CommandLineOptions optionsOf(std::initializer_list<const char*> words) {
+  return std::get<CommandLineOptions>(parsed(words));
+}
+
+CommandLineExit exitOf(std::initializer_list<const char*> words) {
+  return std::get<CommandLineExit>(parsed(words));
+}
+
+TEST(CommandLine, HeadlessAloneTakesEveryDefault) {
+  const CommandLineOptions options = optionsOf({"--headless"});
+  EXPECT_EQ(options.capture, CaptureRoad::automatic);
+  EXPECT_EQ(options.share, std::nullopt);
+  EXPECT_EQ(options.port, std::nullopt);
+  EXPECT_FALSE(options.listSources);
+  EXPECT_FALSE(options.verbose);
+}
+
+TEST(CommandLine, ReadsEveryOption) {
+  const CommandLineOptions options = optionsOf(
+      {"--headless", "--capture", "x11", "--share", "display-5", "--port=8080", "--verbose"});
+  EXPECT_EQ(options.capture, CaptureRoad::x11);
+  EXPECT_EQ(options.share, "display-5");
+  EXPECT_EQ(options.port, 8080);
+  EXPECT_TRUE(options.verbose);
+  EXPECT_EQ(optionsOf({"--headless", "--capture", "pattern"}).capture, CaptureRoad::pattern);
+  EXPECT_EQ(optionsOf({"--headless", "--capture", "auto"}).capture, CaptureRoad::automatic);
+  EXPECT_EQ(optionsOf({"--headless", "--port", "0"}).port, 0);
+  EXPECT_EQ(optionsOf({"--headless", "--port", "65535"}).port, 65535);
+}
+
+TEST(CommandLine, ListingNeedsNoHeadless) {
+  EXPECT_TRUE(optionsOf({"--list-sources"}).listSources);
+}
+
+TEST(CommandLine, AWrongCommandLineEndsWithStatus2AndSaysWhy) {
+  EXPECT_EQ(exitOf({"--headless", "--nonsense"}).status, 2);
+  EXPECT_THAT(exitOf({"--headless", "--nonsense"}).text, HasSubstr("--nonsense"));
+  EXPECT_EQ(exitOf({"--headless", "--port", "65536"}).status, 2);
+  EXPECT_EQ(exitOf({"--headless", "--port", "-1"}).status, 2);
+  EXPECT_EQ(exitOf({"--headless", "--port", "80x"}).status, 2);
+  EXPECT_EQ(exitOf({"--headless", "--port"}).status, 2);
+  EXPECT_EQ(exitOf({"--headless", "--capture", "mirror"}).status, 2);
+  EXPECT_EQ(exitOf({"--headless", "extra"}).status, 2);
+}
+
+TEST(CommandLine, WhatIsNotThereYetSaysSoAndIsLeftOutOfTheHelp) {
+  EXPECT_EQ(exitOf({"--headless", "--uploads"}).text, "tarvinel: --uploads is not there yet\n");
+  EXPECT_EQ(exitOf({"--headless", "--upload-folder", "a"}).text,
+            "tarvinel: --upload-folder is not there yet\n");
+  EXPECT_EQ(exitOf({"--headless", "--config", "a"}).text, "tarvinel: --config is not there yet\n");
+  EXPECT_EQ(exitOf({"--headless", "--profile", "a"}).text,
+            "tarvinel: --profile is not there yet\n");
+  EXPECT_EQ(exitOf({"--headless", "--capture", "portal"}).text,
+            "tarvinel: --capture portal is not there yet\n");
+  EXPECT_EQ(exitOf({}).text,
+            "tarvinel: the tray is not there yet; start with --headless (see --help)\n");
+  EXPECT_EQ(exitOf({}).status, 2);
+  for (const char* option : {"--uploads", "--upload-folder", "--config", "--profile", "portal"}) {
+    EXPECT_THAT(exitOf({"--help"}).text, Not(HasSubstr(option)));
+  }
+}
+
+TEST(CommandLine, HelpAndVersionEndWithStatus0) {
+  EXPECT_EQ(exitOf({"--help"}).status, 0);
+  EXPECT_THAT(exitOf({"--help"}).text, HasSubstr("--list-sources"));
+  EXPECT_EQ(exitOf({"--version"}).status, 0);
+  EXPECT_THAT(exitOf({"--version"}).text, testing::StartsWith("tarvinel "));
+}
+
+}  // namespace
+}  // namespace tarvinel

@@ -1,0 +1,92 @@
+#include "app/capture/CaptureServiceFactory.h"
+#include "app/capture/pattern/PatternCaptureService.h"
+#include "app/capture/x11/X11CaptureService.h"
+#include "tests/support/XServer.h"
+
+#include <gtest/gtest.h>
+
+namespace tarvinel {
+namespace {
+
+struct RoadCase {
+  CaptureRoad wanted;
+  CaptureEnvironment environment;
+  bool answers;
+  CaptureRoad road;
+  const char* reason;
+};
+
+class CaptureRoadDecision : public testing::TestWithParam<RoadCase> {};
+
+TEST_P(CaptureRoadDecision, FollowsTheSession) {
+  const RoadCase& given = GetParam();
+  const auto decision = decideCaptureRoad(given.wanted, given.environment,
+                                          [&](const std::string&) { return given.answers; });
+  EXPECT_EQ(decision.road, given.road);
+  EXPECT_EQ(decision.reason, given.reason);
+}
+
+constexpr const char* waylandReason =
+    "Showing the built-in picture: this is a Wayland session, whose screen cannot be captured yet.";
+
+INSTANTIATE_TEST_SUITE_P(
+    All, CaptureRoadDecision,
+    testing::Values(RoadCase{CaptureRoad::automatic,
+                             {":0", "", "x11"},
+                             true,
+                             CaptureRoad::x11,
+                             "Capturing the X11 screen :0."},
+                    RoadCase{CaptureRoad::automatic,
+                             {":0", "", ""},
+                             true,
+                             CaptureRoad::x11,
+                             "Capturing the X11 screen :0."},
+                    RoadCase{CaptureRoad::automatic,
+                             {":0", "", "x11"},
+                             false,
+                             CaptureRoad::pattern,
+                             "Showing the built-in picture: the X server :0 does not answer."},
+                    RoadCase{CaptureRoad::automatic,
+                             {"", "", "tty"},
+                             true,
+                             CaptureRoad::pattern,
+                             "Showing the built-in picture: there is no screen here."},
+                    RoadCase{CaptureRoad::automatic,
+                             {":0", "wayland-0", ""},
+                             true,
+                             CaptureRoad::pattern,
+                             waylandReason},
+                    RoadCase{CaptureRoad::automatic,
+                             {":0", "", "wayland"},
+                             true,
+                             CaptureRoad::pattern,
+                             waylandReason},
+                    RoadCase{CaptureRoad::x11,
+                             {"", "wayland-0", "wayland"},
+                             false,
+                             CaptureRoad::x11,
+                             "Capturing the X11 screen, as asked for."},
+                    RoadCase{CaptureRoad::pattern,
+                             {":0", "", "x11"},
+                             true,
+                             CaptureRoad::pattern,
+                             "Showing the built-in picture, as asked for."}));
+
+TEST(XServerAnswers, OnlyWhenThereIsOne) {
+  XServer server;
+  EXPECT_TRUE(xServerAnswers(server.display()));
+  server.crash();
+  EXPECT_FALSE(xServerAnswers(server.display()));
+  EXPECT_FALSE(xServerAnswers(""));
+}
+
+TEST(MakeCaptureService, MakesTheServiceOfTheRoad) {
+  SerialQueue queue(".capture");
+  const auto x11 = makeCaptureService(CaptureRoad::x11, {":0", "", ""}, queue);
+  EXPECT_NE(dynamic_cast<X11CaptureService*>(x11.get()), nullptr);
+  const auto pattern = makeCaptureService(CaptureRoad::pattern, {":0", "", ""}, queue);
+  EXPECT_NE(dynamic_cast<PatternCaptureService*>(pattern.get()), nullptr);
+}
+
+}  // namespace
+}  // namespace tarvinel

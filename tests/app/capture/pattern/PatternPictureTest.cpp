@@ -1,0 +1,98 @@
+#include "app/capture/pattern/PatternFont.h"
+#include "app/capture/pattern/PatternPicture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <set>
+
+namespace tarvinel {
+namespace {
+
+using testing::IsEmpty;
+
+Bytes bytesOf(const MemoryPixelBuffer& buffer) {
+  return {buffer.baseAddress(), buffer.baseAddress() + buffer.bytesPerRow() * buffer.height()};
+}
+
+Bytes drawn(std::int64_t step) {
+  MemoryPixelBuffer buffer(PatternPicture::width, PatternPicture::height);
+  PatternPicture::draw(buffer, step);
+  return bytesOf(buffer);
+}
+
+bool isInside(const std::vector<Rect>& rects, std::size_t x, std::size_t y) {
+  const Point point{static_cast<double>(x), static_cast<double>(y)};
+  for (const Rect& rect : rects) {
+    if (rect.contains(point)) return true;
+  }
+  return false;
+}
+
+TEST(PatternPicture, IsTheSameForTheSameStepAndDiffersForAnother) {
+  EXPECT_EQ(drawn(41), drawn(41));
+  EXPECT_NE(drawn(41), drawn(42));
+}
+
+TEST(PatternPicture, HasColourBarsOnTop) {
+  const Bytes picture = drawn(0);
+  const auto colourAt = [&](std::size_t x) {
+    return std::vector<int>{picture[x * 4 + 2], picture[x * 4 + 1], picture[x * 4]};
+  };
+  EXPECT_EQ(colourAt(0), (std::vector<int>{255, 255, 255}));
+  EXPECT_EQ(colourAt(160), (std::vector<int>{255, 255, 0}));
+  EXPECT_EQ(colourAt(799), (std::vector<int>{255, 0, 255}));
+  EXPECT_EQ(colourAt(800), (std::vector<int>{255, 0, 0}));
+  EXPECT_EQ(colourAt(1279), (std::vector<int>{0, 0, 0}));
+}
+
+TEST(PatternPicture, RedrawingEqualsDrawingAndChangesOnlyWhatItSays) {
+  MemoryPixelBuffer buffer(PatternPicture::width, PatternPicture::height);
+  std::int64_t from = 0;
+  PatternPicture::draw(buffer, from);
+  for (const std::int64_t to : {1, 2, 9, 10, 60, 74, 75, 99, 100, 999999, 1000000, 148}) {
+    const Bytes before = bytesOf(buffer);
+    const auto changed = PatternPicture::redraw(buffer, from, to);
+    const Bytes after = bytesOf(buffer);
+    ASSERT_EQ(after, drawn(to)) << to;
+    for (std::size_t i = 0; i < after.size(); i += 4) {
+      const std::size_t pixel = i / 4;
+      if (std::memcmp(&before[i], &after[i], 4) == 0) continue;
+      ASSERT_TRUE(isInside(changed, pixel % PatternPicture::width, pixel / PatternPicture::width))
+          << to;
+    }
+    from = to;
+  }
+}
+
+TEST(PatternPicture, TheNextStepChangesASmallPart) {
+  MemoryPixelBuffer buffer(PatternPicture::width, PatternPicture::height);
+  PatternPicture::draw(buffer, 7);
+  double area = 0;
+  for (const Rect& rect : PatternPicture::redraw(buffer, 7, 8))
+    area += rect.area();
+  EXPECT_GT(area, 0.005 * PatternPicture::width * PatternPicture::height);
+  EXPECT_LT(area, 0.03 * PatternPicture::width * PatternPicture::height);
+}
+
+TEST(PatternPicture, TheSameStepChangesNothing) {
+  MemoryPixelBuffer buffer(PatternPicture::width, PatternPicture::height);
+  PatternPicture::draw(buffer, 7);
+  EXPECT_THAT(PatternPicture::redraw(buffer, 7, 7), IsEmpty());
+}
+
+TEST(PatternFont, GlyphsDifferAndFitTheirCell) {
+  std::set<Glyph> glyphs;
+  for (const char character : std::string("0123456789EPST")) {
+    const Glyph glyph = patternGlyph(character);
+    EXPECT_TRUE(glyphs.insert(glyph).second) << character;
+    for (const std::uint8_t row : glyph)
+      EXPECT_LT(row, 1U << glyphWidth);
+  }
+  EXPECT_EQ(patternGlyph(' '), Glyph{});
+  EXPECT_EQ(patternGlyph('\xFF'), Glyph{});
+}
+
+}  // namespace
+}  // namespace tarvinel

@@ -1,0 +1,136 @@
+#include "app/capture/x11/X11Error.h"
+#include "tests/support/X11Capture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <iterator>
+
+namespace tarvinel {
+namespace {
+
+using namespace std::chrono_literals;
+
+std::ptrdiff_t openDescriptors() {
+  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
+/// The kind of X11Error that an operation throws.
+template <class Operation>
+X11Error::Case failureOf(const Operation& operation) {
+  try {
+    operation();
+  } catch (const X11Error& error) {
+    return error.kind();
+  }
+  throw std::runtime_error("nothing failed");
+}
+
+TEST(X11Failure, AServerThatDiesEndsTheStreamOnceAndLeavesNothingOpen) {
+  const auto before = openDescriptors();
+  {
+    XServer server;
+    CaptureRun run(x11Service(server.display()));
+    run.startDisplay(run.content().displays.at(0).displayID, true);
+    run.log().frame(0);
+    const auto whileOpen = openDescriptors();
+    server.crash();
+    EXPECT_EQ(describe(run.log().stopReason()), "the connection to the X server was lost");
+    // the connection, the stream's duplicate of it and the segment's descriptor in the frame kept
+    EXPECT_EQ(openDescriptors(), whileOpen - 2);
+    run.stop();
+    EXPECT_EQ(run.log().stopCount(), 1U);
+  }
+  EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST(X11Failure, AServerThatDiedBeforeTheStartFailsTheStart) {
+  XServer server;
+  CaptureRun run(x11Service(server.display()));
+  const auto display = run.content().displays.at(0).displayID;
+  server.crash();
+  EXPECT_EQ(failureOf([&] { run.startDisplay(display); }), X11Error::Case::cannotConnect);
+  EXPECT_EQ(run.log().stopCount(), 0U);
+}
+
+TEST(X11Failure, ARequestToADeadServerSaysSoAndTheProcessLives) {
+  XServer server;
+  const X11Connection connection(server.display());
+  server.crash();
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(failureOf([&] { connection.rootArea(); }), X11Error::Case::connectionLost);
+  }
+  EXPECT_EQ(failureOf([&] { connection.pollEvent(); }), X11Error::Case::connectionLost);
+}
+
+TEST(X11Failure, AServerThatDoesNotAnswerIsNotWaitedForWithoutEnd) {
+  const XServer server;
+  const X11Connection connection(server.display(), {true, 50ms});
+  server.freeze();
+  EXPECT_EQ(failureOf([&] { connection.rootArea(); }), X11Error::Case::notAnswering);
+  server.thaw();
+}
+
+TEST(X11Failure, SixteenBitColourIsRefused) {
+  X11Capture x11("320x240x16");
+  const auto display = x11.onlyDisplay();
+  EXPECT_EQ(failureOf([&] { x11.run.startDisplay(display); }), X11Error::Case::unsupportedPixels);
+}
+
+TEST(X11Failure, AServerThatCannotTellOfDamageIsRefused) {
+  X11Capture x11("320x240x24", {"-extension", "DAMAGE"});
+  const auto display = x11.onlyDisplay();
+  EXPECT_EQ(failureOf([&] { x11.run.startDisplay(display); }), X11Error::Case::noDamageExtension);
+}
+
+TEST(X11Failure, WindowsAndApplicationsAreRefused) {
+  CaptureRun run(x11Service(":0"));
+  for (const auto kind : {ContentFilter::Kind::window, ContentFilter::Kind::application}) {
+    ContentFilter filter;
+    filter.kind = kind;
+    EXPECT_EQ(failureOf([&] { run.start(filter, {}); }), X11Error::Case::unsupportedSource);
+  }
+}
+
+TEST(X11Failure, ARefusedRequestCarriesItsCode) {
+  XServer server;
+  const X11Connection connection(server.display());
+  try {
+    connection.check(xcb_destroy_window_checked(connection.get(), 0xDEAD));
+    ADD_FAILURE();
+  } catch (const X11Error& error) {
+    EXPECT_EQ(error.kind(), X11Error::Case::requestRefused);
+    EXPECT_EQ(error.code(), XCB_WINDOW);
+    EXPECT_STREQ(error.what(), "the X server refused a request (error 3)");
+  }
+}
+
+TEST(X11Failure, StartingAndStoppingOftenLeavesNothingOpen) {
+  XServer server;
+  const XClient client(server.display());
+  const auto before = openDescriptors();
+  {
+    CaptureRun run(x11Service(server.display()));
+    const auto display = run.content().displays.at(0).displayID;
+    // each remembered frame keeps the descriptor of its memory
+    const auto open = [&] {
+      return openDescriptors() - static_cast<std::ptrdiff_t>(run.log().frameCount());
+    };
+    std::ptrdiff_t afterTheFirst = 0;
+    for (int i = 0; i < 30; ++i) {
+      run.startDisplay(display, true);
+      if (i % 2 == 0) run.stop();
+      run.drop();
+      EXPECT_ANY_THROW(run.startDisplay(99999));
+      run.drop();
+      if (i == 0) afterTheFirst = open();
+    }
+    EXPECT_EQ(open(), afterTheFirst);
+  }
+  EXPECT_EQ(openDescriptors(), before);
+}
+
+}  // namespace
+}  // namespace tarvinel

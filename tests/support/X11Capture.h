@@ -1,0 +1,34 @@
+#pragma once
+
+#include "app/capture/x11/X11Connection.h"
+#include "tests/support/CaptureRun.h"
+#include "tests/support/XClient.h"
+#include "tests/support/XServer.h"
+
+#include <cstdint>
+#include <string>
+
+namespace tarvinel {
+
+/// What every test of capturing an X server needs: the server, a program that draws on it, and a
+/// capture service that looks at it.
+struct X11Capture {
+  explicit X11Capture(const std::string& screen = "320x240x24",
+                      const std::vector<std::string>& arguments = {},
+                      const X11Options& options = {});
+
+  /// The only display's number.
+  std::uint32_t onlyDisplay() { return run.content().displays.at(0).displayID; }
+
+  /// Starts with the only display and waits for its first frame.
+  SeenFrame startOnlyDisplay(bool showsCursor = false);
+
+  XServer server;
+  XClient client;
+  CaptureRun run;
+};
+
+/// A service for the server of that name, for CaptureRun.
+CaptureRun::MakeService x11Service(const std::string& display, const X11Options& options = {});
+
+}  // namespace tarvinel

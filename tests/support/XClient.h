@@ -1,0 +1,64 @@
+#pragma once
+
+#include "app/capture/x11/PixelRect.h"
+
+#include <xcb/xcb.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace tarvinel {
+
+/// An ordinary program on an X server: draws, moves the pointer, arranges monitors. Every call has
+/// taken effect in the server when it returns.
+class XClient {
+ public:
+  explicit XClient(const std::string& display);
+
+  xcb_window_t root() const { return screen_->root; }
+
+  /// Fills a rectangle of the screen with 0xRRGGBB, over everything that is there.
+  void fill(const PixelRect& rect, std::uint32_t colour);
+
+  /// Opens an unmanaged window filled with a colour.
+  void openWindow(const PixelRect& rect, std::uint32_t colour);
+
+  /// Moves the pointer as a mouse does.
+  void movePointer(int x, int y);
+
+  /// Makes the cursor over the root window a filled square whose top left corner is the hot spot.
+  void setSquareCursor(std::uint16_t size, std::uint32_t colour);
+
+  /// Defines a monitor; returns its number. `takesOutput`: it
+  /// stands for the server's only output, else for none.
+  std::uint32_t setMonitor(const std::string& name, const PixelRect& area, bool primary,
+                           bool takesOutput);
+
+  /// Gives a monitor another place or size; nobody sees the server without it in between.
+  void moveMonitor(const std::string& name, const PixelRect& area);
+  void removeMonitor(const std::string& name);
+
+  /// Switches the server's only output off, which leaves no monitors but those defined by hand.
+  void switchOutputOff();
+
+  /// Changes the root window's size; the output must be off.
+  void resizeScreen(std::uint16_t width, std::uint16_t height);
+
+  /// Adds to the root window's resource database.
+  void setResources(const std::string& text);
+
+ private:
+  struct Disconnect {
+    void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
+  };
+
+  xcb_atom_t atom(const std::string& name);
+  void sync();
+
+  std::unique_ptr<xcb_connection_t, Disconnect> connection_;
+  xcb_screen_t* screen_ = nullptr;
+  xcb_gcontext_t overEverything_ = 0;
+};
+
+}  // namespace tarvinel
