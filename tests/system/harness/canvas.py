@@ -1,7 +1,7 @@
 """A client that paints known pixels on an X display."""
 import random
 
-from Xlib import X
+from Xlib import X, Xcursorfont
 from Xlib.display import Display
 
 WORDS = "colour stream viewer bright harbour quick amber signal paper window".split()
@@ -21,10 +21,10 @@ class Canvas:
         self.width, self.height = width or server.width, height or server.height
         self._display = Display(server.name)
         screen = self._display.screen()
-        self._root = screen.root
-        self._window = self._root.create_window(
+        self._window = screen.root.create_window(
             x, y, self.width, self.height, 0, screen.root_depth,
-            override_redirect=1, background_pixel=GROUND, event_mask=X.ExposureMask)
+            override_redirect=1, background_pixel=GROUND, event_mask=X.ExposureMask,
+            cursor=self._arrow())
         self._draft = self._window.create_pixmap(self.width, self.height, screen.root_depth)
         self._gc = self._window.create_gc(graphics_exposures=0)
         self._window.map()
@@ -35,7 +35,8 @@ class Canvas:
         self._display.close()
 
     def point_at(self, x, y):
-        self._root.warp_pointer(x, y)
+        """Moves the pointer as a hand on a mouse would."""
+        self._display.xtest_fake_input(X.MotionNotify, x=x, y=y)
         self._display.sync()
 
     def rectangle(self, colour, x, y, width, height):
@@ -83,6 +84,12 @@ class Canvas:
     def _draft_rectangle(self, colour, x, y, width, height):
         self._gc.change(foreground=colour)
         self._draft.fill_rectangle(self._gc, x, y, width, height)
+
+    def _arrow(self):
+        """A server without a desktop shows no pointer until a client asks for one."""
+        shapes = self._display.open_font("cursor")
+        return shapes.create_glyph_cursor(shapes, Xcursorfont.left_ptr, Xcursorfont.left_ptr + 1,
+                                          (65535, 65535, 65535), (0, 0, 0))
 
     def _wait_until_shown(self):
         while self._display.next_event().type != X.Expose:
