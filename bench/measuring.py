@@ -5,7 +5,7 @@ import sys
 import tempfile
 from pathlib import Path
 
-sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "tests/system"))
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "tests"))
 
 from harness.canvas import Canvas  # noqa: E402
 from harness.program import Program, display_ids  # noqa: E402

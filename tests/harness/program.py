@@ -18,7 +18,7 @@ SANITIZER_MARKS = ("ERROR: AddressSanitizer", "ERROR: LeakSanitizer",
 
 def executable():
     """The program under test: $TARVINEL, else the release build of this tree."""
-    tree = Path(__file__).resolve().parents[3]
+    tree = Path(__file__).resolve().parents[2]
     return Path(os.environ.get("TARVINEL") or tree / "build/release/app/tarvinel").resolve()
 
 

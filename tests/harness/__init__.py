@@ -1,0 +1,1 @@
+"""What the tests of the running program are made of: real X servers, the real program, real viewers."""
