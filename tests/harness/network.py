@@ -1,5 +1,6 @@
 """Two machines with a switch between them, made of network namespaces."""
 import ctypes
+import itertools
 import os
 import socket
 import subprocess
@@ -9,13 +10,14 @@ CLONE_NEWNET = 0x40000000
 
 
 class Network:
-    """`server` and `client` are namespaces joined by a bridge in a third; cut() pulls the
-    client's cable behind the switch, so that neither side is told. Needs root."""
+    """`server` and `client` are namespaces joined by a bridge in a third. Needs root."""
 
     SERVER_ADDRESS = "10.99.0.1"
+    CLIENT_ADDRESS = "10.99.0.2"
+    _numbers = itertools.count()
 
     def __init__(self):
-        tag = f"tv{os.getpid()}"
+        tag = f"tv{os.getpid()}n{next(self._numbers)}"
         self.server, self.client, self._switch = f"{tag}s", f"{tag}c", f"{tag}b"
         self._made = []
         try:
@@ -28,6 +30,9 @@ class Network:
         """The command prefix that runs a program on the server's side."""
         return ["ip", "netns", "exec", self.server]
 
+    def exec_in_client(self):
+        return ["ip", "netns", "exec", self.client]
+
     def connect_from_client(self, port):
         """A socket of the client's side, connected to the server's."""
         return _inside(self.client,
@@ -37,8 +42,27 @@ class Network:
         """A socket of the server's side, for what it serves on its loopback interface."""
         return _inside(self.server, lambda: socket.create_connection(address, 10))
 
+    def connect_at_client(self, port):
+        """A socket of the client's side, for what it serves on its loopback interface."""
+        return _inside(self.client, lambda: socket.create_connection(("127.0.0.1", port), 10))
+
+    def listen_at_server(self):
+        """A listening socket of the server's side, on a free port."""
+        return _inside(self.server, lambda: socket.create_server((self.SERVER_ADDRESS, 0)))
+
     def cut(self):
+        """Pulls the client's cable: the client is told, the server is not."""
         _ip("-n", self._switch, "link", "set", "client", "down")
+
+    def restore(self):
+        _ip("-n", self._switch, "link", "set", "client", "up")
+
+    def cut_silently(self):
+        """Makes the switch forget the client: every link stays up, nothing comes through."""
+        _ip("-n", self._switch, "link", "set", "client", "nomaster")
+
+    def restore_silently(self):
+        _ip("-n", self._switch, "link", "set", "client", "master", "bridge")
 
     def remove(self):
         for name in self._made:
@@ -51,7 +75,9 @@ class Network:
         _ip("-n", self._switch, "link", "add", "bridge", "type", "bridge")
         _ip("-n", self._switch, "link", "set", "bridge", "up")
         self._plug_in(self.server, "server", self.SERVER_ADDRESS)
-        self._plug_in(self.client, "client", "10.99.0.2")
+        self._plug_in(self.client, "client", self.CLIENT_ADDRESS)
+        # a browser takes a machine without a default route for one that is offline
+        _ip("-n", self.client, "route", "add", "default", "via", self.SERVER_ADDRESS)
 
     def _plug_in(self, namespace, port, address):
         _ip("-n", self._switch, "link", "add", port, "type", "veth",

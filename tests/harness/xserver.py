@@ -15,6 +15,7 @@ class XServer:
         self.width, self.height = width, height
         self._folder, self._label = folder, label
         self._process = None
+        self._modes = set()
         self.number = self._start([])
 
     @property
@@ -24,6 +25,15 @@ class XServer:
     @property
     def env(self):
         return {**os.environ, "DISPLAY": self.name}
+
+    def resize(self, width, height):
+        """Gives the display another size, at most the one that it was started with."""
+        mode = f"{width}x{height}"
+        if mode not in self._modes:
+            self.run("xrandr", "--newmode", mode, "25", *_timing(width), *_timing(height))
+            self.run("xrandr", "--addmode", "screen", mode)
+            self._modes.add(mode)
+        self.run("xrandr", "--output", "screen", "--mode", mode)
 
     def kill(self):
         self._process.kill()
@@ -67,3 +77,8 @@ class XServer:
             assert piece, f"Xvfb did not start: {self._process.stderr}"
             text += piece
         return int(text)
+
+
+def _timing(length):
+    """What a mode line says of one direction; nothing is ever sent to a tube."""
+    return [str(length + blank) for blank in (0, 8, 16, 24)]

@@ -1,0 +1,94 @@
+"""Fixtures of the browser tests, and the table of what was seen in which browser."""
+import os
+from collections import defaultdict
+
+import pytest
+
+from harness.browsers import ENGINES
+from harness.machine import Machine
+from harness.network import Network
+from harness.page import Page
+from harness.relay import Relay
+
+pytest_plugins = ["harness.fixtures"]
+
+seen = defaultdict(dict)  # scenario -> engine -> "passed" or "FAILED", with the seconds
+
+
+def pytest_configure(config):
+    if os.geteuid() != 0:
+        pytest.exit("the browser tests make network namespaces and need root", returncode=2)
+
+
+@pytest.fixture(scope="session", params=ENGINES)
+def engine(request):
+    return request.param
+
+
+@pytest.fixture(scope="session")
+def network(engine):
+    """A network for one browser and the programs that it visits."""
+    made = Network()
+    yield made
+    made.remove()
+
+
+@pytest.fixture(scope="session")
+def running_browser(engine, network, tmp_path_factory):
+    machine = Machine(network.exec_in_client(), network.connect_at_client)
+    browser = ENGINES[engine](tmp_path_factory.mktemp(engine), machine)
+    yield browser
+    browser.stop()
+
+
+@pytest.fixture
+def browser(running_browser):
+    yield running_browser
+    running_browser.open("about:blank")
+
+
+@pytest.fixture
+def page(browser):
+    return Page(browser)
+
+
+@pytest.fixture
+def place(network):
+    """Programs run at the server's end of the network."""
+    return {"prefix": network.exec_in_server(), "connect": network.connect_at_server}
+
+
+@pytest.fixture
+def relay(network):
+    """Makes a relay in front of a program; relay(program, inject="...")."""
+    made = []
+
+    def make(program, **keywords):
+        made.append(Relay(network.listen_at_server(),
+                          lambda: network.connect_at_server(program.address), **keywords))
+        return made[-1]
+
+    yield make
+    for one in made:
+        one.close()
+
+
+def pytest_runtest_logreport(report):
+    if not report.nodeid.endswith("]"):
+        return
+    scenario, _, engine = report.nodeid.rpartition("::")[2][:-1].partition("[")
+    if report.failed:
+        seen[scenario][engine] = "FAILED"
+    elif report.when == "call":
+        seen[scenario].setdefault(engine, f"passed {report.duration:4.1f} s")
+
+
+def pytest_terminal_summary(terminalreporter):
+    if not seen:
+        return
+    terminalreporter.section("What was seen in which browser")
+    terminalreporter.line(f"{'':58}" + "".join(f"{name:16}" for name in ENGINES))
+    for scenario, results in seen.items():
+        title = scenario.removeprefix("test_").replace("_", " ")
+        cells = "".join(f"{results.get(name, '-'):16}" for name in ENGINES)
+        terminalreporter.line(f"{title:58}{cells}")

@@ -1,0 +1,6 @@
+"""The browsers, each full-screen on an X display of its own."""
+from .chromium import Chromium
+from .firefox import Firefox
+from .webkit import WebKit
+
+ENGINES = {engine.name: engine for engine in (Chromium, Firefox, WebKit)}

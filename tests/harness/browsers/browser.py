@@ -1,0 +1,128 @@
+"""What all browsers have in common."""
+import os
+import re
+import tempfile
+from pathlib import Path
+
+from .. import pixels
+from ..process import Process
+from ..waiting import eventually
+from ..xserver import XServer
+
+START_LIMIT = 60
+
+
+class Browser:
+    """One browser, full-screen on an X display and under a window manager of its own.
+
+    `machine` is where it runs: a command prefix and connections to what listens there. A subclass
+    names the engine, starts it (`_launch`) and returns the session that it is driven through.
+    What is on the page is judged by pixels(); evaluate() is for what cannot be seen.
+    """
+
+    name = ""
+
+    def __init__(self, folder, machine, width=800, height=600):
+        self._machine = machine
+        self._started = []
+        self._session = None
+        self._folder = Path(tempfile.mkdtemp(dir=folder, prefix=f"{self.name}-"))
+        try:
+            self.screen = XServer(self._folder, width, height, label="screen")
+            self._started.append(self.screen)
+            self._env = self._private_env()
+            self._start(["openbox"], "openbox")
+            self._session = self._launch()
+        except BaseException:
+            self.stop()
+            raise
+
+    def _launch(self):
+        raise NotImplementedError
+
+    def open(self, url):
+        """Starts loading the page; does not wait for it."""
+        self._session.navigate(url)
+
+    def evaluate(self, expression):
+        return self._session.evaluate(expression)
+
+    def pixels(self):
+        """What its visitor sees."""
+        return pixels.grab(self.screen)
+
+    def hint(self):
+        """The text that the visitor reads while there is no picture; None while there is one."""
+        return self.evaluate(
+            "(() => { const idle = document.getElementById('idle');"
+            " const hint = document.getElementById('hint');"
+            " return idle && !idle.hidden ? hint.textContent.trim() : null; })()")
+
+    def tab(self):
+        return self._session.tab()
+
+    def new_tab(self):
+        """Opens a tab in front of the present one, and goes on in it."""
+        tab = self._session.new_tab()
+        self._session.switch_to(tab)
+        return tab
+
+    def switch_to(self, tab):
+        """Brings a tab to the front, and goes on in it."""
+        self._session.switch_to(tab)
+
+    def close_tab(self):
+        self._session.close_tab()
+
+    def resize(self, width, height):
+        """Gives its display another size, as turning a phone does."""
+        self.screen.resize(width, height)
+        eventually(lambda: self.pixels().shape[:2] == (height, width), 10, "the display's size")
+
+    def memory_bytes(self):
+        """What all its processes use; shared pages count once."""
+        return sum(_proportional_bytes(pid) for pid in _with_descendants(self._driver_pid()))
+
+    def stop(self):
+        if self._session:
+            self._session.end()
+        for started in reversed(self._started):
+            started.stop()
+
+    def _driver_pid(self):
+        return self._started[-1].pid
+
+    def _start(self, argv, name, **variables):
+        process = Process([*self._machine.prefix, *argv], self._folder, name,
+                          env={**self._env, **variables})
+        self._started.append(process)
+        return process
+
+    def _private_env(self):
+        """Nothing of the user's desktop is found, nothing is kept."""
+        env = {key: value for key, value in os.environ.items()
+               if key not in ("WAYLAND_DISPLAY", "XAUTHORITY", "DBUS_SESSION_BUS_ADDRESS")}
+        runtime = self._folder / "run"
+        runtime.mkdir(mode=0o700)
+        return {**env, "DISPLAY": self.screen.name, "HOME": str(self._folder),
+                "XDG_RUNTIME_DIR": str(runtime), "NO_AT_BRIDGE": "1"}
+
+
+def _with_descendants(pid):
+    found = [pid]
+    for task in Path(f"/proc/{pid}/task").glob("*/children"):
+        try:
+            children = task.read_text().split()
+        except OSError:  # ended meanwhile
+            continue
+        for child in children:
+            found += _with_descendants(int(child))
+    return found
+
+
+def _proportional_bytes(pid):
+    try:
+        rollup = Path(f"/proc/{pid}/smaps_rollup").read_text()
+    except OSError:  # ended meanwhile
+        return 0
+    return int(re.search(r"^Pss:\s+(\d+) kB", rollup, re.MULTILINE)[1]) * 1024

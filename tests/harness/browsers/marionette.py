@@ -1,0 +1,57 @@
+"""Firefox's remote protocol: length-prefixed JSON on one TCP connection."""
+import itertools
+import json
+
+ANSWER_LIMIT = 60
+
+
+class Marionette:
+    """One session on `connection`; the same operations as WebDriver."""
+
+    def __init__(self, connection):
+        connection.settimeout(ANSWER_LIMIT)
+        self._connection = connection
+        self._stream = connection.makefile("rb")
+        self._numbers = itertools.count(1)
+        assert self._receive()["marionetteProtocol"] == 3
+        self._call("WebDriver:NewSession",
+                   capabilities={"alwaysMatch": {"pageLoadStrategy": "none"}})
+
+    def navigate(self, url):
+        self._call("WebDriver:Navigate", url=url)
+
+    def evaluate(self, expression):
+        return self._call("WebDriver:ExecuteScript", script=f"return {expression};",
+                          args=[])["value"]
+
+    def tab(self):
+        return self._call("WebDriver:GetWindowHandle")["value"]
+
+    def new_tab(self):
+        return self._call("WebDriver:NewWindow", type="tab", focus=True)["handle"]
+
+    def switch_to(self, tab):
+        self._call("WebDriver:SwitchToWindow", handle=tab, focus=True)
+
+    def close_tab(self):
+        self._call("WebDriver:CloseWindow")
+
+    def end(self):
+        self._call("Marionette:Quit", flags=["eForceQuit"])
+        self._stream.close()
+        self._connection.close()
+
+    def _call(self, name, **parameters):
+        number = next(self._numbers)
+        message = json.dumps([0, number, name, parameters]).encode()
+        self._connection.sendall(b"%d:%s" % (len(message), message))
+        _, answered, error, result = self._receive()
+        assert answered == number and not error, f"{name}: {error}"
+        return result
+
+    def _receive(self):
+        length = bytearray()
+        while (character := self._stream.read(1)) != b":":
+            assert character, "Firefox has gone"
+            length += character
+        return json.loads(self._stream.read(int(length)))

@@ -1,0 +1,53 @@
+"""A browser driven through its driver's HTTP protocol (W3C WebDriver)."""
+import http.client
+import json
+
+ANSWER_LIMIT = 60
+
+
+class WebDriver:
+    """One session. `connect` makes a connection to the driver."""
+
+    def __init__(self, connect, capabilities):
+        self._connect = connect
+        self._path = ""
+        wanted = {"pageLoadStrategy": "none", **capabilities}
+        answer = self._call("POST", "", {"capabilities": {"alwaysMatch": wanted}})
+        self._path = "/" + answer["sessionId"]
+
+    def navigate(self, url):
+        self._call("POST", "/url", {"url": url})
+
+    def evaluate(self, expression):
+        return self._call("POST", "/execute/sync",
+                          {"script": f"return {expression};", "args": []})
+
+    def tab(self):
+        return self._call("GET", "/window")
+
+    def new_tab(self):
+        return self._call("POST", "/window/new", {"type": "tab"})["handle"]
+
+    def switch_to(self, tab):
+        self._call("POST", "/window", {"handle": tab})
+
+    def close_tab(self):
+        self._call("DELETE", "/window")
+
+    def end(self):
+        self._call("DELETE", "")
+
+    def _call(self, method, path, body=None):
+        connection = http.client.HTTPConnection("127.0.0.1", timeout=ANSWER_LIMIT)
+        connection.sock = self._connect()
+        connection.sock.settimeout(ANSWER_LIMIT)
+        try:
+            connection.request(method, f"/session{self._path}{path}",
+                               None if body is None else json.dumps(body),
+                               {"Content-Type": "application/json"})
+            answer = connection.getresponse()
+            text = answer.read().decode()
+        finally:
+            connection.close()
+        assert answer.status == 200, f"{method} {path}: {text}"
+        return json.loads(text)["value"]

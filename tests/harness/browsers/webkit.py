@@ -1,0 +1,34 @@
+"""WebKitGTK's own small browser, driven through its driver."""
+from pathlib import Path
+
+from ..waiting import eventually
+from .browser import START_LIMIT, Browser
+from .webdriver import WebDriver
+
+PORT = 4445
+
+
+class WebKit(Browser):
+    name = "webkit"
+
+    def _launch(self):
+        # the sandbox wants user namespaces, which root in a container may not have
+        self._start(["dbus-run-session", "WebKitWebDriver", f"--port={PORT}"], "webkitdriver",
+                    WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS="1")
+        eventually(self._listens, START_LIMIT, "WebKitWebDriver listens")
+        options = {"binary": str(_mini_browser()), "args": ["--automation", "--full-screen"]}
+        return WebDriver(lambda: self._machine.connect(PORT),
+                         {"browserName": "MiniBrowser", "webkitgtk:browserOptions": options})
+
+    def _listens(self):
+        try:
+            self._machine.connect(PORT).close()
+        except OSError:
+            return False
+        return True
+
+
+def _mini_browser():
+    found = sorted(Path("/usr/lib").glob("*/webkit2gtk-4.*/MiniBrowser"))
+    assert found, "no MiniBrowser: is webkit2gtk-driver installed?"
+    return found[-1]

@@ -1,0 +1,57 @@
+"""The viewer page as its visitor sees it."""
+from pathlib import Path
+
+from . import pixels
+from .network import Network
+from .waiting import eventually
+
+SCREENSHOTS = Path(__file__).resolve().parents[2] / "build/screenshots"
+LIMIT = 20
+
+
+class Page:
+    """A page in the foreground tab of a browser."""
+
+    WAITING = "Tarvinel - waiting for the presenter to start sharing"
+    DISCONNECTED = "Stream disconnected - reconnecting"
+
+    def __init__(self, browser):
+        self.browser = browser
+
+    def open(self, port):
+        """Opens the page of the server that listens on this port."""
+        self.browser.open(f"http://{Network.SERVER_ADDRESS}:{port}/")
+
+    def wait_for_hint(self, text, within=LIMIT):
+        self.eventually(self._only_a_hint_is_seen, "nothing but the hint is seen", within)
+        self.eventually(lambda: self.browser.hint() == text, f"the page reads {text!r}", within)
+
+    def wait_for_picture(self, server, within=LIMIT):
+        """Waits until the visitor sees, sharply and in every corner, what the display shows."""
+        self.eventually(lambda: pixels.same(self.pixels(), pixels.grab(server)),
+                        "the shared picture is on the page", within)
+        assert self.browser.hint() is None
+
+    def shows_something_like(self, server):
+        return pixels.same(self.pixels(), pixels.grab(server), pixels.SIMILAR)
+
+    def pixels(self):
+        return self.browser.pixels()
+
+    def keep_screenshot(self, name):
+        pixels.save(self.pixels(), SCREENSHOTS / f"{name}-{self.browser.name}.png")
+
+    def eventually(self, condition, what, within=LIMIT):
+        try:
+            return eventually(condition, within, what)
+        except AssertionError:
+            self.keep_screenshot("failed")
+            raise
+
+    def _only_a_hint_is_seen(self):
+        """Light letters in the middle of a dark page, which is otherwise empty."""
+        picture = self.pixels()
+        quarter = picture.shape[0] // 4
+        letters = (picture.max(axis=2) > 100).sum(axis=1)
+        return (letters[quarter:-quarter].sum() > 300
+                and not letters[:quarter].any() and not letters[-quarter:].any())
