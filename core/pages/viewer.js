@@ -4,15 +4,18 @@
   const idle = document.getElementById("idle");
   const hint = document.getElementById("hint");
 
+  hint.setAttribute("role", "status");  // screen readers say what it comes to read
+
   screen.addEventListener("load", () => {
+    screen.alt = "Shared screen";
     screen.classList.remove("down");
     idle.hidden = true;
   });
 
   function disconnected(reconnect) {
     screen.classList.add("down");
-    hint.textContent = hint.dataset.disconnected;
     idle.hidden = false;
+    hint.textContent = hint.dataset.disconnected;
     setTimeout(() => reconnect("/stream?" + Date.now()), 2000);
   }
 
@@ -88,8 +91,13 @@
     });
   }
 
+  // A connection made before the network went away may be dead without a sign of it: while the
+  // screen is still nothing is sent that could fail.
+  let request = null;
+  addEventListener("online", () => request.abort());
+
   async function watch(url) {
-    const request = new AbortController();
+    request = new AbortController();
     try {
       const response = await fetch(url, {
         headers: { Accept: "application/octet-stream" },

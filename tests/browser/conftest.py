@@ -43,7 +43,9 @@ def running_browser(engine, network, tmp_path_factory):
 
 @pytest.fixture
 def browser(running_browser):
+    tab = running_browser.tab()
     yield running_browser
+    running_browser.keep_only(tab)
     running_browser.open("about:blank")
 
 
@@ -74,9 +76,11 @@ def relay(network):
 
 
 def pytest_runtest_logreport(report):
-    if not report.nodeid.endswith("]"):
+    if "[" not in report.nodeid:
         return
-    scenario, _, engine = report.nodeid.rpartition("::")[2][:-1].partition("[")
+    scenario, _, parameters = report.nodeid.rpartition("::")[2][:-1].partition("[")
+    engine, _, variant = parameters.partition("-")
+    scenario = f"{scenario} {variant}"
     if report.failed:
         seen[scenario][engine] = "FAILED"
     elif report.when == "call":

@@ -1,31 +1,122 @@
-"""The server goes and comes back, in every way; the page finds it again by itself."""
+"""The server or the network goes and comes back, in every way; the page recovers by itself."""
+import itertools
+import time
+
+import pytest
+
 from harness.page import Page
 from harness.program import display_ids
+from harness.relay import slam, unavailable
+from harness.waiting import eventually
+
+GIVEN_UP_WITHIN = 45  # a viewer that has vanished is no longer counted
+PAUSE = 2  # between two attempts
 
 
-def share_again(start, x, folder, port):
-    program = start("--capture", "x11", "--share", display_ids(folder, x)[0], display=x.name,
-                    port=port)
-    program.wait_until_sharing()
-    return program
+@pytest.fixture
+def share_again(start, x, tmp_path):
+    """Starts the program once more, on the given port."""
+    def share(port):
+        program = start("--capture", "x11", "--share", display_ids(tmp_path, x)[0],
+                        display=x.name, port=port)
+        program.wait_until_sharing()
+        return program
+    return share
 
 
-def test_server_killed_and_restarted(page, sharing, start, x, canvas, tmp_path):
+def test_server_killed_and_restarted(page, sharing, share_again, x, canvas):
     page.open(sharing.listening_port())
     page.wait_for_picture(x)
     sharing.kill()
     page.wait_for_hint(Page.DISCONNECTED)
     page.keep_screenshot("disconnected")
     canvas.text(4)
-    share_again(start, x, tmp_path, sharing.listening_port())
+    again = share_again(sharing.listening_port())
     page.wait_for_picture(x)
+    assert again.viewers() == 1
 
 
-def test_server_stopped_cleanly_and_restarted(page, sharing, start, x, canvas, tmp_path):
+def test_server_stopped_cleanly_and_restarted(page, sharing, share_again, x, canvas):
     page.open(sharing.listening_port())
     page.wait_for_picture(x)
     sharing.terminate()
     page.wait_for_hint(Page.DISCONNECTED)
     canvas.text(5)
-    share_again(start, x, tmp_path, sharing.listening_port())
+    share_again(sharing.listening_port())
     page.wait_for_picture(x)
+
+
+def test_server_restarted_while_the_page_is_hidden(page, sharing, share_again, x, canvas):
+    page.open(sharing.listening_port())
+    page.wait_for_picture(x)
+    viewer = page.browser.tab()
+    page.browser.new_tab()
+    sharing.kill()
+    canvas.text(6)
+    again = share_again(sharing.listening_port())
+    eventually(lambda: again.viewers() == 1, 20, "the hidden page is back")
+    page.browser.keep_only(viewer)
+    page.wait_for_picture(x)
+
+
+@pytest.mark.parametrize("answer", [unavailable, slam])
+def test_server_answers_but(page, sharing, relay, x, canvas, answer):
+    """One attempt at a time and two seconds between them, as long as it takes."""
+    door = relay(sharing)
+    page.open(door.port)
+    page.wait_for_picture(x)
+    door.answer_stream = answer
+    broken = door.break_streams()
+    page.wait_for_hint(Page.DISCONNECTED)
+    page.eventually(lambda: len(attempts(door, broken)) >= 3, "it tries again and again")
+    door.answer_stream = None
+    canvas.text(2)
+    page.wait_for_picture(x)
+    times = [broken, *attempts(door, broken)]
+    assert min(later - earlier for earlier, later in itertools.pairwise(times)) > 0.95 * PAUSE
+    assert door.most_streams == 1
+
+
+def attempts(door, since):
+    """When the page began to try. Firefox itself repeats a request whose connection ended without
+    an answer, up to nine times and each within milliseconds: all of them are one attempt."""
+    times = []
+    for time_ in door.stream_times:
+        if time_ > since and (not times or time_ - times[-1] > 1):
+            times.append(time_)
+    return times
+
+
+def test_network_cut_for_a_moment(page, sharing, network, x, canvas):
+    """Bytes that were lost meanwhile are sent again, and nobody has noticed anything."""
+    page.open(sharing.listening_port())
+    page.wait_for_picture(x)
+    network.cut_silently()
+    canvas.text(2)
+    time.sleep(3)  # nothing is to happen
+    assert not page.shows_something_like(x)
+    network.restore_silently()
+    page.wait_for_picture(x)
+
+
+def test_cable_pulled_and_put_back(page, sharing, network, x, canvas):
+    page.open(sharing.listening_port())
+    page.wait_for_picture(x)
+    network.cut()
+    eventually(lambda: sharing.viewers() == 0, GIVEN_UP_WITHIN, "the server has noticed")
+    canvas.text(3)
+    network.restore()
+    page.wait_for_picture(x)
+    page.eventually(lambda: sharing.viewers() == 1, "one connection for one page")
+
+
+def test_network_cut_until_the_server_gave_up(page, sharing, network, x, canvas):
+    """No link goes down, nothing is sent: neither side can know before packets pass again."""
+    page.open(sharing.listening_port())
+    page.wait_for_picture(x)
+    network.cut_silently()
+    eventually(lambda: sharing.viewers() == 0, GIVEN_UP_WITHIN, "the server has noticed")
+    canvas.text(4)
+    network.restore_silently()
+    page.wait_for_picture(x, within=30)
+    page.eventually(lambda: sharing.viewers() == 1, "one connection for one page")

@@ -1,7 +1,33 @@
 """The picture appears, changes and stays where it is."""
+import time
+
+import numpy
+import pytest
+
+from harness import pixels
+from harness.canvas import Canvas, read_number
 from harness.motion import Motion
 from harness.page import Page
 from harness.program import display_ids
+
+WHITE = 0xFFFFFF
+MARK = 24  # side of the squares in the corners of a framed canvas
+
+
+def show_framed(canvas, seed):
+    """A text with a white square in every corner."""
+    canvas.draft(seed)
+    for x in (0, canvas.width - MARK):
+        for y in (0, canvas.height - MARK):
+            canvas.draft_rectangle(WHITE, x, y, MARK, MARK)
+    canvas.show()
+
+
+def corners_are_white(picture, distance=4):
+    """Whether the squares of show_framed are where the page's corners are."""
+    near = picture[[distance, -1 - distance]][:, [distance, -1 - distance]]
+    beside = picture[[MARK + 12, -1 - MARK - 12]][:, [distance, -1 - distance]]
+    return near.min() > 200 and beside.max() < 200
 
 
 def test_join_while_the_screen_is_still(page, sharing, x):
@@ -24,7 +50,128 @@ def test_burst_and_then_stillness(page, sharing, x, canvas):
     page.open(sharing.listening_port())
     page.wait_for_picture(x)
     for seed in range(2, 8):
-        canvas.text(seed)
+        show_framed(canvas, seed)
     page.wait_for_picture(x)
     canvas.rectangle(0xE05050, 200, 200, 16, 16)
     page.wait_for_picture(x)
+
+
+def test_steady_motion(page, sharing, x, canvas):
+    """What is seen keeps up with the screen and never goes back."""
+    canvas.text(0, number=0)
+    page.open(sharing.listening_port())
+    page.wait_for_picture(x)
+    numbers = []
+    with Motion(canvas) as motion:
+        page.eventually(lambda: read_number(page.pixels()) > 0, "the first number")
+        while motion.latest < 60:
+            numbers.append(read_number(page.pixels()))
+        page.eventually(lambda: read_number(page.pixels()) >= 60, "the page keeps up")
+    assert numbers == sorted(numbers)
+    assert len(set(numbers)) > 10, numbers
+    page.wait_for_picture(x)
+
+
+@pytest.fixture
+def double_scale(x):
+    """The shared desktop has two pixels to a point: motion frames are half as wide and high."""
+    x.run("sh", "-c", "echo 'Xft.dpi: 192' | xrdb -merge")
+
+
+def test_sharp_frame_takes_the_place_of_a_small_blurry_one(page, double_scale, start, x, canvas,
+                                                           tmp_path):
+    show_framed(canvas, 1)
+    program = start("--capture", "x11", "--share", display_ids(tmp_path, x)[0], display=x.name)
+    page.open(program.listening_port())
+    page.wait_for_picture(x)
+    blurry = 0
+    for seed in (2, 3, 4):
+        show_framed(canvas, seed)
+        while not pixels.same(page.pixels(), pixels.grab(x)):
+            seen = page.pixels()
+            assert corners_are_white(seen), keep_flaw(page)
+            blurry += pixels.same(seen, pixels.grab(x), pixels.Difference(30, 60))
+    assert blurry > 0, "no motion frame was seen"
+
+
+def keep_flaw(page):
+    page.keep_screenshot("failed")
+    return "the picture left its place"
+
+
+def test_presenter_stops_and_starts_again(page, sharing, x, canvas, tmp_path):
+    page.open(sharing.listening_port())
+    page.wait_for_picture(x)
+    sharing.command("stop")
+    sharing.wait_until_sharing(False)
+    canvas.text(2)
+    time.sleep(1)  # nothing is to happen: the page keeps what it shows
+    assert page.browser.hint() is None
+    assert not page.shows_something_like(x)
+    sharing.share(display_ids(tmp_path, x)[0])
+    page.wait_for_picture(x)
+    assert sharing.viewers() == 1
+
+
+def test_page_hidden_and_shown_again(page, sharing, x, canvas):
+    page.open(sharing.listening_port())
+    page.wait_for_picture(x)
+    viewer = page.browser.tab()
+    page.browser.new_tab()
+    page.eventually(lambda: not page.shows_something_like(x), "another tab is in front")
+    for seed in range(2, 6):
+        canvas.text(seed)
+    page.browser.close_tab()
+    page.browser.switch_to(viewer)
+    page.wait_for_picture(x)
+    canvas.text(7)
+    page.wait_for_picture(x)
+
+
+def test_two_tabs(page, sharing, x, canvas):
+    page.open(sharing.listening_port())
+    page.wait_for_picture(x)
+    first = page.browser.tab()
+    page.browser.new_tab()
+    page.open(sharing.listening_port())
+    canvas.fill(0x3050A0)
+    page.wait_for_colour(0x3050A0)
+    page.eventually(lambda: sharing.viewers() == 2, "one connection for each page")
+    page.browser.switch_to(first)
+    page.wait_for_colour(0x3050A0)
+    canvas.fill(0xA05030)
+    page.wait_for_colour(0xA05030)
+
+
+def test_left_and_returned(page, sharing, x, canvas):
+    page.open(sharing.listening_port())
+    page.wait_for_picture(x)
+    page.browser.open("about:blank")
+    page.eventually(lambda: sharing.viewers() == 0, "the page has left")
+    canvas.text(2)
+    page.browser.evaluate("history.back()")
+    page.wait_for_picture(x)
+    page.eventually(lambda: sharing.viewers() == 1, "one connection for one page")
+
+
+def test_window_turned(page, sharing, x, canvas):
+    show_framed(canvas, 1)
+    page.open(sharing.listening_port())
+    page.wait_for_picture(x)
+    page.browser.resize(600, 800)
+    page.eventually(lambda: fills_the_width(page.pixels()), "the picture fits the upright page")
+    page.keep_screenshot("upright")
+    assert page.browser.evaluate("document.scrollingElement.scrollHeight <= innerHeight"
+                                 " && document.scrollingElement.scrollWidth <= innerWidth")
+    show_framed(canvas, 2)
+    page.browser.resize(800, 600)
+    page.wait_for_picture(x)
+
+
+def fills_the_width(picture, width=600, height=800):
+    """Whether a 4:3 picture is in the middle from side to side, and nothing but ground around."""
+    if picture.shape[:2] != (height, width):
+        return False
+    top = (height - width * 3 // 4) // 2
+    around = numpy.concatenate([picture[:top - 1], picture[-top + 1:]])
+    return (around == 0x11).all() and corners_are_white(picture[top:-top])

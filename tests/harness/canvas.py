@@ -60,6 +60,16 @@ class Canvas:
             self._draft_number(number)
         self._display.sync()
 
+    def draft_rectangle(self, colour, x, y, width, height):
+        self._gc.change(foreground=colour)
+        self._draft.fill_rectangle(self._gc, x, y, width, height)
+
+    def _arrow(self):
+        """A server without a desktop shows no pointer until a client asks for one."""
+        shapes = self._display.open_font("cursor")
+        return shapes.create_glyph_cursor(shapes, Xcursorfont.left_ptr, Xcursorfont.left_ptr + 1,
+                                          (65535, 65535, 65535), (0, 0, 0))
+
     def show(self, x=0, y=0, width=None, height=None):
         """Shows a part of the draft, or all of it."""
         self._window.copy_area(self._gc, self._draft, x, y, width or self.width,
@@ -67,7 +77,7 @@ class Canvas:
         self._display.sync()
 
     def _draft_text(self, chance):
-        self._draft_rectangle(GROUND, 0, 0, self.width, self.height)
+        self.draft_rectangle(GROUND, 0, 0, self.width, self.height)
         for line in range(20, self.height, 16):
             x = 8
             while x < self.width - 60:
@@ -79,17 +89,7 @@ class Canvas:
     def _draft_number(self, value):
         for bit in range(NUMBER_BITS):
             colour = 0xFFFFFF if value >> bit & 1 else 0
-            self._draft_rectangle(colour, bit * NUMBER_SQUARE, 0, NUMBER_SQUARE, NUMBER_SQUARE)
-
-    def _draft_rectangle(self, colour, x, y, width, height):
-        self._gc.change(foreground=colour)
-        self._draft.fill_rectangle(self._gc, x, y, width, height)
-
-    def _arrow(self):
-        """A server without a desktop shows no pointer until a client asks for one."""
-        shapes = self._display.open_font("cursor")
-        return shapes.create_glyph_cursor(shapes, Xcursorfont.left_ptr, Xcursorfont.left_ptr + 1,
-                                          (65535, 65535, 65535), (0, 0, 0))
+            self.draft_rectangle(colour, bit * NUMBER_SQUARE, 0, NUMBER_SQUARE, NUMBER_SQUARE)
 
     def _wait_until_shown(self):
         while self._display.next_event().type != X.Expose:

@@ -1,6 +1,8 @@
 """The viewer page as its visitor sees it."""
 from pathlib import Path
 
+import numpy
+
 from . import pixels
 from .network import Network
 from .waiting import eventually
@@ -31,6 +33,17 @@ class Page:
         self.eventually(lambda: pixels.same(self.pixels(), pixels.grab(server)),
                         "the shared picture is on the page", within)
         assert self.browser.hint() is None
+
+    def wait_for_colour(self, colour, within=LIMIT):
+        """Waits until the middle of the page is of one colour, given as 0xRRGGBB."""
+        wanted = numpy.frombuffer(colour.to_bytes(3, "big"), numpy.uint8).astype(int)
+
+        def filled():
+            picture = self.pixels()
+            height, width = picture.shape[0] // 4, picture.shape[1] // 4
+            return (abs(picture[height:-height, width:-width] - wanted) < 12).all()
+
+        self.eventually(filled, f"the page is of colour {colour:06x}", within)
 
     def shows_something_like(self, server):
         return pixels.same(self.pixels(), pixels.grab(server), pixels.SIMILAR)

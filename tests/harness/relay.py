@@ -14,7 +14,7 @@ class Relay:
 
     `inject` is put at the start of the page's head. `answer_stream`, while set, is called with the
     connection of a "/stream" request instead of handing it on. `stream_times` are the moments at
-    which such requests came; `streams` counts those that are open, `most_streams` the most ever.
+    which such requests came; `most_streams` is how many were open at once.
     """
 
     def __init__(self, listener, connect, inject=""):
@@ -24,8 +24,20 @@ class Relay:
         self._lock = threading.Lock()
         self.answer_stream = None
         self.stream_times = []
-        self.streams = self.most_streams = 0
+        self.most_streams = 0
+        self._open = set()
         threading.Thread(target=self._accept, daemon=True).start()
+
+    def break_streams(self):
+        """Breaks all streams that are open; returns when. Counts the most anew."""
+        with self._lock:
+            open_streams = list(self._open)
+            self.most_streams = 0
+        now = time.monotonic()
+        for client in open_streams:
+            with contextlib.suppress(OSError):
+                client.shutdown(socket.SHUT_RDWR)
+        return now
 
     @property
     def port(self):
@@ -55,8 +67,8 @@ class Relay:
     def _serve_stream(self, client, head):
         with self._lock:
             self.stream_times.append(time.monotonic())
-            self.streams += 1
-            self.most_streams = max(self.most_streams, self.streams)
+            self._open.add(client)
+            self.most_streams = max(self.most_streams, len(self._open))
         try:
             if self.answer_stream:
                 self.answer_stream(client)
@@ -64,7 +76,7 @@ class Relay:
                 self._hand_on(client, head)
         finally:
             with self._lock:
-                self.streams -= 1
+                self._open.discard(client)
 
     def _hand_on(self, client, head):
         with self._connect() as server:

@@ -34,6 +34,7 @@ class XServer:
             self.run("xrandr", "--addmode", "screen", mode)
             self._modes.add(mode)
         self.run("xrandr", "--output", "screen", "--mode", mode)
+        self.width, self.height = width, height
 
     def kill(self):
         self._process.kill()

@@ -28,8 +28,10 @@ class Browser:
         self._session = None
         self._folder = Path(tempfile.mkdtemp(dir=folder, prefix=f"{self.name}-"))
         try:
-            self.screen = XServer(self._folder, width, height, label="screen")
+            longer = max(width, height)  # so that it can be turned
+            self.screen = XServer(self._folder, longer, longer, label="screen")
             self._started.append(self.screen)
+            self.resize(width, height)
             self._env = self._private_env()
             self._start(["openbox"], "openbox")
             self._session = self._launch()
@@ -73,6 +75,14 @@ class Browser:
 
     def close_tab(self):
         self._session.close_tab()
+
+    def keep_only(self, tab):
+        """Closes all other tabs."""
+        for other in self._session.tabs():
+            if other != tab:
+                self._session.switch_to(other)
+                self._session.close_tab()
+        self._session.switch_to(tab)
 
     def resize(self, width, height):
         """Gives its display another size, as turning a phone does."""

@@ -27,6 +27,9 @@ class Marionette:
     def tab(self):
         return self._call("WebDriver:GetWindowHandle")["value"]
 
+    def tabs(self):
+        return self._call("WebDriver:GetWindowHandles")
+
     def new_tab(self):
         return self._call("WebDriver:NewWindow", type="tab", focus=True)["handle"]
 

@@ -25,6 +25,9 @@ class WebDriver:
     def tab(self):
         return self._call("GET", "/window")
 
+    def tabs(self):
+        return self._call("GET", "/window/handles")
+
     def new_tab(self):
         return self._call("POST", "/window/new", {"type": "tab"})["handle"]
 
