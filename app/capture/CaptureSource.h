@@ -1,11 +1,11 @@
 #pragma once
 
+#include "core/support/Geometry.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "core/support/Geometry.h"
 
 namespace tarvinel {
 
@@ -38,7 +38,7 @@ struct WindowCandidate {
 struct CaptureSource {
   enum class Kind : std::uint8_t { display, window, app };
 
-  std::string id;     ///< "display-", "app-" or "window-" and a number
+  std::string id;  ///< "display-", "app-" or "window-" and a number
   Kind kind = Kind::display;
   std::string title;  ///< UTF-8
   Size size;          ///< points; what will be captured

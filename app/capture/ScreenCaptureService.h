@@ -1,15 +1,15 @@
 #pragma once
 
+#include "app/capture/ShareableContent.h"
+#include "core/frames/PixelBuffer.h"
+#include "core/support/Geometry.h"
+#include "core/support/Result.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
-
-#include "app/capture/ShareableContent.h"
-#include "core/frames/PixelBuffer.h"
-#include "core/support/Geometry.h"
-#include "core/support/Result.h"
 
 namespace tarvinel {
 
@@ -19,10 +19,10 @@ enum class FrameStatus : std::uint8_t { complete, idle, blank, suspended, starte
 /// One sample of a capture stream with its facts. Points times `scaleFactor` are the buffer's
 /// pixels.
 struct CapturedFrame {
-  std::shared_ptr<PixelBuffer> buffer;  ///< null: a sample without a picture
-  std::optional<FrameStatus> status;    ///< absent counts as complete
-  std::optional<Rect> contentRect;      ///< points; where in the buffer the content is
-  std::optional<double> scaleFactor;    ///< absent counts as 1
+  std::shared_ptr<PixelBuffer> buffer;          ///< null: a sample without a picture
+  std::optional<FrameStatus> status;            ///< absent counts as complete
+  std::optional<Rect> contentRect;              ///< points; where in the buffer the content is
+  std::optional<double> scaleFactor;            ///< absent counts as 1
   std::optional<std::vector<Rect>> dirtyRects;  ///< points; absent: nothing is known of the change
 };
 

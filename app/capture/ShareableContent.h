@@ -1,11 +1,11 @@
 #pragma once
 
+#include "core/support/Geometry.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "core/support/Geometry.h"
 
 namespace tarvinel {
 

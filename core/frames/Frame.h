@@ -1,8 +1,8 @@
 #pragma once
 
-#include <memory>
-
 #include "core/support/Bytes.h"
+
+#include <memory>
 
 namespace tarvinel {
 

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "core/frames/Frame.h"
+#include "core/support/UUID.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <mutex>
 #include <unordered_map>
-
-#include "core/frames/Frame.h"
-#include "core/support/UUID.h"
 
 namespace tarvinel {
 

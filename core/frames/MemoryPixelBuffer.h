@@ -8,7 +8,8 @@ namespace tarvinel {
 /// A BGRA pixel buffer in ordinary memory, black at first. Locking always succeeds.
 class MemoryPixelBuffer : public PixelBuffer {
  public:
-  /// Sizes in pixels. Throws std::length_error or std::bad_alloc when that much memory is not there.
+  /// Sizes in pixels. Throws std::length_error or std::bad_alloc when that much memory is not
+  /// there.
   MemoryPixelBuffer(std::size_t width, std::size_t height);
 
   PixelFormat pixelFormat() const override { return pixelFormatBGRA; }

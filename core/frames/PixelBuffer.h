@@ -20,7 +20,8 @@ constexpr PixelFormat pixelFormatCode(char a, char b, char c, char d) {
 inline constexpr PixelFormat pixelFormatBGRA = pixelFormatCode('B', 'G', 'R', 'A');
 
 /// The pixels of one captured frame, whoever owns the memory. Geometry may be read at any time, the
-/// pixels only between a successful `lockReadOnly` and `unlockReadOnly`. Lives on the capture queue.
+/// pixels only between a successful `lockReadOnly` and `unlockReadOnly`. Lives on the capture
+/// queue.
 class PixelBuffer {
  public:
   virtual ~PixelBuffer() = default;

@@ -1,17 +1,17 @@
 #include "core/http/ClientConnection.h"
 
+#include "core/http/HTTPResponse.h"
+#include "core/http/MJPEGFramer.h"
+#include "core/http/Router.h"
+#include "core/http/ViewerSocket.h"
+#include "core/pages/ViewerPage.h"
+
 #include <asio/write.hpp>
 
 #include <limits>
 #include <string_view>
 #include <system_error>
 #include <utility>
-
-#include "core/http/HTTPResponse.h"
-#include "core/http/MJPEGFramer.h"
-#include "core/http/Router.h"
-#include "core/http/ViewerSocket.h"
-#include "core/pages/ViewerPage.h"
 
 namespace tarvinel {
 
@@ -50,8 +50,8 @@ void ClientConnection::start() {
 }
 
 void ClientConnection::scheduleHeadDeadline() {
-  headDeadline_.expires_after(std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-      environment_.headTimeout));
+  headDeadline_.expires_after(
+      std::chrono::duration_cast<std::chrono::steady_clock::duration>(environment_.headTimeout));
   headDeadline_.async_wait([weak = weak_from_this()](std::error_code) {
     const auto self = weak.lock();
     if (!self || self->handled_ || self->closed_) return;

@@ -1,15 +1,5 @@
 #pragma once
 
-#include <asio/ip/tcp.hpp>
-#include <asio/steady_timer.hpp>
-
-#include <array>
-#include <chrono>
-#include <functional>
-#include <memory>
-#include <optional>
-#include <string>
-
 #include "core/frames/Frame.h"
 #include "core/frames/FrameBroadcaster.h"
 #include "core/http/HTTPRequest.h"
@@ -19,6 +9,16 @@
 #include "core/support/Log.h"
 #include "core/support/SerialQueue.h"
 #include "core/support/UUID.h"
+
+#include <asio/ip/tcp.hpp>
+#include <asio/steady_timer.hpp>
+
+#include <array>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
 
 namespace tarvinel {
 
@@ -37,8 +37,8 @@ struct ConnectionEnvironment {
 /// Serves one accepted connection: reads one request head, answers it once, closes. "/stream" stays
 /// open and is sent one part at a time; while one is in flight only the newest frame waits.
 ///
-/// Lives on the server's queue, `enqueue` excepted. The server's table holds the only lasting strong
-/// reference; every callback holds the connection weakly.
+/// Lives on the server's queue, `enqueue` excepted. The server's table holds the only lasting
+/// strong reference; every callback holds the connection weakly.
 class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
  public:
   using CloseHandler = std::function<void(ClientConnection&)>;

@@ -1,10 +1,10 @@
 #include "core/http/HTTPRequest.h"
 
-#include <algorithm>
-#include <charconv>
-
 #include "core/support/ASCII.h"
 #include "core/support/UTF8.h"
+
+#include <algorithm>
+#include <charconv>
 
 namespace tarvinel {
 
@@ -47,16 +47,18 @@ std::optional<HTTPRequest> HTTPRequest::parse(std::string_view buffer) {
   const std::string_view path = cut(target, "?");
   if (method.empty() || !path.starts_with('/')) return std::nullopt;
 
-  HTTPRequest request{asciiUppercased(method), std::string(path), {},
+  HTTPRequest request{asciiUppercased(method),
+                      std::string(path),
+                      {},
                       static_cast<std::int64_t>(end + headEnd.size())};
-  while (!rest.empty()) storeHeader(request.headers, cut(rest, lineEnd));
+  while (!rest.empty())
+    storeHeader(request.headers, cut(rest, lineEnd));
   return request;
 }
 
 std::optional<std::int64_t> HTTPRequest::contentLength() const {
   const std::string_view digits = trimmed(header("content-length"));
-  const bool allDigits =
-      std::ranges::all_of(digits, [](char c) { return c >= '0' && c <= '9'; });
+  const bool allDigits = std::ranges::all_of(digits, [](char c) { return c >= '0' && c <= '9'; });
   if (digits.empty() || !allDigits) return std::nullopt;
   std::int64_t length = 0;
   const auto outcome = std::from_chars(digits.data(), digits.data() + digits.size(), length);

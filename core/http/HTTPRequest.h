@@ -10,8 +10,8 @@ namespace tarvinel {
 
 /// The parsed head of one HTTP/1.1 request. Plain value.
 ///
-/// The parser knows the request line, header lines and the blank line, and nothing else of RFC 9112:
-/// no chunked bodies, no folded headers, no check of the version.
+/// The parser knows the request line, header lines and the blank line, and nothing else of RFC
+/// 9112: no chunked bodies, no folded headers, no check of the version.
 struct HTTPRequest {
   std::string method;                          ///< upper-cased
   std::string path;                            ///< without the query, not percent-decoded

@@ -1,13 +1,13 @@
 #include "core/http/HTTPResponse.h"
 
+#include "core/http/MJPEGFramer.h"
+#include "core/support/ASCII.h"
+
 #include <nlohmann/json.hpp>
 
 #include <array>
 #include <string>
 #include <utility>
-
-#include "core/http/MJPEGFramer.h"
-#include "core/support/ASCII.h"
 
 namespace tarvinel {
 
@@ -74,13 +74,17 @@ Bytes HTTPResponse::json(std::string_view status, std::string_view body) {
   return full({status, jsonType}, body);
 }
 
-Bytes HTTPResponse::json(std::string_view body) { return json("200 OK", body); }
+Bytes HTTPResponse::json(std::string_view body) {
+  return json("200 OK", body);
+}
 
 Bytes HTTPResponse::jsonError(std::string_view status, std::string_view message) {
   return json(status, errorBody(message));
 }
 
-Bytes HTTPResponse::notFound() { return full({"404 Not Found", plainText}, "Not found\n"); }
+Bytes HTTPResponse::notFound() {
+  return full({"404 Not Found", plainText}, "Not found\n");
+}
 
 Bytes HTTPResponse::methodNotAllowed(std::string_view allow) {
   const std::string allowHeader = std::string("Allow: ").append(allow);
@@ -98,7 +102,9 @@ Bytes HTTPResponse::mjpegHead() {
       std::string("multipart/x-mixed-replace; boundary=").append(MJPEGFramer::boundary));
 }
 
-Bytes HTTPResponse::scriptStreamHead() { return streamHead("application/octet-stream"); }
+Bytes HTTPResponse::scriptStreamHead() {
+  return streamHead("application/octet-stream");
+}
 
 std::optional<std::string_view> HTTPResponse::contentType(std::string_view forExtension) {
   using Entry = std::pair<std::string_view, std::string_view>;

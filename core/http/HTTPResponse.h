@@ -1,9 +1,9 @@
 #pragma once
 
+#include "core/support/Bytes.h"
+
 #include <optional>
 #include <string_view>
-
-#include "core/support/Bytes.h"
 
 namespace tarvinel {
 

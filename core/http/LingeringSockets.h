@@ -1,5 +1,8 @@
 #pragma once
 
+#include "core/support/Bytes.h"
+#include "core/support/SerialQueue.h"
+
 #include <asio/ip/tcp.hpp>
 #include <asio/steady_timer.hpp>
 
@@ -8,14 +11,12 @@
 #include <memory>
 #include <unordered_map>
 
-#include "core/support/Bytes.h"
-#include "core/support/SerialQueue.h"
-
 namespace tarvinel {
 
 /// Sees answered connections off. A socket closed with unread bytes in it is reset by the kernel,
-/// and the reset can overtake the answer (RFC 9112 section 9.6): so the sending side is closed first
-/// and what still comes is read and thrown away until the client closes too, for a second at most.
+/// and the reset can overtake the answer (RFC 9112 section 9.6): so the sending side is closed
+/// first and what still comes is read and thrown away until the client closes too, for a second at
+/// most.
 ///
 /// Lives on the server's queue.
 class LingeringSockets {

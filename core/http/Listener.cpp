@@ -2,6 +2,8 @@
 
 #include <asio/ip/v6_only.hpp>
 
+#include <fcntl.h>
+
 #include <chrono>
 #include <utility>
 
@@ -21,6 +23,8 @@ std::error_code systemError(const std::error_code& error) {
 std::error_code tryToListen(tcp::acceptor& acceptor, const tcp::endpoint& endpoint) {
   try {
     acceptor.open(endpoint.protocol());
+    // a child process that outlived this one would keep the port
+    fcntl(acceptor.native_handle(), F_SETFD, FD_CLOEXEC);
     acceptor.set_option(tcp::acceptor::reuse_address(true));
     if (endpoint.protocol() == tcp::v6()) acceptor.set_option(asio::ip::v6_only(false));
     acceptor.bind(endpoint);

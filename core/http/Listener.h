@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/support/SerialQueue.h"
+
 #include <asio/ip/tcp.hpp>
 #include <asio/steady_timer.hpp>
 
@@ -7,8 +9,6 @@
 #include <functional>
 #include <memory>
 #include <system_error>
-
-#include "core/support/SerialQueue.h"
 
 namespace tarvinel {
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "core/support/Bytes.h"
+
 #include <cstddef>
 #include <string>
 #include <string_view>
-
-#include "core/support/Bytes.h"
 
 namespace tarvinel {
 

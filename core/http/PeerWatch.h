@@ -1,12 +1,12 @@
 #pragma once
 
+#include "core/support/SerialQueue.h"
+
 #include <asio/posix/stream_descriptor.hpp>
 
 #include <cstdint>
 #include <functional>
 #include <unordered_map>
-
-#include "core/support/SerialQueue.h"
 
 namespace tarvinel {
 

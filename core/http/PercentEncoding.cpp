@@ -1,8 +1,8 @@
 #include "core/http/PercentEncoding.h"
 
-#include <charconv>
-
 #include "core/support/UTF8.h"
+
+#include <charconv>
 
 namespace tarvinel {
 

@@ -1,11 +1,11 @@
 #include "core/http/Router.h"
 
+#include "core/http/PercentEncoding.h"
+
 #include <array>
 #include <optional>
 #include <string_view>
 #include <utility>
-
-#include "core/http/PercentEncoding.h"
 
 namespace tarvinel {
 

@@ -1,12 +1,5 @@
 #pragma once
 
-#include <chrono>
-#include <cstddef>
-#include <cstdint>
-#include <functional>
-#include <memory>
-#include <unordered_map>
-
 #include "core/frames/FrameBroadcaster.h"
 #include "core/http/ClientConnection.h"
 #include "core/http/LingeringSockets.h"
@@ -17,12 +10,20 @@
 #include "core/support/Result.h"
 #include "core/support/SerialQueue.h"
 
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <unordered_map>
+
 namespace tarvinel {
 
-/// The built-in web server: listens, admits connections up to a cap and keeps them until they close.
+/// The built-in web server: listens, admits connections up to a cap and keeps them until they
+/// close.
 ///
-/// Owns the queue ".server", on which the listener and every connection live; its own operations may
-/// be called from any other thread.
+/// Owns the queue ".server", on which the listener and every connection live; its own operations
+/// may be called from any other thread.
 class StreamServer {
  public:
   struct Options {

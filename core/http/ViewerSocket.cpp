@@ -1,5 +1,6 @@
 #include "core/http/ViewerSocket.h"
 
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -36,6 +37,7 @@ void prepareViewerSocket(asio::ip::tcp::socket& socket) {
   std::error_code ignored;
   socket.non_blocking(true, ignored);
   const int fd = socket.native_handle();
+  fcntl(fd, F_SETFD, FD_CLOEXEC);
   setOption(fd, IPPROTO_TCP, TCP_NODELAY, 1);
   setOption(fd, IPPROTO_TCP, TCP_NOTSENT_LOWAT, maxUnsentBytes);
   setOption(fd, SOL_SOCKET, SO_KEEPALIVE, 1);

@@ -1,8 +1,8 @@
 #include "core/pages/Template.h"
 
-#include <algorithm>
-
 #include "core/support/FatalError.h"
+
+#include <algorithm>
 
 namespace tarvinel {
 

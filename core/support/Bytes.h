@@ -10,7 +10,9 @@ namespace tarvinel {
 using Bytes = std::vector<std::uint8_t>;
 
 /// The bytes of a text, as they are.
-inline Bytes bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
+inline Bytes bytesOf(std::string_view text) {
+  return {text.begin(), text.end()};
+}
 
 /// A view of bytes as text; nothing is checked or copied.
 inline std::string_view textOf(const Bytes& bytes) {

@@ -19,7 +19,9 @@ Log Log::standardError(spdlog::level::level_enum level) {
   return Log(std::move(sink), level);
 }
 
-Log Log::silent() { return Log(std::make_shared<spdlog::sinks::null_sink_mt>()); }
+Log Log::silent() {
+  return Log(std::make_shared<spdlog::sinks::null_sink_mt>());
+}
 
 Logger Log::category(const std::string& name) const {
   auto logger = std::make_shared<spdlog::logger>(name, sink_);

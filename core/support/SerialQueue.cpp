@@ -1,8 +1,8 @@
 #include "core/support/SerialQueue.h"
 
-#include <pthread.h>
-
 #include "core/support/ApplicationIdentifier.h"
+
+#include <pthread.h>
 
 namespace tarvinel {
 

@@ -34,8 +34,8 @@ class SerialQueue {
   const std::string& label() const { return label_; }
   asio::io_context& context() { return context_; }
 
-  /// Ends the thread after the task that is running; tasks not yet run are dropped unrun. Idempotent;
-  /// must not be called from the queue itself.
+  /// Ends the thread after the task that is running; tasks not yet run are dropped unrun.
+  /// Idempotent; must not be called from the queue itself.
   void stop();
 
   /// Runs `task` on the queue, after what was posted before. `task` must not throw.

@@ -13,7 +13,9 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-Frame frameOf(std::size_t bytes) { return std::make_shared<const Bytes>(bytes); }
+Frame frameOf(std::size_t bytes) {
+  return std::make_shared<const Bytes>(bytes);
+}
 
 /// Remembers what one viewer was handed.
 struct Viewer {
@@ -61,7 +63,8 @@ TEST(FrameBroadcaster, PublishWithoutSubscribersRetainsTheFrameAndCountsNothing)
 TEST(FrameBroadcaster, CountsFrameBytesTimesSubscribers) {
   FrameBroadcaster broadcaster;
   std::vector<Viewer> viewers(3);
-  for (Viewer& viewer : viewers) broadcaster.subscribe(viewer.sink());
+  for (Viewer& viewer : viewers)
+    broadcaster.subscribe(viewer.sink());
   broadcaster.publish(frameOf(50000));
   EXPECT_EQ(broadcaster.bytesSent(), 150000);
   broadcaster.publish(frameOf(1));
@@ -123,7 +126,8 @@ TEST(FrameBroadcaster, ASubscriberNeverSeesAFrameTwiceWhilePublicationsRace) {
   FrameBroadcaster broadcaster;
   constexpr std::size_t frames = 500;
   std::thread publisher([&] {
-    for (std::size_t i = 1; i <= frames; ++i) broadcaster.publish(frameOf(i));
+    for (std::size_t i = 1; i <= frames; ++i)
+      broadcaster.publish(frameOf(i));
   });
   std::vector<std::unique_ptr<Viewer>> viewers;
   std::vector<UUID> identifiers;
@@ -132,7 +136,8 @@ TEST(FrameBroadcaster, ASubscriberNeverSeesAFrameTwiceWhilePublicationsRace) {
     identifiers.push_back(broadcaster.subscribe(viewers.back()->sink()));
   }
   publisher.join();
-  for (const UUID& identifier : identifiers) broadcaster.unsubscribe(identifier);
+  for (const UUID& identifier : identifiers)
+    broadcaster.unsubscribe(identifier);
   for (const auto& viewer : viewers) {
     for (std::size_t i = 1; i < viewer->received.size(); ++i) {
       EXPECT_EQ(viewer->received[i]->size(), viewer->received[i - 1]->size() + 1);
