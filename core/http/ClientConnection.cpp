@@ -250,6 +250,15 @@ void ClientConnection::sendOpening() {
       });
 }
 
+void ClientConnection::closeIfVanished() {
+  if (!subscription_ || !environment_.vanishedViewers.isMissing(connection_)) return;
+  environment_.peerWatch.remove(connection_.native_handle());
+  std::error_code ignored;
+  connection_.cancel(ignored);  // what is in flight is in memory of this object
+  environment_.vanishedViewers.adopt(std::move(connection_));
+  close();
+}
+
 void ClientConnection::close() {
   if (std::exchange(closed_, true)) return;
   headDeadline_.cancel();

@@ -6,6 +6,7 @@
 #include "core/http/LingeringSockets.h"
 #include "core/http/PeerWatch.h"
 #include "core/http/StatusSnapshot.h"
+#include "core/http/VanishedViewers.h"
 #include "core/support/Log.h"
 #include "core/support/SerialQueue.h"
 #include "core/support/UUID.h"
@@ -31,6 +32,7 @@ struct ConnectionEnvironment {
   std::function<StatusSnapshot()> status;  ///< called on the queue, must not block
   PeerWatch& peerWatch;
   LingeringSockets& lingeringSockets;
+  VanishedViewers& vanishedViewers;
   Bytes& readBuffer;  ///< one for all connections: it holds nothing between two reads
 };
 
@@ -57,6 +59,9 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
 
   /// Offers one frame to a stream viewer. Safe from any thread.
   void enqueue(const Frame& jpeg);
+
+  /// Closes the connection of a viewer that has vanished. Its socket is kept for its return.
+  void closeIfVanished();
 
   /// Ends the connection; idempotent.
   void close();

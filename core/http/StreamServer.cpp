@@ -9,12 +9,21 @@
 
 namespace tarvinel {
 
+namespace {
+
+constexpr std::chrono::seconds vanishedInterval{2};
+
+}  // namespace
+
 StreamServer::StreamServer(FrameBroadcaster& broadcaster, Logger logger, Options options)
     : logger_(std::move(logger)),
       options_(std::move(options)),
+      vanishedViewers_(queue_, options_.silenceLimit),
       readBuffer_(ClientConnection::maxReadBytes),
       environment_{queue_,          broadcaster, logger_,           options_.headTimeout,
-                   options_.status, peerWatch_,  lingeringSockets_, readBuffer_} {}
+                   options_.status, peerWatch_,  lingeringSockets_, vanishedViewers_,
+                   readBuffer_},
+      vanishedTimer_(queue_, vanishedInterval, [this] { closeVanished(); }) {}
 
 StreamServer::~StreamServer() {
   stop();
@@ -35,6 +44,7 @@ std::uint16_t StreamServer::listen() {
     logger_->error("listener failed: {}", error.code().message());
     throw StreamServerError::bindFailed(error.code());
   }
+  vanishedTimer_.run(true);
   listener_->start([this](asio::ip::tcp::socket socket) { accept(std::move(socket)); },
                    [this](std::error_code error) { listenerFailed(error); });
   logger_->info("listening on port {}", listener_->port());
@@ -63,7 +73,15 @@ void StreamServer::stop() {
     listener_.reset();
     closeAll();
     lingeringSockets_.clear();
+    vanishedViewers_.clear();
+    vanishedTimer_.run(false);
   });
+}
+
+void StreamServer::closeVanished() {
+  const auto connections = connections_;  // one that closes leaves the table
+  for (const auto& [key, connection] : connections)
+    connection->closeIfVanished();
 }
 
 void StreamServer::closeAll() {

@@ -6,7 +6,9 @@
 #include "core/http/Listener.h"
 #include "core/http/PeerWatch.h"
 #include "core/http/StatusSnapshot.h"
+#include "core/http/VanishedViewers.h"
 #include "core/support/Log.h"
+#include "core/support/RepeatingTimer.h"
 #include "core/support/Result.h"
 #include "core/support/SerialQueue.h"
 
@@ -30,6 +32,9 @@ class StreamServer {
     std::uint16_t port = 80;  ///< 0: any free one
     std::chrono::duration<double> headTimeout{15};
     std::size_t maxConnections = 256;
+    /// A viewer whose machine has not been heard of for so long has vanished. Longer than the ten
+    /// seconds after which it is asked, shorter than the thirty after which the kernel gives it up.
+    std::chrono::milliseconds silenceLimit{25000};
     std::function<StatusSnapshot()> status;  ///< fills "/status"; called on the queue, never blocks
   };
 
@@ -56,6 +61,7 @@ class StreamServer {
   std::uint16_t listen();
   void accept(asio::ip::tcp::socket socket);
   void listenerFailed(std::error_code error);
+  void closeVanished();
   void closeAll();
 
   SerialQueue queue_{".server"};
@@ -65,10 +71,12 @@ class StreamServer {
   // on queue_
   PeerWatch peerWatch_{queue_};
   LingeringSockets lingeringSockets_;
+  VanishedViewers vanishedViewers_;
   Bytes readBuffer_;
   ConnectionEnvironment environment_;
   std::shared_ptr<Listener> listener_;
   std::unordered_map<ClientConnection*, std::shared_ptr<ClientConnection>> connections_;
+  QueueTimer vanishedTimer_;
 };
 
 }  // namespace tarvinel

@@ -46,6 +46,18 @@ void prepareViewerSocket(asio::ip::tcp::socket& socket) {
   setOption(fd, IPPROTO_TCP, TCP_USER_TIMEOUT, userTimeoutMilliseconds);
 }
 
+std::chrono::milliseconds silenceOf(asio::ip::tcp::socket& socket) {
+  tcp_info info{};
+  socklen_t size = sizeof info;
+  if (getsockopt(socket.native_handle(), IPPROTO_TCP, TCP_INFO, &info, &size) != 0) return {};
+  if (info.tcpi_state == TCP_CLOSE) return {};
+  return std::chrono::milliseconds(info.tcpi_last_ack_recv);
+}
+
+void askForViewerFor(asio::ip::tcp::socket& socket, std::chrono::milliseconds limit) {
+  setOption(socket.native_handle(), IPPROTO_TCP, TCP_USER_TIMEOUT, static_cast<int>(limit.count()));
+}
+
 std::string remoteEndpointText(const asio::ip::tcp::socket& socket) {
   std::error_code gone;
   const auto endpoint = socket.remote_endpoint(gone);

@@ -13,6 +13,7 @@ from harness.xserver import XServer
 
 # Two seconds are promised on a machine that is not busy; this one may be building something else.
 NOTICED_WITHIN = 2 + 1.5
+RETURNED_WITHIN = 60  # what was under way is sent again ever more seldom
 VANISHED_WITHIN = 45
 
 
@@ -77,19 +78,22 @@ def test_one_that_only_ended_its_side_stays_before_anything_was_shared(
 
 
 @pytest.mark.slow
-def test_vanished_viewers_are_found(network, start, x, canvas, tmp_path):
+def test_vanished_viewers_are_found_and_told_on_their_return(network, start, x, canvas, tmp_path):
     """One cable is pulled for two: a viewer of a still screen, and one with bytes under way."""
     canvas.text(1)
     moving_x = XServer(tmp_path, label="moving")
     try:
         still = start_behind(network, start, x, tmp_path)
         moving = start_behind(network, start, moving_x, tmp_path)
-        with Motion(Canvas(moving_x)), watch_from_afar(network, still), \
-                watch_from_afar(network, moving):
+        with Motion(Canvas(moving_x)), watch_from_afar(network, still) as waiting, \
+                watch_from_afar(network, moving) as receiving:
             network.cut()
             assert (still.viewers(), moving.viewers()) == (1, 1)
             wait_for_viewers(still, 0, VANISHED_WITHIN)
             wait_for_viewers(moving, 0, VANISHED_WITHIN)
+            network.restore()
+            assert waiting.ended(RETURNED_WITHIN), "told that it was given up"
+            assert receiving.ended(RETURNED_WITHIN), "told that it was given up"
     finally:
         moving_x.stop()
 

@@ -432,5 +432,17 @@ TEST_F(StreamServerTest, AViewerThatHalfClosedAndThenLeavesIsGoneWithTheNextFram
   }));
 }
 
+// A second without a word is enough here, so that a viewer of a still screen passes for vanished.
+TEST_F(StreamServerTest, AVanishedViewerIsNoLongerServedAndItsConnectionIsKept) {
+  StreamServer::Options impatient = options();
+  impatient.silenceLimit = std::chrono::seconds(1);
+  serve(impatient);
+  TestClient quiet = viewer();
+  EXPECT_TRUE(eventually([this] { return server->debugConnectionCount() == 0; }));
+  EXPECT_EQ(broadcaster.viewerCount(), 0U);
+  server.reset();
+  EXPECT_EQ(quiet.readToEnd(), "");
+}
+
 }  // namespace
 }  // namespace tarvinel
