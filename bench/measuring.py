@@ -13,8 +13,9 @@ from harness.xserver import XServer  # noqa: E402
 
 
 @contextlib.contextmanager
-def shared_screen(width=1920, height=1080):
-    """The program sharing a display of that size: yields it and a canvas over the display."""
+def shared_screen(width=1920, height=1080, **keywords):
+    """The program sharing a display of that size: yields it and a canvas over the display. Takes
+    the keywords of Program."""
     with contextlib.ExitStack() as stack:
         folder = stack.enter_context(tempfile.TemporaryDirectory())
         server = XServer(folder, width, height)
@@ -23,7 +24,7 @@ def shared_screen(width=1920, height=1080):
         stack.callback(canvas.close)
         canvas.text(0)
         program = Program(folder, "--headless", "--port", "0", "--capture", "x11",
-                          "--share", display_ids(folder, server)[0], display=server.name)
+                          "--share", display_ids(folder, server)[0], display=server.name, **keywords)
         stack.callback(program.stop)
         program.wait_until_listening()
         program.wait_until_sharing()

@@ -75,26 +75,33 @@
     }
   }
 
-  let shownURL = null;
+  let request = null;     // of the stream that is watched
+  let shownURL = null;    // of the picture on the page, or on its way there
+  let loading = false;
+  let newestJPEG = null;  // came while the picture before it was loading
 
-  // Resolves once the picture is on the page; only then is the next part read, so that a slow
-  // device is sent fewer frames instead of falling behind.
-  function show(jpeg) {
-    return new Promise((resolve, reject) => {
-      const url = URL.createObjectURL(jpeg);
-      const previousURL = shownURL;
-      shownURL = url;
-      screen.onload = resolve;
-      screen.onerror = () => reject(new Error("not a picture"));
-      screen.src = url;
-      if (previousURL) URL.revokeObjectURL(previousURL);
-    });
+  // The stream is read as fast as it comes and the newest picture shown as soon as the page has
+  // taken the one before: a slow device skips pictures instead of falling behind.
+  function offer(jpeg) {
+    newestJPEG = jpeg;
+    if (!loading) showNewest();
   }
 
-  // A connection made before the network went away may be dead without a sign of it: while the
-  // screen is still nothing is sent that could fail.
-  let request = null;
-  addEventListener("online", () => request.abort());
+  function showNewest() {
+    const previousURL = shownURL;
+    shownURL = URL.createObjectURL(newestJPEG);
+    newestJPEG = null;
+    loading = true;
+    screen.src = shownURL;
+    if (previousURL) URL.revokeObjectURL(previousURL);
+  }
+
+  function showNothing() {
+    screen.removeAttribute("src");
+    if (shownURL) URL.revokeObjectURL(shownURL);
+    shownURL = newestJPEG = null;
+    loading = false;
+  }
 
   async function watch(url) {
     request = new AbortController();
@@ -106,12 +113,23 @@
       });
       if (!response.ok) throw new Error("refused");
       const parts = new PartReader(response.body);
-      for (;;) await show(await parts.next());
+      for (;;) offer(await parts.next());
     } catch {
       request.abort();
+      showNothing();
       disconnected(watch);
     }
   }
+
+  screen.addEventListener("load", () => {
+    loading = false;
+    if (newestJPEG) showNewest();
+  });
+  screen.addEventListener("error", () => request.abort());
+
+  // A connection made before the network went away may be dead without a sign of it: while the
+  // screen is still nothing is sent that could fail.
+  addEventListener("online", () => request.abort());
 
   screen.classList.add("down");   // an image without a source is drawn as a broken one
   screen.removeAttribute("src");  // ends the request that the markup has begun

@@ -175,3 +175,35 @@ def fills_the_width(picture, width=600, height=800):
     top = (height - width * 3 // 4) // 2
     around = numpy.concatenate([picture[:top - 1], picture[-top + 1:]])
     return (around == 0x11).all() and corners_are_white(picture[top:-top])
+
+
+def test_screen_readers_and_fingers(page, x_program, x, canvas, tmp_path):
+    """What happens is said; the picture is no text to select and nothing scrolls."""
+    canvas.text(1)
+    page.open(x_program.listening_port())
+    page.wait_for_hint(Page.WAITING)
+    assert page.browser.evaluate("document.querySelector('#hint[role=status]') !== null")
+    x_program.share(display_ids(tmp_path, x)[0])
+    page.wait_for_picture(x)
+    assert page.browser.evaluate("document.getElementById('screen').alt") == "Shared screen"
+    page.browser.evaluate("getSelection().selectAllChildren(document.body)")
+    page.browser.evaluate("scrollTo(0, 1000)")
+    page.wait_for_picture(x)
+    assert page.browser.evaluate("document.scrollingElement.scrollTop") == 0
+
+
+def test_terminal_and_clock(page, sharing, x, clients):
+    """A terminal that scrolls and a clock that ticks; then the terminal rests, then the clock
+    goes."""
+    page.open(sharing.listening_port())
+    page.wait_for_picture(x)
+    clock = x.client("xclock", "-update", "1", "-geometry", "150x150+600+20")
+    terminal = x.client("xterm", "-geometry", "80x24+20+20", "-e", "sh", "-c",
+                        "for i in $(seq 60); do ls -l /usr/lib; sleep 0.05; done; exec cat")
+    clients += [clock, terminal]
+    before = page.pixels()
+    page.eventually(lambda: not pixels.same(page.pixels(), before, pixels.SIMILAR),
+                    "the terminal's text is on the page")
+    page.wait_for_picture(x)
+    clock.stop()
+    page.wait_for_picture(x)

@@ -2,6 +2,7 @@
 import contextlib
 import re
 import socket
+import struct
 import threading
 import time
 
@@ -81,6 +82,8 @@ class Relay:
     def _hand_on(self, client, head):
         with self._connect() as server:
             server.settimeout(None)
+            # its end is a reset: a page that leaves does not read what is still on its way
+            server.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
             server.sendall(head)
             back = threading.Thread(target=_pump, args=[client, server], daemon=True)
             back.start()

@@ -3,6 +3,9 @@ import os
 import select
 import subprocess
 
+from Xlib import X
+from Xlib.display import Display
+
 from .process import Process
 
 START_LIMIT = 20
@@ -78,6 +81,25 @@ class XServer:
             assert piece, f"Xvfb did not start: {self._process.stderr}"
             text += piece
         return int(text)
+
+
+class Watch:
+    """Looks at one pixel of a display, again and again and at little cost."""
+
+    def __init__(self, server, x, y):
+        self._display = Display(server.name)
+        self._root = self._display.screen().root
+        self._place = x, y
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *unused):
+        self._display.close()
+
+    def brightness(self):
+        """The least of its red, green and blue, 0 to 255."""
+        return min(self._root.get_image(*self._place, 1, 1, X.ZPixmap, 0xFFFFFFFF).data[:3])
 
 
 def _timing(length):

@@ -1,0 +1,27 @@
+"""A server that comes back finds all its viewers at the door at once."""
+import contextlib
+import time
+from concurrent.futures import ThreadPoolExecutor
+
+from harness.program import display_ids
+from harness.viewer import Viewer
+
+VIEWERS = 256  # as many as are served
+WITHIN = 5
+
+
+def test_all_viewers_return_at_once(sharing, start, x, tmp_path):
+    port = sharing.listening_port()
+    with contextlib.ExitStack() as stack, ThreadPoolExecutor(VIEWERS) as pool:
+        viewers = [stack.enter_context(Viewer(sharing.address)) for _ in range(VIEWERS)]
+        assert all(viewer.next_frame() for viewer in viewers)
+        sharing.kill()
+        assert all(viewer.ended(WITHIN) for viewer in viewers)
+        again = start("--capture", "x11", "--share", display_ids(tmp_path, x)[0],
+                      display=x.name, port=port)
+        again.wait_until_sharing()
+        started = time.monotonic()
+        returned = list(pool.map(lambda _: stack.enter_context(Viewer(again.address)),
+                                 range(VIEWERS)))
+        assert all(pool.map(Viewer.next_frame, returned))
+        assert time.monotonic() - started < WITHIN
