@@ -7,9 +7,7 @@ import pytest
 from harness.page import Page
 from harness.program import display_ids
 from harness.relay import slam, unavailable
-from harness.waiting import eventually
 
-GIVEN_UP_WITHIN = 45  # a viewer that has vanished is no longer counted
 PAUSE = 2  # between two attempts
 
 
@@ -33,7 +31,7 @@ def test_server_killed_and_restarted(page, sharing, share_again, x, canvas):
     canvas.text(4)
     again = share_again(sharing.listening_port())
     page.wait_for_picture(x)
-    assert again.viewers() == 1
+    page.wait_for_viewers(again)
 
 
 def test_server_stopped_cleanly_and_restarted(page, sharing, share_again, x, canvas):
@@ -54,7 +52,7 @@ def test_server_restarted_while_the_page_is_hidden(page, sharing, share_again, x
     sharing.kill()
     canvas.text(6)
     again = share_again(sharing.listening_port())
-    eventually(lambda: again.viewers() == 1, 20, "the hidden page is back")
+    page.wait_for_viewers(again)
     page.browser.keep_only(viewer)
     page.wait_for_picture(x)
 
@@ -109,7 +107,7 @@ def test_cable_pulled_and_put_back(page, sharing, network, x, canvas):
     assert not page.shows_something_like(x)
     network.restore()
     page.wait_for_picture(x)
-    page.eventually(lambda: sharing.viewers() == 1, "one connection for one page")
+    page.wait_for_viewers(sharing)
 
 
 def test_browser_says_that_it_is_online_again(page, sharing, relay, x):
@@ -120,7 +118,7 @@ def test_browser_says_that_it_is_online_again(page, sharing, relay, x):
     page.browser.evaluate("dispatchEvent(new Event('online'))")
     page.eventually(lambda: len(door.stream_times) == before + 1, "a new connection")
     page.wait_for_picture(x)
-    page.eventually(lambda: sharing.viewers() == 1, "one connection for one page")
+    page.wait_for_viewers(sharing)
 
 
 def test_network_cut_until_the_server_gave_up(page, sharing, network, x, canvas):
@@ -128,8 +126,8 @@ def test_network_cut_until_the_server_gave_up(page, sharing, network, x, canvas)
     page.open(sharing.listening_port())
     page.wait_for_picture(x)
     network.cut_silently()
-    eventually(lambda: sharing.viewers() == 0, GIVEN_UP_WITHIN, "the server has noticed")
+    page.wait_for_viewers(sharing, 0)
     canvas.text(4)
     network.restore_silently()
     page.wait_for_picture(x, within=30)
-    page.eventually(lambda: sharing.viewers() == 1, "one connection for one page")
+    page.wait_for_viewers(sharing)

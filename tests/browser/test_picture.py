@@ -34,7 +34,7 @@ def test_join_while_the_screen_is_still(page, sharing, x):
     page.open(sharing.listening_port())
     page.wait_for_picture(x)
     page.keep_screenshot("picture")
-    page.eventually(lambda: sharing.viewers() == 1, "one connection for one page")
+    page.wait_for_viewers(sharing)
 
 
 def test_join_before_any_sharing(page, x_program, x, canvas, tmp_path):
@@ -110,7 +110,7 @@ def test_presenter_stops_and_starts_again(page, sharing, x, canvas, tmp_path):
     assert not page.shows_something_like(x)
     sharing.share(display_ids(tmp_path, x)[0])
     page.wait_for_picture(x)
-    assert sharing.viewers() == 1
+    page.wait_for_viewers(sharing)
 
 
 def test_page_hidden_and_shown_again(page, sharing, x, canvas):
@@ -136,7 +136,7 @@ def test_two_tabs(page, sharing, x, canvas):
     page.open(sharing.listening_port())
     canvas.fill(0x3050A0)
     page.wait_for_colour(0x3050A0)
-    page.eventually(lambda: sharing.viewers() == 2, "one connection for each page")
+    page.wait_for_viewers(sharing, 2)
     page.browser.switch_to(first)
     page.wait_for_colour(0x3050A0)
     canvas.fill(0xA05030)
@@ -147,11 +147,11 @@ def test_left_and_returned(page, sharing, x, canvas):
     page.open(sharing.listening_port())
     page.wait_for_picture(x)
     page.browser.open("about:blank")
-    page.eventually(lambda: sharing.viewers() == 0, "the page has left")
+    page.wait_for_viewers(sharing, 0)
     canvas.text(2)
     page.browser.evaluate("history.back()")
     page.wait_for_picture(x)
-    page.eventually(lambda: sharing.viewers() == 1, "one connection for one page")
+    page.wait_for_viewers(sharing)
 
 
 def test_window_turned(page, sharing, x, canvas):

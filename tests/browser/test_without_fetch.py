@@ -22,7 +22,7 @@ def test_motion_without_fetch(page, door, sharing, canvas):
                         and abs(read_number(page.pixels()) - motion.latest) < 10,
                         "the page keeps up")
         assert page.browser.evaluate("'fetch' in window") is False
-        assert sharing.viewers() == 1
+        page.wait_for_viewers(sharing)
 
 
 def test_refusal_without_fetch(page, door, canvas):

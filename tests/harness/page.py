@@ -9,6 +9,7 @@ from .waiting import eventually
 
 SCREENSHOTS = Path(__file__).resolve().parents[2] / "build/screenshots"
 LIMIT = 20
+GIVEN_UP_WITHIN = 45
 
 
 class Page:
@@ -44,6 +45,14 @@ class Page:
             return (abs(picture[height:-height, width:-width] - wanted) < 12).all()
 
         self.eventually(filled, f"the page is of colour {colour:06x}", within)
+
+    def wait_for_viewers(self, program, count=1):
+        """Waits until the program has so many viewers: one for each page.
+
+        One page in fifty, WebKit neither reads nor closes a request that it has given up, until the
+        server gives up the connection as well.
+        """
+        self.eventually(lambda: program.viewers() == count, f"viewers: {count}", GIVEN_UP_WITHIN)
 
     def shows_something_like(self, server):
         return pixels.same(self.pixels(), pixels.grab(server), pixels.SIMILAR)
