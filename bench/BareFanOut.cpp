@@ -1,16 +1,19 @@
 #include "bench/BareFanOut.h"
 
+#include "core/http/HTTPResponse.h"
+#include "core/http/MJPEGFramer.h"
+#include "core/http/ViewerSocket.h"
+
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <sys/uio.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <string_view>
 #include <system_error>
-
-#include "core/http/HTTPResponse.h"
-#include "core/http/MJPEGFramer.h"
-#include "core/http/ViewerSocket.h"
+#include <utility>
 
 namespace tarvinel {
 
@@ -82,7 +85,8 @@ void BareFanOut::send(const Frame& frame) {
     viewer.sent = 0;
     if (!sendRest(viewer)) ++waiting;
   }
-  while (waiting > 0) waiting -= sendToWritable();
+  while (waiting > 0)
+    waiting -= sendToWritable();
 }
 
 // True when the part is complete.
@@ -98,8 +102,7 @@ bool BareFanOut::sendRest(Viewer& viewer) const {
 // How many more are complete now.
 std::size_t BareFanOut::sendToWritable() {
   std::array<epoll_event, 64> events{};
-  const int count =
-      epoll_wait(epoll_.get(), events.data(), static_cast<int>(events.size()), -1);
+  const int count = epoll_wait(epoll_.get(), events.data(), static_cast<int>(events.size()), -1);
   if (count < 0) fail("epoll_wait");
   std::size_t completed = 0;
   for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "core/frames/Frame.h"
+#include "core/support/UniqueFd.h"
+
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
 
@@ -7,9 +10,6 @@
 #include <cstdint>
 #include <string>
 #include <vector>
-
-#include "core/frames/Frame.h"
-#include "core/support/UniqueFd.h"
 
 namespace tarvinel {
 

@@ -9,11 +9,14 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 namespace tarvinel {
@@ -69,7 +72,8 @@ class ViewerProcess::Crowd {
   void run() {
     std::array<epoll_event, 64> events{};
     for (;;) {
-      const int count = checked(epoll_wait(epoll_.get(), events.data(), events.size(), -1), "epoll");
+      const int count =
+          checked(epoll_wait(epoll_.get(), events.data(), events.size(), -1), "epoll");
       for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
         if (events.at(i).data.fd != control_) {
           read(events.at(i).data.fd);
@@ -142,7 +146,10 @@ ViewerProcess::ViewerProcess() {
   std::array<int, 2> ends{};
   checked(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()), "socketpair");
   control_.reset(ends[0]);
-  const UniqueFd childsEnd(ends[1]);
+  start(UniqueFd(ends[1]));
+}
+
+void ViewerProcess::start(UniqueFd childsEnd) {
   process_ = checked(fork(), "fork");
   if (process_ != 0) return;
   control_.reset();
@@ -179,7 +186,9 @@ void ViewerProcess::setBytesPerRound(std::size_t bytes) {
   waitForAnswer();
 }
 
-void ViewerProcess::waitForRound() { waitForAnswer(); }
+void ViewerProcess::waitForRound() {
+  waitForAnswer();
+}
 
 void ViewerProcess::leave() {
   send({Command::Kind::leave});

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "core/support/UniqueFd.h"
+
 #include <sys/types.h>
 
 #include <cstddef>
 #include <cstdint>
-
-#include "core/support/UniqueFd.h"
 
 namespace tarvinel {
 
@@ -40,6 +40,7 @@ class ViewerProcess {
   struct Command;
   void send(const Command& command);
   void waitForAnswer();
+  void start(UniqueFd childsEnd);
   [[noreturn]] static void run(int control);
   class Crowd;
 

@@ -1,15 +1,5 @@
 #pragma once
 
-#include <asio/ip/tcp.hpp>
-#include <asio/steady_timer.hpp>
-
-#include <array>
-#include <chrono>
-#include <functional>
-#include <memory>
-#include <optional>
-#include <string>
-
 #include "core/frames/Frame.h"
 #include "core/frames/FrameBroadcaster.h"
 #include "core/http/HTTPRequest.h"
@@ -19,6 +9,17 @@
 #include "core/support/Log.h"
 #include "core/support/SerialQueue.h"
 #include "core/support/UUID.h"
+
+#include <asio/buffer.hpp>
+#include <asio/ip/tcp.hpp>
+#include <asio/steady_timer.hpp>
+
+#include <array>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
 
 namespace tarvinel {
 
@@ -37,8 +38,8 @@ struct ConnectionEnvironment {
 /// Serves one accepted connection: reads one request head, answers it once, closes. "/stream" stays
 /// open and is sent one part at a time; while one is in flight only the newest frame waits.
 ///
-/// Lives on the server's queue, `enqueue` excepted. The server's table holds the only lasting strong
-/// reference; every callback holds the connection weakly.
+/// Lives on the server's queue, `enqueue` excepted. The server's table holds the only lasting
+/// strong reference; every callback holds the connection weakly.
 class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
  public:
   using CloseHandler = std::function<void(ClientConnection&)>;
@@ -65,6 +66,9 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
   bool hasPendingFrame() const { return pendingFrame_ != nullptr; }
 
  private:
+  /// Head, JPEG and end, or what is left of them.
+  using Part = std::array<asio::const_buffer, 3>;
+
   void scheduleHeadDeadline();
   void receive();
   void readable(std::error_code error);
@@ -80,6 +84,7 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
   void subscribe();
   void offer(const Frame& jpeg);
   void sendPart(Frame jpeg);
+  void sendRest(const Part& part);
   void sendFrame(std::error_code error);
   void peerChanged(PeerWatch::Event event);
   void probe();
