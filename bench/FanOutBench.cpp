@@ -2,8 +2,8 @@
 // bare sendmsg loop that sends the same bytes over sockets with the same options. The bare loop
 // runs once in the publishing thread and once, as ours does, in a thread of its own, so that a slow
 // viewer cannot hold the publisher up. The viewers are another process. All are measured in turn,
-// so that the ratios (ours over bare) do not depend on the machine's mood; beside the medians stands
-// the lower tenth of the samples, which other programs disturb least.
+// so that the ratios (ours over bare) do not depend on the machine's mood; beside the medians
+// stands the lower tenth of the samples, which other programs disturb least.
 
 #include "bench/BareFanOut.h"
 #include "bench/ViewerProcess.h"
