@@ -54,7 +54,7 @@ AppModel::~AppModel() = default;
 
 void AppModel::begin() {
   captureEngine_.setOnStop(onMain<Result<void>>(
-      [](AppModel& self, const Result<void>& end) { self.captureDidStop(end.error()); }));
+      [](AppModel& self, const Result<void>& end) { self.captureDidStop(end); }));
   startServer();
   refreshSources();
   ticker_ = platform_.mainQueue.repeat(tickInterval, [weak = weak_from_this()] {
@@ -150,8 +150,8 @@ void AppModel::stopSharing(std::function<void()> done) {
       }));
 }
 
-void AppModel::captureDidStop(const std::exception_ptr& error) {
-  update(captureError_, std::optional("Sharing stopped: " + describe(error)));
+void AppModel::captureDidStop(const Result<void>& why) {
+  update(captureError_, std::optional("Sharing stopped: " + describe(why.error())));
   stopSharing();
 }
 

@@ -87,7 +87,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   void sourcesListed(Result<std::vector<CaptureSource>> sources);
   void sharingStarted(std::uint64_t share, const CaptureSource& source,
                       const Result<void>& outcome);
-  void captureDidStop(const std::exception_ptr& error);
+  void captureDidStop(const Result<void>& why);
   void endShare();
 
   void tick();

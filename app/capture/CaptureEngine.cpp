@@ -20,7 +20,7 @@ std::exception_ptr noPermission() {
   return std::make_exception_ptr(CaptureError(CaptureError::Case::noPermission));
 }
 
-std::exception_ptr stoppedBeforeItBegan() {
+Result<void> stoppedBeforeItBegan() {
   return std::make_exception_ptr(
       std::system_error(std::make_error_code(std::errc::operation_canceled)));
 }
@@ -83,7 +83,7 @@ void CaptureEngine::setMotionFPS(std::int64_t framesPerSecond) {
   queue_.post([this, framesPerSecond] { pipeline_.setMotionFPS(framesPerSecond); });
 }
 
-void CaptureEngine::setOnStop(std::function<void(std::exception_ptr)> onStop) {
+void CaptureEngine::setOnStop(std::function<void(Result<void>)> onStop) {
   queue_.post([this, onStop = std::move(onStop)]() mutable { onStop_ = std::move(onStop); });
 }
 
@@ -99,11 +99,8 @@ void CaptureEngine::list(const std::optional<std::string>& excludingBundleID,
   auto onContent = [this, excludingBundleID, completion](const Result<ShareableContent>& content) {
     completion(listed(content, excludingBundleID));
   };
-  try {
-    service().shareableContent(onContent);
-  } catch (...) {
-    onContent(std::current_exception());
-  }
+  const auto asked = resultOf([&] { service().shareableContent(onContent); });
+  if (!asked.ok()) onContent(asked.error());
 }
 
 Result<std::vector<CaptureSource>> CaptureEngine::listed(
@@ -124,10 +121,9 @@ Result<std::vector<CaptureSource>> CaptureEngine::listed(
 void CaptureEngine::begin(const CaptureSource& source, const TarvinelConfig& config,
                           Completion<void> completion) {
   if (capture_) end([](const Result<void>&) {});
-  try {
-    capture_ = makeCapture(source, config);
-  } catch (...) {
-    completion(std::current_exception());
+  const auto made = resultOf([&] { capture_ = makeCapture(source, config); });
+  if (!made.ok()) {
+    completion(made);
     return;
   }
   capture_->onStarted = std::move(completion);
@@ -147,7 +143,7 @@ CaptureEngine::Capture CaptureEngine::makeCapture(const CaptureSource& source,
 
 StreamHandlers CaptureEngine::handlersOf(std::uint64_t number) {
   return {[this, number](const CapturedFrame& captured) { frame(number, captured); },
-          [this, number](const std::exception_ptr& error) { streamStopped(number, error); }};
+          [this, number](std::exception_ptr error) { streamStopped(number, std::move(error)); }};
 }
 
 void CaptureEngine::startStream() {
@@ -155,18 +151,15 @@ void CaptureEngine::startStream() {
   auto started = [this, number = capture_->number](const Result<void>& result) {
     streamStarted(number, result);
   };
-  try {
-    stream->start(started);
-  } catch (...) {
-    started(std::current_exception());
-  }
+  const auto asked = resultOf([&] { stream->start(started); });
+  if (!asked.ok()) started(asked);
 }
 
 void CaptureEngine::streamStarted(std::uint64_t number, const Result<void>& result) {
   if (!isCurrent(number) || !capture_->onStarted) return;
   if (!result.ok()) {
     logger_->error("startCapture failed for {}: {}", capture_->title, describe(result.error()));
-    dropCapture(result.error());
+    dropCapture(result);
     return;
   }
   const StreamConfiguration& configuration = capture_->configuration;
@@ -187,11 +180,8 @@ void CaptureEngine::end(Completion<void> completion) {
     logStopped(result);
     afterPublishing([completion] { completion({}); });
   };
-  try {
-    stream->stop(stopped);
-  } catch (...) {
-    stopped(std::current_exception());
-  }
+  const auto asked = resultOf([&] { stream->stop(stopped); });
+  if (!asked.ok()) stopped(asked);
 }
 
 void CaptureEngine::logStopped(const Result<void>& result) {
@@ -202,17 +192,16 @@ void CaptureEngine::logStopped(const Result<void>& result) {
   }
 }
 
-void CaptureEngine::streamStopped(std::uint64_t number, const std::exception_ptr& error) {
-  logger_->error("stream stopped: {}", describe(error));
-  if (isCurrent(number)) dropCapture(error);
-  afterPublishing([this, error] {
-    if (onStop_) onStop_(error);
+void CaptureEngine::streamStopped(std::uint64_t number, const Result<void>& why) {
+  logger_->error("stream stopped: {}", describe(why.error()));
+  if (isCurrent(number)) dropCapture(why);
+  afterPublishing([this, why] {
+    if (onStop_) onStop_(why);
   });
 }
 
 // The stream lives on until the next task: it may be the one that is calling.
-std::shared_ptr<CaptureStream> CaptureEngine::dropCapture(
-    const std::exception_ptr& notStartedBecause) {
+std::shared_ptr<CaptureStream> CaptureEngine::dropCapture(const Result<void>& notStartedBecause) {
   const Capture dropped = std::move(*capture_);
   capture_.reset();
   queue_.post([stream = dropped.stream] {});

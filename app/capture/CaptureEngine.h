@@ -13,7 +13,6 @@
 #include "core/support/SerialQueue.h"
 
 #include <cstdint>
-#include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -57,8 +56,8 @@ class CaptureEngine {
   /// Frames per second while the screen moves (at least 1), until the next start.
   void setMotionFPS(std::int64_t framesPerSecond);
 
-  /// Called when a stream ended by itself, after its last frame was published.
-  void setOnStop(std::function<void(std::exception_ptr)> onStop);
+  /// Called with the error when a stream ended by itself, after its last frame was published.
+  void setOnStop(std::function<void(Result<void>)> onStop);
 
   /// Bytes of an encoded motion frame lately, 0 before the first.
   double motionBytesAverage() const { return pipeline_.motionBytesAverage(); }
@@ -85,11 +84,11 @@ class CaptureEngine {
   void streamStarted(std::uint64_t number, const Result<void>& result);
   void end(Completion<void> completion);
   void logStopped(const Result<void>& result);
-  void streamStopped(std::uint64_t number, const std::exception_ptr& error);
+  void streamStopped(std::uint64_t number, const Result<void>& why);
   void frame(std::uint64_t number, const CapturedFrame& frame);
   void tick();
   bool isCurrent(std::uint64_t number) const { return capture_ && capture_->number == number; }
-  std::shared_ptr<CaptureStream> dropCapture(const std::exception_ptr& notStartedBecause);
+  std::shared_ptr<CaptureStream> dropCapture(const Result<void>& notStartedBecause);
   void afterPublishing(std::function<void()> task);
 
   SerialQueue queue_{".capture"};
@@ -104,7 +103,7 @@ class CaptureEngine {
   SourceCatalog catalog_;
   std::optional<Capture> capture_;
   std::uint64_t captures_ = 0;  // so far
-  std::function<void(std::exception_ptr)> onStop_;
+  std::function<void(Result<void>)> onStop_;
 };
 
 }  // namespace tarvinel

@@ -11,6 +11,7 @@
 #include "core/support/SerialQueue.h"
 #include "core/support/UUID.h"
 
+#include <asio/buffer.hpp>
 #include <asio/ip/tcp.hpp>
 #include <asio/steady_timer.hpp>
 
@@ -70,6 +71,9 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
   bool hasPendingFrame() const { return pendingFrame_ != nullptr; }
 
  private:
+  /// Head, JPEG and end, or what is left of them.
+  using Part = std::array<asio::const_buffer, 3>;
+
   void scheduleHeadDeadline();
   void receive();
   void readable(std::error_code error);
@@ -85,6 +89,7 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
   void subscribe();
   void offer(const Frame& jpeg);
   void sendPart(Frame jpeg);
+  void sendRest(const Part& part);
   void sendFrame(std::error_code error);
   void peerChanged(PeerWatch::Event event);
   void probe();

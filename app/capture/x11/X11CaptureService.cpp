@@ -16,12 +16,7 @@ X11CaptureService::X11CaptureService(SerialQueue& queue, std::string server,
 
 void X11CaptureService::shareableContent(Completion<ShareableContent> completion) {
   queue_.assertCurrent();
-  Result<ShareableContent> outcome = ShareableContent{};
-  try {
-    outcome = listContent();
-  } catch (...) {
-    outcome = std::current_exception();
-  }
+  auto outcome = resultOf([this] { return listContent(); });
   queue_.post(
       [completion = std::move(completion), outcome = std::move(outcome)] { completion(outcome); });
 }

@@ -28,13 +28,8 @@ X11CaptureStream::X11CaptureStream(SerialQueue& queue, OpenSource openSource,
 
 void X11CaptureStream::start(Completion<void> completion) {
   queue_.assertCurrent();
-  Result<void> outcome;
-  try {
-    open();
-  } catch (...) {
-    close();
-    outcome = std::current_exception();
-  }
+  auto outcome = resultOf([this] { open(); });
+  if (!outcome.ok()) close();
   queue_.post(
       [completion = std::move(completion), outcome = std::move(outcome)] { completion(outcome); });
   queue_.post([weak = weak_from_this()] {

@@ -379,7 +379,7 @@ TEST_F(CaptureEngineTest, NoFrameIsPublishedAfterTheStopCompleted) {
 
 TEST_F(CaptureEngineTest, AStreamThatStopsByItselfIsReportedAndDropped) {
   std::promise<std::string> reported;
-  engine.setOnStop([&](const std::exception_ptr& error) { reported.set_value(textOf(error)); });
+  engine.setOnStop([&](const Result<void>& why) { reported.set_value(textOf(why.error())); });
   capture();
   deliver(picture(), 1.0);
   onQueue([this] { screen.streams.at(0)->handlers.onStop(failure("display unplugged")); });
@@ -400,7 +400,7 @@ TEST_F(CaptureEngineTest, AStreamThatStopsByItselfNeedsNobodyToListen) {
 
 TEST_F(CaptureEngineTest, ALateReportOfAnOlderStreamLeavesTheCurrentOneAlone) {
   std::promise<std::string> reported;
-  engine.setOnStop([&](const std::exception_ptr& error) { reported.set_value(textOf(error)); });
+  engine.setOnStop([&](const Result<void>& why) { reported.set_value(textOf(why.error())); });
   capture();
   capture();
   onQueue([this] { screen.streams.at(0)->handlers.onStop(failure("old")); });
