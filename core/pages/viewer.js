@@ -27,6 +27,8 @@
     return;
   }
 
+  const longestHead = 1024;  // bytes
+
   // Cuts the stream into its parts by their Content-Length.
   class PartReader {
     constructor(body) {
@@ -44,13 +46,14 @@
     async head() {
       const decoder = new TextDecoder("latin1");
       for (;;) {
-        const text = decoder.decode(this.rest);
+        // What came at once can be many parts: no more is looked at than a head can take.
+        const text = decoder.decode(this.rest.subarray(0, longestHead));
         const end = text.indexOf("\r\n\r\n");
         if (end >= 0) {
           this.rest = this.rest.subarray(end + 4);
           return text.slice(0, end);
         }
-        if (text.length > 1024) throw new Error("not a part");
+        if (text.length === longestHead) throw new Error("not a part");
         const more = await this.read();
         const joined = new Uint8Array(this.rest.length + more.length);
         joined.set(this.rest);
