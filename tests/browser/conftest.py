@@ -20,8 +20,10 @@ def pytest_configure(config):
         pytest.exit("the browser tests make network namespaces and need root", returncode=2)
 
 
-@pytest.fixture(scope="session", params=ENGINES)
+@pytest.fixture(scope="session", params=[
+    pytest.param(name, marks=pytest.mark.xdist_group(name)) for name in ENGINES])
 def engine(request):
+    """The browsers are tested side by side, each by a process of its own."""
     return request.param
 
 
@@ -76,9 +78,10 @@ def relay(network):
 
 
 def pytest_runtest_logreport(report):
-    if "[" not in report.nodeid:
+    name = report.nodeid.rpartition("::")[2]
+    if "[" not in name:
         return
-    scenario, _, parameters = report.nodeid.rpartition("::")[2][:-1].partition("[")
+    scenario, _, parameters = name.partition("]")[0].partition("[")
     engine, _, variant = parameters.partition("-")
     scenario = f"{scenario} {variant}"
     if report.failed:
