@@ -107,8 +107,8 @@ void drawGlyph(MemoryPixelBuffer& buffer, std::size_t position, char character) 
 }
 
 std::string counterText(std::int64_t step) {
-  const std::string digits = std::to_string(step % counterLimit);
-  return std::string(caption) + std::string(counterDigits - digits.size(), '0') + digits;
+  const std::string number = std::to_string(step % counterLimit);
+  return std::string(caption) + std::string(counterDigits - number.size(), '0') + number;
 }
 
 /// Repaints the characters that differ and adds their boxes.

@@ -5,6 +5,7 @@
 #include "tests/app/capture/FakeCaptureService.h"
 #include "tests/support/Await.h"
 #include "tests/support/CapturedLog.h"
+#include "tests/support/NoNumbers.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,7 +13,6 @@
 #include <condition_variable>
 #include <deque>
 #include <future>
-#include <limits>
 #include <mutex>
 #include <system_error>
 
@@ -627,7 +627,7 @@ TEST(CaptureEngineDeathTest, SizesAndRatesThatAreNoNumbersStopTheProgram) {
     await<void>([&](auto completion) { engine.start(sources.value().at(0), config, completion); });
   };
   testing::FLAGS_gtest_death_test_style = "threadsafe";
-  EXPECT_DEATH(run(std::numeric_limits<double>::infinity(), 20), "captured size");
+  EXPECT_DEATH(run(infinity, 20), "captured size");
   EXPECT_DEATH(run(100, std::int64_t{1} << 40), "frame rate");
 }
 

@@ -1,10 +1,9 @@
 #include "app/capture/FrameFacts.h"
 #include "core/frames/FramePacer.h"
 #include "core/frames/MemoryPixelBuffer.h"
+#include "tests/support/NoNumbers.h"
 
 #include <gtest/gtest.h>
-
-#include <limits>
 
 namespace tarvinel {
 namespace {
@@ -89,7 +88,6 @@ TEST(FrameFacts, DirtyRectanglesAreInPoints) {
 }
 
 TEST(FrameFacts, RectanglesThatAreNoneAreSkipped) {
-  constexpr double nan = std::numeric_limits<double>::quiet_NaN();
   EXPECT_EQ(FrameFacts(dirty({{0, 0, -50, 100}, {0, 0, -50, -50}, {0, 0, nan, 5}, {0, 0, 0, 9}}))
                 .dirtyFraction,
             0.0);

@@ -1,8 +1,7 @@
 #include "app/capture/StreamGeometry.h"
+#include "tests/support/NoNumbers.h"
 
 #include <gtest/gtest.h>
-
-#include <limits>
 
 namespace tarvinel {
 namespace {
@@ -21,10 +20,8 @@ TEST(StreamGeometry, TheConfiguredSizeIsPointsTimesScaleTruncated) {
 }
 
 TEST(StreamGeometryDeathTest, ASizeThatIsNoNumberStopsTheProgram) {
-  constexpr double infinity = std::numeric_limits<double>::infinity();
   EXPECT_DEATH(configuredSize({infinity, 10}, 2.0), "captured size");
-  EXPECT_DEATH(configuredSize({10, std::numeric_limits<double>::quiet_NaN()}, 2.0),
-               "captured size");
+  EXPECT_DEATH(configuredSize({10, nan}, 2.0), "captured size");
   EXPECT_DEATH(configuredSize({1e300, 10}, 2.0), "captured size");
 }
 

@@ -1,4 +1,5 @@
 #include "core/frames/FrameBroadcaster.h"
+#include "tests/support/FrameOf.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,10 +13,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-Frame frameOf(std::size_t bytes) {
-  return std::make_shared<const Bytes>(bytes);
-}
 
 /// Remembers what one viewer was handed.
 struct Viewer {

@@ -1,4 +1,5 @@
 #include "core/frames/FramePump.h"
+#include "tests/support/FrameOf.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,14 +12,10 @@ namespace {
 
 using testing::ElementsAre;
 
-Frame frameOf(std::size_t bytes) {
-  return std::make_shared<const Bytes>(bytes);
-}
-
 /// A viewer that can be made to hold up the first frame.
-class Viewer {
+class BlockingViewer {
  public:
-  explicit Viewer(FrameBroadcaster& broadcaster) {
+  explicit BlockingViewer(FrameBroadcaster& broadcaster) {
     broadcaster.subscribe([this](const Frame& frame) {
       sizes.push_back(frame->size());
       if (sizes.size() == 1) {
@@ -41,7 +38,7 @@ void waitUntilPublished(FramePump& pump) {
 
 TEST(FramePump, PublishesInOrder) {
   FrameBroadcaster broadcaster;
-  Viewer viewer(broadcaster);
+  BlockingViewer viewer(broadcaster);
   viewer.mayGoOn.set_value();
   FramePump pump(broadcaster);
   for (std::size_t i = 1; i <= 3; ++i) {
@@ -53,7 +50,7 @@ TEST(FramePump, PublishesInOrder) {
 
 TEST(FramePump, ABusyBroadcasterGetsOnlyTheNewestAndHoldsNobodyUp) {
   FrameBroadcaster broadcaster;
-  Viewer viewer(broadcaster);
+  BlockingViewer viewer(broadcaster);
   FramePump pump(broadcaster);
   pump.offer(frameOf(1));
   viewer.firstArrived.get_future().wait();
@@ -66,7 +63,7 @@ TEST(FramePump, ABusyBroadcasterGetsOnlyTheNewestAndHoldsNobodyUp) {
 
 TEST(FramePump, ADiscardedFrameIsNotPublishedButLaterOnesAre) {
   FrameBroadcaster broadcaster;
-  Viewer viewer(broadcaster);
+  BlockingViewer viewer(broadcaster);
   FramePump pump(broadcaster);
   pump.offer(frameOf(1));
   viewer.firstArrived.get_future().wait();
@@ -82,7 +79,7 @@ TEST(FramePump, ADiscardedFrameIsNotPublishedButLaterOnesAre) {
 
 TEST(FramePump, GoesAwayWithAFrameWaiting) {
   FrameBroadcaster broadcaster;
-  Viewer viewer(broadcaster);
+  BlockingViewer viewer(broadcaster);
   {
     FramePump pump(broadcaster);
     pump.offer(frameOf(1));

@@ -1,6 +1,7 @@
 #include "core/frames/JPEGEncodeError.h"
 #include "core/frames/PixelBufferJPEGEncoder.h"
 #include "tests/support/DecodedJPEG.h"
+#include "tests/support/NoNumbers.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,9 +15,6 @@ namespace {
 
 using test::DecodedJPEG;
 using testing::Le;
-
-constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 /// A picture in memory whose every answer a test can spoil, and which counts its locks.
 class FakeBuffer : public PixelBuffer {

@@ -1,15 +1,13 @@
 #include "core/frames/PixelRegion.h"
+#include "tests/support/NoNumbers.h"
 
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <optional>
 
 namespace tarvinel {
 namespace {
 
-constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr PixelRegion whole{0, 0, 1920, 1080};
 
 PixelRegion cropped(const std::optional<Rect>& crop) {

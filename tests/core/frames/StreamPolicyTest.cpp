@@ -1,4 +1,5 @@
 #include "core/frames/StreamPolicy.h"
+#include "tests/support/NoNumbers.h"
 
 #include <gtest/gtest.h>
 
@@ -20,7 +21,6 @@ TEST(StreamPolicy, RateFollowsTheBudgetTheViewersAndTheLink) {
 }
 
 TEST(StreamPolicy, NothingToMeasureGivesTheCeiling) {
-  constexpr double nan = std::numeric_limits<double>::quiet_NaN();
   EXPECT_EQ(StreamPolicy::motionFPS(0, 60000, wired, 300), 20);
   EXPECT_EQ(StreamPolicy::motionFPS(-1, 60000, wired, 300), 20);
   EXPECT_EQ(StreamPolicy::motionFPS(30, 0, wired, 300), 20);
@@ -63,7 +63,6 @@ TEST(StreamPolicy, AirTimeCountsWiFiTwice) {
 }
 
 TEST(StreamPolicyDeathTest, ARateThatNoIntegerHoldsStopsTheProgram) {
-  constexpr double infinity = std::numeric_limits<double>::infinity();
   EXPECT_DEATH(StreamPolicy::motionFPS(1, 60000, wired, infinity), "motion rate");
   EXPECT_DEATH(StreamPolicy::motionFPS(1, 1, wired, 1e20), "motion rate");
 }

@@ -1,8 +1,7 @@
 #include "core/support/Geometry.h"
+#include "tests/support/NoNumbers.h"
 
 #include <gtest/gtest.h>
-
-#include <limits>
 
 namespace tarvinel {
 namespace {
@@ -28,7 +27,7 @@ TEST(Rect, IntegralRoundsOutward) {
 TEST(Rect, EmptinessCountsNaN) {
   EXPECT_TRUE((Rect{0, 0, 0, 5}.isEmpty()));
   EXPECT_TRUE((Rect{0, 0, -1, 5}.isEmpty()));
-  EXPECT_TRUE((Rect{0, 0, std::numeric_limits<double>::quiet_NaN(), 5}.isEmpty()));
+  EXPECT_TRUE((Rect{0, 0, nan, 5}.isEmpty()));
   EXPECT_FALSE((Rect{0, 0, 0.1, 0.1}.isEmpty()));
 }
 

@@ -1,4 +1,5 @@
 #include "app/capture/x11/X11CaptureStream.h"
+#include "tests/support/Colours.h"
 #include "tests/support/X11Capture.h"
 
 #include <gmock/gmock.h>
@@ -10,10 +11,6 @@ namespace tarvinel {
 namespace {
 
 using testing::ElementsAre;
-
-constexpr std::uint32_t red = 0xFF0000;
-constexpr std::uint32_t green = 0x00FF00;
-constexpr std::uint32_t blue = 0x0000FF;
 
 struct RoadOfPixels {
   const char* name;

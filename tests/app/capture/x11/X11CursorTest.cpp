@@ -1,5 +1,6 @@
 #include "app/capture/x11/X11Cursor.h"
 #include "app/capture/x11/X11DisplaySource.h"
+#include "tests/support/Colours.h"
 #include "tests/support/X11Capture.h"
 
 #include <gmock/gmock.h>
@@ -9,10 +10,6 @@ namespace tarvinel {
 namespace {
 
 using testing::ElementsAre;
-
-constexpr std::uint32_t red = 0xFF0000;
-constexpr std::uint32_t green = 0x00FF00;
-constexpr std::uint32_t blue = 0x0000FF;
 
 /// A blue screen with a red square of 8 × 8 pixels as its cursor at (100, 100).
 struct X11CursorTest : testing::Test {

@@ -1,5 +1,6 @@
 #include "app/capture/x11/X11DisplaySource.h"
 #include "app/capture/x11/X11Error.h"
+#include "tests/support/Colours.h"
 #include "tests/support/X11Capture.h"
 
 #include <gmock/gmock.h>
@@ -9,9 +10,6 @@ namespace tarvinel {
 namespace {
 
 using testing::ElementsAre;
-
-constexpr std::uint32_t red = 0xFF0000;
-constexpr std::uint32_t green = 0x00FF00;
 
 /// Hands a source all events that have come.
 void takeEvents(X11FrameSource& source) {

@@ -1,0 +1,13 @@
+# unite_folders(TARGET): with CMAKE_UNITY_BUILD on, each folder of the target is compiled as one file:
+# its headers are read and its templates instantiated once. Files of one folder then share their
+# unnamed namespace.
+function(unite_folders target)
+  get_target_property(sources ${target} SOURCES)
+  foreach(source IN LISTS sources)
+    cmake_path(GET source PARENT_PATH folder)
+    cmake_path(RELATIVE_PATH folder)
+    string(MAKE_C_IDENTIFIER "${folder}" group)
+    set_source_files_properties("${source}" PROPERTIES UNITY_GROUP "${group}")
+  endforeach()
+  set_target_properties(${target} PROPERTIES UNITY_BUILD_MODE GROUP)
+endfunction()
