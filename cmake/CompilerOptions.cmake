@@ -18,7 +18,7 @@ target_compile_options(tarvinel_options INTERFACE
 target_compile_definitions(tarvinel_options INTERFACE
   ASIO_STANDALONE ASIO_NO_DEPRECATED ASIO_SEPARATE_COMPILATION ASIO_DISABLE_STD_ALIGNED_ALLOC)
 
-# Instrumented code takes long to compile, with optimisation twice as long. The debug information of
+# Instrumented code takes long to compile, with optimisation up to twice as long. The debug information of
 # a whole program is not worth it either: line tables are enough for the reports.
 if(TARVINEL_SANITIZE)
   target_compile_options(tarvinel_options INTERFACE
