@@ -4,15 +4,21 @@ target_include_directories(tarvinel_options INTERFACE "${CMAKE_SOURCE_DIR}")
 target_compile_options(tarvinel_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
   -Woverloaded-virtual -Wformat=2 -Werror)
-# No path of this machine in what is built: a second clone finds the compiler's cache warm. Debuggers
-# are run where the sources are.
-target_compile_options(tarvinel_options INTERFACE "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.")
+# No path of this machine in what is built, so that a second clone finds the compiler's cache warm:
+# sources are named as seen from the build folder, the build folder as seen from the clone's root. A
+# debugger started there finds them.
+file(RELATIVE_PATH root_from_build "${CMAKE_BINARY_DIR}" "${CMAKE_SOURCE_DIR}")
+string(REGEX REPLACE "/$" "" root_from_build "${root_from_build}")
+file(RELATIVE_PATH build_from_root "${CMAKE_SOURCE_DIR}" "${CMAKE_BINARY_DIR}")
+target_compile_options(tarvinel_options INTERFACE
+  "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=${root_from_build}"
+  "-ffile-prefix-map=${CMAKE_BINARY_DIR}=./${build_from_root}")
 # Whether Asio 1.22 uses std::aligned_alloc depends on which header a file includes first, so that
 # memory allocated in one file is freed in another way in the next; without it all files agree.
 target_compile_definitions(tarvinel_options INTERFACE
   ASIO_STANDALONE ASIO_NO_DEPRECATED ASIO_SEPARATE_COMPILATION ASIO_DISABLE_STD_ALIGNED_ALLOC)
 
-# Instrumented code takes long to compile, with optimisation twice as long. The debug information of
+# Instrumented code takes long to compile, with optimisation up to twice as long. The debug information of
 # a whole program is not worth it either: line tables are enough for the reports.
 if(TARVINEL_SANITIZE)
   target_compile_options(tarvinel_options INTERFACE
