@@ -12,12 +12,12 @@ namespace tarvinel {
 /// A maker's or user's mark on the pages; every entry is optional. Plain value; the texts are as
 /// they stand in the configuration and may hold anything that UTF-8 can.
 struct BrandConfig {
-  std::optional<std::string> name;          ///< shown where there is no image; titles the pages
-  std::optional<std::string> waiting;       ///< on the idle screen while nothing is shared
-  std::optional<std::string> disconnected;  ///< while a viewer connects again
-  std::optional<std::string> image;         ///< path of a logo file on this computer
-  std::optional<std::string> font;          ///< path of a web font file on this computer
-  std::optional<std::string> color;         ///< accent colour, "#rrggbb"
+  std::optional<std::string> name = {};     ///< shown where there is no image; titles the pages
+  std::optional<std::string> waiting = {};  ///< on the idle screen while nothing is shared
+  std::optional<std::string> disconnected = {};  ///< while a viewer connects again
+  std::optional<std::string> image = {};         ///< path of a logo file on this computer
+  std::optional<std::string> font = {};          ///< path of a web font file on this computer
+  std::optional<std::string> color = {};         ///< accent colour, "#rrggbb"
 
   struct Assets;
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/support/ASCII.h"
+
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -7,19 +9,20 @@
 
 namespace tarvinel {
 
-/// A setting that was corrected; the rest of the configuration is in force.
+/// A setting that was corrected; the rest of the configuration is in force. The text shows control
+/// characters of the value as question marks.
 class TarvinelConfigError : public std::runtime_error {
  public:
   enum class Case : std::uint8_t { invalidHostname, invalidBrandColor };
 
   static TarvinelConfigError invalidHostname(const std::string& value) {
     return {Case::invalidHostname, value,
-            "hostname \"" + value +
+            "hostname \"" + withoutControls(value) +
                 "\" must be 1-63 letters, digits, or hyphens (no dots); using \"tarvinel\""};
   }
   static TarvinelConfigError invalidBrandColor(const std::string& value) {
     return {Case::invalidBrandColor, value,
-            "brand.color \"" + value + "\" must be #rrggbb; ignoring it"};
+            "brand.color \"" + withoutControls(value) + "\" must be #rrggbb; ignoring it"};
   }
 
   Case which() const { return which_; }
