@@ -18,7 +18,7 @@ class TarvinelConfigError : public std::runtime_error {
   static TarvinelConfigError invalidHostname(const std::string& value) {
     return {Case::invalidHostname, value,
             "hostname \"" + withoutControls(value) +
-                "\" must be 1-63 letters, digits, or hyphens (no dots); using \"tarvinel\""};
+                R"(" must be 1-63 letters, digits, or hyphens (no dots); using "tarvinel")"};
   }
   static TarvinelConfigError invalidBrandColor(const std::string& value) {
     return {Case::invalidBrandColor, value,

@@ -19,7 +19,7 @@ std::string_view BrandMarkup::fontFamily(const std::optional<BrandConfig>& brand
 }
 
 std::string_view BrandMarkup::logo(const std::optional<BrandConfig>& brand) {
-  return brand && brand->image ? "<img id=\"logo\" src=\"/brand/image\" alt=\"\">" : "";
+  return brand && brand->image ? R"(<img id="logo" src="/brand/image" alt="">)" : "";
 }
 
 }  // namespace tarvinel

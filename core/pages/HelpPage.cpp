@@ -12,7 +12,7 @@ namespace tarvinel {
 namespace {
 
 /// The logo, or the name in its place.
-std::string mark(const std::optional<BrandConfig>& brand) {
+std::string headerMark(const std::optional<BrandConfig>& brand) {
   if (const auto logo = BrandMarkup::logo(brand); !logo.empty()) return std::string(logo);
   return "<div id=\"name\">" + BrandMarkup::displayName(brand) + "</div>";
 }
@@ -27,7 +27,7 @@ std::string HelpPage::html(const std::optional<BrandConfig>& brand, std::string_
   return filledTemplate(embedded::help_html, {{"displayName", BrandMarkup::displayName(brand)},
                                               {"fontFace", BrandMarkup::fontFace(brand)},
                                               {"style", style},
-                                              {"mark", mark(brand)},
+                                              {"mark", headerMark(brand)},
                                               {"host", host},
                                               {"base", "http://" + host + ".local/"}});
 }

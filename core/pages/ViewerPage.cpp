@@ -21,10 +21,10 @@ std::string_view nameColor(const BrandConfig& brand) {
 }
 
 /// The logo, or the name where there is only a name.
-std::string mark(const std::optional<BrandConfig>& brand) {
+std::string idleMark(const std::optional<BrandConfig>& brand) {
   if (brand && brand->image) return std::string(BrandMarkup::logo(brand)) + "\n";
   if (!brand || !brand->name) return {};
-  return std::string("<div id=\"name\" style=\"color: ").append(nameColor(*brand)) + "\">" +
+  return std::string(R"(<div id="name" style="color: )").append(nameColor(*brand)) + "\">" +
          BrandMarkup::displayName(brand) + "</div>\n";
 }
 
@@ -38,7 +38,7 @@ std::string ViewerPage::html(const std::optional<BrandConfig>& brand) {
                         {{"title", BrandMarkup::displayName(brand)},
                          {"fontFace", BrandMarkup::fontFace(brand)},
                          {"style", style},
-                         {"mark", mark(brand)},
+                         {"mark", idleMark(brand)},
                          {"waiting", escapedOr(texts.waiting, defaultWaiting)},
                          {"disconnected", escapedOr(texts.disconnected, defaultDisconnected)},
                          {"script", embedded::viewer_js}});

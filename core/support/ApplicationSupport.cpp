@@ -28,8 +28,8 @@ SupportEnvironment SupportEnvironment::current() {
 }
 
 std::filesystem::path applicationSupportFolder(const SupportEnvironment& environment) {
-  const auto configHome = environment.configHome.value_or(environment.home / ".config");
-  const auto library = environment.home / "Library/Application Support";
+  auto configHome = environment.configHome.value_or(environment.home / ".config");
+  auto library = environment.home / "Library/Application Support";
   if (hasConfiguration(configHome)) return configHome;
   if (hasConfiguration(library)) return library;
   return environment.configHome ? configHome : library;
