@@ -234,6 +234,24 @@ TEST_F(StreamServerTest, ReadsTheBrandsFilesOnlyWhenItStarts) {
   EXPECT_THAT(answer("GET /brand/image HTTP/1.1\r\n\r\n"), EndsWith("\r\n\r\ntwo"));
 }
 
+TEST_F(StreamServerTest, AStopWhileTheBrandsFilesAreReadEndsTheStart) {
+  const TemporaryFolder folder;
+  const auto logo = folder.write("logo.png", "");
+  std::filesystem::resize_file(logo, 10485760);
+  auto branded = options();
+  branded.brand = BrandConfig{.image = logo.native(), .font = logo.native()};
+  server = std::make_unique<StreamServer>(broadcaster, log.category("server"), branded);
+  std::promise<Result<std::uint16_t>> outcome;
+  server->start([&](Result<std::uint16_t> result) { outcome.set_value(std::move(result)); });
+  server->stop();
+  const auto first = outcome.get_future().get();
+  // a start that was faster than the stop succeeded; none outlives the stop
+  if (!first.ok()) {
+    EXPECT_EQ(describe(first.error()), "the server was stopped before it was ready");
+  }
+  EXPECT_TRUE(started(*server).ok());
+}
+
 TEST_F(StreamServerTest, FilesOfTheBrandThatCannotBeReadAreNotFoundAndHoldNothingUp) {
   const TemporaryFolder folder;
   ASSERT_EQ(::mkfifo((folder / "pipe.png").c_str(), 0600), 0);
