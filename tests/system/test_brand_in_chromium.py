@@ -213,6 +213,14 @@ def test_help_page_with_logo_and_font(page, branded, size):
     assert page.evaluate("document.title") == "Studio Example Help"
 
 
+def test_help_page_with_the_longest_host_name(page, start, tmp_path):
+    file = tmp_path / "config.json"
+    file.write_text(json.dumps({"hostname": "m" * 63}))
+    page.open(start("--capture", "pattern", "--config", str(file)), "/help", PHONE)
+    page.pixels(name_of(PHONE, "help-long"))
+    assert_inside(page, PHONE, "h1")
+
+
 def test_the_brand_sample_of_the_help_page_works_when_pasted(page, start, tmp_path):
     """With a logo and a font where the sample says, which is under the home of the tests."""
     page.open(start("--capture", "pattern"), "/help", DESKTOP)
