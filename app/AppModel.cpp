@@ -46,7 +46,9 @@ AppModel::AppModel(TarvinelConfig config, Platform platform)
       captureEngine_(broadcaster_, platform_.log.category("capture"), platform_.captureService),
       server_(broadcaster_, platform_.log.category("server"),
               {.port = config_.port,
-               .status = [sharingFlag = sharingFlag_] { return sharingFlag->snapshot(); }}) {
+               .status = [sharingFlag = sharingFlag_] { return sharingFlag->snapshot(); },
+               .brand = config_.brand,
+               .hostname = config_.hostname}) {
   setMotionRate(initialMotionFPS);
 }
 

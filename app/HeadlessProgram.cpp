@@ -1,11 +1,11 @@
 #include "app/HeadlessProgram.h"
 
 #include "app/AppModel.h"
+#include "app/Configuration.h"
 #include "app/Console.h"
 #include "app/LineReader.h"
 #include "app/TerminalLoop.h"
 #include "app/capture/CaptureEngine.h"
-#include "core/config/TarvinelConfig.h"
 #include "core/support/ApplicationIdentifier.h"
 
 #include <unistd.h>
@@ -21,12 +21,6 @@ namespace {
 
 Log logFor(const CommandLineOptions& options) {
   return Log::standardError(options.verbose ? spdlog::level::debug : spdlog::level::info);
-}
-
-TarvinelConfig configFor(const CommandLineOptions& options) {
-  TarvinelConfig config;
-  if (options.port) config.port = *options.port;
-  return config;
 }
 
 struct ChosenCapture {
@@ -47,9 +41,11 @@ ChosenCapture chooseCapture(const CommandLineOptions& options) {
 int runHeadless(const CommandLineOptions& options) {
   const ChosenCapture capture = chooseCapture(options);
   std::cout << capture.decision.reason << std::endl;
+  const Log log = logFor(options);
+  const Configuration configuration = Configuration::load(options, log);
+  if (configuration.problem) std::cout << *configuration.problem << std::endl;
   TerminalLoop loop;
-  const auto model =
-      AppModel::create(configFor(options), {loop, logFor(options), capture.makeService});
+  const auto model = AppModel::create(configuration.config, {loop, log, capture.makeService});
   const auto console =
       std::make_shared<Console>(*model, std::cout, [&loop](int status) { loop.quit(status); });
   model->setOnChange([&console] { console->refresh(); });

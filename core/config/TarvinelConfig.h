@@ -1,23 +1,55 @@
 #pragma once
 
+#include "core/config/BrandConfig.h"
+#include "core/support/Log.h"
+
 #include <cstdint>
+#include <exception>
+#include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace tarvinel {
 
 /// The program's settings; a plain value, fixed for the whole run.
 struct TarvinelConfig {
+  static constexpr std::string_view defaultHostname = "tarvinel";
+
   std::uint16_t port = 80;                ///< TCP port of the web server; 0: any free one
   std::int64_t fps = 20;                  ///< capture rate, frames per second, 1 to 60
   double jpegQuality = 0.92;              ///< of settled frames, 0.1 to 1.0
   double scale = 2.0;                     ///< captured pixels per point at the most, 1.0 to 2.0
   double motionQuality = 0.7;             ///< of motion frames, 0.1 to 1.0
-  double budgetMbps = 300;                ///< megabits per second for all viewers together
+  double budgetMbps = 300;                ///< megabits per second for all viewers, 10 to 10000
   std::optional<std::int64_t> motionFps;  ///< pins the motion rate, 1 to 60
-  std::string hostname = "tarvinel";      ///< DNS label published under .local; empty: none
+  std::string hostname{defaultHostname};  ///< DNS label published under .local; empty: none
+  std::optional<BrandConfig> brand;       ///< marks the pages
+
+  struct Loaded;
 
   bool operator==(const TarvinelConfig&) const = default;
+
+  /// The user's configuration file, which need not exist.
+  static std::filesystem::path defaultURL();
+
+  /// A copy with every number within its range.
+  TarvinelConfig clamped() const;
+
+  /// Reads the user's file and, key by key under it, "config.json" in the profile folder that a
+  /// maker built in. Never fails: what cannot be used is replaced by defaults. A file that does not
+  /// exist is no problem. Blocks.
+  static Loaded load(const std::filesystem::path& userFile,
+                     const std::optional<std::filesystem::path>& bundledProfile,
+                     const Logger& logger);
+};
+
+/// What became of loading: always settings, and the first problem that was met, if any. A
+/// TarvinelConfigError means that one setting was corrected, anything else that a file or all of it
+/// could not be used.
+struct TarvinelConfig::Loaded {
+  TarvinelConfig config;
+  std::exception_ptr error;
 };
 
 }  // namespace tarvinel

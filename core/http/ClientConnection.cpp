@@ -4,6 +4,7 @@
 #include "core/http/MJPEGFramer.h"
 #include "core/http/Router.h"
 #include "core/http/ViewerSocket.h"
+#include "core/pages/HelpPage.h"
 #include "core/pages/ViewerPage.h"
 
 #include <asio/write.hpp>
@@ -117,7 +118,7 @@ void ClientConnection::handle(const HTTPRequest& request) {
   environment_.logger->debug("{} {} from {}", request.method, request.path, remote_);
   switch (Router::route(request).kind) {
     case Route::Kind::index:
-      sendAndClose(HTTPResponse::html(ViewerPage::html()));
+      sendAndClose(HTTPResponse::html(ViewerPage::html(environment_.brand)));
       break;
     case Route::Kind::stream:
       startStream(request);
@@ -125,13 +126,19 @@ void ClientConnection::handle(const HTTPRequest& request) {
     case Route::Kind::status:
       answerStatus();
       break;
+    case Route::Kind::brandImage:
+      answerWith(environment_.brandAnswers.image);
+      break;
+    case Route::Kind::brandFont:
+      answerWith(environment_.brandAnswers.font);
+      break;
+    case Route::Kind::help:
+      sendAndClose(HTTPResponse::html(HelpPage::html(environment_.brand, environment_.hostname)));
+      break;
     case Route::Kind::methodNotAllowed:
       sendAndClose(HTTPResponse::methodNotAllowed());
       break;
-    case Route::Kind::uploadFile:  // nothing takes uploads, and there is no brand and no help page
-    case Route::Kind::brandImage:
-    case Route::Kind::brandFont:
-    case Route::Kind::help:
+    case Route::Kind::uploadFile:  // nothing takes uploads
     case Route::Kind::uploadPage:
     case Route::Kind::uploadStatus:
     case Route::Kind::notFound:
@@ -146,9 +153,22 @@ void ClientConnection::answerStatus() {
   sendAndClose(HTTPResponse::json(snapshot.json()));
 }
 
+void ClientConnection::answerWith(const std::shared_ptr<const Bytes>& file) {
+  if (!file) {
+    sendAndClose(HTTPResponse::notFound());
+    return;
+  }
+  sharedResponse_ = file;
+  sendLast(asio::buffer(*sharedResponse_));
+}
+
 void ClientConnection::sendAndClose(Bytes response) {
   response_ = std::move(response);
-  asio::async_write(connection_, asio::buffer(response_), wholeRest,
+  sendLast(asio::buffer(response_));
+}
+
+void ClientConnection::sendLast(asio::const_buffer response) {
+  asio::async_write(connection_, response, wholeRest,
                     [weak = weak_from_this()](std::error_code error, std::size_t) {
                       const auto self = weak.lock();
                       if (!self || self->closed_) return;

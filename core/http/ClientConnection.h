@@ -1,7 +1,9 @@
 #pragma once
 
+#include "core/config/BrandConfig.h"
 #include "core/frames/Frame.h"
 #include "core/frames/FrameBroadcaster.h"
+#include "core/http/BrandAnswers.h"
 #include "core/http/HTTPRequest.h"
 #include "core/http/LingeringSockets.h"
 #include "core/http/PeerWatch.h"
@@ -31,6 +33,9 @@ struct ConnectionEnvironment {
   Logger logger;
   std::chrono::duration<double> headTimeout;
   std::function<StatusSnapshot()> status;  ///< called on the queue, must not block
+  std::optional<BrandConfig> brand;        ///< marks the pages
+  std::string hostname;                    ///< named by the help page
+  BrandAnswers brandAnswers;               ///< filled when the server starts
   PeerWatch& peerWatch;
   LingeringSockets& lingeringSockets;
   VanishedViewers& vanishedViewers;
@@ -82,7 +87,9 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
 
   void handle(const HTTPRequest& request);
   void answerStatus();
+  void answerWith(const std::shared_ptr<const Bytes>& file);
   void sendAndClose(Bytes response);
+  void sendLast(asio::const_buffer response);
   void finish();
 
   void startStream(const HTTPRequest& request);
@@ -106,6 +113,7 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
   bool closed_ = false;
 
   Bytes response_;  ///< a complete response, or the head of the stream, while it is sent
+  std::shared_ptr<const Bytes> sharedResponse_;  ///< the same, when it is not this viewer's alone
   std::optional<UUID> subscription_;
   bool sendInFlight_ = false;
   bool openingSent_ = false;  ///< the next part's opening is on its way already

@@ -1,13 +1,11 @@
 #include "core/http/HTTPResponse.h"
 
 #include "core/http/MJPEGFramer.h"
-#include "core/support/ASCII.h"
+#include "core/support/ContentType.h"
 
 #include <nlohmann/json.hpp>
 
-#include <array>
 #include <string>
-#include <utility>
 
 namespace tarvinel {
 
@@ -107,22 +105,7 @@ Bytes HTTPResponse::scriptStreamHead() {
 }
 
 std::optional<std::string_view> HTTPResponse::contentType(std::string_view forExtension) {
-  using Entry = std::pair<std::string_view, std::string_view>;
-  static constexpr std::array<Entry, 10> types{{{"png", "image/png"},
-                                                {"jpg", "image/jpeg"},
-                                                {"jpeg", "image/jpeg"},
-                                                {"gif", "image/gif"},
-                                                {"webp", "image/webp"},
-                                                {"svg", "image/svg+xml"},
-                                                {"woff2", "font/woff2"},
-                                                {"woff", "font/woff"},
-                                                {"ttf", "font/ttf"},
-                                                {"otf", "font/otf"}}};
-  const std::string lowered = asciiLowercased(forExtension);
-  for (const auto& [extension, type] : types) {
-    if (extension == lowered) return type;
-  }
-  return std::nullopt;
+  return contentTypeForExtension(forExtension);
 }
 
 }  // namespace tarvinel

@@ -20,24 +20,39 @@ StreamServer::StreamServer(FrameBroadcaster& broadcaster, Logger logger, Options
       options_(std::move(options)),
       vanishedViewers_(queue_, options_.silenceLimit),
       readBuffer_(ClientConnection::maxReadBytes),
-      environment_{queue_,          broadcaster, logger_,           options_.headTimeout,
-                   options_.status, peerWatch_,  lingeringSockets_, vanishedViewers_,
-                   readBuffer_},
+      environment_{.queue = queue_,
+                   .broadcaster = broadcaster,
+                   .logger = logger_,
+                   .headTimeout = options_.headTimeout,
+                   .status = options_.status,
+                   .brand = options_.brand,
+                   .hostname = options_.hostname,
+                   .brandAnswers = {},
+                   .peerWatch = peerWatch_,
+                   .lingeringSockets = lingeringSockets_,
+                   .vanishedViewers = vanishedViewers_,
+                   .readBuffer = readBuffer_},
       vanishedTimer_(queue_, vanishedInterval, [this] { closeVanished(); }) {}
 
 StreamServer::~StreamServer() {
   stop();
+  fileQueue_.stop();
   queue_.stop();
 }
 
 void StreamServer::start(Completion<std::uint16_t> completion) {
-  queue_.post([this, completion = std::move(completion)] {
-    completion(resultOf([this] { return listen(); }));
+  fileQueue_.post([this, stops = stops_.load(), completion = std::move(completion)] {
+    auto answers = BrandAnswers::load(options_.brand);
+    queue_.post([this, stops, answers = std::move(answers), completion] {
+      completion(resultOf([&] { return listen(stops, answers); }));
+    });
   });
 }
 
-std::uint16_t StreamServer::listen() {
+std::uint16_t StreamServer::listen(std::uint64_t stopsBefore, const BrandAnswers& brandAnswers) {
+  if (stops_ != stopsBefore) throw StreamServerError::cancelled();
   if (listener_) throw StreamServerError::alreadyRunning();
+  environment_.brandAnswers = brandAnswers;
   try {
     listener_ = std::make_shared<Listener>(queue_, options_.port);
   } catch (const std::system_error& error) {
@@ -69,6 +84,7 @@ void StreamServer::listenerFailed(std::error_code error) {
 }
 
 void StreamServer::stop() {
+  ++stops_;
   queue_.sync([this] {
     listener_.reset();
     closeAll();

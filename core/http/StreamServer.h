@@ -1,6 +1,8 @@
 #pragma once
 
+#include "core/config/BrandConfig.h"
 #include "core/frames/FrameBroadcaster.h"
+#include "core/http/BrandAnswers.h"
 #include "core/http/ClientConnection.h"
 #include "core/http/LingeringSockets.h"
 #include "core/http/Listener.h"
@@ -12,11 +14,14 @@
 #include "core/support/Result.h"
 #include "core/support/SerialQueue.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <string>
 #include <unordered_map>
 
 namespace tarvinel {
@@ -36,6 +41,8 @@ class StreamServer {
     /// seconds after which it is asked, shorter than the thirty after which the kernel gives it up.
     std::chrono::milliseconds silenceLimit{25000};
     std::function<StatusSnapshot()> status;  ///< fills "/status"; called on the queue, never blocks
+    std::optional<BrandConfig> brand = {};   ///< marks the pages
+    std::string hostname = {};               ///< named by the help page
   };
 
   /// Opens nothing yet. The broadcaster outlives the server.
@@ -44,8 +51,8 @@ class StreamServer {
   StreamServer(const StreamServer&) = delete;
   StreamServer& operator=(const StreamServer&) = delete;
 
-  /// Opens the listener. Completes on the queue with the port that is listened on, or with a
-  /// StreamServerError.
+  /// Reads the brand's files, then opens the listener. Completes on the queue with the port that is
+  /// listened on, or with a StreamServerError.
   void start(Completion<std::uint16_t> completion);
 
   /// Closes the listener and every connection; afterwards the server may be started again.
@@ -58,15 +65,17 @@ class StreamServer {
   std::size_t debugMaxPendingFrames();
 
  private:
-  std::uint16_t listen();
+  std::uint16_t listen(std::uint64_t stopsBefore, const BrandAnswers& brandAnswers);
   void accept(asio::ip::tcp::socket socket);
   void listenerFailed(std::error_code error);
   void closeVanished();
   void closeAll();
 
   SerialQueue queue_{".server"};
+  SerialQueue fileQueue_{".brand"};  ///< reads the brand's files: a slow disk holds nobody up
   const Logger logger_;
   const Options options_;
+  std::atomic<std::uint64_t> stops_ = 0;  ///< how often the server was stopped
 
   // on queue_
   PeerWatch peerWatch_{queue_};

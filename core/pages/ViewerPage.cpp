@@ -1,5 +1,6 @@
 #include "core/pages/ViewerPage.h"
 
+#include "core/pages/BrandMarkup.h"
 #include "core/pages/Template.h"
 #include "embedded/viewer_css.h"
 #include "embedded/viewer_html.h"
@@ -9,16 +10,38 @@ namespace tarvinel {
 
 namespace {
 
-constexpr std::string_view displayName = "Tarvinel";
+constexpr std::string_view defaultNameColor = "#ccc";
+
+std::string escapedOr(const std::optional<std::string>& text, std::string_view otherwise) {
+  return ViewerPage::escape(text ? std::string_view(*text) : otherwise);
+}
+
+std::string_view nameColor(const BrandConfig& brand) {
+  return brand.color && BrandConfig::isValidColor(*brand.color) ? *brand.color : defaultNameColor;
+}
+
+/// The logo, or the name where there is only a name.
+std::string idleMark(const std::optional<BrandConfig>& brand) {
+  if (brand && brand->image) return std::string(BrandMarkup::logo(brand)) + "\n";
+  if (!brand || !brand->name) return {};
+  return std::string(R"(<div id="name" style="color: )").append(nameColor(*brand)) + "\">" +
+         BrandMarkup::displayName(brand) + "</div>\n";
+}
 
 }  // namespace
 
-std::string ViewerPage::html() {
-  return filledTemplate(embedded::viewer_html, {{"title", escape(displayName)},
-                                                {"style", embedded::viewer_css},
-                                                {"waiting", escape(defaultWaiting)},
-                                                {"disconnected", escape(defaultDisconnected)},
-                                                {"script", embedded::viewer_js}});
+std::string ViewerPage::html(const std::optional<BrandConfig>& brand) {
+  const BrandConfig texts = brand.value_or(BrandConfig{});
+  const std::string style =
+      filledTemplate(embedded::viewer_css, {{"fontFamily", BrandMarkup::fontFamily(brand)}});
+  return filledTemplate(embedded::viewer_html,
+                        {{"title", BrandMarkup::displayName(brand)},
+                         {"fontFace", BrandMarkup::fontFace(brand)},
+                         {"style", style},
+                         {"mark", idleMark(brand)},
+                         {"waiting", escapedOr(texts.waiting, defaultWaiting)},
+                         {"disconnected", escapedOr(texts.disconnected, defaultDisconnected)},
+                         {"script", embedded::viewer_js}});
 }
 
 std::string ViewerPage::escape(std::string_view text) {

@@ -31,4 +31,13 @@ inline std::string_view trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
+/// With a question mark for every control character, so that a text from elsewhere cannot move a
+/// terminal's cursor or begin a new line of a log.
+inline std::string withoutControls(std::string_view text) {
+  std::string shown(text);
+  std::ranges::replace_if(
+      shown, [](char c) { return (c >= 0 && c < ' ') || c == '\x7f'; }, '?');
+  return shown;
+}
+
 }  // namespace tarvinel

@@ -33,6 +33,8 @@ TEST(CommandLine, HeadlessAloneTakesEveryDefault) {
   EXPECT_EQ(options.capture, CaptureRoad::automatic);
   EXPECT_EQ(options.share, std::nullopt);
   EXPECT_EQ(options.port, std::nullopt);
+  EXPECT_EQ(options.config, std::nullopt);
+  EXPECT_EQ(options.profile, std::nullopt);
   EXPECT_FALSE(options.listSources);
   EXPECT_FALSE(options.verbose);
 }
@@ -44,6 +46,8 @@ TEST(CommandLine, ReadsEveryOption) {
   EXPECT_EQ(options.share, "display-5");
   EXPECT_EQ(options.port, 8080);
   EXPECT_TRUE(options.verbose);
+  EXPECT_EQ(optionsOf({"--headless", "--config", "a b.json"}).config, "a b.json");
+  EXPECT_EQ(optionsOf({"--headless", "--profile=/a"}).profile, "/a");
   EXPECT_EQ(optionsOf({"--headless", "--capture", "pattern"}).capture, CaptureRoad::pattern);
   EXPECT_EQ(optionsOf({"--headless", "--capture", "auto"}).capture, CaptureRoad::automatic);
   EXPECT_EQ(optionsOf({"--headless", "--port", "0"}).port, 0);
@@ -69,15 +73,12 @@ TEST(CommandLine, WhatIsNotThereYetSaysSoAndIsLeftOutOfTheHelp) {
   EXPECT_EQ(exitOf({"--headless", "--uploads"}).text, "tarvinel: --uploads is not there yet\n");
   EXPECT_EQ(exitOf({"--headless", "--upload-folder", "a"}).text,
             "tarvinel: --upload-folder is not there yet\n");
-  EXPECT_EQ(exitOf({"--headless", "--config", "a"}).text, "tarvinel: --config is not there yet\n");
-  EXPECT_EQ(exitOf({"--headless", "--profile", "a"}).text,
-            "tarvinel: --profile is not there yet\n");
   EXPECT_EQ(exitOf({"--headless", "--capture", "portal"}).text,
             "tarvinel: --capture portal is not there yet\n");
   EXPECT_EQ(exitOf({}).text,
             "tarvinel: the tray is not there yet; start with --headless (see --help)\n");
   EXPECT_EQ(exitOf({}).status, 2);
-  for (const char* option : {"--uploads", "--upload-folder", "--config", "--profile", "portal"}) {
+  for (const char* option : {"--uploads", "--upload-folder", "portal"}) {
     EXPECT_THAT(exitOf({"--help"}).text, Not(HasSubstr(option)));
   }
 }

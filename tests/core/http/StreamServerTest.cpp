@@ -1,15 +1,20 @@
 #include "core/http/HTTPResponse.h"
 #include "core/http/StreamServer.h"
 #include "core/http/StreamServerError.h"
+#include "core/pages/HelpPage.h"
 #include "core/pages/ViewerPage.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/Eventually.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tests/support/TestClient.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <filesystem>
 #include <future>
 #include <memory>
 #include <optional>
@@ -22,9 +27,11 @@ namespace {
 
 using test::CapturedLog;
 using test::eventually;
+using test::TemporaryFolder;
 using test::TestClient;
 using testing::Contains;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::Not;
@@ -169,6 +176,90 @@ TEST_F(StreamServerTest, ServesTheViewerPage) {
             bytes(HTTPResponse::html(ViewerPage::html())));
   EXPECT_EQ(answer("GET /index.html?x HTTP/1.1\r\n\r\n"),
             bytes(HTTPResponse::html(ViewerPage::html())));
+}
+
+TEST_F(StreamServerTest, ServesThePagesWithTheBrandAndTheHelpPageWithTheHostName) {
+  const BrandConfig brand{.name = "A&B", .waiting = "Soon"};
+  auto branded = options();
+  branded.brand = brand;
+  branded.hostname = "studio";
+  serve(branded);
+  EXPECT_EQ(answer("GET / HTTP/1.1\r\n\r\n"), bytes(HTTPResponse::html(ViewerPage::html(brand))));
+  const std::string help = bytes(HTTPResponse::html(HelpPage::html(brand, "studio")));
+  EXPECT_EQ(answer("GET /help HTTP/1.1\r\n\r\n"), help);
+  EXPECT_EQ(answer("HEAD /help/ HTTP/1.1\r\n\r\n"), help);
+}
+
+TEST_F(StreamServerTest, ServesTheBrandsFiles) {
+  const TemporaryFolder folder;
+  auto branded = options();
+  branded.brand = BrandConfig{.image = folder.write("logo.svg", "<svg/>").native(),
+                              .font = folder.write("brand.woff2", "wOF2").native()};
+  serve(branded);
+  EXPECT_EQ(answer("GET /brand/image HTTP/1.1\r\n\r\n"),
+            "HTTP/1.1 200 OK\r\nContent-Type: image/svg+xml\r\nContent-Length: 6\r\n"
+            "Cache-Control: public, max-age=300\r\nConnection: close\r\n"
+            "X-Content-Type-Options: nosniff\r\nX-Frame-Options: DENY\r\n"
+            "Content-Security-Policy: default-src 'none'; style-src 'unsafe-inline'\r\n\r\n<svg/>");
+  EXPECT_EQ(answer("HEAD /brand/font HTTP/1.1\r\n\r\n"),
+            "HTTP/1.1 200 OK\r\nContent-Type: font/woff2\r\nContent-Length: 4\r\n"
+            "Cache-Control: public, max-age=300\r\nConnection: close\r\n"
+            "X-Content-Type-Options: nosniff\r\nX-Frame-Options: DENY\r\n"
+            "Content-Security-Policy: default-src 'none'; style-src 'unsafe-inline'\r\n\r\nwOF2");
+}
+
+TEST_F(StreamServerTest, ServesALargeLogoAndNotALargerOne) {
+  const TemporaryFolder folder;
+  const auto logo = folder.write("logo.png", "");
+  auto branded = options();
+  branded.brand = BrandConfig{.image = logo.native()};
+  std::filesystem::resize_file(logo, 10485760);
+  serve(branded);
+  EXPECT_THAT(answer("GET /brand/image HTTP/1.1\r\n\r\n"),
+              EndsWith("\r\n\r\n" + std::string(10485760, '\0')));
+  std::filesystem::resize_file(logo, 10485761);
+  serve(branded);
+  EXPECT_EQ(answer("GET /brand/image HTTP/1.1\r\n\r\n"), bytes(HTTPResponse::notFound()));
+}
+
+TEST_F(StreamServerTest, ReadsTheBrandsFilesOnlyWhenItStarts) {
+  const TemporaryFolder folder;
+  auto branded = options();
+  branded.brand = BrandConfig{.image = folder.write("logo.png", "one").native()};
+  serve(branded);
+  folder.write("logo.png", "two");
+  EXPECT_THAT(answer("GET /brand/image HTTP/1.1\r\n\r\n"), EndsWith("\r\n\r\none"));
+  server->stop();
+  port = started(*server).value();
+  EXPECT_THAT(answer("GET /brand/image HTTP/1.1\r\n\r\n"), EndsWith("\r\n\r\ntwo"));
+}
+
+TEST_F(StreamServerTest, AStopWhileTheBrandsFilesAreReadEndsTheStart) {
+  const TemporaryFolder folder;
+  const auto logo = folder.write("logo.png", "");
+  std::filesystem::resize_file(logo, 10485760);
+  auto branded = options();
+  branded.brand = BrandConfig{.image = logo.native(), .font = logo.native()};
+  server = std::make_unique<StreamServer>(broadcaster, log.category("server"), branded);
+  std::promise<Result<std::uint16_t>> outcome;
+  server->start([&](Result<std::uint16_t> result) { outcome.set_value(std::move(result)); });
+  server->stop();
+  const auto first = outcome.get_future().get();
+  // a start that was faster than the stop succeeded; none outlives the stop
+  if (!first.ok()) {
+    EXPECT_EQ(describe(first.error()), "the server was stopped before it was ready");
+  }
+  EXPECT_TRUE(started(*server).ok());
+}
+
+TEST_F(StreamServerTest, FilesOfTheBrandThatCannotBeReadAreNotFoundAndHoldNothingUp) {
+  const TemporaryFolder folder;
+  ASSERT_EQ(::mkfifo((folder / "pipe.png").c_str(), 0600), 0);
+  auto branded = options();
+  branded.brand = BrandConfig{.image = (folder / "pipe.png").native(), .font = "/dev/zero.woff2"};
+  serve(branded);
+  EXPECT_EQ(answer("GET /brand/image HTTP/1.1\r\n\r\n"), bytes(HTTPResponse::notFound()));
+  EXPECT_EQ(answer("GET /brand/font HTTP/1.1\r\n\r\n"), bytes(HTTPResponse::notFound()));
 }
 
 TEST_F(StreamServerTest, HEADIsAnsweredLikeGETBodyIncluded) {

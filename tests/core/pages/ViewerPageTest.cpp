@@ -36,6 +36,48 @@ TEST(ViewerPage, WithoutABrandTheIdleBlockHoldsOnlyTheHint) {
   EXPECT_THAT(page, HasSubstr("font: 14px -apple-system, system-ui, sans-serif;"));
 }
 
+TEST(ViewerPage, ABrandNameTitlesThePageAndStandsInItsColour) {
+  const std::string page = ViewerPage::html(BrandConfig{.name = "A&B <x>", .color = "#E2791B"});
+  EXPECT_THAT(page, HasSubstr("<title>A&amp;B &lt;x&gt;</title>"));
+  EXPECT_THAT(page, HasSubstr("<div id=\"idle\">\n<div id=\"name\" style=\"color: #E2791B\">"
+                              "A&amp;B &lt;x&gt;</div>\n<div id=\"hint\""));
+}
+
+TEST(ViewerPage, AnInvalidColourIsNotInserted) {
+  const std::string page = ViewerPage::html(BrandConfig{.name = "N", .color = "red;\"><script>"});
+  EXPECT_THAT(page, HasSubstr("<div id=\"name\" style=\"color: #ccc\">N</div>"));
+  EXPECT_THAT(page, Not(HasSubstr("red")));
+  EXPECT_THAT(ViewerPage::html(BrandConfig{.name = "N"}), HasSubstr("style=\"color: #ccc\">N<"));
+}
+
+TEST(ViewerPage, ABrandWithLogoAndNameShowsOnlyTheLogo) {
+  const std::string page = ViewerPage::html(BrandConfig{.name = "N", .image = "/nowhere.png"});
+  EXPECT_THAT(page, HasSubstr("<div id=\"idle\">\n<img id=\"logo\" src=\"/brand/image\" "
+                              "alt=\"\">\n<div id=\"hint\""));
+  EXPECT_THAT(page, Not(HasSubstr("<div id=\"name\"")));
+  EXPECT_THAT(page, HasSubstr("<title>N</title>"));
+}
+
+TEST(ViewerPage, ABrandFontComesFirst) {
+  const std::string page = ViewerPage::html(BrandConfig{.font = "/f.woff2"});
+  EXPECT_THAT(page, HasSubstr("<style>\n  @font-face { font-family: \"Brand\"; src: "
+                              "url(/brand/font); font-display: swap; }\n  html"));
+  EXPECT_THAT(page, HasSubstr("font: 14px \"Brand\", -apple-system, system-ui, sans-serif;"));
+}
+
+TEST(ViewerPage, ABrandsTextsTakeThePlaceOfTheDefaultsEscaped) {
+  const std::string page =
+      ViewerPage::html(BrandConfig{.waiting = "\"Soon\" <b>", .disconnected = "it's {{gone}}"});
+  EXPECT_THAT(page, HasSubstr("<div id=\"hint\" data-waiting=\"&quot;Soon&quot; &lt;b&gt;\" "
+                              "data-disconnected=\"it&#39;s {{gone}}\">"
+                              "&quot;Soon&quot; &lt;b&gt;</div>"));
+  EXPECT_THAT(page, HasSubstr("<title>Tarvinel</title>"));
+}
+
+TEST(ViewerPage, AnEmptyBrandIsLikeNone) {
+  EXPECT_EQ(ViewerPage::html(BrandConfig()), ViewerPage::html());
+}
+
 TEST(ViewerPage, LeavesNoPlaceholder) {
   EXPECT_THAT(ViewerPage::html(), Not(HasSubstr("{{")));
 }

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "core/config/BrandConfig.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tarvinel {
+
+/// What the brand puts into the pages. Looks at the configuration alone: a file that cannot be read
+/// leaves a reference behind that is not found. Everything returned may be inserted as it is.
+/// Static and pure.
+class BrandMarkup {
+ public:
+  BrandMarkup() = delete;
+
+  /// The brand's name, or the product's, for content and quoted attributes.
+  static std::string displayName(const std::optional<BrandConfig>& brand);
+
+  /// The rule that loads the brand's font, to stand at the start of a style sheet; empty without
+  /// one.
+  static std::string_view fontFace(const std::optional<BrandConfig>& brand);
+
+  /// The list of font families of a page's texts.
+  static std::string_view fontFamily(const std::optional<BrandConfig>& brand);
+
+  /// The brand's logo; empty without one.
+  static std::string_view logo(const std::optional<BrandConfig>& brand);
+};
+
+}  // namespace tarvinel
