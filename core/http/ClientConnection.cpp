@@ -4,6 +4,7 @@
 #include "core/http/MJPEGFramer.h"
 #include "core/http/Router.h"
 #include "core/http/ViewerSocket.h"
+#include "core/pages/UploadPage.h"
 #include "core/pages/ViewerPage.h"
 
 #include <asio/write.hpp>
@@ -41,10 +42,12 @@ bool wantsScriptStream(const HTTPRequest& request) {
 }  // namespace
 
 ClientConnection::ClientConnection(asio::ip::tcp::socket connection,
-                                   const ConnectionEnvironment& environment)
+                                   const ConnectionEnvironment& environment,
+                                   std::shared_ptr<UploadController> uploads)
     : environment_(environment),
       connection_(std::move(connection)),
       remote_(remoteEndpointText(connection_)),
+      uploads_(std::move(uploads)),
       headDeadline_(connection_.get_executor()) {
   prepareViewerSocket(connection_);
 }
@@ -100,8 +103,9 @@ void ClientConnection::consume(std::string_view data) {
   }
   handled_ = true;
   headDeadline_.cancel();
-  buffer_ = {};
-  handle(*request);
+  const std::string received = std::exchange(buffer_, {});
+  const auto headLength = static_cast<std::size_t>(request->headLength);
+  handle(*request, std::string_view(received).substr(headLength));
 }
 
 void ClientConnection::headIncomplete() {
@@ -113,9 +117,13 @@ void ClientConnection::headIncomplete() {
   close();
 }
 
-void ClientConnection::handle(const HTTPRequest& request) {
+void ClientConnection::handle(const HTTPRequest& request, std::string_view initialBody) {
   environment_.logger->debug("{} {} from {}", request.method, request.path, remote_);
-  switch (Router::route(request).kind) {
+  const Route route = Router::route(request);
+  switch (route.kind) {
+    case Route::Kind::uploadFile:
+      startUpload(route, request, initialBody);
+      break;
     case Route::Kind::index:
       sendAndClose(HTTPResponse::html(ViewerPage::html()));
       break;
@@ -128,12 +136,15 @@ void ClientConnection::handle(const HTTPRequest& request) {
     case Route::Kind::methodNotAllowed:
       sendAndClose(HTTPResponse::methodNotAllowed());
       break;
-    case Route::Kind::uploadFile:  // nothing takes uploads, and there is no brand and no help page
-    case Route::Kind::brandImage:
+    case Route::Kind::uploadPage:
+      answerUploadPage();
+      break;
+    case Route::Kind::uploadStatus:
+      answerUploadStatus();
+      break;
+    case Route::Kind::brandImage:  // there is no brand and no help page
     case Route::Kind::brandFont:
     case Route::Kind::help:
-    case Route::Kind::uploadPage:
-    case Route::Kind::uploadStatus:
     case Route::Kind::notFound:
       sendAndClose(HTTPResponse::notFound());
       break;
@@ -144,6 +155,34 @@ void ClientConnection::answerStatus() {
   StatusSnapshot snapshot = environment_.status();
   snapshot.viewers = static_cast<std::int64_t>(environment_.broadcaster.viewerCount());
   sendAndClose(HTTPResponse::json(snapshot.json()));
+}
+
+void ClientConnection::answerUploadPage() {
+  sendAndClose(uploads_ ? HTTPResponse::html(UploadPage::html()) : HTTPResponse::notFound());
+}
+
+void ClientConnection::answerUploadStatus() {
+  sendAndClose(uploads_ ? HTTPResponse::json(uploads_->snapshot().json())
+                        : HTTPResponse::notFound());
+}
+
+void ClientConnection::startUpload(const Route& route, const HTTPRequest& request,
+                                   std::string_view initialBody) {
+  if (!uploads_) {
+    sendAndClose(HTTPResponse::notFound());
+    return;
+  }
+  UploadTransfer::Connection connection{connection_, remote_,
+                                        [weak = weak_from_this()](Bytes response) {
+                                          const auto self = weak.lock();
+                                          if (self) self->sendAndClose(std::move(response));
+                                        },
+                                        [weak = weak_from_this()] {
+                                          if (const auto self = weak.lock()) self->close();
+                                        }};
+  upload_ =
+      std::make_shared<UploadTransfer>(environment_.uploadQueues, std::move(connection), uploads_);
+  upload_->start(route, request, initialBody);
 }
 
 void ClientConnection::sendAndClose(Bytes response) {
@@ -160,7 +199,7 @@ void ClientConnection::sendAndClose(Bytes response) {
 // The connection is over for the server; only its socket is seen off.
 void ClientConnection::finish() {
   environment_.peerWatch.remove(connection_.native_handle());
-  environment_.lingeringSockets.adopt(std::move(connection_));
+  environment_.lingeringSockets.adopt(std::move(connection_), upload_ != nullptr);
 }
 
 void ClientConnection::startStream(const HTTPRequest& request) {
@@ -275,6 +314,7 @@ void ClientConnection::close() {
   if (std::exchange(closed_, true)) return;
   headDeadline_.cancel();
   pendingFrame_.reset();
+  if (upload_) upload_->connectionClosed();
   if (const auto identifier = std::exchange(subscription_, std::nullopt)) {
     environment_.broadcaster.unsubscribe(*identifier);
   }

@@ -13,12 +13,20 @@ StreamServer::StreamServer(FrameBroadcaster& broadcaster, Logger logger, Options
     : logger_(std::move(logger)),
       options_(std::move(options)),
       readBuffer_(ClientConnection::maxReadBytes),
-      environment_{queue_,          broadcaster, logger_,           options_.headTimeout,
-                   options_.status, peerWatch_,  lingeringSockets_, readBuffer_} {}
+      environment_{queue_,
+                   broadcaster,
+                   logger_,
+                   options_.headTimeout,
+                   options_.status,
+                   peerWatch_,
+                   lingeringSockets_,
+                   readBuffer_,
+                   {queue_, admissionQueue_, blockingPool_}} {}
 
 StreamServer::~StreamServer() {
   stop();
   queue_.stop();
+  blockingPool_.finish();  // removes what uploads that were cut off have written
 }
 
 void StreamServer::start(Completion<std::uint16_t> completion) {
@@ -47,7 +55,8 @@ void StreamServer::accept(asio::ip::tcp::socket socket) {
                   remoteEndpointText(socket));
     return;  // dropping the socket closes it
   }
-  const auto connection = std::make_shared<ClientConnection>(std::move(socket), environment_);
+  const auto connection =
+      std::make_shared<ClientConnection>(std::move(socket), environment_, uploads_);
   connection->setOnClose([this](ClientConnection& closed) { connections_.erase(&closed); });
   connections_.emplace(connection.get(), connection);
   connection->start();
@@ -70,6 +79,10 @@ void StreamServer::closeAll() {
   const auto connections = std::exchange(connections_, {});
   for (const auto& [key, connection] : connections)
     connection->close();
+}
+
+void StreamServer::setUploads(std::shared_ptr<UploadController> uploads) {
+  queue_.sync([&] { uploads_ = std::move(uploads); });
 }
 
 std::size_t StreamServer::debugConnectionCount() {

@@ -6,6 +6,7 @@
 #include "core/http/Listener.h"
 #include "core/http/PeerWatch.h"
 #include "core/http/StatusSnapshot.h"
+#include "core/support/BlockingPool.h"
 #include "core/support/Log.h"
 #include "core/support/Result.h"
 #include "core/support/SerialQueue.h"
@@ -46,6 +47,10 @@ class StreamServer {
   /// Closes the listener and every connection; afterwards the server may be started again.
   void stop();
 
+  /// Takes files of participants from now on, or with null no more. Connections that were accepted
+  /// before keep what they were given.
+  void setUploads(std::shared_ptr<UploadController> uploads);
+
   /// Live connections.
   std::size_t debugConnectionCount();
 
@@ -58,7 +63,12 @@ class StreamServer {
   void listenerFailed(std::error_code error);
   void closeAll();
 
+  /// One for each upload, one for admission and some to spare.
+  static constexpr std::size_t blockingThreads = 12;
+
+  BlockingPool blockingPool_{blockingThreads};  // outlives what waits on queue_ for its files
   SerialQueue queue_{".server"};
+  PooledQueue admissionQueue_{blockingPool_, ".upload-admission"};
   const Logger logger_;
   const Options options_;
 
@@ -67,6 +77,7 @@ class StreamServer {
   LingeringSockets lingeringSockets_;
   Bytes readBuffer_;
   ConnectionEnvironment environment_;
+  std::shared_ptr<UploadController> uploads_;  ///< null: there are none
   std::shared_ptr<Listener> listener_;
   std::unordered_map<ClientConnection*, std::shared_ptr<ClientConnection>> connections_;
 };
