@@ -15,8 +15,7 @@ constexpr const char* hidden = "";  // an option in the group without a name is 
 
 /// Understood so that the answer can be a plain word, and left out of the help until they work.
 void addFutureOptions(CLI::App& app) {
-  app.add_flag("--uploads")->group(hidden);
-  for (const char* option : {"--upload-folder", "--config", "--profile"}) {
+  for (const char* option : {"--config", "--profile"}) {
     app.add_option(option)->group(hidden);
   }
 }
@@ -24,7 +23,7 @@ void addFutureOptions(CLI::App& app) {
 std::optional<CommandLineExit> refusalOfFutureOptions(const CLI::App& app, bool headless,
                                                       const std::string& capture) {
   std::string missing;
-  for (const char* option : {"--uploads", "--upload-folder", "--config", "--profile"}) {
+  for (const char* option : {"--config", "--profile"}) {
     if (app.count(option) > 0) missing = option;
   }
   if (capture == "portal") missing = "--capture portal";
@@ -70,6 +69,9 @@ std::variant<CommandLineOptions, CommandLineExit> parseCommandLine(int argc,
   app.add_option("--port", options.port, "port of the web server; 0 takes any free one")
       ->type_name("N")
       ->check(CLI::Range(0, 65535).description(""));
+  app.add_flag("--uploads", options.uploads, "let participants send photos at once");
+  app.add_option("--upload-folder", options.uploadFolder, "where photos go in this run")
+      ->type_name("DIR");
   app.add_flag("--list-sources", options.listSources, "list what can be shared, then exit");
   app.add_flag("--verbose", options.verbose, "log every request");
   app.set_version_flag("--version", "tarvinel " + std::string(appVersion),

@@ -3,6 +3,7 @@
 #include "app/AppModel.h"
 #include "app/Console.h"
 #include "app/LineReader.h"
+#include "app/PicturesFolder.h"
 #include "app/TerminalLoop.h"
 #include "app/capture/CaptureEngine.h"
 #include "core/config/TarvinelConfig.h"
@@ -10,6 +11,8 @@
 
 #include <unistd.h>
 
+#include <ctime>
+#include <filesystem>
 #include <future>
 #include <iostream>
 #include <memory>
@@ -21,6 +24,12 @@ namespace {
 
 Log logFor(const CommandLineOptions& options) {
   return Log::standardError(options.verbose ? spdlog::level::debug : spdlog::level::info);
+}
+
+AppModel::UploadLaunch uploadsFor(const CommandLineOptions& options) {
+  AppModel::UploadLaunch launch{defaultUploadFolder(std::time(nullptr)), {}, options.uploads};
+  if (options.uploadFolder) launch.folder = std::filesystem::absolute(*options.uploadFolder);
+  return launch;
 }
 
 TarvinelConfig configFor(const CommandLineOptions& options) {
@@ -48,8 +57,9 @@ int runHeadless(const CommandLineOptions& options) {
   const ChosenCapture capture = chooseCapture(options);
   std::cout << capture.decision.reason << std::endl;
   TerminalLoop loop;
-  const auto model =
-      AppModel::create(configFor(options), {loop, logFor(options), capture.makeService});
+  const auto model = AppModel::create(
+      configFor(options), {loop, logFor(options), capture.makeService, UserDefaults::defaultFile()},
+      uploadsFor(options));
   const auto console =
       std::make_shared<Console>(*model, std::cout, [&loop](int status) { loop.quit(status); });
   model->setOnChange([&console] { console->refresh(); });

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+namespace tarvinel {
+
+/// What decides where a user's settings lie.
+struct SupportEnvironment {
+  std::filesystem::path home;
+  std::optional<std::filesystem::path>
+      configHome;  ///< $XDG_CONFIG_HOME when it is an absolute path
+
+  /// Of this process.
+  static SupportEnvironment current();
+};
+
+/// The folder that holds "Tarvinel/config.json": the first of $XDG_CONFIG_HOME (~/.config unless
+/// set) and ~/Library/Application Support that has one. When none has: $XDG_CONFIG_HOME if it is
+/// set, else the latter. Creates nothing.
+std::filesystem::path applicationSupportFolder(const SupportEnvironment& environment);
+
+}  // namespace tarvinel
