@@ -47,6 +47,17 @@ class Browser:
         return self._call("POST", "/execute/sync",
                           {"script": f"return {expression};", "args": []})
 
+    def choose_files(self, selector, paths):
+        """Answers the file chooser of an input."""
+        element = self._call("POST", "/element", {"using": "css selector", "value": selector})
+        identifier = next(iter(element.values()))
+        self._call("POST", f"/element/{identifier}/value",
+                   {"text": "\n".join(map(str, paths))})
+
+    def devtools(self, command, **parameters):
+        """One command of the browser's own protocol."""
+        return self._call("POST", "/goog/cdp/execute", {"cmd": command, "params": parameters})
+
     def pixels(self):
         """What its visitor sees."""
         return pixels.grab(self._server)[:self.HEIGHT, :self.WIDTH]
