@@ -3,14 +3,27 @@
 #include "core/support/ApplicationIdentifier.h"
 
 #include <pthread.h>
+#include <sys/resource.h>
 
 namespace tarvinel {
+
+namespace {
+
+// Writing to a file is mostly copying: on a busy computer it yields to what viewers wait for.
+constexpr int niceness = 10;
+
+void becomeBlockingThread() {
+  pthread_setname_np(pthread_self(), "blocking");
+  setpriority(PRIO_PROCESS, 0, niceness);  // on Linux: of the calling thread alone
+}
+
+}  // namespace
 
 BlockingPool::BlockingPool(std::size_t threads)
     : context_(static_cast<int>(threads)), work_(asio::make_work_guard(context_)) {
   for (std::size_t i = 0; i < threads; ++i) {
     threads_.emplace_back([this] {
-      pthread_setname_np(pthread_self(), "blocking");
+      becomeBlockingThread();
       context_.run();
     });
   }

@@ -42,7 +42,7 @@ ActiveUpload::Outcome ActiveUpload::finished(const Result<void>& flushed) {
 
 std::string ActiveUpload::commit() {
   const std::int64_t bytes = sink_->bytesWritten();
-  const std::string name = store_->commit(reservation_, bytes).filename();
+  std::string name = store_->commit(reservation_, bytes).filename();
   ended_ = true;
   slot_.release();
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - startedAt_;

@@ -43,7 +43,7 @@ std::string filtered(std::string_view utf8, bool keepDot) {
 
 void collapseSpaces(std::string& text) {
   const auto bothSpaces = [](char a, char b) { return a == ' ' && b == ' '; };
-  text.erase(std::ranges::unique(text, bothSpaces).begin(), text.end());
+  text.erase(std::unique(text.begin(), text.end(), bothSpaces), text.end());
 }
 
 /// The last of the pieces between slashes of either kind; the text itself when it has none.
