@@ -17,6 +17,7 @@ namespace {
 constexpr std::chrono::seconds tickInterval{1};
 constexpr std::int64_t ticksBetweenSourceLists = 10;
 constexpr std::int64_t ticksBetweenAddresses = 5;
+constexpr std::int64_t ticksBeforeServerWithoutUploads = 3;
 constexpr std::int64_t initialMotionFPS = 8;
 
 std::string countOfViewers(std::int64_t count) {
@@ -33,13 +34,14 @@ std::string currentHost() {
 
 }  // namespace
 
-std::shared_ptr<AppModel> AppModel::create(TarvinelConfig config, Platform platform) {
-  std::shared_ptr<AppModel> model(new AppModel(std::move(config), std::move(platform)));
+std::shared_ptr<AppModel> AppModel::create(TarvinelConfig config, Platform platform,
+                                           const UploadLaunch& uploads) {
+  std::shared_ptr<AppModel> model(new AppModel(std::move(config), std::move(platform), uploads));
   model->begin();
   return model;
 }
 
-AppModel::AppModel(TarvinelConfig config, Platform platform)
+AppModel::AppModel(TarvinelConfig config, Platform platform, const UploadLaunch& uploads)
     : config_(std::move(config)),
       platform_(std::move(platform)),
       logger_(platform_.log.category("app")),
@@ -48,8 +50,10 @@ AppModel::AppModel(TarvinelConfig config, Platform platform)
               {.port = config_.port,
                .status = [sharingFlag = sharingFlag_] { return sharingFlag->snapshot(); },
                .brand = config_.brand,
-               .hostname = config_.hostname}) {
+               .hostname = config_.hostname}),
+      userDefaults_(platform_.userDefaultsFile, logger_) {
   setMotionRate(initialMotionFPS);
+  readUploadDefaults(uploads);
 }
 
 AppModel::~AppModel() = default;
@@ -57,7 +61,7 @@ AppModel::~AppModel() = default;
 void AppModel::begin() {
   captureEngine_.setOnStop(onMain<Result<void>>(
       [](AppModel& self, const Result<void>& end) { self.captureDidStop(end); }));
-  startServer();
+  reloadUploadStore();  // the server starts with the outcome
   refreshSources();
   ticker_ = platform_.mainQueue.repeat(tickInterval, [weak = weak_from_this()] {
     if (const auto self = weak.lock()) self->tick();
@@ -65,6 +69,7 @@ void AppModel::begin() {
 }
 
 void AppModel::startServer() {
+  if (std::exchange(serverAsked_, true)) return;
   server_.start(onMain<Result<std::uint16_t>>(
       [](AppModel& self, const Result<std::uint16_t>& port) { self.serverStarted(port); }));
 }
@@ -165,9 +170,12 @@ void AppModel::endShare() {
 
 void AppModel::tick() {
   ++tickCount_;
+  // a folder on a disk that hangs does not keep viewers waiting
+  if (tickCount_ == ticksBeforeServerWithoutUploads) startServer();
   update(measuredMbps_, trafficMeter_.measure(broadcaster_.bytesSent()));
   update(viewerCount_, static_cast<std::int64_t>(broadcaster_.viewerCount()));
   if (isSharing_) retuneMotionRate();
+  refreshUploadStatus();
   if (!isSharing_ && tickCount_ % ticksBetweenSourceLists == 0) refreshSources();
   if (serverURL_ && tickCount_ % ticksBetweenAddresses == 0) refreshAddress();
 }

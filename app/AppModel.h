@@ -2,6 +2,7 @@
 
 #include "app/MainQueue.h"
 #include "app/SharingFlag.h"
+#include "app/UserDefaults.h"
 #include "app/capture/CaptureEngine.h"
 #include "app/capture/CaptureSource.h"
 #include "core/config/TarvinelConfig.h"
@@ -10,8 +11,12 @@
 #include "core/http/StreamServer.h"
 #include "core/support/Log.h"
 #include "core/support/Result.h"
+#include "core/support/SerialQueue.h"
+#include "core/uploads/UploadController.h"
+#include "core/uploads/UploadStore.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -32,10 +37,19 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     MainQueue& mainQueue;
     Log log;
     CaptureEngine::ServiceFactory captureService;
+    std::filesystem::path userDefaultsFile;
+  };
+
+  /// What becomes of uploads at launch.
+  struct UploadLaunch {
+    std::filesystem::path defaultFolder;          ///< when the presenter has chosen none
+    std::optional<std::filesystem::path> folder;  ///< for this run, whatever was chosen
+    bool open = false;
   };
 
   /// Makes the model and begins: starts the server, lists the sources, ticks once a second.
-  static std::shared_ptr<AppModel> create(TarvinelConfig config, Platform platform);
+  static std::shared_ptr<AppModel> create(TarvinelConfig config, Platform platform,
+                                          const UploadLaunch& uploads);
 
   ~AppModel();
   AppModel(const AppModel&) = delete;
@@ -58,11 +72,26 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   double measuredMbps() const { return measuredMbps_; }  ///< of the last second, one decimal
   std::uint16_t boundPort() const { return boundPort_; }
 
+  bool uploadsEnabled() const { return uploadsEnabled_; }
+  const std::filesystem::path& uploadFolder() const { return uploadFolder_; }
+  bool uploadPerParticipant() const { return uploadPerParticipant_; }
+  const std::optional<UploadStatus>& uploadStatus() const { return uploadStatus_; }
+  const std::optional<std::string>& uploadError() const { return uploadError_; }
+
+  /// Where participants send their photos; nothing until the server listens.
+  std::optional<std::string> uploadURL() const;
+
   /// One line on what is shared and who watches.
   std::string statusLine() const;
 
   /// One line on the stream; only while sharing.
   std::optional<std::string> streamLine() const;
+
+  /// One line on what has been uploaded; only while there is something to say.
+  std::optional<std::string> uploadStatusLine() const;
+
+  /// One line on who uploaded last; only once someone did.
+  std::optional<std::string> uploadLastLine() const;
 
   // commands
 
@@ -78,8 +107,18 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   /// Ends the share, then calls `done` once no frame of it is on its way or retained.
   void stopSharing(std::function<void()> done = [] {});
 
+  /// Opens uploads once the folder can be used, or closes them at once. They are closed at every
+  /// launch unless it says otherwise.
+  void toggleUploads();
+
+  /// Gives each participant a folder, or none; remembered.
+  void toggleUploadPerParticipant();
+
+  /// Takes uploads into another folder; remembered. Uploads under way end where they began.
+  void chooseUploadFolder(const std::filesystem::path& folder);
+
  private:
-  AppModel(TarvinelConfig config, Platform platform);
+  AppModel(TarvinelConfig config, Platform platform, const UploadLaunch& uploads);
 
   void begin();
   void startServer();
@@ -89,6 +128,13 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
                       const Result<void>& outcome);
   void captureDidStop(const Result<void>& why);
   void endShare();
+
+  void readUploadDefaults(const UploadLaunch& launch);
+  void reloadUploadStore();
+  void uploadStoreOpened(const Result<std::shared_ptr<UploadStore>>& store);
+  void useUploadStore(const std::shared_ptr<UploadStore>& store);
+  void applyUploadsEnabled();
+  void refreshUploadStatus();
 
   void tick();
   void retuneMotionRate();
@@ -123,6 +169,8 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   FrameBroadcaster broadcaster_;
   CaptureEngine captureEngine_;
   StreamServer server_;
+  SerialQueue uploadFolderQueue_{".upload-folder"};  ///< opens upload folders
+  UserDefaults userDefaults_;
   std::unique_ptr<MainQueue::Timer> ticker_;
   std::function<void()> onChange_;
 
@@ -139,11 +187,19 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   double measuredMbps_ = 0;
   TrafficMeter trafficMeter_;
   std::uint16_t boundPort_ = 80;
+  bool serverAsked_ = false;  ///< to start
+  bool uploadsEnabled_ = false;
+  std::filesystem::path uploadFolder_;
+  bool uploadPerParticipant_ = false;
+  std::optional<UploadStatus> uploadStatus_;
+  std::optional<std::string> uploadError_;
+  std::shared_ptr<UploadController> uploadController_;  ///< once a folder could be used
   std::int64_t tickCount_ = 0;
 
   /// Counts starts and stops, so that the outcome of a start that was overtaken is not taken for
   /// the newest one's.
   std::uint64_t currentShare_ = 0;
+  std::uint64_t currentReload_ = 0;  ///< the same for upload folders
 };
 
 }  // namespace tarvinel

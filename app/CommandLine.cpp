@@ -11,23 +11,10 @@ namespace tarvinel {
 
 namespace {
 
-constexpr const char* hidden = "";  // an option in the group without a name is left out of --help
-
-/// Understood so that the answer can be a plain word, and left out of the help until they work.
-void addFutureOptions(CLI::App& app) {
-  app.add_flag("--uploads")->group(hidden);
-  app.add_option("--upload-folder")->group(hidden);
-}
-
-std::optional<CommandLineExit> refusalOfFutureOptions(const CLI::App& app, bool headless,
-                                                      const std::string& capture) {
-  std::string missing;
-  for (const char* option : {"--uploads", "--upload-folder"}) {
-    if (app.count(option) > 0) missing = option;
-  }
-  if (capture == "portal") missing = "--capture portal";
-  if (!missing.empty()) {
-    return CommandLineExit{exitWrongCommandLine, "tarvinel: " + missing + " is not there yet\n"};
+std::optional<CommandLineExit> refusalOfWhatIsNotThereYet(bool headless,
+                                                         const std::string& capture) {
+  if (capture == "portal") {
+    return CommandLineExit{exitWrongCommandLine, "tarvinel: --capture portal is not there yet\n"};
   }
   if (!headless) {
     return CommandLineExit{
@@ -68,6 +55,9 @@ std::variant<CommandLineOptions, CommandLineExit> parseCommandLine(int argc,
   app.add_option("--port", options.port, "port of the web server; 0 takes any free one")
       ->type_name("N")
       ->check(CLI::Range(0, 65535).description(""));
+  app.add_flag("--uploads", options.uploads, "let participants send photos at once");
+  app.add_option("--upload-folder", options.uploadFolder, "where photos go in this run")
+      ->type_name("DIR");
   app.add_option("--config", options.config, "read the settings from this file")->type_name("FILE");
   app.add_option("--profile", options.profile, "read the built-in profile from this folder")
       ->type_name("DIR");
@@ -76,13 +66,12 @@ std::variant<CommandLineOptions, CommandLineExit> parseCommandLine(int argc,
   app.set_version_flag("--version", "tarvinel " + std::string(appVersion),
                        "show the version, then exit");
   app.set_help_flag("--help,-h", "show this help, then exit");
-  addFutureOptions(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return exitFor(app, error);
   }
-  if (const auto refusal = refusalOfFutureOptions(app, headless || options.listSources, capture)) {
+  if (const auto refusal = refusalOfWhatIsNotThereYet(headless || options.listSources, capture)) {
     return *refusal;
   }
   options.capture = roadNamed(capture);

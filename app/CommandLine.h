@@ -12,10 +12,12 @@ namespace tarvinel {
 /// What the program was asked to do. Plain value.
 struct CommandLineOptions {
   CaptureRoad capture = CaptureRoad::automatic;
-  std::optional<std::string> share;    ///< identifier of the source to share at once
-  std::optional<std::uint16_t> port;   ///< instead of the configuration's
-  std::optional<std::string> config;   ///< the user's file, instead of the default one
-  std::optional<std::string> profile;  ///< the built-in profile's folder, likewise
+  std::optional<std::string> share;         ///< identifier of the source to share at once
+  std::optional<std::uint16_t> port;        ///< instead of the configuration's
+  bool uploads = false;                     ///< open them at once
+  std::optional<std::string> uploadFolder;  ///< for this run
+  std::optional<std::string> config;        ///< the user's file, instead of the default one
+  std::optional<std::string> profile;       ///< the built-in profile's folder, likewise
   bool listSources = false;
   bool verbose = false;
 };

@@ -1,9 +1,11 @@
 #include "app/Console.h"
 
 #include "core/support/ASCII.h"
+#include "core/support/HomeFolder.h"
 
 #include <fmt/format.h>
 
+#include <filesystem>
 #include <utility>
 
 namespace tarvinel {
@@ -14,6 +16,9 @@ constexpr std::string_view helpText =
     "sources     list what can be shared\n"
     "share ID    share a source of that list\n"
     "stop        stop sharing\n"
+    "uploads on|off          let participants send photos, or no longer\n"
+    "folder DIR              take photos into this folder\n"
+    "per-participant on|off  give each participant a folder in it, or not\n"
     "status      show all status lines\n"
     "quit        end the program";
 
@@ -31,13 +36,25 @@ Command commandOf(std::string_view line) {
 }
 
 bool isFutureCommand(std::string_view name) {
-  return name == "uploads" || name == "folder" || name == "per-participant" || name == "qr";
+  return name == "qr";
+}
+
+/// Calls `toggle` when what is wanted is not so yet; false when `wanted` is neither on nor off.
+template <class Toggle>
+bool switchTo(std::string_view wanted, bool isOn, Toggle toggle) {
+  if (wanted != "on" && wanted != "off") return false;
+  if ((wanted == "on") != isOn) toggle();
+  return true;
 }
 
 }  // namespace
 
 Console::Console(AppModel& model, std::ostream& out, std::function<void(int)> quit)
-    : model_(model), out_(out), quit_(std::move(quit)) {}
+    : model_(model), out_(out), quit_(std::move(quit)) {
+  // how it begins goes without saying
+  printed_["uploads"] = uploadLine();
+  printed_["per-participant"] = perParticipantLine();
+}
 
 void Console::refresh() {
   printIfChanged("server", model_.serverError().value_or(""));
@@ -46,6 +63,11 @@ void Console::refresh() {
   printIfChanged("status", model_.statusLine());
   printIfChanged("hint", model_.permissionHint().value_or(""));
   printIfChanged("capture", model_.captureError().value_or(""));
+  printIfChanged("upload error", model_.uploadError().value_or(""));
+  printIfChanged("per-participant", perParticipantLine());
+  printIfChanged("uploads", uploadLine());
+  printIfChanged("upload status", model_.uploadStatusLine().value_or(""));
+  printIfChanged("upload last", model_.uploadLastLine().value_or(""));
   // without a server there is nothing to wait for
   if (model_.serverError()) quit_(1);
 }
@@ -54,6 +76,17 @@ std::vector<std::string> Console::addressLines() const {
   if (model_.serverError()) return {};
   if (!model_.serverURL()) return {"Starting server…"};
   return {fmt::format("Open {} in any browser", *model_.serverURL())};
+}
+
+std::string Console::uploadLine() const {
+  const std::string folder = model_.uploadFolder().string();
+  if (!model_.uploadsEnabled()) return fmt::format("Uploads are closed, folder {}", folder);
+  if (!model_.uploadURL() || model_.uploadError()) return {};
+  return fmt::format("Uploads are open at {}, folder {}", *model_.uploadURL(), folder);
+}
+
+std::string Console::perParticipantLine() const {
+  return model_.uploadPerParticipant() ? "One folder per participant" : "One folder for all";
 }
 
 void Console::printIfChanged(const std::string& topic, const std::string& line) {
@@ -73,6 +106,17 @@ void Console::obey(std::string_view line) {
     share(argument);
   } else if (name == "stop") {
     model_.stopSharing();
+  } else if (name == "uploads") {
+    if (!switchTo(argument, model_.uploadsEnabled(), [this] { model_.toggleUploads(); })) {
+      print("uploads needs on or off");
+    }
+  } else if (name == "per-participant") {
+    if (!switchTo(argument, model_.uploadPerParticipant(),
+                  [this] { model_.toggleUploadPerParticipant(); })) {
+      print("per-participant needs on or off");
+    }
+  } else if (name == "folder") {
+    chooseFolder(argument);
   } else if (name == "status") {
     printStatus();
   } else if (name == "help") {
@@ -103,6 +147,14 @@ void Console::share(const std::string& sourceID) {
   });
 }
 
+void Console::chooseFolder(const std::string& folder) {
+  if (folder.empty()) {
+    print("folder needs a path");
+  } else {
+    model_.chooseUploadFolder(std::filesystem::absolute(expandingTilde(folder)));
+  }
+}
+
 void Console::printSources() {
   model_.refreshSources([weak = weak_from_this()] {
     const auto self = weak.lock();
@@ -118,7 +170,12 @@ void Console::printStatus() {
   for (const std::string& line : addressLines())
     print(line);
   print(model_.statusLine());
-  for (const auto& line : {model_.streamLine(), model_.captureError(), model_.permissionHint()}) {
+  for (const auto& line : {model_.streamLine(), model_.captureError(), model_.permissionHint(),
+                           model_.uploadError()}) {
+    if (line) print(*line);
+  }
+  if (model_.uploadsEnabled()) print(uploadLine());
+  for (const auto& line : {model_.uploadStatusLine(), model_.uploadLastLine()}) {
     if (line) print(*line);
   }
 }

@@ -33,7 +33,9 @@ class Console : public std::enable_shared_from_this<Console> {
   void printIfChanged(const std::string& topic, const std::string& line);
   void printSources();
   void printStatus();
-  void printHelp();
+  void chooseFolder(const std::string& folder);
+  std::string uploadLine() const;
+  std::string perParticipantLine() const;
   std::vector<std::string> addressLines() const;
 
   AppModel& model_;

@@ -4,12 +4,15 @@
 #include "app/Configuration.h"
 #include "app/Console.h"
 #include "app/LineReader.h"
+#include "app/PicturesFolder.h"
 #include "app/TerminalLoop.h"
 #include "app/capture/CaptureEngine.h"
 #include "core/support/ApplicationIdentifier.h"
 
 #include <unistd.h>
 
+#include <ctime>
+#include <filesystem>
 #include <future>
 #include <iostream>
 #include <memory>
@@ -21,6 +24,12 @@ namespace {
 
 Log logFor(const CommandLineOptions& options) {
   return Log::standardError(options.verbose ? spdlog::level::debug : spdlog::level::info);
+}
+
+AppModel::UploadLaunch uploadsFor(const CommandLineOptions& options) {
+  AppModel::UploadLaunch launch{defaultUploadFolder(std::time(nullptr)), {}, options.uploads};
+  if (options.uploadFolder) launch.folder = std::filesystem::absolute(*options.uploadFolder);
+  return launch;
 }
 
 struct ChosenCapture {
@@ -45,7 +54,9 @@ int runHeadless(const CommandLineOptions& options) {
   const Configuration configuration = Configuration::load(options, log);
   if (configuration.problem) std::cout << *configuration.problem << std::endl;
   TerminalLoop loop;
-  const auto model = AppModel::create(configuration.config, {loop, log, capture.makeService});
+  const auto model = AppModel::create(
+      configuration.config, {loop, log, capture.makeService, UserDefaults::defaultFile()},
+      uploadsFor(options));
   const auto console =
       std::make_shared<Console>(*model, std::cout, [&loop](int status) { loop.quit(status); });
   model->setOnChange([&console] { console->refresh(); });

@@ -5,6 +5,7 @@
 #include "core/http/Router.h"
 #include "core/http/ViewerSocket.h"
 #include "core/pages/HelpPage.h"
+#include "core/pages/UploadPage.h"
 #include "core/pages/ViewerPage.h"
 
 #include <asio/write.hpp>
@@ -42,10 +43,12 @@ bool wantsScriptStream(const HTTPRequest& request) {
 }  // namespace
 
 ClientConnection::ClientConnection(asio::ip::tcp::socket connection,
-                                   const ConnectionEnvironment& environment)
+                                   const ConnectionEnvironment& environment,
+                                   std::shared_ptr<UploadController> uploads)
     : environment_(environment),
       connection_(std::move(connection)),
       remote_(remoteEndpointText(connection_)),
+      uploads_(std::move(uploads)),
       headDeadline_(connection_.get_executor()) {
   prepareViewerSocket(connection_);
 }
@@ -101,8 +104,9 @@ void ClientConnection::consume(std::string_view data) {
   }
   handled_ = true;
   headDeadline_.cancel();
-  buffer_ = {};
-  handle(*request);
+  const std::string received = std::exchange(buffer_, {});
+  const auto headLength = static_cast<std::size_t>(request->headLength);
+  handle(*request, std::string_view(received).substr(headLength));
 }
 
 void ClientConnection::headIncomplete() {
@@ -114,9 +118,13 @@ void ClientConnection::headIncomplete() {
   close();
 }
 
-void ClientConnection::handle(const HTTPRequest& request) {
+void ClientConnection::handle(const HTTPRequest& request, std::string_view initialBody) {
   environment_.logger->debug("{} {} from {}", request.method, request.path, remote_);
-  switch (Router::route(request).kind) {
+  const Route route = Router::route(request);
+  switch (route.kind) {
+    case Route::Kind::uploadFile:
+      startUpload(route, request, initialBody);
+      break;
     case Route::Kind::index:
       sendAndClose(HTTPResponse::html(ViewerPage::html(environment_.brand)));
       break;
@@ -138,9 +146,12 @@ void ClientConnection::handle(const HTTPRequest& request) {
     case Route::Kind::methodNotAllowed:
       sendAndClose(HTTPResponse::methodNotAllowed());
       break;
-    case Route::Kind::uploadFile:  // nothing takes uploads
     case Route::Kind::uploadPage:
+      answerUploadPage();
+      break;
     case Route::Kind::uploadStatus:
+      answerUploadStatus();
+      break;
     case Route::Kind::notFound:
       sendAndClose(HTTPResponse::notFound());
       break;
@@ -162,6 +173,34 @@ void ClientConnection::answerWith(const std::shared_ptr<const Bytes>& file) {
   sendLast(asio::buffer(*sharedResponse_));
 }
 
+void ClientConnection::answerUploadPage() {
+  sendAndClose(uploads_ ? HTTPResponse::html(UploadPage::html(environment_.brand)) : HTTPResponse::notFound());
+}
+
+void ClientConnection::answerUploadStatus() {
+  sendAndClose(uploads_ ? HTTPResponse::json(uploads_->snapshot().json())
+                        : HTTPResponse::notFound());
+}
+
+void ClientConnection::startUpload(const Route& route, const HTTPRequest& request,
+                                   std::string_view initialBody) {
+  if (!uploads_) {
+    sendAndClose(HTTPResponse::notFound());
+    return;
+  }
+  UploadTransfer::Connection connection{connection_, remote_,
+                                        [weak = weak_from_this()](Bytes response) {
+                                          const auto self = weak.lock();
+                                          if (self) self->sendAndClose(std::move(response));
+                                        },
+                                        [weak = weak_from_this()] {
+                                          if (const auto self = weak.lock()) self->close();
+                                        }};
+  upload_ =
+      std::make_shared<UploadTransfer>(environment_.uploadQueues, std::move(connection), uploads_);
+  upload_->start(route, request, initialBody);
+}
+
 void ClientConnection::sendAndClose(Bytes response) {
   response_ = std::move(response);
   sendLast(asio::buffer(response_));
@@ -180,7 +219,7 @@ void ClientConnection::sendLast(asio::const_buffer response) {
 // The connection is over for the server; only its socket is seen off.
 void ClientConnection::finish() {
   environment_.peerWatch.remove(connection_.native_handle());
-  environment_.lingeringSockets.adopt(std::move(connection_));
+  environment_.lingeringSockets.adopt(std::move(connection_), upload_ != nullptr);
 }
 
 void ClientConnection::startStream(const HTTPRequest& request) {
@@ -304,6 +343,7 @@ void ClientConnection::close() {
   if (std::exchange(closed_, true)) return;
   headDeadline_.cancel();
   pendingFrame_.reset();
+  if (upload_) upload_->connectionClosed();
   if (const auto identifier = std::exchange(subscription_, std::nullopt)) {
     environment_.broadcaster.unsubscribe(*identifier);
   }

@@ -8,6 +8,7 @@
 #include "core/http/LingeringSockets.h"
 #include "core/http/PeerWatch.h"
 #include "core/http/StatusSnapshot.h"
+#include "core/http/UploadTransfer.h"
 #include "core/http/VanishedViewers.h"
 #include "core/support/Log.h"
 #include "core/support/SerialQueue.h"
@@ -40,6 +41,7 @@ struct ConnectionEnvironment {
   LingeringSockets& lingeringSockets;
   VanishedViewers& vanishedViewers;
   Bytes& readBuffer;  ///< one for all connections: it holds nothing between two reads
+  UploadQueues uploadQueues;
 };
 
 /// Serves one accepted connection: reads one request head, answers it once, closes. "/stream" stays
@@ -55,7 +57,9 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
   static constexpr std::size_t maxHeadBytes = 16384;
   static constexpr std::size_t maxReadBytes = 262144;
 
-  ClientConnection(asio::ip::tcp::socket connection, const ConnectionEnvironment& environment);
+  /// Without a controller there are no uploads on this connection.
+  ClientConnection(asio::ip::tcp::socket connection, const ConnectionEnvironment& environment,
+                   std::shared_ptr<UploadController> uploads);
 
   /// Called once, when the connection closes.
   void setOnClose(CloseHandler onClose) { onClose_ = std::move(onClose); }
@@ -85,12 +89,16 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
   void consume(std::string_view data);
   void headIncomplete();
 
-  void handle(const HTTPRequest& request);
+  void handle(const HTTPRequest& request, std::string_view initialBody);
   void answerStatus();
   void answerWith(const std::shared_ptr<const Bytes>& file);
   void sendAndClose(Bytes response);
   void sendLast(asio::const_buffer response);
   void finish();
+
+  void answerUploadPage();
+  void answerUploadStatus();
+  void startUpload(const Route& route, const HTTPRequest& request, std::string_view initialBody);
 
   void startStream(const HTTPRequest& request);
   void subscribe();
@@ -105,12 +113,15 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
   const ConnectionEnvironment& environment_;
   asio::ip::tcp::socket connection_;
   const std::string remote_;
+  const std::shared_ptr<UploadController> uploads_;  ///< null: there are none
   CloseHandler onClose_;
 
   std::string buffer_;  ///< what came while no head was complete
   asio::steady_timer headDeadline_;
   bool handled_ = false;
   bool closed_ = false;
+
+  std::shared_ptr<UploadTransfer> upload_;  ///< once a file was announced
 
   Bytes response_;  ///< a complete response, or the head of the stream, while it is sent
   std::shared_ptr<const Bytes> sharedResponse_;  ///< the same, when it is not this viewer's alone

@@ -6,13 +6,13 @@
 
 namespace tarvinel {
 
-void LingeringSockets::adopt(asio::ip::tcp::socket socket) {
+void LingeringSockets::adopt(asio::ip::tcp::socket socket, bool wasUpload) {
   if (sockets_.size() >= maxSockets) return;
   std::error_code failed;
   socket.shutdown(asio::ip::tcp::socket::shutdown_send, failed);
   if (failed) return;  // the client is gone already
   const std::uint64_t key = nextKey_++;
-  asio::steady_timer deadline(socket.get_executor(), limit);
+  asio::steady_timer deadline(socket.get_executor(), wasUpload ? uploadLimit : limit);
   deadline.async_wait([this, key](std::error_code cancelled) {
     if (!cancelled) sockets_.erase(key);
   });
@@ -28,7 +28,7 @@ void LingeringSockets::drain(std::uint64_t key) {
 }
 
 void LingeringSockets::readable(std::uint64_t key) {
-  std::array<std::uint8_t, 16384> discarded{};
+  std::array<std::uint8_t, 65536> discarded;  // NOLINT(*-member-init): only written to
   std::error_code error;
   sockets_.at(key)->socket.read_some(asio::buffer(discarded), error);
   if (error && error != asio::error::would_block) {

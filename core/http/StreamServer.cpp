@@ -31,13 +31,15 @@ StreamServer::StreamServer(FrameBroadcaster& broadcaster, Logger logger, Options
                    .peerWatch = peerWatch_,
                    .lingeringSockets = lingeringSockets_,
                    .vanishedViewers = vanishedViewers_,
-                   .readBuffer = readBuffer_},
+                   .readBuffer = readBuffer_,
+                   .uploadQueues = {queue_, admissionQueue_, blockingPool_}},
       vanishedTimer_(queue_, vanishedInterval, [this] { closeVanished(); }) {}
 
 StreamServer::~StreamServer() {
   stop();
   fileQueue_.stop();
   queue_.stop();
+  blockingPool_.finish();  // removes what uploads that were cut off have written
 }
 
 void StreamServer::start(Completion<std::uint16_t> completion) {
@@ -72,7 +74,8 @@ void StreamServer::accept(asio::ip::tcp::socket socket) {
                   remoteEndpointText(socket));
     return;  // dropping the socket closes it
   }
-  const auto connection = std::make_shared<ClientConnection>(std::move(socket), environment_);
+  const auto connection =
+      std::make_shared<ClientConnection>(std::move(socket), environment_, uploads_);
   connection->setOnClose([this](ClientConnection& closed) { connections_.erase(&closed); });
   connections_.emplace(connection.get(), connection);
   connection->start();
@@ -104,6 +107,10 @@ void StreamServer::closeAll() {
   const auto connections = std::exchange(connections_, {});
   for (const auto& [key, connection] : connections)
     connection->close();
+}
+
+void StreamServer::setUploads(std::shared_ptr<UploadController> uploads) {
+  queue_.sync([&] { uploads_ = std::move(uploads); });
 }
 
 std::size_t StreamServer::debugConnectionCount() {

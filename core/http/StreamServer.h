@@ -9,6 +9,7 @@
 #include "core/http/PeerWatch.h"
 #include "core/http/StatusSnapshot.h"
 #include "core/http/VanishedViewers.h"
+#include "core/support/BlockingPool.h"
 #include "core/support/Log.h"
 #include "core/support/RepeatingTimer.h"
 #include "core/support/Result.h"
@@ -58,6 +59,10 @@ class StreamServer {
   /// Closes the listener and every connection; afterwards the server may be started again.
   void stop();
 
+  /// Takes files of participants from now on, or with null no more. Connections that were accepted
+  /// before keep what they were given.
+  void setUploads(std::shared_ptr<UploadController> uploads);
+
   /// Live connections.
   std::size_t debugConnectionCount();
 
@@ -71,8 +76,13 @@ class StreamServer {
   void closeVanished();
   void closeAll();
 
+  /// One for each upload, one for admission and some to spare.
+  static constexpr std::size_t blockingThreads = 12;
+
+  BlockingPool blockingPool_{blockingThreads};  // outlives what waits on queue_ for its files
   SerialQueue queue_{".server"};
   SerialQueue fileQueue_{".brand"};  ///< reads the brand's files: a slow disk holds nobody up
+  PooledQueue admissionQueue_{blockingPool_, ".upload-admission"};
   const Logger logger_;
   const Options options_;
   std::atomic<std::uint64_t> stops_ = 0;  ///< how often the server was stopped
@@ -83,6 +93,7 @@ class StreamServer {
   VanishedViewers vanishedViewers_;
   Bytes readBuffer_;
   ConnectionEnvironment environment_;
+  std::shared_ptr<UploadController> uploads_;  ///< null: there are none
   std::shared_ptr<Listener> listener_;
   std::unordered_map<ClientConnection*, std::shared_ptr<ClientConnection>> connections_;
   QueueTimer vanishedTimer_;

@@ -5,12 +5,14 @@
 #include "tests/support/CapturedLog.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/ManualMainQueue.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tests/support/TestClient.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <random>
@@ -23,8 +25,10 @@ namespace {
 using test::CapturedLog;
 using test::eventually;
 using test::ManualMainQueue;
+using test::TemporaryFolder;
 using test::TestClient;
 using testing::Contains;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -48,10 +52,14 @@ class AppModelTest : public testing::Test {
   }
 
   void launch() {
-    model = AppModel::create(config, {mainQueue, log.log(), [this](SerialQueue& queue) {
-                                        screen.queue = &queue;
-                                        return std::make_unique<FakeCaptureService>(screen);
-                                      }});
+    model = AppModel::create(config,
+                             {mainQueue, log.log(),
+                              [this](SerialQueue& queue) {
+                                screen.queue = &queue;
+                                return std::make_unique<FakeCaptureService>(screen);
+                              },
+                              folder / "preferences.json"},
+                             uploads);
     model->setOnChange([this] { ++changes; });
   }
 
@@ -92,6 +100,19 @@ class AppModelTest : public testing::Test {
     return client;
   }
 
+  /// The answer to an upload by Sam.
+  std::string uploaded(std::string_view file) const {
+    TestClient client(model->boundPort());
+    client.send("PUT /upload/Sam/" + std::string(file) +
+                " HTTP/1.1\r\nContent-Length: 5\r\n\r\nphoto");
+    return client.readToEnd();
+  }
+
+  void openUploads() {
+    model->toggleUploads();
+    ASSERT_TRUE(mainQueue.runUntil([&] { return model->uploadStatus()->enabled; }));
+  }
+
   bool awaitViewers(std::int64_t count) {
     return eventually([&] {
       mainQueue.tick();
@@ -111,6 +132,8 @@ class AppModelTest : public testing::Test {
         lines, [](const std::string& line) { return line.starts_with("capture|info|sources:"); });
   }
 
+  TemporaryFolder folder;
+  AppModel::UploadLaunch uploads{folder / "uploads", {}, false};
   CapturedLog log;
   ManualMainQueue mainQueue;
   FakeScreen screen;
@@ -141,8 +164,11 @@ TEST_F(AppModelTest, APortInUseBecomesTheServerErrorAndALogLine) {
   samePort.port = model->boundPort();
   ManualMainQueue secondQueue;
   const auto second = AppModel::create(
-      samePort, {secondQueue, secondLog.log(),
-                 [this](SerialQueue&) { return std::make_unique<FakeCaptureService>(screen); }});
+      samePort,
+      {secondQueue, secondLog.log(),
+       [this](SerialQueue&) { return std::make_unique<FakeCaptureService>(screen); },
+       folder / "preferences.json"},
+      uploads);
   ASSERT_TRUE(secondQueue.runUntil([&] { return second->serverError().has_value(); }));
   const std::string port = std::to_string(samePort.port);
   EXPECT_EQ(second->serverError(), "Can't listen on port " + port + ": Address already in use");
@@ -361,6 +387,108 @@ TEST_F(AppModelTest, ANewShareBeginsAtTheInitialRateAgain) {
   model->stopSharing();
   startSharing();
   EXPECT_EQ(model->motionFPS(), 8);
+}
+
+// Uploads
+
+TEST_F(AppModelTest, UploadsAreClosedAtLaunchAndTheirFolderIsMade) {
+  launchAndWait();
+  EXPECT_FALSE(model->uploadsEnabled());
+  EXPECT_EQ(model->uploadFolder(), folder / "uploads");
+  EXPECT_TRUE(std::filesystem::is_directory(folder / "uploads"));
+  EXPECT_EQ(model->uploadURL(), *model->serverURL() + "upload");
+  EXPECT_EQ(model->uploadStatus(), UploadStatus{});
+  EXPECT_EQ(model->uploadStatusLine(), std::nullopt);
+  EXPECT_THAT(uploaded("a.jpg"), StartsWith("HTTP/1.1 403 Forbidden\r\n"));
+}
+
+TEST_F(AppModelTest, UploadsCanBeOpenAtLaunchInAFolderForThisRun) {
+  uploads = {folder / "uploads", folder / "this run", true};
+  launchAndWait();
+  EXPECT_THAT(uploaded("a.jpg"), StartsWith("HTTP/1.1 201 Created\r\n"));
+  EXPECT_THAT(folder.files(), ElementsAre("this run/Sam-a.jpg"));
+  mainQueue.tick();
+  EXPECT_EQ(model->uploadStatusLine(), "Uploads: 1 file, 0 MB, 1 participant");
+  EXPECT_EQ(model->uploadLastLine(), "Last: Sam (1 file)");
+}
+
+TEST_F(AppModelTest, UploadsAreOpenedAndClosedByCommand) {
+  launchAndWait();
+  openUploads();
+  EXPECT_THAT(uploaded("a.jpg"), StartsWith("HTTP/1.1 201 Created\r\n"));
+  EXPECT_THAT(log.lines(),
+              Contains("app|info|uploads enabled into " + (folder / "uploads").string()));
+  model->toggleUploads();
+  EXPECT_THAT(uploaded("b.jpg"), StartsWith("HTTP/1.1 403 Forbidden\r\n"));
+  EXPECT_THAT(log.lines(),
+              Contains("app|info|uploads disabled into " + (folder / "uploads").string()));
+  mainQueue.tick();
+  EXPECT_EQ(model->uploadStatusLine(), "Uploads: 1 file, 0 MB, 1 participant");
+}
+
+TEST_F(AppModelTest, AChosenFolderIsUsedAtOnceAndRemembered) {
+  launchAndWait();
+  openUploads();
+  uploaded("a.jpg");
+  mainQueue.tick();
+  ASSERT_EQ(model->uploadStatus()->files, 1);
+  model->chooseUploadFolder(folder / "chosen");
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->uploadStatus()->files == 0; }));
+  uploaded("b.jpg");
+  EXPECT_THAT(folder.files(),
+              ElementsAre("chosen/Sam-b.jpg", "preferences.json", "uploads/Sam-a.jpg"));
+  EXPECT_THAT(log.lines(),
+              Contains("app|info|upload folder set to " + (folder / "chosen").string()));
+  launchAndWait();
+  EXPECT_EQ(model->uploadFolder(), folder / "chosen");
+  EXPECT_FALSE(model->uploadsEnabled());
+}
+
+TEST_F(AppModelTest, AFolderForEachParticipantIsRemembered) {
+  launchAndWait();
+  openUploads();
+  folder.write("uploads/Alex/a.jpg", "counted once each has a folder");
+  model->toggleUploadPerParticipant();
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->uploadStatus()->participants == 1; }));
+  EXPECT_THAT(uploaded("a.jpg"), HasSubstr(R"({"file":"a.jpg"})"));
+  EXPECT_EQ(folder.read("uploads/Sam/a.jpg"), "photo");
+  launchAndWait();
+  EXPECT_TRUE(model->uploadPerParticipant());
+  model->toggleUploadPerParticipant();
+  launchAndWait();
+  EXPECT_FALSE(model->uploadPerParticipant());
+}
+
+TEST_F(AppModelTest, AFolderThatCannotBeUsedIsReportedAndTheServerRuns) {
+  folder.write("file", "");
+  uploads = {folder / "uploads", folder / "file", true};
+  launchAndWait();
+  const std::string reason =
+      "could not create or use upload root \"" + (folder / "file").string() + "\"";
+  EXPECT_EQ(model->uploadError(), "Can't use upload folder: " + reason);
+  EXPECT_THAT(log.lines(), Contains("app|error|upload store at " + (folder / "file").string() +
+                                    " failed: " + reason));
+  EXPECT_THAT(uploaded("a.jpg"), StartsWith("HTTP/1.1 404 Not Found\r\n"));
+  model->chooseUploadFolder(folder / "chosen");
+  ASSERT_TRUE(mainQueue.runUntil([&] { return !model->uploadError(); }));
+  EXPECT_THAT(uploaded("a.jpg"), StartsWith("HTTP/1.1 201 Created\r\n"));
+}
+
+TEST_F(AppModelTest, WithAFolderThatCannotBeUsedNothingIsTakenIntoTheOneBefore) {
+  folder.write("file", "");
+  uploads.open = true;
+  launchAndWait();
+  model->chooseUploadFolder(folder / "file");
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->uploadError().has_value(); }));
+  EXPECT_THAT(uploaded("a.jpg"), StartsWith("HTTP/1.1 403 Forbidden\r\n"));
+  EXPECT_TRUE(model->uploadsEnabled());
+}
+
+TEST_F(AppModelTest, AFolderThatHangsDoesNotKeepTheServerFromStarting) {
+  launch();  // the outcome waits on the main queue, which does not run yet
+  for (int i = 0; i < 3; ++i)
+    mainQueue.tick();
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->serverURL().has_value(); }));
 }
 
 // The end

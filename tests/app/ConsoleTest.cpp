@@ -1,7 +1,9 @@
 #include "app/Console.h"
+#include "core/support/HomeFolder.h"
 #include "tests/app/capture/FakeCaptureService.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/ManualMainQueue.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,6 +16,8 @@ namespace {
 
 using test::CapturedLog;
 using test::ManualMainQueue;
+using test::TemporaryFolder;
+using testing::EndsWith;
 using testing::HasSubstr;
 
 /// A console over a model with a fake screen and a real server.
@@ -23,10 +27,14 @@ class ConsoleTest : public testing::Test {
     screen.content.displays = {{7, {0, 0, 1280, 720}, true}};
     TarvinelConfig config;
     config.port = port;
-    model = AppModel::create(config, {mainQueue, log.log(), [this](SerialQueue& queue) {
-                                        screen.queue = &queue;
-                                        return std::make_unique<FakeCaptureService>(screen);
-                                      }});
+    model = AppModel::create(config,
+                             {mainQueue, log.log(),
+                              [this](SerialQueue& queue) {
+                                screen.queue = &queue;
+                                return std::make_unique<FakeCaptureService>(screen);
+                              },
+                              folder / "preferences.json"},
+                             uploads);
     console = std::make_shared<Console>(*model, out, [this](int status) {
       if (!quitWith) quitWith = status;
     });
@@ -54,6 +62,8 @@ class ConsoleTest : public testing::Test {
 
   bool hasPrinted(std::string_view text) { return out.str().find(text) != std::string::npos; }
 
+  TemporaryFolder folder;
+  AppModel::UploadLaunch uploads{folder / "uploads", {}, false};
   CapturedLog log;
   ManualMainQueue mainQueue;
   FakeScreen screen;
@@ -80,8 +90,11 @@ TEST_F(ConsoleTest, AServerThatCannotListenEndsTheProgramWithStatus1) {
   TarvinelConfig config;
   config.port = taken;
   const auto second = AppModel::create(
-      config, {secondQueue, log.log(),
-               [this](SerialQueue&) { return std::make_unique<FakeCaptureService>(screen); }});
+      config,
+      {secondQueue, log.log(),
+       [this](SerialQueue&) { return std::make_unique<FakeCaptureService>(screen); },
+       folder / "preferences.json"},
+      uploads);
   const auto secondConsole = std::make_shared<Console>(*second, secondOut, [&](int given) {
     if (!status) status = given;
   });
@@ -137,6 +150,40 @@ TEST_F(ConsoleTest, StatusShowsEveryLine) {
                                      "Wi-Fi · 8 fps · 0 viewers · 0 Mbps\n");
 }
 
+TEST_F(ConsoleTest, OpensAndClosesUploads) {
+  launchAndWait();
+  const std::string open = "Uploads are open at " + *model->serverURL() + "upload, folder " +
+                           model->uploadFolder().string() + "\n";
+  console->obey("uploads on");
+  EXPECT_EQ(printedUntil([&] { return hasPrinted("participants"); }),
+            open + "Uploads: 0 files, 0 MB, 0 participants\n");
+  EXPECT_EQ(printedBy("uploads on"), "");
+  EXPECT_THAT(printedBy("status"), EndsWith(open + "Uploads: 0 files, 0 MB, 0 participants\n"));
+  EXPECT_EQ(printedBy("uploads off"),
+            "Uploads are closed, folder " + model->uploadFolder().string() + "\n");
+  EXPECT_EQ(printedBy("uploads off"), "");
+}
+
+TEST_F(ConsoleTest, ChoosesTheFolder) {
+  launchAndWait();
+  const std::string chosen = (folder / "a b").string();
+  EXPECT_EQ(printedBy("folder " + chosen), "Uploads are closed, folder " + chosen + "\n");
+  EXPECT_EQ(printedBy("per-participant on"), "One folder per participant\n");
+  EXPECT_EQ(printedBy("per-participant off"), "One folder for all\n");
+  EXPECT_EQ(printedBy("folder ~"), "Uploads are closed, folder " + homeFolder().string() + "\n");
+}
+
+TEST_F(ConsoleTest, SaysWhyAFolderCannotBeUsed) {
+  folder.write("file", "");
+  launchAndWait();
+  console->obey("uploads on");
+  console->obey("folder " + (folder / "file").string());
+  EXPECT_THAT(printedUntil([&] { return model->uploadError().has_value(); }),
+              EndsWith("Can't use upload folder: could not create or use upload root \"" +
+                       (folder / "file").string() + "\"\n"));
+  EXPECT_THAT(printedBy("status"), HasSubstr("Can't use upload folder: "));
+}
+
 TEST_F(ConsoleTest, AnUnchangedLineIsNotPrintedAgain) {
   launchAndWait();
   console->refresh();
@@ -155,9 +202,10 @@ TEST_F(ConsoleTest, OtherLinesAreAnsweredAndEmptyOnesAreNot) {
   EXPECT_THAT(printedBy("help"), HasSubstr("share ID"));
   EXPECT_EQ(printedBy("dance"), "Unknown command \"dance\"; \"help\" lists the commands\n");
   EXPECT_EQ(printedBy("share"), "share needs an ID; \"sources\" lists them\n");
-  EXPECT_EQ(printedBy("uploads on"), "uploads is not there yet\n");
-  EXPECT_EQ(printedBy("folder /tmp"), "folder is not there yet\n");
-  EXPECT_EQ(printedBy("per-participant on"), "per-participant is not there yet\n");
+  EXPECT_EQ(printedBy("uploads"), "uploads needs on or off\n");
+  EXPECT_EQ(printedBy("uploads perhaps"), "uploads needs on or off\n");
+  EXPECT_EQ(printedBy("folder"), "folder needs a path\n");
+  EXPECT_EQ(printedBy("per-participant"), "per-participant needs on or off\n");
   EXPECT_EQ(printedBy(""), "");
   EXPECT_EQ(printedBy(" \t"), "");
 }

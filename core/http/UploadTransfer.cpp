@@ -1,0 +1,177 @@
+#include "core/http/UploadTransfer.h"
+
+#include "core/http/HTTPResponse.h"
+
+#include <nlohmann/json.hpp>
+
+#include <system_error>
+#include <utility>
+
+namespace tarvinel {
+
+namespace {
+
+constexpr std::string_view internalError = "500 Internal Server Error";
+
+/// An admitted upload that nobody takes must not be left to a destructor on the server's queue.
+void discard(const AdmissionOutcome& outcome) {
+  if (const auto* upload = std::get_if<std::shared_ptr<ActiveUpload>>(&outcome)) {
+    (*upload)->abandon([] {});
+  }
+}
+
+}  // namespace
+
+UploadTransfer::UploadTransfer(UploadQueues queues, Connection connection,
+                               std::shared_ptr<UploadController> controller)
+    : queues_(queues), connection_(std::move(connection)), controller_(std::move(controller)) {}
+
+template <class Argument>
+std::function<void(Argument)> UploadTransfer::onServer(
+    std::function<void(UploadTransfer&, Argument)> step) {
+  return [weak = weak_from_this(), &server = queues_.server,
+          step = std::move(step)](Argument argument) {
+    server.post([weak, step, argument = std::move(argument)] {
+      const auto self = weak.lock();
+      if (self && !self->closed_) step(*self, argument);
+    });
+  };
+}
+
+void UploadTransfer::start(const Route& route, const HTTPRequest& request,
+                           std::string_view initialBody) {
+  auto checked = UploadRequest::check(route.participant, route.filename, request,
+                                      controller_->limits().maxBytes);
+  if (const auto* refusal = std::get_if<UploadRefusal>(&checked)) {
+    answer(*refusal);
+    return;
+  }
+  chunk_ = std::make_shared<Bytes>(bytesOf(initialBody));
+  requestAdmission(std::get<UploadRequest>(checked));
+}
+
+// Nothing is read meanwhile: what the client sends, its end included, waits in the kernel.
+void UploadTransfer::requestAdmission(const UploadRequest& request) {
+  filename_ = request.filename;
+  const auto onStall = [weak = weak_from_this(), &server = queues_.server] {
+    server.post([weak] {
+      if (const auto self = weak.lock()) {
+        self->fail("408 Request Timeout", "connection stalled, retry");
+      }
+    });
+  };
+  queues_.admission.post(
+      [weak = weak_from_this(), queues = queues_, controller = controller_, request, onStall] {
+        queues.server.post(
+            [weak, outcome = performAdmission(controller, request, queues.blocking, onStall)] {
+              const auto self = weak.lock();
+              if (self && !self->closed_) {
+                self->completeAdmission(outcome);
+              } else {
+                discard(outcome);
+              }
+            });
+      });
+}
+
+void UploadTransfer::completeAdmission(const AdmissionOutcome& outcome) {
+  if (const auto* refusal = std::get_if<UploadRefusal>(&outcome)) {
+    answer(*refusal);
+    return;
+  }
+  upload_ = std::get<std::shared_ptr<ActiveUpload>>(outcome);
+  controller_->logger()->info("start {} {} {} bytes from {}", upload_->participant(), filename_,
+                              upload_->declaredBytes(), connection_.remote);
+  if (chunk_->empty()) {
+    receive();
+  } else {
+    feed();
+  }
+}
+
+void UploadTransfer::feed() {
+  const auto size = static_cast<std::int64_t>(chunk_->size());
+  if (size > upload_->declaredBytes() - received_) {
+    fail("400 Bad Request", "body longer than Content-Length");
+    return;
+  }
+  received_ += size;
+  upload_->write(*chunk_, onServer<Result<void>>(
+                              [chunk = chunk_](UploadTransfer& self, const Result<void>& outcome) {
+                                self.written(outcome);
+                              }));
+}
+
+void UploadTransfer::written(const Result<void>& outcome) {
+  if (!upload_) return;
+  if (!outcome.ok()) {
+    controller_->logger()->error("write failed: {}", describe(outcome.error()));
+    fail(internalError, "could not write the file");
+  } else if (received_ == upload_->declaredBytes()) {
+    complete();
+  } else {
+    receive();
+  }
+}
+
+void UploadTransfer::receive() {
+  connection_.socket.async_wait(asio::ip::tcp::socket::wait_read,
+                                [weak = weak_from_this()](std::error_code error) {
+                                  if (const auto self = weak.lock()) self->readable(error);
+                                });
+}
+
+void UploadTransfer::readable(std::error_code error) {
+  if (!upload_ || closed_) return;
+  std::size_t count = 0;
+  chunk_->resize(maxChunkBytes);
+  if (!error) count = connection_.socket.read_some(asio::buffer(*chunk_), error);
+  chunk_->resize(count);
+  if (error == asio::error::would_block) {
+    receive();
+  } else if (error) {
+    connection_.close();  // the client ended its side, or the connection broke
+  } else {
+    feed();
+  }
+}
+
+void UploadTransfer::complete() {
+  const auto upload = std::exchange(upload_, nullptr);
+  upload->complete(onServer<ActiveUpload::Outcome>(&UploadTransfer::completed));
+}
+
+void UploadTransfer::completed(const ActiveUpload::Outcome& outcome) {
+  if (const auto* name = std::get_if<std::string>(&outcome)) {
+    connection_.answer(HTTPResponse::json("201 Created", nlohmann::json{{"file", *name}}.dump()));
+  } else if (std::get<ActiveUpload::Failure>(outcome) == ActiveUpload::Failure::write) {
+    answer({internalError, "could not write the file"});
+  } else {
+    answer({internalError, "could not place the file"});
+  }
+}
+
+void UploadTransfer::fail(std::string_view status, std::string message) {
+  const auto upload = std::exchange(upload_, nullptr);
+  if (!upload) return;  // it has ended by another way
+  controller_->logger()->info("abort ({}): {}", status, message);
+  const UploadRefusal refusal{status, std::move(message)};
+  upload->abandon([answerOnServer = onServer<UploadRefusal>(&UploadTransfer::answer), refusal] {
+    answerOnServer(refusal);
+  });
+}
+
+void UploadTransfer::answer(const UploadRefusal& refusal) {
+  connection_.answer(HTTPResponse::jsonError(refusal.status, refusal.message));
+}
+
+void UploadTransfer::connectionClosed() {
+  closed_ = true;
+  const auto upload = std::exchange(upload_, nullptr);
+  if (!upload) return;
+  controller_->logger()->info("connection closed after {} of {} bytes; dropping partial", received_,
+                              upload->declaredBytes());
+  upload->abandon([] {});
+}
+
+}  // namespace tarvinel

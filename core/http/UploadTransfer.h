@@ -1,0 +1,85 @@
+#pragma once
+
+#include "core/http/HTTPRequest.h"
+#include "core/http/Route.h"
+#include "core/http/UploadAdmission.h"
+#include "core/support/BlockingPool.h"
+#include "core/support/Bytes.h"
+#include "core/support/SerialQueue.h"
+
+#include <asio/ip/tcp.hpp>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace tarvinel {
+
+/// The queues that uploads use; they outlive all transfers.
+struct UploadQueues {
+  SerialQueue& server;
+  PooledQueue& admission;
+  BlockingPool& blocking;  ///< every upload makes a queue of its own on it
+};
+
+/// One upload on one connection: checks the request, asks for admission, writes the body chunk by
+/// chunk, answers. No chunk is read from the network before the last one has been written, so the
+/// disk paces the client and at most one chunk is in memory.
+///
+/// The answer is given once nothing is left to do on the disk: a participant who reads "201
+/// Created" has a file that survives a power cut, one who reads a failure finds the name free.
+///
+/// Lives on the server's queue, where it never touches the disk. Owned by the connection; every
+/// callback holds it weakly.
+class UploadTransfer : public std::enable_shared_from_this<UploadTransfer> {
+ public:
+  /// What it needs of its connection. `answer` and `close` may destroy the transfer.
+  struct Connection {
+    asio::ip::tcp::socket& socket;
+    std::string remote;
+    std::function<void(Bytes)> answer;  ///< sends a response and closes
+    std::function<void()> close;
+  };
+
+  static constexpr std::size_t maxChunkBytes = 262144;
+
+  UploadTransfer(UploadQueues queues, Connection connection,
+                 std::shared_ptr<UploadController> controller);
+
+  /// Begins with a request for an upload and the bytes of the body that came with it.
+  void start(const Route& route, const HTTPRequest& request, std::string_view initialBody);
+
+  /// The connection has closed: drops what was written, unless the body is complete, which is then
+  /// kept although nobody is told. Idempotent.
+  void connectionClosed();
+
+ private:
+  void requestAdmission(const UploadRequest& request);
+  void completeAdmission(const AdmissionOutcome& outcome);
+  void receive();
+  void readable(std::error_code error);
+  void feed();
+  void written(const Result<void>& outcome);
+  void complete();
+  void completed(const ActiveUpload::Outcome& outcome);
+  void fail(std::string_view status, std::string message);
+  void answer(const UploadRefusal& refusal);
+
+  /// Wraps a step so that it can be called on any queue: it runs on the server's while the transfer
+  /// lives and its connection is open.
+  template <class Argument>
+  std::function<void(Argument)> onServer(std::function<void(UploadTransfer&, Argument)> step);
+
+  const UploadQueues queues_;
+  const Connection connection_;
+  const std::shared_ptr<UploadController> controller_;
+  bool closed_ = false;
+  std::string filename_;                  ///< as asked for
+  std::shared_ptr<ActiveUpload> upload_;  ///< from admission until the body is complete
+  std::shared_ptr<Bytes> chunk_;          ///< the one being read or written
+  std::int64_t received_ = 0;             ///< bytes of the body
+};
+
+}  // namespace tarvinel

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <asio/io_context.hpp>
+#include <asio/post.hpp>
+#include <asio/strand.hpp>
+
+#include <condition_variable>
+#include <cstddef>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace tarvinel {
+
+/// Threads for work that waits for a disk. Each task occupies one for as long as the disk takes, so
+/// there are more threads than tasks that can wait at the same time. Safe from any thread.
+class BlockingPool {
+ public:
+  explicit BlockingPool(std::size_t threads);
+  ~BlockingPool() { finish(); }
+  BlockingPool(const BlockingPool&) = delete;
+  BlockingPool& operator=(const BlockingPool&) = delete;
+
+  /// Returns when every task posted so far, and what those posted, has run; ends the threads.
+  /// Idempotent; not from a task.
+  void finish();
+
+ private:
+  friend class PooledQueue;
+
+  void taskPosted();
+  void taskDone();
+
+  asio::io_context context_;
+  asio::executor_work_guard<asio::io_context::executor_type> work_;
+  std::vector<std::thread> threads_;
+  std::mutex mutex_;
+  std::condition_variable allDone_;
+  std::size_t pendingTasks_ = 0;  // guarded by mutex_
+};
+
+/// A labelled queue that runs one task at a time, in the order posted, on the threads of a pool,
+/// which outlives it. Tasks not yet run stay when the queue goes. Safe from any thread.
+class PooledQueue {
+ public:
+  using Executor = asio::strand<asio::io_context::executor_type>;
+
+  /// The label is the application identifier followed by `suffix`.
+  PooledQueue(BlockingPool& pool, std::string_view suffix);
+
+  const std::string& label() const { return label_; }
+
+  /// For timers that complete on the queue.
+  const Executor& executor() const { return executor_; }
+
+  /// `task` must not throw.
+  template <class Task>
+  void post(Task&& task) {
+    pool_.taskPosted();
+    asio::post(executor_, [&pool = pool_, task = std::forward<Task>(task)]() mutable {
+      // what the task holds may be the last of its kind and goes before the task counts as done
+      {
+        auto running = std::move(task);
+        running();
+      }
+      pool.taskDone();
+    });
+  }
+
+  bool isCurrent() const { return executor_.running_in_this_thread(); }
+
+ private:
+  BlockingPool& pool_;
+  const std::string label_;
+  const Executor executor_;
+};
+
+}  // namespace tarvinel

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "core/support/Directory.h"
+#include "core/support/UniqueFd.h"
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+namespace tarvinel {
+
+/// The hidden file that an upload is written into. It is locked (flock) for as long as this object
+/// lives, so that another store or another process can tell it from the left-over of a crash, which
+/// nobody holds.
+///
+/// Blocks as long as the disk does. Not safe from several threads at once.
+class PartialFile {
+ public:
+  /// Makes the file; a left-over under its name gives way. Throws std::system_error, also when the
+  /// name is held or is not a file of ours.
+  static PartialFile create(std::shared_ptr<const Directory> directory, const std::string& name);
+
+  /// Whether `create` could make a file of this name now.
+  static bool isAvailable(const Directory& directory, const std::string& name);
+
+  /// Removes a file that nobody holds; true when it is gone. Anything else, such as a link or a
+  /// folder, stays.
+  static bool removeLeftOver(const Directory& directory, const std::string& name);
+
+  /// Writes all of it. Throws std::system_error.
+  void append(std::span<const std::uint8_t> bytes);
+
+  /// Returns once every byte would survive a power cut, and ends the writing. The lock stays.
+  /// Throws std::system_error.
+  void finish();
+
+ private:
+  PartialFile(std::shared_ptr<const Directory> directory, UniqueFd file);
+
+  std::shared_ptr<const Directory> directory_;
+  UniqueFd file_;
+  UniqueFd lock_;  ///< the same open file: its lock lasts until both are closed
+};
+
+}  // namespace tarvinel

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "core/support/Log.h"
+#include "core/uploads/StallRule.h"
+#include "core/uploads/UploadStatus.h"
+#include "core/uploads/UploadStore.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+namespace tarvinel {
+
+/// The one gate that every upload passes: whether uploads are open, how many run at once, whether
+/// the disk has room.
+///
+/// Safe from any thread. `admit` asks the disk and blocks as long as it does; nothing else waits
+/// for that, so the rest may be called where nothing may block.
+class UploadController {
+ public:
+  struct Limits {
+    int maxInFlight = 8;                             ///< uploads admitted at the same time
+    std::int64_t maxBytes = std::int64_t{2} << 30U;  ///< the largest upload
+    StallRule stall;
+  };
+
+  /// Tells the bytes that can still be written, nothing when unknown.
+  using FreeSpace = std::function<std::optional<std::int64_t>()>;
+
+  enum class Admission : std::uint8_t { admitted, disabled, busy, noSpace };
+
+  /// Kept free beyond what every admitted upload may still take, in bytes.
+  static constexpr std::int64_t headroom = std::int64_t{1} << 30U;
+
+  /// `freeSpace`, when given, is asked instead of the store.
+  UploadController(std::shared_ptr<UploadStore> store, bool isEnabled, Limits limits, Logger logger,
+                   FreeSpace freeSpace = {});
+
+  const Limits& limits() const { return limits_; }
+  const Logger& logger() const { return logger_; }
+
+  bool isEnabled() const;
+  void setEnabled(bool isEnabled);
+
+  std::shared_ptr<UploadStore> store() const;
+
+  /// Uploads admitted from now on go there; those under way stay with the store that named them.
+  void setStore(std::shared_ptr<UploadStore> store);
+
+  /// Decides about an upload of so many bytes. One that is `admitted` holds a place until exactly
+  /// one `release` with the same size.
+  Admission admit(std::int64_t declaredBytes);
+  void release(std::int64_t declaredBytes);
+
+  UploadStatus snapshot() const;
+
+  int debugInFlight() const;
+  std::int64_t debugReservedBytes() const;
+
+ private:
+  std::optional<Admission> refusalWithoutAskingTheDisk() const;
+  std::optional<std::int64_t> freeSpace() const;
+
+  const Limits limits_;
+  const Logger logger_;
+  const FreeSpace freeSpaceOverride_;
+
+  std::mutex admissionMutex_;  ///< one decision at a time, the disk's answer included
+
+  mutable std::mutex mutex_;            ///< never held while the disk is asked
+  bool isEnabled_;                      // guarded by mutex_
+  std::shared_ptr<UploadStore> store_;  // guarded by mutex_
+  int inFlight_ = 0;                    // guarded by mutex_
+  std::int64_t reservedBytes_ = 0;      // guarded by mutex_
+};
+
+}  // namespace tarvinel

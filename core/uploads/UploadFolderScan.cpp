@@ -1,0 +1,82 @@
+#include "core/uploads/UploadFolderScan.h"
+
+#include "core/uploads/PartialFile.h"
+#include "core/uploads/UploadNaming.h"
+
+#include <system_error>
+#include <vector>
+
+namespace tarvinel {
+
+namespace {
+
+std::vector<Directory::Entry> entriesOrNone(const Directory& directory) {
+  try {
+    return directory.entries();
+  } catch (const std::system_error&) {
+    return {};
+  }
+}
+
+bool isHidden(const Directory::Entry& entry) {
+  return entry.name.starts_with('.');
+}
+
+/// Calls `visit` with each visible folder in the root.
+template <class Visit>
+void forEachParticipant(const Directory& root, Visit visit) {
+  for (const Directory::Entry& entry : entriesOrNone(root)) {
+    if (!entry.isDirectory || isHidden(entry)) continue;
+    try {
+      visit(root.subdirectory(entry.name), entry.name);
+    } catch (const std::system_error&) {  // gone meanwhile, or closed to us
+    }
+  }
+}
+
+/// Adds the files directly in a folder; returns how many.
+std::int64_t addFiles(const Directory& directory, UploadFolderCount& count) {
+  std::int64_t files = 0;
+  for (const Directory::Entry& entry : entriesOrNone(directory)) {
+    if (entry.isDirectory || isHidden(entry)) continue;
+    ++files;
+    count.bytes += entry.size;
+  }
+  count.files += files;
+  return files;
+}
+
+void removeLeftOversIn(const Directory& directory) {
+  for (const Directory::Entry& entry : entriesOrNone(directory)) {
+    if (!entry.isRegularFile || !UploadNaming::isPartialName(entry.name)) continue;
+    try {
+      PartialFile::removeLeftOver(directory, entry.name);
+    } catch (const std::system_error&) {  // it is taken over when its name is needed
+    }
+  }
+}
+
+}  // namespace
+
+UploadFolderCount countUploads(const Directory& root, bool perParticipant) {
+  UploadFolderCount count;
+  if (!perParticipant) {
+    addFiles(root, count);
+    return count;
+  }
+  forEachParticipant(root, [&count](const Directory& directory, const std::string& participant) {
+    const std::int64_t files = addFiles(directory, count);
+    if (files > 0) count.perParticipant[participant] = files;
+  });
+  return count;
+}
+
+void removeLeftOvers(const Directory& root, bool perParticipant) {
+  removeLeftOversIn(root);
+  if (!perParticipant) return;
+  forEachParticipant(root, [](const Directory& directory, const std::string& /*participant*/) {
+    removeLeftOversIn(directory);
+  });
+}
+
+}  // namespace tarvinel

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "core/support/Directory.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace tarvinel {
+
+/// What an upload folder holds: counts of visible files, hidden ones are left out.
+struct UploadFolderCount {
+  std::int64_t files = 0;
+  std::int64_t bytes = 0;
+  std::map<std::string, std::int64_t> perParticipant;  ///< files; empty in a flat folder
+
+  bool operator==(const UploadFolderCount&) const = default;
+};
+
+/// Counts what earlier runs left in an upload folder: the files in its sub-folders, one for each
+/// participant, or in a flat folder the files in it, which do not tell their participants. What
+/// cannot be listed counts nothing. Blocks as long as the disk does.
+UploadFolderCount countUploads(const Directory& root, bool perParticipant);
+
+/// Removes the partial files that nobody holds. Nothing else is touched, and nothing is reported.
+void removeLeftOvers(const Directory& root, bool perParticipant);
+
+}  // namespace tarvinel

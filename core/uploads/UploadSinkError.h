@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+namespace tarvinel {
+
+/// Why bytes of an upload did not reach the disk.
+class UploadSinkError : public std::runtime_error {
+ public:
+  enum class Case : std::uint8_t {
+    ioFailure,  ///< the file system refused
+    closed,     ///< the sink had been finished or aborted before
+  };
+
+  static UploadSinkError couldNotOpen(const std::filesystem::path& path) {
+    return {Case::ioFailure, "could not open " + path.string() + " for writing"};
+  }
+  static UploadSinkError ioFailure(const std::string& description) {
+    return {Case::ioFailure, description};
+  }
+  static UploadSinkError closed() { return {Case::closed, "the upload has ended"}; }
+
+  Case which() const { return which_; }
+  bool operator==(const UploadSinkError& other) const {
+    return which_ == other.which_ && std::string_view(what()) == other.what();
+  }
+
+ private:
+  UploadSinkError(Case which, const std::string& text) : std::runtime_error(text), which_(which) {}
+
+  Case which_;
+};
+
+}  // namespace tarvinel

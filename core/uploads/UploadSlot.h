@@ -1,0 +1,37 @@
+#pragma once
+
+#include "core/uploads/UploadController.h"
+
+#include <cstdint>
+#include <memory>
+#include <utility>
+
+namespace tarvinel {
+
+/// One admitted upload's place; gives it back when it goes. Movable value.
+class UploadSlot {
+ public:
+  /// Takes over what `admit` has just given.
+  UploadSlot(std::shared_ptr<UploadController> controller, std::int64_t declaredBytes)
+      : controller_(std::move(controller)), declaredBytes_(declaredBytes) {}
+  ~UploadSlot() { release(); }
+  UploadSlot(UploadSlot&&) = default;
+  UploadSlot& operator=(UploadSlot&&) = delete;
+  UploadSlot(const UploadSlot&) = delete;
+  UploadSlot& operator=(const UploadSlot&) = delete;
+
+  std::int64_t declaredBytes() const { return declaredBytes_; }
+
+  /// Idempotent.
+  void release() {
+    if (const auto controller = std::exchange(controller_, nullptr)) {
+      controller->release(declaredBytes_);
+    }
+  }
+
+ private:
+  std::shared_ptr<UploadController> controller_;
+  std::int64_t declaredBytes_;
+};
+
+}  // namespace tarvinel

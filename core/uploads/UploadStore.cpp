@@ -1,0 +1,167 @@
+#include "core/uploads/UploadStore.h"
+
+#include "core/support/FatalError.h"
+#include "core/uploads/PartialFile.h"
+#include "core/uploads/Placement.h"
+#include "core/uploads/UploadFolderScan.h"
+#include "core/uploads/UploadNaming.h"
+#include "core/uploads/UploadStoreError.h"
+
+#include <system_error>
+#include <utility>
+
+namespace tarvinel {
+
+namespace {
+
+/// Makes the folder and those above it where they are missing.
+void makeDirectories(const std::filesystem::path& path) {
+  if (std::filesystem::is_directory(path)) return;
+  if (path.has_parent_path()) makeDirectories(path.parent_path());
+  std::filesystem::create_directory(path);
+  Directory::open(std::filesystem::canonical(path.parent_path())).sync();
+}
+
+/// Makes the folder and finds out where it really is.
+std::filesystem::path preparedRoot(const std::filesystem::path& root) {
+  try {
+    makeDirectories(std::filesystem::absolute(root).lexically_normal());
+    return std::filesystem::canonical(root);
+  } catch (const std::system_error&) {
+    throw UploadStoreError::rootUnavailable(root);
+  }
+}
+
+void add(std::int64_t& sum, std::int64_t amount) {
+  if (__builtin_add_overflow(sum, amount, &sum)) fatalError("upload counts beyond 64 bits");
+}
+
+}  // namespace
+
+std::string UploadStore::Reservation::partialName() const {
+  return UploadNaming::partialName(finalName);
+}
+
+UploadStore::UploadStore(const std::filesystem::path& root, bool perParticipant, Logger logger)
+    : root_(preparedRoot(root)), perParticipant_(perParticipant), logger_(std::move(logger)) {
+  const Directory directory = openRoot();
+  if (!directory.isWritable()) throw UploadStoreError::rootUnavailable(root);
+  removeLeftOvers(directory, perParticipant_);
+  UploadFolderCount found = countUploads(directory, perParticipant_);
+  stats_.files = found.files;
+  stats_.bytes = found.bytes;
+  stats_.participants = static_cast<std::int64_t>(found.perParticipant.size());
+  participantFileCounts_ = std::move(found.perParticipant);
+}
+
+// The folder is opened anew for each upload, so that none is held open while nothing arrives: a
+// removable disk can be taken out. It is found under its path only if no link leads elsewhere.
+Directory UploadStore::openRoot() const {
+  try {
+    return Directory::open(root_);
+  } catch (const std::system_error&) {
+    throw UploadStoreError::rootUnavailable(root_);
+  }
+}
+
+UploadStore::Reservation UploadStore::reserve(const std::string& participant,
+                                              const std::string& filename) {
+  const std::scoped_lock lock(namesMutex_);
+  const auto directory = std::make_shared<const Directory>(directoryOf(participant));
+  const std::string baseName =
+      perParticipant_ ? filename : UploadNaming::flatName(participant, filename);
+  for (int attempt = 1; attempt <= UploadNaming::maxAttempts; ++attempt) {
+    std::string name = UploadNaming::collisionName(baseName, attempt);
+    requireInsideRoot(directory->path(), name);
+    if (!isFree(*directory, name)) continue;
+    reservedPaths_.insert(directory->path() / name);
+    return {participant, directory, baseName, std::move(name), attempt};
+  }
+  throw UploadStoreError::collisionExhausted(baseName);
+}
+
+Directory UploadStore::directoryOf(const std::string& participant) const {
+  Directory root = openRoot();
+  if (!perParticipant_) return root;
+  requireInsideRoot(root_, participant);
+  try {
+    return root.subdirectory(participant);
+  } catch (const std::system_error&) {
+    throw UploadStoreError::rootUnavailable(root_ / participant);
+  }
+}
+
+// Names from UploadNaming cannot lead out of the folder; this is a second line of defence.
+void UploadStore::requireInsideRoot(const std::filesystem::path& directory,
+                                    const std::string& name) const {
+  const std::filesystem::path path = directory / name;
+  const std::string prefix = (root_ / "").string();
+  const bool inside = path.string().starts_with(prefix) && path.lexically_normal() == path &&
+                      path.parent_path() == directory;
+  if (!inside) throw UploadStoreError::pathEscapesRoot(path);
+}
+
+bool UploadStore::isFree(const Directory& directory, const std::string& name) const {
+  return !reservedPaths_.contains(directory.path() / name) && !directory.find(name) &&
+         PartialFile::isAvailable(directory, UploadNaming::partialName(name));
+}
+
+std::filesystem::path UploadStore::commit(const Reservation& reservation, std::int64_t bytes) {
+  const std::string name = place(reservation);
+  reservation.directory->sync();
+  recordCommit(reservation.participant, bytes);
+  logger_->info("committed {} ({} bytes) for {}", name, bytes, reservation.participant);
+  return reservation.directory->path() / name;
+}
+
+std::string UploadStore::place(const Reservation& reservation) {
+  const std::scoped_lock lock(namesMutex_);
+  reservedPaths_.erase(reservation.finalPath());
+  for (int attempt = reservation.attempt; attempt <= UploadNaming::maxAttempts; ++attempt) {
+    std::string name = UploadNaming::collisionName(reservation.baseName, attempt);
+    requireInsideRoot(reservation.directory->path(), name);
+    const auto outcome = Placement::place(*reservation.directory, reservation.partialName(), name);
+    if (outcome == Placement::Outcome::placed) return name;
+  }
+  throw UploadStoreError::collisionExhausted(reservation.baseName);
+}
+
+void UploadStore::abort(const Reservation& reservation) noexcept {
+  try {
+    reservation.directory->removeFile(reservation.partialName());
+  } catch (const std::system_error&) {  // it was never made, or is gone with its folder
+  }
+  release(reservation);
+  logger_->info("aborted {} for {}", reservation.finalName, reservation.participant);
+}
+
+void UploadStore::release(const Reservation& reservation) {
+  const std::scoped_lock lock(namesMutex_);
+  reservedPaths_.erase(reservation.finalPath());
+}
+
+std::optional<std::int64_t> UploadStore::freeSpace() const {
+  try {
+    return openRoot().freeBytes();
+  } catch (const std::exception&) {
+    return std::nullopt;
+  }
+}
+
+void UploadStore::recordCommit(const std::string& participant, std::int64_t bytes) {
+  const std::scoped_lock lock(statsMutex_);
+  std::int64_t& files = participantFileCounts_[participant];
+  if (files == 0) add(stats_.participants, 1);
+  add(files, 1);
+  add(stats_.files, 1);
+  add(stats_.bytes, bytes);
+  stats_.lastParticipant = participant;
+  stats_.lastParticipantFiles = files;
+}
+
+UploadStore::Stats UploadStore::stats() const {
+  const std::scoped_lock lock(statsMutex_);
+  return stats_;
+}
+
+}  // namespace tarvinel

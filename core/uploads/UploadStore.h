@@ -1,0 +1,91 @@
+#pragma once
+
+#include "core/support/Directory.h"
+#include "core/support/Log.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+
+namespace tarvinel {
+
+/// The upload folder: gives out names before a file arrives, turns a complete partial file into its
+/// final name without ever overwriting anything, and counts.
+///
+/// Safe from any thread. All but `stats` block as long as the disk does; `stats` never waits for
+/// the disk, since the server's queue reads it.
+class UploadStore {
+ public:
+  /// A name that no other upload is given until it is committed or aborted.
+  struct Reservation {
+    std::string participant;
+    std::shared_ptr<const Directory> directory;  ///< holds the final and the partial file
+    std::string baseName;                        ///< before any suffix
+    std::string finalName;
+    int attempt = 1;  ///< 1: the base name, n: the one with the suffix "-n"
+
+    std::string partialName() const;
+    std::filesystem::path finalPath() const { return directory->path() / finalName; }
+    std::filesystem::path partialPath() const { return directory->path() / partialName(); }
+  };
+
+  struct Stats {
+    std::int64_t files = 0;  ///< committed, and found when the folder was opened
+    std::int64_t bytes = 0;
+    std::int64_t participants = 0;               ///< with at least one file
+    std::optional<std::string> lastParticipant;  ///< of the newest commit of this store
+    std::int64_t lastParticipantFiles = 0;
+
+    bool operator==(const Stats&) const = default;
+  };
+
+  /// Makes the folder where it is missing, removes the left-overs of a crash and counts what is
+  /// there. Throws UploadStoreError.
+  UploadStore(const std::filesystem::path& root, bool perParticipant, Logger logger);
+
+  const std::filesystem::path& root() const { return root_; }
+
+  /// Takes a label and a file name from UploadNaming. Throws UploadStoreError or std::system_error.
+  Reservation reserve(const std::string& participant, const std::string& filename);
+
+  /// Gives the finished partial file its final name, the next free one when another file has that
+  /// by now; returns its path once the name would survive a power cut. Throws UploadStoreError or
+  /// std::system_error; the partial file is then still to be removed by `abort`.
+  std::filesystem::path commit(const Reservation& reservation, std::int64_t bytes);
+
+  /// Removes the partial file, if there is one, and gives the name back. To be called while the
+  /// partial file is still locked. Never throws.
+  void abort(const Reservation& reservation) noexcept;
+
+  /// Bytes that can still be written; nothing when that cannot be found out.
+  std::optional<std::int64_t> freeSpace() const;
+
+  Stats stats() const;
+
+ private:
+  Directory openRoot() const;
+  Directory directoryOf(const std::string& participant) const;
+  void requireInsideRoot(const std::filesystem::path& directory, const std::string& name) const;
+  bool isFree(const Directory& directory, const std::string& name) const;
+  void release(const Reservation& reservation);
+  std::string place(const Reservation& reservation);
+  void recordCommit(const std::string& participant, std::int64_t bytes);
+
+  std::filesystem::path root_;  ///< without symbolic links; fixed
+  const bool perParticipant_;
+  const Logger logger_;
+
+  std::mutex namesMutex_;                          ///< held while the disk is asked
+  std::set<std::filesystem::path> reservedPaths_;  // guarded by namesMutex_
+
+  mutable std::mutex statsMutex_;  ///< never held while the disk is asked
+  Stats stats_;                    // guarded by statsMutex_
+  std::map<std::string, std::int64_t> participantFileCounts_;  // guarded by statsMutex_
+};
+
+}  // namespace tarvinel

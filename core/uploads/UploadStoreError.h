@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+namespace tarvinel {
+
+/// Why the upload folder has no place for a file. The text is what the presenter is shown.
+class UploadStoreError : public std::runtime_error {
+ public:
+  enum class Case : std::uint8_t { pathEscapesRoot, collisionExhausted, rootUnavailable };
+
+  static UploadStoreError pathEscapesRoot(const std::filesystem::path& path);
+  static UploadStoreError collisionExhausted(const std::string& name);
+  static UploadStoreError rootUnavailable(const std::filesystem::path& path);
+
+  Case which() const { return which_; }
+
+ private:
+  UploadStoreError(Case which, const std::string& text) : std::runtime_error(text), which_(which) {}
+
+  Case which_;
+};
+
+}  // namespace tarvinel

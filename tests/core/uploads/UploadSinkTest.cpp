@@ -1,0 +1,208 @@
+#include "core/uploads/StallRule.h"
+#include "core/uploads/UploadSink.h"
+#include "core/uploads/UploadSinkError.h"
+#include "tests/support/Await.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sys/resource.h>
+
+#include <csignal>
+#include <filesystem>
+#include <future>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tarvinel {
+namespace {
+
+using test::await;
+using test::CapturedLog;
+using test::TemporaryFolder;
+using testing::Contains;
+using testing::MatchesRegex;
+using testing::StartsWith;
+using namespace std::chrono_literals;
+
+// When an upload no longer moves
+
+TEST(StallRule, LooksTwiceInATimeoutButAtLeastEveryFiveSeconds) {
+  EXPECT_EQ((StallRule{30s, 20000}).checkInterval(), 5s);
+  EXPECT_EQ((StallRule{10s, 20000}).checkInterval(), 5s);
+  EXPECT_EQ((StallRule{4s, 20000}).checkInterval(), 2s);
+}
+
+TEST(StallRule, SilenceStallsFromTheTimeoutOn) {
+  const StallRule rule{30s, 20000};
+  EXPECT_FALSE(rule.isStalled(29.999s, 40s, 1'000'000'000));
+  EXPECT_TRUE(rule.isStalled(30s, 40s, 1'000'000'000));
+  EXPECT_TRUE((StallRule{4s, 20000}).isStalled(4s, 4s, 0));
+}
+
+TEST(StallRule, ATrickleStallsOnceItIsTenSecondsOld) {
+  const StallRule rule{30s, 20000};
+  EXPECT_FALSE(rule.isStalled(0s, 9.999s, 0));
+  EXPECT_TRUE(rule.isStalled(0s, 10s, 199'999));
+  EXPECT_FALSE(rule.isStalled(0s, 10s, 200'000));
+  EXPECT_TRUE((StallRule{4s, 20000}).isStalled(0s, 10s, 199'999));
+}
+
+TEST(StallRule, TheAverageCountsFromTheStart) {
+  const StallRule rule{30s, 20000};
+  EXPECT_FALSE(rule.isStalled(5s, 60s, 1'200'000));  // all of it in the first second, say
+  EXPECT_TRUE(rule.isStalled(5s, 60s, 1'199'999));
+}
+
+// The open file
+
+class UploadSinkTest : public testing::Test {
+ protected:
+  void open(const StallRule& rule = {}) {
+    reservation = store.reserve("Sam", "a.jpg");
+    sink = UploadSink::open(
+        pool, *reservation, rule, [this] { stalled.set_value(); }, log.category("upload"));
+  }
+
+  Result<void> written(std::string_view text) {
+    return await<void>([&](Completion<void> completion) {
+      sink->write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()},
+                  std::move(completion));
+    });
+  }
+
+  Result<void> finished() {
+    return await<void>([&](Completion<void> completion) { sink->finish(std::move(completion)); });
+  }
+
+  void abort() {
+    std::promise<void> done;
+    sink->abort([&done] { done.set_value(); });
+    done.get_future().wait();
+  }
+
+  std::string content() const { return test::contentOf(reservation->partialPath()); }
+
+  static std::optional<UploadSinkError> errorOf(const Result<void>& outcome) {
+    try {
+      outcome.value();
+    } catch (const UploadSinkError& error) {
+      return error;
+    }
+    return std::nullopt;
+  }
+
+  TemporaryFolder folder;
+  CapturedLog log;
+  UploadStore store{folder / "uploads", false, log.category("upload")};
+  std::optional<UploadStore::Reservation> reservation;
+  std::promise<void> stalled;
+  BlockingPool pool{4};
+  std::shared_ptr<UploadSink> sink;
+};
+
+TEST_F(UploadSinkTest, WritesInOrderAndCounts) {
+  open();
+  EXPECT_THAT(sink->queue().label(), StartsWith("org.tarvinel.Tarvinel.upload."));
+  EXPECT_TRUE(written("one ").ok());
+  EXPECT_TRUE(written("two").ok());
+  EXPECT_EQ(sink->bytesWritten(), 7);
+  EXPECT_EQ(content(), "one two");
+  EXPECT_TRUE(finished().ok());
+  EXPECT_EQ(content(), "one two");
+}
+
+TEST_F(UploadSinkTest, AfterTheEndNothingIsWritten) {
+  open();
+  EXPECT_TRUE(written("one").ok());
+  EXPECT_TRUE(finished().ok());
+  EXPECT_EQ(errorOf(written("two")), UploadSinkError::closed());
+  EXPECT_EQ(errorOf(finished()), UploadSinkError::closed());
+  abort();
+  EXPECT_EQ(content(), "one");
+  EXPECT_EQ(sink->bytesWritten(), 3);
+}
+
+TEST_F(UploadSinkTest, AnAbortEndsItAndLeavesTheFileToTheStore) {
+  open();
+  EXPECT_TRUE(written("one").ok());
+  abort();
+  abort();
+  EXPECT_EQ(errorOf(written("two")), UploadSinkError::closed());
+  EXPECT_EQ(errorOf(finished()), UploadSinkError::closed());
+  EXPECT_EQ(content(), "one");
+}
+
+TEST_F(UploadSinkTest, AFileThatCannotBeOpenedIsNamed) {
+  reservation = store.reserve("Sam", "a.jpg");
+  std::filesystem::create_directory(reservation->partialPath());
+  try {
+    UploadSink::open(
+        pool, *reservation, {}, [] {}, log.category("upload"));
+    FAIL();
+  } catch (const UploadSinkError& error) {
+    EXPECT_EQ(error.which(), UploadSinkError::Case::ioFailure);
+    EXPECT_EQ(error.what(),
+              "could not open " + reservation->partialPath().string() + " for writing");
+  }
+}
+
+TEST_F(UploadSinkTest, ALeftOverOfACrashGivesWay) {
+  folder.write("uploads/.Sam-a.jpg.partial", "something much longer than what comes now");
+  open();
+  EXPECT_TRUE(written("new").ok());
+  EXPECT_EQ(content(), "new");
+}
+
+TEST_F(UploadSinkTest, ALinkInPlaceOfTheFileIsNotFollowed) {
+  folder.write("outside.jpg", "outside");
+  reservation = store.reserve("Sam", "a.jpg");
+  std::filesystem::create_symlink(folder / "outside.jpg", reservation->partialPath());
+  EXPECT_THROW(UploadSink::open(
+                   pool, *reservation, {}, [] {}, log.category("upload")),
+               UploadSinkError);
+  std::filesystem::remove(reservation->partialPath());
+  std::filesystem::create_hard_link(folder / "outside.jpg", reservation->partialPath());
+  open();  // the other name of the file goes, the file stays
+  EXPECT_TRUE(written("new").ok());
+  EXPECT_EQ(folder.read("outside.jpg"), "outside");
+}
+
+TEST_F(UploadSinkTest, AWriteThatTheFileSystemRefusesCarriesItsReason) {
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  auto* const handler = std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit small{4, before.rlim_max};
+  open();
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  const auto error = errorOf(written("too much"));
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+  std::signal(SIGXFSZ, handler);
+  EXPECT_EQ(error, UploadSinkError::ioFailure("File too large"));
+  EXPECT_EQ(sink->bytesWritten(), 0);
+}
+
+TEST_F(UploadSinkTest, SilenceIsReportedOnceAndEndsTheFile) {
+  open({20ms, 0});
+  EXPECT_TRUE(written("one").ok());
+  stalled.get_future().wait();  // a second report would throw
+  EXPECT_EQ(errorOf(written("two")), UploadSinkError::closed());
+  EXPECT_EQ(errorOf(finished()), UploadSinkError::closed());
+  EXPECT_EQ(content(), "one");
+  EXPECT_THAT(log.lines(), Contains(MatchesRegex("upload\\|info\\|upload stalled: idle "
+                                                 "[0-9]+\\.[0-9]+s, age [0-9]+\\.[0-9]+s")));
+}
+
+TEST_F(UploadSinkTest, MayGoWhileItIsWatched) {
+  open({1ms, 0});
+  stalled.get_future().wait();
+  sink.reset();
+  pool.finish();
+}
+
+}  // namespace
+}  // namespace tarvinel
