@@ -10,8 +10,6 @@ namespace tarvinel {
 
 namespace {
 
-constexpr std::string_view internalError = "500 Internal Server Error";
-
 UploadRefusal refusalFor(UploadController::Admission admission) {
   switch (admission) {
     case UploadController::Admission::disabled:
@@ -42,7 +40,7 @@ AdmissionOutcome performAdmission(const std::shared_ptr<UploadController>& contr
   if (!reservation.ok()) {
     logger->error("reserve {}/{} failed: {}", request.label, request.filename,
                   describe(reservation.error()));
-    return UploadRefusal{internalError, "could not create the file"};
+    return UploadRefusal{UploadRefusal::internalError, "could not create the file"};
   }
   const auto sink = resultOf([&] {
     return UploadSink::open(pool, reservation.value(), controller->limits().stall,
@@ -51,7 +49,7 @@ AdmissionOutcome performAdmission(const std::shared_ptr<UploadController>& contr
   if (!sink.ok()) {
     logger->error("open {} failed: {}", reservation.value().partialName(), describe(sink.error()));
     store->abort(reservation.value());
-    return UploadRefusal{internalError, "could not write the file"};
+    return UploadRefusal{UploadRefusal::internalError, "could not write the file"};
   }
   return std::make_shared<ActiveUpload>(std::move(slot), store, reservation.value(), sink.value(),
                                         logger);

@@ -11,6 +11,8 @@ namespace tarvinel {
 
 /// Why an upload is not taken, as its participant is told.
 struct UploadRefusal {
+  static constexpr std::string_view internalError = "500 Internal Server Error";
+
   std::string_view status;  ///< what follows "HTTP/1.1 "
   std::string message;
 

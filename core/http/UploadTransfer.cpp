@@ -11,8 +11,6 @@ namespace tarvinel {
 
 namespace {
 
-constexpr std::string_view internalError = "500 Internal Server Error";
-
 /// An admitted upload that nobody takes must not be left to a destructor on the server's queue.
 void discard(const AdmissionOutcome& outcome) {
   if (const auto* upload = std::get_if<std::shared_ptr<ActiveUpload>>(&outcome)) {
@@ -106,7 +104,7 @@ void UploadTransfer::written(const Result<void>& outcome) {
   if (!upload_) return;
   if (!outcome.ok()) {
     controller_->logger()->error("write failed: {}", describe(outcome.error()));
-    fail(internalError, "could not write the file");
+    fail(UploadRefusal::internalError, "could not write the file");
   } else if (received_ == upload_->declaredBytes()) {
     complete();
   } else {
@@ -145,9 +143,9 @@ void UploadTransfer::completed(const ActiveUpload::Outcome& outcome) {
   if (const auto* name = std::get_if<std::string>(&outcome)) {
     connection_.answer(HTTPResponse::json("201 Created", nlohmann::json{{"file", *name}}.dump()));
   } else if (std::get<ActiveUpload::Failure>(outcome) == ActiveUpload::Failure::write) {
-    answer({internalError, "could not write the file"});
+    answer({UploadRefusal::internalError, "could not write the file"});
   } else {
-    answer({internalError, "could not place the file"});
+    answer({UploadRefusal::internalError, "could not place the file"});
   }
 }
 

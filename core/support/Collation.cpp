@@ -1,6 +1,7 @@
 #include "core/support/Collation.h"
 
 #include "core/support/FatalError.h"
+#include "core/support/ICUText.h"
 
 #include <unicode/coll.h>
 #include <unicode/locid.h>
@@ -45,10 +46,6 @@ std::unique_ptr<const icu::Collator> rulesOf(const icu::Locale& locale) {
   return rules;
 }
 
-icu::StringPiece pieceOf(std::string_view text) {
-  return {text.data(), static_cast<int32_t>(std::min<std::size_t>(text.size(), INT32_MAX))};
-}
-
 }  // namespace
 
 Collation::Collation(const std::string& localeName)
@@ -62,7 +59,7 @@ Collation Collation::ofUser() {
 
 int Collation::compare(std::string_view a, std::string_view b) const {
   UErrorCode status = U_ZERO_ERROR;
-  return collator_->rules->compareUTF8(pieceOf(a), pieceOf(b), status);
+  return collator_->rules->compareUTF8(icuPiece(a), icuPiece(b), status);
 }
 
 }  // namespace tarvinel

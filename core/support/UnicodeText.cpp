@@ -1,6 +1,7 @@
 #include "core/support/UnicodeText.h"
 
 #include "core/support/FatalError.h"
+#include "core/support/ICUText.h"
 
 #include <unicode/brkiter.h>
 #include <unicode/locid.h>
@@ -15,10 +16,6 @@
 namespace tarvinel {
 
 namespace {
-
-icu::StringPiece pieceOf(std::string_view text) {
-  return {text.data(), static_cast<std::int32_t>(text.size())};
-}
 
 void require(UErrorCode status, std::string_view what) {
   if (U_FAILURE(status)) fatalError(what);
@@ -58,7 +55,7 @@ std::string canonicallyComposed(std::string_view text) {
   const icu::Normalizer2* composer = icu::Normalizer2::getNFCInstance(status);
   require(status, "the rules of canonical composition are missing");
   const icu::UnicodeString composed =
-      composer->normalize(icu::UnicodeString::fromUTF8(pieceOf(text)), status);
+      composer->normalize(icu::UnicodeString::fromUTF8(icuPiece(text)), status);
   require(status, "text cannot be composed");
   std::string utf8;
   composed.toUTF8String(utf8);

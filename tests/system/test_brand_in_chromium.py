@@ -228,7 +228,7 @@ def test_the_brand_sample_of_the_help_page_works_when_pasted(page, start, tmp_pa
     brand = json.loads(sample)["brand"]
     for path, file in ((brand["image"], LOGO), (brand["font"], FONT)):
         target = tmp_path / path.removeprefix("~/")
-        target.parent.mkdir(parents=True)
+        target.parent.mkdir(parents=True, exist_ok=True)
         target.write_bytes(file.read_bytes())
     settings = tmp_path / "config/Tarvinel/config.json"
     settings.parent.mkdir(parents=True)
