@@ -24,9 +24,9 @@ def test_help_names_every_option(tmp_path):
     done = run(tmp_path, "--help")
     assert done.returncode == 0
     for option in ("--headless", "--capture", "--share", "--port", "--list-sources",
-                   "--version", "--help"):
+                   "--uploads", "--upload-folder", "--version", "--help"):
         assert option in done.stdout
-    for absent in ("--uploads", "--upload-folder", "--config", "--profile"):
+    for absent in ("--config", "--profile"):
         assert absent not in done.stdout
 
 
