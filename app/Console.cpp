@@ -13,14 +13,14 @@ namespace tarvinel {
 namespace {
 
 constexpr std::string_view helpText =
-    "sources     list what can be shared\n"
-    "share ID    share a source of that list\n"
-    "stop        stop sharing\n"
+    "sources                 list what can be shared\n"
+    "share ID                share a source of that list\n"
+    "stop                    stop sharing\n"
     "uploads on|off          let participants send photos, or no longer\n"
     "folder DIR              take photos into this folder\n"
     "per-participant on|off  give each participant a folder in it, or not\n"
-    "status      show all status lines\n"
-    "quit        end the program";
+    "status                  show all status lines\n"
+    "quit                    end the program";
 
 struct Command {
   std::string name;

@@ -13,7 +13,7 @@ namespace tarvinel {
 
 namespace {
 
-constexpr std::size_t maxFileBytes = std::size_t{1} << 16U;
+constexpr std::size_t maxDirectoriesFileBytes = std::size_t{1} << 16U;
 
 /// The text between the quotes of a line `XDG_PICTURES_DIR="..."`, the last of them.
 std::optional<std::string_view> quotedValue(std::string_view userDirs) {
@@ -41,7 +41,7 @@ std::string withoutBackslashes(std::string_view quoted) {
 
 std::string contentOf(const std::filesystem::path& file) {
   try {
-    return std::string(textOf(readRegularFile(file, maxFileBytes)));
+    return std::string(textOf(readRegularFile(file, maxDirectoriesFileBytes)));
   } catch (const FileReadError&) {
     return {};
   }

@@ -16,12 +16,12 @@ namespace tarvinel {
 
 namespace {
 
-constexpr std::size_t maxFileBytes = std::size_t{1} << 20U;
+constexpr std::size_t maxPreferencesBytes = std::size_t{1} << 20U;
 
 nlohmann::json objectIn(const std::filesystem::path& file) {
   try {
     auto values =
-        nlohmann::json::parse(textOf(readRegularFile(file, maxFileBytes)), nullptr, false);
+        nlohmann::json::parse(textOf(readRegularFile(file, maxPreferencesBytes)), nullptr, false);
     if (values.is_object()) return values;
   } catch (const FileReadError&) {  // there is none
   }

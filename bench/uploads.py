@@ -125,6 +125,7 @@ def eight_at_once(program, folder, source):
 
 
 def keep_sending(address, number, source, over):
+    os.nice(10)  # participants have computers of their own
     for count in itertools.count():
         if over.is_set():
             return

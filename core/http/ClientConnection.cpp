@@ -219,7 +219,8 @@ void ClientConnection::sendLast(asio::const_buffer response) {
 // The connection is over for the server; only its socket is seen off.
 void ClientConnection::finish() {
   environment_.peerWatch.remove(connection_.native_handle());
-  environment_.lingeringSockets.adopt(std::move(connection_), upload_ != nullptr);
+  environment_.lingeringSockets.adopt(
+      std::move(connection_), upload_ ? LingeringSockets::forUploads : LingeringSockets::ordinary);
 }
 
 void ClientConnection::startStream(const HTTPRequest& request) {

@@ -15,15 +15,21 @@ namespace tarvinel {
 
 /// Sees answered connections off. A socket closed with unread bytes in it is reset by the kernel,
 /// and the reset can overtake the answer (RFC 9112 section 9.6): so the sending side is closed
-/// first and what still comes is read and thrown away until the client closes too, for a second at
-/// most. A browser whose upload is refused reads the answer only after it has sent the file or
-/// failed to: what it sends is borne for longer.
+/// first and what still comes is read and thrown away until the client closes too or its patience
+/// ends.
 ///
 /// Lives on the server's queue.
 class LingeringSockets {
  public:
-  static constexpr std::chrono::seconds limit{1};
-  static constexpr std::chrono::seconds uploadLimit{60};
+  /// How long a client that does not close is borne: in all, and while nothing comes from it.
+  struct Patience {
+    std::chrono::seconds total;
+    std::chrono::seconds silence;
+  };
+  static constexpr Patience ordinary{std::chrono::seconds(1), std::chrono::seconds(1)};
+  /// A browser whose upload is refused reads the answer only once it has sent the file or failed
+  /// to.
+  static constexpr Patience forUploads{std::chrono::seconds(60), std::chrono::seconds(2)};
   static constexpr std::size_t maxSockets = 256;
 
   LingeringSockets() = default;
@@ -33,7 +39,7 @@ class LingeringSockets {
 
   /// Takes over a socket on which everything has been sent. With `maxSockets` here already it is
   /// closed at once.
-  void adopt(asio::ip::tcp::socket socket, bool wasUpload);
+  void adopt(asio::ip::tcp::socket socket, const Patience& patience);
 
   /// Closes all of them.
   void clear() { sockets_.clear(); }
@@ -42,8 +48,11 @@ class LingeringSockets {
   struct Lingering {
     asio::ip::tcp::socket socket;
     asio::steady_timer deadline;
+    std::chrono::seconds silence;
+    std::chrono::steady_clock::time_point end;
   };
 
+  void awaitDeadline(std::uint64_t key);
   void drain(std::uint64_t key);
   void readable(std::uint64_t key);
 

@@ -44,7 +44,7 @@ void UploadTransfer::start(const Route& route, const HTTPRequest& request,
     answer(*refusal);
     return;
   }
-  chunk_ = std::make_shared<Bytes>(bytesOf(initialBody));
+  buffer_ = std::make_shared<Bytes>(bytesOf(initialBody));
   requestAdmission(std::get<UploadRequest>(checked));
 }
 
@@ -80,24 +80,25 @@ void UploadTransfer::completeAdmission(const AdmissionOutcome& outcome) {
   upload_ = std::get<std::shared_ptr<ActiveUpload>>(outcome);
   controller_->logger()->info("start {} {} {} bytes from {}", upload_->participant(), filename_,
                               upload_->declaredBytes(), connection_.remote);
-  if (chunk_->empty()) {
+  if (buffer_->empty()) {
     receive();
   } else {
-    feed();
+    feed(buffer_->size());
   }
 }
 
-void UploadTransfer::feed() {
-  const auto size = static_cast<std::int64_t>(chunk_->size());
+void UploadTransfer::feed(std::size_t count) {
+  const auto size = static_cast<std::int64_t>(count);
   if (size > upload_->declaredBytes() - received_) {
     fail("400 Bad Request", "body longer than Content-Length");
     return;
   }
   received_ += size;
-  upload_->write(*chunk_, onServer<Result<void>>(
-                              [chunk = chunk_](UploadTransfer& self, const Result<void>& outcome) {
-                                self.written(outcome);
-                              }));
+  auto completion =
+      onServer<Result<void>>([buffer = buffer_](UploadTransfer& self, const Result<void>& outcome) {
+        self.written(outcome);
+      });
+  upload_->write({buffer_->data(), count}, std::move(completion));
 }
 
 void UploadTransfer::written(const Result<void>& outcome) {
@@ -122,15 +123,14 @@ void UploadTransfer::receive() {
 void UploadTransfer::readable(std::error_code error) {
   if (!upload_ || closed_) return;
   std::size_t count = 0;
-  chunk_->resize(maxChunkBytes);
-  if (!error) count = connection_.socket.read_some(asio::buffer(*chunk_), error);
-  chunk_->resize(count);
+  buffer_->resize(maxChunkBytes);
+  if (!error) count = connection_.socket.read_some(asio::buffer(*buffer_), error);
   if (error == asio::error::would_block) {
     receive();
   } else if (error) {
     connection_.close();  // the client ended its side, or the connection broke
   } else {
-    feed();
+    feed(count);
   }
 }
 

@@ -60,7 +60,7 @@ class UploadTransfer : public std::enable_shared_from_this<UploadTransfer> {
   void completeAdmission(const AdmissionOutcome& outcome);
   void receive();
   void readable(std::error_code error);
-  void feed();
+  void feed(std::size_t count);
   void written(const Result<void>& outcome);
   void complete();
   void completed(const ActiveUpload::Outcome& outcome);
@@ -78,7 +78,7 @@ class UploadTransfer : public std::enable_shared_from_this<UploadTransfer> {
   bool closed_ = false;
   std::string filename_;                  ///< as asked for
   std::shared_ptr<ActiveUpload> upload_;  ///< from admission until the body is complete
-  std::shared_ptr<Bytes> chunk_;          ///< the one being read or written
+  std::shared_ptr<Bytes> buffer_;         ///< holds the chunk being read or written
   std::int64_t received_ = 0;             ///< bytes of the body
 };
 

@@ -15,6 +15,7 @@ namespace tarvinel {
 namespace {
 
 constexpr int maxTries = 10;
+constexpr std::int64_t writebackBytes = std::int64_t{8} << 20U;
 constexpr mode_t ordinaryMode = 0666;  // less what the user's mask takes away
 
 [[noreturn]] void fail(int code = errno) {
@@ -101,7 +102,17 @@ void PartialFile::append(std::span<const std::uint8_t> bytes) {
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) fail();
     bytes = bytes.subspan(static_cast<std::size_t>(count));
+    startWriteback(count);
   }
+}
+
+// Left to itself the kernel gathers the whole file in memory and the flush at the end takes as long
+// again; where a file system cannot begin early, the flush does it all.
+void PartialFile::startWriteback(std::int64_t count) {
+  written_ += count;
+  if (written_ - onItsWay_ < writebackBytes) return;
+  sync_file_range(file_.get(), onItsWay_, written_ - onItsWay_, SYNC_FILE_RANGE_WRITE);
+  onItsWay_ = written_;
 }
 
 void PartialFile::finish() {

@@ -38,9 +38,13 @@ class PartialFile {
  private:
   PartialFile(std::shared_ptr<const Directory> directory, UniqueFd file);
 
+  void startWriteback(std::int64_t count);
+
   std::shared_ptr<const Directory> directory_;
   UniqueFd file_;
-  UniqueFd lock_;  ///< the same open file: its lock lasts until both are closed
+  UniqueFd lock_;              ///< the same open file: its lock lasts until both are closed
+  std::int64_t written_ = 0;   ///< bytes
+  std::int64_t onItsWay_ = 0;  ///< of these, bytes that the kernel was told to write out
 };
 
 }  // namespace tarvinel
