@@ -12,7 +12,7 @@ namespace tarvinel {
 namespace {
 
 std::optional<CommandLineExit> refusalOfWhatIsNotThereYet(bool headless,
-                                                         const std::string& capture) {
+                                                          const std::string& capture) {
   if (capture == "portal") {
     return CommandLineExit{exitWrongCommandLine, "tarvinel: --capture portal is not there yet\n"};
   }

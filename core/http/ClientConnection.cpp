@@ -174,7 +174,8 @@ void ClientConnection::answerWith(const std::shared_ptr<const Bytes>& file) {
 }
 
 void ClientConnection::answerUploadPage() {
-  sendAndClose(uploads_ ? HTTPResponse::html(UploadPage::html(environment_.brand)) : HTTPResponse::notFound());
+  sendAndClose(uploads_ ? HTTPResponse::html(UploadPage::html(environment_.brand))
+                        : HTTPResponse::notFound());
 }
 
 void ClientConnection::answerUploadStatus() {

@@ -56,8 +56,7 @@ TEST(UploadPage, ABrandsNameTitlesThePageAndStandsAboveTheForm) {
 
 TEST(UploadPage, ABrandWithLogoAndNameShowsOnlyTheLogo) {
   const std::string page = UploadPage::html(BrandConfig{.name = "N", .image = "/nowhere.png"});
-  EXPECT_THAT(page,
-              HasSubstr("<body>\n<img id=\"logo\" src=\"/brand/image\" alt=\"\">\n<h1>"));
+  EXPECT_THAT(page, HasSubstr("<body>\n<img id=\"logo\" src=\"/brand/image\" alt=\"\">\n<h1>"));
   EXPECT_THAT(page, Not(HasSubstr("<div id=\"brandname\"")));
 }
 
