@@ -10,6 +10,7 @@ from ..waiting import eventually
 from ..xserver import XServer
 
 START_LIMIT = 60
+LONGEST_SIDE = 900  # of a display that is turned, or made that of a phone
 
 
 class Browser:
@@ -28,8 +29,7 @@ class Browser:
         self._session = None
         self._folder = Path(tempfile.mkdtemp(dir=folder, prefix=f"{self.name}-"))
         try:
-            longer = max(width, height)  # so that it can be turned
-            self.screen = XServer(self._folder, longer, longer, label="screen")
+            self.screen = XServer(self._folder, LONGEST_SIDE, LONGEST_SIDE, label="screen")
             self._started.append(self.screen)
             self.resize(width, height)
             self._env = self._private_env()
@@ -48,6 +48,15 @@ class Browser:
 
     def evaluate(self, expression):
         return self._session.evaluate(expression)
+
+    def write(self, selector, text):
+        """Types into a text field, in place of what is there."""
+        self._session.clear(selector)
+        self._session.type_into(selector, text)
+
+    def pick(self, selector, paths):
+        """Chooses files as a visitor does in the dialog of a file input."""
+        self._session.type_into(selector, "\n".join(map(str, paths)))
 
     def pixels(self):
         """What its visitor sees."""

@@ -22,6 +22,13 @@ class WebDriver:
         return self._call("POST", "/execute/sync",
                           {"script": f"return {expression};", "args": []})
 
+    def type_into(self, selector, text):
+        """Text that is typed, or the paths of files that are picked, one on a line."""
+        self._call("POST", f"/element/{self._element(selector)}/value", {"text": text})
+
+    def clear(self, selector):
+        self._call("POST", f"/element/{self._element(selector)}/clear", {})
+
     def tab(self):
         return self._call("GET", "/window")
 
@@ -39,6 +46,10 @@ class WebDriver:
 
     def end(self):
         self._call("DELETE", "")
+
+    def _element(self, selector):
+        found = self._call("POST", "/element", {"using": "css selector", "value": selector})
+        return next(iter(found.values()))
 
     def _call(self, method, path, body=None):
         connection = http.client.HTTPConnection("127.0.0.1", timeout=ANSWER_LIMIT)
