@@ -15,6 +15,7 @@ MEGABYTE = 1 << 20
 PLACES = 8  # uploads that the program takes at once
 SENDING_LIMIT = 90  # hundreds of megabytes, on a busy machine
 PHONE = (390, 844)
+ORANGE = numpy.array([0xE2, 0x79, 0x1B])
 STORED = {  # what is sent, and how its name reads in the folder
     "IMG 0001.jpg": "IMG 0001.jpg",
     "Φωτογραφία.TIFF": "Φωτογραφία.TIFF",
@@ -69,6 +70,7 @@ def photos(tmp_path_factory):
 def phone(browser):
     browser.resize(*PHONE)
     yield
+    browser.leave_frame()
     browser.resize(800, 600)
 
 
@@ -164,6 +166,7 @@ def test_closed_is_shown_and_open_again(page, program, photos, tmp_path):
     assert page.text("#closed") == ""
     program.command("uploads off")
     page.wait_for_text("#closed", UploadPage.CLOSED)
+    page.wait_until_seen("#closed", ORANGE)
     assert page.text("#total") == ""
     assert page.disabled() == [True, True, True]
     page.drag(tmp_path, photos / "IMG 0001.jpg", photos / "DSC_1234.NEF")
@@ -200,7 +203,7 @@ def test_a_lost_server_is_a_connection_error(page, program, photos):
 
 
 def test_on_a_phone(page, program, photos, phone):
-    page.visit(program)
+    page.visit_by_phone(program)
     page.keep_screenshot("upload-phone")
     page.browser.write("#name", "Sam")
     page.pick(photos / "IMG 0001.jpg", photos / "clip.mov")

@@ -8,8 +8,9 @@ from pathlib import Path
 
 import gi
 
+gi.require_version("Gdk", "3.0")
 gi.require_version("Gtk", "3.0")
-from gi.repository import Gdk, Gtk  # noqa: E402  (the version comes first)
+from gi.repository import Gdk, Gtk  # noqa: E402  (the versions come first)
 
 SIDE = 24
 

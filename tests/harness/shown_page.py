@@ -17,7 +17,11 @@ class ShownPage:
 
     def open(self, port, path="/"):
         """Opens a page of the server that listens on this port."""
-        self.browser.open(f"http://{Network.SERVER_ADDRESS}:{port}{path}")
+        self.browser.open(self.address(port, path))
+
+    @staticmethod
+    def address(port, path="/"):
+        return f"http://{Network.SERVER_ADDRESS}:{port}{path}"
 
     def pixels(self):
         return self.browser.pixels()
@@ -25,9 +29,9 @@ class ShownPage:
     def keep_screenshot(self, name):
         pixels.save(self.pixels(), SCREENSHOTS / f"{name}-{self.browser.name}.png")
 
-    def eventually(self, condition, what, within=LIMIT):
+    def eventually(self, condition, what, within=LIMIT, every=0.02):
         try:
-            return eventually(condition, within, what)
+            return eventually(condition, within, what, every)
         except AssertionError:
             self.keep_screenshot("failed")
             raise

@@ -1,10 +1,14 @@
 """The page from which participants send photos, used as they use it."""
+import numpy
+
 from .dragging import Dragging
 from .shown_page import LIMIT, ShownPage
 
 ROWS = ("Array.from(document.querySelectorAll('#queue li'), (row) =>"
         " [row.querySelector('.label').textContent, row.querySelector('progress').value,"
         "  row.querySelector('.status').textContent])")
+
+EDGE_OF_DROP_ZONE = numpy.array([0x6A, 0xA9, 0xFF])  # while something is dragged over it
 
 
 class UploadPage(ShownPage):
@@ -21,12 +25,16 @@ class UploadPage(ShownPage):
         self.browser.write("#name", participant)
 
     def visit(self, program):
-        port = program.listening_port()
         before = self._opened_at()
-        self.open(port, "/upload")
-        self.eventually(lambda: self._opened_at() not in (before, None)
-                        and self.text("#total").endswith(("participant", "participants")),
-                        "the page is there")
+        self.open(program.listening_port(), "/upload")
+        self._wait_until_open(before)
+
+    def visit_by_phone(self, program):
+        """The browser's display has to be of a phone's size already; ends with leave_frame()."""
+        screen = self.browser.screen
+        self.browser.open_in_frame(self.address(program.listening_port(), "/upload"),
+                                   screen.width, screen.height)
+        self._wait_until_open()
 
     def name(self):
         return self.browser.evaluate("document.getElementById('name').value")
@@ -45,9 +53,13 @@ class UploadPage(ShownPage):
         with Dragging(self.browser.screen, folder, paths) as dragging:
             dragging.hold(*self._drop_zone())
             self.eventually(self._is_dragged_over, "the drop zone is ready to take them")
+            self.wait_until_seen("#drop", EDGE_OF_DROP_ZONE)
             self.keep_screenshot("upload-over")
             dragging.release()
         self.eventually(lambda: not self._is_dragged_over(), "the drop zone is at rest")
+        if not self.browser.hands_over_dropped_files:
+            assert self.labels() == []
+            self._drop_by_script(paths)
 
     def labels(self):
         return [label for label, _, _ in self._rows()]
@@ -66,6 +78,26 @@ class UploadPage(ShownPage):
     def wait_for_text(self, selector, text):
         self.eventually(lambda: self.text(selector) == text, f"{selector} reads {text!r}")
 
+    def wait_until_seen(self, selector, colour):
+        """Waits until there is something of this colour where the element is on the display."""
+        def seen():
+            left, top, right, bottom = self._box(selector)
+            distance = abs(self.pixels()[top:bottom, left:right].astype(int) - colour)
+            return (distance.max(axis=2) < 24).any()
+
+        self.eventually(seen, f"{selector} is seen in {colour}")
+
+    def keep_screenshot(self, name):
+        """As soon as it is still; what a driver tells is not always painted yet."""
+        before = [None]
+
+        def still():
+            last, before[0] = before[0], self.pixels()
+            return last is not None and (last == before[0]).all()
+
+        self.eventually(still, "the page is still", every=0.2)
+        super().keep_screenshot(name)
+
     def disabled(self):
         return self.browser.evaluate(
             "['name', 'pick', 'file-input'].map((id) => document.getElementById(id).disabled)")
@@ -82,6 +114,23 @@ class UploadPage(ShownPage):
         """Of all its content, what can be scrolled to included."""
         return self.browser.evaluate("document.documentElement.scrollWidth")
 
+    def _wait_until_open(self, before=None):
+        self.eventually(lambda: self._opened_at() not in (before, None)
+                        and self.text("#total").endswith(("participant", "participants")),
+                        "the page is there")
+
+    def _drop_by_script(self, paths):
+        """A drop as a browser would report it; the files are picked in an input made for it."""
+        self.browser.evaluate(
+            "void document.body.insertAdjacentHTML('beforeend',"
+            " '<input type=file multiple id=dropped style=position:absolute;opacity:0>')")
+        self.browser.pick("#dropped", paths)
+        self.browser.evaluate(
+            "(() => { const input = document.getElementById('dropped');"
+            " const event = new Event('drop', { bubbles: true, cancelable: true });"
+            " event.dataTransfer = { files: input.files };"
+            " document.getElementById('drop').dispatchEvent(event); input.remove(); })()")
+
     def _rows(self):
         return self.browser.evaluate(ROWS)
 
@@ -94,7 +143,12 @@ class UploadPage(ShownPage):
         return self.browser.evaluate("document.getElementById('drop').classList.contains('over')")
 
     def _drop_zone(self):
-        """Its middle, on the display: the page fills it."""
+        """Its middle."""
+        left, top, right, bottom = self._box("#drop")
+        return (left + right) // 2, (top + bottom) // 2
+
+    def _box(self, selector):
+        """Left, top, right and bottom of an element on the display, which the page fills."""
         return self.browser.evaluate(
-            "(() => { const box = document.getElementById('drop').getBoundingClientRect();"
-            " return [box.x + box.width / 2, box.y + box.height / 2].map(Math.round); })()")
+            f"(() => {{ const box = document.querySelector('{selector}').getBoundingClientRect();"
+            " return [box.left, box.top, box.right, box.bottom].map(Math.round); })()")

@@ -22,6 +22,7 @@ class Browser:
     """
 
     name = ""
+    hands_over_dropped_files = True
 
     def __init__(self, folder, machine, width=800, height=600):
         self._machine = machine
@@ -45,6 +46,16 @@ class Browser:
     def open(self, url):
         """Starts loading the page; does not wait for it."""
         self._session.navigate(url)
+
+    def open_in_frame(self, url, width, height):
+        """Shows a page in a frame of this size, smaller than a window may be, and goes on in it."""
+        self.open(f"data:text/html,<body style='margin:0'><iframe src='{url}' width='{width}'"
+                  f" height='{height}' style='border:0'>")
+        eventually(lambda: self.evaluate("frames.length") == 1, START_LIMIT, "the frame is there")
+        self._session.enter_frame(0)
+
+    def leave_frame(self):
+        self._session.enter_frame(None)
 
     def evaluate(self, expression):
         return self._session.evaluate(expression)
