@@ -26,6 +26,10 @@ class Dragging:
             self._mouse("mousemove", 12 + (x - 12) * step // 10, 12 + (y - 12) * step // 10,
                         "sleep", 0.02)
 
+    def tremble(self):
+        """Moves a little, as any hand does: what is below asks again whether to take the files."""
+        self._mouse("mousemove_relative", 1, 0, "mousemove_relative", "--", -1, 0)
+
     def release(self):
         """Lets go; returns when the other side has taken the files."""
         self._mouse("mouseup", 1)

@@ -17,11 +17,7 @@ class ShownPage:
 
     def open(self, port, path="/"):
         """Opens a page of the server that listens on this port."""
-        self.browser.open(self.address(port, path))
-
-    @staticmethod
-    def address(port, path="/"):
-        return f"http://{Network.SERVER_ADDRESS}:{port}{path}"
+        self.browser.open(f"http://{Network.SERVER_ADDRESS}:{port}{path}")
 
     def pixels(self):
         return self.browser.pixels()

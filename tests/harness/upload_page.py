@@ -8,7 +8,9 @@ ROWS = ("Array.from(document.querySelectorAll('#queue li'), (row) =>"
         " [row.querySelector('.label').textContent, row.querySelector('progress').value,"
         "  row.querySelector('.status').textContent])")
 
+PAGE = numpy.array([0x11, 0x11, 0x11])
 EDGE_OF_DROP_ZONE = numpy.array([0x6A, 0xA9, 0xFF])  # while something is dragged over it
+EDGE_OF_CLOSED_DROP_ZONE = (PAGE + EDGE_OF_DROP_ZONE) // 2
 
 
 class UploadPage(ShownPage):
@@ -27,14 +29,9 @@ class UploadPage(ShownPage):
     def visit(self, program):
         before = self._opened_at()
         self.open(program.listening_port(), "/upload")
-        self._wait_until_open(before)
-
-    def visit_by_phone(self, program):
-        """The browser's display has to be of a phone's size already; ends with leave_frame()."""
-        screen = self.browser.screen
-        self.browser.open_in_frame(self.address(program.listening_port(), "/upload"),
-                                   screen.width, screen.height)
-        self._wait_until_open()
+        self.eventually(lambda: self._opened_at() not in (before, None)
+                        and self.text("#total").endswith(("participant", "participants")),
+                        "the page is there")
 
     def name(self):
         return self.browser.evaluate("document.getElementById('name').value")
@@ -48,12 +45,16 @@ class UploadPage(ShownPage):
     def pick(self, *paths):
         self.browser.pick("#file-input", paths)
 
-    def drag(self, folder, *paths):
-        """Drags files with the mouse from another program's window and drops them."""
+    def drag(self, folder, *paths, edge=EDGE_OF_DROP_ZONE):
+        """Drags files with the mouse from another program's window and drops them.
+
+        `edge` is the colour that tells the participant to let go.
+        """
         with Dragging(self.browser.screen, folder, paths) as dragging:
             dragging.hold(*self._drop_zone())
-            self.eventually(self._is_dragged_over, "the drop zone is ready to take them")
-            self.wait_until_seen("#drop", EDGE_OF_DROP_ZONE)
+            self.eventually(lambda: dragging.tremble() or self._is_dragged_over(),
+                            "the drop zone is ready to take them")
+            self.wait_until_seen("#drop", edge)
             self.keep_screenshot("upload-over")
             dragging.release()
         self.eventually(lambda: not self._is_dragged_over(), "the drop zone is at rest")
@@ -113,11 +114,6 @@ class UploadPage(ShownPage):
     def width(self):
         """Of all its content, what can be scrolled to included."""
         return self.browser.evaluate("document.documentElement.scrollWidth")
-
-    def _wait_until_open(self, before=None):
-        self.eventually(lambda: self._opened_at() not in (before, None)
-                        and self.text("#total").endswith(("participant", "participants")),
-                        "the page is there")
 
     def _drop_by_script(self, paths):
         """A drop as a browser would report it; the files are picked in an input made for it."""

@@ -10,7 +10,8 @@ from ..waiting import eventually
 from ..xserver import XServer
 
 START_LIMIT = 60
-LONGEST_SIDE = 900  # of a display that is turned, or made that of a phone
+LONGEST_SIDE = 1600  # of a display that is turned, or made that of a phone
+PHONE_ZOOM = 1.4  # at the least: no browser's window is then narrower than it wants to be
 
 
 class Browser:
@@ -46,16 +47,6 @@ class Browser:
     def open(self, url):
         """Starts loading the page; does not wait for it."""
         self._session.navigate(url)
-
-    def open_in_frame(self, url, width, height):
-        """Shows a page in a frame of this size, smaller than a window may be, and goes on in it."""
-        self.open(f"data:text/html,<body style='margin:0'><iframe src='{url}' width='{width}'"
-                  f" height='{height}' style='border:0'>")
-        eventually(lambda: self.evaluate("frames.length") == 1, START_LIMIT, "the frame is there")
-        self._session.enter_frame(0)
-
-    def leave_frame(self):
-        self._session.enter_frame(None)
 
     def evaluate(self, expression):
         return self._session.evaluate(expression)
@@ -109,6 +100,20 @@ class Browser:
         self.screen.resize(width, height)
         eventually(lambda: self.pixels().shape[:2] == (height, width), 10, "the display's size")
 
+    def become_phone(self, width, height):
+        """Zooms in, and gives its display the size with which the open page is so large."""
+        usual = self._page_width()
+        eventually(lambda: self._zoomed_in(usual), 20, "the page is zoomed in", every=0.3)
+        zoom = usual / self._page_width()
+        self.resize(round(width * zoom), round(height * zoom))
+        eventually(lambda: abs(self._page_width() - width) <= 1, 10, "the page's width")
+
+    def leave_phone(self, width=800, height=600):
+        """Ends become_phone(), with a page of the same server open."""
+        self.screen.run("xdotool", "key", "ctrl+0")
+        self.resize(width, height)
+        eventually(lambda: self._page_width() == width, 10, "the page's usual width")
+
     def memory_bytes(self):
         """What all its processes use; shared pages count once."""
         return sum(_proportional_bytes(pid) for pid in _with_descendants(self._driver_pid()))
@@ -118,6 +123,16 @@ class Browser:
             self._session.end()
         for started in reversed(self._started):
             started.stop()
+
+    def _zoomed_in(self, usual):
+        """One step further, unless it is far enough."""
+        if usual / self._page_width() >= PHONE_ZOOM:
+            return True
+        self.screen.run("xdotool", "key", "ctrl+plus")
+        return False
+
+    def _page_width(self):
+        return self.evaluate("innerWidth")
 
     def _driver_pid(self):
         return self._started[-1].pid

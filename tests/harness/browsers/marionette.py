@@ -28,10 +28,6 @@ class Marionette:
         """Text that is typed, or the paths of files that are picked, one on a line."""
         self._call("WebDriver:ElementSendKeys", id=self._element(selector), text=text)
 
-    def enter_frame(self, index):
-        """Goes on in a frame of the page; with None in the page itself."""
-        self._call("WebDriver:SwitchToFrame", id=index)
-
     def clear(self, selector):
         self._call("WebDriver:ElementClear", id=self._element(selector))
 

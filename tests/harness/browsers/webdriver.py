@@ -31,10 +31,6 @@ class WebDriver:
         """Text that is typed, or the paths of files that are picked, one on a line."""
         self._call("POST", f"/element/{self._element(selector)}/value", {"text": text})
 
-    def enter_frame(self, index):
-        """Goes on in a frame of the page; with None in the page itself."""
-        self._call("POST", "/frame", {"id": index})
-
     def clear(self, selector):
         self._call("POST", f"/element/{self._element(selector)}/clear", {})
 
