@@ -1,4 +1,6 @@
 """The page from which participants send photos, used as they use it."""
+from typing import NamedTuple
+
 import numpy
 
 from .dragging import Dragging
@@ -9,8 +11,18 @@ ROWS = ("Array.from(document.querySelectorAll('#queue li'), (row) =>"
         "  row.querySelector('.status').textContent])")
 
 PAGE = numpy.array([0x11, 0x11, 0x11])
-EDGE_OF_DROP_ZONE = numpy.array([0x6A, 0xA9, 0xFF])  # while something is dragged over it
-EDGE_OF_CLOSED_DROP_ZONE = (PAGE + EDGE_OF_DROP_ZONE) // 2
+BLUE = numpy.array([0x6A, 0xA9, 0xFF])
+ORANGE = numpy.array([0xE2, 0x79, 0x1B])
+
+
+class DraggedOver(NamedTuple):
+    """The drop zone while files are held over it."""
+    edge: numpy.ndarray
+    screenshot: str
+
+
+OPEN_ZONE = DraggedOver(BLUE, "upload-over")
+CLOSED_ZONE = DraggedOver((PAGE + BLUE) // 2, "upload-over-closed")
 
 
 class UploadPage(ShownPage):
@@ -45,32 +57,34 @@ class UploadPage(ShownPage):
     def pick(self, *paths):
         self.browser.pick("#file-input", paths)
 
-    def drag(self, folder, *paths, edge=EDGE_OF_DROP_ZONE):
-        """Drags files with the mouse from another program's window and drops them.
-
-        `edge` is the colour that tells the participant to let go.
-        """
+    def drag(self, folder, *paths):
+        """Drags files with the mouse from another program's window and drops them."""
+        state = CLOSED_ZONE if self.text("#closed") else OPEN_ZONE
         with Dragging(self.browser.screen, folder, paths) as dragging:
             dragging.hold(*self._drop_zone())
             self.eventually(lambda: dragging.tremble() or self._is_dragged_over(),
                             "the drop zone is ready to take them")
-            self.wait_until_seen("#drop", edge)
-            self.keep_screenshot("upload-over")
+            self.wait_until_seen("#drop", state.edge)
+            self.keep_screenshot(state.screenshot)
             dragging.release()
         self.eventually(lambda: not self._is_dragged_over(), "the drop zone is at rest")
         if not self.browser.hands_over_dropped_files:
             assert self.labels() == []
             self._drop_by_script(paths)
 
+    def rows(self):
+        """Label, bar and status of every file."""
+        return self.browser.evaluate(ROWS)
+
     def labels(self):
-        return [label for label, _, _ in self._rows()]
+        return [label for label, _, _ in self.rows()]
 
     def bars(self):
         """How far each file is, in percent."""
-        return [bar for _, bar, _ in self._rows()]
+        return [bar for _, bar, _ in self.rows()]
 
     def statuses(self):
-        return [status for _, _, status in self._rows()]
+        return [status for _, _, status in self.rows()]
 
     def wait_for_statuses(self, *expected, within=LIMIT):
         self.eventually(lambda: self.statuses() == list(expected), f"the files read {expected}",
@@ -126,9 +140,6 @@ class UploadPage(ShownPage):
             " const event = new Event('drop', { bubbles: true, cancelable: true });"
             " event.dataTransfer = { files: input.files };"
             " document.getElementById('drop').dispatchEvent(event); input.remove(); })()")
-
-    def _rows(self):
-        return self.browser.evaluate(ROWS)
 
     def _opened_at(self):
         """A number of its own for each time that it is opened; None on another page."""
