@@ -1,29 +1,17 @@
 """The viewer page as its visitor sees it."""
-from pathlib import Path
-
 import numpy
 
 from . import pixels
-from .network import Network
-from .waiting import eventually
+from .shown_page import LIMIT, ShownPage
 
-SCREENSHOTS = Path(__file__).resolve().parents[2] / "build/screenshots"
-LIMIT = 20
 GIVEN_UP_WITHIN = 45
 
 
-class Page:
-    """A page in the foreground tab of a browser."""
+class Page(ShownPage):
+    """The stream, or the hint that stands in for it."""
 
     WAITING = "Tarvinel - waiting for the presenter to start sharing"
     DISCONNECTED = "Stream disconnected - reconnecting"
-
-    def __init__(self, browser):
-        self.browser = browser
-
-    def open(self, port):
-        """Opens the page of the server that listens on this port."""
-        self.browser.open(f"http://{Network.SERVER_ADDRESS}:{port}/")
 
     def wait_for_hint(self, text, within=LIMIT):
         self.eventually(self._only_a_hint_is_seen, "nothing but the hint is seen", within)
@@ -56,19 +44,6 @@ class Page:
 
     def shows_something_like(self, server):
         return pixels.same(self.pixels(), pixels.grab(server), pixels.SIMILAR)
-
-    def pixels(self):
-        return self.browser.pixels()
-
-    def keep_screenshot(self, name):
-        pixels.save(self.pixels(), SCREENSHOTS / f"{name}-{self.browser.name}.png")
-
-    def eventually(self, condition, what, within=LIMIT):
-        try:
-            return eventually(condition, within, what)
-        except AssertionError:
-            self.keep_screenshot("failed")
-            raise
 
     def _only_a_hint_is_seen(self):
         """Light letters in the middle of a dark page, which is otherwise empty."""

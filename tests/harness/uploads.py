@@ -13,9 +13,9 @@ def head(participant, filename, length):
     return http.request("PUT", path, *([] if length is None else [f"Content-Length: {length}"]))
 
 
-def start(address, participant, filename, length, sent=b""):
+def start(address, participant, filename, length, sent=b"", connect=http.connect):
     """A connection on which an upload has begun."""
-    connection = http.connect(address)
+    connection = connect(address)
     connection.sendall(head(participant, filename, length) + sent)
     return connection
 

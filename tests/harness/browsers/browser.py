@@ -10,6 +10,8 @@ from ..waiting import eventually
 from ..xserver import XServer
 
 START_LIMIT = 60
+LONGEST_SIDE = 1600  # of a display that is turned, or made that of a phone
+PHONE_ZOOM = 1.4  # at the least: no browser's window is then narrower than it wants to be
 
 
 class Browser:
@@ -21,6 +23,7 @@ class Browser:
     """
 
     name = ""
+    hands_over_dropped_files = True
 
     def __init__(self, folder, machine, width=800, height=600):
         self._machine = machine
@@ -28,8 +31,7 @@ class Browser:
         self._session = None
         self._folder = Path(tempfile.mkdtemp(dir=folder, prefix=f"{self.name}-"))
         try:
-            longer = max(width, height)  # so that it can be turned
-            self.screen = XServer(self._folder, longer, longer, label="screen")
+            self.screen = XServer(self._folder, LONGEST_SIDE, LONGEST_SIDE, label="screen")
             self._started.append(self.screen)
             self.resize(width, height)
             self._env = self._private_env()
@@ -48,6 +50,15 @@ class Browser:
 
     def evaluate(self, expression):
         return self._session.evaluate(expression)
+
+    def write(self, selector, text):
+        """Types into a text field, in place of what is there."""
+        self._session.clear(selector)
+        self._session.type_into(selector, text)
+
+    def pick(self, selector, paths):
+        """Chooses files as a visitor does in the dialog of a file input."""
+        self._session.type_into(selector, "\n".join(map(str, paths)))
 
     def pixels(self):
         """What its visitor sees."""
@@ -89,6 +100,20 @@ class Browser:
         self.screen.resize(width, height)
         eventually(lambda: self.pixels().shape[:2] == (height, width), 10, "the display's size")
 
+    def become_phone(self, width, height):
+        """Zooms in, and gives its display the size with which the open page is so large."""
+        usual = self._page_width()
+        eventually(lambda: self._zoomed_in(usual), 20, "the page is zoomed in", every=0.3)
+        zoom = usual / self._page_width()
+        self.resize(round(width * zoom), round(height * zoom))
+        eventually(lambda: abs(self._page_width() - width) <= 1, 10, "the page's width")
+
+    def leave_phone(self, width=800, height=600):
+        """Ends become_phone(), with a page of the same server open."""
+        self.screen.run("xdotool", "key", "ctrl+0")
+        self.resize(width, height)
+        eventually(lambda: self._page_width() == width, 10, "the page's usual width")
+
     def memory_bytes(self):
         """What all its processes use; shared pages count once."""
         return sum(_proportional_bytes(pid) for pid in _with_descendants(self._driver_pid()))
@@ -98,6 +123,16 @@ class Browser:
             self._session.end()
         for started in reversed(self._started):
             started.stop()
+
+    def _zoomed_in(self, usual):
+        """One step further, unless it is far enough."""
+        if usual / self._page_width() >= PHONE_ZOOM:
+            return True
+        self.screen.run("xdotool", "key", "ctrl+plus")
+        return False
+
+    def _page_width(self):
+        return self.evaluate("innerWidth")
 
     def _driver_pid(self):
         return self._started[-1].pid

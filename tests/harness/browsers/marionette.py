@@ -24,6 +24,13 @@ class Marionette:
         return self._call("WebDriver:ExecuteScript", script=f"return {expression};",
                           args=[])["value"]
 
+    def type_into(self, selector, text):
+        """Text that is typed, or the paths of files that are picked, one on a line."""
+        self._call("WebDriver:ElementSendKeys", id=self._element(selector), text=text)
+
+    def clear(self, selector):
+        self._call("WebDriver:ElementClear", id=self._element(selector))
+
     def tab(self):
         return self._call("WebDriver:GetWindowHandle")["value"]
 
@@ -43,6 +50,10 @@ class Marionette:
         self._call("Marionette:Quit", flags=["eForceQuit"])
         self._stream.close()
         self._connection.close()
+
+    def _element(self, selector):
+        found = self._call("WebDriver:FindElement", using="css selector", value=selector)["value"]
+        return next(iter(found.values()))
 
     def _call(self, name, **parameters):
         number = next(self._numbers)

@@ -10,6 +10,7 @@ PORT = 4445
 
 class WebKit(Browser):
     name = "webkit"
+    hands_over_dropped_files = False
 
     def _launch(self):
         # the sandbox wants user namespaces, which root in a container may not have

@@ -1,0 +1,33 @@
+"""What a browser shows, whichever page it is."""
+from pathlib import Path
+
+from . import pixels
+from .network import Network
+from .waiting import eventually
+
+SCREENSHOTS = Path(__file__).resolve().parents[2] / "build/screenshots"
+LIMIT = 20
+
+
+class ShownPage:
+    """A page in the foreground tab of a browser."""
+
+    def __init__(self, browser):
+        self.browser = browser
+
+    def open(self, port, path="/"):
+        """Opens a page of the server that listens on this port."""
+        self.browser.open(f"http://{Network.SERVER_ADDRESS}:{port}{path}")
+
+    def pixels(self):
+        return self.browser.pixels()
+
+    def keep_screenshot(self, name):
+        pixels.save(self.pixels(), SCREENSHOTS / f"{name}-{self.browser.name}.png")
+
+    def eventually(self, condition, what, within=LIMIT, every=0.02):
+        try:
+            return eventually(condition, within, what, every)
+        except AssertionError:
+            self.keep_screenshot("failed")
+            raise
