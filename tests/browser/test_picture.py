@@ -148,6 +148,8 @@ def test_left_and_returned(page, sharing, x, canvas):
     page.wait_for_picture(x)
     page.browser.open("about:blank")
     page.wait_for_viewers(sharing, 0)
+    page.eventually(lambda: page.browser.evaluate("location.href") == "about:blank",
+                    "another page has taken its place")
     canvas.text(2)
     page.browser.evaluate("history.back()")
     page.wait_for_picture(x)
