@@ -109,7 +109,7 @@ void UploadTransfer::written(const Result<void>& outcome) {
   } else if (received_ == upload_->declaredBytes()) {
     complete();
   } else {
-    receive();
+    readable({});  // mostly more has come while the disk wrote
   }
 }
 
