@@ -18,6 +18,8 @@ from harness.waiting import eventually
 
 BUSY = (503, {"error": "busy, retry in a few seconds"})
 MEGABYTE = 1 << 20
+STALL_CHECK = 5  # seconds between two looks for stalled uploads
+FAKE_CLOCK = "faketime/libfaketimeMT.so.1"
 
 
 @pytest.fixture
@@ -176,6 +178,26 @@ def test_a_trickle_is_cut_off_after_ten_seconds(program, folder):
         quick.sendall(bytes(MEGABYTE))
         assert uploads.answer_on(quick)[0] in (201, 408)  # it has been silent for as long
     wait_until_nothing_is_left(folder)
+
+
+@pytest.mark.slow
+def test_the_clock_may_be_set(start, folder, tmp_path):
+    """A computer that sets its clock, by years and either way, cuts nobody off."""
+    clock = tmp_path / "clock"
+    program = start("--capture", "pattern", "--uploads", "--upload-folder", folder, prefix=[
+        "env", f"LD_PRELOAD=/usr/$LIB/{FAKE_CLOCK}", f"FAKETIME_TIMESTAMP_FILE={clock}",
+        "FAKETIME_NO_CACHE=1", "FAKETIME_DONT_FAKE_MONOTONIC=1"])
+    pieces = [os.urandom(MEGABYTE) for _ in range(3)]
+    with uploads.start(program.address, "Sam", "a.jpg", 3 * MEGABYTE, pieces[0]) as connection:
+        for year, piece in ((2041, pieces[1]), (2011, pieces[2])):
+            clock.write_text(f"@{year}-06-15 12:00:00")
+            with uploads.start(program.address, "Sam", f"{year}.jpg", 1, b"x") as other:
+                assert uploads.answer_on(other) == (201, {"file": f"Sam-{year}.jpg"})
+            eventually(lambda: f"{year}-06-15" in program.stderr, 10, "the clock is set")
+            time.sleep(STALL_CHECK + 1)  # nothing is to happen
+            connection.sendall(piece)
+        assert uploads.answer_on(connection) == (201, {"file": "Sam-a.jpg"})
+    assert (folder / "Sam-a.jpg").read_bytes() == b"".join(pieces)
 
 
 def test_a_refused_client_that_sends_on_reads_why(program):
