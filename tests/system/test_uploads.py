@@ -301,6 +301,44 @@ def test_a_disk_that_fills_up_in_the_middle(start, folder, small_disk):
 
 
 @pytest.fixture
+def memory_card(folder, tmp_path):
+    """An exFAT under the upload folder, as cameras have it: it knows neither hard links nor a
+    rename that spares what is there."""
+    if os.geteuid() != 0:
+        pytest.skip("mounting needs root")
+    image = tmp_path / "card.img"
+    with open(image, "wb") as file:
+        file.truncate(3 << 30)
+    subprocess.run(["mkfs.exfat", image], check=True, capture_output=True)
+    folder.mkdir()
+    done = subprocess.run(["losetup", "--find", "--show", image], capture_output=True, text=True)
+    if done.returncode != 0:
+        pytest.skip(f"no loop device: {done.stderr.strip()}")
+    device = done.stdout.strip()
+    try:
+        subprocess.run(["mount.exfat-fuse", device, folder], check=True, capture_output=True)
+        yield
+    finally:
+        subprocess.run(["umount", "--lazy", folder], check=False)
+        subprocess.run(["losetup", "--detach", device], check=True)
+
+
+def test_nothing_is_overwritten_on_a_memory_card(start, folder, memory_card):
+    (folder / "Sam-a.jpg").write_bytes(b"older")
+    with pytest.raises(OSError):
+        os.link(folder / "Sam-a.jpg", folder / "Sam-b.jpg")
+    program = start("--capture", "pattern", "--uploads", "--upload-folder", folder)
+    contents = {name: os.urandom(MEGABYTE) for name in ("Sam-a-2.jpg", "Sam-a-3.jpg")}
+    for name, content in contents.items():
+        assert uploads.upload(program.address, "Sam", "a.jpg", content) == (201, {"file": name})
+    with uploads.start(program.address, "Sam", "a.jpg", MEGABYTE, b"x"):
+        wait_for_partial(folder)
+    wait_until_nothing_is_left(folder)
+    assert {path.name: path.read_bytes() for path in folder.iterdir()} == \
+        {"Sam-a.jpg": b"older", **contents}
+
+
+@pytest.fixture
 def freezable_disk(folder, tmp_path):
     """An ext4 of its own under the upload folder; freeze(True) makes it hang."""
     if os.geteuid() != 0:
