@@ -22,4 +22,11 @@ std::string_view BrandMarkup::logo(const std::optional<BrandConfig>& brand) {
   return brand && brand->image ? R"(<img id="logo" src="/brand/image" alt="">)" : "";
 }
 
+std::string BrandMarkup::logoOrName(const std::optional<BrandConfig>& brand,
+                                    std::string_view nameTag) {
+  if (brand && brand->image) return std::string(logo(brand)) + "\n";
+  if (!brand || !brand->name) return {};
+  return std::string(nameTag) + displayName(brand) + "</div>\n";
+}
+
 }  // namespace tarvinel

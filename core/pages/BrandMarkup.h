@@ -27,6 +27,10 @@ class BrandMarkup {
 
   /// The brand's logo; empty without one.
   static std::string_view logo(const std::optional<BrandConfig>& brand);
+
+  /// A line with the logo, or else with the brand's own name in the block that `nameTag` opens;
+  /// empty without either.
+  static std::string logoOrName(const std::optional<BrandConfig>& brand, std::string_view nameTag);
 };
 
 }  // namespace tarvinel

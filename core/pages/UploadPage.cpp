@@ -12,28 +12,18 @@
 
 namespace tarvinel {
 
-namespace {
-
-/// The logo, or the name where there is only a name.
-std::string brandMark(const std::optional<BrandConfig>& brand) {
-  if (brand && brand->image) return std::string(BrandMarkup::logo(brand)) + "\n";
-  if (!brand || !brand->name) return {};
-  return "<div id=\"brandname\">" + BrandMarkup::displayName(brand) + "</div>\n";
-}
-
-}  // namespace
-
 std::string UploadPage::html(const std::optional<BrandConfig>& brand) {
   // the file chooser wants each extension with its dot
   const std::string accept = fmt::format(".{}", fmt::join(UploadNaming::allowedExtensions, ",."));
   const std::string style =
       filledTemplate(embedded::upload_css, {{"fontFamily", BrandMarkup::fontFamily(brand)}});
-  return filledTemplate(embedded::upload_html, {{"title", BrandMarkup::displayName(brand)},
-                                                {"fontFace", BrandMarkup::fontFace(brand)},
-                                                {"style", style},
-                                                {"mark", brandMark(brand)},
-                                                {"accept", accept},
-                                                {"script", embedded::upload_js}});
+  return filledTemplate(embedded::upload_html,
+                        {{"title", BrandMarkup::displayName(brand)},
+                         {"fontFace", BrandMarkup::fontFace(brand)},
+                         {"style", style},
+                         {"mark", BrandMarkup::logoOrName(brand, R"(<div id="brandname">)")},
+                         {"accept", accept},
+                         {"script", embedded::upload_js}});
 }
 
 }  // namespace tarvinel

@@ -16,16 +16,10 @@ std::string escapedOr(const std::optional<std::string>& text, std::string_view o
   return ViewerPage::escape(text ? std::string_view(*text) : otherwise);
 }
 
-std::string_view nameColor(const BrandConfig& brand) {
-  return brand.color && BrandConfig::isValidColor(*brand.color) ? *brand.color : defaultNameColor;
-}
-
-/// The logo, or the name where there is only a name.
-std::string idleMark(const std::optional<BrandConfig>& brand) {
-  if (brand && brand->image) return std::string(BrandMarkup::logo(brand)) + "\n";
-  if (!brand || !brand->name) return {};
-  return std::string(R"(<div id="name" style="color: )").append(nameColor(*brand)) + "\">" +
-         BrandMarkup::displayName(brand) + "</div>\n";
+std::string nameTag(const std::optional<BrandConfig>& brand) {
+  const bool hasColor = brand && brand->color && BrandConfig::isValidColor(*brand->color);
+  const std::string_view color = hasColor ? std::string_view(*brand->color) : defaultNameColor;
+  return std::string(R"(<div id="name" style="color: )").append(color) + "\">";
 }
 
 }  // namespace
@@ -38,7 +32,7 @@ std::string ViewerPage::html(const std::optional<BrandConfig>& brand) {
                         {{"title", BrandMarkup::displayName(brand)},
                          {"fontFace", BrandMarkup::fontFace(brand)},
                          {"style", style},
-                         {"mark", idleMark(brand)},
+                         {"mark", BrandMarkup::logoOrName(brand, nameTag(brand))},
                          {"waiting", escapedOr(texts.waiting, defaultWaiting)},
                          {"disconnected", escapedOr(texts.disconnected, defaultDisconnected)},
                          {"script", embedded::viewer_js}});

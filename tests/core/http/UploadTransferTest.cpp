@@ -4,6 +4,7 @@
 #include "tests/support/Await.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/Eventually.h"
+#include "tests/support/HangingDisk.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/TestClient.h"
 
@@ -338,35 +339,25 @@ TEST_F(UploadTransferTest, AClientMayLeaveAfterAnyByte) {
 }
 
 TEST_F(UploadTransferTest, AClientThatLeavesWhileTheDiskIsAskedLeavesNothing) {
-  std::promise<void> disk;
-  std::promise<void> asked;
-  serve({}, [&] {
-    asked.set_value();
-    disk.get_future().wait();
-    return std::optional(plenty);
-  });
+  HangingDisk disk(plenty);
+  serve({}, [&] { return disk.freeSpace(); });
   TestClient client = sent(head("Sam/a.jpg", 7) + "a ph");
-  asked.get_future().wait();
+  disk.waitUntilAsked();
   client.reset();
   ASSERT_TRUE(eventually([&] { return server->debugConnectionCount() == 0; }));
-  disk.set_value();
+  disk.release();
   ASSERT_TRUE(logged("aborted Sam-a.jpg for Sam"));
   expectNothingLeft();
   EXPECT_THAT(log.lines(), Not(Contains(HasSubstr("start Sam"))));
 }
 
 TEST_F(UploadTransferTest, AClientThatEndsItsSideTooEarlyWhileTheDiskIsAskedLeavesNothing) {
-  std::promise<void> disk;
-  std::promise<void> asked;
-  serve({}, [&] {
-    asked.set_value();
-    disk.get_future().wait();
-    return std::optional(plenty);
-  });
+  HangingDisk disk(plenty);
+  serve({}, [&] { return disk.freeSpace(); });
   TestClient client = sent(head("Sam/a.jpg", 7) + "a ph");
-  asked.get_future().wait();
+  disk.waitUntilAsked();
   client.shutdownSend();
-  disk.set_value();
+  disk.release();
   EXPECT_EQ(client.readToEnd(), "");
   expectNothingLeft();
 }
@@ -383,18 +374,13 @@ TEST_F(UploadTransferTest, AServerThatStopsLeavesNothingOfWhatIsUnderWay) {
 }
 
 TEST_F(UploadTransferTest, AServerThatStopsWhileTheDiskIsAskedLeavesNothing) {
-  std::promise<void> disk;
-  std::promise<void> asked;
-  serve({}, [&] {
-    asked.set_value();
-    disk.get_future().wait();
-    return std::optional(plenty);
-  });
+  HangingDisk disk(plenty);
+  serve({}, [&] { return disk.freeSpace(); });
   TestClient client = sent(put("Sam/a.jpg", "a photo"));
-  asked.get_future().wait();
+  disk.waitUntilAsked();
   auto stopped = std::async(std::launch::async, [this] { server.reset(); });
   ASSERT_EQ(client.readToEnd(), "");
-  disk.set_value();
+  disk.release();
   stopped.wait();
   EXPECT_THAT(folder.files(), IsEmpty());
   EXPECT_EQ(controller->debugInFlight(), 0);
@@ -403,18 +389,13 @@ TEST_F(UploadTransferTest, AServerThatStopsWhileTheDiskIsAskedLeavesNothing) {
 // What else the server answers
 
 TEST_F(UploadTransferTest, TheServerAnswersWhileADiskHangs) {
-  std::promise<void> disk;
-  std::promise<void> asked;
-  serve({}, [&] {
-    asked.set_value();
-    disk.get_future().wait();
-    return std::optional(plenty);
-  });
+  HangingDisk disk(plenty);
+  serve({}, [&] { return disk.freeSpace(); });
   TestClient client = sent(put("Sam/a.jpg", "a photo"));
-  asked.get_future().wait();
+  disk.waitUntilAsked();
   EXPECT_THAT(answer("GET /upload/status HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 OK\r\n"));
   EXPECT_THAT(answer("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 OK\r\n"));
-  disk.set_value();
+  disk.release();
   EXPECT_EQ(client.readToEnd(), created("Sam-a.jpg"));
 }
 

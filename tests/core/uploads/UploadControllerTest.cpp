@@ -2,12 +2,12 @@
 #include "core/uploads/UploadSlot.h"
 #include "core/uploads/UploadStatus.h"
 #include "tests/support/CapturedLog.h"
+#include "tests/support/HangingDisk.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <future>
 #include <memory>
 #include <optional>
 #include <thread>
@@ -128,20 +128,16 @@ TEST_F(UploadControllerTest, ASlotIsGivenBackExactlyOnce) {
 }
 
 TEST_F(UploadControllerTest, ADiskThatHangsHoldsUpNothingButAdmission) {
-  std::promise<void> disk;
-  std::promise<void> asked;
-  UploadController controller(storeIn("uploads"), true, {}, log.category("upload"), [&] {
-    asked.set_value();
-    disk.get_future().wait();
-    return std::optional(100 * gib);
-  });
+  HangingDisk disk(100 * gib);
+  UploadController controller(storeIn("uploads"), true, {}, log.category("upload"),
+                              [&] { return disk.freeSpace(); });
   std::thread admission([&] { EXPECT_EQ(controller.admit(1), Admission::disabled); });
-  asked.get_future().wait();
+  disk.waitUntilAsked();
   EXPECT_TRUE(controller.snapshot().enabled);
   controller.release(1);
   controller.setStore(storeIn("elsewhere"));
   controller.setEnabled(false);  // also for the request that waits
-  disk.set_value();
+  disk.release();
   admission.join();
   EXPECT_EQ(controller.debugInFlight(), 0);
 }
