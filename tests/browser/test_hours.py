@@ -88,7 +88,8 @@ def least_memory_until(browser, frames):
 
     def shown():
         least.append(browser.memory_bytes())
-        return browser.evaluate("window.allURLs") >= frames
+        # nothing yet in the page that the browser is about to leave for this one
+        return (browser.evaluate("window.allURLs") or 0) >= frames
 
     eventually(shown, LIMIT, f"{frames} frames are shown", every=0.2)
     return min(least)
