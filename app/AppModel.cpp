@@ -28,10 +28,6 @@ std::string_view linkName(bool isWired) {
   return isWired ? "Ethernet" : "Wi-Fi";
 }
 
-std::string currentHost() {
-  return LocalAddresses::preferredHost().value_or("localhost");
-}
-
 }  // namespace
 
 std::shared_ptr<AppModel> AppModel::create(TarvinelConfig config, Platform platform,
@@ -51,7 +47,8 @@ AppModel::AppModel(TarvinelConfig config, Platform platform, const UploadLaunch&
                .status = [sharingFlag = sharingFlag_] { return sharingFlag->snapshot(); },
                .brand = config_.brand,
                .hostname = config_.hostname}),
-      userDefaults_(platform_.userDefaultsFile, logger_) {
+      userDefaults_(platform_.userDefaultsFile, logger_),
+      namePublisher_(platform_.nameRegistrar, platform_.log.category("mdns")) {
   setMotionRate(initialMotionFPS);
   readUploadDefaults(uploads);
 }
@@ -84,7 +81,13 @@ void AppModel::serverStarted(const Result<std::uint16_t>& port) {
   }
   update(serverError_, {});
   update(boundPort_, port.value());
-  update(serverURL_, std::optional(LocalAddresses::url(currentHost(), boundPort_)));
+  const auto host = platform_.preferredHost();
+  showAddress(host);
+  publishName(host);
+}
+
+void AppModel::showAddress(const std::optional<std::string>& host) {
+  update(serverURL_, std::optional(LocalAddresses::url(host.value_or("localhost"), boundPort_)));
 }
 
 void AppModel::refreshSources(std::function<void()> done) {
@@ -201,7 +204,9 @@ void AppModel::setMotionRate(std::int64_t rate) {
 }
 
 void AppModel::refreshAddress() {
-  update(serverURL_, std::optional(LocalAddresses::url(currentHost(), boundPort_)));
+  const auto host = platform_.preferredHost();
+  showAddress(host);
+  refreshName(host);
 }
 
 std::string AppModel::statusLine() const {

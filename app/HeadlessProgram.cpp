@@ -7,6 +7,7 @@
 #include "app/PicturesFolder.h"
 #include "app/TerminalLoop.h"
 #include "app/capture/CaptureEngine.h"
+#include "core/net/SystemNameRegistrar.h"
 #include "core/support/ApplicationIdentifier.h"
 
 #include <unistd.h>
@@ -54,9 +55,10 @@ int runHeadless(const CommandLineOptions& options) {
   const Configuration configuration = Configuration::load(options, log);
   if (configuration.problem) std::cout << *configuration.problem << std::endl;
   TerminalLoop loop;
-  const auto model = AppModel::create(configuration.config,
-                                      {loop, log, capture.makeService, UserDefaults::defaultFile()},
-                                      uploadsFor(options));
+  const auto model = AppModel::create(
+      configuration.config,
+      {loop, log, capture.makeService, UserDefaults::defaultFile(), SystemNameRegistrar::factory()},
+      uploadsFor(options));
   const auto console =
       std::make_shared<Console>(*model, std::cout, [&loop](int status) { loop.quit(status); });
   model->setOnChange([&console] { console->refresh(); });

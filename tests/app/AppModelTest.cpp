@@ -48,6 +48,7 @@ class AppModelTest : public testing::Test {
  protected:
   AppModelTest() {
     config.port = 0;
+    config.hostname = "";
     screen.content.displays = {{7, {0, 0, 1280, 720}, true}};
   }
 

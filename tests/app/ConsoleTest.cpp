@@ -27,6 +27,7 @@ class ConsoleTest : public testing::Test {
     screen.content.displays = {{7, {0, 0, 1280, 720}, true}};
     TarvinelConfig config;
     config.port = port;
+    config.hostname = "";
     model = AppModel::create(config,
                              {mainQueue, log.log(),
                               [this](SerialQueue& queue) {
