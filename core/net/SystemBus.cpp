@@ -32,6 +32,12 @@ void entrust(sd_bus_slot* slot, std::unique_ptr<Handler> handler) {
   sd_bus_slot_unref(slot);
 }
 
+/// Null once it is destroyed. Nobody else ever owns it.
+SystemBus* existing(const std::weak_ptr<SystemBus*>& weak) {
+  const auto self = weak.lock();
+  return self ? *self : nullptr;
+}
+
 }  // namespace
 
 void SystemBus::Release::operator()(sd_bus* bus) const {
@@ -93,7 +99,7 @@ void SystemBus::listen(const std::string& matchRule, Handler onSignal) {
 
 void SystemBus::processSoon() {
   asio::post(context_, [weak = std::weak_ptr(self_)] {
-    if (const auto self = weak.lock()) (*self)->process();
+    if (auto* self = existing(weak)) self->process();
   });
 }
 
@@ -117,10 +123,10 @@ void SystemBus::awaitEvents(int events) {
   const auto await = [this](asio::posix::descriptor_base::wait_type event, bool SystemBus::*flag) {
     if (std::exchange(this->*flag, true)) return;
     descriptor_.async_wait(event, [weak = std::weak_ptr(self_), flag](const std::error_code&) {
-      const auto self = weak.lock();
-      if (!self) return;
-      (*self)->*flag = false;
-      (*self)->process();
+      auto* self = existing(weak);
+      if (self == nullptr) return;
+      self->*flag = false;
+      self->process();
     });
   };
   await(asio::posix::descriptor_base::wait_read, &SystemBus::isReading_);
@@ -134,8 +140,8 @@ void SystemBus::awaitTimeout() {
   if (sd_bus_get_timeout(bus_.get(), &due) <= 0 || due == UINT64_MAX) return;
   timer_.expires_at(std::chrono::steady_clock::time_point(std::chrono::microseconds(due)));
   timer_.async_wait([weak = std::weak_ptr(self_)](const std::error_code& cancelled) {
-    const auto self = weak.lock();
-    if (self && !cancelled) (*self)->process();
+    auto* self = existing(weak);
+    if (self != nullptr && !cancelled) self->process();
   });
 }
 

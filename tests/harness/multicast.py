@@ -84,7 +84,7 @@ def _address_records(packet):
 
 
 def _name(packet, at):
-    """The name that begins at an offset, and the offset behind it."""
+    """The name that begins at an offset, in lower case, and the offset behind it."""
     labels, behind = [], None
     while packet[at]:
         if packet[at] & 0xC0:
@@ -93,4 +93,4 @@ def _name(packet, at):
         else:
             labels.append(packet[at + 1:at + 1 + packet[at]].decode())
             at += 1 + packet[at]
-    return ".".join(labels), behind or at + 1
+    return ".".join(labels).lower(), behind or at + 1

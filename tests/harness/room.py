@@ -1,5 +1,6 @@
 """Computers in one room, with what finds names on them: each has a network namespace, a /run and a
 name service of its own, so that its daemons are seen by nobody else."""
+import json
 import subprocess
 from pathlib import Path
 
@@ -18,6 +19,7 @@ BUS = """<busconfig>
   <auth>EXTERNAL</auth>
   <policy context="default">
     <allow user="*"/><allow own="*"/><allow send_destination="*"/><allow receive_sender="*"/>
+    {policy}
   </policy>
 </busconfig>"""
 
@@ -64,12 +66,14 @@ class Host:
         self._processes.append(process)
         return process
 
-    def start_bus(self):
+    def start_bus(self, policy=""):
+        """A system bus of its own on which everybody may do everything but what `policy` says."""
         config = self.folder / "bus.conf"
-        config.write_text(BUS)
+        config.write_text(BUS.format(policy=policy))
+        socket = self.folder / "run/dbus/system_bus_socket"
+        socket.unlink(missing_ok=True)  # of a bus before
         bus = self.start("bus", "dbus-daemon", f"--config-file={config}", "--nofork",
                          "--nopidfile")
-        socket = self.folder / "run/dbus/system_bus_socket"
         eventually(socket.exists, START_LIMIT, "the bus listens")
         return bus
 
@@ -83,6 +87,13 @@ class Host:
             eventually(lambda: "Server startup complete" in daemon.stderr, START_LIMIT,
                        "the daemon runs")
         return daemon
+
+    def start_fake_avahi(self, script):
+        """A daemon that misbehaves as told, see fake_avahi.py."""
+        fake = self.start("fake-avahi", "/usr/bin/python3",
+                          Path(__file__).with_name("fake_avahi.py"), json.dumps(script))
+        eventually(lambda: "ready" in fake.stdout, START_LIMIT, "the fake daemon runs")
+        return fake
 
     def avahi_resolves(self, name):
         """The address that the Avahi daemon here finds under a name."""
