@@ -13,7 +13,7 @@ namespace tarvinel {
 
 namespace {
 
-constexpr const char* service = "org.freedesktop.Avahi";
+constexpr const char* daemonService = "org.freedesktop.Avahi";
 constexpr const char* serverInterface = "org.freedesktop.Avahi.Server";
 constexpr const char* groupInterface = "org.freedesktop.Avahi.EntryGroup";
 
@@ -79,7 +79,7 @@ std::int32_t AvahiDaemonRegistrar::registerRecord(const std::string& name, Addre
 void AvahiDaemonRegistrar::watchServer() {
   const auto changed = [this](sd_bus_message& message) { serverStateChanged(stateIn(message)); };
   bus_->listen(stateChanges(serverInterface, "/"), changed);
-  bus_->call(bus_->methodCall(service, "/", serverInterface, "GetState"), orEnd(changed));
+  bus_->call(bus_->methodCall(daemonService, "/", serverInterface, "GetState"), orEnd(changed));
 }
 
 // A daemon that still makes sure of the computer's own name is waited for. One that runs again may
@@ -93,7 +93,7 @@ void AvahiDaemonRegistrar::serverStateChanged(std::int32_t state) {
 }
 
 void AvahiDaemonRegistrar::askHostName() {
-  bus_->call(bus_->methodCall(service, "/", serverInterface, "GetHostNameFqdn"),
+  bus_->call(bus_->methodCall(daemonService, "/", serverInterface, "GetHostNameFqdn"),
              orEnd([this](sd_bus_message& message) { hostNameIs(textIn(message, "s")); }));
 }
 
@@ -108,7 +108,7 @@ void AvahiDaemonRegistrar::hostNameIs(const std::string& hostName) {
 
 void AvahiDaemonRegistrar::makeGroup() {
   groupAsked_ = true;
-  bus_->call(bus_->methodCall(service, "/", serverInterface, "EntryGroupNew"),
+  bus_->call(bus_->methodCall(daemonService, "/", serverInterface, "EntryGroupNew"),
              orEnd([this](sd_bus_message& message) {
                group_ = textIn(message, "o");
                watchGroup();
@@ -122,7 +122,7 @@ void AvahiDaemonRegistrar::watchGroup() {
 }
 
 void AvahiDaemonRegistrar::addRecord(std::int32_t flags, SystemBus::Handler onAdded) {
-  auto message = bus_->methodCall(service, group_.c_str(), groupInterface, "AddRecord");
+  auto message = bus_->methodCall(daemonService, group_.c_str(), groupInterface, "AddRecord");
   sd_bus_message_append(message.get(), "iiusqqu", allInterfaces, allProtocols, flags, name_.c_str(),
                         classIN, typeA, AddressRecord::timeToLive);
   sd_bus_message_append_array(message.get(), 'y', address_.data(), address_.size());
@@ -131,7 +131,7 @@ void AvahiDaemonRegistrar::addRecord(std::int32_t flags, SystemBus::Handler onAd
 }
 
 void AvahiDaemonRegistrar::commit() {
-  bus_->call(bus_->methodCall(service, group_.c_str(), groupInterface, "Commit"),
+  bus_->call(bus_->methodCall(daemonService, group_.c_str(), groupInterface, "Commit"),
              orEnd([](sd_bus_message&) {}));
 }
 

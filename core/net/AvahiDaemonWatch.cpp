@@ -9,8 +9,8 @@ namespace tarvinel {
 
 namespace {
 
-constexpr const char* avahi = "org.freedesktop.Avahi";
-constexpr const char* bus = "org.freedesktop.DBus";
+constexpr const char* avahiName = "org.freedesktop.Avahi";
+constexpr const char* busName = "org.freedesktop.DBus";
 
 constexpr const char* ownerChanges =
     "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
@@ -41,8 +41,8 @@ void AvahiDaemonWatch::listen() {
 }
 
 void AvahiDaemonWatch::ask() {
-  auto question = bus_->methodCall(bus, "/org/freedesktop/DBus", bus, "NameHasOwner");
-  sd_bus_message_append(question.get(), "s", avahi);
+  auto question = bus_->methodCall(busName, "/org/freedesktop/DBus", busName, "NameHasOwner");
+  sd_bus_message_append(question.get(), "s", avahiName);
   bus_->call(std::move(question), [this](sd_bus_message& answer) {
     if (sd_bus_message_is_method_error(&answer, nullptr) > 0) return giveUp();
     timer_.cancel();

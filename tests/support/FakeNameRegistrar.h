@@ -29,17 +29,6 @@ class FakeNames {
     code_ = code;
   }
 
-  /// What each record replies by itself once it is asked for, until `holdReplies`.
-  void replyWith(std::int32_t code) {
-    const std::scoped_lock lock(mutex_);
-    automatic_ = code;
-    repliesByItself_ = true;
-  }
-  void holdReplies() {
-    const std::scoped_lock lock(mutex_);
-    repliesByItself_ = false;
-  }
-
   /// A reply of the newest record, waited for.
   void reply(std::int32_t code) {
     queue_->sync([&] { reply_(code); });
@@ -64,7 +53,6 @@ class FakeNames {
       const std::int32_t code = names_.called("register " + name + " " + dotted(address));
       registered_ = code == DNSServiceCode::noError;
       names_.reply_ = std::move(reply);
-      if (registered_) names_.replyByItself();
       return code;
     }
 
@@ -88,16 +76,9 @@ class FakeNames {
     return code_;
   }
 
-  void replyByItself() {
-    const std::scoped_lock lock(mutex_);
-    if (repliesByItself_) queue_->post([reply = reply_, code = automatic_] { reply(code); });
-  }
-
   mutable std::mutex mutex_;
-  std::vector<std::string> calls_;                    // guarded by mutex_
-  std::int32_t code_ = DNSServiceCode::noError;       // guarded by mutex_
-  std::int32_t automatic_ = DNSServiceCode::noError;  // guarded by mutex_
-  bool repliesByItself_ = false;                      // guarded by mutex_
+  std::vector<std::string> calls_;               // guarded by mutex_
+  std::int32_t code_ = DNSServiceCode::noError;  // guarded by mutex_
 
   SerialQueue* queue_ = nullptr;
   NameRegistrar::Reply reply_;  // used on the registrars' queue
