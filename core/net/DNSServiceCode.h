@@ -2,10 +2,8 @@
 
 #include <cstdint>
 
-namespace tarvinel {
-
 /// The error codes of DNS service discovery that the names of this program use.
-namespace DNSServiceCode {
+namespace tarvinel::DNSServiceCode {
 
 inline constexpr std::int32_t noError = 0;
 inline constexpr std::int32_t unknown = -65537;       ///< also: nobody there who could publish
@@ -14,6 +12,4 @@ inline constexpr std::int32_t notPermitted = -65555;
 inline constexpr std::int32_t policyDenied = -65570;  ///< local network privacy refuses
 inline constexpr std::int32_t notAllowed = -65571;    ///< the same
 
-}  // namespace DNSServiceCode
-
-}  // namespace tarvinel
+}  // namespace tarvinel::DNSServiceCode

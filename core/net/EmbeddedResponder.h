@@ -20,6 +20,8 @@ class EmbeddedResponder : public NameRegistrar {
  public:
   EmbeddedResponder(SerialQueue& queue, Logger logger);
   ~EmbeddedResponder() override;
+  EmbeddedResponder(const EmbeddedResponder&) = delete;
+  EmbeddedResponder& operator=(const EmbeddedResponder&) = delete;
 
   std::int32_t registerRecord(const std::string& name, Address address, Reply reply) override;
   std::int32_t update(Address address) override;

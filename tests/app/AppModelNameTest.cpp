@@ -1,11 +1,8 @@
 #include "app/AppModel.h"
 #include "app/Console.h"
 #include "core/net/DNSServiceCode.h"
-#include "tests/app/capture/FakeCaptureService.h"
-#include "tests/support/CapturedLog.h"
+#include "tests/app/ModelFixture.h"
 #include "tests/support/FakeNameRegistrar.h"
-#include "tests/support/ManualMainQueue.h"
-#include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,10 +15,7 @@
 namespace tarvinel {
 namespace {
 
-using test::CapturedLog;
 using test::FakeNames;
-using test::ManualMainQueue;
-using test::TemporaryFolder;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -31,21 +25,16 @@ constexpr const char* conflictText =
 constexpr const char* privacyRefusalText =
     "Allow Tarvinel under Privacy & Security › Local Network to publish studio.local";
 
-/// A model with a real server, a network without a wire and a console.
-class AppModelNameTest : public testing::Test {
+/// A model with a real server and a console on a network without a wire.
+class AppModelNameTest : public ModelFixture {
  protected:
-  AppModelNameTest() {
-    config.port = 0;
-    config.hostname = "studio";
-  }
+  AppModelNameTest() { config.hostname = "studio"; }
 
-  void launch() {
-    model = AppModel::create(
-        config,
-        {mainQueue, log.log(),
-         [this](SerialQueue&) { return std::make_unique<FakeCaptureService>(screen); },
-         folder / "preferences.json", names.factory(), [this] { return host; }},
-        {folder / "uploads", {}, false});
+  void launch() override {
+    AppModel::Platform withNames = platform(mainQueue);
+    withNames.nameRegistrar = names.factory();
+    withNames.preferredHost = [this] { return host; };
+    model = AppModel::create(config, withNames, uploads);
     console = std::make_shared<Console>(*model, out, [](int) {});
     model->setOnChange([this] { console->refresh(); });
     ASSERT_TRUE(mainQueue.runUntil([&] { return model->serverURL() || model->serverError(); }));
@@ -81,15 +70,9 @@ class AppModelNameTest : public testing::Test {
   /// What the console printed since it was looked at last.
   std::string printed() { return std::exchange(out, std::ostringstream()).str(); }
 
-  TemporaryFolder folder;
-  CapturedLog log;
-  ManualMainQueue mainQueue;
-  FakeScreen screen;
   FakeNames names;
   std::optional<std::string> host = "10.0.0.1";
-  TarvinelConfig config;
   std::ostringstream out;
-  std::shared_ptr<AppModel> model;
   std::shared_ptr<Console> console;
 };
 

@@ -26,7 +26,7 @@ using Finding = DaemonWatch::Finding;
 /// A registrar whose two roads and whose watch are the test's.
 class SystemNameRegistrarTest : public testing::Test {
  protected:
-  ~SystemNameRegistrarTest() override {
+  void TearDown() override {
     queue.sync([&] { registrar.reset(); });
   }
 

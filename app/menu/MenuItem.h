@@ -1,0 +1,46 @@
+#pragma once
+
+#include "app/menu/MenuCommand.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tarvinel {
+
+/// One item of the menu, whoever draws it. Plain value: a menu has changed when its items differ.
+struct MenuItem {
+  enum class Kind : std::uint8_t {
+    text,     ///< is read, cannot be chosen
+    title,    ///< over a section of a submenu
+    button,   ///< does its command
+    toggle,   ///< is on or off; its command turns it
+    choice,   ///< one of a submenu's, of which one at most is on
+    submenu,  ///< opens its items
+    divider,
+  };
+
+  /// Pressed together with Control.
+  static constexpr char noShortcut = '\0';
+
+  Kind kind = Kind::text;
+  std::string label = {};
+  MenuCommand command = {};
+  bool isEnabled = true;
+  bool isOn = false;           ///< of a toggle or a choice
+  char shortcut = noShortcut;  ///< a capital letter
+  std::vector<MenuItem> items = {};
+
+  bool operator==(const MenuItem&) const = default;
+
+  static MenuItem text(std::string label);
+  static MenuItem title(std::string label);
+  static MenuItem button(std::string label, MenuCommand command, bool isEnabled = true,
+                         char shortcut = noShortcut);
+  static MenuItem toggle(std::string label, MenuCommand command, bool isOn, bool isEnabled = true);
+  static MenuItem choice(std::string label, MenuCommand command, bool isOn);
+  static MenuItem submenu(std::string label, std::vector<MenuItem> items);
+  static MenuItem divider();
+};
+
+}  // namespace tarvinel
