@@ -2,6 +2,7 @@
 
 #include "core/net/AddressRecord.h"
 #include "core/net/DNSServiceCode.h"
+#include "core/net/MulticastInterfaces.h"
 #include "core/support/SerialQueue.h"
 
 #include <avahi-common/error.h>
@@ -33,6 +34,10 @@ class ResponderConfig {
   ~ResponderConfig() { avahi_server_config_free(&config_); }
   ResponderConfig(const ResponderConfig&) = delete;
   ResponderConfig& operator=(const ResponderConfig&) = delete;
+
+  void keepTo(const std::string& interface) {
+    config_.allow_interfaces = avahi_string_list_add(nullptr, interface.c_str());
+  }
 
   const AvahiServerConfig* get() const { return &config_; }
 
@@ -81,29 +86,44 @@ EmbeddedResponder::EmbeddedResponder(SerialQueue& queue, Logger logger)
 }
 
 EmbeddedResponder::~EmbeddedResponder() {
+  stop();
+}
+
+void EmbeddedResponder::stop() {
   if (poll_) avahi_threaded_poll_stop(poll_.get());
+  group_ = nullptr;
+  server_.reset();
+  poll_.reset();
 }
 
 std::int32_t EmbeddedResponder::registerRecord(const std::string& name, Address address,
                                                Reply reply) {
   name_ = name;
   reply_ = std::make_shared<Reply>(std::move(reply));
-  const bool begun = startServer() && addRecord(address, false) &&
+  return start(address);
+}
+
+std::int32_t EmbeddedResponder::start(Address address) {
+  const bool begun = startServer(address) && addRecord(address, false) &&
                      avahi_s_entry_group_commit(group_) == AVAHI_OK &&
                      avahi_threaded_poll_start(poll_.get()) == AVAHI_OK;
   return begun ? DNSServiceCode::noError : DNSServiceCode::unknown;
 }
 
-bool EmbeddedResponder::startServer() {
+bool EmbeddedResponder::startServer(Address address) {
   poll_.reset(avahi_threaded_poll_new());
   if (!poll_) return false;
+  ResponderConfig config;
+  onlyInterface_ = MulticastInterfaces::onlyOne(MulticastInterfaces::all(), address);
+  if (onlyInterface_) config.keepTo(*onlyInterface_);
   int error = AVAHI_OK;
-  server_.reset(avahi_server_new(avahi_threaded_poll_get(poll_.get()), ResponderConfig().get(),
-                                 nullptr, nullptr, &error));
-  if (!server_) {
-    logger_->debug("no responder of our own: {}", avahi_strerror(error));
-    return false;
-  }
+  server_.reset(avahi_server_new(avahi_threaded_poll_get(poll_.get()), config.get(), nullptr,
+                                 nullptr, &error));
+  if (!server_) logger_->debug("no responder of our own: {}", avahi_strerror(error));
+  return server_ && makeGroup();
+}
+
+bool EmbeddedResponder::makeGroup() {
   group_ = avahi_s_entry_group_new(
       server_.get(),
       [](AvahiServer*, AvahiSEntryGroup*, AvahiEntryGroupState state, void* self) {
@@ -124,6 +144,10 @@ bool EmbeddedResponder::addRecord(Address address, bool isUpdate) {
 
 std::int32_t EmbeddedResponder::update(Address address) {
   if (group_ == nullptr) return DNSServiceCode::unknown;
+  if (onlyInterface_) {
+    stop();
+    return start(address);
+  }
   const PollLock lock(poll_.get());
   return addRecord(address, true) ? DNSServiceCode::noError : DNSServiceCode::unknown;
 }

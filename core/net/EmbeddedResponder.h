@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 struct AvahiSEntryGroup;
@@ -32,7 +33,10 @@ class EmbeddedResponder : public NameRegistrar {
     void operator()(AvahiServer* server) const;
   };
 
-  bool startServer();
+  std::int32_t start(Address address);
+  void stop();
+  bool startServer(Address address);
+  bool makeGroup();
   bool addRecord(Address address, bool isUpdate);
   void reportGroupState(int state);
 
@@ -42,7 +46,8 @@ class EmbeddedResponder : public NameRegistrar {
   std::shared_ptr<Reply> reply_;  ///< replies under way find it gone
   std::unique_ptr<AvahiThreadedPoll, Release> poll_;
   std::unique_ptr<AvahiServer, Release> server_;
-  AvahiSEntryGroup* group_ = nullptr;  ///< the server's
+  AvahiSEntryGroup* group_ = nullptr;         ///< the server's
+  std::optional<std::string> onlyInterface_;  ///< if it keeps to one
 };
 
 }  // namespace tarvinel

@@ -40,6 +40,8 @@ class AppModelNameTest : public ModelFixture {
     ASSERT_TRUE(mainQueue.runUntil([&] { return model->serverURL() || model->serverError(); }));
   }
 
+  void TearDown() override { model.reset(); }  // before what it stands on
+
   void launchAndRegister() {
     launch();
     reply(DNSServiceCode::noError);

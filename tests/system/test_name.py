@@ -234,6 +234,28 @@ def test_an_address_that_changes_twenty_times_in_a_second(room, air, responder, 
     eventually(lambda: air.withdrawn(NAME), 10, "withdrawn")
 
 
+def test_more_interfaces_than_a_socket_can_listen_on(room, air, present):
+    """The kernel's limit is twenty."""
+    for number in range(25):
+        room.presenter.configure("link", "add", f"x{number}", "type", "veth",
+                                 "peer", "name", f"y{number}")
+        room.presenter.configure("address", "add", f"10.97.{number}.1/24", "dev", f"x{number}")
+        for end in "xy":
+            room.presenter.configure("link", "set", f"{end}{number}", "up")
+    address = room.ADDRESSES["presenter"]
+    program = wait_until_registered(present())
+    eventually(lambda: (120, address) in air.records(NAME), 10, "announced")
+    assert not air.silent_about(NAME)
+
+    room.presenter.take_address(address)
+    room.presenter.give_address("10.98.0.77")
+    eventually(lambda: air.records(NAME)[-1:] == [(120, "10.98.0.77")], FOLLOWED_WITHIN,
+               "followed")
+    program.terminate()
+    assert program.wait(10) == 0
+    eventually(lambda: air.withdrawn(NAME), 10, "withdrawn")
+
+
 # Daemons that come, go, refuse and hang
 
 def failed(code):
