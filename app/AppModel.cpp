@@ -35,10 +35,6 @@ std::string waitingText(const std::optional<BrandConfig>& brand) {
   return brand && brand->waiting ? *brand->waiting : std::string(ViewerPage::defaultWaiting);
 }
 
-std::string currentHost() {
-  return LocalAddresses::preferredHost().value_or("localhost");
-}
-
 }  // namespace
 
 std::shared_ptr<AppModel> AppModel::create(TarvinelConfig config, Platform platform,
@@ -59,7 +55,8 @@ AppModel::AppModel(TarvinelConfig config, Platform platform, const UploadLaunch&
                .brand = config_.brand,
                .hostname = config_.hostname}),
       userDefaults_(platform_.userDefaultsFile, logger_),
-      quietCard_(waitingText(config_.brand)) {
+      quietCard_(waitingText(config_.brand)),
+      namePublisher_(platform_.nameRegistrar, platform_.log.category("mdns")) {
   setMotionRate(initialMotionFPS);
   readUploadDefaults(uploads);
 }
@@ -104,7 +101,13 @@ void AppModel::serverStarted(const Result<std::uint16_t>& port) {
   }
   update(serverError_, {});
   update(boundPort_, port.value());
-  update(serverURL_, std::optional(LocalAddresses::url(currentHost(), boundPort_)));
+  const auto host = platform_.preferredHost();
+  showAddress(host);
+  publishName(host);
+}
+
+void AppModel::showAddress(const std::optional<std::string>& host) {
+  update(serverURL_, std::optional(LocalAddresses::url(host.value_or("localhost"), boundPort_)));
 }
 
 void AppModel::refreshSources(std::function<void()> done) {
@@ -251,7 +254,9 @@ void AppModel::setMotionRate(std::int64_t rate) {
 }
 
 void AppModel::refreshAddress() {
-  update(serverURL_, std::optional(LocalAddresses::url(currentHost(), boundPort_)));
+  const auto host = platform_.preferredHost();
+  showAddress(host);
+  refreshName(host);
 }
 
 std::string AppModel::statusLine() const {

@@ -60,6 +60,8 @@ void Console::refresh() {
   printIfChanged("server", model_.serverError().value_or(""));
   for (const std::string& line : addressLines())
     printIfChanged("address", line);
+  // an attempt under way says nothing: what fails again and again is said once
+  if (const auto line = nameLine()) printIfChanged("name", *line);
   printIfChanged("status", model_.statusLine());
   printIfChanged("hint", model_.permissionHint().value_or(""));
   printIfChanged("capture", model_.captureError().value_or(""));
@@ -76,6 +78,11 @@ std::vector<std::string> Console::addressLines() const {
   if (model_.serverError()) return {};
   if (!model_.serverURL()) return {"Starting server…"};
   return {fmt::format("Open {} in any browser", *model_.serverURL())};
+}
+
+std::optional<std::string> Console::nameLine() const {
+  if (model_.nameURL()) return fmt::format("Open {} in any browser", *model_.nameURL());
+  return model_.nameError();
 }
 
 std::string Console::uploadLine() const {
@@ -169,6 +176,7 @@ void Console::printSources() {
 void Console::printStatus() {
   for (const std::string& line : addressLines())
     print(line);
+  if (const auto line = nameLine()) print(*line);
   print(model_.statusLine());
   for (const auto& line : {model_.streamLine(), model_.captureError(), model_.permissionHint(),
                            model_.uploadError()}) {

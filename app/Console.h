@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -37,6 +38,7 @@ class Console : public std::enable_shared_from_this<Console> {
   std::string uploadLine() const;
   std::string perParticipantLine() const;
   std::vector<std::string> addressLines() const;
+  std::optional<std::string> nameLine() const;
 
   AppModel& model_;
   std::ostream& out_;

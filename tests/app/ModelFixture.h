@@ -21,6 +21,7 @@ class ModelFixture : public testing::Test {
  protected:
   ModelFixture() {
     config.port = 0;
+    config.hostname = "";
     screen.content.displays = {{7, {0, 0, 1280, 720}, true}};
   }
 
