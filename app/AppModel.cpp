@@ -28,8 +28,8 @@ std::string_view linkName(bool isWired) {
   return isWired ? "Ethernet" : "Wi-Fi";
 }
 
-std::string currentHost() {
-  return LocalAddresses::preferredHost().value_or("localhost");
+std::string currentHost(const std::filesystem::path& sysfs) {
+  return LocalAddresses::preferredHost(sysfs).value_or("localhost");
 }
 
 }  // namespace
@@ -61,11 +61,20 @@ AppModel::~AppModel() = default;
 void AppModel::begin() {
   captureEngine_.setOnStop(onMain<Result<void>>(
       [](AppModel& self, const Result<void>& end) { self.captureDidStop(end); }));
+  linkMonitor_.emplace(platform_.networkPath, onMain<bool>([](AppModel& self, bool isWired) {
+                         self.linkChanged(isWired);
+                       }));
+  update(isWired_, linkMonitor_->isWired());
   reloadUploadStore();  // the server starts with the outcome
   refreshSources();
   ticker_ = platform_.mainQueue.repeat(tickInterval, [weak = weak_from_this()] {
     if (const auto self = weak.lock()) self->tick();
   });
+}
+
+void AppModel::linkChanged(bool isWired) {
+  logger_->info("network path is now {}", linkName(isWired));
+  update(isWired_, isWired);
 }
 
 void AppModel::startServer() {
@@ -84,7 +93,7 @@ void AppModel::serverStarted(const Result<std::uint16_t>& port) {
   }
   update(serverError_, {});
   update(boundPort_, port.value());
-  update(serverURL_, std::optional(LocalAddresses::url(currentHost(), boundPort_)));
+  update(serverURL_, std::optional(LocalAddresses::url(currentHost(platform_.sysfs), boundPort_)));
 }
 
 void AppModel::refreshSources(std::function<void()> done) {
@@ -201,7 +210,7 @@ void AppModel::setMotionRate(std::int64_t rate) {
 }
 
 void AppModel::refreshAddress() {
-  update(serverURL_, std::optional(LocalAddresses::url(currentHost(), boundPort_)));
+  update(serverURL_, std::optional(LocalAddresses::url(currentHost(platform_.sysfs), boundPort_)));
 }
 
 std::string AppModel::statusLine() const {

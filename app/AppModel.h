@@ -9,6 +9,8 @@
 #include "core/frames/FrameBroadcaster.h"
 #include "core/frames/TrafficMeter.h"
 #include "core/http/StreamServer.h"
+#include "core/net/LinkMonitor.h"
+#include "core/net/NetworkPath.h"
 #include "core/support/Log.h"
 #include "core/support/Result.h"
 #include "core/support/SerialQueue.h"
@@ -38,6 +40,8 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     Log log;
     CaptureEngine::ServiceFactory captureService;
     std::filesystem::path userDefaultsFile;
+    std::filesystem::path sysfs = "/sys";  ///< where that is mounted
+    NetworkPath::Factory networkPath = kernelNetworkPath(sysfs);
   };
 
   /// What becomes of uploads at launch.
@@ -121,6 +125,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   AppModel(TarvinelConfig config, Platform platform, const UploadLaunch& uploads);
 
   void begin();
+  void linkChanged(bool isWired);
   void startServer();
   void serverStarted(const Result<std::uint16_t>& port);
   void sourcesListed(Result<std::vector<CaptureSource>> sources);
@@ -200,6 +205,8 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   /// the newest one's.
   std::uint64_t currentShare_ = 0;
   std::uint64_t currentReload_ = 0;  ///< the same for upload folders
+
+  std::optional<LinkMonitor> linkMonitor_;
 };
 
 }  // namespace tarvinel

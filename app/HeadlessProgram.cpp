@@ -54,11 +54,13 @@ int runHeadless(const CommandLineOptions& options) {
   const Configuration configuration = Configuration::load(options, log);
   if (configuration.problem) std::cout << *configuration.problem << std::endl;
   TerminalLoop loop;
-  const auto model = AppModel::create(configuration.config,
-                                      {loop, log, capture.makeService, UserDefaults::defaultFile()},
-                                      uploadsFor(options));
-  const auto console =
-      std::make_shared<Console>(*model, std::cout, [&loop](int status) { loop.quit(status); });
+  const auto model =
+      AppModel::create(configuration.config,
+                       {loop, log, capture.makeService, UserDefaults::defaultFile(), options.sysfs},
+                       uploadsFor(options));
+  const auto console = std::make_shared<Console>(
+      *model, std::cout, [&loop](int status) { loop.quit(status); },
+      isatty(STDOUT_FILENO) == 1 ? QRColours::terminal : QRColours::none);
   model->setOnChange([&console] { console->refresh(); });
   console->refresh();
   if (options.share) console->share(*options.share);

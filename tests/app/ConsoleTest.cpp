@@ -2,6 +2,7 @@
 #include "core/support/HomeFolder.h"
 #include "tests/app/capture/FakeCaptureService.h"
 #include "tests/support/CapturedLog.h"
+#include "tests/support/FakeNetwork.h"
 #include "tests/support/ManualMainQueue.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -15,6 +16,7 @@ namespace tarvinel {
 namespace {
 
 using test::CapturedLog;
+using test::FakeNetwork;
 using test::ManualMainQueue;
 using test::TemporaryFolder;
 using testing::EndsWith;
@@ -33,7 +35,7 @@ class ConsoleTest : public testing::Test {
                                 screen.queue = &queue;
                                 return std::make_unique<FakeCaptureService>(screen);
                               },
-                              folder / "preferences.json"},
+                              folder / "preferences.json", folder.path(), network.factory()},
                              uploads);
     console = std::make_shared<Console>(*model, out, [this](int status) {
       if (!quitWith) quitWith = status;
@@ -67,6 +69,7 @@ class ConsoleTest : public testing::Test {
   CapturedLog log;
   ManualMainQueue mainQueue;
   FakeScreen screen;
+  FakeNetwork network;
   std::ostringstream out;
   std::optional<int> quitWith;
   std::shared_ptr<AppModel> model;
@@ -182,6 +185,18 @@ TEST_F(ConsoleTest, SaysWhyAFolderCannotBeUsed) {
               EndsWith("Can't use upload folder: could not create or use upload root \"" +
                        (folder / "file").string() + "\"\n"));
   EXPECT_THAT(printedBy("status"), HasSubstr("Can't use upload folder: "));
+}
+
+TEST_F(ConsoleTest, DrawsTheAddressAsAQRCodeWithTheAddressBelow) {
+  launch();
+  out.str("");
+  EXPECT_EQ(printedBy("qr"), "Starting server…\n");
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->serverURL().has_value(); }));
+  out.str("");
+  std::string expected;
+  for (const std::string& line : drawQRCode(*model->serverURL(), QRColours::none))
+    expected += line + "\n";
+  EXPECT_EQ(printedBy("qr"), expected + "Open " + *model->serverURL() + " in any browser\n");
 }
 
 TEST_F(ConsoleTest, AnUnchangedLineIsNotPrintedAgain) {

@@ -40,7 +40,7 @@ class Network:
 
     def connect_at_server(self, address):
         """A socket of the server's side, for what it serves on its loopback interface."""
-        return _inside(self.server, lambda: socket.create_connection(address, 10))
+        return connect_inside(self.server, address)
 
     def connect_at_client(self, port):
         """A socket of the client's side, for what it serves on its loopback interface."""
@@ -86,6 +86,11 @@ class Network:
         _ip("-n", namespace, "address", "add", f"{address}/24", "dev", "eth0")
         _ip("-n", namespace, "link", "set", "lo", "up")
         _ip("-n", namespace, "link", "set", "eth0", "up")
+
+
+def connect_inside(namespace, address):
+    """A socket of a namespace, connected to an address there."""
+    return _inside(namespace, lambda: socket.create_connection(address, 10))
 
 
 def _inside(namespace, action):
