@@ -1,8 +1,8 @@
 #include "core/net/NetlinkMessages.h"
 
-#include <linux/if.h>
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>
+#include <net/if.h>
 #include <sys/socket.h>
 
 #include <algorithm>
