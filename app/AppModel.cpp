@@ -50,7 +50,8 @@ AppModel::AppModel(TarvinelConfig config, Platform platform, const UploadLaunch&
               {.port = config_.port,
                .status = [sharingFlag = sharingFlag_] { return sharingFlag->snapshot(); },
                .brand = config_.brand,
-               .hostname = config_.hostname}),
+               .hostname = config_.hostname,
+               .listenerFallback = config_.port == 80 ? platform_.listenerForPort80 : nullptr}),
       userDefaults_(platform_.userDefaultsFile, logger_) {
   setMotionRate(initialMotionFPS);
   readUploadDefaults(uploads);

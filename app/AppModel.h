@@ -42,6 +42,8 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     std::filesystem::path userDefaultsFile;
     std::filesystem::path sysfs = "/sys";  ///< where that is mounted
     NetworkPath::Factory networkPath = kernelNetworkPath(sysfs);
+    /// How to listen on port 80 when this process may not; null when there is no other way.
+    StreamServer::ListenerFallback listenerForPort80 = {};
   };
 
   /// What becomes of uploads at launch.

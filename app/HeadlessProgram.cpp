@@ -5,6 +5,7 @@
 #include "app/Console.h"
 #include "app/LineReader.h"
 #include "app/PicturesFolder.h"
+#include "app/PortHelper.h"
 #include "app/TerminalLoop.h"
 #include "app/capture/CaptureEngine.h"
 #include "core/support/ApplicationIdentifier.h"
@@ -17,6 +18,7 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <system_error>
 
 namespace tarvinel {
 
@@ -54,10 +56,16 @@ int runHeadless(const CommandLineOptions& options) {
   const Configuration configuration = Configuration::load(options, log);
   if (configuration.problem) std::cout << *configuration.problem << std::endl;
   TerminalLoop loop;
-  const auto model =
-      AppModel::create(configuration.config,
-                       {loop, log, capture.makeService, UserDefaults::defaultFile(), options.sysfs},
-                       uploadsFor(options));
+  const auto model = AppModel::create(
+      configuration.config,
+      {.mainQueue = loop,
+       .log = log,
+       .captureService = capture.makeService,
+       .userDefaultsFile = UserDefaults::defaultFile(),
+       .sysfs = options.sysfs,
+       .listenerForPort80 = [helper = PortHelper::ofThisProgram()](
+                                std::error_code refusal) { return helper.listen(refusal); }},
+      uploadsFor(options));
   const auto console = std::make_shared<Console>(
       *model, std::cout, [&loop](int status) { loop.quit(status); },
       isatty(STDOUT_FILENO) == 1 ? QRColours::terminal : QRColours::none);
