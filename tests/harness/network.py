@@ -93,6 +93,11 @@ def connect_inside(namespace, address):
     return _inside(namespace, lambda: socket.create_connection(address, 10))
 
 
+def listen_inside(namespace, port):
+    """A listening socket of a namespace, on all its addresses."""
+    return _inside(namespace, lambda: socket.create_server(("", port)))
+
+
 def _inside(namespace, action):
     """Runs the action on a thread that has moved to the namespace: a socket stays in the
     namespace that it was made in."""

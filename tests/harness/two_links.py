@@ -4,7 +4,7 @@ import os
 import subprocess
 from pathlib import Path
 
-from .network import connect_inside
+from .network import connect_inside, listen_inside
 
 
 class TwoLinks:
@@ -34,6 +34,10 @@ class TwoLinks:
     def connect(self, address, _receive_buffer=None):
         """A socket to what is served on its loopback interface."""
         return connect_inside(self.name, address)
+
+    def listen(self, port):
+        """A listening socket on all its addresses."""
+        return listen_inside(self.name, port)
 
     def route_over(self, link):
         """Moves the default route to a link."""
