@@ -5,15 +5,16 @@
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <poll.h>
-#include <signal.h>
 #include <spawn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <optional>
+#include <string>
 #include <utility>
 
 namespace tarvinel {
@@ -164,7 +165,7 @@ std::optional<Answer> ask(const path& program, std::chrono::milliseconds limit) 
 
 path PortHelper::placeFor(const path& program) {
   constexpr const char* name = "tarvinel-bind";
-  const path beside = program.parent_path() / name;
+  path beside = program.parent_path() / name;
   std::error_code unreachable;
   if (std::filesystem::exists(beside, unreachable)) return beside;
   return program.parent_path().parent_path() / "libexec/tarvinel" / name;
