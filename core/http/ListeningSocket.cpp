@@ -10,7 +10,7 @@ namespace tarvinel {
 
 namespace {
 
-bool setOption(int fd, int level, int option, int value) {
+bool hasSet(int fd, int level, int option, int value) {
   return ::setsockopt(fd, level, option, &value, sizeof value) == 0;
 }
 
@@ -19,8 +19,8 @@ ListeningSocket listenOn(int family, const Address& address) {
   // a child process that outlived this one would keep the port
   UniqueFd fd(::socket(family, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP));
   const bool listens =
-      fd && setOption(fd.get(), SOL_SOCKET, SO_REUSEADDR, 1) &&
-      (family != AF_INET6 || setOption(fd.get(), IPPROTO_IPV6, IPV6_V6ONLY, 0)) &&
+      fd && hasSet(fd.get(), SOL_SOCKET, SO_REUSEADDR, 1) &&
+      (family != AF_INET6 || hasSet(fd.get(), IPPROTO_IPV6, IPV6_V6ONLY, 0)) &&
       ::bind(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
       ::listen(fd.get(), SOMAXCONN) == 0;
   if (!listens) return {{}, errno};
