@@ -34,7 +34,7 @@ std::string textOf(FeedError::Case kind, std::string_view detail) {
     case FeedError::Case::noVersion:
       return "The update feed names no version.";
   }
-  return given;
+  return {};
 }
 
 }  // namespace

@@ -100,7 +100,7 @@ std::weak_ordering VersionOrder::compare(std::string_view one, std::string_view 
   const Runs first = runsOfVersion(one);
   const Runs second = runsOfVersion(other);
   const auto releases = compareReleases(first.release, second.release);
-  return releases != 0 ? releases : compareSuffixes(first.suffix, second.suffix);
+  return std::is_neq(releases) ? releases : compareSuffixes(first.suffix, second.suffix);
 }
 
 }  // namespace tarvinel

@@ -13,8 +13,6 @@ FeedUpdateController::FeedUpdateController(Delegate& delegate, Environment envir
       schedule_({environment_.mainQueue, memory_, environment_.now},
                 [this] { check(Check::scheduled); }) {}
 
-FeedUpdateController::~FeedUpdateController() = default;
-
 std::optional<std::string> FeedUpdateController::feedURL() const {
   if (environment_.builtInFeed.empty()) return std::nullopt;
   return environment_.builtInFeed;

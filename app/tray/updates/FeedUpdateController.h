@@ -30,15 +30,14 @@ class FeedUpdateController : public UpdateController {
     Desktop& desktop;
     MainQueue& mainQueue;
     Logger logger;
-    std::filesystem::path memory;  ///< the file with the time of the last check
-    std::string builtInFeed = std::string(builtInUpdateFeed);  ///< empty for none
+    std::filesystem::path memory;                 ///< the file with the time of the last check
+    std::string builtInFeed = builtInUpdateFeed;  ///< empty for none
     std::string version = std::string(appVersion);
     FeedDownload::Limits limits = {};
     std::function<UpdateSchedule::Time()> now = std::chrono::system_clock::now;
   };
 
   FeedUpdateController(Delegate& delegate, Environment environment);
-  ~FeedUpdateController() override;
 
   std::optional<std::string> feedURL() const override;
   bool canCheckForUpdates() const override;
