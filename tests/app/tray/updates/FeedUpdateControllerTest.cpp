@@ -3,6 +3,7 @@
 #include "tests/app/tray/SpinUntil.h"
 #include "tests/app/tray/updates/FeedServer.h"
 #include "tests/support/CapturedLog.h"
+#include "tests/support/FakeDesktop.h"
 #include "tests/support/ManualMainQueue.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -21,6 +22,7 @@ namespace {
 using test::CapturedLog;
 using test::document;
 using test::drip;
+using test::FakeDesktop;
 using test::FeedServer;
 using test::ManualMainQueue;
 using test::silence;
@@ -29,26 +31,6 @@ using test::TemporaryFolder;
 using testing::Contains;
 using testing::ElementsAre;
 using namespace std::chrono_literals;
-
-/// A desktop that keeps what it is told to show.
-class ToldDesktop : public Desktop {
- public:
-  void notify(const std::string& title, const std::string& text) override {
-    told.push_back(title + "|" + text);
-  }
-  void openInBrowser(const std::string& url) override { opened.push_back(url); }
-
-  void copy(const std::string& /*text*/) override {}
-  void openPrivacySettings() override {}
-  void chooseFolder(const std::filesystem::path& /*current*/,
-                    std::function<void(std::filesystem::path)> /*chosen*/) override {}
-  void revealFolder(const std::filesystem::path& /*folder*/) override {}
-  void keepAwake(bool /*awake*/) override {}
-  void quit() override {}
-
-  std::vector<std::string> told;
-  std::vector<std::string> opened;
-};
 
 /// A delegate that keeps what it is asked.
 class AskedDelegate : public UpdateController::Delegate {
@@ -113,7 +95,7 @@ class FeedUpdateControllerTest : public testing::Test {
   TemporaryFolder folder;
   CapturedLog log;
   ManualMainQueue queue;
-  ToldDesktop desktop;
+  FakeDesktop desktop;
   AskedDelegate delegate;
   FeedDownload::Limits limits;
   std::string feed;
@@ -122,14 +104,15 @@ class FeedUpdateControllerTest : public testing::Test {
   std::unique_ptr<FeedUpdateController> controller;
 };
 
-constexpr const char* available = "Tarvinel 1.10 is available|This is version 1.2.0.";
-constexpr const char* upToDate = "Tarvinel is up to date|There is no newer version than 1.2.0.";
+constexpr const char* available = "notify Tarvinel 1.10 is available: This is version 1.2.0.";
+constexpr const char* page = "open https://t.example/dl";
+constexpr const char* upToDate =
+    "notify Tarvinel is up to date: There is no newer version than 1.2.0.";
 
 TEST_F(FeedUpdateControllerTest, TellsThePresenterOfANewVersionAndShowsItsPage) {
   offer("1.10");
   checkAsPresenter();
-  EXPECT_THAT(desktop.told, ElementsAre(available));
-  EXPECT_THAT(desktop.opened, ElementsAre("https://t.example/dl"));
+  EXPECT_THAT(desktop.done, ElementsAre(available, page));
   EXPECT_THAT(delegate.asked, ElementsAre(UpdateController::userInitiated));
   EXPECT_THAT(log.lines(), ElementsAre("app|debug|update feed: the newest version is 1.10"));
 }
@@ -137,11 +120,10 @@ TEST_F(FeedUpdateControllerTest, TellsThePresenterOfANewVersionAndShowsItsPage) 
 TEST_F(FeedUpdateControllerTest, TellsThePresenterThatThereIsNone) {
   for (const char* version : {"1.2", "1.2.0-beta", "1.1.9", "0.10"}) {
     offer(version);
-    desktop.told.clear();
+    desktop.done.clear();
     checkAsPresenter();
-    EXPECT_THAT(desktop.told, ElementsAre(upToDate)) << version;
+    EXPECT_THAT(desktop.done, ElementsAre(upToDate)) << version;
   }
-  EXPECT_THAT(desktop.opened, ElementsAre());
 }
 
 TEST_F(FeedUpdateControllerTest, TellsThePresenterWhyACheckFailed) {
@@ -149,11 +131,10 @@ TEST_F(FeedUpdateControllerTest, TellsThePresenterWhyACheckFailed) {
   checkAsPresenter();
   server.answer("/feed.xml", document("<rss>"));
   checkAsPresenter();
-  EXPECT_THAT(desktop.told, ElementsAre("Tarvinel could not check for updates|"
+  EXPECT_THAT(desktop.done, ElementsAre("notify Tarvinel could not check for updates: "
                                         "The update feed's server answers with status 404.",
-                                        "Tarvinel could not check for updates|"
+                                        "notify Tarvinel could not check for updates: "
                                         "The update feed is not well-formed, line 1."));
-  EXPECT_THAT(desktop.opened, ElementsAre());
   EXPECT_THAT(log.lines(),
               Contains("app|debug|update check failed: The update feed is not well-formed, "
                        "line 1."));
@@ -163,7 +144,7 @@ TEST_F(FeedUpdateControllerTest, TellsThePresenterEveryTime) {
   offer("1.10");
   checkAsPresenter();
   checkAsPresenter();
-  EXPECT_THAT(desktop.told, ElementsAre(available, available));
+  EXPECT_THAT(desktop.done, ElementsAre(available, page, available, page));
 }
 
 TEST_F(FeedUpdateControllerTest, OpensOnlyPagesOnTheWeb) {
@@ -171,28 +152,26 @@ TEST_F(FeedUpdateControllerTest, OpensOnlyPagesOnTheWeb) {
     server.answer("/feed.xml", document(feedOf("1.10", link)));
     checkAsPresenter();
   }
-  EXPECT_THAT(desktop.told, ElementsAre(available, available, available, available));
-  EXPECT_THAT(desktop.opened, ElementsAre());
+  EXPECT_THAT(desktop.done, ElementsAre(available, available, available, available));
 }
 
 TEST_F(FeedUpdateControllerTest, TellsOfTheNewestVersionOnly) {
   server.answer("/feed.xml", document("<rss><channel><item><version>1.9</version></item>"
                                       "<item><version>1.10</version></item></channel></rss>"));
   checkAsPresenter();
-  EXPECT_THAT(desktop.told, ElementsAre(available));
+  EXPECT_THAT(desktop.done, ElementsAre(available));
 }
 
 TEST_F(FeedUpdateControllerTest, TellsOfANewVersionOnScheduleOnce) {
   offer("1.10");
   checkTomorrow();
-  EXPECT_THAT(desktop.told, ElementsAre(available));
+  EXPECT_THAT(desktop.done, ElementsAre(available));
   checkTomorrow();
-  EXPECT_THAT(desktop.told, ElementsAre(available));
+  EXPECT_THAT(desktop.done, ElementsAre(available));
   offer("1.11");
   checkTomorrow();
-  EXPECT_THAT(desktop.told,
-              ElementsAre(available, "Tarvinel 1.11 is available|This is version 1.2.0."));
-  EXPECT_THAT(desktop.opened, ElementsAre());
+  EXPECT_THAT(desktop.done,
+              ElementsAre(available, "notify Tarvinel 1.11 is available: This is version 1.2.0."));
   EXPECT_EQ(server.requests().size(), 3U);
   EXPECT_THAT(delegate.asked, ElementsAre(UpdateController::scheduled, UpdateController::scheduled,
                                           UpdateController::scheduled));
@@ -203,14 +182,14 @@ TEST_F(FeedUpdateControllerTest, TellsOfANewVersionAgainInTheNextRun) {
   checkTomorrow();
   start();
   checkTomorrow();
-  EXPECT_THAT(desktop.told, ElementsAre(available, available));
+  EXPECT_THAT(desktop.done, ElementsAre(available, available));
 }
 
 TEST_F(FeedUpdateControllerTest, OnScheduleItTellsNothingThatThePresenterKnows) {
   offer("1.10");
   checkAsPresenter();
   checkTomorrow();
-  EXPECT_THAT(desktop.told, ElementsAre(available));
+  EXPECT_THAT(desktop.done, ElementsAre(available, page));
 }
 
 TEST_F(FeedUpdateControllerTest, OnScheduleItTellsNothingElse) {
@@ -221,7 +200,7 @@ TEST_F(FeedUpdateControllerTest, OnScheduleItTellsNothingElse) {
   server.answer("/feed.xml", document("\xFF"));
   checkTomorrow();
   EXPECT_EQ(server.requests().size(), 3U);
-  EXPECT_THAT(desktop.told, ElementsAre());
+  EXPECT_THAT(desktop.done, ElementsAre());
 }
 
 TEST_F(FeedUpdateControllerTest, ChecksADayAfterTheLastCheckEvenAfterARestart) {
@@ -246,7 +225,7 @@ TEST_F(FeedUpdateControllerTest, ARefusedScheduledCheckIsSkippedInSilence) {
   checkTomorrow();
   EXPECT_THAT(delegate.asked, ElementsAre(UpdateController::scheduled));
   EXPECT_EQ(server.requests().size(), 0U);
-  EXPECT_THAT(desktop.told, ElementsAre());
+  EXPECT_THAT(desktop.done, ElementsAre());
   EXPECT_THAT(changes, ElementsAre());
   delegate.refuses = false;
   now += 23h;
@@ -255,13 +234,13 @@ TEST_F(FeedUpdateControllerTest, ARefusedScheduledCheckIsSkippedInSilence) {
   now += 1h;
   queue.tick();
   awaitEnd();
-  EXPECT_THAT(desktop.told, ElementsAre(available));
+  EXPECT_THAT(desktop.done, ElementsAre(available));
 }
 
 TEST_F(FeedUpdateControllerTest, ARefusedCheckOfThePresenterIsToldOf) {
   delegate.refuses = true;
   checkAsPresenter();
-  EXPECT_THAT(desktop.told, ElementsAre("Tarvinel could not check for updates|"
+  EXPECT_THAT(desktop.done, ElementsAre("notify Tarvinel could not check for updates: "
                                         "Update check deferred while sharing"));
   EXPECT_EQ(server.requests().size(), 0U);
 }
@@ -274,8 +253,7 @@ TEST_F(FeedUpdateControllerTest, AProbeTellsOnlyTheLog) {
   controller->probe();
   awaitEnd();
   EXPECT_THAT(delegate.asked, ElementsAre(UpdateController::probe, UpdateController::probe));
-  EXPECT_THAT(desktop.told, ElementsAre());
-  EXPECT_THAT(desktop.opened, ElementsAre());
+  EXPECT_THAT(desktop.done, ElementsAre());
   EXPECT_THAT(log.lines(),
               ElementsAre("app|debug|update feed: the newest version is 1.10",
                           "app|debug|update check failed: The update feed's server answers with "
@@ -287,7 +265,7 @@ TEST_F(FeedUpdateControllerTest, AProbeLeavesTheNewsToTheSchedule) {
   controller->probe();
   awaitEnd();
   checkTomorrow();
-  EXPECT_THAT(desktop.told, ElementsAre(available));
+  EXPECT_THAT(desktop.done, ElementsAre(available));
 }
 
 TEST_F(FeedUpdateControllerTest, MakesOneCheckAtATime) {
@@ -304,7 +282,7 @@ TEST_F(FeedUpdateControllerTest, MakesOneCheckAtATime) {
   awaitEnd();
   EXPECT_THAT(changes, ElementsAre(false, true));
   EXPECT_EQ(server.requests().size(), 1U);
-  EXPECT_THAT(desktop.told, ElementsAre(available));
+  EXPECT_THAT(desktop.done, ElementsAre(available, page));
 }
 
 TEST_F(FeedUpdateControllerTest, WithoutAFeedThereAreNoChecks) {
@@ -317,7 +295,7 @@ TEST_F(FeedUpdateControllerTest, WithoutAFeedThereAreNoChecks) {
   now += 48h;
   queue.tick();
   EXPECT_THAT(delegate.asked, ElementsAre());
-  EXPECT_THAT(desktop.told, ElementsAre());
+  EXPECT_THAT(desktop.done, ElementsAre());
   EXPECT_THAT(changes, ElementsAre());
 }
 
@@ -326,7 +304,7 @@ TEST_F(FeedUpdateControllerTest, AnOverrideIsReadInsteadOfTheFeed) {
   delegate.feedOverride = server.url("/other.xml");
   EXPECT_EQ(controller->feedURL(), server.url("/feed.xml"));
   checkAsPresenter();
-  EXPECT_THAT(desktop.told, ElementsAre(available));
+  EXPECT_THAT(desktop.done, ElementsAre(available, page));
 }
 
 TEST_F(FeedUpdateControllerTest, AnOverrideWillDoWithoutAFeed) {
@@ -337,13 +315,13 @@ TEST_F(FeedUpdateControllerTest, AnOverrideWillDoWithoutAFeed) {
   EXPECT_EQ(controller->feedURL(), std::nullopt);
   EXPECT_TRUE(controller->canCheckForUpdates());
   checkAsPresenter();
-  EXPECT_THAT(desktop.told, ElementsAre(available));
+  EXPECT_THAT(desktop.done, ElementsAre(available, page));
 }
 
 TEST_F(FeedUpdateControllerTest, AFeedThatMayNotBeReadIsToldOf) {
   delegate.feedOverride = "file:///etc/passwd";
   checkAsPresenter();
-  EXPECT_THAT(desktop.told, ElementsAre("Tarvinel could not check for updates|"
+  EXPECT_THAT(desktop.done, ElementsAre("notify Tarvinel could not check for updates: "
                                         "The update feed's address is not an https address."));
 }
 
@@ -352,7 +330,7 @@ TEST_F(FeedUpdateControllerTest, ASlowFeedIsToldOf) {
   start();
   server.answer("/feed.xml", drip("HTTP/1.1 200 OK\r\n\r\n<rss>"));
   checkAsPresenter();
-  EXPECT_THAT(desktop.told, ElementsAre("Tarvinel could not check for updates|"
+  EXPECT_THAT(desktop.done, ElementsAre("notify Tarvinel could not check for updates: "
                                         "The update feed's server did not answer in time."));
 }
 
@@ -365,7 +343,7 @@ TEST_F(FeedUpdateControllerTest, CanGoDuringACheck) {
   start();
   controller->checkForUpdates();
   controller.reset();
-  EXPECT_THAT(desktop.told, ElementsAre());
+  EXPECT_THAT(desktop.done, ElementsAre());
 }
 
 TEST_F(FeedUpdateControllerTest, ADamagedMemoryIsNoHindrance) {
@@ -373,7 +351,7 @@ TEST_F(FeedUpdateControllerTest, ADamagedMemoryIsNoHindrance) {
   start();
   offer("1.10");
   checkTomorrow();
-  EXPECT_THAT(desktop.told, ElementsAre(available));
+  EXPECT_THAT(desktop.done, ElementsAre(available));
 }
 
 }  // namespace
