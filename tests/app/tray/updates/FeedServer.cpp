@@ -53,6 +53,13 @@ qint64 unsentBytes(const QTcpSocket& socket) {
   return socket.bytesToWrite() + (secure != nullptr ? secure->encryptedBytesToWrite() : 0);
 }
 
+void repeatWhileConnected(QTcpSocket& socket, const std::function<void()>& task) {
+  auto* const timer = new QTimer(&socket);  // owned by the socket
+  timer->callOnTimeout(&socket, task);
+  QObject::connect(&socket, &QTcpSocket::disconnected, timer, &QTimer::stop);
+  timer->start(std::chrono::milliseconds(1));
+}
+
 std::string pathIn(const QByteArray& head) {
   return head.split(' ').value(1).toStdString();
 }
@@ -128,21 +135,17 @@ FeedServer::Answer redirection(const std::string& location) {
 
 FeedServer::Answer endless(const QByteArray& start, const QByteArray& more) {
   return [start, more](QTcpSocket& socket) {
-    auto* const timer = new QTimer(&socket);  // owned by the socket
-    timer->callOnTimeout(&socket, [&socket, more] {
+    socket.write(start);
+    repeatWhileConnected(socket, [&socket, more] {
       if (unsentBytes(socket) < writeAhead) socket.write(more);
     });
-    timer->start(std::chrono::milliseconds(0));
-    socket.write(start);
   };
 }
 
 FeedServer::Answer drip(const QByteArray& start) {
   return [start](QTcpSocket& socket) {
     socket.write(start);
-    auto* const timer = new QTimer(&socket);  // owned by the socket
-    timer->callOnTimeout(&socket, [&socket] { socket.write(" "); });
-    timer->start(std::chrono::milliseconds(1));
+    repeatWhileConnected(socket, [&socket] { socket.write(" "); });
   };
 }
 
