@@ -189,7 +189,6 @@ TEST_F(FeedDownloadTest, AHeadWithoutEndIsNotReadToTheEnd) {
                 endless("HTTP/1.1 200 OK\r\n", QByteArray("X: a line\r\n").repeated(1000)));
   limits.time = 200ms;
   EXPECT_EQ(read(secure.url("/feed.xml")), tooSlow);
-  EXPECT_TRUE(spinUntil([&] { return secure.ended() == 1; }));
 }
 
 TEST_F(FeedDownloadTest, CompressedFeedsAreNotUnpacked) {
@@ -201,14 +200,12 @@ TEST_F(FeedDownloadTest, CompressedFeedsAreNotUnpacked) {
 TEST_F(FeedDownloadTest, AServerThatSaysNothingIsTooSlow) {
   limits.time = 50ms;
   EXPECT_EQ(readAnswer(silence()), tooSlow);
-  EXPECT_TRUE(spinUntil([this] { return server.ended() == 1; }));
 }
 
 TEST_F(FeedDownloadTest, ASlowDripIsTooSlow) {
   limits.time = 50ms;
   EXPECT_EQ(readAnswer(drip("HTTP/1.1 200 OK\r\n\r\n<rss>")), tooSlow);
   EXPECT_EQ(readAnswer(drip("HTTP/1.1 200 OK\r\nX: ")), tooSlow);
-  EXPECT_TRUE(spinUntil([this] { return server.ended() == 2; }));
 }
 
 TEST_F(FeedDownloadTest, RedirectionsShareTheTime) {

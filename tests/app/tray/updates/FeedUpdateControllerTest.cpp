@@ -105,14 +105,14 @@ class FeedUpdateControllerTest : public testing::Test {
 };
 
 constexpr const char* available = "notify Tarvinel 1.10 is available: This is version 1.2.0.";
-constexpr const char* page = "open https://t.example/dl";
+constexpr const char* pageOpened = "open https://t.example/dl";
 constexpr const char* upToDate =
     "notify Tarvinel is up to date: There is no newer version than 1.2.0.";
 
 TEST_F(FeedUpdateControllerTest, TellsThePresenterOfANewVersionAndShowsItsPage) {
   offer("1.10");
   checkAsPresenter();
-  EXPECT_THAT(desktop.done, ElementsAre(available, page));
+  EXPECT_THAT(desktop.done, ElementsAre(available, pageOpened));
   EXPECT_THAT(delegate.asked, ElementsAre(UpdateController::userInitiated));
   EXPECT_THAT(log.lines(), ElementsAre("app|debug|update feed: the newest version is 1.10"));
 }
@@ -144,7 +144,7 @@ TEST_F(FeedUpdateControllerTest, TellsThePresenterEveryTime) {
   offer("1.10");
   checkAsPresenter();
   checkAsPresenter();
-  EXPECT_THAT(desktop.done, ElementsAre(available, page, available, page));
+  EXPECT_THAT(desktop.done, ElementsAre(available, pageOpened, available, pageOpened));
 }
 
 TEST_F(FeedUpdateControllerTest, OpensOnlyPagesOnTheWeb) {
@@ -189,7 +189,7 @@ TEST_F(FeedUpdateControllerTest, OnScheduleItTellsNothingThatThePresenterKnows) 
   offer("1.10");
   checkAsPresenter();
   checkTomorrow();
-  EXPECT_THAT(desktop.done, ElementsAre(available, page));
+  EXPECT_THAT(desktop.done, ElementsAre(available, pageOpened));
 }
 
 TEST_F(FeedUpdateControllerTest, OnScheduleItTellsNothingElse) {
@@ -282,7 +282,7 @@ TEST_F(FeedUpdateControllerTest, MakesOneCheckAtATime) {
   awaitEnd();
   EXPECT_THAT(changes, ElementsAre(false, true));
   EXPECT_EQ(server.requests().size(), 1U);
-  EXPECT_THAT(desktop.done, ElementsAre(available, page));
+  EXPECT_THAT(desktop.done, ElementsAre(available, pageOpened));
 }
 
 TEST_F(FeedUpdateControllerTest, WithoutAFeedThereAreNoChecks) {
@@ -304,7 +304,7 @@ TEST_F(FeedUpdateControllerTest, AnOverrideIsReadInsteadOfTheFeed) {
   delegate.feedOverride = server.url("/other.xml");
   EXPECT_EQ(controller->feedURL(), server.url("/feed.xml"));
   checkAsPresenter();
-  EXPECT_THAT(desktop.done, ElementsAre(available, page));
+  EXPECT_THAT(desktop.done, ElementsAre(available, pageOpened));
 }
 
 TEST_F(FeedUpdateControllerTest, AnOverrideWillDoWithoutAFeed) {
@@ -315,7 +315,7 @@ TEST_F(FeedUpdateControllerTest, AnOverrideWillDoWithoutAFeed) {
   EXPECT_EQ(controller->feedURL(), std::nullopt);
   EXPECT_TRUE(controller->canCheckForUpdates());
   checkAsPresenter();
-  EXPECT_THAT(desktop.done, ElementsAre(available, page));
+  EXPECT_THAT(desktop.done, ElementsAre(available, pageOpened));
 }
 
 TEST_F(FeedUpdateControllerTest, AFeedThatMayNotBeReadIsToldOf) {
