@@ -25,10 +25,14 @@ std::string textOf(FeedError::Case kind, std::string_view detail) {
       return "The update feed is too large.";
     case FeedError::Case::empty:
       return "The update feed is empty.";
+    case FeedError::Case::notUTF8:
+      return "The update feed is not a text in UTF-8.";
     case FeedError::Case::notXML:
       return "The update feed is not well-formed, line " + given + ".";
     case FeedError::Case::documentType:
       return "The update feed declares a document type, which is not accepted.";
+    case FeedError::Case::tooManyAttributes:
+      return "The update feed has a tag with too many attributes.";
     case FeedError::Case::notRSS:
       return "The update feed is not an RSS feed.";
     case FeedError::Case::noVersion:

@@ -18,8 +18,10 @@ class FeedError : public std::runtime_error {
     tooSlow,
     tooLarge,
     empty,
+    notUTF8,
     notXML,  ///< detail: the line
     documentType,
+    tooManyAttributes,
     notRSS,
     noVersion,
   };

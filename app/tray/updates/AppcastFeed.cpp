@@ -2,6 +2,8 @@
 
 #include "app/tray/updates/FeedAddress.h"
 #include "app/updates/FeedError.h"
+#include "app/updates/MarkupBounds.h"
+#include "core/support/UTF8.h"
 
 #include <QXmlStreamReader>
 
@@ -12,6 +14,15 @@
 namespace tarvinel {
 
 namespace {
+
+// The parser's time grows with the square of the attributes of a tag, also of those that a document
+// type declares; a feed that could stop the desktop's loop for seconds is refused.
+constexpr std::size_t maxAttributes = 256;
+
+/// A name without its namespace's prefix.
+QStringView localName(QStringView name) {
+  return name.mid(name.lastIndexOf(QLatin1Char(':')) + 1);
+}
 
 /// What an item says; of several sayings the first counts that can be used.
 class ItemDraft {
@@ -50,10 +61,12 @@ class ItemDraft {
 class AppcastReader {
  public:
   explicit AppcastReader(std::string_view bytes)
-      : xml_(QByteArray::fromRawData(bytes.data(), static_cast<qsizetype>(bytes.size()))) {}
+      : xml_(QString::fromUtf8(bytes.data(), static_cast<qsizetype>(bytes.size()))) {
+    xml_.setNamespaceProcessing(false);
+  }
 
   std::vector<AppcastItem> read() {
-    readProlog();
+    readRoot();
     readRSS();
     readEpilog();
     if (items_.empty()) throw FeedError(FeedError::Case::noVersion);
@@ -61,19 +74,15 @@ class AppcastReader {
   }
 
  private:
-  void readProlog() {
-    while (!xml_.atEnd() && !xml_.isStartElement()) {
-      if (xml_.readNext() == QXmlStreamReader::DTD) {
-        throw FeedError(FeedError::Case::documentType);
-      }
-    }
+  void readRoot() {
+    xml_.readNextStartElement();
     refuseBadXML();
-    if (xml_.name() != QLatin1String("rss")) throw FeedError(FeedError::Case::notRSS);
+    if (xml_.qualifiedName() != QLatin1String("rss")) throw FeedError(FeedError::Case::notRSS);
   }
 
   void readRSS() {
     while (xml_.readNextStartElement()) {
-      if (xml_.name() == QLatin1String("channel")) {
+      if (xml_.qualifiedName() == QLatin1String("channel")) {
         readChannel();
       } else {
         xml_.skipCurrentElement();
@@ -83,7 +92,7 @@ class AppcastReader {
 
   void readChannel() {
     while (xml_.readNextStartElement()) {
-      if (xml_.name() == QLatin1String("item")) {
+      if (xml_.qualifiedName() == QLatin1String("item")) {
         readItem();
       } else {
         xml_.skipCurrentElement();
@@ -99,15 +108,15 @@ class AppcastReader {
   }
 
   void readFact(ItemDraft& draft) {
-    if (xml_.name() == QLatin1String("enclosure")) {
+    if (xml_.qualifiedName() == QLatin1String("enclosure")) {
       const auto attributes = xml_.attributes();
       for (const auto& attribute : attributes) {
-        draft.say(attribute.name(), attribute.value().toString());
+        draft.say(localName(attribute.qualifiedName()), attribute.value().toString());
       }
       xml_.skipCurrentElement();
       return;
     }
-    const QString name = xml_.name().toString();
+    const QString name = localName(xml_.qualifiedName()).toString();
     draft.say(name, xml_.readElementText(QXmlStreamReader::SkipChildElements));
   }
 
@@ -130,6 +139,11 @@ class AppcastReader {
 
 std::vector<AppcastItem> AppcastFeed::parse(std::string_view bytes) {
   if (bytes.empty()) throw FeedError(FeedError::Case::empty);
+  if (!isValidUTF8(bytes)) throw FeedError(FeedError::Case::notUTF8);
+  if (MarkupBounds::declaresDocumentType(bytes)) throw FeedError(FeedError::Case::documentType);
+  if (MarkupBounds::mostAttributes(bytes) > maxAttributes) {
+    throw FeedError(FeedError::Case::tooManyAttributes);
+  }
   return AppcastReader(bytes).read();
 }
 

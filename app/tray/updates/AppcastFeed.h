@@ -15,9 +15,9 @@ class AppcastFeed {
   /// The versions in a feed's bytes, in their order, at least one; items without a version are left
   /// out, as are pages that are not on the web. Throws FeedError.
   ///
-  /// An item has its versions as elements or as attributes of its enclosure, in whatever namespace:
-  /// "shortVersionString", which counts, else "version". Its page is its "link", else its
-  /// "releaseNotesLink".
+  /// The bytes are UTF-8. An item has its versions as elements or as attributes of its enclosure,
+  /// in whatever namespace: "shortVersionString", which counts, else "version". Its page is its
+  /// "link", else its "releaseNotesLink".
   static std::vector<AppcastItem> parse(std::string_view bytes);
 };
 
