@@ -1,8 +1,10 @@
 #include "app/AppModel.h"
 
 #include "app/capture/CaptureError.h"
+#include "core/frames/JPEGSize.h"
 #include "core/frames/StreamPolicy.h"
 #include "core/net/LocalAddresses.h"
+#include "core/pages/ViewerPage.h"
 #include "core/support/ApplicationIdentifier.h"
 
 #include <fmt/format.h>
@@ -19,6 +21,7 @@ constexpr std::int64_t ticksBetweenSourceLists = 10;
 constexpr std::int64_t ticksBetweenAddresses = 5;
 constexpr std::int64_t ticksBeforeServerWithoutUploads = 3;
 constexpr std::int64_t initialMotionFPS = 8;
+const std::string feedOverrideKey = "TarvinelFeedURL";
 
 std::string countOfViewers(std::int64_t count) {
   return fmt::format("{} {}", count, count == 1 ? "viewer" : "viewers");
@@ -26,6 +29,10 @@ std::string countOfViewers(std::int64_t count) {
 
 std::string_view linkName(bool isWired) {
   return isWired ? "Ethernet" : "Wi-Fi";
+}
+
+std::string waitingText(const std::optional<BrandConfig>& brand) {
+  return brand && brand->waiting ? *brand->waiting : std::string(ViewerPage::defaultWaiting);
 }
 
 std::string currentHost() {
@@ -51,7 +58,8 @@ AppModel::AppModel(TarvinelConfig config, Platform platform, const UploadLaunch&
                .status = [sharingFlag = sharingFlag_] { return sharingFlag->snapshot(); },
                .brand = config_.brand,
                .hostname = config_.hostname}),
-      userDefaults_(platform_.userDefaultsFile, logger_) {
+      userDefaults_(platform_.userDefaultsFile, logger_),
+      quietCard_(waitingText(config_.brand)) {
   setMotionRate(initialMotionFPS);
   readUploadDefaults(uploads);
 }
@@ -66,6 +74,18 @@ void AppModel::begin() {
   ticker_ = platform_.mainQueue.repeat(tickInterval, [weak = weak_from_this()] {
     if (const auto self = weak.lock()) self->tick();
   });
+  startUpdater();
+}
+
+void AppModel::startUpdater() {
+  updater_ = std::make_unique<UpdaterModel>(
+      platform_.updateController,
+      UpdaterModel::Environment{logger_, userDefaults_.text(feedOverrideKey),
+                                [this] { return isSharing_; }, [this] { changed(); }});
+}
+
+void AppModel::checkForUpdates() {
+  updater_->checkForUpdates();
 }
 
 void AppModel::startServer() {
@@ -105,15 +125,21 @@ void AppModel::sourcesListed(Result<std::vector<CaptureSource>> sources) {
   update(permissionHint_, {});
   update(sources_, std::move(sources).value());
   if (selectedID_ && selectedSource() == nullptr) {
-    if (isSharing_) stopSharing();
-    select(std::nullopt);
+    if (isSharing_) sharedSourceGone();
+    update(selectedID_, {});
   }
 }
 
-void AppModel::select(const std::optional<std::string>& sourceID) {
+void AppModel::sharedSourceGone() {
+  stopBecause(CaptureError(CaptureError::Case::unknownSource).what());
+}
+
+void AppModel::select(const std::string& sourceID) {
   const bool listed = std::ranges::any_of(
       sources_, [&](const CaptureSource& source) { return source.id == sourceID; });
-  update(selectedID_, listed ? sourceID : std::nullopt);
+  if (!listed || selectedID_ == sourceID) return;
+  update(selectedID_, std::optional(sourceID));
+  if (isSharing_) startSharing();
 }
 
 const CaptureSource* AppModel::selectedSource() const {
@@ -140,10 +166,10 @@ void AppModel::sharingStarted(std::uint64_t share, const CaptureSource& source,
   if (outcome.ok()) {
     setMotionRate(initialMotionFPS);  // what the engine begins with
     sharingFlag_->startSharing(source.title);
-    update(isSharing_, true);
+    setSharing(true);
   } else {
     update(captureError_, std::optional(describe(outcome.error())));
-    endShare();
+    stopSharing();
   }
 }
 
@@ -151,21 +177,45 @@ void AppModel::stopSharing(std::function<void()> done) {
   endShare();
   captureEngine_.stop(
       onMain<Result<void>>([done = std::move(done)](AppModel& self, const Result<void>&) {
-        // who joins now is not shown what is no longer shared
-        if (!self.isSharing_) self.broadcaster_.clearLatest();
+        if (!self.isSharing_) self.hidePicture();
         done();
       }));
 }
 
 void AppModel::captureDidStop(const Result<void>& why) {
-  update(captureError_, std::optional("Sharing stopped: " + describe(why.error())));
+  stopBecause(describe(why.error()));
+}
+
+// The presenter may be looking at something else.
+void AppModel::stopBecause(const std::string& reason) {
+  update(captureError_, std::optional("Sharing stopped: " + reason));
+  platform_.desktop.notify("Tarvinel", *captureError_);
   stopSharing();
 }
 
 void AppModel::endShare() {
   ++currentShare_;
   sharingFlag_->stopSharing();
-  update(isSharing_, false);
+  setSharing(false);
+}
+
+void AppModel::setSharing(bool sharing) {
+  if (isSharing_ != sharing) platform_.desktop.keepAwake(sharing);
+  update(isSharing_, sharing);
+}
+
+// What is no longer shared is seen no longer, neither by those who watch nor by who joins now.
+void AppModel::hidePicture() {
+  const Frame last = broadcaster_.latest();
+  const auto size = last ? sizeOfJPEG(*last) : std::nullopt;
+  if (!size) return;
+  const auto shown = resultOf([&] { broadcaster_.publish(quietCard_.ofSize(*size)); });
+  if (!shown.ok()) logger_->error("no card for viewers: {}", describe(shown.error()));
+  broadcaster_.clearLatest();
+}
+
+void AppModel::openHelp() {
+  if (serverURL_) platform_.desktop.openInBrowser(*serverURL_ + "help");
 }
 
 void AppModel::tick() {

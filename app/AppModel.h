@@ -1,10 +1,13 @@
 #pragma once
 
+#include "app/Desktop.h"
 #include "app/MainQueue.h"
+#include "app/QuietCard.h"
 #include "app/SharingFlag.h"
 #include "app/UserDefaults.h"
 #include "app/capture/CaptureEngine.h"
 #include "app/capture/CaptureSource.h"
+#include "app/updates/UpdaterModel.h"
 #include "core/config/TarvinelConfig.h"
 #include "core/frames/FrameBroadcaster.h"
 #include "core/frames/TrafficMeter.h"
@@ -32,12 +35,14 @@ namespace tarvinel {
 /// has changed. Callbacks from other queues hop here and hold the model weakly.
 class AppModel : public std::enable_shared_from_this<AppModel> {
  public:
-  /// What the model stands on; the main queue outlives it.
+  /// What the model stands on; the main queue and the desktop outlive it.
   struct Platform {
     MainQueue& mainQueue;
+    Desktop& desktop;
     Log log;
     CaptureEngine::ServiceFactory captureService;
     std::filesystem::path userDefaultsFile;
+    UpdateController::Factory updateController = {};  ///< none: nothing looks for updates
   };
 
   /// What becomes of uploads at launch.
@@ -67,6 +72,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   const std::optional<std::string>& serverError() const { return serverError_; }
   const std::optional<std::string>& captureError() const { return captureError_; }
   const std::optional<std::string>& permissionHint() const { return permissionHint_; }
+  bool canCheckForUpdates() const { return updater_ && updater_->canCheckForUpdates(); }
   bool isWired() const { return isWired_; }
   std::int64_t motionFPS() const { return motionFPS_; }  ///< frames per second in force
   double measuredMbps() const { return measuredMbps_; }  ///< of the last second, one decimal
@@ -98,13 +104,15 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   /// Reads the list of things to share again, then calls `done`, whatever came of it.
   void refreshSources(std::function<void()> done = [] {});
 
-  /// Chooses what `startSharing` shares; an identifier that is not listed chooses nothing.
-  void select(const std::optional<std::string>& sourceID);
+  /// Chooses what `startSharing` shares; an identifier that is not listed is ignored. A share that
+  /// is on goes over to the source.
+  void select(const std::string& sourceID);
 
   /// Shares the selected source; does nothing without one.
   void startSharing();
 
-  /// Ends the share, then calls `done` once no frame of it is on its way or retained.
+  /// Ends the share, then calls `done` once no frame of it is on its way or retained and viewers
+  /// see a card in its place.
   void stopSharing(std::function<void()> done = [] {});
 
   /// Opens uploads once the folder can be used, or closes them at once. They are closed at every
@@ -117,6 +125,17 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   /// Takes uploads into another folder; remembered. Uploads under way end where they began.
   void chooseUploadFolder(const std::filesystem::path& folder);
 
+  /// The same, with the folder that the presenter points out.
+  void chooseUploadFolder();
+
+  void revealUploadFolder();
+
+  /// Opens the help page once the server listens.
+  void openHelp();
+
+  /// Looks for a new version, if that can be done.
+  void checkForUpdates();
+
  private:
   AppModel(TarvinelConfig config, Platform platform, const UploadLaunch& uploads);
 
@@ -127,7 +146,12 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   void sharingStarted(std::uint64_t share, const CaptureSource& source,
                       const Result<void>& outcome);
   void captureDidStop(const Result<void>& why);
+  void sharedSourceGone();
+  void stopBecause(const std::string& reason);
   void endShare();
+  void setSharing(bool sharing);
+  void hidePicture();
+  void startUpdater();
 
   void readUploadDefaults(const UploadLaunch& launch);
   void reloadUploadStore();
@@ -147,6 +171,10 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   void update(T& field, T value) {
     if (field == value) return;
     field = std::move(value);
+    changed();
+  }
+
+  void changed() {
     if (onChange_) onChange_();
   }
 
@@ -171,6 +199,8 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   StreamServer server_;
   SerialQueue uploadFolderQueue_{".upload-folder"};  ///< opens upload folders
   UserDefaults userDefaults_;
+  QuietCard quietCard_;
+  std::unique_ptr<UpdaterModel> updater_;
   std::unique_ptr<MainQueue::Timer> ticker_;
   std::function<void()> onChange_;
 

@@ -49,6 +49,18 @@ void AppModel::chooseUploadFolder(const std::filesystem::path& folder) {
   logger_->info("upload folder set to {}", folder.string());
 }
 
+void AppModel::chooseUploadFolder() {
+  platform_.desktop.chooseFolder(
+      uploadFolder_,
+      onMain<std::filesystem::path>([](AppModel& self, const std::filesystem::path& folder) {
+        self.chooseUploadFolder(folder);
+      }));
+}
+
+void AppModel::revealUploadFolder() {
+  platform_.desktop.revealFolder(uploadFolder_);
+}
+
 // Opening a folder asks the disk, which may take its time.
 void AppModel::reloadUploadStore() {
   const std::uint64_t reload = ++currentReload_;

@@ -139,8 +139,8 @@ void Console::share(const std::string& sourceID) {
     const auto self = weak.lock();
     if (!self) return;
     self->model_.select(sourceID);
-    if (self->model_.selectedID()) {
-      self->model_.startSharing();
+    if (self->model_.selectedID() == sourceID) {
+      if (!self->model_.isSharing()) self->model_.startSharing();
     } else {
       self->print(fmt::format(R"(No source "{}"; "sources" lists them)", sourceID));
     }

@@ -5,6 +5,7 @@
 #include "app/Console.h"
 #include "app/LineReader.h"
 #include "app/PicturesFolder.h"
+#include "app/TerminalDesktop.h"
 #include "app/TerminalLoop.h"
 #include "app/capture/CaptureEngine.h"
 #include "core/support/ApplicationIdentifier.h"
@@ -54,9 +55,10 @@ int runHeadless(const CommandLineOptions& options) {
   const Configuration configuration = Configuration::load(options, log);
   if (configuration.problem) std::cout << *configuration.problem << std::endl;
   TerminalLoop loop;
-  const auto model = AppModel::create(configuration.config,
-                                      {loop, log, capture.makeService, UserDefaults::defaultFile()},
-                                      uploadsFor(options));
+  TerminalDesktop desktop;
+  const auto model = AppModel::create(
+      configuration.config, {loop, desktop, log, capture.makeService, UserDefaults::defaultFile()},
+      uploadsFor(options));
   const auto console =
       std::make_shared<Console>(*model, std::cout, [&loop](int status) { loop.quit(status); });
   model->setOnChange([&console] { console->refresh(); });

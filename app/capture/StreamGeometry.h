@@ -6,14 +6,6 @@
 
 namespace tarvinel {
 
-/// A picture's size in whole pixels.
-struct PixelSize {
-  std::int64_t width = 0;
-  std::int64_t height = 0;
-
-  bool operator==(const PixelSize&) const = default;
-};
-
 /// The size at which a source of `points` is captured with `scale` pixels per point: truncated, at
 /// least 2 each way. A size that is not a number stops the program.
 PixelSize configuredSize(const Size& points, double scale);

@@ -17,8 +17,6 @@ UpdaterModel::UpdaterModel(const UpdateController::Factory& makeController, Envi
   logFeed();
 }
 
-UpdaterModel::~UpdaterModel() = default;
-
 void UpdaterModel::checkForUpdates() {
   if (canCheckForUpdates_) controller_->checkForUpdates();
 }

@@ -25,7 +25,6 @@ class UpdaterModel : private UpdateController::Delegate {
 
   /// Without a factory there are no updates to check for, as in a terminal.
   UpdaterModel(const UpdateController::Factory& makeController, Environment environment);
-  ~UpdaterModel() override;
 
   bool canCheckForUpdates() const { return canCheckForUpdates_; }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 namespace tarvinel {
 
 /// Width and height; points or pixels, as the owner says.
@@ -8,6 +10,14 @@ struct Size {
   double height = 0;
 
   bool operator==(const Size&) const = default;
+};
+
+/// A picture's size in whole pixels.
+struct PixelSize {
+  std::int64_t width = 0;
+  std::int64_t height = 0;
+
+  bool operator==(const PixelSize&) const = default;
 };
 
 /// A point in the plane, y growing downward.

@@ -1,11 +1,8 @@
-#include "app/AppModel.h"
 #include "core/frames/MemoryPixelBuffer.h"
 #include "core/frames/StreamPolicy.h"
-#include "tests/app/capture/FakeCaptureService.h"
-#include "tests/support/CapturedLog.h"
+#include "tests/app/ModelFixture.h"
+#include "tests/support/DecodedJPEG.h"
 #include "tests/support/Eventually.h"
-#include "tests/support/ManualMainQueue.h"
-#include "tests/support/TemporaryFolder.h"
 #include "tests/support/TestClient.h"
 
 #include <gmock/gmock.h>
@@ -23,9 +20,9 @@ namespace tarvinel {
 namespace {
 
 using test::CapturedLog;
+using test::DecodedJPEG;
 using test::eventually;
 using test::ManualMainQueue;
-using test::TemporaryFolder;
 using test::TestClient;
 using testing::Contains;
 using testing::ElementsAre;
@@ -42,48 +39,11 @@ std::shared_ptr<MemoryPixelBuffer> noise() {
   return picture;
 }
 
-/// A model over a fake screen with one display, a real server on a free port and a main queue that
-/// the test turns.
-class AppModelTest : public testing::Test {
+class AppModelTest : public ModelFixture {
  protected:
-  AppModelTest() {
-    config.port = 0;
-    screen.content.displays = {{7, {0, 0, 1280, 720}, true}};
-  }
-
-  void launch() {
-    model = AppModel::create(config,
-                             {mainQueue, log.log(),
-                              [this](SerialQueue& queue) {
-                                screen.queue = &queue;
-                                return std::make_unique<FakeCaptureService>(screen);
-                              },
-                              folder / "preferences.json"},
-                             uploads);
+  void launch() override {
+    ModelFixture::launch();
     model->setOnChange([this] { ++changes; });
-  }
-
-  /// Launches, and waits for the server and the list of sources.
-  void launchAndWait() {
-    launch();
-    ASSERT_TRUE(
-        mainQueue.runUntil([&] { return model->serverURL() && !model->sources().empty(); }));
-  }
-
-  void startSharing() {
-    model->select("display-7");
-    model->startSharing();
-    ASSERT_TRUE(mainQueue.runUntil([&] { return model->isSharing(); }));
-  }
-
-  /// Runs a step of the platform where the platform runs.
-  void onScreen(const std::function<void()>& step) { screen.queue->sync(step); }
-
-  /// Runs until the main queue has seen a listing to its end.
-  void refresh() {
-    bool done = false;
-    model->refreshSources([&done] { done = true; });
-    ASSERT_TRUE(mainQueue.runUntil([&done] { return done; }));
   }
 
   std::string status() const {
@@ -132,13 +92,6 @@ class AppModelTest : public testing::Test {
         lines, [](const std::string& line) { return line.starts_with("capture|info|sources:"); });
   }
 
-  TemporaryFolder folder;
-  AppModel::UploadLaunch uploads{folder / "uploads", {}, false};
-  CapturedLog log;
-  ManualMainQueue mainQueue;
-  FakeScreen screen;
-  TarvinelConfig config;
-  std::shared_ptr<AppModel> model;
   int changes = 0;
 };
 
@@ -163,12 +116,9 @@ TEST_F(AppModelTest, APortInUseBecomesTheServerErrorAndALogLine) {
   TarvinelConfig samePort = config;
   samePort.port = model->boundPort();
   ManualMainQueue secondQueue;
-  const auto second = AppModel::create(
-      samePort,
-      {secondQueue, secondLog.log(),
-       [this](SerialQueue&) { return std::make_unique<FakeCaptureService>(screen); },
-       folder / "preferences.json"},
-      uploads);
+  AppModel::Platform platformOfSecond = platform(secondQueue);
+  platformOfSecond.log = secondLog.log();
+  const auto second = AppModel::create(samePort, platformOfSecond, uploads);
   ASSERT_TRUE(secondQueue.runUntil([&] { return second->serverError().has_value(); }));
   const std::string port = std::to_string(samePort.port);
   EXPECT_EQ(second->serverError(), "Can't listen on port " + port + ": Address already in use");
@@ -197,6 +147,8 @@ TEST_F(AppModelTest, OnlyAListedSourceCanBeSelected) {
   EXPECT_EQ(model->selectedID(), std::nullopt);
   model->select("display-7");
   EXPECT_EQ(model->selectedID(), "display-7");
+  model->select("display-8");
+  EXPECT_EQ(model->selectedID(), "display-7");
 }
 
 TEST_F(AppModelTest, ASelectedSourceThatIsNoLongerListedIsDeselected) {
@@ -208,13 +160,17 @@ TEST_F(AppModelTest, ASelectedSourceThatIsNoLongerListedIsDeselected) {
   EXPECT_EQ(model->sources().front().id, "display-8");
 }
 
-TEST_F(AppModelTest, ASharedSourceThatIsNoLongerListedEndsTheShare) {
+TEST_F(AppModelTest, ASharedSourceThatIsNoLongerListedEndsTheShareWithAMessage) {
   launchAndWait();
   startSharing();
   onScreen([&] { screen.content.displays.front().displayID = 8; });
   refresh();
   EXPECT_FALSE(model->isSharing());
   EXPECT_EQ(model->selectedID(), std::nullopt);
+  EXPECT_EQ(model->statusLine(), "Not sharing");
+  const std::string why = "Sharing stopped: That source is no longer available. Pick another.";
+  EXPECT_EQ(model->captureError(), why);
+  EXPECT_THAT(desktop.done, ElementsAre("awake", "notify Tarvinel: " + why, "may sleep"));
 }
 
 TEST_F(AppModelTest, WhenIdleTheListIsReadAgainEveryTenTicksWhileSharingNever) {
@@ -275,7 +231,9 @@ TEST_F(AppModelTest, ACaptureThatEndsByItselfSaysWhyAndEndsTheShare) {
   onScreen(
       [&] { screen.streams.back()->handlers.onStop(failure("the display was disconnected")); });
   ASSERT_TRUE(mainQueue.runUntil([&] { return model->captureError().has_value(); }));
-  EXPECT_EQ(model->captureError(), "Sharing stopped: the display was disconnected");
+  const std::string why = "Sharing stopped: the display was disconnected";
+  EXPECT_EQ(model->captureError(), why);
+  EXPECT_THAT(desktop.done, ElementsAre("awake", "notify Tarvinel: " + why, "may sleep"));
   EXPECT_FALSE(model->isSharing());
   EXPECT_EQ(model->statusLine(), "Not sharing");
   startSharing();
@@ -294,15 +252,97 @@ TEST_F(AppModelTest, AStopOvertakesAStartThatIsStillUnderWay) {
   EXPECT_THAT(status(), StartsWith(R"({"sharing":false,)"));
 }
 
-TEST_F(AppModelTest, WhoJoinsAfterTheEndOfAShareIsNotShownItsLastFrame) {
+TEST_F(AppModelTest, ChoosingAnotherSourceWhileSharingGoesOverToIt) {
+  screen.content.displays.push_back({8, {1280, 0, 640, 480}, false});
   launchAndWait();
   startSharing();
-  TestClient during = viewer();
-  deliver(std::make_shared<MemoryPixelBuffer>(8, 8));
-  EXPECT_THAT(during.readPart(), StartsWith("\xFF\xD8"));
-  bool stopped = false;
-  model->stopSharing([&stopped] { stopped = true; });
-  ASSERT_TRUE(mainQueue.runUntil([&stopped] { return stopped; }));
+  model->select("display-8");
+  refresh();
+  EXPECT_TRUE(model->isSharing());
+  EXPECT_EQ(model->statusLine(), "Sharing Display 2 640×480 · 0 viewers");
+  EXPECT_THAT(status(), HasSubstr(R"("source":"Display 2 640×480")"));
+  ASSERT_EQ(screen.streams.size(), 2U);
+  EXPECT_TRUE(screen.streams.front()->stopped);
+  model->select("display-8");
+  refresh();
+  EXPECT_EQ(screen.streams.size(), 2U);
+  EXPECT_THAT(desktop.done, ElementsAre("awake"));
+}
+
+TEST_F(AppModelTest, TheComputerIsKeptAwakeWhileSharing) {
+  launchAndWait();
+  model->stopSharing();
+  EXPECT_THAT(desktop.done, ElementsAre());
+  startSharing();
+  EXPECT_THAT(desktop.done, ElementsAre("awake"));
+  model->stopSharing();
+  EXPECT_THAT(desktop.done, ElementsAre("awake", "may sleep"));
+}
+
+// What viewers see when a share has ended
+
+class EndedShareTest : public AppModelTest {
+ protected:
+  static constexpr DecodedJPEG::Pixel white{255, 255, 255};
+  static constexpr DecodedJPEG::Pixel quiet{0x11, 0x11, 0x11};
+
+  /// Begins a share that one viewer has seen white pictures of.
+  void shareWhite() {
+    launchAndWait();
+    startSharing();
+    watching.emplace(viewer());
+    auto picture = std::make_shared<MemoryPixelBuffer>(320, 240);
+    std::fill_n(picture->pixels(), 320 * 240 * 4, std::uint8_t{255});
+    deliver(std::move(picture));
+    ASSERT_EQ(DecodedJPEG::decode(bytesOf(watching->readPart())).at(5, 5), white);
+  }
+
+  void stopAndWait() {
+    bool stopped = false;
+    model->stopSharing([&stopped] { stopped = true; });
+    ASSERT_TRUE(mainQueue.runUntil([&stopped] { return stopped; }));
+  }
+
+  /// Reads on until there is a picture with a corner of the page's background.
+  DecodedJPEG card() {
+    for (;;) {
+      auto picture = DecodedJPEG::decode(bytesOf(watching->readPart()));
+      if (picture.at(5, 5) == quiet) return picture;
+    }
+  }
+
+  std::optional<TestClient> watching;
+};
+
+TEST_F(EndedShareTest, ACardTakesThePlaceOfThePicture) {
+  shareWhite();
+  stopAndWait();
+  const DecodedJPEG shown = card();
+  EXPECT_EQ(shown.width * 240, shown.height * 320);
+}
+
+TEST_F(EndedShareTest, TheSameWhenTheCaptureEndedByItself) {
+  shareWhite();
+  onScreen([&] { screen.streams.back()->handlers.onStop(failure("the window was closed")); });
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->captureError().has_value(); }));
+  refresh();
+  card();
+}
+
+TEST_F(EndedShareTest, TheSameWhenGoingOverToAnotherSourceFailed) {
+  screen.content.displays.push_back({8, {1280, 0, 640, 480}, false});
+  shareWhite();
+  onScreen([&] { screen.startFailure = failure("the screen is locked"); });
+  model->select("display-8");
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->captureError().has_value(); }));
+  refresh();
+  EXPECT_FALSE(model->isSharing());
+  card();
+}
+
+TEST_F(EndedShareTest, WhoJoinsThenIsShownNothing) {
+  shareWhite();
+  stopAndWait();
   TestClient after = viewer();
   ASSERT_TRUE(awaitViewers(2));
   after.shutdownSend();
@@ -310,10 +350,22 @@ TEST_F(AppModelTest, WhoJoinsAfterTheEndOfAShareIsNotShownItsLastFrame) {
   EXPECT_EQ(after.read(15), "--tarvinelframe");
   startSharing();
   deliver(std::make_shared<MemoryPixelBuffer>(16, 16));
-  const std::string firstFrame = during.readPart();
+  card();
+  const std::string firstFrame = watching->readPart();
   EXPECT_EQ(after.readUntil("\r\n\r\n"), "\r\nContent-Type: image/jpeg\r\nContent-Length: " +
                                              std::to_string(firstFrame.size()) + "\r\n\r\n");
   EXPECT_EQ(after.read(firstFrame.size()), firstFrame);
+}
+
+TEST_F(EndedShareTest, WithoutAPictureThereIsNoCard) {
+  launchAndWait();
+  startSharing();
+  stopAndWait();
+  mainQueue.tick();
+  EXPECT_EQ(model->measuredMbps(), 0);
+  TestClient after = viewer();
+  after.shutdownSend();
+  EXPECT_EQ(after.read(15), "--tarvinelframe");
 }
 
 // Once a second

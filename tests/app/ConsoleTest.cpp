@@ -1,9 +1,6 @@
 #include "app/Console.h"
 #include "core/support/HomeFolder.h"
-#include "tests/app/capture/FakeCaptureService.h"
-#include "tests/support/CapturedLog.h"
-#include "tests/support/ManualMainQueue.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/app/ModelFixture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,27 +11,14 @@
 namespace tarvinel {
 namespace {
 
-using test::CapturedLog;
 using test::ManualMainQueue;
-using test::TemporaryFolder;
 using testing::EndsWith;
 using testing::HasSubstr;
 
-/// A console over a model with a fake screen and a real server.
-class ConsoleTest : public testing::Test {
+class ConsoleTest : public ModelFixture {
  protected:
-  void launch(std::uint16_t port = 0) {
-    screen.content.displays = {{7, {0, 0, 1280, 720}, true}};
-    TarvinelConfig config;
-    config.port = port;
-    model = AppModel::create(config,
-                             {mainQueue, log.log(),
-                              [this](SerialQueue& queue) {
-                                screen.queue = &queue;
-                                return std::make_unique<FakeCaptureService>(screen);
-                              },
-                              folder / "preferences.json"},
-                             uploads);
+  void launch() override {
+    ModelFixture::launch();
     console = std::make_shared<Console>(*model, out, [this](int status) {
       if (!quitWith) quitWith = status;
     });
@@ -42,10 +26,9 @@ class ConsoleTest : public testing::Test {
     console->refresh();
   }
 
-  void launchAndWait() {
-    launch();
-    ASSERT_TRUE(
-        mainQueue.runUntil([&] { return model->serverURL() && !model->sources().empty(); }));
+  /// Launches, waits, and forgets what was printed meanwhile.
+  void launchQuietly() {
+    launchAndWait();
     out.str("");
   }
 
@@ -62,14 +45,8 @@ class ConsoleTest : public testing::Test {
 
   bool hasPrinted(std::string_view text) { return out.str().find(text) != std::string::npos; }
 
-  TemporaryFolder folder;
-  AppModel::UploadLaunch uploads{folder / "uploads", {}, false};
-  CapturedLog log;
-  ManualMainQueue mainQueue;
-  FakeScreen screen;
   std::ostringstream out;
   std::optional<int> quitWith;
-  std::shared_ptr<AppModel> model;
   std::shared_ptr<Console> console;
 };
 
@@ -82,19 +59,13 @@ TEST_F(ConsoleTest, SaysThatTheServerStartsAndThenWhereToGo) {
 }
 
 TEST_F(ConsoleTest, AServerThatCannotListenEndsTheProgramWithStatus1) {
-  launchAndWait();
+  launchQuietly();
   const std::uint16_t taken = model->boundPort();
   ManualMainQueue secondQueue;
   std::ostringstream secondOut;
   std::optional<int> status;
-  TarvinelConfig config;
   config.port = taken;
-  const auto second = AppModel::create(
-      config,
-      {secondQueue, log.log(),
-       [this](SerialQueue&) { return std::make_unique<FakeCaptureService>(screen); },
-       folder / "preferences.json"},
-      uploads);
+  const auto second = AppModel::create(config, platform(secondQueue), uploads);
   const auto secondConsole = std::make_shared<Console>(*second, secondOut, [&](int given) {
     if (!status) status = given;
   });
@@ -106,14 +77,14 @@ TEST_F(ConsoleTest, AServerThatCannotListenEndsTheProgramWithStatus1) {
 }
 
 TEST_F(ConsoleTest, ListsSources) {
-  launchAndWait();
+  launchQuietly();
   console->obey("sources");
   EXPECT_EQ(printedUntil([&] { return !out.str().empty(); }),
             "display-7\tDisplay 1 (main) 1280×720\n");
 }
 
 TEST_F(ConsoleTest, SharesAndStops) {
-  launchAndWait();
+  launchQuietly();
   console->obey("  share   display-7 \r");
   EXPECT_EQ(printedUntil([&] { return model->isSharing(); }),
             "Sharing Display 1 (main) 1280×720 · 0 viewers\n");
@@ -121,14 +92,14 @@ TEST_F(ConsoleTest, SharesAndStops) {
 }
 
 TEST_F(ConsoleTest, ASourceThatIsNotListedIsNamed) {
-  launchAndWait();
+  launchQuietly();
   console->obey("share display-9");
   EXPECT_EQ(printedUntil([&] { return !out.str().empty(); }),
             "No source \"display-9\"; \"sources\" lists them\n");
 }
 
 TEST_F(ConsoleTest, SaysWhyACaptureEnded) {
-  launchAndWait();
+  launchQuietly();
   console->obey("share display-7");
   ASSERT_TRUE(mainQueue.runUntil([&] { return model->isSharing(); }));
   out.str("");
@@ -139,7 +110,7 @@ TEST_F(ConsoleTest, SaysWhyACaptureEnded) {
 }
 
 TEST_F(ConsoleTest, StatusShowsEveryLine) {
-  launchAndWait();
+  launchQuietly();
   EXPECT_EQ(printedBy("status"), "Open " + *model->serverURL() + " in any browser\nNot sharing\n");
   console->obey("share display-7");
   ASSERT_TRUE(mainQueue.runUntil([&] { return model->isSharing(); }));
@@ -151,7 +122,7 @@ TEST_F(ConsoleTest, StatusShowsEveryLine) {
 }
 
 TEST_F(ConsoleTest, OpensAndClosesUploads) {
-  launchAndWait();
+  launchQuietly();
   const std::string open = "Uploads are open at " + *model->serverURL() + "upload, folder " +
                            model->uploadFolder().string() + "\n";
   console->obey("uploads on");
@@ -165,7 +136,7 @@ TEST_F(ConsoleTest, OpensAndClosesUploads) {
 }
 
 TEST_F(ConsoleTest, ChoosesTheFolder) {
-  launchAndWait();
+  launchQuietly();
   const std::string chosen = (folder / "a b").string();
   EXPECT_EQ(printedBy("folder " + chosen), "Uploads are closed, folder " + chosen + "\n");
   EXPECT_EQ(printedBy("per-participant on"), "One folder per participant\n");
@@ -175,7 +146,7 @@ TEST_F(ConsoleTest, ChoosesTheFolder) {
 
 TEST_F(ConsoleTest, SaysWhyAFolderCannotBeUsed) {
   folder.write("file", "");
-  launchAndWait();
+  launchQuietly();
   console->obey("uploads on");
   console->obey("folder " + (folder / "file").string());
   EXPECT_THAT(printedUntil([&] { return model->uploadError().has_value(); }),
@@ -185,20 +156,20 @@ TEST_F(ConsoleTest, SaysWhyAFolderCannotBeUsed) {
 }
 
 TEST_F(ConsoleTest, AnUnchangedLineIsNotPrintedAgain) {
-  launchAndWait();
+  launchQuietly();
   console->refresh();
   mainQueue.tick();
   EXPECT_EQ(out.str(), "");
 }
 
 TEST_F(ConsoleTest, QuitEndsTheProgramWithStatus0) {
-  launchAndWait();
+  launchQuietly();
   console->obey("quit");
   EXPECT_EQ(quitWith, 0);
 }
 
 TEST_F(ConsoleTest, OtherLinesAreAnsweredAndEmptyOnesAreNot) {
-  launchAndWait();
+  launchQuietly();
   EXPECT_THAT(printedBy("help"), HasSubstr("share ID"));
   EXPECT_EQ(printedBy("dance"), "Unknown command \"dance\"; \"help\" lists the commands\n");
   EXPECT_EQ(printedBy("share"), "share needs an ID; \"sources\" lists them\n");

@@ -14,8 +14,12 @@ class Page(ShownPage):
     DISCONNECTED = "Stream disconnected - reconnecting"
 
     def wait_for_hint(self, text, within=LIMIT):
-        self.eventually(self._only_a_hint_is_seen, "nothing but the hint is seen", within)
+        self.wait_for_text_alone(within)
         self.eventually(lambda: self.browser.hint() == text, f"the page reads {text!r}", within)
+
+    def wait_for_text_alone(self, within=LIMIT):
+        """Waits until there is nothing but a text in the middle: the hint, or a card that says it."""
+        self.eventually(self._only_a_text_is_seen, "nothing but a text is seen", within)
 
     def wait_for_picture(self, server, within=LIMIT):
         """Waits until the visitor sees, sharply and in every corner, what the display shows."""
@@ -45,7 +49,7 @@ class Page(ShownPage):
     def shows_something_like(self, server):
         return pixels.same(self.pixels(), pixels.grab(server), pixels.SIMILAR)
 
-    def _only_a_hint_is_seen(self):
+    def _only_a_text_is_seen(self):
         """Light letters in the middle of a dark page, which is otherwise empty."""
         picture = self.pixels()
         quarter = picture.shape[0] // 4

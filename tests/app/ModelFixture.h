@@ -1,0 +1,76 @@
+#pragma once
+
+#include "app/AppModel.h"
+#include "tests/app/capture/FakeCaptureService.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/FakeDesktop.h"
+#include "tests/support/ManualMainQueue.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+
+namespace tarvinel {
+
+/// A model over a fake screen with one display and a fake desktop, a real server on a free port and
+/// a main queue that the test turns.
+class ModelFixture : public testing::Test {
+ protected:
+  ModelFixture() {
+    config.port = 0;
+    screen.content.displays = {{7, {0, 0, 1280, 720}, true}};
+  }
+
+  AppModel::Platform platform(MainQueue& queue) {
+    return {.mainQueue = queue,
+            .desktop = desktop,
+            .log = log.log(),
+            .captureService =
+                [this](SerialQueue& captureQueue) {
+                  screen.queue = &captureQueue;
+                  return std::make_unique<FakeCaptureService>(screen);
+                },
+            .userDefaultsFile = folder / "preferences.json",
+            .updateController = updateController};
+  }
+
+  virtual void launch() { model = AppModel::create(config, platform(mainQueue), uploads); }
+
+  /// Launches, and waits for the server and the list of sources.
+  void launchAndWait() {
+    launch();
+    ASSERT_TRUE(
+        mainQueue.runUntil([&] { return model->serverURL() && !model->sources().empty(); }));
+  }
+
+  void startSharing() {
+    model->select("display-7");
+    model->startSharing();
+    ASSERT_TRUE(mainQueue.runUntil([&] { return model->isSharing(); }));
+  }
+
+  /// Runs a step of the platform where the platform runs.
+  void onScreen(const std::function<void()>& step) { screen.queue->sync(step); }
+
+  /// Runs until the main queue has seen a listing to its end.
+  void refresh() {
+    bool done = false;
+    model->refreshSources([&done] { done = true; });
+    ASSERT_TRUE(mainQueue.runUntil([&done] { return done; }));
+  }
+
+  test::TemporaryFolder folder;
+  AppModel::UploadLaunch uploads{folder / "uploads", {}, false};
+  test::CapturedLog log;
+  test::ManualMainQueue mainQueue;
+  test::FakeDesktop desktop;
+  UpdateController::Factory updateController;
+  FakeScreen screen;
+  TarvinelConfig config;
+  std::shared_ptr<AppModel> model;
+};
+
+}  // namespace tarvinel
