@@ -4,7 +4,7 @@
 #include "app/Configuration.h"
 #include "app/Console.h"
 #include "app/LineReader.h"
-#include "app/PicturesFolder.h"
+#include "app/ProgramParts.h"
 #include "app/TerminalDesktop.h"
 #include "app/TerminalLoop.h"
 #include "app/capture/CaptureEngine.h"
@@ -12,41 +12,12 @@
 
 #include <unistd.h>
 
-#include <ctime>
-#include <filesystem>
 #include <future>
 #include <iostream>
 #include <memory>
 #include <string>
 
 namespace tarvinel {
-
-namespace {
-
-Log logFor(const CommandLineOptions& options) {
-  return Log::standardError(options.verbose ? spdlog::level::debug : spdlog::level::info);
-}
-
-AppModel::UploadLaunch uploadsFor(const CommandLineOptions& options) {
-  AppModel::UploadLaunch launch{defaultUploadFolder(std::time(nullptr)), {}, options.uploads};
-  if (options.uploadFolder) launch.folder = std::filesystem::absolute(*options.uploadFolder);
-  return launch;
-}
-
-struct ChosenCapture {
-  CaptureDecision decision;
-  CaptureEngine::ServiceFactory makeService;
-};
-
-ChosenCapture chooseCapture(const CommandLineOptions& options) {
-  const CaptureEnvironment environment = CaptureEnvironment::current();
-  const CaptureDecision decision = decideCaptureRoad(options.capture, environment, xServerAnswers);
-  return {decision, [road = decision.road, environment](SerialQueue& queue) {
-            return makeCaptureService(road, environment, queue);
-          }};
-}
-
-}  // namespace
 
 int runHeadless(const CommandLineOptions& options) {
   const ChosenCapture capture = chooseCapture(options);

@@ -1,15 +1,14 @@
 #pragma once
 
 #include <QDBusConnection>
-#include <QDBusMessage>
 #include <QObject>
 
 #include <memory>
 
 namespace tarvinel {
 
-/// Keeps the screen from going blank, by what the desktop has for that: its screen saver's service,
-/// the desktop portal, or the X server. Lives on the main queue; does not wait.
+/// Keeps the screen from going blank, by what the desktop has for that: the service of its screen
+/// saver, else its portal and the X server. Lives on the main queue; does not wait for services.
 class IdleInhibitor {
  public:
   explicit IdleInhibitor(const QDBusConnection& bus) : bus_(bus) {}
@@ -21,19 +20,15 @@ class IdleInhibitor {
   void keepAwake(bool awake);
 
  private:
-  class XServerHold;
+  struct Hold;
 
-  void askScreenSaver();
-  void askPortal();
-  void askXServer();
-  void held(const QDBusMessage& release);
-  void letGo();
+  void askScreenSaver(const std::shared_ptr<Hold>& hold);
+  void askPortal(const std::shared_ptr<Hold>& hold);
+  static void holdXServer(Hold& hold);
 
   const QDBusConnection bus_;
-  bool isAwake_ = false;
-  std::unique_ptr<QObject> wish_;  ///< lives while it is to be kept awake: context of the calls
-  QDBusMessage release_;           ///< what ends the hold; invalid when there is none
-  std::unique_ptr<XServerHold> xServerHold_;
+  std::shared_ptr<Hold> hold_;  ///< while it is to be kept awake
+  QObject context_;             ///< of the calls
 };
 
 }  // namespace tarvinel
