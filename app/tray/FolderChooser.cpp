@@ -55,10 +55,10 @@ std::optional<std::filesystem::path> folderIn(const QDBusMessage& response) {
 
 /// A dialog of the portal, which is closed when this goes. It stays, over or not, until the next.
 struct FolderChooser::PortalRequest {
-  PortalRequest(const QDBusConnection& bus, const QString& path,
+  PortalRequest(const QDBusConnection& where, const QString& expectedPath,
                 std::function<void(const QDBusMessage&)> answered)
-      : bus(bus),
-        path(path),
+      : bus(where),
+        path(expectedPath),
         response(bus, {portal, path, requestInterface, u"Response"_s}, std::move(answered)) {}
   ~PortalRequest() {
     auto close = QDBusMessage::createMethodCall(portal, path, requestInterface, u"Close"_s);

@@ -28,7 +28,7 @@ constexpr std::uint32_t inhibitIdle = 8;
 
 /// One time of being kept awake. Whatever is granted after it has ended is given back at once.
 struct IdleInhibitor::Hold {
-  explicit Hold(const QDBusConnection& bus) : bus(bus) {}
+  explicit Hold(QDBusConnection where) : bus(std::move(where)) {}
 
   void granted(const QDBusMessage& howToRelease) {
     release = howToRelease;

@@ -3,6 +3,7 @@
 #include "core/support/ApplicationIdentifier.h"
 
 #include <QDBusMessage>
+#include <QDBusPendingCall>
 #include <QStringList>
 #include <QVariantMap>
 

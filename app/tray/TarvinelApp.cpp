@@ -57,27 +57,30 @@ int TarvinelApp::run(const CommandLineOptions& options) {
     std::cerr << "tarvinel: there is no display here; --headless runs in a terminal\n";
     return 1;
   }
+  const ChosenCapture capture = chooseCapture(options);
   const Toolkit toolkit(*platform);
   const QDBusConnection bus = QDBusConnection::sessionBus();
   std::function<void()> launchedAgain;
   const SingleInstance instance(bus, [&launchedAgain] { launchedAgain(); });
   if (!instance.isFirst()) return showFirstInstance(instance);
-  TarvinelApp app(options, bus);
+  TarvinelApp app(options, capture, bus);
   launchedAgain = [&app] { app.openWindow(); };
   return toolkit.run();
 }
 
-TarvinelApp::TarvinelApp(const CommandLineOptions& options, const QDBusConnection& bus)
+TarvinelApp::TarvinelApp(const CommandLineOptions& options, const ChosenCapture& capture,
+                         const QDBusConnection& bus)
     : log_(logFor(options)),
       signals_([this] { queue_.post([] { QCoreApplication::exit(0); }); }),
       desktop_(bus, [] { QCoreApplication::exit(0); }),
       model_(AppModel::create(Configuration::load(options, log_).config,
-                              {queue_, desktop_, log_, chooseCapture(options).makeService,
+                              {queue_, desktop_, log_, capture.makeService,
                                UserDefaults::defaultFile()},
                               uploadsFor(options))),
       view_(*model_, desktop_),
       window_([this](const MenuCommand& command) { perform(command); }),
       trayHosts_(bus, [this] { traysChanged(); }) {
+  log_.category("app")->info(capture.decision.reason);
   trayPatience_.setSingleShot(true);
   trayPatience_.callOnTimeout([this] { openWindow(); });
   model_->setOnChange([this] { modelChanged(); });

@@ -2,6 +2,7 @@
 
 #include "app/AppModel.h"
 #include "app/CommandLine.h"
+#include "app/ProgramParts.h"
 #include "app/menu/MenuView.h"
 #include "app/tray/DesktopShell.h"
 #include "app/tray/MenuWindow.h"
@@ -33,10 +34,8 @@ class TarvinelApp {
   static int run(const CommandLineOptions& options);
 
  private:
-  TarvinelApp(const CommandLineOptions& options, const QDBusConnection& bus);
-
-  /// Runs the loop until the program is told to end.
-  int runLoop();
+  TarvinelApp(const CommandLineOptions& options, const ChosenCapture& capture,
+              const QDBusConnection& bus);
 
   void share(const std::string& sourceID);
   void perform(const MenuCommand& command);
