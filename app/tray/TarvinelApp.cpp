@@ -22,7 +22,7 @@ class Toolkit {
  public:
   explicit Toolkit(std::string platform) : platform_(std::move(platform)) {
     QApplication::setQuitOnLastWindowClosed(false);
-    QApplication::setApplicationName(QStringLiteral("tarvinel"));
+    QApplication::setApplicationName(QStringLiteral("Tarvinel"));
     QApplication::setApplicationDisplayName(QStringLiteral("Tarvinel"));
     QApplication::setDesktopFileName(
         QString::fromUtf8(applicationIdentifier.data(), applicationIdentifier.size()));
