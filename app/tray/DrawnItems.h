@@ -37,9 +37,15 @@ class DrawnItems {
   void apply(const MenuEdit& edit) {
     const auto at = std::next(parts_.begin(), static_cast<std::ptrdiff_t>(edit.index));
     switch (edit.kind) {
-      case MenuEdit::Kind::insert: parts_.insert(at, insert_(edit.index, edit.item)); break;
-      case MenuEdit::Kind::remove: parts_.erase(at); break;
-      case MenuEdit::Kind::change: (*at)->show(edit.item); break;
+      case MenuEdit::Kind::insert:
+        parts_.insert(at, insert_(edit.index, edit.item));
+        break;
+      case MenuEdit::Kind::remove:
+        parts_.erase(at);
+        break;
+      case MenuEdit::Kind::change:
+        (*at)->show(edit.item);
+        break;
     }
   }
 

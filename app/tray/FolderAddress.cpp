@@ -11,8 +11,8 @@ const QByteArray scheme = "file://";
 }  // namespace
 
 QString folderAddress(const std::filesystem::path& folder) {
-  return QString::fromLatin1(
-      scheme + QByteArray::fromStdString(folder.string()).toPercentEncoding("/"));
+  return QString::fromLatin1(scheme +
+                             QByteArray::fromStdString(folder.string()).toPercentEncoding("/"));
 }
 
 std::optional<std::filesystem::path> folderOfAddress(const QString& address) {

@@ -114,10 +114,9 @@ void FolderChooser::openDialog(const std::filesystem::path& current) {
   dialog_->setFileMode(QFileDialog::Directory);
   dialog_->setOption(QFileDialog::ShowDirsOnly);
   dialog_->setLabelText(QFileDialog::Accept, acceptLabel);
-  QObject::connect(dialog_.get(), &QFileDialog::fileSelected, dialog_.get(),
-                   [this](const QString& folder) {
-                     chosen_(QFile::encodeName(folder).toStdString());
-                   });
+  QObject::connect(
+      dialog_.get(), &QFileDialog::fileSelected, dialog_.get(),
+      [this](const QString& folder) { chosen_(QFile::encodeName(folder).toStdString()); });
   dialog_->show();
 }
 

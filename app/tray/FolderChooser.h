@@ -13,8 +13,8 @@
 
 namespace tarvinel {
 
-/// Lets the presenter choose a folder, in the desktop's own dialog where its portal has one, else in
-/// the toolkit's. Lives on the main queue; waits for nobody.
+/// Lets the presenter choose a folder, in the desktop's own dialog where its portal has one, else
+/// in the toolkit's. Lives on the main queue; waits for nobody.
 class FolderChooser {
  public:
   using Chosen = std::function<void(std::filesystem::path)>;

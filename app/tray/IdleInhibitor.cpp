@@ -86,8 +86,8 @@ void IdleInhibitor::askPortal(const std::shared_ptr<Hold>& hold) {
   callOverDBus(bus_, call, context_, [hold](const QDBusMessage& answer) {
     if (isRefusal(answer)) return;
     const auto request = answer.arguments().value(0).value<QDBusObjectPath>();
-    hold->granted(QDBusMessage::createMethodCall(
-        portal, request.path(), u"org.freedesktop.portal.Request"_s, u"Close"_s));
+    hold->granted(QDBusMessage::createMethodCall(portal, request.path(),
+                                                 u"org.freedesktop.portal.Request"_s, u"Close"_s));
   });
 }
 

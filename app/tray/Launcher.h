@@ -19,8 +19,8 @@ struct LaunchCommand {
 /// is. Does not wait for it.
 bool launchFirstOf(const QList<LaunchCommand>& commands);
 
-/// Opens an address, of a page or of a folder, with whatever the desktop opens such with; false when
-/// there is nothing that could.
+/// Opens an address, of a page or of a folder, with whatever the desktop opens such with; false
+/// when there is nothing that could.
 bool openByDefault(const QString& url);
 
 }  // namespace tarvinel

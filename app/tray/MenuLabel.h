@@ -15,8 +15,8 @@ enum class MenuDrawer : std::uint8_t {
             ///< translated to that
 };
 
-/// An item's label as it is handed to the toolkit so that people read just that: one line, shortened
-/// in the middle when it is very long. Pure.
+/// An item's label as it is handed to the toolkit so that people read just that: one line,
+/// shortened in the middle when it is very long. Pure.
 QString menuLabel(const MenuItem& item, MenuDrawer drawer);
 
 /// A label on one line, not longer than a menu can bear. Pure.

@@ -127,13 +127,20 @@ class DividerRow : public MenuRow {
 
 std::unique_ptr<MenuRow> emptyRow(Kind kind, const MenuRow::Perform& perform) {
   switch (kind) {
-    case Kind::text: return std::make_unique<TextRow>(false);
-    case Kind::title: return std::make_unique<TextRow>(true);
-    case Kind::button: return std::make_unique<ButtonRow<QPushButton>>(perform);
-    case Kind::toggle: return std::make_unique<ButtonRow<QCheckBox>>(perform);
-    case Kind::choice: return std::make_unique<ChoiceRow>(perform);
-    case Kind::submenu: return std::make_unique<SubmenuRow>(perform);
-    case Kind::divider: break;
+    case Kind::text:
+      return std::make_unique<TextRow>(false);
+    case Kind::title:
+      return std::make_unique<TextRow>(true);
+    case Kind::button:
+      return std::make_unique<ButtonRow<QPushButton>>(perform);
+    case Kind::toggle:
+      return std::make_unique<ButtonRow<QCheckBox>>(perform);
+    case Kind::choice:
+      return std::make_unique<ChoiceRow>(perform);
+    case Kind::submenu:
+      return std::make_unique<SubmenuRow>(perform);
+    case Kind::divider:
+      break;
   }
   return std::make_unique<DividerRow>();
 }

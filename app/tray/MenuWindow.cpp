@@ -37,9 +37,12 @@ std::unique_ptr<MenuRow> MenuWindow::insert(std::size_t index, const MenuItem& i
 
 /// The toolkit would have the Tab key go through the rows by age.
 void MenuWindow::orderFocus() {
-  const auto& rows = items_.parts();
-  for (std::size_t i = 1; i < rows.size(); ++i) {
-    QWidget::setTabOrder(&rows[i - 1]->widget(), &rows[i]->widget());
+  QWidget* before = nullptr;
+  for (const auto& row : items_.parts()) {
+    QWidget& widget = row->widget();
+    if (widget.focusPolicy() == Qt::NoFocus) continue;
+    if (before != nullptr) QWidget::setTabOrder(before, &widget);
+    before = &widget;
   }
 }
 

@@ -35,8 +35,8 @@ NotifierHosts::NotifierHosts(const QDBusConnection& bus, std::function<void()> o
 }
 
 void NotifierHosts::ask() {
-  auto question = QDBusMessage::createMethodCall(
-      watcherName, watcherPath, u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
+  auto question = QDBusMessage::createMethodCall(watcherName, watcherPath,
+                                                 u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
   question.setAutoStartService(false);
   question << watcherName << u"IsStatusNotifierHostRegistered"_s;
   callOverDBus(bus_, question, watcher_, [this](const QDBusMessage& answer) {

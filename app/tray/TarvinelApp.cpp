@@ -7,6 +7,8 @@
 #include "core/support/ApplicationIdentifier.h"
 
 #include <QApplication>
+#include <QPalette>
+
 #include <fmt/format.h>
 
 #include <iostream>
@@ -16,6 +18,17 @@
 namespace tarvinel {
 
 namespace {
+
+/// Most of the menu's lines are disabled, since they are only read: they must be legible.
+void makeDisabledTextLegible() {
+  QPalette palette = QApplication::palette();
+  for (const auto role : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText}) {
+    QColor colour = palette.color(QPalette::Active, role);
+    colour.setAlphaF(0.65F);
+    palette.setColor(QPalette::Disabled, role, colour);
+  }
+  QApplication::setPalette(palette);
+}
 
 /// The toolkit's application, with the arguments that it keeps pointers to.
 class Toolkit {
@@ -27,6 +40,7 @@ class Toolkit {
     QApplication::setDesktopFileName(
         QString::fromUtf8(applicationIdentifier.data(), applicationIdentifier.size()));
     QApplication::setWindowIcon(ProgramIcons::program());
+    makeDisabledTextLegible();
   }
 
   static int run() { return QApplication::exec(); }
@@ -73,10 +87,10 @@ TarvinelApp::TarvinelApp(const CommandLineOptions& options, const ChosenCapture&
     : log_(logFor(options)),
       signals_([this] { queue_.post([] { QCoreApplication::exit(0); }); }),
       desktop_(bus, [] { QCoreApplication::exit(0); }),
-      model_(AppModel::create(Configuration::load(options, log_).config,
-                              {queue_, desktop_, log_, capture.makeService,
-                               UserDefaults::defaultFile()},
-                              uploadsFor(options))),
+      model_(AppModel::create(
+          Configuration::load(options, log_).config,
+          {queue_, desktop_, log_, capture.makeService, UserDefaults::defaultFile()},
+          uploadsFor(options))),
       view_(*model_, desktop_),
       window_([this](const MenuCommand& command) { perform(command); }),
       trayHosts_(bus, [this] { traysChanged(); }) {
