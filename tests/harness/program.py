@@ -34,13 +34,13 @@ def private_env(folder, display=None):
 
 
 class Program(Process):
-    """One run in a terminal. `prefix` is a command that runs it, such as "ip netns exec ...";
-    `connect` makes a connection to it, from wherever it can be reached."""
+    """One run. `prefix` is a command that runs it, such as "ip netns exec ..."; `connect` makes a
+    connection to it, from wherever it can be reached; `variables` are added to its environment."""
 
     def __init__(self, folder, *arguments, display=None, prefix=(), stdin=subprocess.PIPE,
-                 connect=http.connect, name="tarvinel"):
+                 connect=http.connect, name="tarvinel", variables=()):
         super().__init__([*prefix, executable(), *arguments], folder, name,
-                         env=private_env(folder, display), stdin=stdin)
+                         env={**private_env(folder, display), **dict(variables)}, stdin=stdin)
         self._connect = connect
 
     def wait_until_listening(self):

@@ -58,7 +58,8 @@ class TrayHost:
         return list(self._items)
 
     def stop(self):
-        self._connection.close_sync(None)
+        if not self._connection.is_closed():
+            self._connection.close_sync(None)
         self._context.invoke_full(GLib.PRIORITY_DEFAULT, lambda *_: self._loop.quit())
         self._thread.join()
 
