@@ -3,6 +3,7 @@
 #include <QAction>
 #include <QActionGroup>
 #include <QKeySequence>
+#include <QScreen>
 
 #include <utility>
 
@@ -81,7 +82,13 @@ TrayMenu::TrayMenu(MenuDrawer drawer, Perform perform)
 TrayMenu::~TrayMenu() = default;
 
 void TrayMenu::draw(const std::vector<MenuItem>& items) {
-  items_.draw(items);
+  if (items_.draw(items) && menu_.isVisible()) keepOnScreen();
+}
+
+/// A menu that opened upwards from a panel grows downwards.
+void TrayMenu::keepOnScreen() {
+  const int below = menu_.geometry().bottom() - menu_.screen()->availableGeometry().bottom();
+  if (below > 0) menu_.move(menu_.x(), menu_.y() - below);
 }
 
 std::unique_ptr<TrayMenu::Entry> TrayMenu::insert(std::size_t index, const MenuItem& item) {

@@ -33,6 +33,7 @@ class TrayMenu {
  private:
   class Entry;
 
+  void keepOnScreen();
   std::unique_ptr<Entry> insert(std::size_t index, const MenuItem& item);
 
   const MenuDrawer drawer_;

@@ -35,14 +35,15 @@ alignment=Left
 type=statusnotifier
 """
 
-TINT2 = """panel_items = S
-panel_size = 100% {height}
-panel_position = bottom center horizontal
-panel_background_id = 1
-rounded = 0
+TINT2 = """rounded = 0
 border_width = 0
 background_color = {colour} 100
 border_color = #000000 0
+
+panel_items = S
+panel_size = 100% {height}
+panel_position = bottom center horizontal
+panel_background_id = 1
 systray_padding = 4 4 4
 systray_icon_size = 22
 systray_background_id = 0

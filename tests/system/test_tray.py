@@ -1,5 +1,4 @@
 """The program on a desktop: in a tray, in a window, under real panels."""
-import os
 import re
 import signal
 import socket
@@ -7,6 +6,8 @@ import subprocess
 import time
 
 import pytest
+from Xlib.display import Display
+from Xlib.ext import screensaver
 
 from harness import pixels, uploads
 from harness.desktop import NO_BUS, DesktopSession
@@ -137,6 +138,28 @@ def test_tray_comes_late(desktop, launch):
     assert tray.item().entry("Not sharing")
 
 
+@pytest.mark.parametrize("panel", [LXQtPanel, Tint2])
+def test_panel_comes_after_the_window(desktop, launch, panel):
+    launch()
+    eventually(desktop.window, LIMIT, "the window opens by itself")
+    assert desktop.start_panel(panel).icon()
+
+
+def test_screen_stays_on_while_sharing(desktop, launch, tmp_path):
+    """Without a service for it, the X server itself is asked not to blank."""
+    desktop.screen.run("xset", "s", "1", "1")
+    eventually(lambda: is_blanked(desktop.screen), LIMIT, "the screen goes blank by itself")
+    desktop.screen.run("xset", "s", "reset")
+    program = launch("--share", display_ids(tmp_path, desktop.screen)[0])
+    program.wait_until_sharing()
+    desktop.screen.run("xset", "s", "reset")
+    time.sleep(3)
+    assert not is_blanked(desktop.screen)
+    program.terminate()
+    assert program.wait(LIMIT) == 0
+    eventually(lambda: is_blanked(desktop.screen), LIMIT, "the screen goes blank again")
+
+
 def test_tray_dies_and_returns(desktop, launch):
     tray = desktop.start_tray()
     launch()
@@ -251,6 +274,49 @@ def test_real_panel(desktop, launch, tmp_path, panel, dark):
     again = desktop.start_panel(panel, dark)
     again.icon()
     assert program.running()
+
+
+@pytest.mark.parametrize("panel, dark", [(LXQtPanel, False), (Tint2, True)])
+def test_real_panel_while_sharing(desktop, launch, tmp_path, panel, dark):
+    """The menu under a panel stays open while its lines change."""
+    desktop.start_window_manager()
+    desktop.screen.run("xsetroot", "-solid", "#456078")
+    shown = desktop.start_panel(panel, dark)
+    empty = pixels.grab(desktop.screen)
+    program = launch("--share", display_ids(tmp_path, desktop.screen)[0], "--uploads")
+    program.wait_until_sharing()
+    wait_for_icon(shown, desktop, "sharing", panel)
+    shown.click_icon()
+    wait_for_menu(desktop, empty)
+    with Viewer(program.address), Viewer(program.address):
+        before = pixels.grab(desktop.screen)
+        uploads.upload(program.address, "Sam & Co_1", "a.jpg", b"x" * 3_000_000)
+        eventually(lambda: (pixels.grab(desktop.screen) != before).any(), LIMIT,
+                   "the open menu tells of the upload", every=0.1)
+        eventually(lambda: program.viewers() == 2, LIMIT, "two viewers")
+        keep_screenshot(desktop, f"{panel.name}-sharing")
+    wait_for_menu(desktop, empty)
+
+
+def test_real_panel_with_a_problem(desktop, launch):
+    desktop.start_window_manager()
+    desktop.screen.run("xsetroot", "-solid", "#456078")
+    shown = desktop.start_panel(LXQtPanel)
+    empty = pixels.grab(desktop.screen)
+    with socket.create_server(("", 0)) as taken:
+        launch(port=taken.getsockname()[1], listening=False)
+        shown.click_icon()
+        wait_for_menu(desktop, empty)
+        keep_screenshot(desktop, "lxqt-panel-port-in-use")
+
+
+def is_blanked(screen):
+    connection = Display(screen.name)
+    try:
+        info = connection.screen().root.screensaver_query_info()
+        return info.state == screensaver.StateOn
+    finally:
+        connection.close()
 
 
 def wait_for_icon(panel, desktop, what, kind):

@@ -2,6 +2,7 @@
 
 #include <QAction>
 #include <QActionGroup>
+#include <QScreen>
 #include <gmock/gmock.h>
 
 #include <vector>
@@ -81,6 +82,15 @@ TEST_F(TrayMenuTest, KeepsAnOpenMenuOpenWhileLinesComeAndGo) {
   menu_.draw({MenuItem::text("Sharing"), submenu});
   EXPECT_EQ(menu_.menu().actions().size(), 2);
   EXPECT_TRUE(opened->isVisible());
+}
+
+TEST_F(TrayMenuTest, AnOpenMenuGrowsUpwardsFromTheScreensEdge) {
+  menu_.draw({MenuItem::text("Sharing")});
+  const int bottom = menu_.menu().screen()->availableGeometry().bottom();
+  menu_.menu().popup({0, bottom});
+  menu_.draw({MenuItem::text("Sharing"), MenuItem::text("Wi-Fi"), MenuItem::text("Uploads")});
+  EXPECT_LE(menu_.menu().geometry().bottom(), bottom);
+  EXPECT_GE(menu_.menu().height(), menu_.menu().sizeHint().height());
 }
 
 TEST_F(TrayMenuTest, ChangesOnlyTheEntriesOfASubmenuThatDiffer) {
