@@ -9,6 +9,7 @@ import pytest
 from Xlib.display import Display
 from Xlib.ext import screensaver
 
+from harness import panel as panels
 from harness import pixels, uploads
 from harness.desktop import NO_BUS, DesktopSession
 from harness.panel import LXQtPanel, Tint2
@@ -140,6 +141,7 @@ def test_tray_comes_late(desktop, launch):
 
 @pytest.mark.parametrize("panel", [LXQtPanel, Tint2])
 def test_panel_comes_after_the_window(desktop, launch, panel):
+    desktop.start_window_manager()
     launch()
     eventually(desktop.window, LIMIT, "the window opens by itself")
     assert desktop.start_panel(panel).icon()
@@ -325,10 +327,10 @@ def wait_for_icon(panel, desktop, what, kind):
 
 
 def wait_for_menu(desktop, empty, is_open=True):
-    """Waits until something as large as a menu covers the display's ground, or no longer."""
+    """Waits until something as large as a menu covers the ground above the panel, or no longer."""
     def changed():
         difference = abs(pixels.grab(desktop.screen).astype(int) - empty.astype(int)).max(axis=2)
-        return (difference > 30).sum() > 20_000
+        return (difference[:-panels.HEIGHT] > 30).sum() > 20_000
     eventually(lambda: changed() == is_open, LIMIT, f"the menu is open: {is_open}", every=0.1)
 
 
