@@ -147,6 +147,19 @@ void AppModel::sharedSourceGone() {
   stopBecause(CaptureError(CaptureError::Case::unknownSource).what());
 }
 
+void AppModel::share(const std::string& sourceID, std::function<void()> unlisted) {
+  refreshSources([weak = weak_from_this(), sourceID, unlisted = std::move(unlisted)] {
+    const auto self = weak.lock();
+    if (!self) return;
+    self->select(sourceID);
+    if (self->selectedID_ != sourceID) {
+      unlisted();
+    } else if (!self->isSharing_) {
+      self->startSharing();
+    }
+  });
+}
+
 void AppModel::select(const std::string& sourceID) {
   const bool listed = std::ranges::any_of(
       sources_, [&](const CaptureSource& source) { return source.id == sourceID; });

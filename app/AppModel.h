@@ -125,6 +125,10 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   /// is on goes over to the source.
   void select(const std::string& sourceID);
 
+  /// Reads the list of things to share again and shares one of them; calls `unlisted` when it is
+  /// not there.
+  void share(const std::string& sourceID, std::function<void()> unlisted);
+
   /// Shares the selected source; does nothing without one.
   void startSharing();
 

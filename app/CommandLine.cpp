@@ -11,19 +11,6 @@ namespace tarvinel {
 
 namespace {
 
-std::optional<CommandLineExit> refusalOfWhatIsNotThereYet(bool headless,
-                                                          const std::string& capture) {
-  if (capture == "portal") {
-    return CommandLineExit{exitWrongCommandLine, "tarvinel: --capture portal is not there yet\n"};
-  }
-  if (!headless) {
-    return CommandLineExit{
-        exitWrongCommandLine,
-        "tarvinel: the tray is not there yet; start with --headless (see --help)\n"};
-  }
-  return std::nullopt;
-}
-
 CommandLineExit exitFor(const CLI::App& app, const CLI::ParseError& error) {
   std::ostringstream out;
   std::ostringstream err;
@@ -45,9 +32,8 @@ std::variant<CommandLineOptions, CommandLineExit> parseCommandLine(int argc,
                                                                    const char* const* argv) {
   CLI::App app{"Shares a screen with every browser in the room.", "tarvinel"};
   CommandLineOptions options;
-  bool headless = false;
   std::string capture = "auto";
-  app.add_flag("--headless", headless,
+  app.add_flag("--headless", options.headless,
                "run in a terminal: status lines on standard output, commands on standard input");
   app.add_option("--capture", capture, "how to capture the screen: auto, x11 or pattern")
       ->check(CLI::IsMember({"auto", "x11", "pattern", "portal"}).description(""));
@@ -73,8 +59,8 @@ std::variant<CommandLineOptions, CommandLineExit> parseCommandLine(int argc,
   } catch (const CLI::ParseError& error) {
     return exitFor(app, error);
   }
-  if (const auto refusal = refusalOfWhatIsNotThereYet(headless || options.listSources, capture)) {
-    return *refusal;
+  if (capture == "portal") {
+    return CommandLineExit{exitWrongCommandLine, "tarvinel: --capture portal is not there yet\n"};
   }
   options.capture = roadNamed(capture);
   return options;

@@ -140,13 +140,8 @@ void Console::share(const std::string& sourceID) {
     print(R"(share needs an ID; "sources" lists them)");
     return;
   }
-  model_.refreshSources([weak = weak_from_this(), sourceID] {
-    const auto self = weak.lock();
-    if (!self) return;
-    self->model_.select(sourceID);
-    if (self->model_.selectedID() == sourceID) {
-      if (!self->model_.isSharing()) self->model_.startSharing();
-    } else {
+  model_.share(sourceID, [weak = weak_from_this(), sourceID] {
+    if (const auto self = weak.lock()) {
       self->print(fmt::format(R"(No source "{}"; "sources" lists them)", sourceID));
     }
   });

@@ -4,52 +4,20 @@
 #include "app/Configuration.h"
 #include "app/Console.h"
 #include "app/LineReader.h"
-#include "app/PicturesFolder.h"
-#include "app/PortHelper.h"
+#include "app/ProgramParts.h"
 #include "app/TerminalDesktop.h"
 #include "app/TerminalLoop.h"
 #include "app/capture/CaptureEngine.h"
-#include "core/net/SystemNameRegistrar.h"
 #include "core/support/ApplicationIdentifier.h"
 
 #include <unistd.h>
 
-#include <ctime>
-#include <filesystem>
 #include <future>
 #include <iostream>
 #include <memory>
 #include <string>
-#include <system_error>
 
 namespace tarvinel {
-
-namespace {
-
-Log logFor(const CommandLineOptions& options) {
-  return Log::standardError(options.verbose ? spdlog::level::debug : spdlog::level::info);
-}
-
-AppModel::UploadLaunch uploadsFor(const CommandLineOptions& options) {
-  AppModel::UploadLaunch launch{defaultUploadFolder(std::time(nullptr)), {}, options.uploads};
-  if (options.uploadFolder) launch.folder = std::filesystem::absolute(*options.uploadFolder);
-  return launch;
-}
-
-struct ChosenCapture {
-  CaptureDecision decision;
-  CaptureEngine::ServiceFactory makeService;
-};
-
-ChosenCapture chooseCapture(const CommandLineOptions& options) {
-  const CaptureEnvironment environment = CaptureEnvironment::current();
-  const CaptureDecision decision = decideCaptureRoad(options.capture, environment, xServerAnswers);
-  return {decision, [road = decision.road, environment](SerialQueue& queue) {
-            return makeCaptureService(road, environment, queue);
-          }};
-}
-
-}  // namespace
 
 int runHeadless(const CommandLineOptions& options) {
   const ChosenCapture capture = chooseCapture(options);
@@ -59,18 +27,9 @@ int runHeadless(const CommandLineOptions& options) {
   if (configuration.problem) std::cout << *configuration.problem << std::endl;
   TerminalLoop loop;
   TerminalDesktop desktop;
-  const auto model = AppModel::create(
-      configuration.config,
-      {.mainQueue = loop,
-       .desktop = desktop,
-       .log = log,
-       .captureService = capture.makeService,
-       .userDefaultsFile = UserDefaults::defaultFile(),
-       .sysfs = options.sysfs,
-       .nameRegistrar = SystemNameRegistrar::factory(),
-       .listenerForPort80 = [helper = PortHelper::ofThisProgram()](
-                                std::error_code refusal) { return helper.listen(refusal); }},
-      uploadsFor(options));
+  const auto model =
+      AppModel::create(configuration.config, platformFor(options, capture, log, {loop, desktop}),
+                       uploadsFor(options));
   const auto console = std::make_shared<Console>(
       *model, std::cout, [&loop](int status) { loop.quit(status); },
       isatty(STDOUT_FILENO) == 1 ? QRColours::terminal : QRColours::none);

@@ -1,7 +1,8 @@
 #include "app/QRCode.h"
 
-#include <fmt/format.h>
 #include <qrencode.h>
+
+#include <fmt/format.h>
 
 #include <memory>
 

@@ -1,10 +1,32 @@
 #include "app/CommandLine.h"
 #include "app/HeadlessProgram.h"
+#ifdef TARVINEL_TRAY
+#include "app/tray/TarvinelApp.h"
+#endif
 
 #include <csignal>
 #include <exception>
 #include <iostream>
 #include <variant>
+
+namespace {
+
+int runOnDesktop(const tarvinel::CommandLineOptions& options) {
+#ifdef TARVINEL_TRAY
+  return tarvinel::TarvinelApp::run(options);
+#else
+  (void)options;
+  std::cerr << "tarvinel: it was built without a tray; start with --headless (see --help)\n";
+  return tarvinel::exitWrongCommandLine;
+#endif
+}
+
+int run(const tarvinel::CommandLineOptions& options) {
+  if (options.listSources) return tarvinel::listSources(options);
+  return options.headless ? tarvinel::runHeadless(options) : runOnDesktop(options);
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
   // A browser that leaves must not end the program: sends report the broken connection instead.
@@ -15,8 +37,7 @@ int main(int argc, char** argv) {
       (exit->status == 0 ? std::cout : std::cerr) << exit->text;
       return exit->status;
     }
-    const auto& options = std::get<tarvinel::CommandLineOptions>(parsed);
-    return options.listSources ? tarvinel::listSources(options) : tarvinel::runHeadless(options);
+    return run(std::get<tarvinel::CommandLineOptions>(parsed));
   } catch (const std::exception& error) {
     std::cerr << "tarvinel: " << error.what() << '\n';
     return 1;

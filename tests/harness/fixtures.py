@@ -49,16 +49,18 @@ def place():
 
 @pytest.fixture
 def start(tmp_path, place):
-    """Starts the program headless on a free port; start(...) takes what Program takes.
+    """Starts the program, headless unless told otherwise, on a free port; start(...) takes what
+    Program takes.
 
     At the end of the test every run that is still going must end in order on SIGTERM, and
     none may have made a sanitizer speak.
     """
     programs = []
 
-    def start_program(*arguments, port=0, listening=True, **keywords):
+    def start_program(*arguments, port=0, listening=True, headless=True, **keywords):
         keywords = {**place, **keywords}
-        program = Program(tmp_path, "--headless", "--port", str(port), *arguments,
+        program = Program(tmp_path, *(["--headless"] if headless else []), "--port", str(port),
+                          *arguments,
                           name=f"tarvinel-{len(programs)}", **keywords)
         programs.append(program)
         return program.wait_until_listening() if listening else program

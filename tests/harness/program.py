@@ -44,16 +44,16 @@ def without_name(folder, arguments):
 
 
 class Program(Process):
-    """One run in a terminal. `prefix` is a command that runs it, such as "ip netns exec ...";
-    `connect` makes a connection to it, from wherever it can be reached. Unless it is to be
-    `named`, it publishes no name: the machine's own network is left alone."""
+    """One run. `prefix` is a command that runs it, such as "ip netns exec ..."; `connect` makes a
+    connection to it, from wherever it can be reached; `variables` are added to its environment.
+    Unless it is to be `named`, it publishes no name: the machine's own network is left alone."""
 
     def __init__(self, folder, *arguments, display=None, prefix=(), stdin=subprocess.PIPE,
-                 connect=http.connect, name="tarvinel", named=False):
+                 connect=http.connect, name="tarvinel", named=False, variables=()):
         if not named:
             arguments = (*arguments, *without_name(folder, arguments))
         super().__init__([*prefix, executable(), *arguments], folder, name,
-                         env=private_env(folder, display), stdin=stdin)
+                         env={**private_env(folder, display), **dict(variables)}, stdin=stdin)
         self._connect = connect
 
     def wait_until_listening(self):

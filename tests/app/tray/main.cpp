@@ -1,8 +1,10 @@
-#include <QCoreApplication>
+#include <QApplication>
 #include <gmock/gmock.h>
 
 int main(int argc, char** argv) {
   testing::InitGoogleMock(&argc, argv);
-  const QCoreApplication loop(argc, argv);
+  // widgets are drawn into memory, wherever the tests run
+  qputenv("QT_QPA_PLATFORM", "offscreen");
+  const QApplication application(argc, argv);
   return RUN_ALL_TESTS();
 }

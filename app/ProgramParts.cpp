@@ -1,0 +1,45 @@
+#include "app/ProgramParts.h"
+
+#include "app/PicturesFolder.h"
+#include "app/PortHelper.h"
+#include "core/net/SystemNameRegistrar.h"
+
+#include <ctime>
+#include <filesystem>
+#include <system_error>
+
+namespace tarvinel {
+
+ChosenCapture chooseCapture(const CommandLineOptions& options) {
+  const CaptureEnvironment environment = CaptureEnvironment::current();
+  const CaptureDecision decision = decideCaptureRoad(options.capture, environment, xServerAnswers);
+  return {decision, [road = decision.road, environment](SerialQueue& queue) {
+            return makeCaptureService(road, environment, queue);
+          }};
+}
+
+Log logFor(const CommandLineOptions& options) {
+  return Log::standardError(options.verbose ? spdlog::level::debug : spdlog::level::info);
+}
+
+AppModel::Platform platformFor(const CommandLineOptions& options, const ChosenCapture& capture,
+                               const Log& log, Surroundings surroundings) {
+  return {.mainQueue = surroundings.mainQueue,
+          .desktop = surroundings.desktop,
+          .log = log,
+          .captureService = capture.makeService,
+          .userDefaultsFile = UserDefaults::defaultFile(),
+          .sysfs = options.sysfs,
+          .nameRegistrar = SystemNameRegistrar::factory(),
+          .listenerForPort80 = [helper = PortHelper::ofThisProgram()](std::error_code refusal) {
+            return helper.listen(refusal);
+          }};
+}
+
+AppModel::UploadLaunch uploadsFor(const CommandLineOptions& options) {
+  AppModel::UploadLaunch launch{defaultUploadFolder(std::time(nullptr)), {}, options.uploads};
+  if (options.uploadFolder) launch.folder = std::filesystem::absolute(*options.uploadFolder);
+  return launch;
+}
+
+}  // namespace tarvinel

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "app/Desktop.h"
+#include "app/tray/FolderChooser.h"
+#include "app/tray/IdleInhibitor.h"
+
+#include <QDBusConnection>
+#include <QObject>
+
+#include <filesystem>
+#include <functional>
+#include <string>
+
+namespace tarvinel {
+
+/// What the presenter's desktop does for the program, through the toolkit and the session bus.
+/// Services are never waited for: one that hangs costs nothing but what it was asked for.
+class DesktopShell : public Desktop {
+ public:
+  /// `quit` ends the program in order.
+  DesktopShell(const QDBusConnection& bus, std::function<void()> quit);
+
+  void copy(const std::string& text) override;
+  void openInBrowser(const std::string& url) override;
+  void openPrivacySettings() override;
+  void chooseFolder(const std::filesystem::path& current,
+                    std::function<void(std::filesystem::path)> chosen) override;
+  void revealFolder(const std::filesystem::path& folder) override;
+  void notify(const std::string& title, const std::string& text) override;
+  void keepAwake(bool awake) override;
+  void quit() override;
+
+ private:
+  const QDBusConnection bus_;
+  const std::function<void()> quit_;
+  FolderChooser folderChooser_;
+  IdleInhibitor idleInhibitor_;
+  QObject context_;  ///< of calls under way
+};
+
+}  // namespace tarvinel

@@ -1,0 +1,123 @@
+#include "app/tray/FolderChooser.h"
+
+#include "app/tray/DBusCall.h"
+#include "app/tray/FolderAddress.h"
+
+#include <QDBusArgument>
+#include <QVariantMap>
+
+#include <cstdint>
+#include <optional>
+#include <utility>
+
+namespace tarvinel {
+
+namespace {
+
+using namespace Qt::StringLiterals;
+
+const QString portal = u"org.freedesktop.portal.Desktop"_s;
+const QString portalPath = u"/org/freedesktop/portal/desktop"_s;
+const QString requestInterface = u"org.freedesktop.portal.Request"_s;
+const QString title = u"Upload Folder"_s;
+const QString acceptLabel = u"Use This Folder"_s;
+
+/// How the presenter answered the portal's dialog.
+enum class Answer : std::uint32_t { chosen = 0, cancelled = 1 };
+
+/// Where the portal will put the request with this token.
+QString requestPath(const QDBusConnection& bus, const QString& token) {
+  QString sender = bus.baseService().mid(1);
+  sender.replace('.'_L1, '_'_L1);
+  return portalPath + "/request/"_L1 + sender + '/'_L1 + token;
+}
+
+QDBusMessage openFileCall(const std::filesystem::path& current, const QString& token) {
+  auto call = QDBusMessage::createMethodCall(
+      portal, portalPath, u"org.freedesktop.portal.FileChooser"_s, u"OpenFile"_s);
+  const QByteArray folder(current.c_str(), static_cast<qsizetype>(current.native().size() + 1));
+  call << QString() << title
+       << QVariantMap{{u"handle_token"_s, token},
+                      {u"directory"_s, true},
+                      {u"accept_label"_s, acceptLabel},
+                      {u"current_folder"_s, folder}};
+  return call;
+}
+
+/// The folder in the results of a portal's dialog.
+std::optional<std::filesystem::path> folderIn(const QDBusMessage& response) {
+  const auto results = qdbus_cast<QVariantMap>(response.arguments().value(1));
+  const auto addresses = results.value(u"uris"_s).toStringList();
+  return addresses.isEmpty() ? std::nullopt : folderOfAddress(addresses.front());
+}
+
+}  // namespace
+
+/// A dialog of the portal, which is closed when this goes. It stays, over or not, until the next.
+struct FolderChooser::PortalRequest {
+  PortalRequest(const QDBusConnection& where, const QString& expectedPath,
+                std::function<void(const QDBusMessage&)> answered)
+      : bus(where),
+        path(expectedPath),
+        response(bus, {portal, path, requestInterface, u"Response"_s}, std::move(answered)) {}
+  ~PortalRequest() {
+    auto close = QDBusMessage::createMethodCall(portal, path, requestInterface, u"Close"_s);
+    close.setAutoStartService(false);
+    bus.send(close);
+  }
+  PortalRequest(const PortalRequest&) = delete;
+  PortalRequest& operator=(const PortalRequest&) = delete;
+
+  QDBusConnection bus;
+  const QString path;
+  DBusSignal response;
+  QObject context;  ///< of the call that opens it
+};
+
+FolderChooser::FolderChooser(const QDBusConnection& bus) : bus_(bus) {}
+
+FolderChooser::~FolderChooser() = default;
+
+void FolderChooser::choose(const std::filesystem::path& current, Chosen chosen) {
+  chosen_ = std::move(chosen);
+  dialog_.reset();
+  askPortal(current);
+}
+
+void FolderChooser::askPortal(const std::filesystem::path& current) {
+  const QString token = u"tarvinel%1"_s.arg(++requests_);
+  request_ = std::make_unique<PortalRequest>(
+      bus_, requestPath(bus_, token),
+      [this, current](const QDBusMessage& response) { portalAnswered(current, response); });
+  callOverDBus(
+      bus_, openFileCall(current, token), request_->context,
+      [this, current](const QDBusMessage& answer) {
+        if (isRefusal(answer)) openDialog(current);
+      },
+      portalLimit);
+}
+
+void FolderChooser::portalAnswered(const std::filesystem::path& current,
+                                   const QDBusMessage& response) {
+  const auto answer = static_cast<Answer>(response.arguments().value(0).toUInt());
+  if (answer == Answer::cancelled) return;
+  const auto folder = answer == Answer::chosen ? folderIn(response) : std::nullopt;
+  if (folder) {
+    chosen_(*folder);
+  } else {
+    openDialog(current);
+  }
+}
+
+void FolderChooser::openDialog(const std::filesystem::path& current) {
+  dialog_ = std::make_unique<QFileDialog>(nullptr, title, QFile::decodeName(current.c_str()));
+  dialog_->setFileMode(QFileDialog::Directory);
+  dialog_->setOption(QFileDialog::ShowDirsOnly);
+  dialog_->setLabelText(QFileDialog::Accept, acceptLabel);
+  QObject::connect(
+      dialog_.get(), &QFileDialog::fileSelected, dialog_.get(),
+      [this](const QString& folder) { chosen_(QFile::encodeName(folder).toStdString()); });
+  dialog_->show();
+}
+
+}  // namespace tarvinel

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "app/tray/DBusSignal.h"
+
+#include <QDBusConnection>
+#include <QFileDialog>
+#include <QObject>
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+
+namespace tarvinel {
+
+/// Lets the presenter choose a folder, in the desktop's own dialog where its portal has one, else
+/// in the toolkit's. Lives on the main queue; waits for nobody.
+class FolderChooser {
+ public:
+  using Chosen = std::function<void(std::filesystem::path)>;
+
+  /// How long the portal may take to say that it will ask the presenter.
+  static constexpr std::chrono::seconds portalLimit{5};
+
+  explicit FolderChooser(const QDBusConnection& bus);
+  ~FolderChooser();
+  FolderChooser(const FolderChooser&) = delete;
+  FolderChooser& operator=(const FolderChooser&) = delete;
+
+  /// Opens a dialog, in place of one that is still open; `chosen` is called later, or never.
+  void choose(const std::filesystem::path& current, Chosen chosen);
+
+ private:
+  struct PortalRequest;
+
+  void askPortal(const std::filesystem::path& current);
+  void portalAnswered(const std::filesystem::path& current, const QDBusMessage& response);
+  void openDialog(const std::filesystem::path& current);
+
+  const QDBusConnection bus_;
+  Chosen chosen_;
+  int requests_ = 0;
+  std::unique_ptr<PortalRequest> request_;  ///< the last one made of the portal
+  std::unique_ptr<QFileDialog> dialog_;
+};
+
+}  // namespace tarvinel

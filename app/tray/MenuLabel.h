@@ -1,0 +1,25 @@
+#pragma once
+
+#include "app/menu/MenuItem.h"
+
+#include <QString>
+
+#include <cstdint>
+
+namespace tarvinel {
+
+/// Who draws a menu, and so which characters of a label it would take for marks of its own.
+enum class MenuDrawer : std::uint8_t {
+  toolkit,  ///< ours: '&' marks a letter
+  panel,    ///< the desktop's panel, told over D-Bus: '_' marks a letter, and the first '&' is
+            ///< translated to that
+};
+
+/// An item's label as it is handed to the toolkit so that people read just that: one line,
+/// shortened in the middle when it is very long. Pure.
+QString menuLabel(const MenuItem& item, MenuDrawer drawer);
+
+/// A label on one line, not longer than a menu can bear. Pure.
+QString shortLabel(const std::string& label);
+
+}  // namespace tarvinel

@@ -1,0 +1,75 @@
+#include "app/tray/ProgramIcons.h"
+
+#include "app/ResourcesFolder.h"
+#include "core/support/ApplicationIdentifier.h"
+
+#include <QIconEngine>
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace tarvinel {
+
+namespace {
+
+constexpr auto traySizes = {16, 22, 24, 32, 48, 64};
+constexpr auto programSizes = {16, 32, 48, 64, 128, 256};
+
+/// Adds one size of an icon, from a file below the folder of resources.
+void addSize(QIcon& icon, const std::filesystem::path& file, int side) {
+  if (const auto folder = resourcesFolder()) {
+    icon.addFile(QString::fromStdString(*folder / file), {side, side});
+  }
+}
+
+/// Pictures of our own under a name that the desktop's theme has an icon for.
+class NamedIconEngine : public QIconEngine {
+ public:
+  NamedIconEngine(QString name, QIcon pictures)
+      : name_(std::move(name)), pictures_(std::move(pictures)) {}
+
+  void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State state) override {
+    pictures_.paint(painter, rect, Qt::AlignCenter, mode, state);
+  }
+  QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override {
+    return pictures_.pixmap(size, mode, state);
+  }
+  QList<QSize> availableSizes(QIcon::Mode mode, QIcon::State state) override {
+    return pictures_.availableSizes(mode, state);
+  }
+  QString iconName() override { return name_; }
+  QIconEngine* clone() const override { return new NamedIconEngine(*this); }
+
+ private:
+  QString name_;
+  QIcon pictures_;
+};
+
+}  // namespace
+
+QIcon ProgramIcons::program() {
+  QIcon icon;
+  for (const int side : programSizes) {
+    const std::string size = std::to_string(side);
+    addSize(icon,
+            "icons/hicolor/" + size + "x" + size + "/apps/" + std::string(applicationIdentifier) +
+                ".png",
+            side);
+  }
+  return icon;
+}
+
+QIcon ProgramIcons::tray(bool sharing) {
+  const std::string state = sharing ? "sharing" : "idle";
+  QIcon pictures;
+  for (const int side : traySizes) {
+    addSize(pictures, "tray/" + state + "-" + std::to_string(side) + ".png", side);
+  }
+  const auto name =
+      QString::fromStdString(std::string(applicationIdentifier) + "-" + state + "-symbolic");
+  return QIcon::hasThemeIcon(name) ? QIcon(new NamedIconEngine(name, pictures)) : pictures;
+}
+
+}  // namespace tarvinel

@@ -1,0 +1,15 @@
+#include "app/tray/ScreenSaverSuspension.h"
+
+#include <xcb/screensaver.h>
+
+namespace tarvinel {
+
+// The server ends the suspension with the connection.
+ScreenSaverSuspension::ScreenSaverSuspension(const std::string& display) : connection_(display) {
+  if (connection_.extension(xcb_screensaver_id) == nullptr) return;
+  connection_.reply(xcb_screensaver_query_version_reply,
+                    xcb_screensaver_query_version(connection_.get(), 1, 1));
+  connection_.check(xcb_screensaver_suspend_checked(connection_.get(), 1));
+}
+
+}  // namespace tarvinel

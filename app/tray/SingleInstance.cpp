@@ -1,0 +1,73 @@
+#include "app/tray/SingleInstance.h"
+
+#include "core/support/ApplicationIdentifier.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+
+#include <string_view>
+#include <utility>
+
+namespace tarvinel {
+
+namespace {
+
+using namespace Qt::StringLiterals;
+
+constexpr int answerLimitMilliseconds = 5000;
+
+const QString objectPath = u"/org/tarvinel/Tarvinel"_s;
+const QString applicationInterface = u"org.freedesktop.Application"_s;
+
+QString ownName() {
+  return QString::fromUtf8(applicationIdentifier.data(), applicationIdentifier.size());
+}
+
+/// True when the name is this run's now, or when there is no bus to have one on.
+bool takeName(QDBusConnection& bus) {
+  if (!bus.isConnected()) return true;
+  const auto reply = bus.interface()->registerService(ownName());
+  return reply.value() != QDBusConnectionInterface::ServiceNotRegistered;
+}
+
+}  // namespace
+
+SingleInstance::SingleInstance(const QDBusConnection& bus, std::function<void()> launchedAgain)
+    : bus_(bus), application_(std::move(launchedAgain)) {
+  bus_.registerVirtualObject(objectPath, &application_);
+  isFirst_ = takeName(bus_);
+}
+
+SingleInstance::~SingleInstance() {
+  bus_.unregisterObject(objectPath);
+  if (isFirst_ && bus_.isConnected()) bus_.interface()->unregisterService(ownName());
+}
+
+bool SingleInstance::showFirst() const {
+  auto call =
+      QDBusMessage::createMethodCall(ownName(), objectPath, applicationInterface, u"Activate"_s);
+  call << QVariantMap();
+  return bus_.call(call, QDBus::Block, answerLimitMilliseconds).type() ==
+         QDBusMessage::ReplyMessage;
+}
+
+SingleInstance::Application::Application(std::function<void()> launchedAgain)
+    : launchedAgain_(std::move(launchedAgain)) {}
+
+QString SingleInstance::Application::introspect(const QString& /*path*/) const {
+  return u"<interface name=\"org.freedesktop.Application\">"
+         "<method name=\"Activate\"><arg type=\"a{sv}\" name=\"platform_data\" direction=\"in\"/>"
+         "</method></interface>"_s;
+}
+
+bool SingleInstance::Application::handleMessage(const QDBusMessage& message,
+                                                const QDBusConnection& bus) {
+  if (message.interface() != applicationInterface || message.member() != "Activate"_L1) {
+    return false;
+  }
+  bus.send(message.createReply());
+  launchedAgain_();
+  return true;
+}
+
+}  // namespace tarvinel

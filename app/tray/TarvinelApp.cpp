@@ -1,0 +1,168 @@
+#include "app/tray/TarvinelApp.h"
+
+#include "app/Configuration.h"
+#include "app/ProgramParts.h"
+#include "app/tray/ProgramIcons.h"
+#include "app/tray/ToolkitPlatform.h"
+#include "app/tray/updates/FeedUpdateController.h"
+#include "core/support/ApplicationIdentifier.h"
+
+#include <QApplication>
+#include <QPalette>
+
+#include <fmt/format.h>
+
+#include <iostream>
+#include <string>
+#include <utility>
+
+namespace tarvinel {
+
+namespace {
+
+/// Most of the menu's lines are disabled, since they are only read: they must be legible.
+void makeDisabledTextLegible() {
+  QPalette palette = QApplication::palette();
+  for (const auto role : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText}) {
+    QColor colour = palette.color(QPalette::Active, role);
+    colour.setAlphaF(0.65F);
+    palette.setColor(QPalette::Disabled, role, colour);
+  }
+  QApplication::setPalette(palette);
+}
+
+/// The toolkit's application, with the arguments that it keeps pointers to.
+class Toolkit {
+ public:
+  explicit Toolkit(std::string platform) : platform_(std::move(platform)) {
+    QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setApplicationName(QStringLiteral("Tarvinel"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Tarvinel"));
+    QApplication::setDesktopFileName(
+        QString::fromUtf8(applicationIdentifier.data(), applicationIdentifier.size()));
+    QApplication::setWindowIcon(ProgramIcons::program());
+    makeDisabledTextLegible();
+  }
+
+  static int run() { return QApplication::exec(); }
+
+ private:
+  std::string name_ = "tarvinel";
+  std::string option_ = "-platform";
+  std::string platform_;
+  char* arguments_[4] = {name_.data(), option_.data(), platform_.data(), nullptr};
+  int count_ = 3;
+  QApplication application_{count_, arguments_};
+};
+
+int showFirstInstance(const SingleInstance& instance) {
+  if (instance.showFirst()) {
+    std::cout << "Tarvinel is already running: its window is open now" << std::endl;
+    return 0;
+  }
+  std::cerr << "tarvinel: it is already running, but does not answer\n";
+  return 1;
+}
+
+}  // namespace
+
+int TarvinelApp::run(const CommandLineOptions& options) {
+  const auto platform = toolkitPlatform(DisplayEnvironment::current(), DisplayProbes::real());
+  if (!platform) {
+    std::cerr << "tarvinel: there is no display here; --headless runs in a terminal\n";
+    return 1;
+  }
+  const ChosenCapture capture = chooseCapture(options);
+  const Toolkit toolkit(*platform);
+  const QDBusConnection bus = QDBusConnection::sessionBus();
+  std::function<void()> launchedAgain;
+  const SingleInstance instance(bus, [&launchedAgain] { launchedAgain(); });
+  if (!instance.isFirst()) return showFirstInstance(instance);
+  TarvinelApp app(options, capture, bus);
+  launchedAgain = [&app] { app.openWindow(); };
+  return toolkit.run();
+}
+
+TarvinelApp::TarvinelApp(const CommandLineOptions& options, const ChosenCapture& capture,
+                         const QDBusConnection& bus)
+    : log_(logFor(options)),
+      signals_([this] { queue_.post([] { QCoreApplication::exit(0); }); }),
+      desktop_(bus, [] { QCoreApplication::exit(0); }),
+      model_(AppModel::create(Configuration::load(options, log_).config, platform(options, capture),
+                              uploadsFor(options))),
+      view_(*model_, desktop_),
+      window_([this](const MenuCommand& command) { perform(command); }),
+      trayHosts_(bus, [this] { traysChanged(); }) {
+  log_.category("app")->info(capture.decision.reason);
+  trayPatience_.setSingleShot(true);
+  trayPatience_.callOnTimeout([this] { openWindow(); });
+  model_->setOnChange([this] { modelChanged(); });
+  if (options.share) share(*options.share);
+  draw();
+  traysChanged();
+}
+
+AppModel::Platform TarvinelApp::platform(const CommandLineOptions& options,
+                                         const ChosenCapture& capture) {
+  AppModel::Platform platform = platformFor(options, capture, log_, {queue_, desktop_});
+  platform.updateController = [this](UpdateController::Delegate& delegate) {
+    return std::make_unique<FeedUpdateController>(
+        delegate, FeedUpdateController::Environment{
+                      .desktop = desktop_,
+                      .mainQueue = queue_,
+                      .logger = log_.category("app"),
+                      .memory = UserDefaults::defaultFile().replace_filename("updates.json")});
+  };
+  return platform;
+}
+
+void TarvinelApp::share(const std::string& sourceID) {
+  model_->share(sourceID, [this, sourceID] {
+    const auto text = fmt::format(R"(No source "{}")", sourceID);
+    log_.category("app")->warn(text);
+    desktop_.notify("Tarvinel", text);
+  });
+}
+
+/// Not at once: this comes in the middle of a click, and what is clicked on may have to go.
+void TarvinelApp::perform(const MenuCommand& command) {
+  queue_.post([this, command] { view_.perform(command); });
+}
+
+/// Many values change together: they are drawn together.
+void TarvinelApp::modelChanged() {
+  if (std::exchange(isDrawingDue_, true)) return;
+  queue_.post([this] { draw(); });
+}
+
+void TarvinelApp::draw() {
+  isDrawingDue_ = false;
+  const auto items = view_.items();
+  window_.draw(items);
+  if (icon_) icon_->draw(items, model_->isSharing());
+}
+
+void TarvinelApp::traysChanged() {
+  if (const auto drawer = trayHosts_.drawer(); drawer && !icon_) {
+    drawer_ = drawer;
+    icon_.emplace(
+        *drawer, [this](const MenuCommand& command) { perform(command); },
+        [this] { openWindow(); });
+    draw();
+  }
+  if (isInTray()) {
+    trayPatience_.stop();
+  } else if (!trayPatience_.isActive()) {
+    trayPatience_.start(trayPatience);
+  }
+}
+
+bool TarvinelApp::isInTray() const {
+  return drawer_ && trayHosts_.has(*drawer_);
+}
+
+void TarvinelApp::openWindow() {
+  window_.open();
+}
+
+}  // namespace tarvinel

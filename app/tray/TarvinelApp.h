@@ -1,0 +1,63 @@
+#pragma once
+
+#include "app/AppModel.h"
+#include "app/CommandLine.h"
+#include "app/ProgramParts.h"
+#include "app/menu/MenuView.h"
+#include "app/tray/DesktopShell.h"
+#include "app/tray/MenuWindow.h"
+#include "app/tray/QtMainQueue.h"
+#include "app/tray/SingleInstance.h"
+#include "app/tray/TerminationSignals.h"
+#include "app/tray/TrayHosts.h"
+#include "app/tray/TrayIcon.h"
+
+#include <QDBusConnection>
+#include <QTimer>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace tarvinel {
+
+/// The program on a desktop: the model, an icon in the tray whose menu shows it, and a window with
+/// the same items where no tray is. Lives on the main queue, of which there is one in a process.
+class TarvinelApp {
+ public:
+  /// How long the presenter waits for a tray before the window opens.
+  static constexpr std::chrono::seconds trayPatience{5};
+
+  /// Runs the program until it is told to end; returns the exit status. A second run in a session
+  /// has the first one open its window, and ends.
+  static int run(const CommandLineOptions& options);
+
+ private:
+  TarvinelApp(const CommandLineOptions& options, const ChosenCapture& capture,
+              const QDBusConnection& bus);
+
+  AppModel::Platform platform(const CommandLineOptions& options, const ChosenCapture& capture);
+  void share(const std::string& sourceID);
+  void perform(const MenuCommand& command);
+  void modelChanged();
+  void draw();
+  void traysChanged();
+  bool isInTray() const;
+  void openWindow();
+
+  const Log log_;
+  QtMainQueue queue_;
+  TerminationSignals signals_;
+  DesktopShell desktop_;
+  std::shared_ptr<AppModel> model_;
+  MenuView view_;
+  MenuWindow window_;
+  std::optional<MenuDrawer> drawer_;  ///< of the icon's menu
+  std::optional<TrayIcon> icon_;      ///< once there has been a tray
+  QTimer trayPatience_;
+  TrayHosts trayHosts_;
+  bool isDrawingDue_ = false;
+};
+
+}  // namespace tarvinel

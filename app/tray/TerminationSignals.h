@@ -1,0 +1,27 @@
+#pragma once
+
+#include "core/support/SerialQueue.h"
+
+#include <asio/signal_set.hpp>
+
+#include <functional>
+
+namespace tarvinel {
+
+/// Catches SIGINT and SIGTERM while it lives. A thread of its own waits for them: the toolkit's
+/// loop knows no signals, and blocking them instead would block them in every program started from
+/// here.
+class TerminationSignals {
+ public:
+  /// `caught` is called at the first signal, on another thread.
+  explicit TerminationSignals(std::function<void()> caught);
+  ~TerminationSignals();
+  TerminationSignals(const TerminationSignals&) = delete;
+  TerminationSignals& operator=(const TerminationSignals&) = delete;
+
+ private:
+  SerialQueue queue_{".signals"};
+  asio::signal_set signals_{queue_.context(), SIGINT, SIGTERM};
+};
+
+}  // namespace tarvinel

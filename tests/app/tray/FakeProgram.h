@@ -1,0 +1,36 @@
+#pragma once
+
+#include "tests/support/TemporaryFolder.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <filesystem>
+#include <string>
+
+namespace tarvinel::test {
+
+/// While it lives, the only program to be found is this one, a shell script.
+class FakeProgram {
+ public:
+  FakeProgram(const std::string& name, const std::string& script) {
+    const auto program = folder_.write(name, "#!/bin/sh\nPATH=/usr/bin:/bin\n" + script);
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    qputenv("PATH", QByteArray::fromStdString(folder_.path().string()));
+  }
+  ~FakeProgram() { qputenv("PATH", path_); }
+  FakeProgram(const FakeProgram&) = delete;
+  FakeProgram& operator=(const FakeProgram&) = delete;
+
+  /// Where it may write: "$0.out" in the script. Empty until then.
+  std::string output(const std::string& name) const {
+    const auto file = folder_ / (name + ".out");
+    return std::filesystem::exists(file) ? contentOf(file) : "";
+  }
+
+ private:
+  const QByteArray path_ = qgetenv("PATH");
+  const TemporaryFolder folder_;
+};
+
+}  // namespace tarvinel::test

@@ -1,0 +1,78 @@
+"""A desktop session for the program: an X display, a session bus, and what a test adds to them."""
+import contextlib
+import re
+import subprocess
+
+from .process import Process
+from .program import executable, private_env
+from .session_bus import SessionBus
+from .tray_host import TrayHost
+from .waiting import eventually
+
+LIMIT = 20
+NO_BUS = "unix:path=/nowhere"
+
+
+class DesktopSession:
+    """A session on an X server. stop() ends everything that was started in it."""
+
+    def __init__(self, folder, screen):
+        self.screen = screen
+        self._folder = folder
+        self._started = contextlib.ExitStack()
+        self.bus = SessionBus(folder)
+        self._started.callback(self.bus.stop)
+
+    @property
+    def variables(self):
+        """What the program's environment needs to be in this session."""
+        return {"DBUS_SESSION_BUS_ADDRESS": self.bus.address, "XDG_RUNTIME_DIR": str(self._folder)}
+
+    @property
+    def env(self):
+        return {**private_env(self._folder, self.screen.name), **self.variables}
+
+    def start_tray(self, hosting=True):
+        """A tray that is no panel but a test."""
+        return self._keep(TrayHost(self.bus.address, hosting))
+
+    def start_panel(self, panel, dark=True):
+        """A real panel; `panel` is its class."""
+        return self._keep(panel(self._folder, self.screen, self.env, dark))
+
+    def start_window_manager(self):
+        self._keep(Process(["openbox"], self._folder, "openbox", env=self.env))
+        eventually(lambda: "window id" in self.screen.run(
+            "xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), LIMIT, "the window manager")
+
+    def launch_again(self, *arguments):
+        """Starts the program once more, to its end; returns what it printed."""
+        done = subprocess.run([executable(), *arguments], env=self.env, capture_output=True,
+                              text=True, timeout=LIMIT)
+        assert done.returncode == 0, done.stderr
+        return done.stdout
+
+    def window(self):
+        """The program's window, when it can be seen."""
+        tree = self.screen.run("xwininfo", "-root", "-tree")
+        for found in re.finditer(r'^ +(0x[0-9a-f]+) "Tarvinel":.* (\d+)x(\d+)\+', tree, re.M):
+            if int(found[2]) > 50 and "IsViewable" in self._window_state(found[1]):
+                return found[1]
+        return None
+
+    def press(self, *keys):
+        """Presses keys in the program's window."""
+        self.screen.run("xdotool", "windowactivate", "--sync", self.window())
+        self.screen.run("xdotool", "key", "--clearmodifiers", *keys)
+
+    def stop(self):
+        self._started.close()
+
+    def _keep(self, started):
+        self._started.callback(started.stop)
+        return started
+
+    def _window_state(self, window):
+        done = subprocess.run(["xwininfo", "-id", window], env=self.env, capture_output=True,
+                              text=True, timeout=LIMIT)
+        return done.stdout

@@ -1,0 +1,39 @@
+"""A session bus of a test's own."""
+import re
+from pathlib import Path
+
+from .process import Process
+from .waiting import eventually
+
+CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>session</type>
+  <listen>unix:dir={folder}</listen>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+"""
+
+
+class SessionBus:
+    """One dbus-daemon. It starts no services by itself: who is there was started by the test."""
+
+    def __init__(self, folder):
+        configuration = Path(folder) / "bus.conf"
+        configuration.write_text(CONFIGURATION.format(folder=folder))
+        self._process = Process(
+            ["dbus-daemon", f"--config-file={configuration}", "--print-address", "--nofork",
+             "--nopidfile"], folder, "dbus-daemon")
+        try:
+            eventually(lambda: re.search(r"^unix:.*\n", self._process.stdout), 20, "the bus is there")
+        except BaseException:
+            self._process.stop()
+            raise
+        self.address = self._process.stdout.strip()
+
+    def stop(self):
+        self._process.stop()

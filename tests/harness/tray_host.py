@@ -1,0 +1,148 @@
+"""A tray: what a desktop's panel is to a program over D-Bus, without the panel."""
+import threading
+
+import gi
+
+gi.require_version("Gio", "2.0")
+from gi.repository import Gio, GLib  # noqa: E402  (the version comes first)
+
+from .waiting import eventually  # noqa: E402
+
+LIMIT_MS = 10000
+WATCHER = "org.kde.StatusNotifierWatcher"
+ITEM = "org.kde.StatusNotifierItem"
+MENU = "com.canonical.dbusmenu"
+WATCHER_XML = f"""<node><interface name="{WATCHER}">
+  <method name="RegisterStatusNotifierItem"><arg type="s" name="service" direction="in"/></method>
+  <method name="RegisterStatusNotifierHost"><arg type="s" name="service" direction="in"/></method>
+  <property name="RegisteredStatusNotifierItems" type="as" access="read"/>
+  <property name="IsStatusNotifierHostRegistered" type="b" access="read"/>
+  <property name="ProtocolVersion" type="i" access="read"/>
+  <signal name="StatusNotifierItemRegistered"><arg type="s"/></signal>
+  <signal name="StatusNotifierHostRegistered"/>
+  <signal name="StatusNotifierHostUnregistered"/>
+</interface></node>"""
+
+
+class TrayHost:
+    """The watcher and, unless it is to come later, a host, on a connection of their own.
+
+    They answer on a thread of their own, so that a test may wait for the program meanwhile.
+    """
+
+    def __init__(self, bus_address, hosting=True):
+        self._items = []
+        self._hosting = hosting
+        self._context = GLib.MainContext()
+        self._loop = GLib.MainLoop(self._context)
+        self._connection = Gio.DBusConnection.new_for_address_sync(
+            bus_address, Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT
+            | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION, None, None)
+        self._ready = threading.Event()
+        self._thread = threading.Thread(target=self._serve)
+        self._thread.start()
+        self._ready.wait()
+        self._bus_call("RequestName", "(su)", WATCHER, 0)
+
+    def begin_hosting(self):
+        self._hosting = True
+        self._connection.emit_signal(None, "/StatusNotifierWatcher", WATCHER,
+                                     "StatusNotifierHostRegistered", None)
+
+    def item(self, within=20):
+        """The one icon that is shown."""
+        eventually(lambda: self._items, within, "an icon is in the tray")
+        return TrayItem(self._connection, self._items[-1])
+
+    def items(self):
+        return list(self._items)
+
+    def stop(self):
+        if not self._connection.is_closed():
+            self._connection.close_sync(None)
+        self._context.invoke_full(GLib.PRIORITY_DEFAULT, lambda *_: self._loop.quit())
+        self._thread.join()
+
+    def _serve(self):
+        self._context.push_thread_default()
+        interface = Gio.DBusNodeInfo.new_for_xml(WATCHER_XML).interfaces[0]
+        self._connection.register_object("/StatusNotifierWatcher", interface, self._called,
+                                         self._asked, None)
+        self._ready.set()
+        self._loop.run()
+        self._context.pop_thread_default()
+
+    def _called(self, connection, sender, path, interface, method, arguments, invocation):
+        if method == "RegisterStatusNotifierItem":
+            self._items.append(sender)
+        invocation.return_value(None)
+
+    def _asked(self, connection, sender, path, interface, name):
+        return {"RegisteredStatusNotifierItems": lambda: GLib.Variant("as", self._items),
+                "IsStatusNotifierHostRegistered": lambda: GLib.Variant("b", self._hosting),
+                "ProtocolVersion": lambda: GLib.Variant("i", 0)}[name]()
+
+    def _bus_call(self, method, signature, *arguments):
+        self._connection.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                   "org.freedesktop.DBus", method,
+                                   GLib.Variant(signature, arguments), None, 0, LIMIT_MS, None)
+
+
+class TrayItem:
+    """An icon in the tray, and the menu behind it."""
+
+    def __init__(self, connection, service):
+        self._connection = connection
+        self.service = service
+        self._menu_path = self.property("Menu")
+
+    def property(self, name):
+        return self._call("/StatusNotifierItem", "org.freedesktop.DBus.Properties", "Get",
+                          GLib.Variant("(ss)", (ITEM, name)))[0]
+
+    def activate(self):
+        """A click with the first button, where the host leaves the menu to the program."""
+        self._call("/StatusNotifierItem", ITEM, "Activate", GLib.Variant("(ii)", (0, 0)))
+
+    def entries(self):
+        """The menu's entries, top to bottom, submenus included in theirs."""
+        layout = self._call(self._menu_path, MENU, "GetLayout", GLib.Variant("(iias)", (0, -1, [])))
+        return [MenuEntry(self, child) for child in layout[1][2]]
+
+    def labels(self):
+        return [entry.label for entry in self.entries()]
+
+    def entry(self, label, within=20):
+        """The entry that reads so, in the menu or in one of its submenus."""
+        return eventually(lambda: self._find(self.entries(), label), within, f"an entry {label!r}")
+
+    def click(self, label):
+        entry = self.entry(label)
+        assert entry.enabled, f"{label!r} is disabled"
+        self._call(self._menu_path, MENU, "Event",
+                   GLib.Variant("(isvu)", (entry.id, "clicked", GLib.Variant("i", 0), 0)))
+
+    def _find(self, entries, label):
+        for entry in entries:
+            found = entry if entry.label == label else self._find(entry.children, label)
+            if found:
+                return found
+        return None
+
+    def _call(self, path, interface, method, arguments):
+        answer = self._connection.call_sync(self.service, path, interface, method, arguments, None,
+                                            0, LIMIT_MS, None)
+        return answer.unpack()
+
+
+class MenuEntry:
+    def __init__(self, item, layout):
+        self.id, properties, children = layout
+        self.label = properties.get("label", "").replace("__", "\0").replace("_", "").replace(
+            "\0", "_")
+        self.is_separator = properties.get("type") == "separator"
+        self.enabled = properties.get("enabled", True)
+        self.toggle_type = properties.get("toggle-type", "")
+        self.is_on = properties.get("toggle-state", -1) == 1
+        self.shortcut = properties.get("shortcut", [])
+        self.children = [MenuEntry(item, child) for child in children]
