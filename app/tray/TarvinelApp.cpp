@@ -12,6 +12,8 @@
 
 #include <fmt/format.h>
 
+#include <unistd.h>
+
 #include <iostream>
 #include <string>
 #include <utility>
@@ -97,6 +99,9 @@ TarvinelApp::TarvinelApp(const CommandLineOptions& options, const ChosenCapture&
   trayPatience_.setSingleShot(true);
   trayPatience_.callOnTimeout([this] { openWindow(); });
   model_->setOnChange([this] { modelChanged(); });
+  if (isatty(STDOUT_FILENO) == 1) {
+    console_ = std::make_shared<Console>(*model_, std::cout, [](int) {});
+  }
   if (options.share) share(*options.share);
   draw();
   traysChanged();
@@ -140,6 +145,7 @@ void TarvinelApp::draw() {
   const auto items = view_.items();
   window_.draw(items);
   if (icon_) icon_->draw(items, model_->isSharing());
+  if (console_) console_->refresh();
 }
 
 void TarvinelApp::traysChanged() {
