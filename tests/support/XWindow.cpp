@@ -31,14 +31,14 @@ XWindow::XWindow(XClient& client, const PixelRect& area, const Look& look)
   // a window of another depth than the root's needs all of these
   const std::array<std::uint32_t, 4> values{look.background.value_or(XCB_BACK_PIXMAP_NONE), 0,
                                             look.isUnmanaged ? 1U : 0U, colours};
-  xcb_create_window(
-      c(), look.hasAlpha ? std::uint8_t{32} : client.screen().root_depth, id_,
-      look.parent == XCB_NONE ? client.root() : look.parent, static_cast<std::int16_t>(area.x),
-      static_cast<std::int16_t>(area.y), static_cast<std::uint16_t>(area.width),
-      static_cast<std::uint16_t>(area.height), look.border, XCB_WINDOW_CLASS_INPUT_OUTPUT, visual,
-      (look.background ? XCB_CW_BACK_PIXEL : XCB_CW_BACK_PIXMAP) | XCB_CW_BORDER_PIXEL |
-          XCB_CW_OVERRIDE_REDIRECT | XCB_CW_COLORMAP,
-      values.data());
+  xcb_create_window(c(), look.hasAlpha ? std::uint8_t{32} : client.screen().root_depth, id_,
+                    look.parent == XCB_NONE ? client.root() : look.parent,
+                    static_cast<std::int16_t>(area.x), static_cast<std::int16_t>(area.y),
+                    static_cast<std::uint16_t>(area.width), static_cast<std::uint16_t>(area.height),
+                    look.border, XCB_WINDOW_CLASS_INPUT_OUTPUT, visual,
+                    (look.background ? XCB_CW_BACK_PIXEL : XCB_CW_BACK_PIXMAP) |
+                        XCB_CW_BORDER_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_COLORMAP,
+                    values.data());
   if (look.isMapped) xcb_map_window(c(), id_);
   client_.sync();
 }

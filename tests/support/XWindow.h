@@ -17,11 +17,12 @@ namespace tarvinel {
 class XWindow {
  public:
   struct Look {
-    std::optional<std::uint32_t> background;  ///< 0xRRGGBB; none: the server paints nothing itself
-    bool isUnmanaged = false;                 ///< as menus are (override-redirect)
-    bool hasAlpha = false;                    ///< of a visual with 32 bits
-    std::uint16_t border = 0;                 ///< pixels, of colour 0
-    xcb_window_t parent = XCB_NONE;           ///< none: the root window
+    /// 0xRRGGBB; none: the server paints nothing itself.
+    std::optional<std::uint32_t> background = std::nullopt;
+    bool isUnmanaged = false;        ///< as menus are (override-redirect)
+    bool hasAlpha = false;           ///< of a visual with 32 bits
+    std::uint16_t border = 0;        ///< pixels, of colour 0
+    xcb_window_t parent = XCB_NONE;  ///< none: the root window
     bool isMapped = true;
   };
 

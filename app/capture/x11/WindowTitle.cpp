@@ -7,6 +7,7 @@
 #include <unicode/ucnv.h>
 #include <unicode/unistr.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace tarvinel {
@@ -26,12 +27,29 @@ icu::UnicodeString converted(std::string_view bytes, const char* converterName) 
   return {bytes.data(), static_cast<std::int32_t>(bytes.size()), converter.get(), status};
 }
 
+/// Takes off and returns what comes before a mark; all of it, when there is none.
+std::string_view takeUpTo(std::string_view& bytes, std::string_view mark) {
+  const std::string_view before = bytes.substr(0, bytes.find(mark));
+  bytes.remove_prefix(std::min(before.size() + mark.size(), bytes.size()));
+  return before;
+}
+
+/// The converter does not know the parts in UTF-8 that newer programs put in.
+icu::UnicodeString decodedCompound(std::string_view bytes) {
+  icu::UnicodeString text;
+  while (!bytes.empty()) {
+    text += converted(takeUpTo(bytes, "\x1B%G"), "x11-compound-text");
+    text += icu::UnicodeString::fromUTF8(icuPiece(takeUpTo(bytes, "\x1B%@")));
+  }
+  return text;
+}
+
 icu::UnicodeString decoded(std::string_view bytes, TitleEncoding encoding) {
   switch (encoding) {
     case TitleEncoding::latin1:
       return converted(bytes, "ISO-8859-1");
     case TitleEncoding::compound:
-      return converted(bytes, "x11-compound-text");
+      return decodedCompound(bytes);
     case TitleEncoding::utf8:
       break;
   }
@@ -39,7 +57,7 @@ icu::UnicodeString decoded(std::string_view bytes, TitleEncoding encoding) {
 }
 
 bool isBlank(UChar32 character) {
-  return u_isUWhiteSpace(character) != 0 || u_iscntrl(character) != 0;
+  return u_isUWhiteSpace(character) != 0 || u_isISOControl(character) != 0;
 }
 
 bool turnsDirection(UChar32 character) {
