@@ -311,7 +311,7 @@ def test_a_window_gone_since_the_list(start, x, owner, tmp_path):
     program.wait_for_line("Owner: document")
     mine.close("document")
     program.command(f"share {identifier}")
-    program.wait_for_line("no longer available")
+    program.wait_for_line('No source "window-')
     assert not program.status()["sharing"]
 
 

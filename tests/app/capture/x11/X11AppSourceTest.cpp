@@ -13,7 +13,7 @@
 namespace tarvinel {
 namespace {
 
-const XWindow::Look onBlue{.background = blue};
+const XWindow::Look ordinaryLook{.background = blue};
 const XWindow::Look menuLook{.background = green, .isUnmanaged = true};
 
 /// The test's own process is the application; its windows are seen on the server's one display.
@@ -40,7 +40,7 @@ struct X11AppSourceTest : testing::Test {
 
 TEST_F(X11AppSourceTest, ItsWindowsAreSeenInTheirOrderAndBlackElsewhere) {
   x11.client.fill({0, 0, 320, 240}, 0xFF00FF);
-  XWindow lower(x11.client, {20, 20, 100, 100}, onBlue);
+  XWindow lower(x11.client, {20, 20, 100, 100}, ordinaryLook);
   XWindow upper(x11.client, {60, 60, 100, 100}, {.background = red});
   start();
   const SeenFrame seen = log.frameWhere(0, [](const SeenFrame& frame) {
@@ -58,7 +58,7 @@ TEST_F(X11AppSourceTest, ItsWindowsAreSeenInTheirOrderAndBlackElsewhere) {
 }
 
 TEST_F(X11AppSourceTest, MenusComeAndGo) {
-  XWindow window(x11.client, {20, 20, 200, 150}, onBlue);
+  XWindow window(x11.client, {20, 20, 200, 150}, ordinaryLook);
   start();
   frameWith(blue, 30, 30);
   XWindow menu(x11.client, {25, 25, 50, 60}, menuLook);
@@ -70,7 +70,7 @@ TEST_F(X11AppSourceTest, MenusComeAndGo) {
 
 TEST_F(X11AppSourceTest, AMenuThatIsNotYetPaintedShowsNothingOfTheScreen) {
   x11.client.fill({0, 0, 320, 240}, 0xFF00FF);
-  const XWindow window(x11.client, {20, 20, 50, 50}, onBlue);
+  const XWindow window(x11.client, {20, 20, 50, 50}, ordinaryLook);
   start();
   frameWith(blue, 30, 30);
   XWindow menu(x11.client, {100, 100, 100, 100}, {.isUnmanaged = true});
@@ -82,7 +82,7 @@ TEST_F(X11AppSourceTest, AMenuThatIsNotYetPaintedShowsNothingOfTheScreen) {
 }
 
 TEST_F(X11AppSourceTest, OnlyWhatWasDrawnIsDirty) {
-  XWindow window(x11.client, {20, 30, 200, 150}, onBlue);
+  XWindow window(x11.client, {20, 30, 200, 150}, ordinaryLook);
   start();
   frameWith(blue, 30, 40);
   window.fill({5, 6, 7, 8}, red);
@@ -93,7 +93,7 @@ TEST_F(X11AppSourceTest, OnlyWhatWasDrawnIsDirty) {
 }
 
 TEST_F(X11AppSourceTest, AWindowMovesWithoutATrace) {
-  XWindow window(x11.client, {20, 20, 50, 50}, onBlue);
+  XWindow window(x11.client, {20, 20, 50, 50}, ordinaryLook);
   start();
   frameWith(blue, 20, 20);
   window.place({200, 150, 50, 50});
@@ -107,7 +107,7 @@ TEST_F(X11AppSourceTest, AWindowMovesWithoutATrace) {
 
 TEST_F(X11AppSourceTest, OnlyItsDisplayIsSeen) {
   const auto right = x11.client.setMonitor("right", {160, 40, 160, 200}, false, false);
-  const XWindow window(x11.client, {100, 20, 100, 100}, onBlue);
+  const XWindow window(x11.client, {100, 20, 100, 100}, ordinaryLook);
   x11.run.startApplication(getpid(), right);
   const SeenFrame seen = frameWith(blue, 0, 0);
   EXPECT_EQ(seen.width, 160U);
@@ -120,7 +120,7 @@ TEST_F(X11AppSourceTest, OnlyItsDisplayIsSeen) {
 }
 
 TEST_F(X11AppSourceTest, WhatIsBelowShowsThroughAlpha) {
-  const XWindow below(x11.client, {20, 20, 100, 100}, onBlue);
+  const XWindow below(x11.client, {20, 20, 100, 100}, ordinaryLook);
   XWindow menu(x11.client, {40, 40, 100, 100},
                {.background = 0, .isUnmanaged = true, .hasAlpha = true});
   start();
@@ -133,7 +133,7 @@ TEST_F(X11AppSourceTest, WhatIsBelowShowsThroughAlpha) {
 }
 
 TEST_F(X11AppSourceTest, AWindowInAFrameIsSeenWithoutTheFrame) {
-  XWindow window(x11.client, {20, 20, 50, 50}, onBlue);
+  XWindow window(x11.client, {20, 20, 50, 50}, ordinaryLook);
   start();
   frameWith(blue, 20, 20);
   // in truth a frame is another program's; here it covers part of the window's own place
@@ -143,7 +143,7 @@ TEST_F(X11AppSourceTest, AWindowInAFrameIsSeenWithoutTheFrame) {
 }
 
 TEST_F(X11AppSourceTest, ItsLastWindowsEndEndsTheStream) {
-  XWindow window(x11.client, {20, 20, 50, 50}, onBlue);
+  XWindow window(x11.client, {20, 20, 50, 50}, ordinaryLook);
   XWindow hidden(x11.client, {20, 20, 50, 50}, {.background = red, .isMapped = false});
   start();
   frameWith(blue, 20, 20);
@@ -162,7 +162,7 @@ TEST_F(X11AppSourceTest, ItsLastWindowsEndEndsTheStream) {
 }
 
 TEST_F(X11AppSourceTest, AProcessWithoutWindowsDoesNotStart) {
-  const XWindow window(x11.client, {20, 20, 50, 50}, onBlue);
+  const XWindow window(x11.client, {20, 20, 50, 50}, ordinaryLook);
   EXPECT_THROW(x11.run.startApplication(getpid() + 1, x11.onlyDisplay()), CaptureError);
   EXPECT_EQ(log.stopCount(), 0U);
 }
@@ -170,7 +170,7 @@ TEST_F(X11AppSourceTest, AProcessWithoutWindowsDoesNotStart) {
 TEST_F(X11AppSourceTest, TheCursorIsSeenOverItsWindowsOnly) {
   x11.client.setSquareCursor(8, red);
   x11.client.movePointer(300, 200);
-  const XWindow window(x11.client, {20, 20, 100, 100}, onBlue);
+  const XWindow window(x11.client, {20, 20, 100, 100}, ordinaryLook);
   start(true);
   EXPECT_FALSE(frameWith(blue, 20, 20).has(red));
   x11.client.movePointer(50, 60);
@@ -180,7 +180,7 @@ TEST_F(X11AppSourceTest, TheCursorIsSeenOverItsWindowsOnly) {
 }
 
 TEST_F(X11AppSourceTest, WindowsThatComeAndGoQuicklyDoNoHarm) {
-  XWindow window(x11.client, {20, 20, 50, 50}, onBlue);
+  XWindow window(x11.client, {20, 20, 50, 50}, ordinaryLook);
   start();
   for (int i = 0; i < 200; ++i) {
     XWindow menu(x11.client, {100, 100, 60 + i % 7, 60}, menuLook);

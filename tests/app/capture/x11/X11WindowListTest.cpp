@@ -19,7 +19,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-const XWindow::Look grey{.background = 0x808080};
+const XWindow::Look greyLook{.background = 0x808080};
 
 std::vector<std::uint32_t> idsOf(const ShareableContent& content) {
   std::vector<std::uint32_t> ids;
@@ -35,7 +35,7 @@ struct X11WindowList : testing::Test {
 };
 
 TEST_F(X11WindowList, HasWhatIsKnownOfAWindow) {
-  XWindow window(x11.client, {30, 40, 300, 200}, grey);
+  XWindow window(x11.client, {30, 40, 300, 200}, greyLook);
   window.setText("_NET_WM_NAME", "UTF8_STRING", "Übersicht");
   window.setText("WM_NAME", "STRING", "overview");
   window.setText("WM_CLASS", "STRING", std::string("editor\0Editor\0", 14));
@@ -53,7 +53,7 @@ TEST_F(X11WindowList, HasWhatIsKnownOfAWindow) {
 }
 
 TEST_F(X11WindowList, FallsBackToTheOldName) {
-  XWindow window(x11.client, {0, 0, 300, 200}, grey);
+  XWindow window(x11.client, {0, 0, 300, 200}, greyLook);
   EXPECT_EQ(onlyWindow().title, std::nullopt);
   window.setText("WM_NAME", "STRING", "caf\xE9");
   EXPECT_EQ(onlyWindow().title, "café");
@@ -66,7 +66,7 @@ TEST_F(X11WindowList, FallsBackToTheOldName) {
 }
 
 TEST_F(X11WindowList, HostileTitlesAreMadeFitToBeShown) {
-  XWindow window(x11.client, {0, 0, 300, 200}, grey);
+  XWindow window(x11.client, {0, 0, 300, 200}, greyLook);
   window.setText("_NET_WM_NAME", "UTF8_STRING", "a\xFF\n\x1B[31mb");
   EXPECT_EQ(onlyWindow().title, "a\uFFFD [31mb");
   window.setText("_NET_WM_NAME", "UTF8_STRING", std::string(10240, 'x'));
@@ -74,7 +74,7 @@ TEST_F(X11WindowList, HostileTitlesAreMadeFitToBeShown) {
 }
 
 TEST_F(X11WindowList, ANamelessProgramHasNoName) {
-  XWindow window(x11.client, {0, 0, 300, 200}, grey);
+  XWindow window(x11.client, {0, 0, 300, 200}, greyLook);
   EXPECT_EQ(onlyWindow().application->name, std::nullopt);
   window.setText("WM_CLASS", "STRING", "instance");
   EXPECT_EQ(onlyWindow().application->name, "instance");
@@ -82,11 +82,11 @@ TEST_F(X11WindowList, ANamelessProgramHasNoName) {
 
 TEST_F(X11WindowList, LeavesOutWhatIsNotOnTheScreen) {
   const XWindow hidden(x11.client, {0, 0, 300, 200}, {.background = 0, .isMapped = false});
-  const XWindow outside(x11.client, {800, 0, 300, 200}, grey);
-  const XWindow partly(x11.client, {799, 0, 300, 200}, grey);
-  XWindow minimised(x11.client, {0, 0, 300, 200}, grey);
+  const XWindow outside(x11.client, {800, 0, 300, 200}, greyLook);
+  const XWindow partly(x11.client, {799, 0, 300, 200}, greyLook);
+  XWindow minimised(x11.client, {0, 0, 300, 200}, greyLook);
   minimised.setNumbers("_NET_WM_STATE", "ATOM", {x11.client.atom("_NET_WM_STATE_HIDDEN")});
-  XWindow desktop(x11.client, {0, 0, 800, 600}, grey);
+  XWindow desktop(x11.client, {0, 0, 800, 600}, greyLook);
   desktop.setNumbers("_NET_WM_WINDOW_TYPE", "ATOM",
                      {x11.client.atom("_NET_WM_WINDOW_TYPE_DESKTOP")});
   EXPECT_THAT(idsOf(x11.run.content()), ElementsAre(partly.id()));
@@ -95,7 +95,7 @@ TEST_F(X11WindowList, LeavesOutWhatIsNotOnTheScreen) {
 TEST_F(X11WindowList, MenusAndPanelsAreAboveTheLayerOfApplications) {
   const XWindow menu(x11.client, {0, 0, 300, 200}, {.background = 0, .isUnmanaged = true});
   EXPECT_NE(onlyWindow().layer, 0);
-  XWindow panel(x11.client, {0, 0, 300, 200}, grey);
+  XWindow panel(x11.client, {0, 0, 300, 200}, greyLook);
   panel.setNumbers("_NET_WM_WINDOW_TYPE", "ATOM", {x11.client.atom("_NET_WM_WINDOW_TYPE_DOCK")});
   EXPECT_NE(x11.run.content().windows.at(1).layer, 0);
   panel.setNumbers(
@@ -106,13 +106,13 @@ TEST_F(X11WindowList, MenusAndPanelsAreAboveTheLayerOfApplications) {
 
 TEST_F(X11WindowList, IsInPointsAndWithoutTheShadowsThatProgramsDraw) {
   x11.client.setResources("Xft.dpi:\t192\n");
-  XWindow window(x11.client, {30, 40, 640, 480}, grey);
+  XWindow window(x11.client, {30, 40, 640, 480}, greyLook);
   window.setNumbers("_GTK_FRAME_EXTENTS", "CARDINAL", {20, 20, 10, 30});
   EXPECT_EQ(onlyWindow().frame, (Rect{25, 25, 300, 220}));
 }
 
 TEST_F(X11WindowList, FindsTheProgramsWindowInAFrame) {
-  const XWindow frame(x11.client, {100, 100, 320, 240}, grey);
+  const XWindow frame(x11.client, {100, 100, 320, 240}, greyLook);
   XWindow inside(x11.client, {5, 20, 310, 200}, {.background = 0, .parent = frame.id()});
   EXPECT_THAT(idsOf(x11.run.content()), ElementsAre(frame.id()));
   inside.setNumbers("WM_STATE", "WM_STATE", {1, 0});
@@ -129,8 +129,8 @@ void writeOnRoot(XClient& client, const std::string& property, std::vector<std::
 }
 
 TEST_F(X11WindowList, BelievesAWindowManagerThatLives) {
-  const XWindow first(x11.client, {0, 0, 300, 200}, grey);
-  const XWindow second(x11.client, {0, 0, 300, 200}, grey);
+  const XWindow first(x11.client, {0, 0, 300, 200}, greyLook);
+  const XWindow second(x11.client, {0, 0, 300, 200}, greyLook);
   XWindow check(x11.client, {0, 0, 1, 1}, {.background = 0, .isMapped = false});
   writeOnRoot(x11.client, "_NET_SUPPORTING_WM_CHECK", {check.id()});
   writeOnRoot(x11.client, "_NET_CLIENT_LIST_STACKING", {second.id(), 0xDEAD});
@@ -144,19 +144,19 @@ TEST_F(X11WindowList, BelievesAWindowManagerThatLives) {
 TEST_F(X11WindowList, HasTwoHundredWindows) {
   std::deque<XWindow> windows;
   for (int i = 0; i < 200; ++i)
-    windows.emplace_back(x11.client, PixelRect{i, i, 300, 200}, grey);
+    windows.emplace_back(x11.client, PixelRect{i, i, 300, 200}, greyLook);
   EXPECT_THAT(x11.run.content().windows, SizeIs(200));
 }
 
 TEST_F(X11WindowList, WindowsThatComeAndGoMeanwhileDoNoHarm) {
-  const XWindow stays(x11.client, {0, 0, 300, 200}, grey);
+  const XWindow stays(x11.client, {0, 0, 300, 200}, greyLook);
   std::atomic<bool> isOver = false;
   std::thread coming([&] {
     XClient client(x11.server.display());
     while (!isOver) {
       std::deque<XWindow> windows;
       for (int i = 0; i < 5; ++i)
-        windows.emplace_back(client, PixelRect{i, i, 300, 200}, grey);
+        windows.emplace_back(client, PixelRect{i, i, 300, 200}, greyLook);
       for (XWindow& window : windows)
         window.close();
     }
@@ -171,7 +171,7 @@ TEST_F(X11WindowList, WindowsThatComeAndGoMeanwhileDoNoHarm) {
 
 TEST(X11WindowListWithoutXRes, BelievesWhatTheWindowSays) {
   X11Capture x11("800x600x24", {"-extension", "X-Resource"});
-  XWindow window(x11.client, {0, 0, 300, 200}, grey);
+  XWindow window(x11.client, {0, 0, 300, 200}, greyLook);
   EXPECT_EQ(x11.run.content().windows.at(0).application, std::nullopt);
   window.setNumbers("_NET_WM_PID", "CARDINAL", {4321});
   EXPECT_EQ(x11.run.content().windows.at(0).application->processID, 4321);
