@@ -15,10 +15,10 @@ X11AppSource::X11AppSource(const std::string& server, const X11Options& options,
                            std::uint32_t displayID, std::int32_t processID, bool showsCursor)
     : connection_(server, options),
       displayID_(displayID),
-      monitors_(connection_, XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY) {
+      monitors_(connection_, XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY),
+      hasRender_(negotiateRender(connection_)) {
   requireBGRA(connection_);
   requireComposite(connection_);
-  hasRender_ = negotiateRender(connection_);
   const bool hasXFixes = negotiateXFixes(connection_);
   windows_ = std::make_unique<X11AppWindows>(connection_, processID, hasXFixes);
   if (windows_->isEmpty()) throw CaptureError(CaptureError::Case::unknownSource);

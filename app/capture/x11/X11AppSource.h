@@ -39,7 +39,7 @@ class X11AppSource final : public X11FrameSource {
   X11Connection connection_;
   const std::uint32_t displayID_;
   X11MonitorEvents monitors_;
-  bool hasRender_ = false;
+  const bool hasRender_;
   std::unique_ptr<X11AppWindows> windows_;
   std::optional<X11Cursor> cursor_;  ///< none: not shown
   std::unique_ptr<X11AppCanvas> canvas_;

@@ -57,6 +57,9 @@ X11AppWindows::Known X11AppWindows::open(xcb_window_t window) const {
                                             xcb_get_window_attributes(connection_.get(), window));
   if (attributes->_class != XCB_WINDOW_CLASS_INPUT_OUTPUT ||
       !isBGRA(connection_, attributes->visual)) {
+    // its end is all that matters of it
+    const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    xcb_change_window_attributes(connection_.get(), window, XCB_CW_EVENT_MASK, &events);
     return {};
   }
   const auto geometry =

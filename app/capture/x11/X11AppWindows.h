@@ -31,7 +31,7 @@ class X11AppWindows {
   /// and then opens another usually keeps some.
   bool isEmpty() const { return windows_.empty(); }
 
-  bool has(xcb_window_t window) const { return windows_.count(window) != 0; }
+  bool has(xcb_window_t window) const { return windows_.contains(window); }
 
   /// Brings the layers up to date. Throws X11Error.
   void follow();

@@ -42,13 +42,12 @@ std::vector<xcb_window_t> topLevelsOf(const X11Connection& connection, const Hei
                                       std::vector<xcb_window_t> windows) {
   constexpr int deepest = 8;
   for (int depth = 0; depth < deepest; ++depth) {
-    const bool areAll = std::all_of(windows.begin(), windows.end(), [&](xcb_window_t window) {
-      return heights.count(window) != 0;
-    });
+    const bool areAll = std::all_of(windows.begin(), windows.end(),
+                                    [&](xcb_window_t window) { return heights.contains(window); });
     if (areAll) break;
     const auto parents = parentsOf(connection, windows);
     for (std::size_t i = 0; i < windows.size(); ++i) {
-      if (heights.count(windows[i]) == 0) windows[i] = parents[i];
+      if (!heights.contains(windows[i])) windows[i] = parents[i];
     }
   }
   return windows;

@@ -15,7 +15,7 @@ X11WindowContent::X11WindowContent(const X11Connection& connection, xcb_window_t
                                    bool hasXFixes)
     : connection_(connection),
       window_(window),
-      size_((watch(), currentSize())),
+      size_(watch()),
       damage_(connection, window, hasXFixes) {
   connection.check(xcb_composite_redirect_window_checked(connection.get(), window,
                                                          XCB_COMPOSITE_REDIRECT_AUTOMATIC));
@@ -28,14 +28,12 @@ X11WindowContent::~X11WindowContent() {
   }
 }
 
-void X11WindowContent::watch() const {
+/// Returns the size that later events tell changes of.
+X11WindowContent::Size X11WindowContent::watch() const {
   const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_VISIBILITY_CHANGE |
                                XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_ENTER_WINDOW |
                                XCB_EVENT_MASK_LEAVE_WINDOW;
   xcb_change_window_attributes(connection_.get(), window_, XCB_CW_EVENT_MASK, &events);
-}
-
-X11WindowContent::Size X11WindowContent::currentSize() const {
   const auto geometry =
       connection_.reply(xcb_get_geometry_reply, xcb_get_geometry(connection_.get(), window_));
   return {geometry->width, geometry->height, geometry->border_width};

@@ -58,8 +58,7 @@ class X11WindowContent {
     bool operator==(const Size&) const = default;
   };
 
-  void watch() const;
-  Size currentSize() const;
+  Size watch() const;
   bool hasNewPixmap(const xcb_generic_event_t& event);
   bool changesSize(const xcb_configure_notify_event_t& event);
   void renew();

@@ -53,6 +53,7 @@ std::vector<ShareableApplication> applicationsOf(const std::vector<ShareableWind
     }
   }
   std::vector<ShareableApplication> each;
+  each.reserve(applications.size());
   for (const auto& [process, application] : applications)
     each.push_back(application);
   return each;
