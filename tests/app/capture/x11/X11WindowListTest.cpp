@@ -151,8 +151,8 @@ TEST_F(X11WindowList, HasTwoHundredWindows) {
 TEST_F(X11WindowList, WindowsThatComeAndGoMeanwhileDoNoHarm) {
   const XWindow stays(x11.client, {0, 0, 300, 200}, greyLook);
   std::atomic<bool> isOver = false;
+  XClient client(x11.server.display());
   std::thread coming([&] {
-    XClient client(x11.server.display());
     while (!isOver) {
       std::deque<XWindow> windows;
       for (int i = 0; i < 5; ++i)

@@ -294,5 +294,15 @@ TEST_F(X11WindowCursorTest, IsNotSeenWhereAnotherWindowIsUnderIt) {
   frameWith(red, 70, 30);
 }
 
+TEST_F(X11WindowCursorTest, GoesWhenAWindowCoversItThatAppears) {
+  XWindow window(x11.client, {50, 40, 120, 100}, onBlue);
+  x11.client.movePointer(70, 70);
+  x11.run.startWindow(window.id(), true);
+  frameWith(red, 20, 30);
+  const std::size_t seenBefore = log.frameCount();
+  const XWindow cover(x11.client, {0, 0, 320, 240}, covering);
+  log.frameWhere(seenBefore, [](const SeenFrame& seen) { return !seen.has(red); });
+}
+
 }  // namespace
 }  // namespace tarvinel
