@@ -13,6 +13,7 @@
 
 #include <array>
 #include <cstring>
+#include <thread>
 
 namespace tarvinel {
 namespace {
@@ -257,6 +258,30 @@ TEST_F(X11WindowSourceTest, EndsInOrderWhereverTheWindowGoes) {
       watching.handle(*event);
     EXPECT_TRUE(watching.wantsCapture());
     EXPECT_THROW(watching.capture(), X11Error);
+  }
+}
+
+TEST_F(X11WindowSourceTest, AWindowMayVanishBetweenAnyTwoRequests) {
+  for (int delay = 0; delay < 100; ++delay) {
+    XWindow window(x11.client, {10, 10, 100, 80}, onBlue);
+    std::thread closing([&] {
+      for (int i = 0; i < delay; ++i)
+        x11.client.sync();
+      window.close();
+    });
+    try {
+      X11WindowSource source(x11.server.display(), {}, window.id(), getpid(), true);
+      while (true) {
+        while (const auto event = source.connection().pollEvent())
+          source.handle(*event);
+        source.capture();
+      }
+    } catch (const CaptureError& error) {
+      EXPECT_EQ(error.kind(), CaptureError::Case::unknownSource);
+    } catch (const X11Error& error) {
+      EXPECT_EQ(error.kind(), X11Error::Case::windowGone) << error.what();
+    }
+    closing.join();
   }
 }
 
