@@ -5,6 +5,7 @@
 #include "app/capture/x11/X11Property.h"
 #include "app/capture/x11/X11Tree.h"
 
+#include <cstddef>
 #include <optional>
 
 namespace tarvinel {
@@ -49,19 +50,50 @@ std::vector<bool> haveState(const X11Connection& connection, const X11Atoms& ato
   return answers;
 }
 
-/// The window that a window manager has put into that one; the one itself when there is none.
-xcb_window_t clientIn(const X11Connection& connection, const X11Atoms& atoms,
-                      xcb_window_t topLevel) {
-  constexpr int deepest = 3;
-  std::vector<xcb_window_t> level{topLevel};
-  for (int depth = 0; depth < deepest && !level.empty(); ++depth) {
-    const std::vector<bool> found = haveState(connection, atoms, level);
-    for (std::size_t i = 0; i < level.size(); ++i) {
-      if (found[i]) return level[i];
-    }
-    level = childrenOf(connection, level);
+/// A window that may be the program's own in one of the windows on the root window.
+struct Candidate {
+  std::size_t place;  ///< of the window on the root window
+  xcb_window_t window;
+};
+
+std::vector<xcb_window_t> windowsOf(const std::vector<Candidate>& candidates) {
+  std::vector<xcb_window_t> windows;
+  windows.reserve(candidates.size());
+  for (const Candidate& candidate : candidates)
+    windows.push_back(candidate.window);
+  return windows;
+}
+
+std::vector<Candidate> candidatesInside(const X11Connection& connection,
+                                        const std::vector<Candidate>& candidates) {
+  std::vector<Candidate> inside;
+  const auto children = childrenOfEach(connection, windowsOf(candidates));
+  for (std::size_t i = 0; i < candidates.size(); ++i) {
+    for (const xcb_window_t child : children[i])
+      inside.push_back({candidates[i].place, child});
   }
-  return topLevel;
+  return inside;
+}
+
+/// In the place of each, the window that a window manager has put into it, if there is one.
+std::vector<xcb_window_t> clientsIn(const X11Connection& connection, const X11Atoms& atoms,
+                                    std::vector<xcb_window_t> topLevels) {
+  constexpr int deepest = 3;
+  std::vector<Candidate> level;
+  for (std::size_t i = 0; i < topLevels.size(); ++i)
+    level.push_back({i, topLevels[i]});
+  std::vector<bool> isFound(topLevels.size(), false);
+  for (int depth = 0; depth < deepest && !level.empty(); ++depth) {
+    const std::vector<bool> hasState = haveState(connection, atoms, windowsOf(level));
+    for (std::size_t i = 0; i < level.size(); ++i) {
+      if (!hasState[i] || isFound[level[i].place]) continue;
+      topLevels[level[i].place] = level[i].window;
+      isFound[level[i].place] = true;
+    }
+    std::erase_if(level, [&](const Candidate& candidate) { return isFound[candidate.place]; });
+    level = candidatesInside(connection, level);
+  }
+  return topLevels;
 }
 
 }  // namespace
@@ -69,10 +101,7 @@ xcb_window_t clientIn(const X11Connection& connection, const X11Atoms& atoms,
 std::vector<xcb_window_t> listClientWindows(const X11Connection& connection,
                                             const X11Atoms& atoms) {
   if (auto managed = managedWindows(connection, atoms)) return *managed;
-  std::vector<xcb_window_t> windows;
-  for (const xcb_window_t topLevel : childrenOf(connection, {connection.root()}))
-    windows.push_back(clientIn(connection, atoms, topLevel));
-  return windows;
+  return clientsIn(connection, atoms, childrenOf(connection, {connection.root()}));
 }
 
 }  // namespace tarvinel

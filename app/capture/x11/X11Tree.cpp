@@ -24,14 +24,24 @@ std::vector<Tree> treesOf(const X11Connection& connection,
 
 }  // namespace
 
+std::vector<std::vector<xcb_window_t>> childrenOfEach(const X11Connection& connection,
+                                                      const std::vector<xcb_window_t>& windows) {
+  std::vector<std::vector<xcb_window_t>> children;
+  children.reserve(windows.size());
+  for (const Tree& tree : treesOf(connection, windows)) {
+    auto& inside = children.emplace_back();
+    if (!tree) continue;
+    const xcb_window_t* first = xcb_query_tree_children(tree.get());
+    inside.assign(first, first + xcb_query_tree_children_length(tree.get()));
+  }
+  return children;
+}
+
 std::vector<xcb_window_t> childrenOf(const X11Connection& connection,
                                      const std::vector<xcb_window_t>& windows) {
   std::vector<xcb_window_t> children;
-  for (const Tree& tree : treesOf(connection, windows)) {
-    if (!tree) continue;
-    const xcb_window_t* first = xcb_query_tree_children(tree.get());
-    children.insert(children.end(), first, first + xcb_query_tree_children_length(tree.get()));
-  }
+  for (const auto& inside : childrenOfEach(connection, windows))
+    children.insert(children.end(), inside.begin(), inside.end());
   return children;
 }
 

@@ -115,9 +115,13 @@ TEST_F(X11WindowList, FindsTheProgramsWindowInAFrame) {
   const XWindow frame(x11.client, {100, 100, 320, 240}, greyLook);
   XWindow inside(x11.client, {5, 20, 310, 200}, {.background = 0, .parent = frame.id()});
   EXPECT_THAT(idsOf(x11.run.content()), ElementsAre(frame.id()));
+  const XWindow other(x11.client, {100, 100, 320, 240}, greyLook);
+  XWindow deeper(x11.client, {5, 5, 100, 100}, {.background = 0, .parent = inside.id()});
+  deeper.setNumbers("WM_STATE", "WM_STATE", {1, 0});
+  EXPECT_THAT(idsOf(x11.run.content()), ElementsAre(deeper.id(), other.id()));
   inside.setNumbers("WM_STATE", "WM_STATE", {1, 0});
-  EXPECT_THAT(idsOf(x11.run.content()), ElementsAre(inside.id()));
-  EXPECT_EQ(onlyWindow().frame, (Rect{105, 120, 310, 200}));
+  EXPECT_THAT(idsOf(x11.run.content()), ElementsAre(inside.id(), other.id()));
+  EXPECT_EQ(x11.run.content().windows.at(0).frame, (Rect{105, 120, 310, 200}));
 }
 
 /// The root window, as a window manager writes on it.
