@@ -33,12 +33,12 @@ std::unordered_map<std::uint32_t, std::int32_t> parseClientProcesses(
     std::span<const std::byte> body, std::size_t count) {
   std::unordered_map<std::uint32_t, std::int32_t> processes;
   for (std::size_t i = 0; i < count; ++i) {
-    const auto spec = take<xcb_res_client_id_spec_t>(body);
+    const auto identity = take<xcb_res_client_id_spec_t>(body);
     const auto length = take<std::uint32_t>(body);  // bytes
     if (body.size() < length) throw X11Error::malformedReply();
     auto value = body.first(length);
     body = body.subspan(length);
-    if (length >= sizeof(std::int32_t)) processes[spec.client] = take<std::int32_t>(value);
+    if (length >= sizeof(std::int32_t)) processes[identity.client] = take<std::int32_t>(value);
   }
   return processes;
 }
