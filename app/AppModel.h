@@ -15,6 +15,7 @@
 #include "core/net/LocalAddresses.h"
 #include "core/net/NamePublisher.h"
 #include "core/net/NameRegistrar.h"
+#include "core/net/SystemNameRegistrar.h"
 #include "core/support/Log.h"
 #include "core/support/Result.h"
 #include "core/support/SerialQueue.h"
@@ -48,7 +49,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     CaptureEngine::ServiceFactory captureService;
     std::filesystem::path userDefaultsFile;
     UpdateController::Factory updateController = {};  ///< none: nothing looks for updates
-    NameRegistrar::Factory nameRegistrar = {};        ///< needed unless the hostname is empty
+    NameRegistrar::Factory nameRegistrar = SystemNameRegistrar::factory();
     std::function<std::optional<std::string>()> preferredHost = &LocalAddresses::preferredHost;
   };
 

@@ -8,7 +8,6 @@
 #include "app/TerminalDesktop.h"
 #include "app/TerminalLoop.h"
 #include "app/capture/CaptureEngine.h"
-#include "core/net/SystemNameRegistrar.h"
 #include "core/support/ApplicationIdentifier.h"
 
 #include <unistd.h>
@@ -57,14 +56,9 @@ int runHeadless(const CommandLineOptions& options) {
   if (configuration.problem) std::cout << *configuration.problem << std::endl;
   TerminalLoop loop;
   TerminalDesktop desktop;
-  const auto model = AppModel::create(configuration.config,
-                                      {.mainQueue = loop,
-                                       .desktop = desktop,
-                                       .log = log,
-                                       .captureService = capture.makeService,
-                                       .userDefaultsFile = UserDefaults::defaultFile(),
-                                       .nameRegistrar = SystemNameRegistrar::factory()},
-                                      uploadsFor(options));
+  const auto model = AppModel::create(
+      configuration.config, {loop, desktop, log, capture.makeService, UserDefaults::defaultFile()},
+      uploadsFor(options));
   const auto console =
       std::make_shared<Console>(*model, std::cout, [&loop](int status) { loop.quit(status); });
   model->setOnChange([&console] { console->refresh(); });
