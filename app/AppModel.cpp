@@ -53,7 +53,8 @@ AppModel::AppModel(TarvinelConfig config, Platform platform, const UploadLaunch&
               {.port = config_.port,
                .status = [sharingFlag = sharingFlag_] { return sharingFlag->snapshot(); },
                .brand = config_.brand,
-               .hostname = config_.hostname}),
+               .hostname = config_.hostname,
+               .listenerFallback = config_.port == 80 ? platform_.listenerForPort80 : nullptr}),
       userDefaults_(platform_.userDefaultsFile, logger_),
       quietCard_(waitingText(config_.brand)),
       namePublisher_(platform_.nameRegistrar, platform_.log.category("mdns")) {
@@ -66,6 +67,10 @@ AppModel::~AppModel() = default;
 void AppModel::begin() {
   captureEngine_.setOnStop(onMain<Result<void>>(
       [](AppModel& self, const Result<void>& end) { self.captureDidStop(end); }));
+  linkMonitor_.emplace(platform_.networkPath, onMain<bool>([](AppModel& self, bool isWired) {
+                         self.linkChanged(isWired);
+                       }));
+  update(isWired_, linkMonitor_->isWired());
   reloadUploadStore();  // the server starts with the outcome
   refreshSources();
   ticker_ = platform_.mainQueue.repeat(tickInterval, [weak = weak_from_this()] {
@@ -83,6 +88,11 @@ void AppModel::startUpdater() {
 
 void AppModel::checkForUpdates() {
   updater_->checkForUpdates();
+}
+
+void AppModel::linkChanged(bool isWired) {
+  logger_->info("network path is now {}", linkName(isWired));
+  update(isWired_, isWired);
 }
 
 void AppModel::startServer() {

@@ -12,9 +12,11 @@
 #include "core/frames/FrameBroadcaster.h"
 #include "core/frames/TrafficMeter.h"
 #include "core/http/StreamServer.h"
+#include "core/net/LinkMonitor.h"
 #include "core/net/LocalAddresses.h"
 #include "core/net/NamePublisher.h"
 #include "core/net/NameRegistrar.h"
+#include "core/net/NetworkPath.h"
 #include "core/net/SystemNameRegistrar.h"
 #include "core/support/Log.h"
 #include "core/support/Result.h"
@@ -48,9 +50,15 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     Log log;
     CaptureEngine::ServiceFactory captureService;
     std::filesystem::path userDefaultsFile;
-    UpdateController::Factory updateController = {};  ///< none: nothing looks for updates
+    std::filesystem::path sysfs = "/sys";  ///< where that is mounted
+    NetworkPath::Factory networkPath = kernelNetworkPath(sysfs);
+    std::function<std::optional<std::string>()> preferredHost = [root = sysfs] {
+      return LocalAddresses::preferredHost(root);
+    };
     NameRegistrar::Factory nameRegistrar = SystemNameRegistrar::factory();
-    std::function<std::optional<std::string>()> preferredHost = &LocalAddresses::preferredHost;
+    /// How to listen on port 80 when this process may not; null when there is no other way.
+    StreamServer::ListenerFallback listenerForPort80 = {};
+    UpdateController::Factory updateController = {};  ///< none: nothing looks for updates
   };
 
   /// What becomes of uploads at launch.
@@ -150,6 +158,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   AppModel(TarvinelConfig config, Platform platform, const UploadLaunch& uploads);
 
   void begin();
+  void linkChanged(bool isWired);
   void startServer();
   void serverStarted(const Result<std::uint16_t>& port);
   void showAddress(const std::optional<std::string>& host);
@@ -252,6 +261,8 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   std::uint64_t currentShare_ = 0;
   std::uint64_t currentReload_ = 0;       ///< the same for upload folders
   std::uint64_t currentPublication_ = 0;  ///< the same for the name
+
+  std::optional<LinkMonitor> linkMonitor_;
 };
 
 }  // namespace tarvinel

@@ -5,6 +5,7 @@
 #include "app/Console.h"
 #include "app/LineReader.h"
 #include "app/PicturesFolder.h"
+#include "app/PortHelper.h"
 #include "app/TerminalDesktop.h"
 #include "app/TerminalLoop.h"
 #include "app/capture/CaptureEngine.h"
@@ -18,6 +19,7 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <system_error>
 
 namespace tarvinel {
 
@@ -57,10 +59,19 @@ int runHeadless(const CommandLineOptions& options) {
   TerminalLoop loop;
   TerminalDesktop desktop;
   const auto model = AppModel::create(
-      configuration.config, {loop, desktop, log, capture.makeService, UserDefaults::defaultFile()},
+      configuration.config,
+      {.mainQueue = loop,
+       .desktop = desktop,
+       .log = log,
+       .captureService = capture.makeService,
+       .userDefaultsFile = UserDefaults::defaultFile(),
+       .sysfs = options.sysfs,
+       .listenerForPort80 = [helper = PortHelper::ofThisProgram()](
+                                std::error_code refusal) { return helper.listen(refusal); }},
       uploadsFor(options));
-  const auto console =
-      std::make_shared<Console>(*model, std::cout, [&loop](int status) { loop.quit(status); });
+  const auto console = std::make_shared<Console>(
+      *model, std::cout, [&loop](int status) { loop.quit(status); },
+      isatty(STDOUT_FILENO) == 1 ? QRColours::terminal : QRColours::none);
   model->setOnChange([&console] { console->refresh(); });
   console->refresh();
   if (options.share) console->share(*options.share);

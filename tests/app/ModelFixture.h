@@ -4,6 +4,7 @@
 #include "tests/app/capture/FakeCaptureService.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/FakeDesktop.h"
+#include "tests/support/FakeNetwork.h"
 #include "tests/support/ManualMainQueue.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -35,6 +36,8 @@ class ModelFixture : public testing::Test {
                   return std::make_unique<FakeCaptureService>(screen);
                 },
             .userDefaultsFile = folder / "preferences.json",
+            .sysfs = folder.path(),
+            .networkPath = network.factory(),
             .updateController = updateController};
   }
 
@@ -70,6 +73,7 @@ class ModelFixture : public testing::Test {
   test::FakeDesktop desktop;
   UpdateController::Factory updateController;
   FakeScreen screen;
+  test::FakeNetwork network;
   TarvinelConfig config;
   std::shared_ptr<AppModel> model;
 };

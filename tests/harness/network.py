@@ -142,6 +142,16 @@ class Network:
         self._lan.remove()
 
 
+def connect_inside(namespace, address):
+    """A socket of a namespace, connected to an address there."""
+    return _inside(namespace, lambda: socket.create_connection(address, 10))
+
+
+def listen_inside(namespace, port):
+    """A listening socket of a namespace, on all its addresses."""
+    return _inside(namespace, lambda: socket.create_server(("", port)))
+
+
 def _inside(namespace, action):
     outcome = []
 
