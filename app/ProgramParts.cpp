@@ -2,7 +2,6 @@
 
 #include "app/PicturesFolder.h"
 #include "app/PortHelper.h"
-#include "core/net/SystemNameRegistrar.h"
 
 #include <ctime>
 #include <filesystem>
@@ -30,7 +29,6 @@ AppModel::Platform platformFor(const CommandLineOptions& options, const ChosenCa
           .captureService = capture.makeService,
           .userDefaultsFile = UserDefaults::defaultFile(),
           .sysfs = options.sysfs,
-          .nameRegistrar = SystemNameRegistrar::factory(),
           .listenerForPort80 = [helper = PortHelper::ofThisProgram()](std::error_code refusal) {
             return helper.listen(refusal);
           }};
