@@ -35,10 +35,6 @@ std::string waitingText(const std::optional<BrandConfig>& brand) {
   return brand && brand->waiting ? *brand->waiting : std::string(ViewerPage::defaultWaiting);
 }
 
-std::string currentHost() {
-  return LocalAddresses::preferredHost().value_or("localhost");
-}
-
 }  // namespace
 
 std::shared_ptr<AppModel> AppModel::create(TarvinelConfig config, Platform platform,
@@ -57,9 +53,11 @@ AppModel::AppModel(TarvinelConfig config, Platform platform, const UploadLaunch&
               {.port = config_.port,
                .status = [sharingFlag = sharingFlag_] { return sharingFlag->snapshot(); },
                .brand = config_.brand,
-               .hostname = config_.hostname}),
+               .hostname = config_.hostname,
+               .listenerFallback = config_.port == 80 ? platform_.listenerForPort80 : nullptr}),
       userDefaults_(platform_.userDefaultsFile, logger_),
-      quietCard_(waitingText(config_.brand)) {
+      quietCard_(waitingText(config_.brand)),
+      namePublisher_(platform_.nameRegistrar, platform_.log.category("mdns")) {
   setMotionRate(initialMotionFPS);
   readUploadDefaults(uploads);
 }
@@ -69,6 +67,10 @@ AppModel::~AppModel() = default;
 void AppModel::begin() {
   captureEngine_.setOnStop(onMain<Result<void>>(
       [](AppModel& self, const Result<void>& end) { self.captureDidStop(end); }));
+  linkMonitor_.emplace(platform_.networkPath, onMain<bool>([](AppModel& self, bool isWired) {
+                         self.linkChanged(isWired);
+                       }));
+  update(isWired_, linkMonitor_->isWired());
   reloadUploadStore();  // the server starts with the outcome
   refreshSources();
   ticker_ = platform_.mainQueue.repeat(tickInterval, [weak = weak_from_this()] {
@@ -88,6 +90,11 @@ void AppModel::checkForUpdates() {
   updater_->checkForUpdates();
 }
 
+void AppModel::linkChanged(bool isWired) {
+  logger_->info("network path is now {}", linkName(isWired));
+  update(isWired_, isWired);
+}
+
 void AppModel::startServer() {
   if (std::exchange(serverAsked_, true)) return;
   server_.start(onMain<Result<std::uint16_t>>(
@@ -104,7 +111,13 @@ void AppModel::serverStarted(const Result<std::uint16_t>& port) {
   }
   update(serverError_, {});
   update(boundPort_, port.value());
-  update(serverURL_, std::optional(LocalAddresses::url(currentHost(), boundPort_)));
+  const auto host = platform_.preferredHost();
+  showAddress(host);
+  publishName(host);
+}
+
+void AppModel::showAddress(const std::optional<std::string>& host) {
+  update(serverURL_, std::optional(LocalAddresses::url(host.value_or("localhost"), boundPort_)));
 }
 
 void AppModel::refreshSources(std::function<void()> done) {
@@ -264,7 +277,9 @@ void AppModel::setMotionRate(std::int64_t rate) {
 }
 
 void AppModel::refreshAddress() {
-  update(serverURL_, std::optional(LocalAddresses::url(currentHost(), boundPort_)));
+  const auto host = platform_.preferredHost();
+  showAddress(host);
+  refreshName(host);
 }
 
 std::string AppModel::statusLine() const {

@@ -12,6 +12,11 @@
 #include "core/frames/FrameBroadcaster.h"
 #include "core/frames/TrafficMeter.h"
 #include "core/http/StreamServer.h"
+#include "core/net/LinkMonitor.h"
+#include "core/net/LocalAddresses.h"
+#include "core/net/NamePublisher.h"
+#include "core/net/NameRegistrar.h"
+#include "core/net/NetworkPath.h"
 #include "core/support/Log.h"
 #include "core/support/Result.h"
 #include "core/support/SerialQueue.h"
@@ -28,6 +33,8 @@
 
 namespace tarvinel {
 
+class NamePublisherError;
+
 /// Owns and drives everything: the server, the capture and, once a second, the measurement of the
 /// traffic and the choice of the motion rate. The tray and the console are views of its state.
 ///
@@ -42,6 +49,14 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     Log log;
     CaptureEngine::ServiceFactory captureService;
     std::filesystem::path userDefaultsFile;
+    std::filesystem::path sysfs = "/sys";  ///< where that is mounted
+    NetworkPath::Factory networkPath = kernelNetworkPath(sysfs);
+    std::function<std::optional<std::string>()> preferredHost = [root = sysfs] {
+      return LocalAddresses::preferredHost(root);
+    };
+    NameRegistrar::Factory nameRegistrar = {};  ///< needed unless the hostname is empty
+    /// How to listen on port 80 when this process may not; null when there is no other way.
+    StreamServer::ListenerFallback listenerForPort80 = {};
     UpdateController::Factory updateController = {};  ///< none: nothing looks for updates
   };
 
@@ -70,6 +85,8 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   std::int64_t viewerCount() const { return viewerCount_; }
   const std::optional<std::string>& serverURL() const { return serverURL_; }
   const std::optional<std::string>& serverError() const { return serverError_; }
+  const std::optional<std::string>& nameURL() const { return nameURL_; }  ///< once registered
+  const std::optional<std::string>& nameError() const { return nameError_; }
   const std::optional<std::string>& captureError() const { return captureError_; }
   const std::optional<std::string>& permissionHint() const { return permissionHint_; }
   bool canCheckForUpdates() const { return updater_ && updater_->canCheckForUpdates(); }
@@ -144,8 +161,10 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   AppModel(TarvinelConfig config, Platform platform, const UploadLaunch& uploads);
 
   void begin();
+  void linkChanged(bool isWired);
   void startServer();
   void serverStarted(const Result<std::uint16_t>& port);
+  void showAddress(const std::optional<std::string>& host);
   void sourcesListed(Result<std::vector<CaptureSource>> sources);
   void sharingStarted(std::uint64_t share, const CaptureSource& source,
                       const Result<void>& outcome);
@@ -163,6 +182,12 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   void useUploadStore(const std::shared_ptr<UploadStore>& store);
   void applyUploadsEnabled();
   void refreshUploadStatus();
+
+  void publishName(const std::optional<std::string>& address);
+  void namePublishingFailed(const NamePublisherError& error);
+  void nameStateDidChange(const NamePublisher::State& state);
+  void refreshName(const std::optional<std::string>& address);
+  void updateName(const std::string& address);
 
   void tick();
   void retuneMotionRate();
@@ -204,6 +229,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   SerialQueue uploadFolderQueue_{".upload-folder"};  ///< opens upload folders
   UserDefaults userDefaults_;
   QuietCard quietCard_;
+  NamePublisher namePublisher_;
   std::unique_ptr<UpdaterModel> updater_;
   std::unique_ptr<MainQueue::Timer> ticker_;
   std::function<void()> onChange_;
@@ -214,6 +240,9 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   std::int64_t viewerCount_ = 0;
   std::optional<std::string> serverURL_;
   std::optional<std::string> serverError_;
+  std::optional<std::string> nameURL_;
+  std::optional<std::string> nameError_;
+  std::optional<std::string> lastHost_;  ///< the address last published
   std::optional<std::string> captureError_;
   std::optional<std::string> permissionHint_;
   bool isWired_ = false;
@@ -233,7 +262,10 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   /// Counts starts and stops, so that the outcome of a start that was overtaken is not taken for
   /// the newest one's.
   std::uint64_t currentShare_ = 0;
-  std::uint64_t currentReload_ = 0;  ///< the same for upload folders
+  std::uint64_t currentReload_ = 0;       ///< the same for upload folders
+  std::uint64_t currentPublication_ = 0;  ///< the same for the name
+
+  std::optional<LinkMonitor> linkMonitor_;
 };
 
 }  // namespace tarvinel

@@ -19,6 +19,7 @@ struct CommandLineOptions {
   std::optional<std::string> uploadFolder;  ///< for this run
   std::optional<std::string> config;        ///< the user's file, instead of the default one
   std::optional<std::string> profile;       ///< the built-in profile's folder, likewise
+  std::string sysfs = "/sys";               ///< where that is mounted; not shown in the help
   bool listSources = false;
   bool verbose = false;
 };

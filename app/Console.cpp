@@ -20,6 +20,7 @@ constexpr std::string_view helpText =
     "folder DIR              take photos into this folder\n"
     "per-participant on|off  give each participant a folder in it, or not\n"
     "status                  show all status lines\n"
+    "qr                      show the address as a QR code for phones\n"
     "quit                    end the program";
 
 struct Command {
@@ -35,10 +36,6 @@ Command commandOf(std::string_view line) {
   return {std::string(line.substr(0, space)), std::string(trimmed(line.substr(space)))};
 }
 
-bool isFutureCommand(std::string_view name) {
-  return name == "qr";
-}
-
 /// Calls `toggle` when what is wanted is not so yet; false when `wanted` is neither on nor off.
 template <class Toggle>
 bool switchTo(std::string_view wanted, bool isOn, Toggle toggle) {
@@ -49,8 +46,9 @@ bool switchTo(std::string_view wanted, bool isOn, Toggle toggle) {
 
 }  // namespace
 
-Console::Console(AppModel& model, std::ostream& out, std::function<void(int)> quit)
-    : model_(model), out_(out), quit_(std::move(quit)) {
+Console::Console(AppModel& model, std::ostream& out, std::function<void(int)> quit,
+                 QRColours colours)
+    : model_(model), out_(out), quit_(std::move(quit)), colours_(colours) {
   // how it begins goes without saying
   printed_["uploads"] = uploadLine();
   printed_["per-participant"] = perParticipantLine();
@@ -60,6 +58,8 @@ void Console::refresh() {
   printIfChanged("server", model_.serverError().value_or(""));
   for (const std::string& line : addressLines())
     printIfChanged("address", line);
+  // an attempt under way says nothing: what fails again and again is said once
+  if (const auto line = nameLine()) printIfChanged("name", *line);
   printIfChanged("status", model_.statusLine());
   printIfChanged("hint", model_.permissionHint().value_or(""));
   printIfChanged("capture", model_.captureError().value_or(""));
@@ -76,6 +76,11 @@ std::vector<std::string> Console::addressLines() const {
   if (model_.serverError()) return {};
   if (!model_.serverURL()) return {"Starting server…"};
   return {fmt::format("Open {} in any browser", *model_.serverURL())};
+}
+
+std::optional<std::string> Console::nameLine() const {
+  if (model_.nameURL()) return fmt::format("Open {} in any browser", *model_.nameURL());
+  return model_.nameError();
 }
 
 std::string Console::uploadLine() const {
@@ -119,12 +124,12 @@ void Console::obey(std::string_view line) {
     chooseFolder(argument);
   } else if (name == "status") {
     printStatus();
+  } else if (name == "qr") {
+    printQRCode();
   } else if (name == "help") {
     print(helpText);
   } else if (name == "quit") {
     quit_(0);
-  } else if (isFutureCommand(name)) {
-    print(name + " is not there yet");
   } else {
     print(fmt::format(R"(Unknown command "{}"; "help" lists the commands)", name));
   }
@@ -164,6 +169,7 @@ void Console::printSources() {
 void Console::printStatus() {
   for (const std::string& line : addressLines())
     print(line);
+  if (const auto line = nameLine()) print(*line);
   print(model_.statusLine());
   for (const auto& line : {model_.streamLine(), model_.captureError(), model_.permissionHint(),
                            model_.uploadError()}) {
@@ -173,6 +179,16 @@ void Console::printStatus() {
   for (const auto& line : {model_.uploadStatusLine(), model_.uploadLastLine()}) {
     if (line) print(*line);
   }
+}
+
+// of the address by number: many phones cannot look up a name in the local network
+void Console::printQRCode() {
+  if (model_.serverURL()) {
+    for (const std::string& line : drawQRCode(*model_.serverURL(), colours_))
+      print(line);
+  }
+  for (const std::string& line : addressLines())
+    print(line);
 }
 
 }  // namespace tarvinel

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "app/AppModel.h"
+#include "app/QRCode.h"
 
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -16,8 +18,10 @@ namespace tarvinel {
 /// one a line. Lives on the main queue; the stream and the model outlive it.
 class Console : public std::enable_shared_from_this<Console> {
  public:
-  /// `quit` is called with the exit status that the program should end with.
-  Console(AppModel& model, std::ostream& out, std::function<void(int)> quit);
+  /// `quit` is called with the exit status that the program should end with; `colours` fit what
+  /// `out` goes to.
+  Console(AppModel& model, std::ostream& out, std::function<void(int)> quit,
+          QRColours colours = QRColours::none);
 
   /// Prints what has changed since the last call; to be called on every change of the model.
   void refresh();
@@ -33,14 +37,17 @@ class Console : public std::enable_shared_from_this<Console> {
   void printIfChanged(const std::string& topic, const std::string& line);
   void printSources();
   void printStatus();
+  void printQRCode();
   void chooseFolder(const std::string& folder);
   std::string uploadLine() const;
   std::string perParticipantLine() const;
   std::vector<std::string> addressLines() const;
+  std::optional<std::string> nameLine() const;
 
   AppModel& model_;
   std::ostream& out_;
   std::function<void(int)> quit_;
+  const QRColours colours_;
   std::map<std::string, std::string> printed_;  ///< the last line of each topic
 };
 

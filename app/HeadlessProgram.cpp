@@ -28,10 +28,10 @@ int runHeadless(const CommandLineOptions& options) {
   TerminalLoop loop;
   TerminalDesktop desktop;
   const auto model = AppModel::create(
-      configuration.config, {loop, desktop, log, capture.makeService, UserDefaults::defaultFile()},
-      uploadsFor(options));
-  const auto console =
-      std::make_shared<Console>(*model, std::cout, [&loop](int status) { loop.quit(status); });
+      configuration.config, platformFor(options, loop, desktop, log, capture), uploadsFor(options));
+  const auto console = std::make_shared<Console>(
+      *model, std::cout, [&loop](int status) { loop.quit(status); },
+      isatty(STDOUT_FILENO) == 1 ? QRColours::terminal : QRColours::none);
   model->setOnChange([&console] { console->refresh(); });
   console->refresh();
   if (options.share) console->share(*options.share);

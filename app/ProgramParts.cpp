@@ -1,9 +1,12 @@
 #include "app/ProgramParts.h"
 
 #include "app/PicturesFolder.h"
+#include "app/PortHelper.h"
+#include "core/net/SystemNameRegistrar.h"
 
 #include <ctime>
 #include <filesystem>
+#include <system_error>
 
 namespace tarvinel {
 
@@ -17,6 +20,20 @@ ChosenCapture chooseCapture(const CommandLineOptions& options) {
 
 Log logFor(const CommandLineOptions& options) {
   return Log::standardError(options.verbose ? spdlog::level::debug : spdlog::level::info);
+}
+
+AppModel::Platform platformFor(const CommandLineOptions& options, MainQueue& mainQueue,
+                               Desktop& desktop, const Log& log, const ChosenCapture& capture) {
+  return {.mainQueue = mainQueue,
+          .desktop = desktop,
+          .log = log,
+          .captureService = capture.makeService,
+          .userDefaultsFile = UserDefaults::defaultFile(),
+          .sysfs = options.sysfs,
+          .nameRegistrar = SystemNameRegistrar::factory(),
+          .listenerForPort80 = [helper = PortHelper::ofThisProgram()](std::error_code refusal) {
+            return helper.listen(refusal);
+          }};
 }
 
 AppModel::UploadLaunch uploadsFor(const CommandLineOptions& options) {

@@ -20,6 +20,10 @@ ChosenCapture chooseCapture(const CommandLineOptions& options);
 /// The log as detailed as the command line wants it.
 Log logFor(const CommandLineOptions& options);
 
+/// What the model of this program stands on; nothing there looks for updates yet.
+AppModel::Platform platformFor(const CommandLineOptions& options, MainQueue& mainQueue,
+                               Desktop& desktop, const Log& log, const ChosenCapture& capture);
+
 /// What the command line says of uploads.
 AppModel::UploadLaunch uploadsFor(const CommandLineOptions& options);
 

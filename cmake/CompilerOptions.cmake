@@ -1,16 +1,19 @@
-# What every target of the project is compiled with; link to it privately.
-add_library(tarvinel_options INTERFACE)
-target_include_directories(tarvinel_options INTERFACE "${CMAKE_SOURCE_DIR}")
-target_compile_options(tarvinel_options INTERFACE
+# What every target of the project is compiled with; link to one of them privately. The former is for
+# what must be neither instrumented nor depend on a library.
+add_library(tarvinel_bare_options INTERFACE)
+target_include_directories(tarvinel_bare_options INTERFACE "${CMAKE_SOURCE_DIR}")
+target_compile_options(tarvinel_bare_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
   -Woverloaded-virtual -Wformat=2 -Werror)
+add_library(tarvinel_options INTERFACE)
+target_link_libraries(tarvinel_options INTERFACE tarvinel_bare_options)
 # No path of this machine in what is built, so that a second clone finds the compiler's cache warm:
 # sources are named as seen from the build folder, the build folder as seen from the clone's root. A
 # debugger started there finds them.
 file(RELATIVE_PATH root_from_build "${CMAKE_BINARY_DIR}" "${CMAKE_SOURCE_DIR}")
 string(REGEX REPLACE "/$" "" root_from_build "${root_from_build}")
 file(RELATIVE_PATH build_from_root "${CMAKE_SOURCE_DIR}" "${CMAKE_BINARY_DIR}")
-target_compile_options(tarvinel_options INTERFACE
+target_compile_options(tarvinel_bare_options INTERFACE
   "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=${root_from_build}"
   "-ffile-prefix-map=${CMAKE_BINARY_DIR}=./${build_from_root}")
 # Whether Asio 1.22 uses std::aligned_alloc depends on which header a file includes first, so that

@@ -4,6 +4,7 @@
 #include "app/ProgramParts.h"
 #include "app/tray/ProgramIcons.h"
 #include "app/tray/ToolkitPlatform.h"
+#include "app/tray/updates/FeedUpdateController.h"
 #include "core/support/ApplicationIdentifier.h"
 
 #include <QApplication>
@@ -87,10 +88,8 @@ TarvinelApp::TarvinelApp(const CommandLineOptions& options, const ChosenCapture&
     : log_(logFor(options)),
       signals_([this] { queue_.post([] { QCoreApplication::exit(0); }); }),
       desktop_(bus, [] { QCoreApplication::exit(0); }),
-      model_(AppModel::create(
-          Configuration::load(options, log_).config,
-          {queue_, desktop_, log_, capture.makeService, UserDefaults::defaultFile()},
-          uploadsFor(options))),
+      model_(AppModel::create(Configuration::load(options, log_).config, platform(options, capture),
+                              uploadsFor(options))),
       view_(*model_, desktop_),
       window_([this](const MenuCommand& command) { perform(command); }),
       trayHosts_(bus, [this] { traysChanged(); }) {
@@ -101,6 +100,20 @@ TarvinelApp::TarvinelApp(const CommandLineOptions& options, const ChosenCapture&
   if (options.share) share(*options.share);
   draw();
   traysChanged();
+}
+
+AppModel::Platform TarvinelApp::platform(const CommandLineOptions& options,
+                                         const ChosenCapture& capture) {
+  auto platform = platformFor(options, queue_, desktop_, log_, capture);
+  const auto memory = platform.userDefaultsFile.parent_path() / "updates.json";
+  platform.updateController = [this, memory](UpdateController::Delegate& delegate) {
+    return std::make_unique<FeedUpdateController>(
+        delegate, FeedUpdateController::Environment{.desktop = desktop_,
+                                                    .mainQueue = queue_,
+                                                    .logger = log_.category("app"),
+                                                    .memory = memory});
+  };
+  return platform;
 }
 
 void TarvinelApp::share(const std::string& sourceID) {

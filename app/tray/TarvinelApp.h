@@ -37,6 +37,7 @@ class TarvinelApp {
   TarvinelApp(const CommandLineOptions& options, const ChosenCapture& capture,
               const QDBusConnection& bus);
 
+  AppModel::Platform platform(const CommandLineOptions& options, const ChosenCapture& capture);
   void share(const std::string& sourceID);
   void perform(const MenuCommand& command);
   void modelChanged();

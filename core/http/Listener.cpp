@@ -1,10 +1,11 @@
 #include "core/http/Listener.h"
 
-#include <asio/ip/v6_only.hpp>
+#include "core/http/ListeningSocket.h"
 
-#include <fcntl.h>
+#include <sys/socket.h>
 
 #include <chrono>
+#include <system_error>
 #include <utility>
 
 namespace tarvinel {
@@ -20,34 +21,19 @@ std::error_code systemError(const std::error_code& error) {
   return {error.value(), std::system_category()};
 }
 
-std::error_code tryToListen(tcp::acceptor& acceptor, const tcp::endpoint& endpoint) {
-  try {
-    acceptor.open(endpoint.protocol());
-    // a child process that outlived this one would keep the port
-    fcntl(acceptor.native_handle(), F_SETFD, FD_CLOEXEC);
-    acceptor.set_option(tcp::acceptor::reuse_address(true));
-    if (endpoint.protocol() == tcp::v6()) acceptor.set_option(asio::ip::v6_only(false));
-    acceptor.bind(endpoint);
-    acceptor.listen();
-    return {};
-  } catch (const std::system_error& error) {
-    return systemError(error.code());
-  }
+UniqueFd listening(std::uint16_t port) {
+  ListeningSocket outcome = listenOnAllAddresses(port);
+  if (outcome.error != 0) throw std::system_error(outcome.error, std::system_category());
+  return std::move(outcome.socket);
 }
 
-bool meansNoIPv6(const std::error_code& error) {
-  return error == std::errc::address_family_not_supported ||
-         error == std::errc::address_not_available || error == std::errc::protocol_not_supported;
-}
-
-tcp::acceptor listening(asio::io_context& context, std::uint16_t port) {
-  tcp::acceptor acceptor(context);
-  std::error_code error = tryToListen(acceptor, {tcp::v6(), port});
-  if (meansNoIPv6(error)) {
-    acceptor = tcp::acceptor(context);
-    error = tryToListen(acceptor, {tcp::v4(), port});
-  }
-  if (error) throw std::system_error(error);
+tcp::acceptor acceptorOf(asio::io_context& context, UniqueFd socket) {
+  sockaddr_storage address{};
+  socklen_t size = sizeof address;
+  ::getsockname(socket.get(), reinterpret_cast<sockaddr*>(&address), &size);
+  const tcp protocol = address.ss_family == AF_INET6 ? tcp::v6() : tcp::v4();
+  tcp::acceptor acceptor(context, protocol, socket.get());
+  socket.release();
   return acceptor;
 }
 
@@ -67,9 +53,11 @@ bool isShortage(const std::error_code& error) {
 
 }  // namespace
 
-Listener::Listener(SerialQueue& queue, std::uint16_t port)
+Listener::Listener(SerialQueue& queue, std::uint16_t port) : Listener(queue, listening(port)) {}
+
+Listener::Listener(SerialQueue& queue, UniqueFd listeningSocket)
     : queue_(queue),
-      acceptor_(listening(queue.context(), port)),
+      acceptor_(acceptorOf(queue.context(), std::move(listeningSocket))),
       pauseTimer_(queue.context()),
       port_(acceptor_.local_endpoint().port()) {}
 

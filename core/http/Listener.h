@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/support/SerialQueue.h"
+#include "core/support/UniqueFd.h"
 
 #include <asio/ip/tcp.hpp>
 #include <asio/steady_timer.hpp>
@@ -12,16 +13,19 @@
 
 namespace tarvinel {
 
-/// A listening TCP socket on all addresses of this computer, IPv6 and IPv4, or IPv4 alone where
-/// there is no IPv6. Lives on the server's queue; both handlers are called on it.
+/// Takes the connections of a listening TCP socket. Lives on the server's queue; both handlers are
+/// called on it.
 class Listener : public std::enable_shared_from_this<Listener> {
  public:
   using ConnectionHandler = std::function<void(asio::ip::tcp::socket)>;
   using FailureHandler = std::function<void(std::error_code)>;
 
-  /// Binds and listens; the address may be bound again at once after a restart. Port 0 takes any
-  /// free one. Throws std::system_error when that is refused.
+  /// Listens on all addresses of this computer. Port 0 takes any free one. Throws
+  /// std::system_error when that is refused.
   Listener(SerialQueue& queue, std::uint16_t port);
+
+  /// Takes over a socket that listens already.
+  Listener(SerialQueue& queue, UniqueFd listeningSocket);
 
   /// The port that is bound.
   std::uint16_t port() const { return port_; }

@@ -13,6 +13,16 @@ namespace {
 
 constexpr std::chrono::seconds vanishedInterval{2};
 
+/// Why there is no listener.
+std::error_code codeOf(const Result<std::shared_ptr<Listener>>& listener) {
+  try {
+    listener.value();
+    return {};
+  } catch (const std::system_error& error) {
+    return error.code();
+  }
+}
+
 }  // namespace
 
 StreamServer::StreamServer(FrameBroadcaster& broadcaster, Logger logger, Options options)
@@ -37,30 +47,51 @@ StreamServer::StreamServer(FrameBroadcaster& broadcaster, Logger logger, Options
 
 StreamServer::~StreamServer() {
   stop();
-  fileQueue_.stop();
+  startQueue_.stop();
   queue_.stop();
   blockingPool_.finish();  // removes what uploads that were cut off have written
 }
 
 void StreamServer::start(Completion<std::uint16_t> completion) {
-  fileQueue_.post([this, stops = stops_.load(), completion = std::move(completion)] {
-    auto answers = BrandAnswers::load(options_.brand);
-    queue_.post([this, stops, answers = std::move(answers), completion] {
-      completion(resultOf([&] { return listen(stops, answers); }));
-    });
+  startQueue_.post([this, stops = stops_.load(), completion = std::move(completion)] {
+    const Start start{stops, BrandAnswers::load(options_.brand), completion};
+    queue_.post([this, start] { tryToListen(start); });
   });
 }
 
-std::uint16_t StreamServer::listen(std::uint64_t stopsBefore, const BrandAnswers& brandAnswers) {
-  if (stops_ != stopsBefore) throw StreamServerError::cancelled();
-  if (listener_) throw StreamServerError::alreadyRunning();
-  environment_.brandAnswers = brandAnswers;
-  try {
-    listener_ = std::make_shared<Listener>(queue_, options_.port);
-  } catch (const std::system_error& error) {
-    logger_->error("listener failed: {}", error.code().message());
-    throw StreamServerError::bindFailed(error.code());
+void StreamServer::tryToListen(const Start& start) {
+  const auto listener =
+      resultOf([this] { return std::make_shared<Listener>(queue_, options_.port); });
+  const std::error_code refusal = codeOf(listener);
+  if (refusal == std::errc::permission_denied && options_.listenerFallback) {
+    askFallback(start, refusal);
+  } else {
+    finish(start, listener);
   }
+}
+
+void StreamServer::askFallback(const Start& start, std::error_code refusal) {
+  startQueue_.post([this, start, refusal] {
+    const auto listener = resultOf(
+        [&] { return std::make_shared<Listener>(queue_, options_.listenerFallback(refusal)); });
+    queue_.post([this, start, listener] { finish(start, listener); });
+  });
+}
+
+void StreamServer::finish(const Start& start, const Result<std::shared_ptr<Listener>>& listener) {
+  start.completion(resultOf([&] { return listen(start, listener); }));
+}
+
+std::uint16_t StreamServer::listen(const Start& start,
+                                   const Result<std::shared_ptr<Listener>>& listener) {
+  if (stops_ != start.stopsBefore) throw StreamServerError::cancelled();
+  if (listener_) throw StreamServerError::alreadyRunning();
+  if (const std::error_code refusal = codeOf(listener)) {
+    logger_->error("listener failed: {}", refusal.message());
+    throw StreamServerError::bindFailed(refusal);
+  }
+  environment_.brandAnswers = start.brandAnswers;
+  listener_ = listener.value();
   vanishedTimer_.run(true);
   listener_->start([this](asio::ip::tcp::socket socket) { accept(std::move(socket)); },
                    [this](std::error_code error) { listenerFailed(error); });

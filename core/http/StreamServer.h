@@ -14,6 +14,7 @@
 #include "core/support/RepeatingTimer.h"
 #include "core/support/Result.h"
 #include "core/support/SerialQueue.h"
+#include "core/support/UniqueFd.h"
 
 #include <atomic>
 #include <chrono>
@@ -23,6 +24,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <unordered_map>
 
 namespace tarvinel {
@@ -34,6 +36,11 @@ namespace tarvinel {
 /// may be called from any other thread.
 class StreamServer {
  public:
+  /// Another way to a listening socket when this process lacks the permission for the port. May
+  /// block a few seconds. Throws std::system_error with what to report: the refusal it is given,
+  /// unless it knows better.
+  using ListenerFallback = std::function<UniqueFd(std::error_code refusal)>;
+
   struct Options {
     std::uint16_t port = 80;  ///< 0: any free one
     std::chrono::duration<double> headTimeout{15};
@@ -44,6 +51,7 @@ class StreamServer {
     std::function<StatusSnapshot()> status;  ///< fills "/status"; called on the queue, never blocks
     std::optional<BrandConfig> brand = {};   ///< marks the pages
     std::string hostname = {};               ///< named by the help page
+    ListenerFallback listenerFallback = {};  ///< called on a queue of its own; may be absent
   };
 
   /// Opens nothing yet. The broadcaster outlives the server.
@@ -70,7 +78,16 @@ class StreamServer {
   std::size_t debugMaxPendingFrames();
 
  private:
-  std::uint16_t listen(std::uint64_t stopsBefore, const BrandAnswers& brandAnswers);
+  struct Start {
+    std::uint64_t stopsBefore = 0;
+    BrandAnswers brandAnswers;
+    Completion<std::uint16_t> completion;
+  };
+
+  void tryToListen(const Start& start);
+  void askFallback(const Start& start, std::error_code refusal);
+  void finish(const Start& start, const Result<std::shared_ptr<Listener>>& listener);
+  std::uint16_t listen(const Start& start, const Result<std::shared_ptr<Listener>>& listener);
   void accept(asio::ip::tcp::socket socket);
   void listenerFailed(std::error_code error);
   void closeVanished();
@@ -81,7 +98,8 @@ class StreamServer {
 
   BlockingPool blockingPool_{blockingThreads};  // outlives what waits on queue_ for its files
   SerialQueue queue_{".server"};
-  SerialQueue fileQueue_{".brand"};  ///< reads the brand's files: a slow disk holds nobody up
+  /// Reads the brand's files and waits for the fallback: neither holds anybody up.
+  SerialQueue startQueue_{".start"};
   PooledQueue admissionQueue_{blockingPool_, ".upload-admission"};
   const Logger logger_;
   const Options options_;

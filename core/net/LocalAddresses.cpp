@@ -1,5 +1,7 @@
 #include "core/net/LocalAddresses.h"
 
+#include "core/net/SysfsInterfaces.h"
+
 #include <ifaddrs.h>
 #include <net/if.h>
 #include <netdb.h>
@@ -7,7 +9,9 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <memory>
+#include <utility>
 
 namespace tarvinel {
 
@@ -39,17 +43,8 @@ bool isReachable(std::string_view address) {
   return !address.empty() && !address.starts_with("127.") && !address.starts_with("169.254.");
 }
 
-int rank(std::string_view name) {
-  if (name == "en0") return 0;
-  if (name.starts_with("en")) return 1;
-  if (name.starts_with("bridge")) return 2;
-  return 3;
-}
-
-}  // namespace
-
-std::vector<LocalAddresses::Interface> LocalAddresses::interfaces() {
-  std::vector<Interface> found;
+std::vector<LocalAddresses::Interface> usableInterfaces() {
+  std::vector<LocalAddresses::Interface> found;
   const AddressList list = systemAddresses();
   for (const ifaddrs* entry = list.get(); entry != nullptr; entry = entry->ifa_next) {
     if (!isUsable(*entry)) continue;
@@ -59,11 +54,49 @@ std::vector<LocalAddresses::Interface> LocalAddresses::interfaces() {
   return found;
 }
 
-std::vector<std::string> LocalAddresses::ipv4() {
+// What connects containers or virtual machines, and the far end of a tunnel, are out of the room's
+// reach; behind a phone's cable are at most those that use the phone as their access point.
+int distanceFromTheRoom(const std::optional<InterfaceType>& hardware) {
+  if (!hardware) return 2;
+  return *hardware == InterfaceType::cellular ? 1 : 0;
+}
+
+int rank(std::string_view name) {
+  if (name == "en0") return 0;
+  if (name.starts_with("en")) return 1;
+  if (name.starts_with("bridge")) return 2;
+  return 3;
+}
+
+}  // namespace
+
+std::vector<LocalAddresses::Interface> LocalAddresses::interfaces(
+    const std::filesystem::path& sysfs) {
+  const SysfsInterfaces hardware(sysfs);
+  return nearest(usableInterfaces(), [&hardware](const std::string& name) {
+    return distanceFromTheRoom(hardware.hardwareBelow(name));
+  });
+}
+
+std::vector<std::string> LocalAddresses::ipv4(const std::filesystem::path& sysfs) {
   std::vector<std::string> addresses;
-  for (const Interface& entry : interfaces())
+  for (const Interface& entry : interfaces(sysfs))
     addresses.push_back(entry.address);
   return addresses;
+}
+
+std::vector<LocalAddresses::Interface> LocalAddresses::nearest(
+    std::vector<Interface> from, const std::function<int(const std::string&)>& distance) {
+  if (from.empty()) return from;
+  std::map<std::string, int> distances;
+  for (const Interface& entry : from) {
+    if (!distances.contains(entry.name)) distances[entry.name] = distance(entry.name);
+  }
+  const auto least =
+      std::ranges::min_element(distances, {}, [](const auto& d) { return d.second; });
+  std::erase_if(from,
+                [&](const Interface& entry) { return distances.at(entry.name) > least->second; });
+  return from;
 }
 
 std::optional<std::string> LocalAddresses::preferred(std::vector<Interface> from) {
@@ -75,8 +108,8 @@ std::optional<std::string> LocalAddresses::preferred(std::vector<Interface> from
   return from.front().address;
 }
 
-std::optional<std::string> LocalAddresses::preferredHost() {
-  return preferred(interfaces());
+std::optional<std::string> LocalAddresses::preferredHost(const std::filesystem::path& sysfs) {
+  return preferred(interfaces(sysfs));
 }
 
 std::string LocalAddresses::url(std::string_view host, std::uint16_t port) {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,7 +11,7 @@
 namespace tarvinel {
 
 /// This computer's IPv4 addresses and the one that people in the room can best reach. Static, keeps
-/// no state; safe from any thread.
+/// no state; safe from any thread. `sysfs` is where that is mounted.
 class LocalAddresses {
  public:
   LocalAddresses() = delete;
@@ -22,15 +24,20 @@ class LocalAddresses {
   };
 
   /// The usable addresses in the system's order: interfaces that are up, without loopback and
-  /// self-assigned addresses. Empty when the system does not tell.
-  static std::vector<Interface> interfaces();
+  /// self-assigned addresses; of those only the ones that people in the room can reach. Empty when
+  /// the system does not tell.
+  static std::vector<Interface> interfaces(const std::filesystem::path& sysfs = "/sys");
 
-  static std::vector<std::string> ipv4();
+  static std::vector<std::string> ipv4(const std::filesystem::path& sysfs = "/sys");
+
+  /// Those of the least distance, which is asked for once for each name.
+  static std::vector<Interface> nearest(std::vector<Interface> from,
+                                        const std::function<int(const std::string&)>& distance);
 
   /// The best of them: "en0", then other names beginning with "en", then bridges, then the rest.
   static std::optional<std::string> preferred(std::vector<Interface> from);
 
-  static std::optional<std::string> preferredHost();
+  static std::optional<std::string> preferredHost(const std::filesystem::path& sysfs = "/sys");
 
   /// The address that viewers type; port 80 is left out.
   static std::string url(std::string_view host, std::uint16_t port);

@@ -27,6 +27,7 @@ using test::TestClient;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsSupersetOf;
 using testing::Not;
 using testing::StartsWith;
 
@@ -429,6 +430,51 @@ TEST_F(AppModelTest, TwelveViewersOverWiFiGetTheRateThatThePolicyGivesForTheirFr
       "app|info|motion rate now " + std::to_string(expected) + " fps for 12 viewers on Wi-Fi";
   const auto lines = log.lines();
   EXPECT_EQ(std::ranges::count(lines, line), 1);
+}
+
+TEST_F(AppModelTest, ACableIsNoticedWithALogLine) {
+  launchAndWait();
+  startSharing();
+  EXPECT_FALSE(model->isWired());
+  EXPECT_EQ(model->streamLine(), "Wi-Fi · 8 fps · 0 viewers · 0 Mbps");
+  network.tell({InterfaceType::wiredEthernet, InterfaceType::wifi});
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->isWired(); }));
+  EXPECT_EQ(model->streamLine(), "Ethernet · 8 fps · 0 viewers · 0 Mbps");
+  network.tell({InterfaceType::wifi, InterfaceType::wiredEthernet});
+  ASSERT_TRUE(mainQueue.runUntil([&] { return !model->isWired(); }));
+  EXPECT_EQ(model->streamLine(), "Wi-Fi · 8 fps · 0 viewers · 0 Mbps");
+  EXPECT_THAT(log.lines(), IsSupersetOf({"app|info|network path is now Ethernet",
+                                         "app|info|network path is now Wi-Fi"}));
+}
+
+TEST_F(AppModelTest, ALinkThatStaysAsItIsIsNotMentioned) {
+  launchAndWait();
+  changes = 0;
+  network.tell({InterfaceType::wifi});
+  network.tell({});
+  refresh();
+  EXPECT_EQ(changes, 0);
+  EXPECT_THAT(log.lines(), Not(Contains(HasSubstr("network path"))));
+}
+
+TEST_F(AppModelTest, ACableHalvesWhatAFrameCosts) {
+  config.budgetMbps = 100;
+  launchAndWait();
+  startSharing();
+  TestClient one = viewer();
+  while (model->viewerCount() != 1)
+    mainQueue.tick();
+  deliver(noise());
+  const auto frameBits = static_cast<double>(one.readPart().size()) * 8;
+  const auto overWiFi = static_cast<std::int64_t>(100e6 / (2 * frameBits));
+  const auto overCable = static_cast<std::int64_t>(100e6 / frameBits);
+  ASSERT_GT(overWiFi, StreamPolicy::defaultFloor);
+  mainQueue.tick();
+  EXPECT_EQ(model->motionFPS(), std::min(overWiFi, StreamPolicy::defaultCeiling));
+  network.tell({InterfaceType::wiredEthernet});
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->isWired(); }));
+  mainQueue.tick();
+  EXPECT_EQ(model->motionFPS(), std::min(overCable, StreamPolicy::defaultCeiling));
 }
 
 TEST_F(AppModelTest, ANewShareBeginsAtTheInitialRateAgain) {

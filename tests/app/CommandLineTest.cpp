@@ -54,6 +54,12 @@ TEST(CommandLine, ReadsEveryOption) {
   EXPECT_EQ(optionsOf({"--headless", "--port", "65535"}).port, 65535);
 }
 
+TEST(CommandLine, WhereSysfsIsMountedIsForTestsAndNotInTheHelp) {
+  EXPECT_EQ(optionsOf({"--headless"}).sysfs, "/sys");
+  EXPECT_EQ(optionsOf({"--headless", "--sysfs", "/a"}).sysfs, "/a");
+  EXPECT_THAT(exitOf({"--help"}).text, Not(HasSubstr("sysfs")));
+}
+
 TEST(CommandLine, UploadsAreClosedUnlessAskedFor) {
   EXPECT_FALSE(optionsOf({"--headless"}).uploads);
   EXPECT_EQ(optionsOf({"--headless"}).uploadFolder, std::nullopt);

@@ -155,6 +155,18 @@ TEST_F(ConsoleTest, SaysWhyAFolderCannotBeUsed) {
   EXPECT_THAT(printedBy("status"), HasSubstr("Can't use upload folder: "));
 }
 
+TEST_F(ConsoleTest, DrawsTheAddressAsAQRCodeWithTheAddressBelow) {
+  launch();
+  out.str("");
+  EXPECT_EQ(printedBy("qr"), "Starting server…\n");
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->serverURL().has_value(); }));
+  out.str("");
+  std::string expected;
+  for (const std::string& line : drawQRCode(*model->serverURL(), QRColours::none))
+    expected += line + "\n";
+  EXPECT_EQ(printedBy("qr"), expected + "Open " + *model->serverURL() + " in any browser\n");
+}
+
 TEST_F(ConsoleTest, AnUnchangedLineIsNotPrintedAgain) {
   launchQuietly();
   console->refresh();

@@ -4,6 +4,7 @@
 #include "tests/app/capture/FakeCaptureService.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/FakeDesktop.h"
+#include "tests/support/FakeNetwork.h"
 #include "tests/support/ManualMainQueue.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -21,6 +22,7 @@ class ModelFixture : public testing::Test {
  protected:
   ModelFixture() {
     config.port = 0;
+    config.hostname = "";
     screen.content.displays = {{7, {0, 0, 1280, 720}, true}};
   }
 
@@ -34,6 +36,8 @@ class ModelFixture : public testing::Test {
                   return std::make_unique<FakeCaptureService>(screen);
                 },
             .userDefaultsFile = folder / "preferences.json",
+            .sysfs = folder.path(),
+            .networkPath = network.factory(),
             .updateController = updateController};
   }
 
@@ -69,6 +73,7 @@ class ModelFixture : public testing::Test {
   test::FakeDesktop desktop;
   UpdateController::Factory updateController;
   FakeScreen screen;
+  test::FakeNetwork network;
   TarvinelConfig config;
   std::shared_ptr<AppModel> model;
 };

@@ -1,4 +1,4 @@
-"""Two machines with a switch between them, made of network namespaces."""
+"""Machines with a switch between them, made of network namespaces."""
 import ctypes
 import itertools
 import os
@@ -9,16 +9,16 @@ import threading
 CLONE_NEWNET = 0x40000000
 
 
-class Network:
-    """`server` and `client` are namespaces joined by a bridge in a third. Needs root."""
+class Lan:
+    """Hosts on one switch, each a namespace with an interface "eth0". Needs root."""
 
-    SERVER_ADDRESS = "10.99.0.1"
-    CLIENT_ADDRESS = "10.99.0.2"
     _numbers = itertools.count()
 
-    def __init__(self):
+    def __init__(self, *hosts):
+        """`hosts` are names; their addresses are for the caller to give."""
         tag = f"tv{os.getpid()}n{next(self._numbers)}"
-        self.server, self.client, self._switch = f"{tag}s", f"{tag}c", f"{tag}b"
+        self._namespaces = {host: f"{tag}{index}" for index, host in enumerate(hosts)}
+        self._switch = f"{tag}b"
         self._made = []
         try:
             self._build()
@@ -26,71 +26,133 @@ class Network:
             self.remove()
             raise
 
-    def exec_in_server(self):
-        """The command prefix that runs a program on the server's side."""
-        return ["ip", "netns", "exec", self.server]
+    def namespace(self, host):
+        return self._namespaces[host]
 
-    def exec_in_client(self):
-        return ["ip", "netns", "exec", self.client]
+    def exec_in(self, host):
+        """The command prefix that runs a program on that host."""
+        return ["ip", "netns", "exec", self.namespace(host)]
 
-    def connect_from_client(self, port):
-        """A socket of the client's side, connected to the server's."""
-        return _inside(self.client,
-                       lambda: socket.create_connection((self.SERVER_ADDRESS, port), 10))
+    def inside(self, host, action):
+        """Runs the action on a thread that has moved to the host: a socket stays in the
+        namespace that it was made in."""
+        return _inside(self.namespace(host), action)
 
-    def connect_at_server(self, address):
-        """A socket of the server's side, for what it serves on its loopback interface."""
-        return _inside(self.server, lambda: socket.create_connection(address, 10))
+    def connect_at(self, host, address):
+        """A socket of the host, for what it serves on its loopback interface."""
+        return self.inside(host, lambda: socket.create_connection(address, 10))
 
-    def connect_at_client(self, port):
-        """A socket of the client's side, for what it serves on its loopback interface."""
-        return _inside(self.client, lambda: socket.create_connection(("127.0.0.1", port), 10))
+    def configure(self, host, *arguments):
+        """An "ip" command on that host."""
+        _ip("-n", self.namespace(host), *arguments)
 
-    def listen_at_server(self):
-        """A listening socket of the server's side, on a free port."""
-        return _inside(self.server, lambda: socket.create_server((self.SERVER_ADDRESS, 0)))
+    def give_address(self, host, address):
+        self.configure(host, "address", "add", f"{address}/24", "dev", "eth0")
 
-    def cut(self):
-        """Pulls the client's cable: the client is told, the server is not."""
-        _ip("-n", self._switch, "link", "set", "client", "down")
+    def take_address(self, host, address):
+        self.configure(host, "address", "del", f"{address}/24", "dev", "eth0")
 
-    def restore(self):
-        _ip("-n", self._switch, "link", "set", "client", "up")
+    def cut(self, host):
+        """Pulls the host's cable: it is told, the others are not."""
+        _ip("-n", self._switch, "link", "set", host, "down")
 
-    def cut_silently(self):
-        """Makes the switch forget the client: every link stays up, nothing comes through."""
-        _ip("-n", self._switch, "link", "set", "client", "nomaster")
+    def restore(self, host):
+        _ip("-n", self._switch, "link", "set", host, "up")
 
-    def restore_silently(self):
-        _ip("-n", self._switch, "link", "set", "client", "master", "bridge")
+    def cut_silently(self, host):
+        """Makes the switch forget the host: every link stays up, nothing comes through."""
+        _ip("-n", self._switch, "link", "set", host, "nomaster")
+
+    def restore_silently(self, host):
+        _ip("-n", self._switch, "link", "set", host, "master", "bridge")
 
     def remove(self):
         for name in self._made:
             subprocess.run(["ip", "netns", "del", name], check=False, capture_output=True)
 
     def _build(self):
-        for name in (self.server, self.client, self._switch):
+        for name in (*self._namespaces.values(), self._switch):
             _ip("netns", "add", name)
             self._made.append(name)
         _ip("-n", self._switch, "link", "add", "bridge", "type", "bridge")
         _ip("-n", self._switch, "link", "set", "bridge", "up")
-        self._plug_in(self.server, "server", self.SERVER_ADDRESS)
-        self._plug_in(self.client, "client", self.CLIENT_ADDRESS)
-        # a browser takes a machine without a default route for one that is offline
-        _ip("-n", self.client, "route", "add", "default", "via", self.SERVER_ADDRESS)
+        for host in self._namespaces:
+            self._plug_in(host)
 
-    def _plug_in(self, namespace, port, address):
-        _ip("-n", self._switch, "link", "add", port, "type", "veth",
-            "peer", "name", "eth0", "netns", namespace)
-        _ip("-n", self._switch, "link", "set", port, "master", "bridge", "up")
-        _ip("-n", namespace, "address", "add", f"{address}/24", "dev", "eth0")
-        _ip("-n", namespace, "link", "set", "lo", "up")
-        _ip("-n", namespace, "link", "set", "eth0", "up")
+    def _plug_in(self, host):
+        _ip("-n", self._switch, "link", "add", host, "type", "veth",
+            "peer", "name", "eth0", "netns", self.namespace(host))
+        _ip("-n", self._switch, "link", "set", host, "master", "bridge", "up")
+        self.configure(host, "link", "set", "lo", "up")
+        self.configure(host, "link", "set", "eth0", "up")
+
+
+class Network:
+    """A server and a client with a switch between them. Needs root."""
+
+    SERVER_ADDRESS = "10.99.0.1"
+    CLIENT_ADDRESS = "10.99.0.2"
+
+    def __init__(self):
+        self._lan = Lan("server", "client")
+        self._lan.give_address("server", self.SERVER_ADDRESS)
+        self._lan.give_address("client", self.CLIENT_ADDRESS)
+        # a browser takes a machine without a default route for one that is offline
+        self._lan.configure("client", "route", "add", "default", "via", self.SERVER_ADDRESS)
+
+    def exec_in_server(self):
+        """The command prefix that runs a program on the server's side."""
+        return self._lan.exec_in("server")
+
+    def exec_in_client(self):
+        return self._lan.exec_in("client")
+
+    def connect_from_client(self, port):
+        """A socket of the client's side, connected to the server's."""
+        return self._lan.connect_at("client", (self.SERVER_ADDRESS, port))
+
+    def connect_at_server(self, address):
+        """A socket of the server's side, for what it serves on its loopback interface."""
+        return self._lan.connect_at("server", address)
+
+    def connect_at_client(self, port):
+        """A socket of the client's side, for what it serves on its loopback interface."""
+        return self._lan.connect_at("client", ("127.0.0.1", port))
+
+    def listen_at_server(self):
+        """A listening socket of the server's side, on a free port."""
+        return self._lan.inside("server",
+                                lambda: socket.create_server((self.SERVER_ADDRESS, 0)))
+
+    def cut(self):
+        """Pulls the client's cable: the client is told, the server is not."""
+        self._lan.cut("client")
+
+    def restore(self):
+        self._lan.restore("client")
+
+    def cut_silently(self):
+        """Makes the switch forget the client: every link stays up, nothing comes through."""
+        self._lan.cut_silently("client")
+
+    def restore_silently(self):
+        self._lan.restore_silently("client")
+
+    def remove(self):
+        self._lan.remove()
+
+
+def connect_inside(namespace, address):
+    """A socket of a namespace, connected to an address there."""
+    return _inside(namespace, lambda: socket.create_connection(address, 10))
+
+
+def listen_inside(namespace, port):
+    """A listening socket of a namespace, on all its addresses."""
+    return _inside(namespace, lambda: socket.create_server(("", port)))
 
 
 def _inside(namespace, action):
-    """Runs the action on a thread that has moved to the namespace: a socket stays in the
-    namespace that it was made in."""
     outcome = []
 
     def run():

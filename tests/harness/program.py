@@ -33,12 +33,25 @@ def private_env(folder, display=None):
     return env
 
 
+def without_name(folder, arguments):
+    """The options that switch the name off, unless the arguments choose a profile."""
+    if "--profile" in arguments:
+        return []
+    profile = Path(folder) / "without-name"
+    profile.mkdir(exist_ok=True)
+    (profile / "config.json").write_text('{"hostname": ""}')
+    return ["--profile", profile]
+
+
 class Program(Process):
     """One run. `prefix` is a command that runs it, such as "ip netns exec ..."; `connect` makes a
-    connection to it, from wherever it can be reached; `variables` are added to its environment."""
+    connection to it, from wherever it can be reached; `variables` are added to its environment.
+    Unless it is to be `named`, it publishes no name: the machine's own network is left alone."""
 
     def __init__(self, folder, *arguments, display=None, prefix=(), stdin=subprocess.PIPE,
-                 connect=http.connect, name="tarvinel", variables=()):
+                 connect=http.connect, name="tarvinel", named=False, variables=()):
+        if not named:
+            arguments = (*arguments, *without_name(folder, arguments))
         super().__init__([*prefix, executable(), *arguments], folder, name,
                          env={**private_env(folder, display), **dict(variables)}, stdin=stdin)
         self._connect = connect

@@ -1,7 +1,6 @@
 #include "app/tray/Clipboard.h"
-
 #include "tests/app/tray/FakeProgram.h"
-#include "tests/app/tray/LoopUntil.h"
+#include "tests/app/tray/SpinUntil.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -11,7 +10,7 @@ namespace tarvinel {
 namespace {
 
 using test::FakeProgram;
-using test::loopUntil;
+using test::spinUntil;
 
 const QString text = QStringLiteral("http://192.0.2.1/ü\n$(x) 'y'");
 
@@ -31,7 +30,7 @@ class ClipboardTest : public testing::Test {
 TEST_F(ClipboardTest, UnderWaylandTheHelperIsGivenTheText) {
   const FakeProgram helper("wl-copy", R"(cat > "$0.out")");
   copyToClipboard(text);
-  EXPECT_TRUE(loopUntil([&] { return helper.output("wl-copy") == text.toStdString(); }));
+  EXPECT_TRUE(spinUntil([&] { return helper.output("wl-copy") == text.toStdString(); }));
   EXPECT_EQ(clipboardText(), QStringLiteral("before"));
 }
 

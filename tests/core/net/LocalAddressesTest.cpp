@@ -1,11 +1,27 @@
 #include "core/net/LocalAddresses.h"
+#include "tests/support/FakeSysfs.h"
+#include "tests/support/NetworkNamespace.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
 #include <optional>
+#include <set>
+#include <string>
+#include <vector>
 
 namespace tarvinel {
 namespace {
+
+using test::FakeSysfs;
+using test::inNetworkNamespace;
+using test::ip;
+using test::ipBatch;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Entry = LocalAddresses::Interface;
 
 TEST(LocalAddresses, ThePrimaryInterfaceWins) {
   EXPECT_EQ(LocalAddresses::preferred(
@@ -46,6 +62,121 @@ TEST(LocalAddresses, ThisComputersListHoldsNoLoopbackAndNoSelfAssignedAddress) {
     EXPECT_FALSE(entry.address.starts_with("127.")) << entry.address;
     EXPECT_FALSE(entry.address.starts_with("169.254.")) << entry.address;
   }
+}
+
+TEST(LocalAddresses, TheNearestAreThoseOfTheLeastDistance) {
+  const auto distance = [](const std::string& name) { return name.starts_with("docker") ? 2 : 0; };
+  EXPECT_THAT(
+      LocalAddresses::nearest(
+          {{"docker0", "172.17.0.1"}, {"wlan0", "10.0.0.9"}, {"eth0", "10.0.0.8"}}, distance),
+      ElementsAre(Entry{"wlan0", "10.0.0.9"}, Entry{"eth0", "10.0.0.8"}));
+  EXPECT_THAT(LocalAddresses::nearest({{"docker0", "172.17.0.1"}}, distance),
+              ElementsAre(Entry{"docker0", "172.17.0.1"}));
+  EXPECT_THAT(LocalAddresses::nearest({}, distance), IsEmpty());
+}
+
+TEST(LocalAddresses, FiftyAddressesOfAnInterfaceAskForItsDistanceOnce) {
+  std::vector<Entry> entries(50, {"eth0", "10.0.0.1"});
+  int asked = 0;
+  EXPECT_EQ(LocalAddresses::nearest(entries, [&](const std::string&) { return ++asked; }).size(),
+            50U);
+  EXPECT_EQ(asked, 1);
+}
+
+/// In a network of its own.
+class LocalAddressesHere : public testing::Test {
+ protected:
+  void inNetwork(const std::string& setup, const std::function<void()>& steps) {
+    const bool permitted = inNetworkNamespace([&] {
+      ipBatch(setup);
+      steps();
+    });
+    if (!permitted) GTEST_SKIP() << "network namespaces need root";
+  }
+
+  FakeSysfs sysfs;
+};
+
+TEST_F(LocalAddressesHere, OnlyAddressesOfTheRoomAreListed) {
+  inNetwork(
+      "link add eth0 type veth peer name peer0\nlink set eth0 up\n"
+      "link add down0 type veth peer name peer1\n"
+      "address add 192.168.1.20/24 dev eth0\naddress add 169.254.12.3/16 dev eth0\n"
+      "address add 10.0.0.1/24 dev down0\n",
+      [this] {
+        EXPECT_THAT(LocalAddresses::interfaces(sysfs.path()),
+                    ElementsAre(Entry{"eth0", "192.168.1.20"}));
+      });
+}
+
+TEST_F(LocalAddressesHere, WithLoopbackAloneThereIsNone) {
+  inNetwork("", [this] {
+    EXPECT_THAT(LocalAddresses::ipv4(sysfs.path()), IsEmpty());
+    EXPECT_EQ(LocalAddresses::preferredHost(sysfs.path()), std::nullopt);
+  });
+}
+
+TEST_F(LocalAddressesHere, ContainersAndTunnelsAreLeftOutWhileSomethingElseRemains) {
+  sysfs.wifi("wlan0");
+  sysfs.virtualInterface("docker0", {}, "bridge");
+  sysfs.virtualInterface("tun0");
+  inNetwork(
+      "link add docker0 type bridge\naddress add 172.17.0.1/16 dev docker0\n"
+      "tuntap add dev tun0 mode tun\naddress add 10.8.0.2/24 dev tun0\n"
+      "link add wlan0 type veth peer name peer0\naddress add 192.168.1.20/24 dev wlan0\n"
+      "link set docker0 up\nlink set tun0 up\nlink set wlan0 up\n",
+      [this] {
+        EXPECT_EQ(LocalAddresses::preferredHost(sysfs.path()), "192.168.1.20");
+        EXPECT_THAT(LocalAddresses::ipv4(sysfs.path()), ElementsAre("192.168.1.20"));
+        ip("link set wlan0 down");
+        EXPECT_EQ(LocalAddresses::preferredHost(sysfs.path()), "172.17.0.1");
+        EXPECT_EQ(LocalAddresses::ipv4(sysfs.path()).size(), 2U);
+      });
+}
+
+TEST_F(LocalAddressesHere, ABridgeOverHardwareStays) {
+  sysfs.ethernet("eth0");
+  sysfs.virtualInterface("br0", {"eth0"}, "bridge");
+  inNetwork(
+      "link add br0 type bridge\naddress add 192.168.1.20/24 dev br0\n"
+      "link add docker0 type bridge\naddress add 172.17.0.1/16 dev docker0\n"
+      "link set br0 up\nlink set docker0 up\n",
+      [this] { EXPECT_THAT(LocalAddresses::ipv4(sysfs.path()), ElementsAre("192.168.1.20")); });
+}
+
+TEST_F(LocalAddressesHere, APhonesNetworkIsLeftOutWhileAnotherRemains) {
+  sysfs.hardware("enp0s20u1", "rndis_host");
+  sysfs.wifi("wlan0");
+  inNetwork(
+      "link add enp0s20u1 type veth peer name peer0\nlink set enp0s20u1 up\n"
+      "address add 192.168.42.129/24 dev enp0s20u1\n"
+      "link add wlan0 type veth peer name peer1\nlink set wlan0 up\n"
+      "address add 10.0.0.9/24 dev wlan0\n",
+      [this] {
+        EXPECT_EQ(LocalAddresses::preferredHost(sysfs.path()), "10.0.0.9");
+        ip("link set wlan0 down");
+        EXPECT_EQ(LocalAddresses::preferredHost(sysfs.path()), "192.168.42.129");
+      });
+}
+
+TEST_F(LocalAddressesHere, TwoHundredInterfacesAndFiftyAddressesOnOne) {
+  sysfs.ethernet("a7");
+  std::string setup;
+  for (int i = 0; i < 100; ++i) {
+    const std::string n = std::to_string(i);
+    setup += "link add a" + n + " type veth peer name b" + n + "\nlink set a" + n + " up\n";
+    setup += "address add 10.100." + n + ".1/24 dev a" + n + "\n";
+  }
+  for (int i = 0; i < 50; ++i)
+    setup += "address add 10.7." + std::to_string(i) + ".1/24 dev a7\n";
+  inNetwork(setup + "link set b7 up\n", [this] {
+    EXPECT_EQ(LocalAddresses::interfaces("/nowhere").size(), 150U);
+    const auto addresses = LocalAddresses::ipv4(sysfs.path());
+    EXPECT_EQ(std::set<std::string>(addresses.begin(), addresses.end()).size(), 51U);
+    EXPECT_TRUE(std::ranges::all_of(addresses, [](const std::string& address) {
+      return address.starts_with("10.7.") || address == "10.100.7.1";
+    }));
+  });
 }
 
 }  // namespace

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "core/support/UniqueFd.h"
+
+#include <cstdint>
+
+namespace tarvinel {
+
+/// A TCP socket that listens, or the errno of what stood in the way.
+struct ListeningSocket {
+  UniqueFd socket;
+  int error = 0;
+};
+
+/// Listens on all addresses of this computer, IPv6 and IPv4, or IPv4 alone where there is no IPv6.
+/// The port may be listened on again at once after a restart; 0 takes any free one. Needs nothing
+/// but the kernel, so that the helper with the privilege for low ports can be made of it.
+ListeningSocket listenOnAllAddresses(std::uint16_t port) noexcept;
+
+}  // namespace tarvinel

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "core/support/Log.h"
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace tarvinel {
+
+class SerialQueue;
+
+/// One IPv4 address record of a name, on the local network for as long as the registrar lives.
+///
+/// Lives on the queue given to its factory: made, called, answered and destroyed there. Nothing
+/// here waits for another process or for the network.
+class NameRegistrar {
+ public:
+  using Address = std::array<std::uint8_t, 4>;  ///< in the order written
+
+  /// Takes a `DNSServiceCode`. Called whenever what has become of the record changes: registered,
+  /// taken by someone else (at once or later), failed.
+  using Reply = std::function<void(std::int32_t code)>;
+
+  using Factory =
+      std::function<std::unique_ptr<NameRegistrar>(SerialQueue& queue, const Logger& logger)>;
+
+  /// Withdraws the record. No reply comes any more.
+  virtual ~NameRegistrar() = default;
+  NameRegistrar() = default;
+  NameRegistrar(const NameRegistrar&) = delete;
+  NameRegistrar& operator=(const NameRegistrar&) = delete;
+
+  /// Begins to register the record under `name`, such as "studio.local."; to be called once.
+  /// Returns a `DNSServiceCode`; unless that is an error, the outcome comes as a reply, which never
+  /// comes during the call.
+  virtual std::int32_t registerRecord(const std::string& name, Address address, Reply reply) = 0;
+
+  /// Gives the registered record another address, without taking it off the network. Returns a
+  /// `DNSServiceCode`; a failure that shows later comes as a reply.
+  virtual std::int32_t update(Address address) = 0;
+};
+
+}  // namespace tarvinel

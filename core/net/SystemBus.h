@@ -1,0 +1,69 @@
+#pragma once
+
+#include "core/support/SerialQueue.h"
+
+#include <asio/posix/stream_descriptor.hpp>
+#include <asio/steady_timer.hpp>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+struct sd_bus;
+struct sd_bus_message;
+
+namespace tarvinel {
+
+/// A connection to the D-Bus system bus that waits for nothing: calls go out and answers come in
+/// while the queue has nothing else to do, however slow or dead the other side is.
+///
+/// Lives on the queue: handlers are called there, never during a call of the connection, and may
+/// destroy it.
+class SystemBus {
+ public:
+  struct Release {
+    void operator()(sd_bus* bus) const;
+    void operator()(sd_bus_message* message) const;
+  };
+  using Message = std::unique_ptr<sd_bus_message, Release>;
+  using Handler = std::function<void(sd_bus_message& message)>;
+
+  /// Begins to connect; null when there is no bus that takes connections. `onLost` is called once
+  /// when the connection ends, also when it was never complete; nothing is called after it.
+  static std::unique_ptr<SystemBus> open(SerialQueue& queue, std::function<void()> onLost);
+
+  ~SystemBus();
+  SystemBus(const SystemBus&) = delete;
+  SystemBus& operator=(const SystemBus&) = delete;
+
+  /// A method call to be filled with arguments. It does not start a service that does not run.
+  Message methodCall(const char* service, const char* path, const char* interface,
+                     const char* member);
+
+  /// Sends it; `onReply` gets the answer or an error message, and nothing once the bus is lost.
+  void call(Message message, Handler onReply);
+
+  /// Calls `onSignal` for every signal that the match rule lets through.
+  void listen(const std::string& matchRule, Handler onSignal);
+
+ private:
+  SystemBus(SerialQueue& queue, sd_bus* bus, std::function<void()> onLost);
+
+  void processSoon();
+  void process();
+  void awaitEvents(int events);
+  void awaitTimeout();
+
+  asio::io_context& context_;
+  std::unique_ptr<sd_bus, Release> bus_;
+  std::function<void()> onLost_;
+  asio::posix::stream_descriptor descriptor_;  ///< sd-bus's own: released, not closed
+  asio::steady_timer timer_;
+  bool isReading_ = false;
+  bool isWriting_ = false;
+
+  /// What waits holds it weakly.
+  const std::shared_ptr<SystemBus*> self_ = std::make_shared<SystemBus*>(this);
+};
+
+}  // namespace tarvinel

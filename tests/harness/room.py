@@ -1,0 +1,146 @@
+"""Computers in one room, with what finds names on them: each has a network namespace, a /run and a
+name service of its own, so that its daemons are seen by nobody else."""
+import json
+import subprocess
+from pathlib import Path
+
+from .network import Lan
+from .process import Process
+from .waiting import eventually
+
+START_LIMIT = 20
+
+MOUNTS = """mount --bind "$0/run" /run &&
+mount --bind "$0/nsswitch.conf" /etc/nsswitch.conf && exec "$@" """
+
+BUS = """<busconfig>
+  <type>system</type>
+  <listen>unix:path=/run/dbus/system_bus_socket</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow user="*"/><allow own="*"/><allow send_destination="*"/><allow receive_sender="*"/>
+    {policy}
+  </policy>
+</busconfig>"""
+
+AVAHI = """[server]
+host-name={host_name}
+use-ipv6=no
+[wide-area]
+enable-wide-area=no
+[publish]
+publish-workstation=no
+publish-hinfo=no
+{publish}
+"""
+
+
+class Host:
+    """One computer. What is started on it ends with the room."""
+
+    def __init__(self, lan, name, folder):
+        self._lan = lan
+        self.name = name
+        self.folder = Path(folder) / name
+        (self.folder / "run/dbus").mkdir(parents=True)
+        (self.folder / "nsswitch.conf").write_text("passwd: files\nhosts: files mdns4_minimal\n")
+        self._processes = []
+
+    @property
+    def prefix(self):
+        """The command prefix that runs a program here."""
+        return [*self._lan.exec_in(self.name), "sh", "-c", MOUNTS, self.folder]
+
+    def connect(self, address):
+        return self._lan.connect_at(self.name, address)
+
+    def run(self, *argv, within=20):
+        """Standard output of a command that runs here, None when it failed."""
+        done = subprocess.run([*map(str, self.prefix), *argv], capture_output=True, text=True,
+                              timeout=within)
+        return done.stdout if done.returncode == 0 else None
+
+    def start(self, name, *argv):
+        """A process that ends with the room."""
+        process = Process([*self.prefix, *argv], self.folder, f"{name}-{len(self._processes)}")
+        self._processes.append(process)
+        return process
+
+    def start_bus(self, policy=""):
+        """A system bus of its own on which everybody may do everything but what `policy` says."""
+        config = self.folder / "bus.conf"
+        config.write_text(BUS.format(policy=policy))
+        socket = self.folder / "run/dbus/system_bus_socket"
+        socket.unlink(missing_ok=True)  # of a bus before
+        bus = self.start("bus", "dbus-daemon", f"--config-file={config}", "--nofork",
+                         "--nopidfile")
+        eventually(socket.exists, START_LIMIT, "the bus listens")
+        return bus
+
+    def start_avahi(self, host_name=None, publish="", ready=True):
+        """The daemon, waited for until it has registered the host's own name."""
+        config = self.folder / "avahi.conf"
+        config.write_text(AVAHI.format(host_name=host_name or self.name, publish=publish))
+        daemon = self.start("avahi", "avahi-daemon", "-f", config, "--no-drop-root", "--no-chroot",
+                            "--no-rlimits", "--no-proc-title")
+        if ready:
+            eventually(lambda: "Server startup complete" in daemon.stderr, START_LIMIT,
+                       "the daemon runs")
+        return daemon
+
+    def start_fake_avahi(self, script):
+        """A daemon that misbehaves as told, see fake_avahi.py."""
+        fake = self.start("fake-avahi", "/usr/bin/python3",
+                          Path(__file__).with_name("fake_avahi.py"), json.dumps(script))
+        eventually(lambda: "ready" in fake.stdout, START_LIMIT, "the fake daemon runs")
+        return fake
+
+    def avahi_resolves(self, name):
+        """The address that the Avahi daemon here finds under a name."""
+        found = self.run("avahi-resolve", "-4", "-n", name)
+        return found.split()[1] if found else None
+
+    def system_resolves(self, name):
+        """The address that programs here find under a name."""
+        found = self.run("getent", "hosts", name)
+        return found.split()[0] if found else None
+
+    def give_address(self, address):
+        self._lan.give_address(self.name, address)
+
+    def take_address(self, address):
+        self._lan.take_address(self.name, address)
+
+    def configure(self, *arguments):
+        self._lan.configure(self.name, *arguments)
+
+    def cut_silently(self):
+        self._lan.cut_silently(self.name)
+
+    def restore_silently(self):
+        self._lan.restore_silently(self.name)
+
+    def inside(self, action):
+        return self._lan.inside(self.name, action)
+
+    def stop(self):
+        for process in reversed(self._processes):
+            process.stop()
+
+
+class Room:
+    """Hosts "presenter", "viewer" and "other" on one switch, each with an address."""
+
+    ADDRESSES = {"presenter": "10.98.0.1", "viewer": "10.98.0.2", "other": "10.98.0.3"}
+
+    def __init__(self, folder):
+        self._lan = Lan(*self.ADDRESSES)
+        self._hosts = [Host(self._lan, name, folder) for name in self.ADDRESSES]
+        self.presenter, self.viewer, self.other = self._hosts
+        for host in self._hosts:
+            host.give_address(self.ADDRESSES[host.name])
+
+    def remove(self):
+        for host in self._hosts:
+            host.stop()
+        self._lan.remove()

@@ -1,0 +1,73 @@
+"""A machine with a cable and Wi-Fi, made of a network namespace and a folder in place of sysfs."""
+import itertools
+import os
+import subprocess
+from pathlib import Path
+
+from .network import connect_inside, listen_inside
+
+
+class TwoLinks:
+    """Interfaces "eth0" and "wlan0" with a neighbour each; `sysfs` says what they are. Nothing is
+    routed anywhere until route_over() does. Needs root."""
+
+    GATEWAYS = {"eth0": "10.1.0.2", "wlan0": "10.2.0.2"}
+    _numbers = itertools.count()
+
+    def __init__(self, folder):
+        self.name = f"tv{os.getpid()}l{next(self._numbers)}"
+        self.sysfs = Path(folder) / "sysfs"
+        self._describe("eth0")
+        self._describe("wlan0")
+        (self.sysfs / "class/net/wlan0/wireless").mkdir()
+        _ip("netns", "add", self.name)
+        try:
+            self._build()
+        except BaseException:
+            self.remove()
+            raise
+
+    def exec_in(self):
+        """The command prefix that runs a program there."""
+        return ["ip", "netns", "exec", self.name]
+
+    def connect(self, address, _receive_buffer=None):
+        """A socket to what is served on its loopback interface."""
+        return connect_inside(self.name, address)
+
+    def listen(self, port):
+        """A listening socket on all its addresses."""
+        return listen_inside(self.name, port)
+
+    def route_over(self, link):
+        """Moves the default route to a link."""
+        _ip("-n", self.name, "route", "replace", "default", "via", self.GATEWAYS[link])
+
+    def unplug(self):
+        """Takes both links away."""
+        for link in self.GATEWAYS:
+            _ip("-n", self.name, "link", "set", link, "down")
+
+    def plug_in(self):
+        for link in self.GATEWAYS:
+            _ip("-n", self.name, "link", "set", link, "up")
+
+    def remove(self):
+        subprocess.run(["ip", "netns", "del", self.name], check=False, capture_output=True)
+
+    def _describe(self, link):
+        device = self.sysfs / "class/net" / link / "device"
+        device.mkdir(parents=True)
+        (device.parent / "type").write_text("1\n")
+
+    def _build(self):
+        _ip("-n", self.name, "link", "set", "lo", "up")
+        for number, link in enumerate(self.GATEWAYS, 1):
+            _ip("-n", self.name, "link", "add", link, "type", "veth", "peer", "name", f"peer{number}")
+            _ip("-n", self.name, "address", "add", f"10.{number}.0.1/24", "dev", link)
+            _ip("-n", self.name, "link", "set", link, "up")
+            _ip("-n", self.name, "link", "set", f"peer{number}", "up")
+
+
+def _ip(*arguments):
+    subprocess.run(["ip", *arguments], check=True, capture_output=True, timeout=20)

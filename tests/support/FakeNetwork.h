@@ -1,0 +1,35 @@
+#pragma once
+
+#include "core/net/NetworkPath.h"
+#include "core/support/SerialQueue.h"
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace tarvinel::test {
+
+/// A network whose path the test tells. It outlives what watches it.
+class FakeNetwork {
+ public:
+  NetworkPath::Factory factory() {
+    return [this](SerialQueue& queue, NetworkPath::Handler handler) {
+      queue_ = &queue;
+      handler_ = std::move(handler);
+      return std::make_unique<Path>();
+    };
+  }
+
+  /// Returns once the watcher has heard it.
+  void tell(const std::vector<InterfaceType>& types) {
+    queue_->sync([&] { handler_(types); });
+  }
+
+ private:
+  struct Path : NetworkPath {};
+
+  SerialQueue* queue_ = nullptr;
+  NetworkPath::Handler handler_;
+};
+
+}  // namespace tarvinel::test

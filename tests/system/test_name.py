@@ -1,0 +1,374 @@
+"""The name under .local: found, followed, withdrawn, refused, with and without an Avahi daemon."""
+import os
+import re
+import signal
+import time
+
+import pytest
+
+from harness.multicast import Multicast
+from harness.room import Room
+from harness.waiting import eventually
+
+NAME = "tarvinel.local"
+URL = "http://tarvinel.local/"
+REGISTERED_WITHIN = 20
+FOLLOWED_WITHIN = 30  # the address is looked at every five seconds
+RETRIED_WITHIN = 45   # thirty seconds after a failure
+
+FETCH = "import sys, urllib.request; print(urllib.request.urlopen(sys.argv[1]).read().decode())"
+
+
+@pytest.fixture
+def room(tmp_path):
+    if os.geteuid() != 0:
+        pytest.skip("network namespaces need root")
+    made = Room(tmp_path)
+    yield made
+    made.remove()
+
+
+@pytest.fixture
+def viewer(room):
+    """Who looks for the name: a computer with everything that finds names."""
+    room.viewer.start_bus()
+    room.viewer.start_avahi()
+    return room.viewer
+
+
+@pytest.fixture
+def air(room):
+    """What is heard of names where the viewer is."""
+    listening = Multicast(room.viewer, room.ADDRESSES["viewer"])
+    yield listening
+    listening.close()
+
+
+@pytest.fixture
+def present(room, start):
+    """Starts the program on a host on port 80, where it publishes its name."""
+    def start_program(host=room.presenter, **keywords):
+        return start("--capture", "pattern", "--verbose", port=80, named=True, prefix=host.prefix,
+                     connect=host.connect, **keywords)
+    return start_program
+
+
+@pytest.fixture(params=["daemon", "no-daemon", "no-bus"])
+def responder(request, room):
+    """What there is on the presenter's computer: an Avahi daemon, only a bus, neither."""
+    return prepare(room.presenter, request.param)
+
+
+def prepare(host, responder):
+    if responder != "no-bus":
+        host.start_bus()
+    if responder == "daemon":
+        host.start_avahi()
+    return responder
+
+
+def wait_until_registered(program):
+    program.wait_for_line(f"Open {URL} in any browser", REGISTERED_WITHIN)
+    return program
+
+
+def lines(program, text):
+    return [line for line in program.stdout.splitlines() if text in line]
+
+
+def test_found_followed_and_withdrawn(room, viewer, air, responder, present):
+    program = wait_until_registered(present())
+    address = room.ADDRESSES["presenter"]
+    road = "the Avahi daemon" if responder == "daemon" else "a responder of our own"
+    assert re.findall("publishing (?:through|by) (.*)", program.stderr) == [road]
+    assert (120, address) in air.records(NAME)
+    assert viewer.avahi_resolves(NAME) == address
+    assert viewer.system_resolves(NAME) == address
+    assert '"sharing":false' in viewer.run("python3", "-c", FETCH, URL + "status")
+
+    room.presenter.take_address(address)
+    room.presenter.give_address("10.98.0.77")
+    eventually(lambda: viewer.system_resolves(NAME) == "10.98.0.77", FOLLOWED_WITHIN, "followed")
+    assert '"sharing":false' in viewer.run("python3", "-c", FETCH, URL + "status")
+    assert len(lines(program, URL)) == 1
+    assert "Open http://10.98.0.77/ in any browser" in program.stdout
+
+    program.command("quit")
+    assert program.wait(10) == 0
+    eventually(lambda: air.withdrawn(NAME), 10, "withdrawn")
+    assert air.silent_about(NAME)
+
+
+# Someone else has the name
+
+TAKEN = f'{NAME} is taken on this network; set "hostname" in config.json to use another name'
+
+
+def wait_until_taken(program):
+    eventually(lambda: lines(program, TAKEN), REGISTERED_WITHIN, "the name is taken")
+
+
+@pytest.mark.slow
+@pytest.mark.parametrize("responder", ["daemon", "no-bus"])
+def test_taken_by_another_computer_until_it_leaves(room, air, responder, present):
+    first = wait_until_registered(present())
+    prepare(room.other, responder)
+    second = present(room.other)
+    wait_until_taken(second)
+    assert not lines(second, URL)
+    assert "[app] tarvinel.local name conflict" in second.stderr
+    air.ask(NAME)
+    eventually(lambda: air.records(NAME), 5, "an answer")
+    assert {address for _, address in air.records(NAME)} == {room.ADDRESSES["presenter"]}
+
+    first.terminate()
+    second.wait_for_line(f"Open {URL} in any browser", RETRIED_WITHIN)
+    assert len(lines(second, TAKEN)) == 1
+    assert "Open http://10.98.0.3/ in any browser" in second.stdout
+
+
+@pytest.mark.parametrize("responder", ["daemon", "no-bus"])
+def test_taken_by_both_at_once(room, responder, present):
+    for host in (room.presenter, room.other):
+        prepare(host, responder)
+    programs = [present(host) for host in (room.presenter, room.other)]
+    eventually(lambda: all(lines(program, URL) or lines(program, TAKEN) for program in programs),
+               REGISTERED_WITHIN, "both know")
+    eventually(lambda: sorted(bool(lines(program, TAKEN)) for program in programs) == [False, True],
+               REGISTERED_WITHIN, "one of them has lost")
+
+
+@pytest.mark.parametrize("responder", ["daemon", "no-bus"])
+def test_taken_when_two_networks_become_one(room, air, responder, present):
+    for host in (room.presenter, room.other):
+        prepare(host, responder)
+    room.other.cut_silently()
+    programs = [wait_until_registered(present(host)) for host in (room.presenter, room.other)]
+    room.other.restore_silently()
+
+    def someone_noticed():
+        air.ask(NAME)  # as viewers do
+        return any(lines(program, TAKEN) for program in programs)
+
+    eventually(someone_noticed, REGISTERED_WITHIN, "one of them gives way", every=0.5)
+
+
+@pytest.mark.parametrize("responder", ["daemon", "no-bus"])
+def test_two_programs_on_one_computer_share_the_name(room, air, responder, present, start):
+    prepare(room.presenter, responder)
+    first = wait_until_registered(present())
+    second = start("--capture", "pattern", named=True, prefix=room.presenter.prefix,
+                   connect=room.presenter.connect)
+    second.wait_for_line(f"Open http://{NAME}:{second.listening_port()}/ in any browser",
+                         REGISTERED_WITHIN)
+    first.terminate()
+    assert first.wait(10) == 0
+    assert not air.silent_about(NAME)
+
+
+def test_the_computers_own_name_counts_as_published(room, air, present):
+    room.presenter.start_bus()
+    room.presenter.start_avahi(host_name="Tarvinel")
+    program = wait_until_registered(present())
+    assert (120, room.ADDRESSES["presenter"]) in air.records(NAME)
+
+    air.forget()
+    room.presenter.run("avahi-set-host-name", "elsewhere")
+    eventually(lambda: air.records("elsewhere.local"), 10, "the computer is called otherwise")
+    eventually(lambda: air.records(NAME)[-1:] == [(120, room.ADDRESSES["presenter"])], 10,
+               "the name is there again")
+    assert len(lines(program, URL)) == 1
+    assert not lines(program, TAKEN)
+
+
+# Addresses
+
+def test_without_a_network_until_there_is_one(room, air, present):
+    address = room.ADDRESSES["presenter"]
+    room.presenter.configure("link", "set", "eth0", "down")
+    room.presenter.take_address(address)
+    program = present()
+    trouble = f"No network address to publish {NAME} for"
+    program.wait_for_line(trouble)
+    program.wait_for_line(r"sources:[^$]*sources:", source="stderr")  # ten seconds later
+    assert program.stdout.splitlines()[-3:] == [
+        "Not sharing", "Open http://localhost/ in any browser", trouble]
+    assert "mdns" not in program.stderr
+
+    room.presenter.give_address(address)
+    room.presenter.configure("link", "set", "eth0", "up")
+    wait_until_registered(program)
+    assert len(lines(program, trouble)) == 1
+    eventually(lambda: (120, address) in air.records(NAME), 10, "heard")
+
+    room.presenter.take_address(address)
+    eventually(lambda: len(lines(program, trouble)) == 2, FOLLOWED_WITHIN, "it is said again")
+    assert lines(program, "Open")[-1] == "Open http://localhost/ in any browser"
+
+
+@pytest.mark.parametrize("moment", ["registering", "registered"])
+@pytest.mark.parametrize("responder", ["daemon", "no-bus"])
+def test_an_address_that_changes_twenty_times_in_a_second(room, air, responder, moment, present):
+    presenter = room.presenter
+    prepare(presenter, responder)
+    program = present()
+    program.wait_for_line(rf"tarvinel\.local.* {moment}|{moment} tarvinel\.local",
+                          source="stderr")
+    address = room.ADDRESSES["presenter"]
+    for number in range(20):
+        presenter.configure("link", "set", "eth0", "down")
+        presenter.take_address(address)
+        address = f"10.98.0.{100 + number}"
+        presenter.give_address(address)
+        presenter.configure("link", "set", "eth0", "up")
+
+    def answered_with_the_last():
+        air.ask(NAME)
+        return air.records(NAME)[-1:] == [(120, address)]
+
+    eventually(answered_with_the_last, FOLLOWED_WITHIN, "the last address", every=0.5)
+    eventually(lambda: lines(program, "Open")[-1] in (
+        f"Open {URL} in any browser", f"Open http://{address}/ in any browser"), 10, "shown")
+    program.terminate()
+    assert program.wait(10) == 0
+    eventually(lambda: air.withdrawn(NAME), 10, "withdrawn")
+
+
+def test_more_interfaces_than_a_socket_can_listen_on(room, air, present):
+    """The kernel's limit is twenty."""
+    for number in range(25):
+        room.presenter.configure("link", "add", f"x{number}", "type", "veth",
+                                 "peer", "name", f"y{number}")
+        room.presenter.configure("address", "add", f"10.97.{number}.1/24", "dev", f"x{number}")
+        for end in "xy":
+            room.presenter.configure("link", "set", f"{end}{number}", "up")
+    address = room.ADDRESSES["presenter"]
+    program = wait_until_registered(present())
+    eventually(lambda: (120, address) in air.records(NAME), 10, "announced")
+    assert not air.silent_about(NAME)
+
+    room.presenter.take_address(address)
+    room.presenter.give_address("10.98.0.77")
+    eventually(lambda: air.records(NAME)[-1:] == [(120, "10.98.0.77")], FOLLOWED_WITHIN,
+               "followed")
+    program.terminate()
+    assert program.wait(10) == 0
+    eventually(lambda: air.withdrawn(NAME), 10, "withdrawn")
+
+
+# Daemons that come, go, refuse and hang
+
+def failed(code):
+    return re.escape(f"Couldn't publish {NAME} (error {code})")
+
+
+@pytest.mark.slow
+def test_handed_over_to_a_daemon_and_back(room, air, present):
+    address = room.ADDRESSES["presenter"]
+    room.presenter.start_bus()
+    program = wait_until_registered(present())
+    assert "publishing by a responder of our own" in program.stderr
+    air.forget()
+    daemon = room.presenter.start_avahi()
+    program.wait_for_line("publishing through the Avahi daemon", source="stderr")
+    eventually(lambda: [ttl for ttl, _ in air.records(NAME)][:2] == [0, 120], 10,
+               "withdrawn, then announced by the daemon")
+    assert not lines(program, "Couldn't")
+
+    daemon.kill()
+    program.wait_for_line(failed(-65537))
+    eventually(lambda: len(lines(program, URL)) == 2, RETRIED_WITHIN, "published again")
+    assert program.stderr.count("publishing by a responder of our own") == 2
+    assert not air.silent_about(NAME)
+    assert air.records(NAME)[-1] == (120, address)
+    assert len(lines(program, "Couldn't")) == 1
+
+
+def test_a_daemon_that_restarts_is_used_again_at_once(room, air, present):
+    room.presenter.start_bus()
+    daemon = room.presenter.start_avahi()
+    program = wait_until_registered(present())
+    daemon.kill()
+    program.wait_for_line(failed(-65537))
+    air.forget()
+    room.presenter.start_avahi()
+    eventually(lambda: len(lines(program, URL)) == 2, REGISTERED_WITHIN, "published again")
+    assert (120, room.ADDRESSES["presenter"]) in air.records(NAME)
+
+
+def test_a_bus_that_restarts_with_a_daemon_on_it(room, air, present):
+    bus = room.presenter.start_bus()
+    program = wait_until_registered(present())
+    bus.kill()
+    assert not air.silent_about(NAME)
+    prepare(room.presenter, "daemon")
+    program.wait_for_line("publishing through the Avahi daemon", source="stderr")
+    eventually(lambda: air.records(NAME)[-1:] == [(120, room.ADDRESSES["presenter"])], 10, "heard")
+    assert not lines(program, "Couldn't")
+
+
+def test_a_daemon_that_still_registers_the_computers_name_is_waited_for(room, present):
+    room.presenter.start_bus()
+    daemon = room.presenter.start_avahi(ready=False)
+    eventually(lambda: "Server startup" in daemon.stderr or "New relevant" in daemon.stderr, 10,
+               "it has begun")
+    program = wait_until_registered(present())
+    assert not lines(program, "Couldn't")
+
+
+@pytest.mark.parametrize("publish", ["disable-publishing=yes",
+                                     "disable-user-service-publishing=yes"])
+def test_a_daemon_that_does_not_permit_it(room, publish, present):
+    room.presenter.start_bus()
+    room.presenter.start_avahi(publish=publish)
+    program = present()
+    program.wait_for_line(failed(-65555))
+    assert f"[app] {NAME} registration failed: -65555" in program.stderr
+
+
+def test_a_bus_that_does_not_permit_it(room, present):
+    room.presenter.start_bus(policy="""<deny send_destination="org.freedesktop.Avahi"
+                                             send_interface="org.freedesktop.Avahi.Server"/>""")
+    room.presenter.start_avahi()
+    present().wait_for_line(failed(-65555))
+
+
+@pytest.mark.parametrize("script, shown", [
+    ({"GetState": 4}, failed(-65537)),
+    ({"GetState": "two"}, failed(-65537)),
+    ({"GetState": {"error": "org.freedesktop.DBus.Error.UnknownMethod"}}, failed(-65537)),
+    ({"EntryGroupNew": 7}, failed(-65537)),
+    ({"EntryGroupNew": {"error": "org.freedesktop.Avahi.TooManyObjectsError"}}, failed(-65537)),
+    ({"AddRecord": {"error": "org.freedesktop.Avahi.CollisionError"}}, re.escape(TAKEN)),
+    ({"Commit": {"error": "org.freedesktop.Avahi.BadStateError"}}, failed(-65537)),
+    ({"Commit": "silent"}, failed(-65537)),
+    ({"states": [1, 2, 3]}, re.escape(TAKEN)),
+    ({"states": [1, 2, 4]}, failed(-65537)),
+], ids=["failure", "not-a-state", "no-such-method", "no-path", "too-many", "taken", "bad-state",
+        "silent", "taken-later", "failing-later"])
+def test_a_daemon_that_misbehaves(room, script, shown, present):
+    room.presenter.start_bus()
+    room.presenter.start_fake_avahi(script)
+    program = present()
+    program.wait_for_line(shown, REGISTERED_WITHIN)
+    assert len(lines(program, NAME)) == (2 if 2 in script.get("states", []) else 1)
+
+
+@pytest.mark.parametrize("what_hangs", ["bus", "daemon"])
+def test_what_hangs_is_given_up_and_holds_nobody_up(room, what_hangs, present):
+    bus = room.presenter.start_bus()
+    daemon = room.presenter.start_avahi()
+    hanging = {"bus": bus, "daemon": daemon}[what_hangs]
+    hanging.signal(signal.SIGSTOP)
+    try:
+        program = present()
+        began = time.monotonic()
+        program.command("status")
+        program.wait_for_line("Not sharing[^$]*Not sharing", 5)
+        assert program.status()["sharing"] is False
+        assert time.monotonic() - began < 5 and not lines(program, NAME)
+        program.wait_for_line(failed(-65537), REGISTERED_WITHIN)
+        program.terminate()
+        assert program.wait(5) == 0
+    finally:
+        hanging.signal(signal.SIGCONT)
