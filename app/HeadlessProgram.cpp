@@ -27,8 +27,9 @@ int runHeadless(const CommandLineOptions& options) {
   if (configuration.problem) std::cout << *configuration.problem << std::endl;
   TerminalLoop loop;
   TerminalDesktop desktop;
-  const auto model = AppModel::create(
-      configuration.config, platformFor(options, loop, desktop, log, capture), uploadsFor(options));
+  const auto model =
+      AppModel::create(configuration.config, platformFor(options, capture, log, {loop, desktop}),
+                       uploadsFor(options));
   const auto console = std::make_shared<Console>(
       *model, std::cout, [&loop](int status) { loop.quit(status); },
       isatty(STDOUT_FILENO) == 1 ? QRColours::terminal : QRColours::none);

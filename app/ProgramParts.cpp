@@ -22,10 +22,10 @@ Log logFor(const CommandLineOptions& options) {
   return Log::standardError(options.verbose ? spdlog::level::debug : spdlog::level::info);
 }
 
-AppModel::Platform platformFor(const CommandLineOptions& options, MainQueue& mainQueue,
-                               Desktop& desktop, const Log& log, const ChosenCapture& capture) {
-  return {.mainQueue = mainQueue,
-          .desktop = desktop,
+AppModel::Platform platformFor(const CommandLineOptions& options, const ChosenCapture& capture,
+                               const Log& log, Surroundings surroundings) {
+  return {.mainQueue = surroundings.mainQueue,
+          .desktop = surroundings.desktop,
           .log = log,
           .captureService = capture.makeService,
           .userDefaultsFile = UserDefaults::defaultFile(),

@@ -20,9 +20,15 @@ ChosenCapture chooseCapture(const CommandLineOptions& options);
 /// The log as detailed as the command line wants it.
 Log logFor(const CommandLineOptions& options);
 
-/// What the model of this program stands on; nothing there looks for updates yet.
-AppModel::Platform platformFor(const CommandLineOptions& options, MainQueue& mainQueue,
-                               Desktop& desktop, const Log& log, const ChosenCapture& capture);
+/// Who looks at the model; both outlive it.
+struct Surroundings {
+  MainQueue& mainQueue;
+  Desktop& desktop;
+};
+
+/// The real computer, for a model. Nothing looks for updates.
+AppModel::Platform platformFor(const CommandLineOptions& options, const ChosenCapture& capture,
+                               const Log& log, Surroundings surroundings);
 
 /// What the command line says of uploads.
 AppModel::UploadLaunch uploadsFor(const CommandLineOptions& options);

@@ -19,7 +19,7 @@ struct ShareableDisplay {
 /// A running application as a capture service reports it.
 struct ShareableApplication {
   std::int32_t processID = 0;
-  std::string name;
+  std::optional<std::string> name;  ///< for people
   std::optional<std::string> bundleID;
 };
 

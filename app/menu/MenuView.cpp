@@ -49,12 +49,18 @@ std::vector<MenuItem> MenuView::stateItems() const {
 std::vector<MenuItem> MenuView::addressItems() const {
   if (model_.serverError()) return {};
   if (!model_.serverURL()) return {MenuItem::text("Starting server…")};
-  return {MenuItem::text(*model_.serverURL()), copyButton("Copy Address", model_.serverURL())};
+  if (!model_.nameURL()) {
+    return {MenuItem::text(*model_.serverURL()), copyButton("Copy Address", model_.serverURL())};
+  }
+  return {MenuItem::text(*model_.nameURL()), copyButton("Copy Address", model_.nameURL()),
+          MenuItem::text(*model_.serverURL()),
+          copyButton("Copy Numeric Address", model_.serverURL())};
 }
 
 std::vector<MenuItem> MenuView::problemItems() const {
   std::vector<MenuItem> items;
   appendText(items, model_.serverError());
+  appendText(items, model_.nameError());
   appendText(items, model_.captureError());
   appendText(items, model_.permissionHint());
   if (model_.permissionHint()) {

@@ -11,6 +11,7 @@
 #include <QPalette>
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <iostream>
 #include <string>
@@ -97,6 +98,9 @@ TarvinelApp::TarvinelApp(const CommandLineOptions& options, const ChosenCapture&
   trayPatience_.setSingleShot(true);
   trayPatience_.callOnTimeout([this] { openWindow(); });
   model_->setOnChange([this] { modelChanged(); });
+  if (isatty(STDOUT_FILENO) == 1) {
+    console_ = std::make_shared<Console>(*model_, std::cout, [](int) {});
+  }
   if (options.share) share(*options.share);
   draw();
   traysChanged();
@@ -104,14 +108,14 @@ TarvinelApp::TarvinelApp(const CommandLineOptions& options, const ChosenCapture&
 
 AppModel::Platform TarvinelApp::platform(const CommandLineOptions& options,
                                          const ChosenCapture& capture) {
-  auto platform = platformFor(options, queue_, desktop_, log_, capture);
-  const auto memory = platform.userDefaultsFile.parent_path() / "updates.json";
-  platform.updateController = [this, memory](UpdateController::Delegate& delegate) {
+  AppModel::Platform platform = platformFor(options, capture, log_, {queue_, desktop_});
+  platform.updateController = [this](UpdateController::Delegate& delegate) {
     return std::make_unique<FeedUpdateController>(
-        delegate, FeedUpdateController::Environment{.desktop = desktop_,
-                                                    .mainQueue = queue_,
-                                                    .logger = log_.category("app"),
-                                                    .memory = memory});
+        delegate, FeedUpdateController::Environment{
+                      .desktop = desktop_,
+                      .mainQueue = queue_,
+                      .logger = log_.category("app"),
+                      .memory = UserDefaults::defaultFile().replace_filename("updates.json")});
   };
   return platform;
 }
@@ -140,6 +144,7 @@ void TarvinelApp::draw() {
   const auto items = view_.items();
   window_.draw(items);
   if (icon_) icon_->draw(items, model_->isSharing());
+  if (console_) console_->refresh();
 }
 
 void TarvinelApp::traysChanged() {

@@ -2,6 +2,7 @@
 
 #include "app/AppModel.h"
 #include "app/CommandLine.h"
+#include "app/Console.h"
 #include "app/ProgramParts.h"
 #include "app/menu/MenuView.h"
 #include "app/tray/DesktopShell.h"
@@ -53,6 +54,7 @@ class TarvinelApp {
   std::shared_ptr<AppModel> model_;
   MenuView view_;
   MenuWindow window_;
+  std::shared_ptr<Console> console_;  ///< for who started the program in a terminal
   std::optional<MenuDrawer> drawer_;  ///< of the icon's menu
   std::optional<TrayIcon> icon_;      ///< once there has been a tray
   QTimer trayPatience_;

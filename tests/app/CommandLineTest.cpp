@@ -94,6 +94,7 @@ TEST(CommandLine, AWrongCommandLineEndsWithStatus2AndSaysWhy) {
 TEST(CommandLine, WhatIsNotThereYetSaysSoAndIsLeftOutOfTheHelp) {
   EXPECT_EQ(exitOf({"--headless", "--capture", "portal"}).text,
             "tarvinel: --capture portal is not there yet\n");
+  EXPECT_EQ(exitOf({"--capture", "portal"}).status, 2);
   EXPECT_THAT(exitOf({"--help"}).text, Not(HasSubstr("portal")));
 }
 

@@ -17,14 +17,17 @@ class Canvas:
     Every painting call returns when the server has carried it out.
     """
 
-    def __init__(self, server, x=0, y=0, width=None, height=None):
+    def __init__(self, server, x=0, y=0, width=None, height=None, title=None):
+        """With a title it is an ordinary window instead of one above everything."""
         self.width, self.height = width or server.width, height or server.height
         self._display = Display(server.name)
         screen = self._display.screen()
         self._window = screen.root.create_window(
             x, y, self.width, self.height, 0, screen.root_depth,
-            override_redirect=1, background_pixel=GROUND, event_mask=X.ExposureMask,
+            override_redirect=title is None, background_pixel=GROUND, event_mask=X.ExposureMask,
             cursor=self._arrow())
+        if title:
+            self._window.set_wm_name(title)
         self._draft = self._window.create_pixmap(self.width, self.height, screen.root_depth)
         self._gc = self._window.create_gc(graphics_exposures=0)
         self._window.map()
@@ -74,6 +77,14 @@ class Canvas:
         """Shows a part of the draft, or all of it."""
         self._window.copy_area(self._gc, self._draft, x, y, width or self.width,
                                height or self.height, x, y)
+        self._display.sync()
+
+    def scroll(self, distance):
+        """Moves everything up; what was at the top comes in at the bottom."""
+        rest = self.height - distance
+        self._draft.copy_area(self._gc, self._window, 0, 0, self.width, distance, 0, 0)
+        self._window.copy_area(self._gc, self._window, 0, distance, self.width, rest, 0, 0)
+        self._window.copy_area(self._gc, self._draft, 0, 0, self.width, distance, 0, rest)
         self._display.sync()
 
     def _draft_text(self, chance):

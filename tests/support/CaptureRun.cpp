@@ -46,6 +46,22 @@ void CaptureRun::startDisplay(std::uint32_t displayID, bool showsCursor) {
   start(filter, {640, 480, 60, showsCursor});
 }
 
+void CaptureRun::startWindow(std::uint32_t windowID, bool showsCursor) {
+  ContentFilter filter;
+  filter.kind = ContentFilter::Kind::window;
+  filter.windowID = windowID;
+  start(filter, {640, 480, 60, showsCursor});
+}
+
+void CaptureRun::startApplication(std::int32_t processID, std::uint32_t displayID,
+                                  bool showsCursor) {
+  ContentFilter filter;
+  filter.kind = ContentFilter::Kind::application;
+  filter.processID = processID;
+  filter.displayID = displayID;
+  start(filter, {640, 480, 60, showsCursor});
+}
+
 void CaptureRun::stop() {
   await<void>(queue_,
               [this](Completion<void> completion) { stream_->stop(std::move(completion)); });

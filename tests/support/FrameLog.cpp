@@ -31,6 +31,13 @@ std::uint32_t SeenFrame::at(std::size_t x, std::size_t y) const {
          pixel[0];
 }
 
+bool SeenFrame::has(std::uint32_t colour) const {
+  for (std::size_t i = 0; i < width * height; ++i) {
+    if (at(i % width, i / width) == colour) return true;
+  }
+  return false;
+}
+
 StreamHandlers FrameLog::handlers() {
   return {[this](const CapturedFrame& frame) { add(frame); },
           [this](std::exception_ptr error) {
@@ -69,6 +76,17 @@ std::exception_ptr FrameLog::stopReason() {
     throw std::runtime_error("the stream did not end");
   }
   return stops_.front();
+}
+
+SeenFrame FrameLog::last() {
+  const std::scoped_lock lock(mutex_);
+  return frames_.empty() ? SeenFrame{} : frames_.back();
+}
+
+bool FrameLog::hasShown(std::uint32_t colour) {
+  const std::scoped_lock lock(mutex_);
+  return std::any_of(frames_.begin(), frames_.end(),
+                     [&](const SeenFrame& seen) { return seen.has(colour); });
 }
 
 std::size_t FrameLog::frameCount() {

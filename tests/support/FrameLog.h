@@ -25,6 +25,8 @@ struct SeenFrame {
   /// 0xRRGGBB.
   std::uint32_t at(std::size_t x, std::size_t y) const;
 
+  bool has(std::uint32_t colour) const;
+
   /// Absent counts as none.
   std::vector<Rect> dirty() const { return frame.dirtyRects.value_or(std::vector<Rect>{}); }
 };
@@ -42,6 +44,12 @@ class FrameLog {
 
   /// Why the stream ended by itself; waits for it.
   std::exception_ptr stopReason();
+
+  /// The newest frame; one without pixels when none has come.
+  SeenFrame last();
+
+  /// True when a pixel of any frame so far was 0xRRGGBB.
+  bool hasShown(std::uint32_t colour);
 
   std::size_t frameCount();
   std::size_t stopCount();

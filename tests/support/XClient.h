@@ -17,6 +17,8 @@ class XClient {
   explicit XClient(const std::string& display);
 
   xcb_window_t root() const { return screen_->root; }
+  xcb_connection_t* get() const { return connection_.get(); }
+  const xcb_screen_t& screen() const { return *screen_; }
 
   /// Fills a rectangle of the screen with 0xRRGGBB, over everything that is there.
   void fill(const PixelRect& rect, std::uint32_t colour);
@@ -48,13 +50,16 @@ class XClient {
   /// Adds to the root window's resource database.
   void setResources(const std::string& text);
 
+  /// The number of a name.
+  xcb_atom_t atom(const std::string& name);
+
+  /// Waits until everything asked for has taken effect. Throws when something was refused.
+  void sync();
+
  private:
   struct Disconnect {
     void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
   };
-
-  xcb_atom_t atom(const std::string& name);
-  void sync();
 
   std::unique_ptr<xcb_connection_t, Disconnect> connection_;
   xcb_screen_t* screen_ = nullptr;

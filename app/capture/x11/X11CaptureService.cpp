@@ -1,10 +1,11 @@
 #include "app/capture/x11/X11CaptureService.h"
 
-#include "app/capture/x11/X11CaptureStream.h"
+#include "app/capture/x11/X11AppSource.h"
 #include "app/capture/x11/X11DisplaySource.h"
 #include "app/capture/x11/X11Displays.h"
-#include "app/capture/x11/X11Error.h"
 #include "app/capture/x11/X11Scale.h"
+#include "app/capture/x11/X11WindowSource.h"
+#include "app/capture/x11/X11Windows.h"
 
 #include <utility>
 
@@ -25,24 +26,48 @@ std::shared_ptr<CaptureStream> X11CaptureService::makeStream(
     const ContentFilter& filter, const StreamConfiguration& configuration,
     StreamHandlers handlers) {
   queue_.assertCurrent();
-  if (filter.kind != ContentFilter::Kind::display) {
-    throw X11Error(X11Error::Case::unsupportedSource,
-                   "windows and applications cannot be captured from the X server");
-  }
-  auto open = [server = server_, options = options_, displayID = filter.displayID,
-               showsCursor = configuration.showsCursor] {
-    return std::make_unique<X11DisplaySource>(server, options, displayID, showsCursor);
-  };
-  return std::make_shared<X11CaptureStream>(queue_, std::move(open), configuration.framesPerSecond,
-                                            std::move(handlers));
+  return std::make_shared<X11CaptureStream>(queue_, opener(filter, configuration.showsCursor),
+                                            configuration.framesPerSecond, std::move(handlers));
 }
 
-ShareableContent X11CaptureService::listContent() const {
+X11CaptureStream::OpenSource X11CaptureService::opener(const ContentFilter& filter,
+                                                       bool showsCursor) const {
+  switch (filter.kind) {
+    case ContentFilter::Kind::window:
+      return [server = server_, options = options_, window = filter.windowID,
+              process = listedProcess(filter.windowID), showsCursor] {
+        return std::make_unique<X11WindowSource>(server, options, window, process, showsCursor);
+      };
+    case ContentFilter::Kind::application:
+      return [server = server_, options = options_, filter, showsCursor] {
+        return std::make_unique<X11AppSource>(server, options, filter.displayID, filter.processID,
+                                              showsCursor);
+      };
+    case ContentFilter::Kind::display:
+      break;
+  }
+  return [server = server_, options = options_, display = filter.displayID, showsCursor] {
+    return std::make_unique<X11DisplaySource>(server, options, display, showsCursor);
+  };
+}
+
+std::int32_t X11CaptureService::listedProcess(std::uint32_t windowID) const {
+  const auto found = listed_.find(windowID);
+  return found != listed_.end() ? found->second : 0;
+}
+
+ShareableContent X11CaptureService::listContent() {
   const X11Connection connection(server_, options_);
   const int scale = desktopScale(connection);
   ShareableContent content;
   for (const X11Display& display : listDisplays(connection)) {
     content.displays.push_back(shareableDisplay(display, scale));
+  }
+  content.windows = listWindows(connection, scale);
+  content.applications = applicationsOf(content.windows);
+  listed_.clear();
+  for (const ShareableWindow& window : content.windows) {
+    if (window.application) listed_.emplace(window.windowID, window.application->processID);
   }
   return content;
 }

@@ -89,6 +89,13 @@ void* X11Connection::awaitReply(unsigned int sequence) const {
   return reply;
 }
 
+void* X11Connection::awaitReplyIfAny(unsigned int sequence) const try {
+  return awaitReply(sequence);
+} catch (const X11Error& error) {
+  if (error.kind() != X11Error::Case::requestRefused) throw;
+  return nullptr;
+}
+
 /// False while the reply has not come.
 bool X11Connection::pollReply(unsigned int sequence, void** reply) const {
   xcb_generic_error_t* error = nullptr;

@@ -63,6 +63,14 @@ class X11Connection {
     return XcbPtr<Reply>(static_cast<Reply*>(awaitReply(cookie.sequence)));
   }
 
+  /// The same, but null when the server refused: what is asked about may be gone.
+  template <class Reply, class Cookie>
+  XcbPtr<Reply> replyIfAny(Reply* (*function)(xcb_connection_t*, Cookie, xcb_generic_error_t**),
+                           Cookie cookie) const {
+    (void)function;
+    return XcbPtr<Reply>(static_cast<Reply*>(awaitReplyIfAny(cookie.sequence)));
+  }
+
   /// Waits until the server has done a request made with one of xcb's checked calls that have no
   /// reply. Throws X11Error when it refused.
   void check(xcb_void_cookie_t cookie) const;
@@ -80,6 +88,7 @@ class X11Connection {
   };
 
   void* awaitReply(unsigned int sequence) const;
+  void* awaitReplyIfAny(unsigned int sequence) const;
   bool pollReply(unsigned int sequence, void** reply) const;
   void awaitBytes(std::chrono::steady_clock::time_point deadline) const;
 

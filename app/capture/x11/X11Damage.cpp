@@ -6,7 +6,8 @@
 
 namespace tarvinel {
 
-X11Damage::X11Damage(const X11Connection& connection, bool hasXFixes) : connection_(connection) {
+X11Damage::X11Damage(const X11Connection& connection, xcb_drawable_t drawable, bool hasXFixes)
+    : connection_(connection) {
   const auto* extension = connection.extension(xcb_damage_id);
   if (extension == nullptr) {
     throw X11Error(X11Error::Case::noDamageExtension,
@@ -20,12 +21,25 @@ X11Damage::X11Damage(const X11Connection& connection, bool hasXFixes) : connecti
     connection.check(xcb_xfixes_create_region_checked(connection.get(), region_, 0, nullptr));
   }
   damage_ = xcb_generate_id(connection.get());
-  connection.check(xcb_damage_create_checked(connection.get(), damage_, connection.root(),
+  connection.check(xcb_damage_create_checked(connection.get(), damage_, drawable,
                                              XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY));
 }
 
+// Both may be gone with their window: the server's complaint is an event that nobody looks at.
+X11Damage::~X11Damage() {
+  xcb_damage_destroy(connection_.get(), damage_);
+  if (region_ != XCB_XFIXES_REGION_NONE) xcb_xfixes_destroy_region(connection_.get(), region_);
+}
+
 bool X11Damage::isNotification(const xcb_generic_event_t& event) const {
-  return eventCode(event) == eventCode_;
+  return eventCode(event) == eventCode_ &&
+         reinterpret_cast<const xcb_damage_notify_event_t&>(event).damage == damage_;
+}
+
+std::uint32_t X11Damage::discard() {
+  return xcb_damage_subtract(connection_.get(), damage_, XCB_XFIXES_REGION_NONE,
+                             XCB_XFIXES_REGION_NONE)
+      .sequence;
 }
 
 std::optional<std::vector<PixelRect>> X11Damage::take() {

@@ -14,19 +14,25 @@ namespace tarvinel {
 
 class X11Connection;
 
-/// Watches what is drawn on the root window and the windows on it. One event tells of the first
+/// Watches what is drawn on a window, the windows on it included. One event tells of the first
 /// damage; no other comes before it is taken. Must not outlive the connection.
 class X11Damage {
  public:
   /// Throws X11Error when the server cannot watch. Without XFixes (`hasXFixes`) it cannot tell
   /// where.
-  X11Damage(const X11Connection& connection, bool hasXFixes);
+  X11Damage(const X11Connection& connection, xcb_drawable_t drawable, bool hasXFixes);
+  ~X11Damage();
+  X11Damage(const X11Damage&) = delete;
+  X11Damage& operator=(const X11Damage&) = delete;
 
   bool isNotification(const xcb_generic_event_t& event) const;
 
-  /// What was damaged since the last call, in root coordinates: disjoint rectangles, or nothing
-  /// when the server cannot tell where. Pixels must be read after this call, or damage done between
-  /// is lost. Throws X11Error.
+  /// Forgets what was damaged; the number of that request tells later events from earlier ones.
+  std::uint32_t discard();
+
+  /// What was damaged since the last call, in the window's own coordinates: disjoint rectangles, or
+  /// nothing when the server cannot tell where. Pixels must be read after this call, or damage done
+  /// between is lost. Throws X11Error.
   std::optional<std::vector<PixelRect>> take();
 
  private:

@@ -2,25 +2,12 @@
 
 #include "app/capture/x11/X11Displays.h"
 #include "app/capture/x11/X11Error.h"
+#include "app/capture/x11/X11Extensions.h"
 #include "app/capture/x11/X11PixelFormat.h"
-
-#include <xcb/xfixes.h>
 
 namespace tarvinel {
 
 namespace {
-
-/// False when the server has no XFixes; regions came with version 2.
-bool negotiateXFixes(const X11Connection& connection) {
-  if (connection.extension(xcb_xfixes_id) == nullptr) return false;
-  const auto version = connection.reply(xcb_xfixes_query_version_reply,
-                                        xcb_xfixes_query_version(connection.get(), 4, 0));
-  return version->major_version >= 2;
-}
-
-bool sameCursor(const std::optional<CursorImage>& a, const std::optional<CursorImage>& b) {
-  return a && b ? a->sameAs(*b) : a.has_value() == b.has_value();
-}
 
 bool isBadMatch(const X11Error& error) {
   return error.code() == XCB_MATCH;
@@ -33,7 +20,7 @@ X11DisplaySource::X11DisplaySource(const std::string& server, const X11Options& 
     : connection_(server, options), displayID_(displayID), monitors_(connection_) {
   requireBGRA(connection_);
   const bool hasXFixes = negotiateXFixes(connection_);
-  damage_.emplace(connection_, hasXFixes);
+  damage_.emplace(connection_, connection_.root(), hasXFixes);
   if (hasXFixes && showsCursor) cursor_.emplace(connection_);
   followDisplay();
 }
@@ -49,64 +36,19 @@ std::optional<CapturedFrame> X11DisplaySource::capture() try {
   noticed_ = false;
   if (displayMayDiffer_) followDisplay();
   const auto cursor = cursor_ ? cursor_->read() : std::nullopt;
-  const DirtyRegion dirty = findChanges(cursor);
-  if (dirty.isEmpty()) return std::nullopt;
-  redraw(dirty, cursor);
-  return frame(dirty);
+  return picture_->update(damage_->take(), cursor);
 } catch (const X11Error& error) {
   if (!isBadMatch(error)) throw;
   // the display changed between two requests: the event that tells so brings the next attempt
-  displayMayDiffer_ = everythingDirty_ = true;
+  displayMayDiffer_ = true;
   return std::nullopt;
 }
 
 void X11DisplaySource::followDisplay() {
-  const auto display = findDisplay(connection_, displayID_);
-  if (!display) throw X11Error(X11Error::Case::displayGone, "the display was disconnected");
+  const X11Display display = requireDisplay(connection_, displayID_);
   displayMayDiffer_ = false;
-  if (reader_ && reader_->area() == display->area) return;
-  reader_.emplace(connection_, display->area);
-  everythingDirty_ = true;
-}
-
-DirtyRegion X11DisplaySource::findChanges(const std::optional<CursorImage>& cursor) {
-  const auto damaged = damage_->take();
-  DirtyRegion dirty(reader_->area());
-  if (everythingDirty_ || !damaged) {
-    dirty.add(reader_->area());
-    return dirty;
-  }
-  for (const PixelRect& rect : *damaged)
-    dirty.add(rect);
-  if (!sameCursor(cursor, drawnCursor_)) {
-    if (drawnCursor_) dirty.add(drawnCursor_->area);
-    if (cursor) dirty.add(cursor->area);
-  }
-  return dirty;
-}
-
-/// Rows read anew have no cursor. So the rows under it are read all or none, and it is drawn when
-/// they were: never twice over the same pixels.
-void X11DisplaySource::redraw(const DirtyRegion& dirty, const std::optional<CursorImage>& cursor) {
-  const auto rows = cursor ? cursorRows(*cursor, reader_->area()) : std::nullopt;
-  const auto bands = dirty.bands(rows);
-  everythingDirty_ = true;  // until all has been read
-  reader_->read(bands);
-  everythingDirty_ = false;
-  const auto& buffer = *reader_->buffer();
-  for (const RowBand& band : bands) {
-    if (!rows || !band.meets(*rows)) continue;
-    blendCursor(*cursor, reader_->area(), reader_->buffer()->pixels(), buffer.bytesPerRow());
-  }
-  drawnCursor_ = cursor;
-}
-
-CapturedFrame X11DisplaySource::frame(const DirtyRegion& dirty) const {
-  CapturedFrame frame;
-  frame.buffer = reader_->buffer();
-  frame.status = FrameStatus::complete;
-  frame.dirtyRects = dirty.rects();
-  return frame;
+  if (picture_ && picture_->area() == display.area) return;
+  picture_.emplace(connection_, connection_.root(), display.area);
 }
 
 }  // namespace tarvinel

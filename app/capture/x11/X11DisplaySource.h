@@ -1,13 +1,11 @@
 #pragma once
 
-#include "app/capture/x11/CursorImage.h"
-#include "app/capture/x11/DirtyRegion.h"
-#include "app/capture/x11/RootImageReader.h"
 #include "app/capture/x11/X11Connection.h"
 #include "app/capture/x11/X11Cursor.h"
 #include "app/capture/x11/X11Damage.h"
 #include "app/capture/x11/X11FrameSource.h"
 #include "app/capture/x11/X11MonitorEvents.h"
+#include "app/capture/x11/X11Picture.h"
 
 #include <cstdint>
 #include <memory>
@@ -31,20 +29,15 @@ class X11DisplaySource final : public X11FrameSource {
 
  private:
   void followDisplay();
-  DirtyRegion findChanges(const std::optional<CursorImage>& cursor);
-  void redraw(const DirtyRegion& dirty, const std::optional<CursorImage>& cursor);
-  CapturedFrame frame(const DirtyRegion& dirty) const;
 
   X11Connection connection_;
   const std::uint32_t displayID_;
   X11MonitorEvents monitors_;
   std::optional<X11Damage> damage_;
   std::optional<X11Cursor> cursor_;  ///< none: not shown
-  std::optional<RootImageReader> reader_;
-  std::optional<CursorImage> drawnCursor_;  ///< as it is in the picture
-  bool noticed_ = true;                     ///< something happened since the last capture
+  std::optional<X11Picture> picture_;
+  bool noticed_ = true;  ///< something happened since the last capture
   bool displayMayDiffer_ = true;
-  bool everythingDirty_ = true;
 };
 
 }  // namespace tarvinel

@@ -81,6 +81,12 @@ std::optional<X11Display> findDisplay(const X11Connection& connection, std::uint
   return std::nullopt;
 }
 
+X11Display requireDisplay(const X11Connection& connection, std::uint32_t id) {
+  const auto display = findDisplay(connection, id);
+  if (!display) throw X11Error(X11Error::Case::displayGone, "the display was disconnected");
+  return *display;
+}
+
 ShareableDisplay shareableDisplay(const X11Display& display, int scale) {
   const Rect pixels = display.area.rect();
   return {display.id,

@@ -34,6 +34,9 @@ std::vector<X11Display> listDisplays(const X11Connection& connection);
 /// The display with that number as it is now; none when it is gone. Throws X11Error.
 std::optional<X11Display> findDisplay(const X11Connection& connection, std::uint32_t id);
 
+/// The same, but throws X11Error (displayGone) when there is none.
+X11Display requireDisplay(const X11Connection& connection, std::uint32_t id);
+
 /// The display as it is offered, measured in points of `scale` pixels.
 ShareableDisplay shareableDisplay(const X11Display& display, int scale);
 

@@ -17,9 +17,11 @@ class X11Error : public std::runtime_error {
     requestRefused,
     malformedReply,
     noDamageExtension,
+    noCompositeExtension,
     unsupportedPixels,
-    unsupportedSource,
     displayGone,
+    windowGone,
+    applicationGone,
     outOfMemory,
   };
 

@@ -7,9 +7,10 @@
 
 namespace tarvinel {
 
-X11MonitorEvents::X11MonitorEvents(const X11Connection& connection) {
+X11MonitorEvents::X11MonitorEvents(const X11Connection& connection, std::uint32_t rootEvents)
+    : root_(connection.root()) {
   // monitors defined by hand are announced by nothing but a ConfigureNotify of the root window
-  const std::uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+  const std::uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY | rootEvents;
   xcb_change_window_attributes(connection.get(), connection.root(), XCB_CW_EVENT_MASK, &mask);
   const auto* randr = connection.extension(xcb_randr_id);
   if (randr == nullptr) return;
@@ -21,7 +22,9 @@ X11MonitorEvents::X11MonitorEvents(const X11Connection& connection) {
 
 bool X11MonitorEvents::isNotification(const xcb_generic_event_t& event) const {
   const int code = eventCode(event);
-  if (code == XCB_CONFIGURE_NOTIFY) return true;
+  if (code == XCB_CONFIGURE_NOTIFY) {
+    return reinterpret_cast<const xcb_configure_notify_event_t&>(event).window == root_;
+  }
   return firstEvent_ && (code == *firstEvent_ + XCB_RANDR_SCREEN_CHANGE_NOTIFY ||
                          code == *firstEvent_ + XCB_RANDR_NOTIFY);
 }

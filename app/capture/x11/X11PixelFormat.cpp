@@ -3,6 +3,8 @@
 #include "app/capture/x11/X11Connection.h"
 #include "app/capture/x11/X11Error.h"
 
+#include <optional>
+
 namespace tarvinel {
 
 namespace {
@@ -21,28 +23,39 @@ bool isTrueColourBGR(const xcb_visualtype_t& visual) {
          visual.green_mask == 0xFF00U && visual.blue_mask == 0xFFU;
 }
 
-const xcb_visualtype_t* rootVisual(const xcb_screen_t& screen) {
+struct FoundVisual {
+  std::uint8_t depth = 0;
+  const xcb_visualtype_t* type = nullptr;
+};
+
+std::optional<FoundVisual> findVisual(const xcb_screen_t& screen, xcb_visualid_t id) {
   for (auto depths = xcb_screen_allowed_depths_iterator(&screen); depths.rem > 0;
        xcb_depth_next(&depths)) {
     for (auto visuals = xcb_depth_visuals_iterator(depths.data); visuals.rem > 0;
          xcb_visualtype_next(&visuals)) {
-      if (visuals.data->visual_id == screen.root_visual) return visuals.data;
+      if (visuals.data->visual_id == id) return FoundVisual{depths.data->depth, visuals.data};
     }
   }
-  return nullptr;
+  return std::nullopt;
 }
 
 }  // namespace
 
-void requireBGRA(const X11Connection& connection) {
+bool isBGRA(const X11Connection& connection, std::uint32_t visual) {
   const auto& setup = *xcb_get_setup(connection.get());
-  const auto* visual = rootVisual(connection.screen());
-  if (setup.image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST ||
-      !hasWidePixels(setup, connection.screen().root_depth) || visual == nullptr ||
-      !isTrueColourBGR(*visual)) {
-    throw X11Error(X11Error::Case::unsupportedPixels,
-                   "the X server does not show true colour with 32 bits a pixel");
-  }
+  const auto found = findVisual(connection.screen(), visual);
+  return setup.image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST && found &&
+         hasWidePixels(setup, found->depth) && isTrueColourBGR(*found->type);
+}
+
+void requireBGRA(const X11Connection& connection) {
+  requireBGRA(connection, connection.screen().root_visual);
+}
+
+void requireBGRA(const X11Connection& connection, std::uint32_t visual) {
+  if (isBGRA(connection, visual)) return;
+  throw X11Error(X11Error::Case::unsupportedPixels,
+                 "the X server does not show true colour with 32 bits a pixel");
 }
 
 }  // namespace tarvinel

@@ -1,5 +1,7 @@
 #include "app/menu/MenuView.h"
+#include "core/net/DNSServiceCode.h"
 #include "tests/app/ModelFixture.h"
+#include "tests/support/FakeNameRegistrar.h"
 #include "tests/support/TestClient.h"
 
 #include <algorithm>
@@ -44,6 +46,15 @@ class MenuViewTest : public ModelFixture {
     screen.content.applications = {editor};
   }
 
+  ~MenuViewTest() override { model.reset(); }  // before what it stands on
+
+  void launch() override {
+    AppModel::Platform withNames = platform(mainQueue);
+    withNames.nameRegistrar = names.factory();
+    withNames.preferredHost = [] { return "10.0.0.1"; };
+    model = AppModel::create(config, withNames, uploads);
+  }
+
   MenuView menu() { return {*model, desktop}; }
 
   std::vector<std::string> lines() { return linesOf(menu().items()); }
@@ -66,6 +77,8 @@ class MenuViewTest : public ModelFixture {
   void chooseSource(const std::string& title) { chooseIn("Source", title); }
 
   std::string url() const { return *model->serverURL(); }
+
+  test::FakeNames names;
 };
 
 TEST_F(MenuViewTest, WhileTheServerStartsThereIsNoAddressAndLittleToDo) {
@@ -166,6 +179,34 @@ TEST_F(MenuViewTest, AServerThatCannotListenLeavesNothingToOpen) {
   EXPECT_THAT(shown, IsSupersetOf({"toggle Uploads (disabled)", "button Tarvinel Help (disabled)",
                                    "button Copy Upload Address (disabled)",
                                    "button Quit Tarvinel Ctrl+Q"}));
+}
+
+TEST_F(MenuViewTest, ARegisteredNameComesBeforeTheNumericAddress) {
+  config.hostname = "studio";
+  launchAndWait();
+  names.reply(DNSServiceCode::noError);
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->nameURL().has_value(); }));
+  const std::string name = "http://studio.local:" + std::to_string(model->boundPort()) + "/";
+  const auto shown = lines();
+  EXPECT_THAT(std::vector<std::string>(shown.begin() + 1, shown.begin() + 6),
+              ElementsAre("text " + name, "button Copy Address", "text " + url(),
+                          "button Copy Numeric Address", "-"));
+  choose("Copy Address");
+  choose("Copy Numeric Address");
+  EXPECT_THAT(desktop.done, ElementsAre("copy " + name, "copy " + url()));
+}
+
+TEST_F(MenuViewTest, ANameThatIsTakenIsSaidBesideTheNumericAddress) {
+  config.hostname = "studio";
+  launchAndWait();
+  names.reply(DNSServiceCode::nameConflict);
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->nameError().has_value(); }));
+  const auto shown = lines();
+  EXPECT_EQ(shown[1], "text " + url());
+  EXPECT_EQ(shown[2], "button Copy Address");
+  EXPECT_EQ(shown[3],
+            "text studio.local is taken on this network; set \"hostname\" in config.json to use "
+            "another name");
 }
 
 TEST_F(MenuViewTest, UploadsAreTurnedOnAndShowWhatArrived) {

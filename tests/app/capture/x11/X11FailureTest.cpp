@@ -1,8 +1,11 @@
 #include "app/capture/x11/X11Error.h"
 #include "tests/support/X11Capture.h"
+#include "tests/support/XWindow.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
@@ -77,6 +80,11 @@ TEST(X11Failure, SixteenBitColourIsRefused) {
   X11Capture x11("320x240x16");
   const auto display = x11.onlyDisplay();
   EXPECT_EQ(failureOf([&] { x11.run.startDisplay(display); }), X11Error::Case::unsupportedPixels);
+  const XWindow window(x11.client, {0, 0, 200, 150}, {.background = 0});
+  EXPECT_EQ(failureOf([&] { x11.run.startWindow(window.id()); }),
+            X11Error::Case::unsupportedPixels);
+  EXPECT_EQ(failureOf([&] { x11.run.startApplication(getpid(), display); }),
+            X11Error::Case::unsupportedPixels);
 }
 
 TEST(X11Failure, AServerThatCannotTellOfDamageIsRefused) {
@@ -85,13 +93,14 @@ TEST(X11Failure, AServerThatCannotTellOfDamageIsRefused) {
   EXPECT_EQ(failureOf([&] { x11.run.startDisplay(display); }), X11Error::Case::noDamageExtension);
 }
 
-TEST(X11Failure, WindowsAndApplicationsAreRefused) {
-  CaptureRun run(x11Service(":0"));
-  for (const auto kind : {ContentFilter::Kind::window, ContentFilter::Kind::application}) {
-    ContentFilter filter;
-    filter.kind = kind;
-    EXPECT_EQ(failureOf([&] { run.start(filter, {}); }), X11Error::Case::unsupportedSource);
-  }
+TEST(X11Failure, AServerThatKeepsNoWindowsApartIsRefused) {
+  X11Capture x11("320x240x24", {"-extension", "Composite"});
+  const XWindow window(x11.client, {0, 0, 200, 150}, {.background = 0});
+  const auto display = x11.onlyDisplay();
+  EXPECT_EQ(failureOf([&] { x11.run.startWindow(window.id()); }),
+            X11Error::Case::noCompositeExtension);
+  EXPECT_EQ(failureOf([&] { x11.run.startApplication(getpid(), display); }),
+            X11Error::Case::noCompositeExtension);
 }
 
 TEST(X11Failure, ARefusedRequestCarriesItsCode) {

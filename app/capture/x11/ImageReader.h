@@ -5,6 +5,8 @@
 #include "app/capture/x11/ShmSegment.h"
 #include "app/capture/x11/X11PixelBuffer.h"
 
+#include <xcb/xcb.h>
+
 #include <memory>
 #include <span>
 
@@ -12,19 +14,23 @@ namespace tarvinel {
 
 class X11Connection;
 
-/// Reads rows of one area of the root window into a buffer of that size: written there by the
+/// Reads rows of one area of a window or pixmap into a buffer of that size: written there by the
 /// server where memory can be shared, else copied from its replies. Must not outlive the
 /// connection.
-class RootImageReader {
+class ImageReader {
  public:
   /// Throws X11Error when the memory for the picture cannot be had.
-  RootImageReader(const X11Connection& connection, const PixelRect& area);
+  ImageReader(const X11Connection& connection, xcb_drawable_t drawable, const PixelRect& area);
 
   const PixelRect& area() const { return area_; }
+  xcb_drawable_t drawable() const { return drawable_; }
   const std::shared_ptr<X11PixelBuffer>& buffer() const { return buffer_; }
 
+  /// Reads from another drawable from now on, into the same buffer.
+  void readFrom(xcb_drawable_t drawable) { drawable_ = drawable; }
+
   /// Brings the rows up to date. Throws X11Error; with BadMatch when the area is no longer within
-  /// the root window.
+  /// the drawable.
   void read(std::span<const RowBand> bands);
 
  private:
@@ -32,6 +38,7 @@ class RootImageReader {
   void readCopied(const RowBand& band);
 
   const X11Connection& connection_;
+  xcb_drawable_t drawable_;
   PixelRect area_;
   std::shared_ptr<X11PixelBuffer> buffer_;
   std::unique_ptr<ShmSegment> segment_;  ///< null: not shared

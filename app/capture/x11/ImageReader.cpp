@@ -1,4 +1,4 @@
-#include "app/capture/x11/RootImageReader.h"
+#include "app/capture/x11/ImageReader.h"
 
 #include "app/capture/x11/X11Connection.h"
 #include "app/capture/x11/X11Error.h"
@@ -17,13 +17,15 @@ constexpr std::size_t copiedBytes = std::size_t{1} << 20U;  ///< of one reply at
 
 }  // namespace
 
-RootImageReader::RootImageReader(const X11Connection& connection, const PixelRect& area)
+ImageReader::ImageReader(const X11Connection& connection, xcb_drawable_t drawable,
+                         const PixelRect& area)
     : connection_(connection),
+      drawable_(drawable),
       area_(area),
       buffer_(std::make_shared<X11PixelBuffer>(area)),
       segment_(ShmSegment::attach(connection, buffer_->memory())) {}
 
-void RootImageReader::read(std::span<const RowBand> bands) {
+void ImageReader::read(std::span<const RowBand> bands) {
   if (segment_) return readShared(bands);
   const auto atOnce =
       static_cast<std::int32_t>(std::max<std::size_t>(1, copiedBytes / buffer_->bytesPerRow()));
@@ -34,13 +36,13 @@ void RootImageReader::read(std::span<const RowBand> bands) {
   }
 }
 
-void RootImageReader::readShared(std::span<const RowBand> bands) {
+void ImageReader::readShared(std::span<const RowBand> bands) {
   std::vector<xcb_shm_get_image_cookie_t> cookies;
   cookies.reserve(bands.size());
   for (const RowBand& band : bands) {
     const auto offset = static_cast<std::size_t>(band.first) * buffer_->bytesPerRow();
     cookies.push_back(xcb_shm_get_image(
-        connection_.get(), connection_.root(), static_cast<std::int16_t>(area_.x),
+        connection_.get(), drawable_, static_cast<std::int16_t>(area_.x),
         static_cast<std::int16_t>(area_.y + band.first), static_cast<std::uint16_t>(area_.width),
         static_cast<std::uint16_t>(band.count), allPlanes, XCB_IMAGE_FORMAT_Z_PIXMAP,
         segment_->id(), static_cast<std::uint32_t>(offset)));
@@ -57,10 +59,10 @@ void RootImageReader::readShared(std::span<const RowBand> bands) {
   if (failure) std::rethrow_exception(failure);
 }
 
-void RootImageReader::readCopied(const RowBand& band) {
+void ImageReader::readCopied(const RowBand& band) {
   const auto image = connection_.reply(
-      xcb_get_image_reply, xcb_get_image(connection_.get(), XCB_IMAGE_FORMAT_Z_PIXMAP,
-                                         connection_.root(), static_cast<std::int16_t>(area_.x),
+      xcb_get_image_reply, xcb_get_image(connection_.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, drawable_,
+                                         static_cast<std::int16_t>(area_.x),
                                          static_cast<std::int16_t>(area_.y + band.first),
                                          static_cast<std::uint16_t>(area_.width),
                                          static_cast<std::uint16_t>(band.count), allPlanes));

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+namespace tarvinel {
+
+class X11Connection;
+
+/// The numbers that a server has given to the names that window managers and programs use. Plain
+/// value.
+struct X11Atoms {
+  /// Asks for all of them at once. Throws X11Error.
+  explicit X11Atoms(const X11Connection& connection);
+
+  xcb_atom_t utf8String = XCB_NONE;
+  xcb_atom_t compoundText = XCB_NONE;
+  xcb_atom_t supportingWmCheck = XCB_NONE;
+  xcb_atom_t clientListStacking = XCB_NONE;
+  xcb_atom_t wmState = XCB_NONE;
+  xcb_atom_t name = XCB_NONE;
+  xcb_atom_t pid = XCB_NONE;
+  xcb_atom_t state = XCB_NONE;
+  xcb_atom_t stateHidden = XCB_NONE;
+  xcb_atom_t windowType = XCB_NONE;
+  xcb_atom_t typeDesktop = XCB_NONE;
+  xcb_atom_t typeNormal = XCB_NONE;
+  xcb_atom_t typeDialog = XCB_NONE;
+  xcb_atom_t frameExtents = XCB_NONE;  ///< of shadows that programs draw themselves
+};
+
+/// The number of one name. Throws X11Error.
+xcb_atom_t internAtom(const X11Connection& connection, const char* name);
+
+}  // namespace tarvinel

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "app/capture/x11/PixelRect.h"
+
+#include <xcb/xcb.h>
+
+#include <vector>
+
+namespace tarvinel {
+
+/// What one window puts into the picture of its application. Plain value.
+struct X11Layer {
+  xcb_window_t window = XCB_NONE;
+  xcb_pixmap_t pixmap = XCB_NONE;
+  PixelRect area;  ///< of the whole pixmap, on the root window
+  bool hasAlpha = false;
+
+  bool operator==(const X11Layer&) const = default;
+};
+
+/// The areas in which the second picture may differ from the first, apart from what the windows
+/// have drawn. Layers are given lowest first. Pure.
+std::vector<PixelRect> changedAreas(const std::vector<X11Layer>& before,
+                                    const std::vector<X11Layer>& after);
+
+}  // namespace tarvinel

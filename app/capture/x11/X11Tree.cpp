@@ -1,0 +1,57 @@
+#include "app/capture/x11/X11Tree.h"
+
+#include "app/capture/x11/X11Connection.h"
+
+namespace tarvinel {
+
+namespace {
+
+using Tree = XcbPtr<xcb_query_tree_reply_t>;
+
+/// Null for a window that is gone.
+std::vector<Tree> treesOf(const X11Connection& connection,
+                          const std::vector<xcb_window_t>& windows) {
+  std::vector<xcb_query_tree_cookie_t> cookies;
+  cookies.reserve(windows.size());
+  for (const xcb_window_t window : windows)
+    cookies.push_back(xcb_query_tree(connection.get(), window));
+  std::vector<Tree> trees;
+  trees.reserve(windows.size());
+  for (const auto& cookie : cookies)
+    trees.push_back(connection.replyIfAny(xcb_query_tree_reply, cookie));
+  return trees;
+}
+
+}  // namespace
+
+std::vector<std::vector<xcb_window_t>> childrenOfEach(const X11Connection& connection,
+                                                      const std::vector<xcb_window_t>& windows) {
+  std::vector<std::vector<xcb_window_t>> children;
+  children.reserve(windows.size());
+  for (const Tree& tree : treesOf(connection, windows)) {
+    auto& inside = children.emplace_back();
+    if (!tree) continue;
+    const xcb_window_t* first = xcb_query_tree_children(tree.get());
+    inside.assign(first, first + xcb_query_tree_children_length(tree.get()));
+  }
+  return children;
+}
+
+std::vector<xcb_window_t> childrenOf(const X11Connection& connection,
+                                     const std::vector<xcb_window_t>& windows) {
+  std::vector<xcb_window_t> children;
+  for (const auto& inside : childrenOfEach(connection, windows))
+    children.insert(children.end(), inside.begin(), inside.end());
+  return children;
+}
+
+std::vector<xcb_window_t> parentsOf(const X11Connection& connection,
+                                    const std::vector<xcb_window_t>& windows) {
+  std::vector<xcb_window_t> parents;
+  parents.reserve(windows.size());
+  for (const Tree& tree : treesOf(connection, windows))
+    parents.push_back(tree ? tree->parent : xcb_window_t{XCB_NONE});
+  return parents;
+}
+
+}  // namespace tarvinel

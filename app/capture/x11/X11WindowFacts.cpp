@@ -1,0 +1,168 @@
+#include "app/capture/x11/X11WindowFacts.h"
+
+#include "app/capture/x11/WindowTitle.h"
+#include "app/capture/x11/X11Atoms.h"
+#include "app/capture/x11/X11ClientProcesses.h"
+#include "app/capture/x11/X11Connection.h"
+#include "app/capture/x11/X11Property.h"
+#include "app/capture/x11/X11WindowMargins.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace tarvinel {
+
+namespace {
+
+constexpr std::uint32_t mostTitleBytes = 16384;
+
+/// The requests for one window, under way.
+struct Requests {
+  xcb_get_window_attributes_cookie_t attributes;
+  xcb_get_geometry_cookie_t geometry;
+  xcb_translate_coordinates_cookie_t place;
+  xcb_get_property_cookie_t name;
+  xcb_get_property_cookie_t oldName;
+  xcb_get_property_cookie_t className;
+  xcb_get_property_cookie_t pid;
+  xcb_get_property_cookie_t type;
+  xcb_get_property_cookie_t state;
+  xcb_get_property_cookie_t margins;
+};
+
+/// What came of them; null or none where it is missing.
+struct Answers {
+  XcbPtr<xcb_get_window_attributes_reply_t> attributes;
+  XcbPtr<xcb_get_geometry_reply_t> geometry;
+  XcbPtr<xcb_translate_coordinates_reply_t> place;
+  std::optional<X11Property> name;
+  std::optional<X11Property> oldName;
+  std::optional<X11Property> className;
+  std::optional<X11Property> pid;
+  std::optional<X11Property> type;
+  std::optional<X11Property> state;
+  std::optional<X11Property> margins;
+};
+
+Requests ask(const X11Connection& connection, const X11Atoms& atoms, xcb_window_t window) {
+  xcb_connection_t* c = connection.get();
+  return {xcb_get_window_attributes(c, window),
+          xcb_get_geometry(c, window),
+          xcb_translate_coordinates(c, window, connection.root(), 0, 0),
+          askForProperty(connection, window, atoms.name, mostTitleBytes),
+          askForProperty(connection, window, XCB_ATOM_WM_NAME, mostTitleBytes),
+          askForProperty(connection, window, XCB_ATOM_WM_CLASS),
+          askForProperty(connection, window, atoms.pid),
+          askForProperty(connection, window, atoms.windowType),
+          askForProperty(connection, window, atoms.state),
+          askForProperty(connection, window, atoms.frameExtents)};
+}
+
+/// Takes every answer, whatever is missing: none may stay behind in xcb.
+Answers take(const X11Connection& connection, const Requests& requests) {
+  return {connection.replyIfAny(xcb_get_window_attributes_reply, requests.attributes),
+          connection.replyIfAny(xcb_get_geometry_reply, requests.geometry),
+          connection.replyIfAny(xcb_translate_coordinates_reply, requests.place),
+          takeProperty(connection, requests.name),
+          takeProperty(connection, requests.oldName),
+          takeProperty(connection, requests.className),
+          takeProperty(connection, requests.pid),
+          takeProperty(connection, requests.type),
+          takeProperty(connection, requests.state),
+          takeProperty(connection, requests.margins)};
+}
+
+TitleEncoding encodingOf(const X11Property& property, const X11Atoms& atoms) {
+  if (property.type == atoms.utf8String) return TitleEncoding::utf8;
+  return property.type == atoms.compoundText ? TitleEncoding::compound : TitleEncoding::latin1;
+}
+
+std::string textOf(const std::optional<X11Property>& property, const X11Atoms& atoms) {
+  if (!property || property->format != 8) return {};
+  return windowTitle(property->bytes, encodingOf(*property, atoms));
+}
+
+std::optional<std::string> titleOf(const Answers& answers, const X11Atoms& atoms) {
+  std::string title = textOf(answers.name, atoms);
+  if (title.empty()) title = textOf(answers.oldName, atoms);
+  return title.empty() ? std::nullopt : std::optional(title);
+}
+
+/// The property holds two names, each ended by a zero byte: of the instance and of the class.
+std::optional<std::string> classNameOf(const std::optional<X11Property>& property) {
+  if (!property || property->format != 8) return std::nullopt;
+  const std::string_view both = property->bytes;
+  const std::size_t end = std::min(both.find('\0'), both.size());
+  const std::string_view rest = both.substr(std::min(end + 1, both.size()));
+  const std::string_view itsClass = rest.substr(0, rest.find('\0'));
+  std::string name =
+      windowTitle(itsClass.empty() ? both.substr(0, end) : itsClass, TitleEncoding::utf8);
+  return name.empty() ? std::nullopt : std::optional(std::move(name));
+}
+
+std::int32_t claimedProcess(const std::optional<X11Property>& pid) {
+  const auto numbers = pid ? pid->numbers() : std::vector<std::uint32_t>{};
+  const auto process = numbers.empty() ? 0 : static_cast<std::int32_t>(numbers.front());
+  return std::max(process, 0);
+}
+
+/// What window managers leave alone (override-redirect) is a menu or a panel.
+X11WindowFacts::Role roleOf(const Answers& answers, const X11Atoms& atoms) {
+  if (answers.attributes->override_redirect != 0) return X11WindowFacts::Role::accessory;
+  const auto types = answers.type ? answers.type->numbers() : std::vector<std::uint32_t>{};
+  if (types.empty()) return X11WindowFacts::Role::ordinary;
+  const auto has = [&](xcb_atom_t one) {
+    return std::find(types.begin(), types.end(), one) != types.end();
+  };
+  if (has(atoms.typeDesktop)) return X11WindowFacts::Role::desktop;
+  const bool isOrdinary = has(atoms.typeNormal) || has(atoms.typeDialog);
+  return isOrdinary ? X11WindowFacts::Role::ordinary : X11WindowFacts::Role::accessory;
+}
+
+bool isHidden(const Answers& answers, const X11Atoms& atoms) {
+  const auto states = answers.state ? answers.state->numbers() : std::vector<std::uint32_t>{};
+  return answers.attributes->map_state != XCB_MAP_STATE_VIEWABLE ||
+         std::find(states.begin(), states.end(), atoms.stateHidden) != states.end();
+}
+
+X11WindowFacts factsOf(const Answers& answers, const X11Atoms& atoms) {
+  X11WindowFacts facts;
+  facts.title = titleOf(answers, atoms);
+  facts.className = classNameOf(answers.className);
+  facts.role = roleOf(answers, atoms);
+  facts.area = withoutMargins({answers.place->dst_x, answers.place->dst_y, answers.geometry->width,
+                               answers.geometry->height},
+                              marginsIn(answers.margins));
+  return facts;
+}
+
+bool isWindow(const Answers& answers) {
+  return answers.attributes && answers.geometry && answers.place &&
+         answers.attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT;
+}
+
+}  // namespace
+
+std::vector<X11WindowFacts> readWindowFacts(const X11Connection& connection, const X11Atoms& atoms,
+                                            const std::vector<xcb_window_t>& windows) {
+  std::vector<Requests> requests;
+  requests.reserve(windows.size());
+  for (const xcb_window_t window : windows)
+    requests.push_back(ask(connection, atoms, window));
+  const X11ClientProcesses processes(connection);
+  const PixelRect screen = connection.rootArea();
+  std::vector<X11WindowFacts> known;
+  for (std::size_t i = 0; i < windows.size(); ++i) {
+    const Answers answers = take(connection, requests[i]);
+    if (!isWindow(answers)) continue;
+    X11WindowFacts facts = factsOf(answers, atoms);
+    facts.window = windows[i];
+    facts.processID = processes.processOf(windows[i]);
+    if (facts.processID == 0) facts.processID = claimedProcess(answers.pid);
+    facts.isOnScreen = !isHidden(answers, atoms) && !facts.area.intersection(screen).isEmpty();
+    known.push_back(std::move(facts));
+  }
+  return known;
+}
+
+}  // namespace tarvinel

@@ -1,0 +1,62 @@
+#include "app/capture/x11/X11Windows.h"
+
+#include "app/capture/x11/X11Atoms.h"
+#include "app/capture/x11/X11ClientWindows.h"
+#include "core/support/ApplicationIdentifier.h"
+
+#include <unistd.h>
+
+#include <map>
+#include <string>
+
+namespace tarvinel {
+
+namespace {
+
+constexpr std::int64_t aboveApplications = 1;
+
+ShareableApplication applicationOf(const X11WindowFacts& facts, std::int32_t ownProcess) {
+  ShareableApplication application{facts.processID, facts.className, facts.className};
+  if (facts.processID == ownProcess) application.bundleID = std::string(applicationIdentifier);
+  return application;
+}
+
+}  // namespace
+
+ShareableWindow shareableWindow(const X11WindowFacts& facts, int scale, std::int32_t ownProcess) {
+  const Rect pixels = facts.area.rect();
+  ShareableWindow window;
+  window.windowID = facts.window;
+  window.title = facts.title;
+  window.layer = facts.role == X11WindowFacts::Role::ordinary ? 0 : aboveApplications;
+  window.frame = {pixels.x / scale, pixels.y / scale, pixels.width / scale, pixels.height / scale};
+  if (facts.processID != 0) window.application = applicationOf(facts, ownProcess);
+  return window;
+}
+
+std::vector<ShareableWindow> listWindows(const X11Connection& connection, int scale) {
+  const X11Atoms atoms(connection);
+  std::vector<ShareableWindow> windows;
+  for (const X11WindowFacts& facts :
+       readWindowFacts(connection, atoms, listClientWindows(connection, atoms))) {
+    if (!facts.isOnScreen || facts.role == X11WindowFacts::Role::desktop) continue;
+    windows.push_back(shareableWindow(facts, scale, getpid()));
+  }
+  return windows;
+}
+
+std::vector<ShareableApplication> applicationsOf(const std::vector<ShareableWindow>& windows) {
+  std::map<std::int32_t, ShareableApplication> applications;
+  for (const ShareableWindow& window : windows) {
+    if (window.application) {
+      applications.try_emplace(window.application->processID, *window.application);
+    }
+  }
+  std::vector<ShareableApplication> each;
+  each.reserve(applications.size());
+  for (const auto& [process, application] : applications)
+    each.push_back(application);
+  return each;
+}
+
+}  // namespace tarvinel

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "app/capture/ShareableContent.h"
+#include "app/capture/x11/X11WindowFacts.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace tarvinel {
+
+class X11Connection;
+
+/// A window as it is offered, measured in points of `scale` pixels. `ownProcess` is this program's:
+/// its windows carry the program's identifier, by which they are left out. Pure.
+ShareableWindow shareableWindow(const X11WindowFacts& facts, int scale, std::int32_t ownProcess);
+
+/// The windows that are on the screen now, lowest first, those of the desktop itself left out.
+/// Throws X11Error.
+std::vector<ShareableWindow> listWindows(const X11Connection& connection, int scale);
+
+/// The applications that own those windows, each once. Pure.
+std::vector<ShareableApplication> applicationsOf(const std::vector<ShareableWindow>& windows);
+
+}  // namespace tarvinel

@@ -1,0 +1,96 @@
+#!/usr/bin/python3
+"""What sharing one window or one application costs: processor time of the program, in per cent of
+one core, while the window types, scrolls or plays, with one viewer on loopback. The window fills the
+display.
+
+    bench/window_cost.py [SECONDS]
+"""
+import os
+import sys
+import tempfile
+import threading
+import time
+
+from measuring import Canvas, Program, XServer
+
+from harness.program import list_sources
+from harness.viewer import Viewer
+
+SIZES = {"1080p": (1920, 1080), "4K": (3840, 2160)}
+KINDS = ("window", "app")
+
+
+def typing(canvas, step):
+    canvas.show(8 * (step % 200), 16 * (step // 200 % 50), 8, 17)
+
+
+def scrolling(canvas, step):
+    canvas.scroll(16)
+
+
+def video(canvas, step):
+    canvas.draft_rectangle(0x101010 * (step % 15), 0, 0, 1280, 720)
+    canvas.show(0, 0, 1280, 720)
+
+
+CHANGES = {"typing (8x17)": typing, "scrolling (all of it)": scrolling, "video (1280x720)": video}
+CHANGES_A_SECOND = 20
+
+
+def drain(viewer):
+    try:
+        while True:
+            viewer.next_frame(60)
+    except (OSError, AssertionError):
+        pass
+
+
+def measure(program, canvas, change, seconds):
+    """Per cent of a core."""
+    canvas.text(1)
+    canvas.draft(2)
+    time.sleep(1.5)  # the settled frame of that is not what is measured
+    before, started = program.cpu_seconds(), time.monotonic()
+    step = 0
+    while (elapsed := time.monotonic() - started) < seconds:
+        change(canvas, step)
+        step += 1
+        time.sleep(max(0.0, started + step / CHANGES_A_SECOND - time.monotonic()))
+    return 100 * (program.cpu_seconds() - before) / elapsed
+
+
+def run(kind, width, height, seconds):
+    with tempfile.TemporaryDirectory() as folder:
+        server = XServer(folder, width, height)
+        canvas = Canvas(server, title="document")
+        sources = list_sources(folder, server.name, "--capture", "x11")
+        identifier = next(one for one in sources if one.startswith(kind))
+        program = Program(folder, "--headless", "--port", "0", "--capture", "x11", "--share",
+                          identifier, display=server.name)
+        try:
+            program.wait_until_listening()
+            program.wait_until_sharing()
+            canvas.text(0)
+            viewer = Viewer(program.address)
+            threading.Thread(target=drain, args=(viewer,), daemon=True).start()
+            return {name: measure(program, canvas, change, seconds)
+                    for name, change in CHANGES.items()}
+        finally:
+            program.stop()
+            canvas.close()
+            server.stop()
+
+
+def main(seconds):
+    print(f"load before: {os.getloadavg()[0]:.1f}")
+    print(f"{'':14}" + "".join(f"{name:>24}" for name in CHANGES))
+    for kind in KINDS:
+        for size, (width, height) in SIZES.items():
+            results = run(kind, width, height, seconds)
+            print(f"{kind + ', ' + size:14}"
+                  + "".join(f"{percent:22.1f} %" for percent in results.values()), flush=True)
+    print(f"load after: {os.getloadavg()[0]:.1f}")
+
+
+if __name__ == "__main__":
+    main(float(sys.argv[1]) if len(sys.argv) > 1 else 10)

@@ -1,0 +1,53 @@
+#include "app/capture/x11/X11ClientProcesses.h"
+#include "app/capture/x11/X11Connection.h"
+#include "app/capture/x11/X11Error.h"
+#include "tests/support/XClient.h"
+#include "tests/support/XServer.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+namespace tarvinel {
+namespace {
+
+using testing::Pair;
+using testing::UnorderedElementsAre;
+using Words = std::vector<std::uint32_t>;
+
+std::span<const std::byte> bytesOf(const Words& words) {
+  return std::as_bytes(std::span(words));
+}
+
+TEST(ParseClientProcesses, ReadsEachClientsProcess) {
+  const Words words{0x200000, 2, 4, 1234, 0x400000, 2, 0, 0x600000, 2, 8, 5678, 9};
+  EXPECT_THAT(parseClientProcesses(bytesOf(words), 3),
+              UnorderedElementsAre(Pair(0x200000U, 1234), Pair(0x600000U, 5678)));
+}
+
+TEST(ParseClientProcesses, RefusesWhatIsCutOff) {
+  for (const Words& words : {Words{}, Words{1}, Words{1, 2}, Words{1, 2, 4}, Words{1, 2, 4000, 5},
+                             Words{1, 2, 0xFFFFFFFF, 5}}) {
+    EXPECT_THROW(parseClientProcesses(bytesOf(words), 1), X11Error);
+  }
+}
+
+TEST(X11ClientProcesses, KnowsWhoMadeAWindow) {
+  const XServer server;
+  const XClient client(server.display());
+  const X11Connection connection(server.display());
+  const X11ClientProcesses processes(connection);
+  EXPECT_EQ(processes.processOf(xcb_generate_id(client.get())), getpid());
+  EXPECT_EQ(processes.processOf(0x1FE00001), 0);
+}
+
+TEST(X11ClientProcesses, KnowsNobodyWithoutTheExtension) {
+  const XServer server("320x240x24", {"-extension", "X-Resource"});
+  const XClient client(server.display());
+  const X11Connection connection(server.display());
+  EXPECT_EQ(X11ClientProcesses(connection).processOf(xcb_generate_id(client.get())), 0);
+}
+
+}  // namespace
+}  // namespace tarvinel

@@ -1,0 +1,326 @@
+"""Single windows and applications are shared, whatever covers them; nothing else is ever seen."""
+import contextlib
+import threading
+
+import numpy
+import pytest
+
+from harness import pixels
+from harness.program import list_sources
+from harness.shown_page import SCREENSHOTS
+from harness.viewer import Viewer
+from harness.waiting import eventually
+from harness.windows import Owner, windows_of
+
+SECRET = 0xFF00FF  # only of windows that are not shared
+BLUE, GREEN, ORANGE = 0x2040A0, 0x20A040, 0xE08020
+PICOM = ["picom", "--config", "/dev/null", "--backend", "xrender"]
+DESKTOPS = {"bare": [], "openbox": [["openbox"]], "composited": [["openbox"], PICOM]}
+
+
+@pytest.fixture(params=DESKTOPS)
+def desktop(request, x, clients):
+    """The X server with that window manager, and a compositing manager or none."""
+    for command in DESKTOPS[request.param]:
+        clients.append(x.client(*command))
+        owned = {"openbox": "_NET_SUPPORTING_WM_CHECK", "picom": None}[command[0]]
+        eventually(lambda: is_up(x, owned), 15, f"{command[0]} is up")
+    return request.param
+
+
+def is_up(server, root_property):
+    if root_property:
+        return "window id" in server.run("xprop", "-root", root_property)
+    return "picom" in server.run("xwininfo", "-root", "-tree")
+
+
+@pytest.fixture
+def owner(x, tmp_path):
+    """Makes programs with windows: owner("name")."""
+    made = []
+
+    def make(name):
+        made.append(Owner(x, tmp_path, name))
+        return made[-1]
+
+    yield make
+    for one in made:
+        one.stop()
+
+
+@pytest.fixture
+def share(start, x, tmp_path):
+    """Shares the source with that title: share("Owner: mine")."""
+    def share_titled(title):
+        found = eventually(lambda: windows_of(sources(x, tmp_path), title), 10, f"{title} is listed")
+        program = start("--capture", "x11", "--share", found[0], display=x.name)
+        program.wait_until_sharing()
+        return program
+
+    return share_titled
+
+
+def sources(server, folder):
+    return list_sources(folder, server.name, "--capture", "x11")
+
+
+def rgb(colour):
+    return numpy.frombuffer(colour.to_bytes(3, "big"), numpy.uint8).astype(int)
+
+
+def amount(picture, colour):
+    """The share of a picture's pixels that are of about that colour."""
+    return (abs(picture - rgb(colour)).max(axis=2) < 40).mean()
+
+
+class Watcher:
+    """A viewer that looks for the secret in every frame."""
+
+    def __init__(self, program):
+        self.viewer = Viewer(program.address)
+        self.picture = None
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *unused):
+        self.viewer.close()
+
+    def until(self, wanted):
+        """The first picture that `wanted` accepts."""
+        def accepts(jpeg):
+            self.picture = pixels.decode(jpeg)
+            assert amount(self.picture, SECRET) == 0, keep(self.picture, "secret")
+            return wanted(self.picture)
+
+        self.viewer.frame_where(accepts)
+        return self.picture
+
+    def until_colour(self, colour, x, y):
+        return self.until(lambda picture: y < picture.shape[0] and x < picture.shape[1]
+                          and abs(picture[y, x] - rgb(colour)).max() < 12)
+
+
+def keep(picture, name):
+    pixels.save(picture, SCREENSHOTS / f"{name}.png")
+    return "a window that is not shared was seen"
+
+
+def painted_again(owner, watcher, name, colour, x, y):
+    """Paints as owners do that are asked to, until it is seen: somewhere, since a window that has
+    grown is shown smaller while it moves."""
+    seen = threading.Event()
+
+    def paint():
+        while not seen.is_set():
+            owner.paint(name, colour, x, y, 20, 20)
+            seen.wait(0.1)
+
+    thread = threading.Thread(target=paint)
+    thread.start()
+    try:
+        return watcher.until(lambda picture: amount(picture, colour) > 0)
+    finally:
+        seen.set()
+        thread.join()
+
+
+def test_covered_window(desktop, owner, share):
+    mine, other = owner("mine"), owner("other")
+    mine.open("document", 100, 100, 400, 300, BLUE)
+    other.open("cover", 0, 0, 800, 600, SECRET, 1)
+    with Watcher(share("Owner: document")) as watcher:
+        picture = watcher.until_colour(BLUE, 200, 150)
+        assert picture.shape == (300, 400, 3)
+        mine.paint("document", GREEN, 0, 0, 100, 100)
+        picture = watcher.until_colour(GREEN, 50, 50)
+        assert abs(picture[250, 350] - rgb(BLUE)).max() < 12
+
+
+def test_nothing_else_is_ever_seen(desktop, owner, share):
+    """The shared window paints nothing by itself: what the server puts there is the screen's."""
+    mine, other = owner("mine"), owner("other")
+    other.open("below", 0, 0, 800, 600, SECRET, 1)
+    mine.open("document", 100, 100, 400, 300, BLUE, 0, 1)
+    mine.lift("document")
+    mine.paint("document", BLUE, 0, 0, 400, 300)
+    other.open("menu", 150, 150, 200, 200, SECRET, 1)
+    with Watcher(share("Owner: document")) as watcher:
+        painted_again(mine, watcher, "document", GREEN, 0, 0)
+        sizes = [(500, 350), (300, 400), (600, 200), (450, 420)]
+        for step, (width, height) in enumerate(sizes):
+            mine.place("document", 40 + 30 * step, 60, width, height)
+            other.place("menu", 100 + 40 * step, 100, 250, 250)
+            other.lift("below")
+            other.open(f"popup {step}", 60, 60, 300, 300, SECRET, 1)
+            colour = (ORANGE, GREEN)[step % 2]
+            mine.paint("document", BLUE, 0, 0, width, height)
+            painted_again(mine, watcher, "document", colour, 20 + 40 * step, 40)
+            other.close(f"popup {step}")
+            mine.lift("document")
+        watcher.until(lambda picture: picture.shape == (420, 450, 3))
+
+
+def test_partly_off_the_screen(desktop, owner, share):
+    mine = owner("mine")
+    mine.open("document", 100, 100, 400, 300, BLUE)
+    program = share("Owner: document")
+    with Watcher(program) as watcher:
+        watcher.until_colour(BLUE, 10, 10)
+        mine.place("document", 600, 450, 400, 300)
+        picture = painted_again(mine, watcher, "document", GREEN, 370, 270)
+        assert picture.shape == (300, 400, 3)
+
+
+@pytest.mark.parametrize("desktop", ["openbox", "composited"], indirect=True)
+def test_minimised_and_restored(desktop, x, owner, share):
+    mine, other = owner("mine"), owner("other")
+    mine.open("document", 100, 100, 400, 300, BLUE)
+    other.open("below", 0, 0, 800, 600, SECRET)
+    program = share("Owner: document")
+    with Watcher(program) as watcher:
+        watcher.until_colour(BLUE, 200, 150)
+        mine.hide("document")
+        eventually(lambda: "IsUnMapped" in x.run("xwininfo", "-name", "document"), 10, "minimised")
+        assert program.status()["sharing"]
+        with Watcher(program) as late:
+            late.until_colour(BLUE, 200, 150)
+        mine.show("document")
+        painted_again(mine, watcher, "document", GREEN, 30, 30)
+
+
+def test_closing_ends_the_share(desktop, owner, share, x, tmp_path):
+    mine = owner("mine")
+    mine.open("document", 100, 100, 400, 300, BLUE)
+    program = share("Owner: document")
+    with Watcher(program) as watcher:
+        watcher.until_colour(BLUE, 200, 150)
+        mine.close("document")
+        program.wait_for_line("Sharing stopped: the window was closed")
+        program.wait_until_sharing(False)
+    assert not windows_of(sources(x, tmp_path), "Owner: document")
+
+
+def test_application_with_menu_and_dialog(desktop, owner, share):
+    mine, other = owner("mine"), owner("other")
+    mine.open("document", 100, 80, 400, 300, BLUE)
+    other.open("below", 0, 0, 800, 600, SECRET, 1)
+    program = share("Owner (app)")
+    with Watcher(program) as watcher:
+        picture = watcher.until(lambda seen: amount(seen, BLUE) > 0.2)
+        assert picture.shape == (600, 800, 3)
+        mine.open("menu", 110, 110, 150, 200, ORANGE, 1)
+        watcher.until_colour(ORANGE, 150, 200)
+        other.lift("below")
+        mine.open("dialog", 300, 250, 250, 200, GREEN)
+        with_dialog = watcher.until(lambda seen: amount(seen, GREEN) > 0.05)
+        keep(with_dialog, f"application-{desktop}")
+        rest = 1 - sum(amount(with_dialog, colour) for colour in (BLUE, ORANGE, GREEN))
+        assert amount(with_dialog, 0) > 0.9 * rest
+        mine.close("menu")
+        watcher.until(lambda seen: amount(seen, ORANGE) == 0)
+        mine.close("dialog")
+        mine.close("document")
+        program.wait_for_line("Sharing stopped: the application was closed")
+
+
+def test_compositing_manager_comes_and_goes(x, owner, share, clients):
+    clients.append(x.client("openbox"))
+    eventually(lambda: is_up(x, "_NET_SUPPORTING_WM_CHECK"), 15, "openbox is up")
+    mine, other = owner("mine"), owner("other")
+    mine.open("document", 100, 100, 400, 300, BLUE)
+    other.open("cover", 0, 0, 800, 600, SECRET, 1)
+    program = share("Owner: document")
+    with Watcher(program) as watcher:
+        watcher.until_colour(BLUE, 200, 150)
+        for step in range(2):
+            manager = x.client(*PICOM)
+            clients.append(manager)
+            eventually(lambda: is_up(x, None), 15, "picom is up")
+            painted_again(mine, watcher, "document", GREEN, 0, 0)
+            manager.kill() if step else manager.stop()
+            painted_again(mine, watcher, "document", ORANGE, 0, 0)
+    assert program.status()["sharing"]
+
+
+def test_window_manager_restarts(x, owner, share, clients):
+    mine = owner("mine")
+    mine.open("document", 100, 100, 400, 300, BLUE)
+    program = share("Owner: document")
+    with Watcher(program) as watcher:
+        watcher.until_colour(BLUE, 200, 150)
+        for step in range(2):
+            manager = x.client("openbox")
+            clients.append(manager)
+            eventually(lambda: is_up(x, "_NET_SUPPORTING_WM_CHECK"), 15, "openbox is up")
+            painted_again(mine, watcher, "document", GREEN, 0, 0)
+            manager.kill()
+            painted_again(mine, watcher, "document", ORANGE, 0, 0)
+    assert program.status()["sharing"]
+
+
+def test_list_is_right_soon_after_a_change(start, x, owner, tmp_path):
+    mine = owner("mine")
+    program = start("--capture", "x11", display=x.name)
+    mine.open("late", 100, 100, 400, 300, BLUE)
+
+    def listed():
+        program.command("sources")
+        return "Owner: late" in program.stdout
+
+    eventually(listed, 12, "the new window is listed", every=0.5)
+
+
+def test_two_hundred_windows_with_any_title(x, owner, tmp_path):
+    mine = owner("mine")
+    mine.many(200)
+    titles = {"invalid": b"a\xff\xfeb", "long": b"x" * 10240, "controls": b"one\ntwo\x1b[31m\tthree"}
+    for name, raw in titles.items():
+        mine.open(name, 0, 0, 300, 200, BLUE)
+        mine.title(name, raw.hex())
+    listed = sources(x, tmp_path)
+    assert sum(title.startswith("Owner: many ") for title in listed.values()) == 200
+    assert "Owner: a\ufffd\ufffdb" in listed.values()
+    assert "Owner: " + "x" * 200 + "…" in listed.values()
+    assert "Owner: one two [31m three" in listed.values()
+    assert sum(title == "Owner (app)" for title in listed.values()) == 1
+    menu = list(listed)
+    assert [identifier.partition("-")[0] for identifier in menu] == \
+        ["display"] + ["app"] + ["window"] * 203
+    numbers = [int(title.rpartition(" ")[2]) for title in listed.values()
+               if title.startswith("Owner: many ")]
+    assert numbers == list(range(200))
+
+
+def test_own_and_small_windows_are_not_listed(x, owner, tmp_path):
+    mine = owner("mine")
+    mine.open("just large enough", 0, 0, 200, 150, BLUE)
+    mine.open("too narrow", 0, 0, 199, 400, BLUE)
+    mine.open("menu", 0, 0, 300, 300, BLUE, 1)
+    titles = list(sources(x, tmp_path).values())
+    assert "Owner: just large enough" in titles
+    assert not {"Owner: too narrow", "Owner: menu"} & set(titles)
+
+
+def test_a_window_gone_since_the_list(start, x, owner, tmp_path):
+    mine = owner("mine")
+    mine.open("document", 100, 100, 400, 300, BLUE)
+    program = start("--capture", "x11", display=x.name)
+    identifier = windows_of(sources(x, tmp_path), "Owner: document")[0]
+    program.command("sources")
+    program.wait_for_line("Owner: document")
+    mine.close("document")
+    program.command(f"share {identifier}")
+    program.wait_for_line('No source "window-')
+    assert not program.status()["sharing"]
+
+
+def test_still_window_costs_nothing(owner, share):
+    mine = owner("mine")
+    mine.open("document", 100, 100, 400, 300, BLUE)
+    program = share("Owner: document")
+    with contextlib.closing(Viewer(program.address)) as viewer:
+        viewer.last_frame()
+        before = program.cpu_seconds()
+        assert not viewer.readable(3)
+        assert program.cpu_seconds() - before < 0.03
