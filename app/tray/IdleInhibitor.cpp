@@ -1,9 +1,9 @@
 #include "app/tray/IdleInhibitor.h"
 
+#include "app/ScreenSaverSuspension.h"
 #include "app/capture/x11/X11Error.h"
 #include "app/tray/DBusCall.h"
 #include "app/tray/DesktopPortal.h"
-#include "app/tray/ScreenSaverSuspension.h"
 
 #include <QDBusObjectPath>
 #include <QGuiApplication>

@@ -2,20 +2,12 @@
 is the matter of the system tests; one browser shows that it is what arrives."""
 import pytest
 
-from harness.desktop import DesktopSession
 from harness.waiting import eventually
 
 LIMIT = 20
 
 pytestmark = pytest.mark.parametrize(
     "engine", [pytest.param("chromium", marks=pytest.mark.xdist_group("chromium"))], indirect=True)
-
-
-@pytest.fixture
-def desktop(tmp_path, x):
-    session = DesktopSession(tmp_path, x)
-    yield session
-    session.stop()
 
 
 @pytest.fixture
