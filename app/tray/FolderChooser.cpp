@@ -17,7 +17,7 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-const QString title = u"Upload Folder"_s;
+const QString dialogTitle = u"Upload Folder"_s;
 const QString acceptLabel = u"Use This Folder"_s;
 
 /// How the presenter answered the portal's dialog.
@@ -35,7 +35,7 @@ QDBusMessage openFileCall(const std::filesystem::path& current, const QString& t
       QDBusMessage::createMethodCall(DesktopPortal::service, DesktopPortal::path,
                                      u"org.freedesktop.portal.FileChooser"_s, u"OpenFile"_s);
   const QByteArray folder(current.c_str(), static_cast<qsizetype>(current.native().size() + 1));
-  call << QString() << title
+  call << QString() << dialogTitle
        << QVariantMap{{u"handle_token"_s, token},
                       {u"directory"_s, true},
                       {u"accept_label"_s, acceptLabel},
@@ -113,7 +113,7 @@ void FolderChooser::portalAnswered(const std::filesystem::path& current,
 }
 
 void FolderChooser::openDialog(const std::filesystem::path& current) {
-  dialog_ = std::make_unique<QFileDialog>(nullptr, title, QFile::decodeName(current.c_str()));
+  dialog_ = std::make_unique<QFileDialog>(nullptr, dialogTitle, QFile::decodeName(current.c_str()));
   dialog_->setFileMode(QFileDialog::Directory);
   dialog_->setOption(QFileDialog::ShowDirsOnly);
   dialog_->setLabelText(QFileDialog::Accept, acceptLabel);
