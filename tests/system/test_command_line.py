@@ -24,8 +24,8 @@ def test_help_names_every_option(tmp_path):
     done = run(tmp_path, "--help")
     assert done.returncode == 0
     for option in ("--headless", "--capture", "--share", "--port", "--list-sources",
-                   "--uploads", "--upload-folder", "--autostart", "--config", "--profile", "--version",
-                   "--help"):
+                   "--uploads", "--upload-folder", "--autostart", "--config", "--profile",
+                   "--version", "--help"):
         assert option in done.stdout
 
 

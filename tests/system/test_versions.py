@@ -120,7 +120,7 @@ def tag(tree):
 
 
 def empty_section(tree):
-    (tree / "CHANGELOG.md").write_text("# Changelog\n\n## Unreleased\n\n## 0.1.0 (2026-01-01)\n\n- Old\n")
+    (tree / "CHANGELOG.md").write_text("## Unreleased\n\n## 0.1.0 (2026-01-01)\n\n- Old\n")
     commit(tree)
 
 
