@@ -4,7 +4,7 @@
 #include "app/capture/x11/CursorImage.h"
 #include "app/capture/x11/DirtyRegion.h"
 #include "app/capture/x11/ImageReader.h"
-#include "app/capture/x11/PixelRect.h"
+#include "app/capture/PixelRect.h"
 
 #include <xcb/xcb.h>
 

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+
+namespace tarvinel {
+
+/// Why the desktop's portal gives no picture; the text is for the presenter. That the presenter
+/// refused is no such error: it is std::errc::operation_canceled.
+class PortalError : public std::runtime_error {
+ public:
+  enum class Case : std::uint8_t {
+    noBus,
+    noPortal,
+    malformedAnswer,
+    notStarted,
+    portalGone,
+    sessionClosed,
+    noMediaServer,
+    mediaServerGone,
+    sourceGone,
+  };
+
+  explicit PortalError(Case kind);
+
+  Case kind() const { return kind_; }
+
+ private:
+  Case kind_;
+};
+
+}  // namespace tarvinel
