@@ -83,7 +83,7 @@ class AppModelTest : public ModelFixture {
 
   void deliver(std::shared_ptr<MemoryPixelBuffer> picture) {
     onScreen([&] {
-      screen.streams.back()->handlers.onFrame({std::move(picture), {}, {}, {}, {}});
+      screen.streams.back()->handlers.onFrame({std::move(picture), {}, {}, {}, {}, {}});
     });
   }
 

@@ -5,7 +5,6 @@ All of it runs as an ordinary user, since the compositor refuses root.
 import contextlib
 import os
 import pwd
-import re
 import shutil
 import subprocess
 import tempfile
@@ -119,6 +118,13 @@ class WaylandSession:
         """What the presenter will choose in the dialog; an empty text refuses."""
         (self.folder / "answer").write_text(f"{output}\n" if output else "")
 
+    def write(self, name, text):
+        """Makes a file of the user's."""
+        path = self.folder / name
+        path.parent.mkdir(exist_ok=True)
+        path.write_text(text)
+        self._give(path.parent, path)
+
     @contextlib.contextmanager
     def dialog_held_open(self):
         held = self.folder / "held"
@@ -159,10 +165,13 @@ class WaylandSession:
         (self.folder / "dialog").chmod(0o755)
         (self.folder / "without-name/config.json").write_text('{"hostname": ""}')
         self.answer(OUTPUT)
-        if os.geteuid() == 0:
-            for path in (self.folder, *self.folder.rglob("*")):
-                shutil.chown(path, USER, pwd.getpwnam(USER).pw_gid)
+        self._give(self.folder, *self.folder.rglob("*"))
         self.env = self._environment()
+
+    def _give(self, *paths):
+        if os.geteuid() == 0:
+            for path in paths:
+                shutil.chown(path, USER, pwd.getpwnam(USER).pw_gid)
 
     def _environment(self):
         kept = {key: value for key, value in os.environ.items()

@@ -1,5 +1,6 @@
 """A Wayland desktop's screen, shared through the desktop's portal."""
 import json
+import re
 
 import pytest
 
@@ -66,7 +67,8 @@ def test_the_screen_is_seen_in_its_size_and_colours(session, sharing):
 def test_a_still_screen_sends_nothing(session, sharing):
     with Viewer(sharing.address) as viewer:
         sees(session, viewer, RED)
-        viewer.last_frame()
+        while viewer.readable(1.5):
+            viewer.next_frame()
         before = sharing.cpu_seconds()
         assert not viewer.readable(5)
         assert sharing.cpu_seconds() - before < 0.05
@@ -76,7 +78,7 @@ def test_the_session_chooses_the_portal_and_lists_without_a_dialog(session):
     program = session.program()
     program.wait_for_line("Capturing what this Wayland desktop's own dialog offers.")
     program.command("sources")
-    program.wait_for_line(f"^{SCREEN}.*{TITLE[:6]}")
+    program.wait_for_line(f"\n{SCREEN}.*{re.escape(TITLE)}")
     assert session.dialogs() == 0
     assert program.status()["sharing"] is False
 
@@ -89,11 +91,9 @@ def test_list_sources(session):
 
 
 def test_a_second_share_needs_no_dialog(session, sharing):
-    first = eventually(lambda: saved_token(session), 10, "there is a token")
     sharing.command("stop")
     sharing.wait_until_sharing(False)
     sharing.share(SCREEN)
-    eventually(lambda: saved_token(session) != first, 10, "the token is the newest")
     assert session.dialogs() == 1
     with Viewer(sharing.address) as viewer:
         sees(session, viewer, GREEN)
@@ -110,13 +110,13 @@ def test_another_run_needs_no_dialog(session, sharing):
         sees(session, viewer, GREEN)
 
 
-def test_a_token_that_means_nothing_opens_the_dialog(session):
-    folder = session.folder / "config/Tarvinel"
-    folder.mkdir()
-    (folder / "preferences.json").write_text('{"PortalRestoreTokenDisplay": "nonsense"}')
+@pytest.mark.parametrize("token", ["nonsense", "00000000-1111-2222-3333-444444444444"])
+def test_a_token_that_means_nothing_opens_the_dialog(session, token):
+    session.write("config/Tarvinel/preferences.json", f'{{"PortalRestoreTokenDisplay": "{token}"}}')
     program = session.program("--share", SCREEN)
     program.wait_until_sharing()
     assert session.dialogs() == 1
+    eventually(lambda: saved_token(session) not in (None, token), 10, "there is a new token")
 
 
 def test_a_refusal_leaves_things_as_they_were(session):
@@ -137,7 +137,7 @@ def test_a_dialog_that_is_open_blocks_nothing(session):
         program = session.program("--share", SCREEN)
         eventually(lambda: session.dialogs() == 1, 20, "the dialog is open")
         program.command("sources")
-        program.wait_for_line(f"^{SCREEN}")
+        program.wait_for_line(f"\n{SCREEN}")
         program.command("stop")
         program.command("status")
         assert program.status()["sharing"] is False

@@ -83,6 +83,10 @@ PortalOffer offerIn(sd_bus_message& answer) {
   return PortalOffer::read(answer);
 }
 
+void notStarted() {
+  throw PortalError(PortalError::Case::notStarted);
+}
+
 }  // namespace
 
 PortalSession::PortalSession(SerialQueue& queue, Wish wish, Handlers handlers)
@@ -117,14 +121,17 @@ void PortalSession::askOffer() {
 void PortalSession::createSession() {
   auto message = portalCall("CreateSession");
   appendOptions(*message, {{"handle_token", token_}, {"session_handle_token", token_}});
-  request(std::move(message), [this](sd_bus_message& results) {
-    forEachValue(results, [&](std::string_view name, std::string_view type) {
-      if (name != "session_handle" || type != "s") return false;
-      session_ = readText(results);
-      return true;
-    });
-    selectSources();
-  });
+  request(
+      std::move(message),
+      [this](sd_bus_message& results) {
+        forEachValue(results, [&](std::string_view name, std::string_view type) {
+          if (name != "session_handle" || type != "s") return false;
+          session_ = readText(results);
+          return true;
+        });
+        selectSources();
+      },
+      notStarted);
 }
 
 void PortalSession::selectSources() {
@@ -140,7 +147,16 @@ void PortalSession::selectSources() {
   }
   auto message = sessionCall("SelectSources");
   appendOptions(*message, options);
-  request(std::move(message), [this](sd_bus_message& /*results*/) { start(); });
+  request(
+      std::move(message), [this](sd_bus_message& /*results*/) { start(); },
+      [this] { selectSourcesAnew(); });
+}
+
+/// A token that the portal does not even take for one must not stand in the way for ever.
+void PortalSession::selectSourcesAnew() {
+  if (!wish_.restoreToken) notStarted();
+  wish_.restoreToken.reset();
+  selectSources();
 }
 
 void PortalSession::start() {
@@ -148,10 +164,13 @@ void PortalSession::start() {
   constexpr const char* noParentWindow = "";
   checkMessage(sd_bus_message_append_basic(message.get(), 's', noParentWindow));
   appendOptions(*message, {{"handle_token", token_}});
-  request(std::move(message), [this](sd_bus_message& results) {
-    grant_ = PortalGrant::read(results);
-    openMediaServer();
-  });
+  request(
+      std::move(message),
+      [this](sd_bus_message& results) {
+        grant_ = PortalGrant::read(results);
+        openMediaServer();
+      },
+      notStarted);
 }
 
 void PortalSession::openMediaServer() {
@@ -167,10 +186,11 @@ void PortalSession::openMediaServer() {
 }
 
 /// Calls a method whose true answer is a signal that may take as long as the presenter thinks.
-void PortalSession::request(MessageBus::Message message, Answer onSuccess) {
+void PortalSession::request(MessageBus::Message message, Answer onSuccess,
+                            std::function<void()> onError) {
   onSuccess_ = std::move(onSuccess);
-  bus_->call(std::move(message), orEnd([](sd_bus_message& answer) {
-               if (isError(answer)) throw PortalError(PortalError::Case::notStarted);
+  bus_->call(std::move(message), orEnd([onError = std::move(onError)](sd_bus_message& answer) {
+               if (isError(answer)) onError();
              }));
 }
 

@@ -47,16 +47,17 @@ class PortalSession {
   void askOffer();
   void createSession();
   void selectSources();
+  void selectSourcesAnew();
   void start();
   void openMediaServer();
-  void request(MessageBus::Message message, Answer onSuccess);
+  void request(MessageBus::Message message, Answer onSuccess, std::function<void()> onError);
   void responseCame(sd_bus_message& response);
   MessageBus::Message portalCall(const char* member);
   MessageBus::Message sessionCall(const char* member);
   MessageBus::Handler orEnd(std::function<void(sd_bus_message&)> step);
   void end(std::exception_ptr why);
 
-  const Wish wish_;
+  Wish wish_;
   const std::string token_;  ///< in the names of this session and its requests; nobody can guess it
   Handlers handlers_;
   PortalOffer offer_;
