@@ -19,10 +19,6 @@ namespace {
 
 constexpr std::uint32_t mostDamageRects = 16;
 
-std::exception_ptr errorOf(PortalError::Case kind) {
-  return std::make_exception_ptr(PortalError(kind));
-}
-
 template <class T>
 T* orThrow(T* made) {
   if (made == nullptr) throw PortalError(PortalError::Case::noMediaServer);
@@ -192,8 +188,8 @@ struct PipeWireStream::Events {
   }
 };
 
-PipeWireStream::PipeWireStream(SerialQueue& queue, std::int32_t framesPerSecond, Handlers handlers)
-    : queue_(queue), framesPerSecond_(framesPerSecond), handlers_(std::move(handlers)) {}
+PipeWireStream::PipeWireStream(SerialQueue& queue, const Wish& wish, Handlers handlers)
+    : queue_(queue), wish_(wish), handlers_(std::move(handlers)) {}
 
 PipeWireStream::~PipeWireStream() = default;
 
@@ -215,7 +211,7 @@ void PipeWireStream::connect(UniqueFd mediaServer, std::uint32_t node) {
 }
 
 void PipeWireStream::connectStream(std::uint32_t node) {
-  const auto formats = StreamParameter::formats(framesPerSecond_);
+  const auto formats = StreamParameter::formats(wish_.framesPerSecond);
   std::array<const spa_pod*, 1> parameters{formats.pod()};
   const auto flags = static_cast<pw_stream_flags>(
       PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_DONT_RECONNECT);
@@ -247,11 +243,11 @@ void PipeWireStream::turn() {
 }
 
 void PipeWireStream::streamEnded() {
-  if (!ended_) ended_ = errorOf(PortalError::Case::sourceGone);
+  if (!ended_) ended_ = portalFailure(PortalError::Case::sourceGone);
 }
 
 void PipeWireStream::serverEnded() {
-  ended_ = errorOf(PortalError::Case::mediaServerGone);
+  ended_ = portalFailure(PortalError::Case::mediaServerGone);
 }
 
 /// A format that was not offered shows nothing until the next one comes.
@@ -261,14 +257,21 @@ void PipeWireStream::formatChanged(const spa_pod* format) {
   if (!format_) return;
   constexpr auto region = static_cast<std::uint32_t>(sizeof(spa_meta_region));
   constexpr auto header = static_cast<std::uint32_t>(sizeof(spa_meta_header));
-  const std::array<StreamParameter, 4> wanted{
+  std::vector<StreamParameter> wanted{
       StreamParameter::buffers(), StreamParameter::facts(SPA_META_Header, header, header),
       StreamParameter::facts(SPA_META_VideoCrop, region, region),
       StreamParameter::facts(SPA_META_VideoDamage, region, region * mostDamageRects)};
-  std::array<const spa_pod*, wanted.size()> parameters{};
+  if (wish_.cursorIsApart) {
+    constexpr std::uint32_t usual = 64;
+    wanted.push_back(StreamParameter::facts(
+        SPA_META_Cursor, static_cast<std::uint32_t>(CursorFacts::bytesFor(usual)),
+        static_cast<std::uint32_t>(CursorFacts::bytesFor(CursorFacts::longest))));
+  }
+  std::vector<const spa_pod*> parameters(wanted.size());
   std::transform(wanted.begin(), wanted.end(), parameters.begin(),
                  [](const StreamParameter& parameter) { return parameter.pod(); });
-  pw_stream_update_params(connection_->stream, parameters.data(), parameters.size());
+  pw_stream_update_params(connection_->stream, parameters.data(),
+                          static_cast<std::uint32_t>(parameters.size()));
 }
 
 /// Shows the newest of the buffers that wait; those before it only tell what changed.
@@ -276,6 +279,7 @@ void PipeWireStream::takeBuffers() {
   pw_stream* stream = connection_->stream;
   pw_buffer* newest = nullptr;
   while (pw_buffer* buffer = pw_stream_dequeue_buffer(stream)) {
+    noteCursor(*buffer);
     if (!hasPicture(*buffer)) {
       damage_.reset();
       pw_stream_queue_buffer(stream, buffer);
@@ -285,9 +289,25 @@ void PipeWireStream::takeBuffers() {
     noteDamage(*buffer);
     newest = buffer;
   }
-  if (newest == nullptr) return;
-  show(*newest);
-  pw_stream_queue_buffer(stream, newest);
+  if (newest != nullptr) {
+    show(*newest);
+    pw_stream_queue_buffer(stream, newest);
+  }
+  showCursor();
+}
+
+void PipeWireStream::noteCursor(const pw_buffer& buffer) {
+  const spa_meta* meta = spa_buffer_find_meta(buffer.buffer, SPA_META_Cursor);
+  if (meta == nullptr) return;
+  const auto* facts = static_cast<const std::uint8_t*>(meta->data);
+  cursorChanged_ = cursor_.read(facts, meta->size) || cursorChanged_;
+}
+
+void PipeWireStream::showCursor() {
+  if (!std::exchange(cursorChanged_, false)) return;
+  auto cursor = cursor_.image();
+  if (cursor) cursor->area = cursor->area.relativeTo(content_.x, content_.y);
+  handlers_.onCursor(cursor);
 }
 
 bool PipeWireStream::hasPicture(const pw_buffer& buffer) const {

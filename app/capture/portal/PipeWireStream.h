@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/capture/PixelRect.h"
+#include "app/capture/portal/CursorFacts.h"
 #include "app/capture/portal/RawPicture.h"
 #include "app/capture/portal/VideoFormat.h"
 #include "core/support/SerialQueue.h"
@@ -35,6 +36,10 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
     /// (not known: absent). Must not encode: the producer waits for its buffer.
     std::function<void(const RawPicture& picture, const std::optional<Rects>& changed)> onPicture;
 
+    /// The cursor looks or stands different now (the picture's pixels; none: not to be seen). Only
+    /// where it is told beside the pictures.
+    std::function<void(const std::optional<CursorImage>& cursor)> onCursor;
+
     /// After all that had come was reported.
     std::function<void()> onRest;
 
@@ -42,7 +47,13 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
     std::function<void(std::exception_ptr)> onEnd;
   };
 
-  PipeWireStream(SerialQueue& queue, std::int32_t framesPerSecond, Handlers handlers);
+  /// How the pictures are to come.
+  struct Wish {
+    std::int32_t framesPerSecond = 1;
+    bool cursorIsApart = false;  ///< told beside the pictures
+  };
+
+  PipeWireStream(SerialQueue& queue, const Wish& wish, Handlers handlers);
   ~PipeWireStream();
   PipeWireStream(const PipeWireStream&) = delete;
   PipeWireStream& operator=(const PipeWireStream&) = delete;
@@ -64,16 +75,20 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   bool hasPicture(const pw_buffer& buffer) const;
   void noteDamage(const pw_buffer& buffer);
   void show(const pw_buffer& buffer);
+  void noteCursor(const pw_buffer& buffer);
+  void showCursor();
   PixelRect frameArea() const;
 
   SerialQueue& queue_;
-  const std::int32_t framesPerSecond_;
+  const Wish wish_;
   Handlers handlers_;
   std::unique_ptr<Connection> connection_;  ///< null once it ended
   std::optional<asio::posix::stream_descriptor> descriptor_;
   std::optional<VideoFormat> format_;
   std::optional<Rects> damage_;  ///< since the last picture, frame's pixels; absent: not known
   PixelRect content_;            ///< where in the frame the last picture was
+  CursorFacts cursor_;
+  bool cursorChanged_ = false;  ///< and was not shown yet
   bool isReady_ = false;
   bool reportedReady_ = false;
   std::exception_ptr ended_;  ///< to be reported

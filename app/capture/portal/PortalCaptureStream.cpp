@@ -58,11 +58,16 @@ void PortalCaptureStream::granted(const PortalGrant& grant, UniqueFd mediaServer
   tokens_->remember(tokenKey(), grant.restoreToken);
   points_ = grant.points;
   stream_ = std::make_shared<PipeWireStream>(
-      queue_, configuration_.framesPerSecond,
+      queue_, PipeWireStream::Wish{configuration_.framesPerSecond, grant.cursorIsApart},
       PipeWireStream::Handlers{
           whileRunning([](PortalCaptureStream& self) { self.ready(); }),
-          whileRunning([](PortalCaptureStream& self, const RawPicture& picture,
-                          const auto& changed) { self.take(picture, changed); }),
+          whileRunning(
+              [](PortalCaptureStream& self, const RawPicture& picture, const auto& changed) {
+                self.take(self.picture_.update(picture, changed));
+              }),
+          whileRunning([](PortalCaptureStream& self, const std::optional<CursorImage>& cursor) {
+            self.take(self.picture_.showCursor(cursor));
+          }),
           whileRunning([](PortalCaptureStream& self) { self.deliver(); }),
           whileRunning(
               [](PortalCaptureStream& self, const std::exception_ptr& why) { self.end(why); })});
@@ -73,9 +78,7 @@ void PortalCaptureStream::ready() {
   if (const auto onStarted = std::exchange(onStarted_, nullptr)) onStarted({});
 }
 
-void PortalCaptureStream::take(const RawPicture& picture,
-                               const std::optional<PortalPicture::Rects>& changed) {
-  auto frame = picture_.update(picture, changed);
+void PortalCaptureStream::take(std::optional<CapturedFrame> frame) {
   if (!frame) return;
   frame->sourceSize = points_;
   if (undelivered_ && undelivered_->buffer == frame->buffer) {

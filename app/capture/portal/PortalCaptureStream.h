@@ -34,7 +34,7 @@ class PortalCaptureStream final : public CaptureStream,
   void open();
   void granted(const PortalGrant& grant, UniqueFd mediaServer);
   void ready();
-  void take(const RawPicture& picture, const std::optional<PortalPicture::Rects>& changed);
+  void take(std::optional<CapturedFrame> frame);
   void deliver();
   void end(std::exception_ptr why);
   void close();

@@ -32,4 +32,8 @@ const char* textOf(PortalError::Case kind) {
 
 PortalError::PortalError(Case kind) : std::runtime_error(textOf(kind)), kind_(kind) {}
 
+std::exception_ptr portalFailure(PortalError::Case kind) {
+  return std::make_exception_ptr(PortalError(kind));
+}
+
 }  // namespace tarvinel

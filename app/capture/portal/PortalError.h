@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <stdexcept>
 
 namespace tarvinel {
@@ -28,5 +29,8 @@ class PortalError : public std::runtime_error {
  private:
   Case kind_;
 };
+
+/// The error as it crosses queues.
+std::exception_ptr portalFailure(PortalError::Case kind);
 
 }  // namespace tarvinel

@@ -14,6 +14,7 @@ namespace tarvinel {
 struct PortalGrant {
   std::uint32_t node = 0;                   ///< where the pictures come from, in the media server
   std::optional<Size> points;               ///< the size of what is shared, when told
+  bool cursorIsApart = false;               ///< told beside the pictures instead of drawn in them
   std::optional<std::string> restoreToken;  ///< begins the same again without a dialog, once
 
   /// Reads the results of a start. Throws PortalError when there is no stream among them.

@@ -7,8 +7,6 @@ namespace tarvinel {
 
 namespace {
 
-constexpr std::size_t bytesPerPixel = 4;
-
 std::size_t bytesOf(std::int32_t pixels) {
   return static_cast<std::size_t>(pixels) * bytesPerPixel;
 }
@@ -63,18 +61,67 @@ void addRow(PortalPicture::Rects& rects, const PixelRect& row) {
 std::optional<CapturedFrame> PortalPicture::update(const RawPicture& picture,
                                                    const std::optional<Rects>& damage) {
   const bool known = fits(picture);
+  restoreBelowCursor();
   if (!known) {
     buffer_ = std::make_shared<MemoryPixelBuffer>(static_cast<std::size_t>(picture.width),
                                                   static_cast<std::size_t>(picture.height));
   }
   const Rects changed = !known ? Rects{picture.area()} : damage ? *damage : differences(picture);
-  if (changed.empty()) return std::nullopt;
-  CapturedFrame frame{buffer_, FrameStatus::complete, {}, {}, std::vector<Rect>(), {}};
-  for (const PixelRect& area : changed) {
+  for (const PixelRect& area : changed)
     copy(picture, area);
-    frame.dirtyRects->push_back(area.rect());
+  if (cursor_) drawCursor(*cursor_);
+  if (changed.empty()) return std::nullopt;
+  return frame(changed);
+}
+
+std::optional<CapturedFrame> PortalPicture::showCursor(const std::optional<CursorImage>& cursor) {
+  cursor_ = cursor;
+  if (!buffer_) return std::nullopt;
+  const PixelRect before = covered_;
+  restoreBelowCursor();
+  if (cursor_) drawCursor(*cursor_);
+  Rects changed;
+  for (const PixelRect& rect : {before, covered_}) {
+    if (!rect.isEmpty()) changed.push_back(rect);
   }
+  if (changed.empty()) return std::nullopt;
+  return frame(changed);
+}
+
+CapturedFrame PortalPicture::frame(const Rects& changed) const {
+  CapturedFrame frame{buffer_, FrameStatus::complete, {}, {}, std::vector<Rect>(), {}};
+  for (const PixelRect& rect : changed)
+    frame.dirtyRects->push_back(rect.rect());
   return frame;
+}
+
+PixelRect PortalPicture::area() const {
+  return {0, 0, static_cast<std::int32_t>(buffer_->width()),
+          static_cast<std::int32_t>(buffer_->height())};
+}
+
+void PortalPicture::restoreBelowCursor() {
+  const std::uint8_t* from = below_.data();
+  for (std::int32_t y = covered_.y; y < covered_.maxY(); ++y) {
+    std::copy_n(from, bytesOf(covered_.width), pixelsAt(covered_.x, y));
+    from += bytesOf(covered_.width);
+  }
+  covered_ = {};
+}
+
+void PortalPicture::drawCursor(const CursorImage& cursor) {
+  covered_ = cursor.area.intersection(area());
+  if (covered_.isEmpty()) covered_ = {};
+  below_.clear();
+  for (std::int32_t y = covered_.y; y < covered_.maxY(); ++y) {
+    const std::uint8_t* row = pixelsAt(covered_.x, y);
+    below_.insert(below_.end(), row, row + bytesOf(covered_.width));
+  }
+  blendCursor(cursor, area(), buffer_->pixels(), buffer_->bytesPerRow());
+}
+
+std::uint8_t* PortalPicture::pixelsAt(std::int32_t x, std::int32_t y) const {
+  return buffer_->pixels() + static_cast<std::size_t>(y) * buffer_->bytesPerRow() + bytesOf(x);
 }
 
 bool PortalPicture::fits(const RawPicture& picture) const {
@@ -84,17 +131,14 @@ bool PortalPicture::fits(const RawPicture& picture) const {
 
 void PortalPicture::copy(const RawPicture& picture, const PixelRect& area) {
   for (std::int32_t y = area.y; y < area.maxY(); ++y) {
-    std::uint8_t* row = buffer_->pixels() + static_cast<std::size_t>(y) * buffer_->bytesPerRow();
-    copyPixels(picture.row(y) + bytesOf(area.x), row + bytesOf(area.x), area.width, picture.order);
+    copyPixels(picture.row(y) + bytesOf(area.x), pixelsAt(area.x, y), area.width, picture.order);
   }
 }
 
 PortalPicture::Rects PortalPicture::differences(const RawPicture& picture) const {
   Rects rects;
   for (std::int32_t y = 0; y < picture.height; ++y) {
-    const std::uint8_t* row =
-        buffer_->baseAddress() + static_cast<std::size_t>(y) * buffer_->bytesPerRow();
-    const PixelRect difference = rowDifference(picture, y, row);
+    const PixelRect difference = rowDifference(picture, y, pixelsAt(0, y));
     if (!difference.isEmpty()) addRow(rects, difference);
   }
   return rects;

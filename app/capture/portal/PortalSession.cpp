@@ -35,10 +35,6 @@ constexpr std::uint32_t untilRevoked = 2;  // how long a choice is to be remembe
 
 enum class Response : std::uint8_t { success = 0, refused = 1 };
 
-std::exception_ptr errorOf(PortalError::Case kind) {
-  return std::make_exception_ptr(PortalError(kind));
-}
-
 std::exception_ptr refusal() {
   return std::make_exception_ptr(
       std::system_error(std::make_error_code(std::errc::operation_canceled)));
@@ -91,9 +87,8 @@ void notStarted() {
 
 PortalSession::PortalSession(SerialQueue& queue, Wish wish, Handlers handlers)
     : wish_(std::move(wish)),
-      token_(tokenForPaths()),
       handlers_(std::move(handlers)),
-      bus_(openBus(queue, [this] { end(errorOf(PortalError::Case::noBus)); })) {
+      bus_(openBus(queue, [this] { end(portalFailure(PortalError::Case::noBus)); })) {
   watch();
   askOffer();
 }
@@ -102,12 +97,12 @@ void PortalSession::watch() {
   bus_->listen(responses, orEnd([this](sd_bus_message& response) { responseCame(response); }));
   bus_->listen(closings, [this](sd_bus_message& closing) {
     const char* path = sd_bus_message_get_path(&closing);
-    if (path != nullptr && path == session_) end(errorOf(PortalError::Case::sessionClosed));
+    if (path != nullptr && path == session_) end(portalFailure(PortalError::Case::sessionClosed));
   });
   bus_->listen(ownerChanges, [this](sd_bus_message& change) {
     const char* before = "";
     sd_bus_message_read(&change, "sss", nullptr, &before, nullptr);
-    if (*before != '\0') end(errorOf(PortalError::Case::portalGone));
+    if (*before != '\0') end(portalFailure(PortalError::Case::portalGone));
   });
 }
 
@@ -120,7 +115,8 @@ void PortalSession::askOffer() {
 
 void PortalSession::createSession() {
   auto message = portalCall("CreateSession");
-  appendOptions(*message, {{"handle_token", token_}, {"session_handle_token", token_}});
+  appendOptions(*message,
+                {{"handle_token", newToken()}, {"session_handle_token", tokenForPaths()}});
   request(
       std::move(message),
       [this](sd_bus_message& results) {
@@ -135,7 +131,7 @@ void PortalSession::createSession() {
 }
 
 void PortalSession::selectSources() {
-  std::vector<PortalOption> options{{"handle_token", token_},
+  std::vector<PortalOption> options{{"handle_token", newToken()},
                                     {"types", static_cast<std::uint32_t>(wish_.type)},
                                     {"multiple", false}};
   if (const auto mode = offer_.cursorMode(wish_.showsCursor)) {
@@ -163,11 +159,12 @@ void PortalSession::start() {
   auto message = sessionCall("Start");
   constexpr const char* noParentWindow = "";
   checkMessage(sd_bus_message_append_basic(message.get(), 's', noParentWindow));
-  appendOptions(*message, {{"handle_token", token_}});
+  appendOptions(*message, {{"handle_token", newToken()}});
   request(
       std::move(message),
       [this](sd_bus_message& results) {
         grant_ = PortalGrant::read(results);
+        grant_.cursorIsApart = offer_.cursorMode(wish_.showsCursor) == PortalCursorMode::metadata;
         openMediaServer();
       },
       notStarted);
@@ -206,6 +203,12 @@ void PortalSession::responseCame(sd_bus_message& response) {
   throw PortalError(PortalError::Case::notStarted);
 }
 
+/// For the name of the next request: an old one may not be free yet.
+const std::string& PortalSession::newToken() {
+  token_ = tokenForPaths();
+  return token_;
+}
+
 MessageBus::Message PortalSession::portalCall(const char* member) {
   auto message = bus_->startingMethodCall(service, portalPath, screenCast, member);
   if (!message) throw PortalError(PortalError::Case::noPortal);
@@ -233,7 +236,7 @@ void PortalSession::end(std::exception_ptr why) {
 }
 
 std::unique_ptr<MessageBus> askPortalOffer(SerialQueue& queue, Completion<PortalOffer> completion) {
-  auto bus = openBus(queue, [completion] { completion(errorOf(PortalError::Case::noBus)); });
+  auto bus = openBus(queue, [completion] { completion(portalFailure(PortalError::Case::noBus)); });
   bus->call(offerQuestion(*bus), [completion = std::move(completion)](sd_bus_message& answer) {
     completion(resultOf([&] { return offerIn(answer); }));
   });

@@ -52,13 +52,14 @@ class PortalSession {
   void openMediaServer();
   void request(MessageBus::Message message, Answer onSuccess, std::function<void()> onError);
   void responseCame(sd_bus_message& response);
+  const std::string& newToken();
   MessageBus::Message portalCall(const char* member);
   MessageBus::Message sessionCall(const char* member);
   MessageBus::Handler orEnd(std::function<void(sd_bus_message&)> step);
   void end(std::exception_ptr why);
 
   Wish wish_;
-  const std::string token_;  ///< in the names of this session and its requests; nobody can guess it
+  std::string token_;  ///< in the name of the newest request; nobody can guess it
   Handlers handlers_;
   PortalOffer offer_;
   std::string session_;  ///< its path on the bus, empty until there is one

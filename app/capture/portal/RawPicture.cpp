@@ -6,8 +6,6 @@ namespace tarvinel {
 
 namespace {
 
-constexpr std::size_t bytesPerPixel = 4;
-
 // The part of [start, start + length) in [low, high), as its start and length.
 struct Span {
   std::int64_t start;

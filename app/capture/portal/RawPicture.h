@@ -9,6 +9,9 @@
 
 namespace tarvinel {
 
+/// Of each layout that is taken.
+inline constexpr std::size_t bytesPerPixel = 4;
+
 /// One buffer of a stream as its producer describes it. Nothing of it is trusted but `mapped`.
 struct RawBuffer {
   const std::uint8_t* data = nullptr;  ///< null: it cannot be read

@@ -106,6 +106,52 @@ TEST(PortalPicture, RedAndBlueAreExchangedWhereTheyStandTheOtherWayRound) {
   EXPECT_EQ(pixelAt(*second, 3, 2), (Bytes4{3, 2, 1, 0}));
 }
 
+CursorImage whiteCursorAt(std::int32_t x, std::int32_t y) {
+  return {{x, y, 2, 2}, 1, std::vector<std::uint32_t>(4, 0xFFFFFFFF)};
+}
+
+constexpr Bytes4 white{255, 255, 255, 0};
+constexpr Bytes4 black{0, 0, 0, 0};
+
+TEST(PortalPicture, TheCursorIsDrawnWhereItIsAndNowhereElse) {
+  PortalPicture shown;
+  const Drawing drawing;
+  EXPECT_FALSE(shown.showCursor(whiteCursorAt(1, 1)));  // nothing to draw it on
+  const auto first = shown.update(drawing.picture(), std::nullopt);
+  EXPECT_EQ(pixelAt(*first, 2, 2), white);
+  const auto moved = shown.showCursor(whiteCursorAt(7, 5));
+  ASSERT_TRUE(moved);
+  EXPECT_EQ(pixelAt(*moved, 2, 2), black);
+  EXPECT_EQ(pixelAt(*moved, 7, 5), white);
+  EXPECT_THAT(*moved->dirtyRects, ElementsAre(Rect{1, 1, 2, 2}, Rect{7, 5, 1, 1}));
+  const auto hidden = shown.showCursor(std::nullopt);
+  EXPECT_EQ(pixelAt(*hidden, 7, 5), black);
+  EXPECT_FALSE(shown.showCursor(whiteCursorAt(-2, 0)));
+  EXPECT_FALSE(shown.showCursor(whiteCursorAt(8, 0)));
+}
+
+TEST(PortalPicture, TheCursorIsNoDifferenceBetweenPictures) {
+  PortalPicture shown;
+  Drawing drawing;
+  shown.update(drawing.picture(), std::nullopt);
+  shown.showCursor(whiteCursorAt(3, 3));
+  EXPECT_FALSE(shown.update(drawing.picture(), std::nullopt));
+  drawing.set(3, 3, ink);
+  const auto below = shown.update(drawing.picture(), std::nullopt);
+  ASSERT_TRUE(below);
+  EXPECT_EQ(pixelAt(*below, 3, 3)[0], 255);
+  EXPECT_EQ(pixelAt(*shown.showCursor(std::nullopt), 3, 3), ink);
+}
+
+TEST(PortalPicture, TheCursorStaysInAPictureOfAnotherSize) {
+  PortalPicture shown;
+  const Drawing drawing;
+  shown.update(drawing.picture(), std::nullopt);
+  shown.showCursor(whiteCursorAt(0, 0));
+  const auto smaller = shown.update(drawing.picture().part({1, 1, 3, 2}), std::nullopt);
+  EXPECT_EQ(pixelAt(*smaller, 1, 1), white);
+}
+
 TEST(PortalPicture, AnotherSizeMakesAnotherBuffer) {
   PortalPicture shown;
   const Drawing drawing;
