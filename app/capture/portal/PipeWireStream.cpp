@@ -13,6 +13,11 @@
 #include <system_error>
 #include <utility>
 
+// the library's calls are macros of that kind
+#ifdef __clang__
+#pragma clang diagnostic ignored "-Wgnu-statement-expression"
+#endif
+
 namespace tarvinel {
 
 namespace {
@@ -107,11 +112,17 @@ PipeWireStream::Rects within(const PipeWireStream::Rects& damage, const PixelRec
 
 /// What the stream holds of the library; made and destroyed on the capture queue.
 struct PipeWireStream::Connection {
-  Connection() {
-    pw_init(nullptr, nullptr);
-    loop = pw_loop_new(nullptr);
-    if (loop != nullptr) pw_loop_enter(loop);
-    if (loop != nullptr) context = pw_context_new(loop, nullptr, 0);
+  struct Library {
+    Library() { pw_init(nullptr, nullptr); }
+    ~Library() { pw_deinit(); }
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
+  };
+
+  Connection() : loop(pw_loop_new(nullptr)) {
+    if (loop == nullptr) return;
+    pw_loop_enter(loop);
+    context = pw_context_new(loop, nullptr, 0);
   }
 
   ~Connection() {
@@ -128,13 +139,13 @@ struct PipeWireStream::Connection {
       pw_loop_leave(loop);
       pw_loop_destroy(loop);
     }
-    pw_deinit();
   }
 
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  pw_loop* loop = nullptr;
+  const Library library;
+  pw_loop* const loop;  // any may be null
   pw_context* context = nullptr;
   pw_core* core = nullptr;
   pw_stream* stream = nullptr;
