@@ -60,6 +60,7 @@ class WaylandSession:
     def __init__(self, width=800, height=600):
         self.folder = Path(tempfile.mkdtemp(prefix="tarvinel-wayland-"))
         self.width, self.height = width, height
+        self._programs = []
         self._started = contextlib.ExitStack()
         self._started.callback(shutil.rmtree, self.folder, ignore_errors=True)
         try:
@@ -106,6 +107,7 @@ class WaylandSession:
         program = Program(self.folder, *(["--headless", "--port", "0"] if headless else []),
                           "--profile", profile, *arguments, prefix=self._as_user(), name=name,
                           variables=self.env)
+        self._programs.append(program)
         self._started.callback(program.stop)
         return program.wait_until_listening() if headless else program
 
@@ -146,6 +148,15 @@ class WaylandSession:
                               capture_output=True, text=True, timeout=LIMIT)
         assert done.returncode == 0, f"{argv}: {done.stdout}{done.stderr}"
         return done.stdout
+
+    def end_programs(self):
+        """Ends every run of the program; what sanitizers said of them."""
+        for program in self._programs:
+            program.terminate()
+        for program in self._programs:
+            program.wait(20)
+        assert statuses == [0] * len(statuses)
+        return [report for report in map(Program.sanitizer_report, self._programs) if report]
 
     def stop(self):
         self._started.close()

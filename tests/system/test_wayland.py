@@ -17,8 +17,11 @@ RED, GREEN, BLUE = (255, 0, 0), (0, 255, 0), (0, 0, 255)
 @pytest.fixture
 def session():
     made = WaylandSession()
-    yield made
-    made.stop()
+    try:
+        yield made
+        assert not made.end_programs()
+    finally:
+        made.stop()
 
 
 def show(session, colour):
