@@ -153,8 +153,7 @@ class WaylandSession:
         """Ends every run of the program; what sanitizers said of them."""
         for program in self._programs:
             program.terminate()
-        for program in self._programs:
-            program.wait(20)
+        statuses = [program.wait(20) for program in self._programs]
         assert statuses == [0] * len(statuses)
         return [report for report in map(Program.sanitizer_report, self._programs) if report]
 

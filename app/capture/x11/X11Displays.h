@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/capture/ShareableContent.h"
 #include "app/capture/PixelRect.h"
+#include "app/capture/ShareableContent.h"
 
 #include <cstddef>
 #include <cstdint>
