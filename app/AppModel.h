@@ -18,6 +18,7 @@
 #include "core/net/NamePublisher.h"
 #include "core/net/NameRegistrar.h"
 #include "core/net/NetworkPath.h"
+#include "core/net/SystemNameRegistrar.h"
 #include "core/support/Log.h"
 #include "core/support/Result.h"
 #include "core/support/SerialQueue.h"
@@ -57,7 +58,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     std::function<std::optional<std::string>()> preferredHost = [root = sysfs] {
       return LocalAddresses::preferredHost(root);
     };
-    NameRegistrar::Factory nameRegistrar = {};  ///< needed unless the hostname is empty
+    NameRegistrar::Factory nameRegistrar = SystemNameRegistrar::factory();
     /// How to listen on port 80 when this process may not; null when there is no other way.
     StreamServer::ListenerFallback listenerForPort80 = {};
     UpdateController::Factory updateController = {};  ///< none: nothing looks for updates

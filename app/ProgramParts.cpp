@@ -2,7 +2,6 @@
 
 #include "app/PicturesFolder.h"
 #include "app/PortHelper.h"
-#include "core/net/SystemNameRegistrar.h"
 
 #include <ctime>
 #include <filesystem>
@@ -34,7 +33,6 @@ AppModel::Platform platformFor(const CommandLineOptions& options, const ChosenCa
           .userDefaultsFile = UserDefaults::defaultFile(),
           .restoreTokens = capture.restoreTokens,
           .sysfs = options.sysfs,
-          .nameRegistrar = SystemNameRegistrar::factory(),
           .listenerForPort80 = [helper = PortHelper::ofThisProgram()](std::error_code refusal) {
             return helper.listen(refusal);
           }};

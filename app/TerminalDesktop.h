@@ -1,10 +1,14 @@
 #pragma once
 
 #include "app/Desktop.h"
+#include "app/ScreenSaverSuspension.h"
+
+#include <memory>
 
 namespace tarvinel {
 
-/// Where there is no desktop: the console shows everything, and takes paths as text. Does nothing.
+/// Where there is no desktop: the console shows everything, and takes paths as text. Only an X
+/// server is asked not to blank its screen.
 class TerminalDesktop : public Desktop {
  public:
   void copy(const std::string& /*text*/) override {}
@@ -14,8 +18,11 @@ class TerminalDesktop : public Desktop {
                     std::function<void(std::filesystem::path)> /*chosen*/) override {}
   void revealFolder(const std::filesystem::path& /*folder*/) override {}
   void notify(const std::string& /*title*/, const std::string& /*text*/) override {}
-  void keepAwake(bool /*awake*/) override {}
+  void keepAwake(bool awake) override;
   void quit() override {}
+
+ private:
+  std::unique_ptr<ScreenSaverSuspension> suspension_;  ///< while kept awake
 };
 
 }  // namespace tarvinel

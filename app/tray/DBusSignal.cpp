@@ -4,9 +4,9 @@
 
 namespace tarvinel {
 
-DBusSignal::DBusSignal(const QDBusConnection& bus, Source source,
+DBusSignal::DBusSignal(QDBusConnection bus, Source source,
                        std::function<void(const QDBusMessage&)> received)
-    : bus_(bus), source_(std::move(source)), received_(std::move(received)) {
+    : bus_(std::move(bus)), source_(std::move(source)), received_(std::move(received)) {
   bus_.connect(source_.service, source_.path, source_.interface, source_.name, this,
                SLOT(receive(QDBusMessage)));
 }

@@ -22,8 +22,7 @@ class DBusSignal : public QObject {
   };
 
   /// `received` is called on the main queue.
-  DBusSignal(const QDBusConnection& bus, Source source,
-             std::function<void(const QDBusMessage&)> received);
+  DBusSignal(QDBusConnection bus, Source source, std::function<void(const QDBusMessage&)> received);
   ~DBusSignal() override;
   DBusSignal(const DBusSignal&) = delete;
   DBusSignal& operator=(const DBusSignal&) = delete;

@@ -1,6 +1,7 @@
 #include "app/tray/FolderChooser.h"
 
 #include "app/tray/DBusCall.h"
+#include "app/tray/DesktopPortal.h"
 #include "app/tray/FolderAddress.h"
 
 #include <QDBusArgument>
@@ -16,10 +17,7 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-const QString portal = u"org.freedesktop.portal.Desktop"_s;
-const QString portalPath = u"/org/freedesktop/portal/desktop"_s;
-const QString requestInterface = u"org.freedesktop.portal.Request"_s;
-const QString title = u"Upload Folder"_s;
+const QString dialogTitle = u"Upload Folder"_s;
 const QString acceptLabel = u"Use This Folder"_s;
 
 /// How the presenter answered the portal's dialog.
@@ -29,14 +27,15 @@ enum class Answer : std::uint32_t { chosen = 0, cancelled = 1 };
 QString requestPath(const QDBusConnection& bus, const QString& token) {
   QString sender = bus.baseService().mid(1);
   sender.replace('.'_L1, '_'_L1);
-  return portalPath + "/request/"_L1 + sender + '/'_L1 + token;
+  return DesktopPortal::path + "/request/"_L1 + sender + '/'_L1 + token;
 }
 
 QDBusMessage openFileCall(const std::filesystem::path& current, const QString& token) {
-  auto call = QDBusMessage::createMethodCall(
-      portal, portalPath, u"org.freedesktop.portal.FileChooser"_s, u"OpenFile"_s);
+  auto call =
+      QDBusMessage::createMethodCall(DesktopPortal::service, DesktopPortal::path,
+                                     u"org.freedesktop.portal.FileChooser"_s, u"OpenFile"_s);
   const QByteArray folder(current.c_str(), static_cast<qsizetype>(current.native().size() + 1));
-  call << QString() << title
+  call << QString() << dialogTitle
        << QVariantMap{{u"handle_token"_s, token},
                       {u"directory"_s, true},
                       {u"accept_label"_s, acceptLabel},
@@ -53,15 +52,19 @@ std::optional<std::filesystem::path> folderIn(const QDBusMessage& response) {
 
 }  // namespace
 
-/// A dialog of the portal, which is closed when this goes. It stays, over or not, until the next.
+/// A dialog of the portal, which is closed when this goes. It stays, over or not,
+/// until the next.
 struct FolderChooser::PortalRequest {
-  PortalRequest(const QDBusConnection& where, const QString& expectedPath,
+  PortalRequest(QDBusConnection where, QString expectedPath,
                 std::function<void(const QDBusMessage&)> answered)
-      : bus(where),
-        path(expectedPath),
-        response(bus, {portal, path, requestInterface, u"Response"_s}, std::move(answered)) {}
+      : bus(std::move(where)),
+        path(std::move(expectedPath)),
+        response(bus,
+                 {DesktopPortal::service, path, DesktopPortal::requestInterface, u"Response"_s},
+                 std::move(answered)) {}
   ~PortalRequest() {
-    auto close = QDBusMessage::createMethodCall(portal, path, requestInterface, u"Close"_s);
+    auto close = QDBusMessage::createMethodCall(DesktopPortal::service, path,
+                                                DesktopPortal::requestInterface, u"Close"_s);
     close.setAutoStartService(false);
     bus.send(close);
   }
@@ -74,7 +77,7 @@ struct FolderChooser::PortalRequest {
   QObject context;  ///< of the call that opens it
 };
 
-FolderChooser::FolderChooser(const QDBusConnection& bus) : bus_(bus) {}
+FolderChooser::FolderChooser(QDBusConnection bus) : bus_(std::move(bus)) {}
 
 FolderChooser::~FolderChooser() = default;
 
@@ -110,7 +113,7 @@ void FolderChooser::portalAnswered(const std::filesystem::path& current,
 }
 
 void FolderChooser::openDialog(const std::filesystem::path& current) {
-  dialog_ = std::make_unique<QFileDialog>(nullptr, title, QFile::decodeName(current.c_str()));
+  dialog_ = std::make_unique<QFileDialog>(nullptr, dialogTitle, QFile::decodeName(current.c_str()));
   dialog_->setFileMode(QFileDialog::Directory);
   dialog_->setOption(QFileDialog::ShowDirsOnly);
   dialog_->setLabelText(QFileDialog::Accept, acceptLabel);

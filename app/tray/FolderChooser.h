@@ -22,7 +22,7 @@ class FolderChooser {
   /// How long the portal may take to say that it will ask the presenter.
   static constexpr std::chrono::seconds portalLimit{5};
 
-  explicit FolderChooser(const QDBusConnection& bus);
+  explicit FolderChooser(QDBusConnection bus);
   ~FolderChooser();
   FolderChooser(const FolderChooser&) = delete;
   FolderChooser& operator=(const FolderChooser&) = delete;

@@ -1,8 +1,9 @@
 #include "app/tray/IdleInhibitor.h"
 
+#include "app/ScreenSaverSuspension.h"
 #include "app/capture/x11/X11Error.h"
 #include "app/tray/DBusCall.h"
-#include "app/tray/ScreenSaverSuspension.h"
+#include "app/tray/DesktopPortal.h"
 
 #include <QDBusObjectPath>
 #include <QGuiApplication>
@@ -20,8 +21,7 @@ using namespace Qt::StringLiterals;
 
 const QString screenSaver = u"org.freedesktop.ScreenSaver"_s;
 const QString screenSaverPath = u"/org/freedesktop/ScreenSaver"_s;
-const QString portal = u"org.freedesktop.portal.Desktop"_s;
-const QString reason = u"Sharing the screen"_s;
+const QString whyAwake = u"Sharing the screen"_s;
 constexpr std::uint32_t inhibitIdle = 8;
 
 }  // namespace
@@ -64,7 +64,7 @@ void IdleInhibitor::keepAwake(bool awake) {
 void IdleInhibitor::askScreenSaver(const std::shared_ptr<Hold>& hold) {
   auto call =
       QDBusMessage::createMethodCall(screenSaver, screenSaverPath, screenSaver, u"Inhibit"_s);
-  call << u"Tarvinel"_s << reason;
+  call << u"Tarvinel"_s << whyAwake;
   callOverDBus(bus_, call, context_, [this, hold](const QDBusMessage& answer) {
     if (isRefusal(answer)) {
       if (!hold->isWanted) return;
@@ -80,14 +80,14 @@ void IdleInhibitor::askScreenSaver(const std::shared_ptr<Hold>& hold) {
 }
 
 void IdleInhibitor::askPortal(const std::shared_ptr<Hold>& hold) {
-  auto call = QDBusMessage::createMethodCall(portal, u"/org/freedesktop/portal/desktop"_s,
+  auto call = QDBusMessage::createMethodCall(DesktopPortal::service, DesktopPortal::path,
                                              u"org.freedesktop.portal.Inhibit"_s, u"Inhibit"_s);
-  call << QString() << inhibitIdle << QVariantMap{{u"reason"_s, reason}};
+  call << QString() << inhibitIdle << QVariantMap{{u"reason"_s, whyAwake}};
   callOverDBus(bus_, call, context_, [hold](const QDBusMessage& answer) {
     if (isRefusal(answer)) return;
     const auto request = answer.arguments().value(0).value<QDBusObjectPath>();
-    hold->granted(QDBusMessage::createMethodCall(portal, request.path(),
-                                                 u"org.freedesktop.portal.Request"_s, u"Close"_s));
+    hold->granted(QDBusMessage::createMethodCall(DesktopPortal::service, request.path(),
+                                                 DesktopPortal::requestInterface, u"Close"_s));
   });
 }
 

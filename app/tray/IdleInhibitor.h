@@ -4,6 +4,7 @@
 #include <QObject>
 
 #include <memory>
+#include <utility>
 
 namespace tarvinel {
 
@@ -11,7 +12,7 @@ namespace tarvinel {
 /// saver, else its portal and the X server. Lives on the main queue; does not wait for services.
 class IdleInhibitor {
  public:
-  explicit IdleInhibitor(const QDBusConnection& bus) : bus_(bus) {}
+  explicit IdleInhibitor(QDBusConnection bus) : bus_(std::move(bus)) {}
   ~IdleInhibitor();
   IdleInhibitor(const IdleInhibitor&) = delete;
   IdleInhibitor& operator=(const IdleInhibitor&) = delete;

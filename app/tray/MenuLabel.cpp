@@ -23,9 +23,14 @@ QString escapedForPanel(QString label) {
 }  // namespace
 
 QString shortLabel(const std::string& label) {
-  const QString line = QString::fromStdString(label).simplified();
+  QString line = QString::fromStdString(label).simplified();
   if (line.size() <= longest) return line;
   return line.left(longest / 2) + u'…' + line.right(longest / 2);
+}
+
+QKeySequence menuShortcut(const MenuItem& item) {
+  if (item.shortcut == MenuItem::noShortcut) return {};
+  return {Qt::CTRL | static_cast<Qt::Key>(item.shortcut)};
 }
 
 QString menuLabel(const MenuItem& item, MenuDrawer drawer) {

@@ -2,9 +2,11 @@
 
 #include "app/menu/MenuItem.h"
 
+#include <QKeySequence>
 #include <QString>
 
 #include <cstdint>
+#include <string>
 
 namespace tarvinel {
 
@@ -18,6 +20,9 @@ enum class MenuDrawer : std::uint8_t {
 /// An item's label as it is handed to the toolkit so that people read just that: one line,
 /// shortened in the middle when it is very long. Pure.
 QString menuLabel(const MenuItem& item, MenuDrawer drawer);
+
+/// What an item's command is called with on the keyboard; empty for nothing. Pure.
+QKeySequence menuShortcut(const MenuItem& item);
 
 /// A label on one line, not longer than a menu can bear. Pure.
 QString shortLabel(const std::string& label);

@@ -60,9 +60,7 @@ class ButtonRow : public MenuRow {
     button_.setText(menuLabel(item, MenuDrawer::toolkit));
     button_.setEnabled(item.isEnabled);
     button_.setChecked(item.isOn);
-    if (item.shortcut != MenuItem::noShortcut) {
-      button_.setShortcut(QKeySequence(Qt::CTRL | static_cast<Qt::Key>(item.shortcut)));
-    }
+    button_.setShortcut(menuShortcut(item));
   }
 
   QWidget& widget() override { return button_; }
@@ -99,7 +97,7 @@ class SubmenuRow : public MenuRow {
 
  private:
   static QString labelOf(const MenuItem& item) {
-    const QString label = menuLabel(item, MenuDrawer::toolkit);
+    QString label = menuLabel(item, MenuDrawer::toolkit);
     const auto chosen = std::ranges::find_if(item.items, [](const MenuItem& choice) {
       return choice.kind == Kind::choice && choice.isOn;
     });

@@ -5,6 +5,8 @@
 
 #include <QIconEngine>
 
+#include <fmt/format.h>
+
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -52,10 +54,7 @@ class NamedIconEngine : public QIconEngine {
 QIcon ProgramIcons::program() {
   QIcon icon;
   for (const int side : programSizes) {
-    const std::string size = std::to_string(side);
-    addSize(icon,
-            "icons/hicolor/" + size + "x" + size + "/apps/" + std::string(applicationIdentifier) +
-                ".png",
+    addSize(icon, fmt::format("icons/hicolor/{0}x{0}/apps/{1}.png", side, applicationIdentifier),
             side);
   }
   return icon;
@@ -65,10 +64,10 @@ QIcon ProgramIcons::tray(bool sharing) {
   const std::string state = sharing ? "sharing" : "idle";
   QIcon pictures;
   for (const int side : traySizes) {
-    addSize(pictures, "tray/" + state + "-" + std::to_string(side) + ".png", side);
+    addSize(pictures, fmt::format("tray/{}-{}.png", state, side), side);
   }
   const auto name =
-      QString::fromStdString(std::string(applicationIdentifier) + "-" + state + "-symbolic");
+      QString::fromStdString(fmt::format("{}-{}-symbolic", applicationIdentifier, state));
   return QIcon::hasThemeIcon(name) ? QIcon(new NamedIconEngine(name, pictures)) : pictures;
 }
 

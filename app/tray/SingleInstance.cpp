@@ -14,7 +14,7 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-constexpr int answerLimitMilliseconds = 5000;
+constexpr int firstRunLimitMilliseconds = 5000;
 
 const QString objectPath = u"/org/tarvinel/Tarvinel"_s;
 const QString applicationInterface = u"org.freedesktop.Application"_s;
@@ -23,20 +23,21 @@ QString ownName() {
   return QString::fromUtf8(applicationIdentifier.data(), applicationIdentifier.size());
 }
 
-/// True when the name is this run's now, or when there is no bus to have one on.
-bool takeName(QDBusConnection& bus) {
+/// Offers the application on the bus; true when the name is this run's now, or when there is no bus
+/// to have one on.
+bool takeName(QDBusConnection& bus, QDBusVirtualObject& application) {
   if (!bus.isConnected()) return true;
+  bus.registerVirtualObject(objectPath, &application);
   const auto reply = bus.interface()->registerService(ownName());
-  return reply.value() != QDBusConnectionInterface::ServiceNotRegistered;
+  return !reply.isValid() || reply.value() != QDBusConnectionInterface::ServiceNotRegistered;
 }
 
 }  // namespace
 
-SingleInstance::SingleInstance(const QDBusConnection& bus, std::function<void()> launchedAgain)
-    : bus_(bus), application_(std::move(launchedAgain)) {
-  bus_.registerVirtualObject(objectPath, &application_);
-  isFirst_ = takeName(bus_);
-}
+SingleInstance::SingleInstance(QDBusConnection bus, std::function<void()> launchedAgain)
+    : bus_(std::move(bus)),
+      application_(std::move(launchedAgain)),
+      isFirst_(takeName(bus_, application_)) {}
 
 SingleInstance::~SingleInstance() {
   bus_.unregisterObject(objectPath);
@@ -47,7 +48,7 @@ bool SingleInstance::showFirst() const {
   auto call =
       QDBusMessage::createMethodCall(ownName(), objectPath, applicationInterface, u"Activate"_s);
   call << QVariantMap();
-  return bus_.call(call, QDBus::Block, answerLimitMilliseconds).type() ==
+  return bus_.call(call, QDBus::Block, firstRunLimitMilliseconds).type() ==
          QDBusMessage::ReplyMessage;
 }
 

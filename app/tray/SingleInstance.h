@@ -13,7 +13,7 @@ namespace tarvinel {
 class SingleInstance {
  public:
   /// Takes the name if nobody has it; `launchedAgain` is called on the main queue.
-  SingleInstance(const QDBusConnection& bus, std::function<void()> launchedAgain);
+  SingleInstance(QDBusConnection bus, std::function<void()> launchedAgain);
   ~SingleInstance();
   SingleInstance(const SingleInstance&) = delete;
   SingleInstance& operator=(const SingleInstance&) = delete;
@@ -39,7 +39,7 @@ class SingleInstance {
 
   QDBusConnection bus_;
   Application application_;
-  bool isFirst_ = true;
+  const bool isFirst_;
 };
 
 }  // namespace tarvinel

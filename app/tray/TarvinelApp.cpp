@@ -11,7 +11,6 @@
 #include <QPalette>
 
 #include <fmt/format.h>
-
 #include <unistd.h>
 
 #include <iostream>
@@ -82,7 +81,7 @@ int TarvinelApp::run(const CommandLineOptions& options) {
   if (!instance.isFirst()) return showFirstInstance(instance);
   TarvinelApp app(options, capture, bus);
   launchedAgain = [&app] { app.openWindow(); };
-  return toolkit.run();
+  return Toolkit::run();
 }
 
 TarvinelApp::TarvinelApp(const CommandLineOptions& options, const ChosenCapture& capture,

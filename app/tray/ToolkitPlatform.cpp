@@ -13,7 +13,7 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-constexpr int answerLimitMilliseconds = 2000;
+constexpr int compositorLimitMilliseconds = 2000;
 
 /// The toolkit's part for Wayland is a package of its own.
 bool hasWaylandPlugin() {
@@ -25,7 +25,7 @@ bool compositorAnswers(const std::string& display) {
   const QDir runtime(QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation));
   QLocalSocket socket;
   socket.connectToServer(runtime.filePath(QString::fromStdString(display)));
-  return socket.waitForConnected(answerLimitMilliseconds);
+  return socket.waitForConnected(compositorLimitMilliseconds);
 }
 
 }  // namespace

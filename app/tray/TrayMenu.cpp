@@ -2,7 +2,6 @@
 
 #include <QAction>
 #include <QActionGroup>
-#include <QKeySequence>
 #include <QScreen>
 
 #include <utility>
@@ -15,11 +14,6 @@ using Kind = MenuItem::Kind;
 
 bool isCheckable(const MenuItem& item) {
   return item.kind == Kind::toggle || item.kind == Kind::choice;
-}
-
-QKeySequence shortcutOf(const MenuItem& item) {
-  if (item.shortcut == MenuItem::noShortcut) return {};
-  return QKeySequence(Qt::CTRL | static_cast<Qt::Key>(item.shortcut));
 }
 
 }  // namespace
@@ -49,7 +43,7 @@ class TrayMenu::Entry {
     action()->setSeparator(item.kind == Kind::divider);
     action()->setText(menuLabel(item, drawer_));
     action()->setEnabled(item.isEnabled);
-    action()->setShortcut(shortcutOf(item));
+    action()->setShortcut(menuShortcut(item));
     if (submenu_) submenu_->draw(item.items);
     showState();
   }

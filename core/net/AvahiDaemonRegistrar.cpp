@@ -111,6 +111,7 @@ void AvahiDaemonRegistrar::makeGroup() {
   bus_->call(bus_->methodCall(daemonService, "/", serverInterface, "EntryGroupNew"),
              orEnd([this](sd_bus_message& message) {
                group_ = textIn(message, "o");
+               if (group_.empty()) return report(DNSServiceCode::unknown);
                watchGroup();
                addRecord(uniqueFlag, orEnd([this](sd_bus_message&) { commit(); }));
              }));

@@ -70,6 +70,12 @@ TEST(CommandLine, UploadsAreClosedUnlessAskedFor) {
   EXPECT_EQ(exitOf({"--headless", "--upload-folder"}).status, 2);
 }
 
+TEST(CommandLine, RunsOnADesktopUnlessItIsToBeHeadless) {
+  EXPECT_FALSE(optionsOf({}).headless);
+  EXPECT_TRUE(optionsOf({"--headless"}).headless);
+  EXPECT_EQ(optionsOf({"--share", "display-5"}).share, "display-5");
+}
+
 TEST(CommandLine, ListingNeedsNoHeadless) {
   EXPECT_TRUE(optionsOf({"--list-sources"}).listSources);
 }

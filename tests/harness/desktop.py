@@ -2,6 +2,7 @@
 import contextlib
 import re
 import subprocess
+from pathlib import Path
 
 from .process import Process
 from .program import executable, private_env
@@ -11,6 +12,7 @@ from .waiting import eventually
 
 LIMIT = 20
 NO_BUS = "unix:path=/nowhere"
+TOOLKIT_LEAKS = Path(__file__).with_name("toolkit_leaks.supp")
 
 
 class DesktopSession:
@@ -26,7 +28,9 @@ class DesktopSession:
     @property
     def variables(self):
         """What the program's environment needs to be in this session."""
-        return {"DBUS_SESSION_BUS_ADDRESS": self.bus.address, "XDG_RUNTIME_DIR": str(self._folder)}
+        return {"DBUS_SESSION_BUS_ADDRESS": self.bus.address,
+                "XDG_RUNTIME_DIR": str(self._folder),
+                "LSAN_OPTIONS": f"suppressions={TOOLKIT_LEAKS}"}
 
     @property
     def env(self):
@@ -54,7 +58,7 @@ class DesktopSession:
 
     def window(self):
         """The program's window, when it can be seen."""
-        tree = self.screen.run("xwininfo", "-root", "-tree")
+        tree = self.screen.window_tree()
         for found in re.finditer(r'^ +(0x[0-9a-f]+) "Tarvinel":.* (\d+)x(\d+)\+', tree, re.M):
             if int(found[2]) > 50 and "IsViewable" in self._window_state(found[1]):
                 return found[1]

@@ -3,7 +3,8 @@
     fake_avahi.py SCRIPT
 
 SCRIPT is a JSON object: a method's name gives {"error": NAME}, "silent" (no answer) or a value to
-return in place of the usual one; "states" are the states that a committed group goes through.
+return in place of the usual one; "states" are the states that a committed group goes through,
+"server states" those that the server goes through after it was asked for its state.
 """
 import json
 import sys
@@ -42,8 +43,8 @@ def answer(script, call):
     return reply
 
 
-def state_change(state):
-    signal = dbus.lowlevel.SignalMessage(GROUP, SERVICE + ".EntryGroup", "StateChanged")
+def state_change(path, interface, state):
+    signal = dbus.lowlevel.SignalMessage(path, f"{SERVICE}.{interface}", "StateChanged")
     signal.append(state, "", signature="is")
     return signal
 
@@ -61,7 +62,10 @@ def main():
             connection.send_message(reply)
         if message.get_member() == "Commit":
             for state in script.get("states", []):
-                connection.send_message(state_change(state))
+                connection.send_message(state_change(GROUP, "EntryGroup", state))
+        if message.get_member() == "GetState":
+            for state in script.get("server states", []):
+                connection.send_message(state_change("/", "Server", state))
         return dbus.lowlevel.HANDLER_RESULT_HANDLED
 
     bus.add_message_filter(handle)

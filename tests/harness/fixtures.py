@@ -7,6 +7,7 @@ import contextlib
 import pytest
 
 from .canvas import Canvas
+from .desktop import DesktopSession
 from .program import Program, display_ids, executable
 from .xserver import XServer
 
@@ -30,6 +31,14 @@ def canvas(x):
     yield painter
     with contextlib.suppress(Exception):  # its server may be gone
         painter.close()
+
+
+@pytest.fixture
+def desktop(tmp_path, x):
+    """A desktop session on the X server."""
+    session = DesktopSession(tmp_path, x)
+    yield session
+    session.stop()
 
 
 @pytest.fixture

@@ -83,8 +83,7 @@ class Panel:
         self._process.stop()
 
     def _window(self):
-        done = self._screen.run("xwininfo", "-root", "-tree")
-        return self._mark in done
+        return self._mark in self._screen.window_tree()
 
     def _find_icon(self):
         """Something of another colour than the panel's, at rest."""

@@ -7,6 +7,7 @@ from Xlib import X
 from Xlib.display import Display
 
 from .process import Process
+from .waiting import eventually
 
 START_LIMIT = 20
 
@@ -53,6 +54,16 @@ class XServer:
         done = subprocess.run(argv, env=self.env, capture_output=True, text=True, timeout=20)
         assert done.returncode == 0, f"{argv}: {done.stderr}"
         return done.stdout
+
+    def window_tree(self):
+        """All its windows, as xwininfo lists them."""
+        return eventually(self._listed_windows, 10, "a list of the windows")
+
+    def _listed_windows(self):
+        """None when a window went while the list was made."""
+        done = subprocess.run(["xwininfo", "-root", "-tree"], env=self.env, capture_output=True,
+                              text=True, timeout=20)
+        return done.stdout if done.returncode == 0 else None
 
     def client(self, *argv):
         """Starts a client that stays; the caller stops it."""

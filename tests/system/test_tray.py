@@ -11,7 +11,7 @@ from Xlib.ext import screensaver
 
 from harness import panel as panels
 from harness import pixels, uploads
-from harness.desktop import NO_BUS, DesktopSession
+from harness.desktop import NO_BUS
 from harness.panel import LXQtPanel, Tint2
 from harness.program import display_ids, executable, private_env
 from harness.shown_page import SCREENSHOTS
@@ -19,13 +19,6 @@ from harness.viewer import Viewer
 from harness.waiting import eventually
 
 LIMIT = 20
-
-
-@pytest.fixture
-def desktop(tmp_path, x):
-    session = DesktopSession(tmp_path, x)
-    yield session
-    session.stop()
 
 
 @pytest.fixture
@@ -150,12 +143,14 @@ def test_panel_comes_after_the_window(desktop, launch, panel):
     assert desktop.start_panel(panel).icon()
 
 
-def test_screen_stays_on_while_sharing(desktop, launch, tmp_path):
+@pytest.mark.parametrize("headless", [False, True], ids=["tray", "terminal"])
+def test_screen_stays_on_while_sharing(desktop, start, tmp_path, headless):
     """Without a service for it, the X server itself is asked not to blank."""
     desktop.screen.run("xset", "s", "1", "1")
     eventually(lambda: is_blanked(desktop.screen), LIMIT, "the screen goes blank by itself")
     desktop.screen.run("xset", "s", "reset")
-    program = launch("--share", display_ids(tmp_path, desktop.screen)[0])
+    program = start("--capture", "x11", "--share", display_ids(tmp_path, desktop.screen)[0],
+                    headless=headless, display=desktop.screen.name, variables=desktop.variables)
     program.wait_until_sharing()
     desktop.screen.run("xset", "s", "reset")
     time.sleep(3)

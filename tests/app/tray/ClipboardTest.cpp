@@ -1,7 +1,6 @@
 #include "app/tray/Clipboard.h"
-
 #include "tests/app/tray/FakeProgram.h"
-#include "tests/app/tray/LoopUntil.h"
+#include "tests/app/tray/SpinUntil.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -11,9 +10,9 @@ namespace tarvinel {
 namespace {
 
 using test::FakeProgram;
-using test::loopUntil;
+using test::spinUntil;
 
-const QString text = QStringLiteral("http://192.0.2.1/ü\n$(x) 'y'");
+const QString copied = QStringLiteral("http://192.0.2.1/ü\n$(x) 'y'");
 
 QString clipboardText() {
   return QGuiApplication::clipboard()->text();
@@ -30,22 +29,22 @@ class ClipboardTest : public testing::Test {
 
 TEST_F(ClipboardTest, UnderWaylandTheHelperIsGivenTheText) {
   const FakeProgram helper("wl-copy", R"(cat > "$0.out")");
-  copyToClipboard(text);
-  EXPECT_TRUE(loopUntil([&] { return helper.output("wl-copy") == text.toStdString(); }));
+  copyToClipboard(copied);
+  EXPECT_TRUE(spinUntil([&] { return helper.output("wl-copy") == copied.toStdString(); }));
   EXPECT_EQ(clipboardText(), QStringLiteral("before"));
 }
 
 TEST_F(ClipboardTest, WithoutTheHelperTheToolkitDoesIt) {
   const FakeProgram other("something-else", "");
-  copyToClipboard(text);
-  EXPECT_EQ(clipboardText(), text);
+  copyToClipboard(copied);
+  EXPECT_EQ(clipboardText(), copied);
 }
 
 TEST_F(ClipboardTest, ElsewhereTheToolkitDoesIt) {
   qunsetenv("WAYLAND_DISPLAY");
   const FakeProgram helper("wl-copy", R"(cat > "$0.out")");
-  copyToClipboard(text);
-  EXPECT_EQ(clipboardText(), text);
+  copyToClipboard(copied);
+  EXPECT_EQ(clipboardText(), copied);
 }
 
 }  // namespace

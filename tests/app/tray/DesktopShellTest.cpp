@@ -1,8 +1,8 @@
 #include "app/tray/DBusCall.h"
 #include "app/tray/DesktopShell.h"
 #include "tests/app/tray/FakeService.h"
-#include "tests/app/tray/LoopUntil.h"
 #include "tests/app/tray/PrivateBus.h"
+#include "tests/app/tray/SpinUntil.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -20,9 +20,9 @@ namespace {
 
 using test::always;
 using test::FakeService;
-using test::loopUntil;
 using test::never;
 using test::PrivateBus;
+using test::spinUntil;
 
 const QString notifications = QStringLiteral("org.freedesktop.Notifications");
 const QString fileManager = QStringLiteral("org.freedesktop.FileManager1");
@@ -57,7 +57,7 @@ class DesktopShellTest : public testing::Test {
                                                 QStringLiteral("org.freedesktop.DBus.Peer"),
                                                 QStringLiteral("Ping")),
                  context, [&answered](const QDBusMessage&) { answered = true; });
-    ASSERT_TRUE(loopUntil([&answered] { return answered; }));
+    ASSERT_TRUE(spinUntil([&answered] { return answered; }));
   }
 
   /// Has the portal answer the request that it was made last.
@@ -94,7 +94,7 @@ TEST_F(DesktopShellTest, Quits) {
 TEST_F(DesktopShellTest, NotifiesWithoutMarkup) {
   const FakeService& service = serve(notifications, always({1U}));
   shell_->notify("Tarvinel", "Sharing stopped: <b> & co");
-  ASSERT_TRUE(loopUntil([&] { return service.calls("Notify").size() == 1; }));
+  ASSERT_TRUE(spinUntil([&] { return service.calls("Notify").size() == 1; }));
   const auto arguments = service.calls("Notify").front().arguments();
   EXPECT_EQ(arguments.at(0), QStringLiteral("Tarvinel"));
   EXPECT_EQ(arguments.at(3), QStringLiteral("Tarvinel"));
@@ -103,13 +103,13 @@ TEST_F(DesktopShellTest, NotifiesWithoutMarkup) {
 
 TEST_F(DesktopShellTest, NotifyingWithoutAServiceIsNothing) {
   shell_->notify("Tarvinel", "text");
-  test::runDueTasks();
+  QCoreApplication::processEvents();
 }
 
 TEST_F(DesktopShellTest, RevealsAFolderInTheFileBrowser) {
   const FakeService& service = serve(fileManager, always({}));
   shell_->revealFolder("/home/a b");
-  ASSERT_TRUE(loopUntil([&] { return service.calls("ShowFolders").size() == 1; }));
+  ASSERT_TRUE(spinUntil([&] { return service.calls("ShowFolders").size() == 1; }));
   EXPECT_EQ(service.calls("ShowFolders").front().arguments().at(0).toStringList(),
             QStringList{QStringLiteral("file:///home/a%20b")});
 }
@@ -118,9 +118,9 @@ TEST_F(DesktopShellTest, KeepsAwakeUntilToldOtherwise) {
   const FakeService& service = serve(screenSaver, always({77U}));
   shell_->keepAwake(true);
   shell_->keepAwake(true);
-  ASSERT_TRUE(loopUntil([&] { return service.calls("Inhibit").size() == 1; }));
+  ASSERT_TRUE(spinUntil([&] { return service.calls("Inhibit").size() == 1; }));
   shell_->keepAwake(false);
-  ASSERT_TRUE(loopUntil([&] { return service.calls("UnInhibit").size() == 1; }));
+  ASSERT_TRUE(spinUntil([&] { return service.calls("UnInhibit").size() == 1; }));
   EXPECT_EQ(service.calls("UnInhibit").front().arguments().at(0).toUInt(), 77U);
   EXPECT_EQ(service.calls("Inhibit").size(), 1U);
 }
@@ -129,26 +129,26 @@ TEST_F(DesktopShellTest, GivesBackWhatWasGrantedTooLate) {
   const FakeService& service = serve(screenSaver, always({77U}));
   shell_->keepAwake(true);
   shell_->keepAwake(false);
-  ASSERT_TRUE(loopUntil([&] { return service.calls("UnInhibit").size() == 1; }));
+  ASSERT_TRUE(spinUntil([&] { return service.calls("UnInhibit").size() == 1; }));
 }
 
 TEST_F(DesktopShellTest, LetsGoAtTheEnd) {
   const FakeService& service = serve(screenSaver, always({77U}));
   shell_->keepAwake(true);
-  ASSERT_TRUE(loopUntil([&] { return service.calls("Inhibit").size() == 1; }));
+  ASSERT_TRUE(spinUntil([&] { return service.calls("Inhibit").size() == 1; }));
   awaitAnswers(screenSaver);
   shell_.reset();
-  ASSERT_TRUE(loopUntil([&] { return service.calls("UnInhibit").size() == 1; }));
+  ASSERT_TRUE(spinUntil([&] { return service.calls("UnInhibit").size() == 1; }));
 }
 
 TEST_F(DesktopShellTest, AsksThePortalWhereNoScreenSaverIs) {
   const FakeService& service =
       serve(portal, always({QVariant::fromValue(QDBusObjectPath("/request/1"))}));
   shell_->keepAwake(true);
-  ASSERT_TRUE(loopUntil([&] { return service.calls("Inhibit").size() == 1; }));
+  ASSERT_TRUE(spinUntil([&] { return service.calls("Inhibit").size() == 1; }));
   EXPECT_EQ(service.calls("Inhibit").front().arguments().at(1).toUInt(), 8U) << "idle";
   shell_->keepAwake(false);
-  ASSERT_TRUE(loopUntil([&] { return service.calls("Close").size() == 1; }));
+  ASSERT_TRUE(spinUntil([&] { return service.calls("Close").size() == 1; }));
   EXPECT_EQ(service.calls("Close").front().path(), QStringLiteral("/request/1"));
 }
 
@@ -156,14 +156,14 @@ TEST_F(DesktopShellTest, ChoosesAFolderInThePortalsDialog) {
   const FakeService& service =
       serve(portal, always({QVariant::fromValue(QDBusObjectPath("/request/1"))}));
   choose();
-  ASSERT_TRUE(loopUntil([&] { return service.calls("OpenFile").size() == 1; }));
+  ASSERT_TRUE(spinUntil([&] { return service.calls("OpenFile").size() == 1; }));
   const auto options = qdbus_cast<QVariantMap>(service.calls("OpenFile").front().arguments().at(2));
   EXPECT_EQ(options.value(QStringLiteral("accept_label")), QStringLiteral("Use This Folder"));
   EXPECT_EQ(options.value(QStringLiteral("directory")), true);
   EXPECT_EQ(options.value(QStringLiteral("current_folder")).toByteArray(),
             QByteArray("/home/a b\0", 10));
   answerRequest(0, {{QStringLiteral("uris"), QStringList{QStringLiteral("file:///b%20c")}}});
-  ASSERT_TRUE(loopUntil([&] { return chosen_.has_value(); }));
+  ASSERT_TRUE(spinUntil([&] { return chosen_.has_value(); }));
   EXPECT_EQ(*chosen_, "/b c");
   EXPECT_EQ(openDialog(), nullptr);
 }
@@ -172,20 +172,20 @@ TEST_F(DesktopShellTest, ChoosesNothingWhenThePresenterCancels) {
   const FakeService& service =
       serve(portal, always({QVariant::fromValue(QDBusObjectPath("/request/1"))}));
   choose();
-  ASSERT_TRUE(loopUntil([&] { return service.calls("OpenFile").size() == 1; }));
+  ASSERT_TRUE(spinUntil([&] { return service.calls("OpenFile").size() == 1; }));
   answerRequest(1, {});
   // the next request's answer comes after that one's
   choose();
-  ASSERT_TRUE(loopUntil([&] { return service.calls("OpenFile").size() == 2; }));
+  ASSERT_TRUE(spinUntil([&] { return service.calls("OpenFile").size() == 2; }));
   answerRequest(0, {{QStringLiteral("uris"), QStringList{QStringLiteral("file:///second")}}});
-  ASSERT_TRUE(loopUntil([&] { return chosen_.has_value(); }));
+  ASSERT_TRUE(spinUntil([&] { return chosen_.has_value(); }));
   EXPECT_EQ(*chosen_, "/second");
   EXPECT_EQ(openDialog(), nullptr);
 }
 
 TEST_F(DesktopShellTest, ChoosesInTheToolkitsDialogWithoutAPortal) {
   choose();
-  ASSERT_TRUE(loopUntil([] { return openDialog() != nullptr; }));
+  ASSERT_TRUE(spinUntil([] { return openDialog() != nullptr; }));
   EXPECT_FALSE(openDialog()->isModal()) << "sharing goes on";
   EXPECT_EQ(openDialog()->labelText(QFileDialog::Accept), QStringLiteral("Use This Folder"));
   Q_EMIT openDialog()->fileSelected(QStringLiteral("/d"));
@@ -196,16 +196,16 @@ TEST_F(DesktopShellTest, ChoosesInTheToolkitsDialogWhenThePortalCannot) {
   const FakeService& service =
       serve(portal, always({QVariant::fromValue(QDBusObjectPath("/request/1"))}));
   choose();
-  ASSERT_TRUE(loopUntil([&] { return service.calls("OpenFile").size() == 1; }));
+  ASSERT_TRUE(spinUntil([&] { return service.calls("OpenFile").size() == 1; }));
   answerRequest(2, {});
-  EXPECT_TRUE(loopUntil([] { return openDialog() != nullptr; }));
+  EXPECT_TRUE(spinUntil([] { return openDialog() != nullptr; }));
 }
 
 TEST_F(DesktopShellTest, ChoosesInTheToolkitsDialogWhenThePortalIsSilent) {
   const FakeService& service = serve(portal, never());
   choose();
-  ASSERT_TRUE(loopUntil([&] { return service.calls("OpenFile").size() == 1; }));
-  EXPECT_TRUE(loopUntil([] { return openDialog() != nullptr; }));
+  ASSERT_TRUE(spinUntil([&] { return service.calls("OpenFile").size() == 1; }));
+  EXPECT_TRUE(spinUntil([] { return openDialog() != nullptr; }));
 }
 
 }  // namespace

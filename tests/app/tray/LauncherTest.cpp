@@ -1,7 +1,6 @@
 #include "app/tray/Launcher.h"
-
 #include "tests/app/tray/FakeProgram.h"
-#include "tests/app/tray/LoopUntil.h"
+#include "tests/app/tray/SpinUntil.h"
 
 #include <gtest/gtest.h>
 
@@ -9,20 +8,20 @@ namespace tarvinel {
 namespace {
 
 using test::FakeProgram;
-using test::loopUntil;
+using test::spinUntil;
 
 const QString address = QStringLiteral("http://192.0.2.1/help?a=b c");
 
 TEST(Launcher, OpensWithTheDesktopsOpener) {
   const FakeProgram opener("xdg-open", R"(printf '%s' "$1" > "$0.out")");
   EXPECT_TRUE(openByDefault(address));
-  EXPECT_TRUE(loopUntil([&] { return opener.output("xdg-open") == address.toStdString(); }));
+  EXPECT_TRUE(spinUntil([&] { return opener.output("xdg-open") == address.toStdString(); }));
 }
 
 TEST(Launcher, TakesTheNextWhenTheFirstIsNotThere) {
   const FakeProgram opener("gio", R"(printf '%s %s' "$1" "$2" > "$0.out")");
   EXPECT_TRUE(openByDefault(address));
-  EXPECT_TRUE(loopUntil([&] { return opener.output("gio") == "open " + address.toStdString(); }));
+  EXPECT_TRUE(spinUntil([&] { return opener.output("gio") == "open " + address.toStdString(); }));
 }
 
 TEST(Launcher, SaysWhenThereIsNothingToOpenWith) {

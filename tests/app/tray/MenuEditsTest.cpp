@@ -17,10 +17,10 @@ MenuItem button(const char* label, Action action) {
   return MenuItem::button(label, {action});
 }
 
-const MenuItem status = MenuItem::text("Not sharing");
-const MenuItem divider = MenuItem::divider();
-const MenuItem start = button("Start Sharing", Action::startSharing);
-const MenuItem quit = button("Quit Tarvinel", Action::quit);
+const MenuItem statusItem = MenuItem::text("Not sharing");
+const MenuItem dividerItem = MenuItem::divider();
+const MenuItem startItem = button("Start Sharing", Action::startSharing);
+const MenuItem quitItem = button("Quit Tarvinel", Action::quit);
 
 /// What a list becomes by the edits.
 std::vector<MenuItem> edited(std::vector<MenuItem> items, const std::vector<MenuEdit>& edits) {
@@ -39,39 +39,42 @@ std::size_t count(const std::vector<MenuEdit>& edits, Kind kind) {
 }
 
 TEST(MenuEdits, AreNoneForTheSameItems) {
-  EXPECT_THAT(menuEdits({status, divider, quit}, {status, divider, quit}), IsEmpty());
+  EXPECT_THAT(menuEdits({statusItem, dividerItem, quitItem}, {statusItem, dividerItem, quitItem}),
+              IsEmpty());
 }
 
 TEST(MenuEdits, ChangeALabelInItsPlace) {
   const MenuItem sharing = MenuItem::text("Sharing Display 1 · 3 viewers");
-  EXPECT_THAT(menuEdits({status, divider, quit}, {sharing, divider, quit}),
+  EXPECT_THAT(menuEdits({statusItem, dividerItem, quitItem}, {sharing, dividerItem, quitItem}),
               ElementsAre(MenuEdit{Kind::change, 0, sharing}));
 }
 
 TEST(MenuEdits, TurnTheStartButtonIntoTheStopButton) {
   const MenuItem stop = button("Stop Sharing", Action::stopSharing);
-  EXPECT_THAT(menuEdits({start, quit}, {stop, quit}), ElementsAre(MenuEdit{Kind::change, 0, stop}));
+  EXPECT_THAT(menuEdits({startItem, quitItem}, {stop, quitItem}),
+              ElementsAre(MenuEdit{Kind::change, 0, stop}));
 }
 
 TEST(MenuEdits, InsertOneLineAndLeaveTheRest) {
   const MenuItem line = MenuItem::text("Wi-Fi · 8 fps");
-  EXPECT_THAT(menuEdits({status, divider, start, divider, quit},
-                        {status, line, divider, start, divider, quit}),
+  EXPECT_THAT(menuEdits({statusItem, dividerItem, startItem, dividerItem, quitItem},
+                        {statusItem, line, dividerItem, startItem, dividerItem, quitItem}),
               ElementsAre(MenuEdit{Kind::insert, 1, line}));
 }
 
 TEST(MenuEdits, RemoveOneLineAndLeaveTheRest) {
   const MenuItem line = MenuItem::text("Wi-Fi · 8 fps");
-  EXPECT_THAT(menuEdits({status, line, divider, start}, {status, divider, start}),
-              ElementsAre(MenuEdit{Kind::remove, 1, {}}));
+  EXPECT_THAT(
+      menuEdits({statusItem, line, dividerItem, startItem}, {statusItem, dividerItem, startItem}),
+      ElementsAre(MenuEdit{Kind::remove, 1, {}}));
 }
 
 TEST(MenuEdits, KeepTheSubmenuBetweenTwoChanges) {
   const MenuItem error = MenuItem::text("Sharing stopped: gone");
-  const MenuItem source = MenuItem::submenu("Source", {start});
+  const MenuItem source = MenuItem::submenu("Source", {startItem});
   const MenuItem uploads = MenuItem::text("Uploads: 1 file");
-  const auto edits = menuEdits({status, error, divider, source, divider, quit},
-                               {status, divider, source, divider, uploads, quit});
+  const auto edits = menuEdits({statusItem, error, dividerItem, source, dividerItem, quitItem},
+                               {statusItem, dividerItem, source, dividerItem, uploads, quitItem});
   EXPECT_THAT(edits,
               ElementsAre(MenuEdit{Kind::remove, 1, {}}, MenuEdit{Kind::insert, 4, uploads}));
 }
@@ -88,12 +91,12 @@ TEST(MenuEdits, TellSourcesApartByWhatTheyShare) {
 }
 
 TEST(MenuEdits, LeadFromAnyListToAnyOther) {
-  const std::vector<MenuItem> all{status,
-                                  divider,
-                                  start,
-                                  MenuItem::submenu("Source", {quit}),
+  const std::vector<MenuItem> all{statusItem,
+                                  dividerItem,
+                                  startItem,
+                                  MenuItem::submenu("Source", {quitItem}),
                                   MenuItem::toggle("Uploads", {Action::toggleUploads}, true),
-                                  quit};
+                                  quitItem};
   for (unsigned before = 0; before < 64; ++before) {
     for (unsigned after = 0; after < 64; ++after) {
       std::vector<MenuItem> from;

@@ -1,7 +1,7 @@
 #include "app/tray/NotifierHosts.h"
 #include "tests/app/tray/FakeService.h"
-#include "tests/app/tray/LoopUntil.h"
 #include "tests/app/tray/PrivateBus.h"
+#include "tests/app/tray/SpinUntil.h"
 
 #include <QDBusVariant>
 #include <gtest/gtest.h>
@@ -12,8 +12,8 @@ namespace tarvinel {
 namespace {
 
 using test::FakeService;
-using test::loopUntil;
 using test::PrivateBus;
+using test::spinUntil;
 
 const QString watcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
 const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
@@ -42,13 +42,13 @@ class NotifierHostsTest : public testing::Test {
 TEST_F(NotifierHostsTest, AWatcherAloneIsNoTray) {
   startWatcher();
   const NotifierHosts hosts(bus_.connect(), [this] { ++changes_; });
-  EXPECT_TRUE(loopUntil([this] { return !watcher_->calls("Get").empty(); }));
+  EXPECT_TRUE(spinUntil([this] { return !watcher_->calls("Get").empty(); }));
   EXPECT_FALSE(hosts.isThere());
   setHost(true);
-  EXPECT_TRUE(loopUntil([&] { return hosts.isThere(); }));
+  EXPECT_TRUE(spinUntil([&] { return hosts.isThere(); }));
   EXPECT_EQ(changes_, 1);
   setHost(false);
-  EXPECT_TRUE(loopUntil([&] { return !hosts.isThere(); }));
+  EXPECT_TRUE(spinUntil([&] { return !hosts.isThere(); }));
   EXPECT_EQ(changes_, 2);
 }
 
@@ -56,11 +56,11 @@ TEST_F(NotifierHostsTest, ATrayMayComeLateGoAndReturn) {
   const NotifierHosts hosts(bus_.connect(), [this] { ++changes_; });
   hasHost_ = true;
   startWatcher();
-  EXPECT_TRUE(loopUntil([&] { return hosts.isThere(); }));
+  EXPECT_TRUE(spinUntil([&] { return hosts.isThere(); }));
   watcher_.reset();
-  EXPECT_TRUE(loopUntil([&] { return !hosts.isThere(); }));
+  EXPECT_TRUE(spinUntil([&] { return !hosts.isThere(); }));
   startWatcher();
-  EXPECT_TRUE(loopUntil([&] { return hosts.isThere(); }));
+  EXPECT_TRUE(spinUntil([&] { return hosts.isThere(); }));
   EXPECT_EQ(changes_, 3);
 }
 

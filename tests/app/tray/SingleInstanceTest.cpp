@@ -1,6 +1,6 @@
 #include "app/tray/SingleInstance.h"
-#include "tests/app/tray/LoopUntil.h"
 #include "tests/app/tray/PrivateBus.h"
+#include "tests/app/tray/SpinUntil.h"
 
 #include <gtest/gtest.h>
 
@@ -9,8 +9,8 @@
 namespace tarvinel {
 namespace {
 
-using test::loopUntil;
 using test::PrivateBus;
+using test::spinUntil;
 
 TEST(SingleInstance, TheSecondRunHasTheFirstOneShowItself) {
   PrivateBus bus;
@@ -20,7 +20,7 @@ TEST(SingleInstance, TheSecondRunHasTheFirstOneShowItself) {
   const SingleInstance second(bus.connect(), [] { FAIL(); });
   EXPECT_FALSE(second.isFirst());
   auto shown = std::async(std::launch::async, [&second] { return second.showFirst(); });
-  EXPECT_TRUE(loopUntil([&] { return launchedAgain == 1; }));
+  EXPECT_TRUE(spinUntil([&] { return launchedAgain == 1; }));
   EXPECT_TRUE(shown.get());
 }
 

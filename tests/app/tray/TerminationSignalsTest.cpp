@@ -13,7 +13,7 @@ class TerminationSignalsTest : public testing::TestWithParam<int> {};
 TEST_P(TerminationSignalsTest, AreCaughtOnce) {
   std::promise<void> caught;
   {
-    const TerminationSignals signals([&caught] { caught.set_value(); });
+    const TerminationSignals waiting([&caught] { caught.set_value(); });
     ASSERT_EQ(std::raise(GetParam()), 0);
     caught.get_future().wait();
     // a second one, while the program ends, changes nothing

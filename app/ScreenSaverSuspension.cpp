@@ -1,4 +1,4 @@
-#include "app/tray/ScreenSaverSuspension.h"
+#include "app/ScreenSaverSuspension.h"
 
 #include <xcb/screensaver.h>
 
