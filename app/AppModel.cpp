@@ -162,13 +162,9 @@ void AppModel::sourcesListed(Result<std::vector<CaptureSource>> sources) {
   update(permissionHint_, {});
   update(sources_, std::move(sources).value());
   if (selectedID_ && selectedSource() == nullptr) {
-    if (isSharing_) sharedSourceGone();
+    if (isSharing_) stopBecause(CaptureError(CaptureError::Case::unknownSource).what());
     update(selectedID_, {});
   }
-}
-
-void AppModel::sharedSourceGone() {
-  stopBecause(CaptureError(CaptureError::Case::unknownSource).what());
 }
 
 void AppModel::share(const std::string& sourceID, std::function<void()> unlisted) {
@@ -227,9 +223,10 @@ void AppModel::sharingStarted(std::uint64_t share, const CaptureSource& source,
 
 void AppModel::stopSharing(std::function<void()> done) {
   endShare();
-  captureEngine_.stop(
-      onMain<Result<void>>([done = std::move(done)](AppModel& self, const Result<void>&) {
-        if (!self.isSharing_) self.hidePicture();
+  captureEngine_.stop(onMain<Result<void>>(
+      [done = std::move(done), ended = currentShare_](AppModel& self, const Result<void>&) {
+        // a share begun meanwhile has its own picture, which the card must not follow
+        if (ended == self.currentShare_) self.hidePicture();
         done();
       }));
 }

@@ -174,7 +174,6 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   void sharingStarted(std::uint64_t share, const CaptureSource& source,
                       const Result<void>& outcome);
   void captureDidStop(const Result<void>& why);
-  void sharedSourceGone();
   void stopBecause(const std::string& reason);
   void endShare();
   void setSharing(bool sharing);

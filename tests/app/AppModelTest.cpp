@@ -394,6 +394,22 @@ TEST_F(EndedShareTest, WhoJoinsThenIsShownNothing) {
   EXPECT_EQ(after.read(firstFrame.size()), firstFrame);
 }
 
+TEST_F(EndedShareTest, AShareBegunAtOnceIsNotFollowedByTheCardOfTheOneBefore) {
+  shareWhite();
+  onScreen([&] { screen.holdStarts = true; });
+  bool stopped = false;
+  model->stopSharing([&stopped] { stopped = true; });
+  model->startSharing();
+  ASSERT_TRUE(mainQueue.runUntil([&stopped] { return stopped; }));
+  onScreen([&] { screen.streams.back()->pendingStart({}); });
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->isSharing(); }));
+  deliver(std::make_shared<MemoryPixelBuffer>(64, 64));
+  DecodedJPEG::Pixel corner = white;
+  while (corner == white)
+    corner = DecodedJPEG::decode(bytesOf(watching->readPart())).at(5, 5);
+  EXPECT_LE(corner[0], 2);  // black, but for JPEG's rounding; the card is 0x11
+}
+
 TEST_F(EndedShareTest, WithoutAPictureThereIsNoCard) {
   launchAndWait();
   startSharing();
