@@ -13,12 +13,12 @@ auto PortalCaptureStream::whileRunning(Step step) {
   };
 }
 
-PortalCaptureStream::PortalCaptureStream(SerialQueue& queue, PortalSourceType type,
+PortalCaptureStream::PortalCaptureStream(SerialQueue& queue, const Wish& wish,
                                          const StreamConfiguration& configuration,
                                          std::shared_ptr<RestoreTokens> tokens,
                                          StreamHandlers handlers)
     : queue_(queue),
-      type_(type),
+      wish_(wish),
       configuration_(configuration),
       tokens_(std::move(tokens)),
       handlers_(std::move(handlers)) {}
@@ -40,9 +40,13 @@ void PortalCaptureStream::stop(Completion<void> completion) {
 }
 
 void PortalCaptureStream::open() {
-  const auto opened = resultOf([this] {
+  PortalSession::Wish wish{wish_.type, configuration_.showsCursor, std::nullopt};
+  if (wish_.entry == PortalEntry::usual) {
+    wish.restoreToken = tokens_->token(RestoreTokens::key(wish_.type));
+  }
+  const auto opened = resultOf([&] {
     session_ = std::make_unique<PortalSession>(
-        queue_, PortalSession::Wish{type_, configuration_.showsCursor, tokens_->token(tokenKey())},
+        queue_, std::move(wish),
         PortalSession::Handlers{
             [weak = weak_from_this()](const PortalGrant& grant, UniqueFd mediaServer) {
               const auto self = weak.lock();
@@ -55,7 +59,7 @@ void PortalCaptureStream::open() {
 }
 
 void PortalCaptureStream::granted(const PortalGrant& grant, UniqueFd mediaServer) {
-  tokens_->remember(tokenKey(), grant.restoreToken);
+  tokens_->remember(RestoreTokens::key(wish_.type), grant.restoreToken);
   points_ = grant.points;
   stream_ = std::make_shared<PipeWireStream>(
       queue_, PipeWireStream::Wish{configuration_.framesPerSecond, grant.cursorIsApart},
@@ -105,10 +109,6 @@ void PortalCaptureStream::close() {
   undelivered_.reset();
   stream_.reset();
   if (session_) queue_.post([session = std::shared_ptr(std::move(session_))] {});
-}
-
-const char* PortalCaptureStream::tokenKey() const {
-  return type_ == PortalSourceType::display ? RestoreTokens::displayKey : RestoreTokens::windowKey;
 }
 
 }  // namespace tarvinel

@@ -19,7 +19,12 @@ namespace tarvinel {
 class PortalCaptureStream final : public CaptureStream,
                                   public std::enable_shared_from_this<PortalCaptureStream> {
  public:
-  PortalCaptureStream(SerialQueue& queue, PortalSourceType type,
+  struct Wish {
+    PortalSourceType type = PortalSourceType::display;
+    PortalEntry entry = PortalEntry::usual;
+  };
+
+  PortalCaptureStream(SerialQueue& queue, const Wish& wish,
                       const StreamConfiguration& configuration,
                       std::shared_ptr<RestoreTokens> tokens, StreamHandlers handlers);
 
@@ -38,10 +43,9 @@ class PortalCaptureStream final : public CaptureStream,
   void deliver();
   void end(std::exception_ptr why);
   void close();
-  const char* tokenKey() const;
 
   SerialQueue& queue_;
-  const PortalSourceType type_;
+  const Wish wish_;
   const StreamConfiguration configuration_;
   const std::shared_ptr<RestoreTokens> tokens_;
   const StreamHandlers handlers_;
