@@ -101,12 +101,12 @@ class WaylandSession:
         self._wait_for_name("org.freedesktop.portal.Desktop")
         return portal
 
-    def program(self, *arguments, name="tarvinel", headless=True):
-        """The program in this session, on a free port."""
+    def program(self, *arguments, name="tarvinel", headless=True, prefix=(), connect=http.connect):
+        """The program in this session, on a free port; `prefix` and `connect` as in Program."""
         profile = self.folder / "without-name"
         program = Program(self.folder, *(["--headless", "--port", "0"] if headless else []),
-                          "--profile", profile, *arguments, prefix=self._as_user(), name=name,
-                          variables=self.env)
+                          "--profile", profile, *arguments, prefix=[*prefix, *self._as_user()],
+                          name=name, variables=self.env, connect=connect)
         self._programs.append(program)
         self._started.callback(program.stop)
         return program.wait_until_listening() if headless else program

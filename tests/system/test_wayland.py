@@ -211,6 +211,18 @@ def test_the_media_server_dies_while_sharing(session, sharing):
     expect_end(sharing, r"the desktop's media server \(PipeWire\) ended")
 
 
+def test_the_media_server_comes_back(session, sharing):
+    session.pipewire.kill()
+    expect_end(sharing, r"the desktop's media server \(PipeWire\) ended")
+    session.session_manager.stop()
+    session.back_end.stop()
+    session.pipewire = session.start_pipewire()
+    session.back_end = session.start_back_end()
+    sharing.share(SCREEN)
+    with Viewer(sharing.address) as viewer:
+        sees(session, viewer, GREEN)
+
+
 def test_the_bus_dies_while_sharing(session, sharing):
     session.bus.kill()
     expect_end(sharing, "there is no session bus|the desktop")
