@@ -263,6 +263,8 @@ void AppModel::tick() {
   update(measuredMbps_, trafficMeter_.measure(broadcaster_.bytesSent()));
   update(viewerCount_, static_cast<std::int64_t>(broadcaster_.viewerCount()));
   if (isSharing_) retuneMotionRate();
+  // a desktop may have no picture to give before something changes, not even a first one
+  if (isSharing_ && !captureEngine_.hasSentFrame()) hidePicture();
   refreshUploadStatus();
   if (!isSharing_ && tickCount_ % ticksBetweenSourceLists == 0) refreshSources();
   if (serverURL_ && tickCount_ % ticksBetweenAddresses == 0) refreshAddress();
