@@ -33,6 +33,7 @@ FramePipeline::FramePipeline(FramePump& pump, Logger logger, CaptureTools tools)
 void FramePipeline::begin(const FrameSettings& settings) {
   settings_ = settings;
   pacer_ = pacerAt(settings.motionFPS);
+  hasSentFrame_ = false;
   forget();
 }
 
@@ -44,6 +45,9 @@ void FramePipeline::forget() {
 void FramePipeline::frame(const CapturedFrame& frame) {
   const FrameFacts facts(frame);
   if (!facts.usable) return;
+  if (frame.sourceSize) {
+    settings_.configured = configuredSize(*frame.sourceSize, settings_.pixelsPerPoint);
+  }
   if (!facts.idle) {
     lastBuffer_ = frame.buffer;
     lastCrop_ = facts.crop;
@@ -62,6 +66,7 @@ void FramePipeline::act(FramePacer::Action action) {
   if (!frame) return;
   if (!crisp) average_.add(frame->size());
   pump_.offer(frame);
+  hasSentFrame_ = true;
 }
 
 // Null when it failed; the next frame tries again.
