@@ -3,6 +3,8 @@
 # by a script that runs in mount and process namespaces of its own.
 
 readonly suite=bookworm
+tree=$(git -C "$(dirname "${BASH_SOURCE[0]}")" rev-parse --show-toplevel)
+readonly tree kept=$tree/build/clean
 
 # in_own_namespaces COMMAND...: whatever it mounts or starts goes with it
 in_own_namespaces() { unshare --mount --propagation private --pid --fork --kill-child "$@"; }
@@ -23,6 +25,26 @@ bootstrap() {
   cp /etc/resolv.conf /etc/hosts "$at/etc/"
   copy_package_sources "$at"
   start_no_services "$at"
+}
+
+# layer_over_base FOLDER: a base system at FOLDER/root whose changes go with the folder. The base and what
+# was downloaded are kept in $kept.
+layer_over_base() {
+  local at=$1/root
+  [[ -d $kept/$suite ]] || step "a bare $suite" keep_base
+  mkdir -p "$1"/{upper,work,root} "$kept/archives/partial"
+  mount -t overlay overlay -o "lowerdir=$kept/$suite,upperdir=$1/upper,workdir=$1/work" "$at"
+  mount_kernel_folders "$at"
+  mount --bind "$kept/archives" "$at/var/cache/apt/archives"
+  rm -f "$at/etc/apt/apt.conf.d/docker-clean"
+  echo force-unsafe-io > "$at/etc/dpkg/dpkg.cfg.d/no-disk-to-wait-for"
+  mkdir "$at/packages"
+  cp "$tree/build/packages"/*.deb "$at/packages/"
+}
+
+keep_base() {
+  bootstrap "$kept/$suite.new"
+  mv "$kept/$suite.new" "$kept/$suite"
 }
 
 # A package that is installed would start its daemon in this machine's own network.
