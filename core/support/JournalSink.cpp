@@ -9,6 +9,7 @@
 #include <syslog.h>
 #include <systemd/sd-journal.h>
 
+#include <algorithm>
 #include <string_view>
 
 namespace tarvinel {
@@ -51,9 +52,10 @@ std::vector<std::string> JournalSink::fieldsOf(const spdlog::details::log_msg& m
 
 void JournalSink::sink_it_(const spdlog::details::log_msg& message) {
   auto fields = fieldsOf(message);
-  std::vector<iovec> parts;
-  for (std::string& field : fields)
-    parts.push_back({field.data(), field.size()});
+  std::vector<iovec> parts(fields.size());
+  std::transform(fields.begin(), fields.end(), parts.begin(), [](std::string& field) {
+    return iovec{field.data(), field.size()};
+  });
   sd_journal_sendv(parts.data(), static_cast<int>(parts.size()));
 }
 
