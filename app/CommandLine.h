@@ -21,6 +21,7 @@ struct CommandLineOptions {
   std::optional<std::string> profile;       ///< the built-in profile's folder, likewise
   std::string sysfs = "/sys";               ///< where that is mounted; not shown in the help
   bool listSources = false;
+  std::optional<bool> autostart;  ///< start at login from now on, or no longer, then exit
   bool verbose = false;
 };
 

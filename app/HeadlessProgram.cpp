@@ -5,6 +5,7 @@
 #include "app/Console.h"
 #include "app/LineReader.h"
 #include "app/ProgramParts.h"
+#include "app/ServiceNotice.h"
 #include "app/TerminalDesktop.h"
 #include "app/TerminalLoop.h"
 #include "app/capture/CaptureEngine.h"
@@ -33,7 +34,11 @@ int runHeadless(const CommandLineOptions& options) {
   const auto console = std::make_shared<Console>(
       *model, std::cout, [&loop](int status) { loop.quit(status); },
       isatty(STDOUT_FILENO) == 1 ? QRColours::terminal : QRColours::none);
-  model->setOnChange([&console] { console->refresh(); });
+  ServiceNotice notice(*model);
+  model->setOnChange([&console, &notice] {
+    console->refresh();
+    notice.refresh();
+  });
   console->refresh();
   if (options.share) console->share(*options.share);
   const LineReader commands(STDIN_FILENO, [&](std::string line) {
