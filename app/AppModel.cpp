@@ -65,6 +65,7 @@ AppModel::AppModel(TarvinelConfig config, Platform platform, const UploadLaunch&
 AppModel::~AppModel() = default;
 
 void AppModel::begin() {
+  if (platform_.restoreTokens) keepRestoreTokens();
   captureEngine_.setOnStop(onMain<Result<void>>(
       [](AppModel& self, const Result<void>& end) { self.captureDidStop(end); }));
   linkMonitor_.emplace(platform_.networkPath, onMain<bool>([](AppModel& self, bool isWired) {
@@ -77,6 +78,17 @@ void AppModel::begin() {
     if (const auto self = weak.lock()) self->tick();
   });
   startUpdater();
+}
+
+void AppModel::keepRestoreTokens() {
+  using Token = std::pair<std::string, std::string>;
+  const auto save = onMain<Token>([](AppModel& self, const Token& token) {
+    self.userDefaults_.set(token.first, token.second);
+  });
+  platform_.restoreTokens->begin([this](const std::string& key) { return userDefaults_.text(key); },
+                                 [save](const std::string& key, const std::string& token) {
+                                   save({key, token});
+                                 });
 }
 
 void AppModel::startUpdater() {
@@ -137,7 +149,7 @@ void AppModel::sourcesListed(Result<std::vector<CaptureSource>> sources) {
   }
   update(permissionHint_, {});
   update(sources_, std::move(sources).value());
-  if (selectedID_ && selectedSource() == nullptr) {
+  if (selectedID_ && source(selectedID_) == nullptr) {
     if (isSharing_) stopBecause(CaptureError(CaptureError::Case::unknownSource).what());
     update(selectedID_, {});
   }
@@ -164,14 +176,14 @@ void AppModel::select(const std::string& sourceID) {
   if (isSharing_) startSharing();
 }
 
-const CaptureSource* AppModel::selectedSource() const {
-  const auto found = std::ranges::find_if(
-      sources_, [this](const CaptureSource& source) { return source.id == selectedID_; });
+const CaptureSource* AppModel::source(const std::optional<std::string>& id) const {
+  const auto found =
+      std::ranges::find_if(sources_, [&](const CaptureSource& source) { return source.id == id; });
   return found == sources_.end() ? nullptr : &*found;
 }
 
 void AppModel::startSharing() {
-  const CaptureSource* selected = selectedSource();
+  const CaptureSource* selected = source(selectedID_);
   if (selected == nullptr) return;
   const std::uint64_t share = ++currentShare_;
   update(captureError_, {});
@@ -188,10 +200,13 @@ void AppModel::sharingStarted(std::uint64_t share, const CaptureSource& source,
   if (outcome.ok()) {
     setMotionRate(initialMotionFPS);  // what the engine begins with
     sharingFlag_->startSharing(source.title);
+    sharedID_ = source.id;
     setSharing(true);
-  } else {
+  } else if (!isRefusal(outcome.error())) {
     update(captureError_, std::optional(describe(outcome.error())));
     stopSharing();
+  } else if (isSharing_) {
+    update(selectedID_, std::optional(sharedID_));
   }
 }
 
@@ -280,9 +295,9 @@ void AppModel::refreshAddress() {
 }
 
 std::string AppModel::statusLine() const {
-  const CaptureSource* source = selectedSource();
-  if (!isSharing_ || source == nullptr) return "Not sharing";
-  return fmt::format("Sharing {} · {}", source->title, countOfViewers(viewerCount_));
+  const CaptureSource* shared = source(sharedID_);
+  if (!isSharing_ || shared == nullptr) return "Not sharing";
+  return fmt::format("Sharing {} · {}", shared->title, countOfViewers(viewerCount_));
 }
 
 std::optional<std::string> AppModel::streamLine() const {

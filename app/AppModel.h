@@ -7,6 +7,7 @@
 #include "app/UserDefaults.h"
 #include "app/capture/CaptureEngine.h"
 #include "app/capture/CaptureSource.h"
+#include "app/capture/portal/RestoreTokens.h"
 #include "app/updates/UpdaterModel.h"
 #include "core/config/TarvinelConfig.h"
 #include "core/frames/FrameBroadcaster.h"
@@ -50,6 +51,8 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     Log log;
     CaptureEngine::ServiceFactory captureService;
     std::filesystem::path userDefaultsFile;
+    /// Kept in the user defaults; none where no desktop gives any.
+    std::shared_ptr<RestoreTokens> restoreTokens = {};
     std::filesystem::path sysfs = "/sys";  ///< where that is mounted
     NetworkPath::Factory networkPath = kernelNetworkPath(sysfs);
     std::function<std::optional<std::string>()> preferredHost = [root = sysfs] {
@@ -123,7 +126,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   void refreshSources(std::function<void()> done = [] {});
 
   /// Chooses what `startSharing` shares; an identifier that is not listed is ignored. A share that
-  /// is on goes over to the source.
+  /// is on goes over to the source, unless the presenter refuses that in the desktop's dialog.
   void select(const std::string& sourceID);
 
   /// Reads the list of things to share again and shares one of them; calls `unlisted` when it is
@@ -162,6 +165,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   AppModel(TarvinelConfig config, Platform platform, const UploadLaunch& uploads);
 
   void begin();
+  void keepRestoreTokens();
   void linkChanged(bool isWired);
   void startServer();
   void serverStarted(const Result<std::uint16_t>& port);
@@ -194,7 +198,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   void setMotionRate(std::int64_t rate);
   void refreshAddress();
 
-  const CaptureSource* selectedSource() const;
+  const CaptureSource* source(const std::optional<std::string>& id) const;
 
   template <class T>
   void update(T& field, T value) {
@@ -236,6 +240,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
 
   std::vector<CaptureSource> sources_;
   std::optional<std::string> selectedID_;
+  std::string sharedID_;  // while sharing
   bool isSharing_ = false;
   std::int64_t viewerCount_ = 0;
   std::optional<std::string> serverURL_;
