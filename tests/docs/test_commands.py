@@ -11,7 +11,7 @@ from harness.waiting import eventually
 ELSEWHERE = {
     "./run": "tests/clean/clean-machine",
     "./test": "tests/clean/clean-machine",
-    "tools/package\nsudo apt install ./build/packages/tarvinel_*.deb": "tests/clean/package-machine",
+    "tools/package\nsudo apt install ./build/packages/tarvinel_*.deb": "tests/clean/package",
     **{block.command: "tests/docs/test_larger_audiences.py"
        for block in Document(TREE / "docs/larger-audiences.md").blocks("sh")},
 }

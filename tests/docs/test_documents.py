@@ -1,5 +1,7 @@
 """What the documents say of themselves and of the program is so."""
+import errno
 import json
+import os
 import re
 import shutil
 import subprocess
@@ -15,6 +17,9 @@ OPTION = re.compile(r"(?<![\w-])--[a-z][a-z-]*")
 SCHEMA = TREE / "docs/config.schema.json"
 REFERENCE = TREE / "docs/configuration.md"
 WRITER = TREE / "tools/write-configuration-reference"
+# What desktops and the system say, and what is no text of anybody's
+OTHERS = {"AppIndicator and KStatusNotifierItem Support", "client isolation", "Xorg",
+          os.strerror(errno.EACCES), os.strerror(errno.EADDRINUSE)}
 IMAGES = TREE / "docs/images"
 LARGEST_IMAGE = 200_000
 
@@ -81,6 +86,26 @@ def test_every_way_to_capture_is_in_the_guide():
                                    for block in document.blocks("json")], ids=str)
 def test_configurations_are_right(block):
     jsonschema.validate(json.loads(block.text), json.loads(SCHEMA.read_text()))
+
+
+def texts_of_the_program():
+    """All its sources, with the pieces of each long text put together."""
+    sources = [path.read_text() for folder in ("app", "core") for path in (TREE / folder).rglob("*")
+               if path.suffix in (".cpp", ".h", ".html", ".js")]
+    return re.sub(r'"\s*"', "", "\n".join(sources)).replace('\\"', '"')
+
+
+@each([document for document in user_documents()
+       if document.name in ("docs/presenter.md", "docs/troubleshooting.md")])
+def test_quoted_texts_are_those_of_the_program(document):
+    """Numbers stand for what the program fills in, an ellipsis for anything."""
+    texts = texts_of_the_program()
+    quoted = {" ".join(text.split())
+              for text in re.findall(r'"([^"]+)"', CODE.sub("", document.prose()))}
+    assert quoted
+    for text in quoted - OTHERS:
+        for piece in re.sub(r"\d+", "{}", text).split("…"):
+            assert piece.strip() in texts, text
 
 
 def written_reference(tmp_path, change=lambda schema: None):
