@@ -1,5 +1,6 @@
 #include "app/CommandLine.h"
 #include "app/HeadlessProgram.h"
+#include "app/doctor/DoctorProgram.h"
 #ifdef TARVINEL_TRAY
 #include "app/tray/TarvinelApp.h"
 #endif
@@ -22,6 +23,7 @@ int runOnDesktop(const tarvinel::CommandLineOptions& options) {
 }
 
 int run(const tarvinel::CommandLineOptions& options) {
+  if (options.doctor) return tarvinel::runDoctor(options);
   if (options.listSources) return tarvinel::listSources(options);
   return options.headless ? tarvinel::runHeadless(options) : runOnDesktop(options);
 }
