@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <system_error>
 #include <utility>
 
 namespace tarvinel {
@@ -33,6 +34,17 @@ std::string_view linkName(bool isWired) {
 
 std::string waitingText(const std::optional<BrandConfig>& brand) {
   return brand && brand->waiting ? *brand->waiting : std::string(ViewerPage::defaultWaiting);
+}
+
+// The presenter changed their mind in the desktop's dialog: they know, and nothing is wrong.
+bool isRefusal(const std::exception_ptr& error) {
+  try {
+    std::rethrow_exception(error);
+  } catch (const std::system_error& failure) {
+    return failure.code() == std::errc::operation_canceled;
+  } catch (...) {
+    return false;
+  }
 }
 
 }  // namespace
@@ -65,6 +77,7 @@ AppModel::AppModel(TarvinelConfig config, Platform platform, const UploadLaunch&
 AppModel::~AppModel() = default;
 
 void AppModel::begin() {
+  if (platform_.restoreTokens) keepRestoreTokens();
   captureEngine_.setOnStop(onMain<Result<void>>(
       [](AppModel& self, const Result<void>& end) { self.captureDidStop(end); }));
   linkMonitor_.emplace(platform_.networkPath, onMain<bool>([](AppModel& self, bool isWired) {
@@ -77,6 +90,17 @@ void AppModel::begin() {
     if (const auto self = weak.lock()) self->tick();
   });
   startUpdater();
+}
+
+void AppModel::keepRestoreTokens() {
+  using Token = std::pair<std::string, std::string>;
+  const auto save = onMain<Token>([](AppModel& self, const Token& token) {
+    self.userDefaults_.set(token.first, token.second);
+  });
+  platform_.restoreTokens->begin([this](const std::string& key) { return userDefaults_.text(key); },
+                                 [save](const std::string& key, const std::string& token) {
+                                   save({key, token});
+                                 });
 }
 
 void AppModel::startUpdater() {
@@ -190,7 +214,9 @@ void AppModel::sharingStarted(std::uint64_t share, const CaptureSource& source,
     sharingFlag_->startSharing(source.title);
     setSharing(true);
   } else {
-    update(captureError_, std::optional(describe(outcome.error())));
+    if (!isRefusal(outcome.error())) {
+      update(captureError_, std::optional(describe(outcome.error())));
+    }
     stopSharing();
   }
 }

@@ -7,6 +7,7 @@
 #include "app/UserDefaults.h"
 #include "app/capture/CaptureEngine.h"
 #include "app/capture/CaptureSource.h"
+#include "app/capture/portal/RestoreTokens.h"
 #include "app/updates/UpdaterModel.h"
 #include "core/config/TarvinelConfig.h"
 #include "core/frames/FrameBroadcaster.h"
@@ -50,6 +51,8 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     Log log;
     CaptureEngine::ServiceFactory captureService;
     std::filesystem::path userDefaultsFile;
+    /// Kept in the user defaults; none where no desktop gives any.
+    std::shared_ptr<RestoreTokens> restoreTokens = {};
     std::filesystem::path sysfs = "/sys";  ///< where that is mounted
     NetworkPath::Factory networkPath = kernelNetworkPath(sysfs);
     std::function<std::optional<std::string>()> preferredHost = [root = sysfs] {
@@ -162,6 +165,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   AppModel(TarvinelConfig config, Platform platform, const UploadLaunch& uploads);
 
   void begin();
+  void keepRestoreTokens();
   void linkChanged(bool isWired);
   void startServer();
   void serverStarted(const Result<std::uint16_t>& port);

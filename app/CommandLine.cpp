@@ -21,6 +21,7 @@ CommandLineExit exitFor(const CLI::App& app, const CLI::ParseError& error) {
 
 CaptureRoad roadNamed(const std::string& capture) {
   static const std::map<std::string, CaptureRoad> roads{{"x11", CaptureRoad::x11},
+                                                        {"portal", CaptureRoad::portal},
                                                         {"pattern", CaptureRoad::pattern}};
   const auto found = roads.find(capture);
   return found == roads.end() ? CaptureRoad::automatic : found->second;
@@ -35,7 +36,7 @@ std::variant<CommandLineOptions, CommandLineExit> parseCommandLine(int argc,
   std::string capture = "auto";
   app.add_flag("--headless", options.headless,
                "run in a terminal: status lines on standard output, commands on standard input");
-  app.add_option("--capture", capture, "how to capture the screen: auto, x11 or pattern")
+  app.add_option("--capture", capture, "how to capture the screen: auto, x11, portal or pattern")
       ->check(CLI::IsMember({"auto", "x11", "pattern", "portal"}).description(""));
   app.add_option("--share", options.share, "start sharing this source at once")->type_name("ID");
   app.add_option("--port", options.port, "port of the web server; 0 takes any free one")
@@ -63,9 +64,6 @@ std::variant<CommandLineOptions, CommandLineExit> parseCommandLine(int argc,
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return exitFor(app, error);
-  }
-  if (capture == "portal") {
-    return CommandLineExit{exitWrongCommandLine, "tarvinel: --capture portal is not there yet\n"};
   }
   options.capture = roadNamed(capture);
   return options;

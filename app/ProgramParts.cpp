@@ -12,9 +12,12 @@ namespace tarvinel {
 ChosenCapture chooseCapture(const CommandLineOptions& options) {
   const CaptureEnvironment environment = CaptureEnvironment::current();
   const CaptureDecision decision = decideCaptureRoad(options.capture, environment, xServerAnswers);
-  return {decision, [road = decision.road, environment](SerialQueue& queue) {
-            return makeCaptureService(road, environment, queue);
-          }};
+  const auto tokens = std::make_shared<RestoreTokens>();
+  return {decision,
+          [road = decision.road, environment, tokens](SerialQueue& queue) {
+            return makeCaptureService(road, environment, tokens, queue);
+          },
+          tokens};
 }
 
 Log logFor(const CommandLineOptions& options) {
@@ -28,6 +31,7 @@ AppModel::Platform platformFor(const CommandLineOptions& options, const ChosenCa
           .log = log,
           .captureService = capture.makeService,
           .userDefaultsFile = UserDefaults::defaultFile(),
+          .restoreTokens = capture.restoreTokens,
           .sysfs = options.sysfs,
           .listenerForPort80 = [helper = PortHelper::ofThisProgram()](std::error_code refusal) {
             return helper.listen(refusal);

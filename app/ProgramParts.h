@@ -11,6 +11,7 @@ namespace tarvinel {
 struct ChosenCapture {
   CaptureDecision decision;
   CaptureEngine::ServiceFactory makeService;
+  std::shared_ptr<RestoreTokens> restoreTokens;  ///< for what makes the service
 };
 
 /// Chooses by the command line and by what the session offers. Blocks while an X server is asked.

@@ -41,7 +41,8 @@ FrameSettings settingsOf(const TarvinelConfig& config, const StreamConfiguration
           config.motionQuality,
           1 / config.scale,
           config.motionFps.value_or(FrameSettings::defaultMotionFPS),
-          {configuration.width, configuration.height}};
+          {configuration.width, configuration.height},
+          config.scale};
 }
 
 }  // namespace

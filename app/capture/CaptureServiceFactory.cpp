@@ -1,6 +1,7 @@
 #include "app/capture/CaptureServiceFactory.h"
 
 #include "app/capture/pattern/PatternCaptureService.h"
+#include "app/capture/portal/PortalCaptureService.h"
 #include "app/capture/x11/X11CaptureService.h"
 #include "app/capture/x11/X11Connection.h"
 #include "app/capture/x11/X11Error.h"
@@ -29,13 +30,14 @@ CaptureEnvironment CaptureEnvironment::current() {
 CaptureDecision decideCaptureRoad(CaptureRoad wanted, const CaptureEnvironment& environment,
                                   const std::function<bool(const std::string&)>& answers) {
   if (wanted == CaptureRoad::x11) return {wanted, "Capturing the X11 screen, as asked for."};
+  if (wanted == CaptureRoad::portal) {
+    return {wanted, "Capturing what the desktop's own dialog offers, as asked for."};
+  }
   if (wanted == CaptureRoad::pattern)
     return {wanted, "Showing the built-in picture, as asked for."};
   // a Wayland session's X server knows nothing of what other programs show
   if (isWayland(environment)) {
-    return {CaptureRoad::pattern,
-            "Showing the built-in picture: this is a Wayland session, whose screen cannot be "
-            "captured yet."};
+    return {CaptureRoad::portal, "Capturing what this Wayland desktop's own dialog offers."};
   }
   if (environment.display.empty()) {
     return {CaptureRoad::pattern, "Showing the built-in picture: there is no screen here."};
@@ -56,12 +58,13 @@ bool xServerAnswers(const std::string& display) {
   }
 }
 
-std::unique_ptr<ScreenCaptureService> makeCaptureService(CaptureRoad road,
-                                                         const CaptureEnvironment& environment,
-                                                         SerialQueue& queue) {
+std::unique_ptr<ScreenCaptureService> makeCaptureService(
+    CaptureRoad road, const CaptureEnvironment& environment,
+    const std::shared_ptr<RestoreTokens>& tokens, SerialQueue& queue) {
   if (road == CaptureRoad::x11) {
     return std::make_unique<X11CaptureService>(queue, environment.display);
   }
+  if (road == CaptureRoad::portal) return std::make_unique<PortalCaptureService>(queue, tokens);
   return std::make_unique<PatternCaptureService>(queue);
 }
 

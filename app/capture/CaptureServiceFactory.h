@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/capture/ScreenCaptureService.h"
+#include "app/capture/portal/RestoreTokens.h"
 #include "core/support/SerialQueue.h"
 
 #include <cstdint>
@@ -11,7 +12,7 @@
 namespace tarvinel {
 
 /// By which road pictures of the screen come.
-enum class CaptureRoad : std::uint8_t { automatic, x11, pattern };
+enum class CaptureRoad : std::uint8_t { automatic, x11, portal, pattern };
 
 /// What the environment says of the session; a variable that is not set is empty.
 struct CaptureEnvironment {
@@ -37,9 +38,10 @@ CaptureDecision decideCaptureRoad(CaptureRoad wanted, const CaptureEnvironment& 
 /// True when an X server answers under the name such as ":0".
 bool xServerAnswers(const std::string& display);
 
-/// Makes the service of a decided road on the capture queue, which must outlive it.
-std::unique_ptr<ScreenCaptureService> makeCaptureService(CaptureRoad road,
-                                                         const CaptureEnvironment& environment,
-                                                         SerialQueue& queue);
+/// Makes the service of a decided road on the capture queue, which must outlive it. `tokens` are
+/// for the desktop's portal.
+std::unique_ptr<ScreenCaptureService> makeCaptureService(
+    CaptureRoad road, const CaptureEnvironment& environment,
+    const std::shared_ptr<RestoreTokens>& tokens, SerialQueue& queue);
 
 }  // namespace tarvinel

@@ -44,6 +44,9 @@ void FramePipeline::forget() {
 void FramePipeline::frame(const CapturedFrame& frame) {
   const FrameFacts facts(frame);
   if (!facts.usable) return;
+  if (frame.sourceSize) {
+    settings_.configured = configuredSize(*frame.sourceSize, settings_.pixelsPerPoint);
+  }
   if (!facts.idle) {
     lastBuffer_ = frame.buffer;
     lastCrop_ = facts.crop;

@@ -24,6 +24,7 @@ struct FrameSettings {
   double motionScale = 0.5;                   ///< of the configured size; one pixel per point
   std::int64_t motionFPS = defaultMotionFPS;  ///< frames per second to begin with
   PixelSize configured;                       ///< what crisp frames are fitted into
+  double pixelsPerPoint = 2;  ///< of the configured size, should a frame tell the source's
 };
 
 /// The road of a frame from the capture to the pump: decides, encodes, hands over. Lives on the

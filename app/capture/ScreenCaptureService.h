@@ -24,6 +24,7 @@ struct CapturedFrame {
   std::optional<Rect> contentRect;              ///< points; where in the buffer the content is
   std::optional<double> scaleFactor;            ///< absent counts as 1
   std::optional<std::vector<Rect>> dirtyRects;  ///< points; absent: nothing is known of the change
+  std::optional<Size> sourceSize;  ///< points; of a source whose size the listing could not tell
 };
 
 /// Which part of the screen a stream shows: one display, one window, or one application's windows

@@ -32,11 +32,22 @@ struct ShareableWindow {
   Rect frame;                                       ///< global screen points
 };
 
+/// Something to share that is settled only in a dialog of the desktop when it is shared.
+struct ShareableChoice {
+  enum class Kind : std::uint8_t { display, window };
+
+  Kind kind = Kind::display;
+  std::uint32_t number = 0;  ///< as of a display or window
+  std::string title;
+  Size size;  ///< points; assumed until a frame tells
+};
+
 /// What can be shared now, in the service's order.
 struct ShareableContent {
   std::vector<ShareableDisplay> displays;
   std::vector<ShareableWindow> windows;
   std::vector<ShareableApplication> applications;
+  std::vector<ShareableChoice> choices;
 };
 
 }  // namespace tarvinel

@@ -30,17 +30,17 @@ WindowCandidate candidateOf(const ShareableWindow& window) {
   return candidate;
 }
 
-ContentFilter displayFilter(const DisplayCandidate& display) {
+ContentFilter displayFilter(std::uint32_t displayID) {
   ContentFilter filter;
   filter.kind = ContentFilter::Kind::display;
-  filter.displayID = display.displayID;
+  filter.displayID = displayID;
   return filter;
 }
 
-ContentFilter windowFilter(const WindowCandidate& window) {
+ContentFilter windowFilter(std::uint32_t windowID) {
   ContentFilter filter;
   filter.kind = ContentFilter::Kind::window;
-  filter.windowID = window.windowID;
+  filter.windowID = windowID;
   return filter;
 }
 
@@ -50,6 +50,20 @@ ContentFilter appFilter(const AppSource& app) {
   filter.displayID = app.displayID;
   filter.processID = app.processID;
   return filter;
+}
+
+CaptureSource choiceSource(const ShareableChoice& choice) {
+  if (choice.kind == ShareableChoice::Kind::window) {
+    return {CaptureSource::windowID(choice.number), CaptureSource::Kind::window, choice.title,
+            choice.size};
+  }
+  return {CaptureSource::displayID(choice.number), CaptureSource::Kind::display, choice.title,
+          choice.size};
+}
+
+ContentFilter choiceFilter(const ShareableChoice& choice) {
+  if (choice.kind == ShareableChoice::Kind::window) return windowFilter(choice.number);
+  return displayFilter(choice.number);
 }
 
 }  // namespace
@@ -62,16 +76,21 @@ SourceCatalog::SourceCatalog(const ShareableContent& content,
     windows.push_back(candidateOf(window));
 
   for (const DisplayCandidate& display : displays) {
-    add(CaptureSource::displaySource(display, sources_.size() + 1), displayFilter(display));
+    add(CaptureSource::displaySource(display, sources_.size() + 1),
+        displayFilter(display.displayID));
   }
   for (const WindowCandidate& window : windows) {
-    filters_.insert_or_assign(CaptureSource::windowID(window.windowID), windowFilter(window));
+    filters_.insert_or_assign(CaptureSource::windowID(window.windowID),
+                              windowFilter(window.windowID));
   }
   for (CaptureSource& source : CaptureSource::windowSources(windows, excludingBundleID)) {
     sources_.push_back(std::move(source));
   }
   for (const AppSource& app : CaptureSource::appSources(windows, displays, excludingBundleID)) {
     add(app.source, appFilter(app));
+  }
+  for (const ShareableChoice& choice : content.choices) {
+    add(choiceSource(choice), choiceFilter(choice));
   }
   sources_ = CaptureSource::menuOrder(std::move(sources_));
 }

@@ -69,7 +69,7 @@ std::int32_t AvahiDaemonRegistrar::registerRecord(const std::string& name, Addre
   name_ = name;
   address_ = address;
   reply_ = std::move(reply);
-  bus_ = SystemBus::open(queue_, [this] { report(DNSServiceCode::unknown); });
+  bus_ = MessageBus::openSystem(queue_, [this] { report(DNSServiceCode::unknown); });
   if (!bus_) return DNSServiceCode::unknown;
   deadline_.start(patience_, [this] { report(DNSServiceCode::unknown); });
   watchServer();
@@ -122,7 +122,7 @@ void AvahiDaemonRegistrar::watchGroup() {
                [this](sd_bus_message& message) { groupStateChanged(stateIn(message)); });
 }
 
-void AvahiDaemonRegistrar::addRecord(std::int32_t flags, SystemBus::Handler onAdded) {
+void AvahiDaemonRegistrar::addRecord(std::int32_t flags, MessageBus::Handler onAdded) {
   auto message = bus_->methodCall(daemonService, group_.c_str(), groupInterface, "AddRecord");
   sd_bus_message_append(message.get(), "iiusqqu", allInterfaces, allProtocols, flags, name_.c_str(),
                         classIN, typeA, AddressRecord::timeToLive);
@@ -147,7 +147,7 @@ std::int32_t AvahiDaemonRegistrar::update(Address address) {
   return DNSServiceCode::noError;
 }
 
-SystemBus::Handler AvahiDaemonRegistrar::orEnd(SystemBus::Handler onAnswer) {
+MessageBus::Handler AvahiDaemonRegistrar::orEnd(MessageBus::Handler onAnswer) {
   return [this, onAnswer = std::move(onAnswer)](sd_bus_message& message) {
     const sd_bus_error* error = sd_bus_message_get_error(&message);
     if (error == nullptr) {

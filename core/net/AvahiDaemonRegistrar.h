@@ -1,8 +1,8 @@
 #pragma once
 
+#include "core/net/MessageBus.h"
 #include "core/net/NameRegistrar.h"
 #include "core/net/OneShotTimer.h"
-#include "core/net/SystemBus.h"
 
 #include <chrono>
 #include <cstdint>
@@ -35,12 +35,12 @@ class AvahiDaemonRegistrar : public NameRegistrar {
   void hostNameIs(const std::string& hostName);
   void makeGroup();
   void watchGroup();
-  void addRecord(std::int32_t flags, SystemBus::Handler onAdded);
+  void addRecord(std::int32_t flags, MessageBus::Handler onAdded);
   void commit();
   void groupStateChanged(std::int32_t state);
 
   /// Hands the answer to `onAnswer`, or ends with the code of the error.
-  SystemBus::Handler orEnd(SystemBus::Handler onAnswer);
+  MessageBus::Handler orEnd(MessageBus::Handler onAnswer);
   void report(std::int32_t code);
 
   SerialQueue& queue_;
@@ -49,8 +49,8 @@ class AvahiDaemonRegistrar : public NameRegistrar {
   std::string name_;  ///< with the trailing dot
   Address address_{};
   Reply reply_;
-  std::unique_ptr<SystemBus> bus_;  ///< none once it has ended
-  std::string group_;               ///< object path; empty before there is one
+  std::unique_ptr<MessageBus> bus_;  ///< none once it has ended
+  std::string group_;                ///< object path; empty before there is one
   bool groupAsked_ = false;
   bool recordSent_ = false;
 };

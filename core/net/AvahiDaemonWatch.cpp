@@ -25,7 +25,7 @@ AvahiDaemonWatch::AvahiDaemonWatch(SerialQueue& queue, Callback onFinding,
 }
 
 void AvahiDaemonWatch::connect() {
-  bus_ = SystemBus::open(queue_, [this] { busIsGone(); });
+  bus_ = MessageBus::openSystem(queue_, [this] { busIsGone(); });
   if (!bus_) return busIsGone();
   timer_.start(patience_, [this] { giveUp(); });
   listen();

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "core/net/DaemonWatch.h"
+#include "core/net/MessageBus.h"
 #include "core/net/OneShotTimer.h"
-#include "core/net/SystemBus.h"
 
 #include <chrono>
 #include <memory>
@@ -31,7 +31,7 @@ class AvahiDaemonWatch : public DaemonWatch {
   const Callback onFinding_;
   const std::chrono::milliseconds patience_;
   OneShotTimer timer_;
-  std::unique_ptr<SystemBus> bus_;
+  std::unique_ptr<MessageBus> bus_;
 };
 
 }  // namespace tarvinel

@@ -83,7 +83,7 @@ class AppModelTest : public ModelFixture {
 
   void deliver(std::shared_ptr<MemoryPixelBuffer> picture) {
     onScreen([&] {
-      screen.streams.back()->handlers.onFrame({std::move(picture), {}, {}, {}, {}});
+      screen.streams.back()->handlers.onFrame({std::move(picture), {}, {}, {}, {}, {}});
     });
   }
 
@@ -224,6 +224,42 @@ TEST_F(AppModelTest, AStartThatFailsBecomesTheCaptureErrorUntilTheNextStart) {
   onScreen([&] { screen.startFailure = nullptr; });
   startSharing();
   EXPECT_EQ(model->captureError(), std::nullopt);
+}
+
+TEST_F(AppModelTest, ARefusalInTheDesktopsDialogIsNoError) {
+  launchAndWait();
+  onScreen([&] { screen.holdStarts = true; });
+  model->select("display-7");
+  model->startSharing();
+  onScreen([&] {
+    screen.streams.back()->pendingStart(std::make_exception_ptr(
+        std::system_error(std::make_error_code(std::errc::operation_canceled))));
+  });
+  ASSERT_TRUE(mainQueue.runUntil([&] {
+    return std::ranges::count(log.lines(),
+                              "capture|error|startCapture failed for Display 1 "
+                              "(main) 1280×720: Operation canceled") == 1;
+  }));
+  refresh();
+  EXPECT_EQ(model->captureError(), std::nullopt);
+  EXPECT_FALSE(model->isSharing());
+  EXPECT_EQ(model->selectedID(), "display-7");
+}
+
+TEST_F(AppModelTest, WhatTheDesktopGivesAgainstAskingAgainIsRemembered) {
+  const auto tokens = std::make_shared<RestoreTokens>();
+  const auto launchWith = [&](std::shared_ptr<RestoreTokens> given) {
+    auto parts = platform(mainQueue);
+    parts.restoreTokens = std::move(given);
+    model = AppModel::create(config, parts, uploads);
+  };
+  launchWith(tokens);
+  tokens->remember(RestoreTokens::displayKey, "once");
+  ASSERT_TRUE(
+      mainQueue.runUntil([&] { return std::filesystem::exists(folder / "preferences.json"); }));
+  const auto later = std::make_shared<RestoreTokens>();
+  launchWith(later);
+  EXPECT_EQ(later->token(RestoreTokens::displayKey), "once");
 }
 
 TEST_F(AppModelTest, ACaptureThatEndsByItselfSaysWhyAndEndsTheShare) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/capture/x11/PixelRect.h"
+#include "app/capture/PixelRect.h"
 #include "tests/support/XClient.h"
 
 #include <xcb/xcb.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/capture/x11/PixelRect.h"
+#include "app/capture/PixelRect.h"
 #include "app/capture/x11/X11Layer.h"
 #include "app/capture/x11/X11WindowContent.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "app/capture/PixelRect.h"
 #include "app/capture/ShareableContent.h"
-#include "app/capture/x11/PixelRect.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "app/capture/PixelRect.h"
 #include "app/capture/ScreenCaptureService.h"
 #include "app/capture/x11/CursorImage.h"
 #include "app/capture/x11/DirtyRegion.h"
 #include "app/capture/x11/ImageReader.h"
-#include "app/capture/x11/PixelRect.h"
 
 #include <xcb/xcb.h>
 

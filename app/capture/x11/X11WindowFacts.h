@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/capture/x11/PixelRect.h"
+#include "app/capture/PixelRect.h"
 
 #include <xcb/xcb.h>
 

@@ -450,6 +450,16 @@ TEST_F(CaptureEngineTest, AtScaleOneMotionAndCrispFramesHaveTheSameSize) {
   EXPECT_EQ(lastEncoding().quality, 0.8);
 }
 
+TEST_F(CaptureEngineTest, AFrameMayTellTheSizeThatTheListingCouldNot) {
+  capture();
+  CapturedFrame frame = picture(5120, 2880);
+  frame.sourceSize = Size{2560, 1440};
+  deliver(frame, 1.0);
+  EXPECT_EQ(lastEncoding().scale, 0.5);
+  tickAt(1.5);
+  EXPECT_EQ(lastEncoding().scale, 1.0);
+}
+
 TEST_F(CaptureEngineTest, APlainScreenIsNotReduced) {
   capture();
   deliver(picture(1512, 982), 1.0);

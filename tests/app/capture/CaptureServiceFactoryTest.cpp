@@ -1,5 +1,6 @@
 #include "app/capture/CaptureServiceFactory.h"
 #include "app/capture/pattern/PatternCaptureService.h"
+#include "app/capture/portal/PortalCaptureService.h"
 #include "app/capture/x11/X11CaptureService.h"
 #include "tests/support/XServer.h"
 
@@ -26,8 +27,7 @@ TEST_P(CaptureRoadDecision, FollowsTheSession) {
   EXPECT_EQ(decision.reason, given.reason);
 }
 
-constexpr const char* waylandReason =
-    "Showing the built-in picture: this is a Wayland session, whose screen cannot be captured yet.";
+constexpr const char* waylandReason = "Capturing what this Wayland desktop's own dialog offers.";
 
 INSTANTIATE_TEST_SUITE_P(
     All, CaptureRoadDecision,
@@ -54,18 +54,23 @@ INSTANTIATE_TEST_SUITE_P(
                     RoadCase{CaptureRoad::automatic,
                              {":0", "wayland-0", ""},
                              true,
-                             CaptureRoad::pattern,
+                             CaptureRoad::portal,
                              waylandReason},
                     RoadCase{CaptureRoad::automatic,
                              {":0", "", "wayland"},
                              true,
-                             CaptureRoad::pattern,
+                             CaptureRoad::portal,
                              waylandReason},
                     RoadCase{CaptureRoad::x11,
                              {"", "wayland-0", "wayland"},
                              false,
                              CaptureRoad::x11,
                              "Capturing the X11 screen, as asked for."},
+                    RoadCase{CaptureRoad::portal,
+                             {":0", "", "x11"},
+                             true,
+                             CaptureRoad::portal,
+                             "Capturing what the desktop's own dialog offers, as asked for."},
                     RoadCase{CaptureRoad::pattern,
                              {":0", "", "x11"},
                              true,
@@ -82,9 +87,12 @@ TEST(XServerAnswers, OnlyWhenThereIsOne) {
 
 TEST(MakeCaptureService, MakesTheServiceOfTheRoad) {
   SerialQueue queue(".capture");
-  const auto x11 = makeCaptureService(CaptureRoad::x11, {":0", "", ""}, queue);
+  const auto tokens = std::make_shared<RestoreTokens>();
+  const auto x11 = makeCaptureService(CaptureRoad::x11, {":0", "", ""}, tokens, queue);
   EXPECT_NE(dynamic_cast<X11CaptureService*>(x11.get()), nullptr);
-  const auto pattern = makeCaptureService(CaptureRoad::pattern, {":0", "", ""}, queue);
+  const auto portal = makeCaptureService(CaptureRoad::portal, {":0", "", ""}, tokens, queue);
+  EXPECT_NE(dynamic_cast<PortalCaptureService*>(portal.get()), nullptr);
+  const auto pattern = makeCaptureService(CaptureRoad::pattern, {":0", "", ""}, tokens, queue);
   EXPECT_NE(dynamic_cast<PatternCaptureService*>(pattern.get()), nullptr);
 }
 

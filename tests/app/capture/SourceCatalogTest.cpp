@@ -36,6 +36,20 @@ TEST(SourceCatalog, ListsDisplaysApplicationsAndWindows) {
   EXPECT_EQ(catalog.count(CaptureSource::Kind::app), 1U);
 }
 
+TEST(SourceCatalog, ListsWhatTheDesktopsDialogSettlesAsItIs) {
+  ShareableContent content;
+  content.choices = {{ShareableChoice::Kind::window, 1, "Any window", {640, 480}},
+                     {ShareableChoice::Kind::display, 1, "Any screen", {1920, 1080}}};
+  const SourceCatalog catalog(content, "org.example.Editor");
+  EXPECT_THAT(
+      catalog.sources(),
+      ElementsAre(
+          CaptureSource{"display-1", CaptureSource::Kind::display, "Any screen", {1920, 1080}},
+          CaptureSource{"window-1", CaptureSource::Kind::window, "Any window", {640, 480}}));
+  EXPECT_EQ(catalog.filter("display-1")->kind, ContentFilter::Kind::display);
+  EXPECT_EQ(catalog.filter("window-1")->kind, ContentFilter::Kind::window);
+}
+
 TEST(SourceCatalog, LeavesOutTheProgramItself) {
   const SourceCatalog catalog(desktop(), "org.example.Editor");
   EXPECT_EQ(catalog.count(CaptureSource::Kind::window), 0U);

@@ -1,4 +1,4 @@
-#include "core/net/SystemBus.h"
+#include "core/net/MessageBus.h"
 
 #include <asio/post.hpp>
 
@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::uint64_t methodCallTimeoutMicroseconds = 10'000'000;
 
-using Handler = SystemBus::Handler;
+using Handler = MessageBus::Handler;
 
 int handle(sd_bus_message* message, void* handler, sd_bus_error* /*error*/) noexcept {
   (*static_cast<Handler*>(handler))(*message);
@@ -33,28 +33,36 @@ void entrust(sd_bus_slot* slot, std::unique_ptr<Handler> handler) {
 }
 
 /// Null once it is destroyed. Nobody else ever owns it.
-SystemBus* existing(const std::weak_ptr<SystemBus*>& weak) {
+MessageBus* existing(const std::weak_ptr<MessageBus*>& weak) {
   const auto self = weak.lock();
   return self ? *self : nullptr;
 }
 
 }  // namespace
 
-void SystemBus::Release::operator()(sd_bus* bus) const {
+void MessageBus::Release::operator()(sd_bus* bus) const {
   sd_bus_close_unref(bus);
 }
 
-void SystemBus::Release::operator()(sd_bus_message* message) const {
+void MessageBus::Release::operator()(sd_bus_message* message) const {
   sd_bus_message_unref(message);
 }
 
-std::unique_ptr<SystemBus> SystemBus::open(SerialQueue& queue, std::function<void()> onLost) {
+std::unique_ptr<MessageBus> MessageBus::openSystem(SerialQueue& queue,
+                                                   std::function<void()> onLost) {
   sd_bus* bus = nullptr;
   if (sd_bus_open_system(&bus) < 0) return nullptr;
-  return std::unique_ptr<SystemBus>(new SystemBus(queue, bus, std::move(onLost)));
+  return std::unique_ptr<MessageBus>(new MessageBus(queue, bus, std::move(onLost)));
 }
 
-SystemBus::SystemBus(SerialQueue& queue, sd_bus* bus, std::function<void()> onLost)
+std::unique_ptr<MessageBus> MessageBus::openSession(SerialQueue& queue,
+                                                    std::function<void()> onLost) {
+  sd_bus* bus = nullptr;
+  if (sd_bus_open_user(&bus) < 0) return nullptr;
+  return std::unique_ptr<MessageBus>(new MessageBus(queue, bus, std::move(onLost)));
+}
+
+MessageBus::MessageBus(SerialQueue& queue, sd_bus* bus, std::function<void()> onLost)
     : context_(queue.context()),
       bus_(bus),
       onLost_(std::move(onLost)),
@@ -64,21 +72,27 @@ SystemBus::SystemBus(SerialQueue& queue, sd_bus* bus, std::function<void()> onLo
   processSoon();
 }
 
-SystemBus::~SystemBus() {
+MessageBus::~MessageBus() {
   descriptor_.release();
 }
 
-SystemBus::Message SystemBus::methodCall(const char* service, const char* path,
-                                         const char* interface, const char* member) {
+MessageBus::Message MessageBus::methodCall(const char* service, const char* path,
+                                           const char* interface, const char* member) {
+  Message message = startingMethodCall(service, path, interface, member);
+  if (message) sd_bus_message_set_auto_start(message.get(), 0);
+  return message;
+}
+
+MessageBus::Message MessageBus::startingMethodCall(const char* service, const char* path,
+                                                   const char* interface, const char* member) {
   sd_bus_message* message = nullptr;
   if (sd_bus_message_new_method_call(bus_.get(), &message, service, path, interface, member) < 0) {
     return nullptr;
   }
-  sd_bus_message_set_auto_start(message, 0);
   return Message(message);
 }
 
-void SystemBus::call(Message message, Handler onReply) {
+void MessageBus::call(Message message, Handler onReply) {
   auto handler = std::make_unique<Handler>(std::move(onReply));
   sd_bus_slot* slot = nullptr;
   if (sd_bus_call_async(bus_.get(), &slot, message.get(), handle, handler.get(), 0) >= 0) {
@@ -87,7 +101,7 @@ void SystemBus::call(Message message, Handler onReply) {
   processSoon();
 }
 
-void SystemBus::listen(const std::string& matchRule, Handler onSignal) {
+void MessageBus::listen(const std::string& matchRule, Handler onSignal) {
   auto handler = std::make_unique<Handler>(std::move(onSignal));
   sd_bus_slot* slot = nullptr;
   if (sd_bus_add_match_async(bus_.get(), &slot, matchRule.c_str(), handle, nullptr,
@@ -97,15 +111,15 @@ void SystemBus::listen(const std::string& matchRule, Handler onSignal) {
   processSoon();
 }
 
-void SystemBus::processSoon() {
+void MessageBus::processSoon() {
   asio::post(context_, [weak = std::weak_ptr(self_)] {
     if (auto* self = existing(weak)) self->process();
   });
 }
 
 // One message at a time, so that whoever else uses the queue gets a turn.
-void SystemBus::process() {
-  const std::weak_ptr<SystemBus*> alive = self_;
+void MessageBus::process() {
+  const std::weak_ptr<MessageBus*> alive = self_;
   const int outcome = sd_bus_process(bus_.get(), nullptr);
   if (alive.expired()) return;
   const int events = sd_bus_get_events(bus_.get());
@@ -119,8 +133,8 @@ void SystemBus::process() {
   }
 }
 
-void SystemBus::awaitEvents(int events) {
-  const auto await = [this](asio::posix::descriptor_base::wait_type event, bool SystemBus::*flag) {
+void MessageBus::awaitEvents(int events) {
+  const auto await = [this](asio::posix::descriptor_base::wait_type event, bool MessageBus::*flag) {
     if (std::exchange(this->*flag, true)) return;
     descriptor_.async_wait(event, [weak = std::weak_ptr(self_), flag](const std::error_code&) {
       auto* self = existing(weak);
@@ -129,13 +143,13 @@ void SystemBus::awaitEvents(int events) {
       self->process();
     });
   };
-  await(asio::posix::descriptor_base::wait_read, &SystemBus::isReading_);
+  await(asio::posix::descriptor_base::wait_read, &MessageBus::isReading_);
   if ((events & POLLOUT) != 0) {
-    await(asio::posix::descriptor_base::wait_write, &SystemBus::isWriting_);
+    await(asio::posix::descriptor_base::wait_write, &MessageBus::isWriting_);
   }
 }
 
-void SystemBus::awaitTimeout() {
+void MessageBus::awaitTimeout() {
   std::uint64_t due = UINT64_MAX;  // microseconds of the monotonic clock
   if (sd_bus_get_timeout(bus_.get(), &due) <= 0 || due == UINT64_MAX) return;
   timer_.expires_at(std::chrono::steady_clock::time_point(std::chrono::microseconds(due)));

@@ -7,7 +7,8 @@
 
 namespace tarvinel {
 
-/// A rectangle of whole pixels. The X protocol's numbers have 16 bits, so the sums never overflow.
+/// A rectangle of whole pixels. Whoever makes one keeps its numbers to some 20 bits, so that the
+/// sums never overflow.
 struct PixelRect {
   std::int32_t x = 0;
   std::int32_t y = 0;

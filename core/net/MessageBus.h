@@ -14,12 +14,12 @@ struct sd_bus_message;
 
 namespace tarvinel {
 
-/// A connection to the D-Bus system bus that waits for nothing: calls go out and answers come in
+/// A connection to a D-Bus message bus that waits for nothing: calls go out and answers come in
 /// while the queue has nothing else to do, however slow or dead the other side is.
 ///
 /// Lives on the queue: handlers are called there, never during a call of the connection, and may
 /// destroy it.
-class SystemBus {
+class MessageBus {
  public:
   struct Release {
     void operator()(sd_bus* bus) const;
@@ -30,15 +30,22 @@ class SystemBus {
 
   /// Begins to connect; null when there is no bus that takes connections. `onLost` is called once
   /// when the connection ends, also when it was never complete; nothing is called after it.
-  static std::unique_ptr<SystemBus> open(SerialQueue& queue, std::function<void()> onLost);
+  static std::unique_ptr<MessageBus> openSystem(SerialQueue& queue, std::function<void()> onLost);
 
-  ~SystemBus();
-  SystemBus(const SystemBus&) = delete;
-  SystemBus& operator=(const SystemBus&) = delete;
+  /// The same with the bus of the user's session.
+  static std::unique_ptr<MessageBus> openSession(SerialQueue& queue, std::function<void()> onLost);
+
+  ~MessageBus();
+  MessageBus(const MessageBus&) = delete;
+  MessageBus& operator=(const MessageBus&) = delete;
 
   /// A method call to be filled with arguments. It does not start a service that does not run.
   Message methodCall(const char* service, const char* path, const char* interface,
                      const char* member);
+
+  /// The same for a service that the bus is to start when it does not run.
+  Message startingMethodCall(const char* service, const char* path, const char* interface,
+                             const char* member);
 
   /// Sends it; `onReply` gets the answer or an error message, and nothing once the bus is lost.
   void call(Message message, Handler onReply);
@@ -47,7 +54,7 @@ class SystemBus {
   void listen(const std::string& matchRule, Handler onSignal);
 
  private:
-  SystemBus(SerialQueue& queue, sd_bus* bus, std::function<void()> onLost);
+  MessageBus(SerialQueue& queue, sd_bus* bus, std::function<void()> onLost);
 
   void processSoon();
   void process();
@@ -63,7 +70,7 @@ class SystemBus {
   bool isWriting_ = false;
 
   /// What waits holds it weakly.
-  const std::shared_ptr<SystemBus*> self_ = std::make_shared<SystemBus*>(this);
+  const std::shared_ptr<MessageBus*> self_ = std::make_shared<MessageBus*>(this);
 };
 
 }  // namespace tarvinel

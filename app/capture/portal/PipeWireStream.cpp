@@ -1,0 +1,348 @@
+#include "app/capture/portal/PipeWireStream.h"
+
+#include "app/capture/portal/PortalError.h"
+
+#include <fcntl.h>
+#include <pipewire/pipewire.h>
+#include <spa/buffer/meta.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+// the library's calls are macros of that kind
+#ifdef __clang__
+#pragma clang diagnostic ignored "-Wgnu-statement-expression"
+#endif
+
+namespace tarvinel {
+
+namespace {
+
+constexpr std::uint32_t mostDamageRects = 16;
+
+template <class T>
+T* orThrow(T* made) {
+  if (made == nullptr) throw PortalError(PortalError::Case::noMediaServer);
+  return made;
+}
+
+int duplicateOf(int fd) {
+  const int copy = fcntl(fd, F_DUPFD_CLOEXEC, 0);
+  if (copy < 0) throw std::system_error(errno, std::generic_category(), "screen capture");
+  return copy;
+}
+
+template <class T>
+const T* factsIn(const pw_buffer& buffer, std::uint32_t type) {
+  return static_cast<const T*>(spa_buffer_find_meta_data(buffer.buffer, type, sizeof(T)));
+}
+
+RawRegion regionOf(const spa_meta_region& meta) {
+  return {meta.region.position.x, meta.region.position.y, meta.region.size.width,
+          meta.region.size.height};
+}
+
+// A producer may say more than its memory has: reading on would end the program.
+std::size_t readableBytes(const spa_data& data) {
+  struct stat file {};
+  if (data.type != SPA_DATA_MemFd || fstat(static_cast<int>(data.fd), &file) != 0) {
+    return data.type == SPA_DATA_MemPtr ? data.maxsize : 0;
+  }
+  const std::int64_t behind = file.st_size - static_cast<std::int64_t>(data.mapoffset);
+  return static_cast<std::size_t>(std::clamp<std::int64_t>(behind, 0, data.maxsize));
+}
+
+bool isCorrupted(const pw_buffer& buffer) {
+  const auto* header = factsIn<spa_meta_header>(buffer, SPA_META_Header);
+  const auto chunkFlags = static_cast<std::uint32_t>(buffer.buffer->datas[0].chunk->flags);
+  return (header != nullptr && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0) ||
+         (chunkFlags & SPA_CHUNK_FLAG_CORRUPTED) != 0;
+}
+
+RawBuffer rawBuffer(const pw_buffer& buffer) {
+  if (buffer.buffer->n_datas < 1) return {};
+  const spa_data& data = buffer.buffer->datas[0];
+  if (data.data == nullptr || data.chunk == nullptr) return {};
+  return {static_cast<const std::uint8_t*>(data.data),
+          readableBytes(data),
+          data.chunk->offset,
+          data.chunk->size,
+          data.chunk->stride,
+          isCorrupted(buffer)};
+}
+
+// Where in the frame the content is: all of it unless the producer says otherwise.
+PixelRect contentOf(const pw_buffer& buffer, const PixelRect& frame) {
+  const auto* crop = factsIn<spa_meta_region>(buffer, SPA_META_VideoCrop);
+  if (crop == nullptr) return frame;
+  const PixelRect content = clipped(regionOf(*crop), frame);
+  return content.isEmpty() ? frame : content;
+}
+
+// Absent when the producer does not tell.
+std::optional<PipeWireStream::Rects> damageOf(const pw_buffer& buffer, const PixelRect& frame) {
+  const spa_meta* meta = spa_buffer_find_meta(buffer.buffer, SPA_META_VideoDamage);
+  if (meta == nullptr) return std::nullopt;
+  PipeWireStream::Rects rects;
+  const auto* regions = static_cast<const spa_meta_region*>(meta->data);
+  for (std::size_t i = 0; i < meta->size / sizeof(spa_meta_region); ++i) {
+    if (regions[i].region.size.width == 0 || regions[i].region.size.height == 0) break;
+    const PixelRect rect = clipped(regionOf(regions[i]), frame);
+    if (!rect.isEmpty()) rects.push_back(rect);
+  }
+  if (rects.empty()) return std::nullopt;
+  return rects;
+}
+
+// The damage as seen from the content.
+PipeWireStream::Rects within(const PipeWireStream::Rects& damage, const PixelRect& content) {
+  PipeWireStream::Rects inside;
+  for (const PixelRect& rect : damage) {
+    const PixelRect common = rect.intersection(content);
+    if (!common.isEmpty()) inside.push_back(common.relativeTo(content.x, content.y));
+  }
+  return inside;
+}
+
+}  // namespace
+
+/// What the stream holds of the library; made and destroyed on the capture queue.
+struct PipeWireStream::Connection {
+  struct Library {
+    Library() { pw_init(nullptr, nullptr); }
+    ~Library() { pw_deinit(); }
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
+  };
+
+  Connection() : loop(pw_loop_new(nullptr)) {
+    if (loop == nullptr) return;
+    pw_loop_enter(loop);
+    context = pw_context_new(loop, nullptr, 0);
+  }
+
+  ~Connection() {
+    if (stream != nullptr) {
+      spa_hook_remove(&streamHook);
+      pw_stream_destroy(stream);
+    }
+    if (core != nullptr) {
+      spa_hook_remove(&coreHook);
+      pw_core_disconnect(core);
+    }
+    if (context != nullptr) pw_context_destroy(context);
+    if (loop != nullptr) {
+      pw_loop_leave(loop);
+      pw_loop_destroy(loop);
+    }
+  }
+
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  const Library library;
+  pw_loop* const loop;  // any may be null
+  pw_context* context = nullptr;
+  pw_core* core = nullptr;
+  pw_stream* stream = nullptr;
+  spa_hook coreHook{};
+  spa_hook streamHook{};
+};
+
+/// What the library calls.
+struct PipeWireStream::Events {
+  static void coreError(void* self, std::uint32_t id, int /*sequence*/, int result,
+                        const char* /*message*/) {
+    if (id == PW_ID_CORE && result == -EPIPE) static_cast<PipeWireStream*>(self)->serverEnded();
+  }
+
+  static void stateChanged(void* self, pw_stream_state /*before*/, pw_stream_state state,
+                           const char* /*error*/) {
+    auto& stream = *static_cast<PipeWireStream*>(self);
+    if (state == PW_STREAM_STATE_PAUSED || state == PW_STREAM_STATE_STREAMING) {
+      stream.isReady_ = true;
+    } else if (state != PW_STREAM_STATE_CONNECTING) {
+      stream.streamEnded();
+    }
+  }
+
+  static void parameterChanged(void* self, std::uint32_t id, const spa_pod* parameter) {
+    if (id == SPA_PARAM_Format) static_cast<PipeWireStream*>(self)->formatChanged(parameter);
+  }
+
+  static void process(void* self) { static_cast<PipeWireStream*>(self)->takeBuffers(); }
+
+  static const pw_core_events& ofCore() {
+    static const pw_core_events events = [] {
+      pw_core_events made{};
+      made.version = PW_VERSION_CORE_EVENTS;
+      made.error = coreError;
+      return made;
+    }();
+    return events;
+  }
+
+  static const pw_stream_events& ofStream() {
+    static const pw_stream_events events = [] {
+      pw_stream_events made{};
+      made.version = PW_VERSION_STREAM_EVENTS;
+      made.state_changed = stateChanged;
+      made.param_changed = parameterChanged;
+      made.process = process;
+      return made;
+    }();
+    return events;
+  }
+};
+
+PipeWireStream::PipeWireStream(SerialQueue& queue, const Wish& wish, Handlers handlers)
+    : queue_(queue), wish_(wish), handlers_(std::move(handlers)) {}
+
+PipeWireStream::~PipeWireStream() = default;
+
+void PipeWireStream::connect(UniqueFd mediaServer, std::uint32_t node) {
+  queue_.assertCurrent();
+  connection_ = std::make_unique<Connection>();
+  Connection& made = *connection_;
+  pw_context* context = orThrow(made.context);
+  // the library closes the descriptor, whatever comes of it
+  made.core = orThrow(pw_context_connect_fd(context, mediaServer.release(), nullptr, 0));
+  pw_core_add_listener(made.core, &made.coreHook, &Events::ofCore(), this);
+  pw_properties* properties = pw_properties_new(PW_KEY_MEDIA_TYPE, "Video", PW_KEY_MEDIA_CATEGORY,
+                                                "Capture", PW_KEY_MEDIA_ROLE, "Screen", nullptr);
+  made.stream = orThrow(pw_stream_new(made.core, "Tarvinel", properties));
+  pw_stream_add_listener(made.stream, &made.streamHook, &Events::ofStream(), this);
+  connectStream(node);
+  descriptor_.emplace(queue_.context(), duplicateOf(pw_loop_get_fd(made.loop)));
+  awaitEvents();
+}
+
+void PipeWireStream::connectStream(std::uint32_t node) {
+  const auto formats = StreamParameter::formats(wish_.framesPerSecond);
+  std::array<const spa_pod*, 1> parameters{formats.pod()};
+  const auto flags = static_cast<pw_stream_flags>(
+      PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_DONT_RECONNECT);
+  if (pw_stream_connect(connection_->stream, PW_DIRECTION_INPUT, node, flags, parameters.data(),
+                        parameters.size()) < 0) {
+    throw PortalError(PortalError::Case::noMediaServer);
+  }
+}
+
+void PipeWireStream::awaitEvents() {
+  descriptor_->async_wait(asio::posix::descriptor_base::wait_read,
+                          [weak = weak_from_this()](const std::error_code& ec) {
+                            const auto self = weak.lock();
+                            if (!ec && self) self->turn();
+                          });
+}
+
+void PipeWireStream::turn() {
+  pw_loop_iterate(connection_->loop, 0);
+  if (ended_) {
+    descriptor_.reset();
+    connection_.reset();
+    handlers_.onEnd(ended_);
+    return;
+  }
+  awaitEvents();
+  if (isReady_ && !std::exchange(reportedReady_, true)) handlers_.onReady();
+  handlers_.onRest();
+}
+
+void PipeWireStream::streamEnded() {
+  if (!ended_) ended_ = portalFailure(PortalError::Case::sourceGone);
+}
+
+void PipeWireStream::serverEnded() {
+  ended_ = portalFailure(PortalError::Case::mediaServerGone);
+}
+
+/// A format that was not offered shows nothing until the next one comes.
+void PipeWireStream::formatChanged(const spa_pod* format) {
+  format_ = format != nullptr ? VideoFormat::read(*format) : std::nullopt;
+  damage_.reset();
+  if (!format_) return;
+  constexpr auto region = static_cast<std::uint32_t>(sizeof(spa_meta_region));
+  constexpr auto header = static_cast<std::uint32_t>(sizeof(spa_meta_header));
+  std::vector<StreamParameter> wanted{
+      StreamParameter::buffers(), StreamParameter::facts(SPA_META_Header, header, header),
+      StreamParameter::facts(SPA_META_VideoCrop, region, region),
+      StreamParameter::facts(SPA_META_VideoDamage, region, region * mostDamageRects)};
+  if (wish_.cursorIsApart) {
+    constexpr std::uint32_t usual = 64;
+    wanted.push_back(StreamParameter::facts(
+        SPA_META_Cursor, static_cast<std::uint32_t>(CursorFacts::bytesFor(usual)),
+        static_cast<std::uint32_t>(CursorFacts::bytesFor(CursorFacts::longest))));
+  }
+  std::vector<const spa_pod*> parameters(wanted.size());
+  std::transform(wanted.begin(), wanted.end(), parameters.begin(),
+                 [](const StreamParameter& parameter) { return parameter.pod(); });
+  pw_stream_update_params(connection_->stream, parameters.data(),
+                          static_cast<std::uint32_t>(parameters.size()));
+}
+
+/// Shows the newest of the buffers that wait; those before it only tell what changed.
+void PipeWireStream::takeBuffers() {
+  pw_stream* stream = connection_->stream;
+  pw_buffer* newest = nullptr;
+  while (pw_buffer* buffer = pw_stream_dequeue_buffer(stream)) {
+    noteCursor(*buffer);
+    if (!hasPicture(*buffer)) {
+      damage_.reset();
+      pw_stream_queue_buffer(stream, buffer);
+      continue;
+    }
+    if (newest != nullptr) pw_stream_queue_buffer(stream, newest);
+    noteDamage(*buffer);
+    newest = buffer;
+  }
+  if (newest != nullptr) {
+    show(*newest);
+    pw_stream_queue_buffer(stream, newest);
+  }
+  showCursor();
+}
+
+void PipeWireStream::noteCursor(const pw_buffer& buffer) {
+  const spa_meta* meta = spa_buffer_find_meta(buffer.buffer, SPA_META_Cursor);
+  if (meta == nullptr) return;
+  const auto* facts = static_cast<const std::uint8_t*>(meta->data);
+  cursorChanged_ = cursor_.read(facts, meta->size) || cursorChanged_;
+}
+
+void PipeWireStream::showCursor() {
+  if (!std::exchange(cursorChanged_, false)) return;
+  auto cursor = cursor_.image();
+  if (cursor) cursor->area = cursor->area.relativeTo(content_.x, content_.y);
+  handlers_.onCursor(cursor);
+}
+
+bool PipeWireStream::hasPicture(const pw_buffer& buffer) const {
+  return format_ && pictureIn(rawBuffer(buffer), *format_);
+}
+
+void PipeWireStream::noteDamage(const pw_buffer& buffer) {
+  const auto damage = damageOf(buffer, frameArea());
+  if (!damage) damage_.reset();
+  if (damage_) damage_->insert(damage_->end(), damage->begin(), damage->end());
+}
+
+void PipeWireStream::show(const pw_buffer& buffer) {
+  const auto picture = pictureIn(rawBuffer(buffer), *format_);
+  const PixelRect content = contentOf(buffer, frameArea());
+  if (content_ != content) damage_.reset();
+  content_ = content;
+  const auto changed = damage_ ? std::optional(within(*damage_, content)) : std::nullopt;
+  damage_.emplace();
+  if (picture) handlers_.onPicture(picture->part(content), changed);
+}
+
+PixelRect PipeWireStream::frameArea() const {
+  return {0, 0, format_->width, format_->height};
+}
+
+}  // namespace tarvinel

@@ -1,0 +1,37 @@
+#include "app/capture/portal/PortalCaptureService.h"
+
+#include "app/capture/portal/PortalCaptureStream.h"
+#include "app/capture/portal/PortalOffer.h"
+#include "app/capture/portal/PortalSession.h"
+
+#include <utility>
+
+namespace tarvinel {
+
+PortalCaptureService::PortalCaptureService(SerialQueue& queue,
+                                           std::shared_ptr<RestoreTokens> tokens)
+    : queue_(queue), tokens_(std::move(tokens)) {}
+
+void PortalCaptureService::shareableContent(Completion<ShareableContent> completion) {
+  queue_.assertCurrent();
+  const std::uint64_t number = ++asked_;
+  auto bus = askPortalOffer(
+      queue_, [this, number, completion = std::move(completion)](const Result<PortalOffer>& offer) {
+        queue_.post([bus = std::shared_ptr(std::move(questions_[number]))] {});
+        questions_.erase(number);
+        completion(resultOf([&] { return offer.value().entries(); }));
+      });
+  questions_.emplace(number, std::move(bus));
+}
+
+std::shared_ptr<CaptureStream> PortalCaptureService::makeStream(
+    const ContentFilter& filter, const StreamConfiguration& configuration,
+    StreamHandlers handlers) {
+  queue_.assertCurrent();
+  const auto type = filter.kind == ContentFilter::Kind::window ? PortalSourceType::window
+                                                               : PortalSourceType::display;
+  return std::make_shared<PortalCaptureStream>(queue_, type, configuration, tokens_,
+                                               std::move(handlers));
+}
+
+}  // namespace tarvinel

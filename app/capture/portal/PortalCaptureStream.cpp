@@ -1,0 +1,114 @@
+#include "app/capture/portal/PortalCaptureStream.h"
+
+#include <utility>
+
+namespace tarvinel {
+
+/// A step that others may call at any time: it is taken while the share is on.
+template <class Step>
+auto PortalCaptureStream::whileRunning(Step step) {
+  return [weak = weak_from_this(), step](const auto&... arguments) {
+    const auto self = weak.lock();
+    if (self && self->running_) step(*self, arguments...);
+  };
+}
+
+PortalCaptureStream::PortalCaptureStream(SerialQueue& queue, PortalSourceType type,
+                                         const StreamConfiguration& configuration,
+                                         std::shared_ptr<RestoreTokens> tokens,
+                                         StreamHandlers handlers)
+    : queue_(queue),
+      type_(type),
+      configuration_(configuration),
+      tokens_(std::move(tokens)),
+      handlers_(std::move(handlers)) {}
+
+void PortalCaptureStream::start(Completion<void> completion) {
+  queue_.assertCurrent();
+  running_ = true;
+  onStarted_ = std::move(completion);
+  queue_.post([weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (self && self->running_) self->open();
+  });
+}
+
+void PortalCaptureStream::stop(Completion<void> completion) {
+  queue_.assertCurrent();
+  close();
+  queue_.post([completion = std::move(completion)] { completion({}); });
+}
+
+void PortalCaptureStream::open() {
+  const auto opened = resultOf([this] {
+    session_ = std::make_unique<PortalSession>(
+        queue_, PortalSession::Wish{type_, configuration_.showsCursor, tokens_->token(tokenKey())},
+        PortalSession::Handlers{
+            [weak = weak_from_this()](const PortalGrant& grant, UniqueFd mediaServer) {
+              const auto self = weak.lock();
+              if (self && self->running_) self->granted(grant, std::move(mediaServer));
+            },
+            whileRunning(
+                [](PortalCaptureStream& self, const std::exception_ptr& why) { self.end(why); })});
+  });
+  if (!opened.ok()) end(opened.error());
+}
+
+void PortalCaptureStream::granted(const PortalGrant& grant, UniqueFd mediaServer) {
+  tokens_->remember(tokenKey(), grant.restoreToken);
+  points_ = grant.points;
+  stream_ = std::make_shared<PipeWireStream>(
+      queue_, PipeWireStream::Wish{configuration_.framesPerSecond, grant.cursorIsApart},
+      PipeWireStream::Handlers{
+          whileRunning([](PortalCaptureStream& self) { self.ready(); }),
+          whileRunning(
+              [](PortalCaptureStream& self, const RawPicture& picture, const auto& changed) {
+                self.take(self.picture_.update(picture, changed));
+              }),
+          whileRunning([](PortalCaptureStream& self, const std::optional<CursorImage>& cursor) {
+            self.take(self.picture_.showCursor(cursor));
+          }),
+          whileRunning([](PortalCaptureStream& self) { self.deliver(); }),
+          whileRunning(
+              [](PortalCaptureStream& self, const std::exception_ptr& why) { self.end(why); })});
+  stream_->connect(std::move(mediaServer), grant.node);
+}
+
+void PortalCaptureStream::ready() {
+  if (const auto onStarted = std::exchange(onStarted_, nullptr)) onStarted({});
+}
+
+void PortalCaptureStream::take(std::optional<CapturedFrame> frame) {
+  if (!frame) return;
+  frame->sourceSize = points_;
+  if (undelivered_ && undelivered_->buffer == frame->buffer) {
+    frame->dirtyRects->insert(frame->dirtyRects->end(), undelivered_->dirtyRects->begin(),
+                              undelivered_->dirtyRects->end());
+  }
+  undelivered_ = std::move(frame);
+}
+
+void PortalCaptureStream::deliver() {
+  if (const auto frame = std::exchange(undelivered_, std::nullopt)) handlers_.onFrame(*frame);
+}
+
+void PortalCaptureStream::end(std::exception_ptr why) {
+  const auto self = shared_from_this();  // the owner lets go
+  close();
+  if (const auto onStarted = std::exchange(onStarted_, nullptr)) return onStarted(std::move(why));
+  if (handlers_.onStop) handlers_.onStop(std::move(why));
+}
+
+/// The session may be the one that is calling: it goes with the next task.
+void PortalCaptureStream::close() {
+  running_ = false;
+  undelivered_.reset();
+  stream_.reset();
+  if (session_) queue_.post([session = std::shared_ptr(std::move(session_))] {});
+}
+
+const char* PortalCaptureStream::tokenKey() const {
+  return type_ == PortalSourceType::display ? RestoreTokens::displayKey : RestoreTokens::windowKey;
+}
+
+}  // namespace tarvinel

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "app/capture/ScreenCaptureService.h"
+#include "app/capture/portal/PipeWireStream.h"
+#include "app/capture/portal/PortalPicture.h"
+#include "app/capture/portal/PortalSession.h"
+#include "app/capture/portal/RestoreTokens.h"
+#include "core/support/SerialQueue.h"
+
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <optional>
+
+namespace tarvinel {
+
+/// One share through the desktop's portal, from the dialog to the last picture. Lives on the
+/// capture queue, which outlives it; made by std::make_shared.
+class PortalCaptureStream final : public CaptureStream,
+                                  public std::enable_shared_from_this<PortalCaptureStream> {
+ public:
+  PortalCaptureStream(SerialQueue& queue, PortalSourceType type,
+                      const StreamConfiguration& configuration,
+                      std::shared_ptr<RestoreTokens> tokens, StreamHandlers handlers);
+
+  /// Completes once the presenter has chosen and pictures may come; fails with
+  /// std::errc::operation_canceled when the presenter refused. May be called once.
+  void start(Completion<void> completion) override;
+  void stop(Completion<void> completion) override;
+
+ private:
+  template <class Step>
+  auto whileRunning(Step step);
+  void open();
+  void granted(const PortalGrant& grant, UniqueFd mediaServer);
+  void ready();
+  void take(std::optional<CapturedFrame> frame);
+  void deliver();
+  void end(std::exception_ptr why);
+  void close();
+  const char* tokenKey() const;
+
+  SerialQueue& queue_;
+  const PortalSourceType type_;
+  const StreamConfiguration configuration_;
+  const std::shared_ptr<RestoreTokens> tokens_;
+  const StreamHandlers handlers_;
+  Completion<void> onStarted_;  ///< empty once it has been called
+  std::unique_ptr<PortalSession> session_;
+  std::shared_ptr<PipeWireStream> stream_;
+  PortalPicture picture_;
+  std::optional<Size> points_;  ///< of what is shared, when the desktop told
+  std::optional<CapturedFrame> undelivered_;
+  bool running_ = false;
+};
+
+}  // namespace tarvinel

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "app/capture/ShareableContent.h"
+
+#include <cstdint>
+#include <optional>
+
+struct sd_bus_message;
+
+namespace tarvinel {
+
+/// What may be shared, in the portal's numbering.
+enum class PortalSourceType : std::uint8_t { display = 1, window = 2 };
+
+/// Who draws the cursor, in the portal's numbering.
+enum class PortalCursorMode : std::uint8_t { hidden = 1, embedded = 2, metadata = 4 };
+
+/// What the desktop's portal says that it can do. Plain value.
+struct PortalOffer {
+  std::uint32_t sourceTypes = 0;  ///< sum of PortalSourceType
+  std::uint32_t cursorModes = 0;  ///< sum of PortalCursorMode
+  std::uint32_t version = 0;      ///< of the portal's interface
+
+  bool offers(PortalSourceType type) const {
+    return (sourceTypes & static_cast<std::uint32_t>(type)) != 0;
+  }
+
+  /// True when the portal can begin again what it has begun before without asking the presenter.
+  bool remembers() const { return version >= 4; }
+
+  /// The mode to ask for; none when the portal knows of no modes.
+  std::optional<PortalCursorMode> cursorMode(bool showsCursor) const;
+
+  /// One entry for each type of source, which the desktop's dialog turns into a certain one.
+  ShareableContent entries() const;
+
+  /// Reads the properties of the portal's interface. Throws PortalError.
+  static PortalOffer read(sd_bus_message& properties);
+};
+
+}  // namespace tarvinel

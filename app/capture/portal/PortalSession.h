@@ -1,0 +1,75 @@
+#pragma once
+
+#include "app/capture/portal/PortalGrant.h"
+#include "app/capture/portal/PortalOffer.h"
+#include "core/net/MessageBus.h"
+#include "core/support/Result.h"
+#include "core/support/SerialQueue.h"
+#include "core/support/UniqueFd.h"
+
+#include <exception>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace tarvinel {
+
+/// One conversation with the desktop's portal: asks for a source, for which the desktop may open a
+/// dialog, and watches that what was granted stays granted. Destroying it ends the session and
+/// closes an open dialog: the portal sees its connection go.
+///
+/// Lives on the capture queue, which outlives it. Handlers may destroy it.
+class PortalSession {
+ public:
+  struct Wish {
+    PortalSourceType type = PortalSourceType::display;
+    bool showsCursor = true;
+    std::optional<std::string> restoreToken;
+  };
+
+  struct Handlers {
+    /// Once: the presenter agreed. `mediaServer` is a connection to it that shows the node alone.
+    std::function<void(const PortalGrant& grant, UniqueFd mediaServer)> onGranted;
+
+    /// Once, and nothing follows: it was refused (std::errc::operation_canceled), could not be
+    /// begun, or ended (PortalError).
+    std::function<void(std::exception_ptr)> onEnd;
+  };
+
+  /// Throws PortalError when there is no session bus.
+  PortalSession(SerialQueue& queue, Wish wish, Handlers handlers);
+
+ private:
+  using Answer = std::function<void(sd_bus_message& results)>;
+
+  void watch();
+  void askOffer();
+  void createSession();
+  void selectSources();
+  void selectSourcesAnew();
+  void start();
+  void openMediaServer();
+  void request(MessageBus::Message message, Answer onSuccess, std::function<void()> onError);
+  void responseCame(sd_bus_message& response);
+  const std::string& newToken();
+  MessageBus::Message portalCall(const char* member);
+  MessageBus::Message sessionCall(const char* member);
+  MessageBus::Handler orEnd(std::function<void(sd_bus_message&)> step);
+  void end(std::exception_ptr why);
+
+  Wish wish_;
+  std::string token_;  ///< in the name of the newest request; nobody can guess it
+  Handlers handlers_;
+  PortalOffer offer_;
+  std::string session_;  ///< its path on the bus, empty until there is one
+  PortalGrant grant_;
+  Answer onSuccess_;  ///< of the request that is open
+  std::unique_ptr<MessageBus> bus_;
+};
+
+/// Asks what the portal can do; `completion` is called on the queue, and not at all once the bus
+/// that is returned is destroyed. Throws PortalError when there is no session bus.
+std::unique_ptr<MessageBus> askPortalOffer(SerialQueue& queue, Completion<PortalOffer> completion);
+
+}  // namespace tarvinel

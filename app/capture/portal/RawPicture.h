@@ -1,0 +1,56 @@
+#pragma once
+
+#include "app/capture/PixelRect.h"
+#include "app/capture/portal/VideoFormat.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+namespace tarvinel {
+
+/// Of each layout that is taken.
+inline constexpr std::size_t bytesPerPixel = 4;
+
+/// One buffer of a stream as its producer describes it. Nothing of it is trusted but `mapped`.
+struct RawBuffer {
+  const std::uint8_t* data = nullptr;  ///< null: it cannot be read
+  std::size_t mapped = 0;              ///< bytes that can be read
+  std::uint32_t offset = 0;            ///< bytes before the first row
+  std::uint32_t size = 0;              ///< bytes of the picture; 0: there is none in it
+  std::int32_t stride = 0;             ///< bytes from row to row; 0: rows without gaps
+  bool corrupted = false;
+};
+
+/// A rectangle as a producer tells it.
+struct RawRegion {
+  std::int32_t x = 0;
+  std::int32_t y = 0;
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+};
+
+/// Borrowed pixels of a buffer, all of which can be read.
+struct RawPicture {
+  const std::uint8_t* pixels = nullptr;  ///< first byte of the first row
+  std::int32_t width = 0;
+  std::int32_t height = 0;
+  std::size_t bytesPerRow = 0;
+  PixelOrder order = PixelOrder::bgr;
+
+  const std::uint8_t* row(std::int32_t y) const {
+    return pixels + static_cast<std::size_t>(y) * bytesPerRow;
+  }
+  PixelRect area() const { return {0, 0, width, height}; }
+
+  /// The part of the picture in a rectangle that lies inside it.
+  RawPicture part(const PixelRect& area) const;
+};
+
+/// The picture in a buffer; none when there is none, or not enough of it can be read.
+std::optional<RawPicture> pictureIn(const RawBuffer& buffer, const VideoFormat& format);
+
+/// The part of the region that lies in `area`, in the same coordinates; it may be empty.
+PixelRect clipped(const RawRegion& region, const PixelRect& area);
+
+}  // namespace tarvinel

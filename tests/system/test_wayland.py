@@ -1,0 +1,216 @@
+"""A Wayland desktop's screen, shared through the desktop's portal."""
+import json
+import re
+
+import pytest
+
+from harness import pixels
+from harness.viewer import Viewer
+from harness.waiting import eventually
+from harness.wayland import OUTPUT, WaylandSession
+
+SCREEN = "display-1"
+TITLE = "Screen (chosen in the desktop's dialog)"
+RED, GREEN, BLUE = (255, 0, 0), (0, 255, 0), (0, 0, 255)
+
+
+@pytest.fixture
+def session():
+    made = WaylandSession()
+    try:
+        yield made
+        assert not made.end_programs()
+    finally:
+        made.stop()
+
+
+def show(session, colour):
+    session.show("#%02x%02x%02x" % colour)
+
+
+def is_filled(jpeg, colour):
+    picture = pixels.decode(jpeg).astype(int)
+    return abs(picture - colour).max() <= 3
+
+
+def sees(session, viewer, colour):
+    """Fills the screen and waits until the viewer sees that."""
+    show(session, colour)
+    return viewer.frame_where(lambda jpeg: is_filled(jpeg, colour))
+
+
+def saved_token(session):
+    preferences = session.folder / "config/Tarvinel/preferences.json"
+    if not preferences.exists():
+        return None
+    return json.loads(preferences.read_text()).get("PortalRestoreTokenDisplay")
+
+
+@pytest.fixture
+def sharing(session):
+    program = session.program("--share", SCREEN)
+    program.wait_until_sharing()
+    return program
+
+
+def expect_end(program, reason):
+    """The share ends with its reason, and the program lives on."""
+    program.wait_for_line(f"Sharing stopped: {reason}")
+    program.wait_until_sharing(False)
+    assert program.running()
+
+
+def test_the_screen_is_seen_in_its_size_and_colours(session, sharing):
+    with Viewer(sharing.address) as viewer:
+        for colour in (RED, GREEN, BLUE):
+            jpeg = sees(session, viewer, colour)
+            assert pixels.decode(jpeg).shape == (session.height, session.width, 3)
+
+
+def test_a_still_screen_sends_nothing(session, sharing):
+    with Viewer(sharing.address) as viewer:
+        sees(session, viewer, RED)
+        while viewer.readable(1.5):
+            viewer.next_frame()
+        before = sharing.cpu_seconds()
+        assert not viewer.readable(5)
+        assert sharing.cpu_seconds() - before < 0.05
+
+
+def test_the_session_chooses_the_portal_and_lists_without_a_dialog(session):
+    program = session.program()
+    program.wait_for_line("Capturing what this Wayland desktop's own dialog offers.")
+    program.command("sources")
+    program.wait_for_line(f"\n{SCREEN}.*{re.escape(TITLE)}")
+    assert session.dialogs() == 0
+    assert program.status()["sharing"] is False
+
+
+def test_list_sources(session):
+    program = session.program("--list-sources", "--capture", "portal", headless=False)
+    assert program.wait(20) == 0
+    assert program.stdout == f"{SCREEN}\t{TITLE}\n"
+    assert session.dialogs() == 0
+
+
+def test_a_second_share_needs_no_dialog(session, sharing):
+    sharing.command("stop")
+    sharing.wait_until_sharing(False)
+    sharing.share(SCREEN)
+    assert session.dialogs() == 1
+    with Viewer(sharing.address) as viewer:
+        sees(session, viewer, GREEN)
+
+
+def test_another_run_needs_no_dialog(session, sharing):
+    eventually(lambda: saved_token(session), 10, "there is a token")
+    sharing.terminate()
+    assert sharing.wait(10) == 0
+    again = session.program("--share", SCREEN, name="again")
+    again.wait_until_sharing()
+    assert session.dialogs() == 1
+    with Viewer(again.address) as viewer:
+        sees(session, viewer, GREEN)
+
+
+@pytest.mark.parametrize("token", ["nonsense", "00000000-1111-2222-3333-444444444444"])
+def test_a_token_that_means_nothing_opens_the_dialog(session, token):
+    session.write("config/Tarvinel/preferences.json", f'{{"PortalRestoreTokenDisplay": "{token}"}}')
+    program = session.program("--share", SCREEN)
+    program.wait_until_sharing()
+    assert session.dialogs() == 1
+    eventually(lambda: saved_token(session) not in (None, token), 10, "there is a new token")
+
+
+def test_a_refusal_leaves_things_as_they_were(session):
+    session.answer("")
+    program = session.program("--share", SCREEN)
+    program.wait_for_line("startCapture failed", source="stderr")
+    program.command("status")
+    eventually(lambda: program.stdout.count("Not sharing") > 1, 10, "it tells the status")
+    assert program.status()["sharing"] is False
+    assert "anceled" not in program.stdout and "stopped" not in program.stdout
+    session.answer(OUTPUT)
+    program.share(SCREEN)
+    assert session.dialogs() == 2
+
+
+def test_a_dialog_that_is_open_blocks_nothing(session):
+    with session.dialog_held_open():
+        program = session.program("--share", SCREEN)
+        eventually(lambda: session.dialogs() == 1, 20, "the dialog is open")
+        program.command("sources")
+        program.wait_for_line(f"\n{SCREEN}")
+        program.command("stop")
+        program.command("status")
+        assert program.status()["sharing"] is False
+        program.terminate()
+        assert program.wait(10) == 0
+
+
+def test_the_portal_dies_while_the_dialog_is_open(session):
+    with session.dialog_held_open():
+        program = session.program("--share", SCREEN)
+        eventually(lambda: session.dialogs() == 1, 20, "the dialog is open")
+        session.portal.kill()
+        program.wait_for_line("the desktop's screen sharing service ended")
+    assert program.status()["sharing"] is False
+
+
+def test_the_portal_dies_while_sharing(session, sharing):
+    session.portal.kill()
+    expect_end(sharing, "the desktop's screen sharing service ended")
+    session.portal = session.start_portal()
+    sharing.share(SCREEN)
+    with Viewer(sharing.address) as viewer:
+        sees(session, viewer, GREEN)
+
+
+def test_the_back_end_dies_while_sharing(session, sharing):
+    session.back_end.kill()
+    expect_end(sharing, "(what was shared is no longer there|the desktop ended it)")
+
+
+def test_the_compositor_dies_while_sharing(session, sharing):
+    session.compositor.kill()
+    expect_end(sharing, "(what was shared is no longer there|the desktop ended it)")
+
+
+def test_the_media_server_dies_while_sharing(session, sharing):
+    session.pipewire.kill()
+    expect_end(sharing, r"the desktop's media server \(PipeWire\) ended")
+
+
+def test_the_bus_dies_while_sharing(session, sharing):
+    session.bus.kill()
+    expect_end(sharing, "there is no session bus|the desktop")
+
+
+def test_no_portal(session):
+    session.portal.kill()
+    program = session.program("--share", SCREEN)
+    program.wait_for_line("shareable content failed: this desktop offers no sharing of its screen",
+                          source="stderr")
+    assert program.status()["sharing"] is False
+
+
+def test_the_screen_is_resized_while_sharing(session, sharing):
+    with Viewer(sharing.address) as viewer:
+        sees(session, viewer, RED)
+        session.sway("output", OUTPUT, "resolution", "640x480")
+        show(session, GREEN)
+        eventually(lambda: not sharing.status()["sharing"] or pixels.decode(
+            viewer.frame_where(lambda jpeg: is_filled(jpeg, GREEN))).shape == (480, 640, 3),
+            30, "the new size, or the end")
+    assert sharing.running()
+
+
+def test_nothing_is_left_behind_by_shares_that_ended(session, sharing):
+    sharing.command("stop")
+    sharing.wait_until_sharing(False)
+    before = eventually(sharing.descriptors, 1, "it runs")
+    for _ in range(5):
+        sharing.share(SCREEN)
+        sharing.command("stop")
+        sharing.wait_until_sharing(False)
+    eventually(lambda: sharing.descriptors() <= before, 10, "no descriptor is left")
