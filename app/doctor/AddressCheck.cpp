@@ -35,8 +35,7 @@ Finding addressFinding(const AddressFacts& facts, const std::string& address) {
   if (!facts.hostname.empty()) {
     addresses += " or " + LocalAddresses::url(facts.hostname + ".local", facts.port);
   }
-  return {Finding::State::fine,
-          fmt::format("Viewers open {}.{}", addresses, linkText(facts.link))};
+  return {Finding::State::fine, fmt::format("Viewers open {}.{}", addresses, linkText(facts.link))};
 }
 
 /// Those that viewers on other networks than the preferred one would have to open.
@@ -74,8 +73,10 @@ Findings judge(const AddressFacts& facts) {
   }
   Findings findings{addressFinding(facts, *preferred)};
   if (const auto others = otherAddresses(facts, *preferred); !others.empty()) {
-    findings.push_back({worthKnowing, "There are more networks here; viewers there open another "
-                                      "address.", others});
+    findings.push_back({worthKnowing,
+                        "There are more networks here; viewers there open another "
+                        "address.",
+                        others});
   }
   if (std::ranges::none_of(facts.hardware, [](const auto& type) { return type.has_value(); })) {
     findings.push_back({worthKnowing,

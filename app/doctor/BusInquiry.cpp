@@ -62,8 +62,7 @@ bool BusInquiry::ask(const Method& method, const Fill& fill, const Read& read) {
 
 void BusInquiry::send(const Method& method, const Fill& fill, const Read& read) {
   if (!bus_) return answer_->tell(false);
-  auto message =
-      bus_->methodCall(method.service, method.path, method.interface, method.member);
+  auto message = bus_->methodCall(method.service, method.path, method.interface, method.member);
   if (!message) return answer_->tell(false);
   fill(*message);
   bus_->call(std::move(message), [answer = answer_, read](sd_bus_message& reply) {
@@ -102,7 +101,8 @@ std::optional<bool> BusInquiry::hasOwner(const std::string& name) {
 
 std::optional<bool> BusInquiry::canStart(const std::string& name) {
   std::optional<bool> answer;
-  ask({busService, busPath, busService, "ListActivatableNames"}, [](sd_bus_message&) {},
+  ask(
+      {busService, busPath, busService, "ListActivatableNames"}, [](sd_bus_message&) {},
       [&](sd_bus_message& list) { answer = listHas(list, name); });
   return answer;
 }

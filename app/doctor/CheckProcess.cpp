@@ -4,7 +4,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/pidfd.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -62,12 +61,13 @@ void writeAll(int fd, std::string_view text) {
   std::_Exit(EXIT_SUCCESS);
 }
 
-bool isReadyBy(int fd, CheckProcess::Clock::time_point deadline) {
+/// Waits for one of poll's events, or for the end of the other side.
+bool happensBy(int fd, short events, CheckProcess::Clock::time_point deadline) {
   while (true) {
     const auto left =
         std::chrono::ceil<std::chrono::milliseconds>(deadline - CheckProcess::Clock::now());
     if (left.count() <= 0) return false;
-    pollfd waiting{fd, POLLIN, 0};
+    pollfd waiting{fd, events, 0};
     const int ready = ::poll(&waiting, 1, static_cast<int>(left.count()));
     if (ready >= 0 || errno != EINTR) return ready > 0;
   }
@@ -86,16 +86,16 @@ CheckProcess::CheckProcess(const std::function<Findings()>& run) {
 }
 
 CheckProcess::~CheckProcess() {
-  const UniqueFd process(::pidfd_open(process_, 0));
   ::kill(process_, SIGKILL);
-  isReadyBy(process.get(), Clock::now() + endPatience);
-  ::waitpid(process_, nullptr, WNOHANG);
+  constexpr short nothingButTheEnd = 0;
+  if (happensBy(output_.get(), nothingButTheEnd, Clock::now() + endPatience))
+    ::waitpid(process_, nullptr, 0);
 }
 
 std::optional<Findings> CheckProcess::await(Clock::time_point deadline) {
   std::string text;
   std::array<char, 4096> piece{};
-  while (isReadyBy(output_.get(), deadline)) {
+  while (happensBy(output_.get(), POLLIN, deadline)) {
     const ssize_t count = ::read(output_.get(), piece.data(), piece.size());
     if (count <= 0) return decoded(text);
     text.append(piece.data(), static_cast<std::size_t>(count));

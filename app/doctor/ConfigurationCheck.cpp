@@ -60,8 +60,7 @@ std::vector<std::string> lostFilesOf(const std::optional<BrandConfig>& brand) {
 Finding readFinding(const ConfigurationFacts& facts) {
   const std::string& file = facts.file.native();
   if (facts.exists) return {Finding::State::fine, fmt::format("{} is in force.", file)};
-  return {Finding::State::fine,
-          fmt::format("There is no {}: everything is at its default.", file)};
+  return {Finding::State::fine, fmt::format("There is no {}: everything is at its default.", file)};
 }
 
 }  // namespace

@@ -16,8 +16,6 @@
 #include "core/support/Log.h"
 #include "core/support/Version.h"
 
-#include <unistd.h>
-
 #include <iostream>
 
 namespace tarvinel {
@@ -44,9 +42,7 @@ Finding late(const std::string& display) {
 }  // namespace
 
 int runDoctor(const CommandLineOptions& options) {
-  const bool isTerminal = isatty(STDOUT_FILENO) == 1;
-  DoctorReport report(std::cout, isTerminal ? DoctorReport::Colours::terminal
-                                            : DoctorReport::Colours::none);
+  DoctorReport report(std::cout, DoctorReport::Style::forStandardOutput());
   std::cout << "Tarvinel " << appVersion << " looks at this computer. Nothing is changed.\n\n"
             << std::flush;
   Doctor(allChecks(options)).run(report);
@@ -72,10 +68,8 @@ std::vector<Check> allChecks(const CommandLineOptions& options) {
          return judge(PortFacts::of(settingsOf(options).port, PortHelper::ofThisProgram().place()));
        }},
       {"Firewall",
-       [=] {
-         return judge(FirewallFacts::of(settingsOf(options).port, options.systemRoot));
-       }},
-      {"Photos", [=] { return judge(UploadFacts::of(options)); }, hangingDisk()},
+       [=] { return judge(FirewallFacts::of(settingsOf(options).port, options.systemRoot)); }},
+      {"Uploads", [=] { return judge(UploadFacts::of(options)); }, hangingDisk()},
   };
 }
 

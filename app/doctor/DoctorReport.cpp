@@ -3,12 +3,47 @@
 #include "core/support/ASCII.h"
 
 #include <fmt/format.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string_view>
+#include <vector>
 
 namespace tarvinel {
 
 namespace {
 
-constexpr int textColumn = 30;
+constexpr std::size_t textColumn = 30;
+constexpr std::size_t leastTextColumns = 30;  // in a narrower terminal the text runs over
+
+/// The characters of UTF-8.
+std::size_t columnsOf(std::string_view text) {
+  return static_cast<std::size_t>(
+      std::ranges::count_if(text, [](char c) { return (c & '\xc0') != '\x80'; }));
+}
+
+std::string_view firstWord(std::string_view text) {
+  return text.substr(0, text.find(' '));
+}
+
+/// The text in lines of so many columns, cut between words; longer words stay whole.
+std::vector<std::string> wrapped(std::string_view text, std::size_t columns) {
+  std::vector<std::string> lines{""};
+  while (!text.empty()) {
+    const auto word = firstWord(text);
+    text.remove_prefix(std::min(word.size() + 1, text.size()));
+    std::string& line = lines.back();
+    if (line.empty()) {
+      line = word;
+    } else if (columnsOf(line) + 1 + columnsOf(word) <= columns) {
+      line.append(" ").append(word);
+    } else {
+      lines.emplace_back(word);
+    }
+  }
+  return lines;
+}
 
 std::string_view wordFor(Finding::State state) {
   switch (state) {
@@ -36,13 +71,36 @@ std::string_view colourOf(Finding::State state) {
 
 }  // namespace
 
+DoctorReport::Style DoctorReport::Style::forStandardOutput() {
+  winsize size{};
+  if (isatty(STDOUT_FILENO) != 1) return {};
+  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return {.hasColours = true};
+  return {.hasColours = true, .columns = size.ws_col};
+}
+
 void DoctorReport::add(const std::string& topic, const Finding& finding) {
   if (finding.state == Finding::State::toBeMended) ++toBeMended_;
   out_ << painted(finding.state, fmt::format("{:<14}", wordFor(finding.state)))
-       << fmt::format("{:<16}{}\n", topic, withoutControls(finding.what));
-  for (const std::string& line : finding.advice)
-    out_ << fmt::format("{:{}}{}\n", "", textColumn, withoutControls(line));
+       << fmt::format("{:<16}", topic);
+  writeLine(finding.what);
+  for (const std::string& line : finding.advice) {
+    out_ << std::string(textColumn, ' ');
+    writeLine(line);
+  }
   out_ << std::flush;
+}
+
+/// From the column of the texts on.
+void DoctorReport::writeLine(const std::string& text) {
+  const std::string shown = withoutControls(text);
+  if (style_.columns < textColumn + leastTextColumns) {
+    out_ << shown << '\n';
+    return;
+  }
+  const auto lines = wrapped(shown, style_.columns - textColumn);
+  out_ << lines.front() << '\n';
+  for (std::size_t i = 1; i < lines.size(); ++i)
+    out_ << std::string(textColumn, ' ') << lines[i] << '\n';
 }
 
 void DoctorReport::finish() {
@@ -57,7 +115,7 @@ void DoctorReport::finish() {
 }
 
 std::string DoctorReport::painted(Finding::State state, const std::string& text) const {
-  if (colours_ == Colours::none) return text;
+  if (!style_.hasColours) return text;
   return fmt::format("{}{}\x1b[0m", colourOf(state), text);
 }
 

@@ -2,7 +2,7 @@
 
 #include "app/doctor/Finding.h"
 
-#include <cstdint>
+#include <cstddef>
 #include <ostream>
 #include <string>
 
@@ -11,10 +11,17 @@ namespace tarvinel {
 /// Writes findings for people: the state, the topic, what was found, and under it what to do.
 class DoctorReport {
  public:
-  enum class Colours : std::uint8_t { none, terminal };
+  /// How it looks. Plain value.
+  struct Style {
+    bool hasColours = false;
+    std::size_t columns = 0;  ///< lines are wrapped to fit; 0: they are not
+
+    /// What fits standard output: colours and wrapped lines only where that is a terminal.
+    static Style forStandardOutput();
+  };
 
   /// `out` outlives it.
-  DoctorReport(std::ostream& out, Colours colours) : out_(out), colours_(colours) {}
+  DoctorReport(std::ostream& out, Style style) : out_(out), style_(style) {}
 
   /// Control characters of the texts are not written: parts of them come from elsewhere.
   void add(const std::string& topic, const Finding& finding);
@@ -25,10 +32,11 @@ class DoctorReport {
   bool mustMend() const { return toBeMended_ > 0; }
 
  private:
+  void writeLine(const std::string& text);
   std::string painted(Finding::State state, const std::string& text) const;
 
   std::ostream& out_;
-  const Colours colours_;
+  const Style style_;
   int toBeMended_ = 0;
 };
 

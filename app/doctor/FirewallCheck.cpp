@@ -109,7 +109,8 @@ Finding ufwFinding(const FirewallFacts& facts) {
     return {fine, fmt::format("ufw is on and lets viewers in at port {}.", facts.port)};
   const auto advice = fmt::format("Let viewers in: sudo ufw allow {}/tcp", facts.port);
   if (facts.ufwLetsIn == false) {
-    return {toBeMended, fmt::format("ufw is on and keeps viewers out of port {}.", facts.port),
+    return {toBeMended,
+            fmt::format("ufw is on and keeps viewers out of port {}.", facts.port),
             {advice}};
   }
   return {worthKnowing,
@@ -121,10 +122,10 @@ Finding firewalldFinding(const FirewallFacts& facts) {
   using enum Finding::State;
   if (facts.firewalldLetsIn == true)
     return {fine, fmt::format("firewalld runs and lets viewers in at port {}.", facts.port)};
-  const auto advice =
-      fmt::format("Let viewers in: sudo firewall-cmd --permanent --add-port={}/tcp && sudo "
-                  "firewall-cmd --reload",
-                  facts.port);
+  const auto advice = fmt::format(
+      "Let viewers in: sudo firewall-cmd --permanent --add-port={}/tcp && sudo "
+      "firewall-cmd --reload",
+      facts.port);
   if (facts.firewalldLetsIn == false) {
     return {toBeMended,
             fmt::format("firewalld runs, and its default zone keeps viewers out of port {}.",
@@ -153,16 +154,16 @@ Findings judge(const FirewallFacts& facts) {
   if (facts.ufwIsOn) findings.push_back(ufwFinding(facts));
   if (facts.firewalldRuns) findings.push_back(firewalldFinding(facts));
   if (facts.rulesAreLoaded) {
-    findings.push_back({Finding::State::worthKnowing,
-                        "Firewall rules are loaded at start (nftables or iptables); which, only "
-                        "root can see.",
-                        {"See: sudo nft list ruleset",
-                         fmt::format("Viewers need TCP port {}, names need UDP port 5353.",
-                                     facts.port)}});
+    findings.push_back(
+        {Finding::State::worthKnowing,
+         "Firewall rules are loaded at start (nftables or iptables); which, only "
+         "root can see.",
+         {"See: sudo nft list ruleset",
+          fmt::format("Viewers need TCP port {}, names need UDP port 5353.", facts.port)}});
   }
   if (findings.empty()) {
-    findings.push_back({Finding::State::fine,
-                        "None is set up here, as far as can be told without being root."});
+    findings.push_back(
+        {Finding::State::fine, "None is set up here, as far as can be told without being root."});
   }
   return findings;
 }

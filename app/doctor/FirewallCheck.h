@@ -13,10 +13,11 @@ namespace tarvinel {
 struct FirewallFacts {
   std::uint16_t port = 0;
   bool ufwIsOn = false;
-  std::optional<bool> ufwLetsIn;  ///< the port, from everywhere; nothing where it cannot be read
+  std::optional<bool> ufwLetsIn =
+      {};  ///< the port, from everywhere; nothing where it cannot be read
   bool firewalldRuns = false;
-  std::optional<bool> firewalldLetsIn;  ///< the port, in the default zone; likewise
-  bool rulesAreLoaded = false;          ///< nftables or iptables rules, at every start
+  std::optional<bool> firewalldLetsIn = {};  ///< the port, in the default zone; likewise
+  bool rulesAreLoaded = false;               ///< nftables or iptables rules, at every start
 
   /// Reads the configuration of firewalls below `root`, "/" for this system's, and asks on the
   /// system bus. Blocks for some seconds at the most.

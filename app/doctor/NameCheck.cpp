@@ -20,27 +20,29 @@ constexpr std::int32_t ipv4Address = 0;
 
 std::string computerNameOf(BusInquiry& bus) {
   std::string name;
-  bus.ask({avahi, "/", avahiServer, "GetHostNameFqdn"}, [](sd_bus_message&) {},
-          [&name](sd_bus_message& answer) {
-            const char* text = nullptr;
-            if (sd_bus_message_read(&answer, "s", &text) > 0) name = text;
-          });
+  bus.ask(
+      {avahi, "/", avahiServer, "GetHostNameFqdn"}, [](sd_bus_message&) {},
+      [&name](sd_bus_message& answer) {
+        const char* text = nullptr;
+        if (sd_bus_message_read(&answer, "s", &text) > 0) name = text;
+      });
   return name;
 }
 
 /// Asks the room; that nobody answers takes a while.
 std::optional<std::string> addressOf(BusInquiry& bus, const std::string& name) {
   std::optional<std::string> address;
-  bus.ask({avahi, "/", avahiServer, "ResolveHostName"},
-          [&name](sd_bus_message& question) {
-            sd_bus_message_append(&question, "iisiu", unspecified, unspecified, name.c_str(),
-                                  ipv4Address, 0U);
-          },
-          [&address](sd_bus_message& answer) {
-            const char* text = nullptr;
-            if (sd_bus_message_read(&answer, "iisis", nullptr, nullptr, nullptr, nullptr, &text) > 0)
-              address = text;
-          });
+  bus.ask(
+      {avahi, "/", avahiServer, "ResolveHostName"},
+      [&name](sd_bus_message& question) {
+        sd_bus_message_append(&question, "iisiu", unspecified, unspecified, name.c_str(),
+                              ipv4Address, 0U);
+      },
+      [&address](sd_bus_message& answer) {
+        const char* text = nullptr;
+        if (sd_bus_message_read(&answer, "iisis", nullptr, nullptr, nullptr, nullptr, &text) > 0)
+          address = text;
+      });
   return address;
 }
 

@@ -45,9 +45,8 @@ Finding takenPort(const PortFacts& facts) {
   if (!facts.holder) return {toBeMended, taken + ".", {otherPort}};
   const auto& [user, program, process] = *facts.holder;
   if (program == "tarvinel") {
-    return {worthKnowing,
-            fmt::format("Tarvinel is running already and has port {} (process {}).", facts.port,
-                        process)};
+    return {worthKnowing, fmt::format("Tarvinel is running already and has port {} (process {}).",
+                                      facts.port, process)};
   }
   if (program.empty()) {
     return {toBeMended,
@@ -82,9 +81,8 @@ Finding refusedPort(const PortFacts& facts) {
 }
 
 Finding otherFailure(const PortFacts& facts) {
-  return {Finding::State::toBeMended,
-          fmt::format("Port {} cannot be listened on: {}.", facts.port,
-                      std::system_category().message(facts.error))};
+  return {Finding::State::toBeMended, fmt::format("Port {} cannot be listened on: {}.", facts.port,
+                                                  std::system_category().message(facts.error))};
 }
 
 Finding freePort(const PortFacts& facts) {

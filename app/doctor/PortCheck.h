@@ -17,7 +17,7 @@ struct PortFacts {
   std::uint16_t port = 0;
   int error = 0;  ///< errno of the last attempt; 0: it could be listened on
   Helper helper = Helper::notAsked;
-  std::filesystem::path helperPlace;
+  std::filesystem::path helperPlace = {};
   std::optional<PortHolder> holder = {};  ///< when the port is taken
 
   /// Tries. `helper` is the place of the helper. Blocks for some seconds at the most.

@@ -11,9 +11,9 @@ namespace tarvinel {
 
 /// Who listens on a port, as far as this user may know.
 struct PortHolder {
-  std::string user;     ///< a name, or a number where there is none
-  std::string program;  ///< empty: another user's, so that it cannot be told
-  pid_t process = 0;    ///< 0 likewise
+  std::string user = {};     ///< a name, or a number where there is none
+  std::string program = {};  ///< empty: another user's, so that it cannot be told
+  pid_t process = 0;         ///< 0 likewise
 
   bool operator==(const PortHolder&) const = default;
 

@@ -102,10 +102,10 @@ Finding portalFinding(const PortalFacts& facts) {
             "The screen cannot be shared: the desktop's portal has no screen cast.",
             {installPortal}};
   }
-  return {facts.sourceTypes == 0U ? toBeMended : fine,
-          fmt::format("The desktop's portal offers {} (screen cast, version {}).",
-                      offerText(facts.sourceTypes.value_or(PortalFacts::monitors)),
-                      *facts.version)};
+  return {
+      facts.sourceTypes == 0U ? toBeMended : fine,
+      fmt::format("The desktop's portal offers {} (screen cast, version {}).",
+                  offerText(facts.sourceTypes.value_or(PortalFacts::monitors)), *facts.version)};
 }
 
 Finding pipeWireFinding(const PortalFacts& facts) {

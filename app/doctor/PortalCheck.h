@@ -22,7 +22,7 @@ struct PortalFacts {
   Portal portal = Portal::isMissing;
   std::optional<std::uint32_t> version = {};      ///< of its screen cast; nothing: it has none
   std::optional<std::uint32_t> sourceTypes = {};  ///< nothing when it does not say
-  std::filesystem::path pipeWireSocket;
+  std::filesystem::path pipeWireSocket = {};
   bool pipeWireAnswers = false;  ///< it takes connections
 
   /// Looks, and starts nothing. Blocks for some seconds at the most.

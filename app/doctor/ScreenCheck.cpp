@@ -4,13 +4,14 @@
 #include "app/capture/x11/X11Displays.h"
 #include "app/capture/x11/X11Error.h"
 
-#include <fmt/format.h>
 #include <xcb/composite.h>
 #include <xcb/damage.h>
 #include <xcb/randr.h>
 #include <xcb/res.h>
 #include <xcb/shm.h>
 #include <xcb/xfixes.h>
+
+#include <fmt/format.h>
 
 #include <array>
 #include <utility>
@@ -105,8 +106,7 @@ Findings judge(const ScreenFacts& facts) {
   if (facts.decision.road != CaptureRoad::x11) {
     return {{facts.wanted == facts.decision.road ? fine : worthKnowing, facts.decision.reason}};
   }
-  Findings findings{
-      {fine, fmt::format("{} {}.", facts.decision.reason, screenOf(facts.server))}};
+  Findings findings{{fine, fmt::format("{} {}.", facts.decision.reason, screenOf(facts.server))}};
   for (const Extension missing : facts.server.missing)
     findings.push_back(without(missing));
   return findings;

@@ -13,11 +13,11 @@ namespace tarvinel {
 struct X11Facts {
   enum class Extension : std::uint8_t { damage, composite, fixes, randr, resources, sharedMemory };
 
-  std::string error;  ///< why it cannot be asked; empty when it answers
-  int width = 0;      ///< of the whole screen, pixels
+  std::string error = {};  ///< why it cannot be asked; empty when it answers
+  int width = 0;           ///< of the whole screen, pixels
   int height = 0;
   int displays = 0;
-  std::vector<Extension> missing;
+  std::vector<Extension> missing = {};
 
   /// Asks the server of a display such as ":0". Blocks, forever when the server hangs.
   static X11Facts of(const std::string& display);
@@ -26,8 +26,8 @@ struct X11Facts {
 /// What is known of the screen where it is not the portal's.
 struct ScreenFacts {
   CaptureRoad wanted = CaptureRoad::automatic;
-  CaptureDecision decision;
-  X11Facts server;  ///< without an error where it was not asked
+  CaptureDecision decision = {};
+  X11Facts server = {};  ///< without an error where it was not asked
 
   /// Decides by what the session offers, and asks the X server if there is one. Blocks.
   static ScreenFacts of(CaptureRoad wanted, const CaptureEnvironment& environment);

@@ -32,8 +32,8 @@ Findings judge(const SessionFacts& facts) {
   const std::string desktop = inDesktop(facts.desktop);
   if (facts.isWayland()) return {{fine, fmt::format("A Wayland session{}.", desktop)}};
   if (facts.hasDisplay()) {
-    return {{fine, fmt::format("An X11 session{}, display {}.", desktop,
-                               facts.environment.display)}};
+    return {
+        {fine, fmt::format("An X11 session{}, display {}.", desktop, facts.environment.display)}};
   }
   return {{worthKnowing,
            "No desktop: neither DISPLAY nor WAYLAND_DISPLAY is set.",

@@ -10,7 +10,7 @@ namespace tarvinel {
 /// What the environment says of the desktop.
 struct SessionFacts {
   CaptureEnvironment environment;
-  std::string desktop;  ///< XDG_CURRENT_DESKTOP; empty when not set
+  std::string desktop = {};  ///< XDG_CURRENT_DESKTOP; empty when not set
 
   /// Of this process.
   static SessionFacts current();

@@ -31,8 +31,8 @@ bool selectionHasOwner(const std::string& display) try {
       xcb_intern_atom_reply,
       xcb_intern_atom(connection.get(), 1, static_cast<std::uint16_t>(name.size()), name.c_str()));
   if (atom->atom == XCB_ATOM_NONE) return false;
-  const auto selection = connection.reply(
-      xcb_get_selection_owner_reply, xcb_get_selection_owner(connection.get(), atom->atom));
+  const auto selection = connection.reply(xcb_get_selection_owner_reply,
+                                          xcb_get_selection_owner(connection.get(), atom->atom));
   return selection->owner != XCB_WINDOW_NONE;
 } catch (const X11Error&) {
   return false;

@@ -8,7 +8,7 @@ namespace tarvinel {
 
 /// Where the program's icon would be.
 struct TrayFacts {
-  SessionFacts session;
+  SessionFacts session = {};
   BusInquiry::State bus = BusInquiry::State::answers;  ///< the session's
   bool hasNotifierHost = false;                        ///< a panel shows status notifier items
   bool hasEmbeddingTray = false;                       ///< the X display has a tray for windows

@@ -66,8 +66,9 @@ UploadFacts UploadFacts::of(const CommandLineOptions& options) {
 Findings judge(const UploadFacts& facts) {
   using enum Finding::State;
   const std::string& path = facts.path.native();
-  const std::vector<std::string> choose{"Choose another folder in the menu, or with "
-                                        "--upload-folder."};
+  const std::vector<std::string> choose{
+      "Choose another folder in the menu, or with "
+      "--upload-folder."};
   if (facts.folder == Folder::isNoFolder)
     return {{toBeMended, fmt::format("Photos cannot go to {}: that is no folder.", path), choose}};
   if (facts.folder == Folder::notWritable) {

@@ -18,9 +18,9 @@ struct UploadFacts {
     notWritable,
   };
 
-  std::filesystem::path path;
+  std::filesystem::path path = {};
   Folder folder = Folder::usable;
-  std::optional<std::int64_t> freeBytes;  ///< of its disk; nothing where it does not tell
+  std::optional<std::int64_t> freeBytes = {};  ///< of its disk; nothing where it does not tell
 
   /// Of the folder that would be used with these options. Makes nothing. Blocks as long as the disk
   /// does.
