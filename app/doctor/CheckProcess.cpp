@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -61,14 +62,14 @@ void writeAll(int fd, std::string_view text) {
   std::_Exit(EXIT_SUCCESS);
 }
 
-/// Waits for one of poll's events, or for the end of the other side.
+/// Waits for one of poll's events, or for the end of the other side. What has happened already
+/// counts even after the deadline.
 bool happensBy(int fd, short events, CheckProcess::Clock::time_point deadline) {
   while (true) {
     const auto left =
         std::chrono::ceil<std::chrono::milliseconds>(deadline - CheckProcess::Clock::now());
-    if (left.count() <= 0) return false;
     pollfd waiting{fd, events, 0};
-    const int ready = ::poll(&waiting, 1, static_cast<int>(left.count()));
+    const int ready = ::poll(&waiting, 1, std::max(0, static_cast<int>(left.count())));
     if (ready >= 0 || errno != EINTR) return ready > 0;
   }
 }

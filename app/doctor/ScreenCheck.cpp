@@ -103,8 +103,10 @@ ScreenFacts ScreenFacts::of(CaptureRoad wanted, const CaptureEnvironment& enviro
 
 Findings judge(const ScreenFacts& facts) {
   if (!facts.server.error.empty()) return {unreachable(facts)};
-  if (facts.decision.road != CaptureRoad::x11) {
-    return {{facts.wanted == facts.decision.road ? fine : worthKnowing, facts.decision.reason}};
+  const CaptureRoad road = facts.decision.road;
+  if (road != CaptureRoad::x11) {
+    const bool isStopgap = road == CaptureRoad::pattern && facts.wanted != road;
+    return {{isStopgap ? worthKnowing : fine, facts.decision.reason}};
   }
   Findings findings{{fine, fmt::format("{} {}.", facts.decision.reason, screenOf(facts.server))}};
   for (const Extension missing : facts.server.missing)
