@@ -14,8 +14,9 @@ namespace tarvinel {
 
 namespace {
 
-constexpr std::size_t textColumn = 30;
-constexpr std::size_t leastTextColumns = 30;  // in a narrower terminal the text runs over
+constexpr std::size_t textColumn = 28;
+constexpr std::string_view adviceMark = "→ ";
+constexpr std::size_t leastTextColumns = 28;  // in a narrower terminal the text runs over
 
 /// The characters of UTF-8.
 std::size_t columnsOf(std::string_view text) {
@@ -62,7 +63,7 @@ std::string_view colourOf(Finding::State state) {
     case Finding::State::fine:
       return "\x1b[32m";  // green
     case Finding::State::worthKnowing:
-      return "\x1b[33m";  // yellow
+      return "\x1b[35m";  // magenta, which is legible on black and on white
     case Finding::State::toBeMended:
       break;
   }
@@ -81,26 +82,26 @@ DoctorReport::Style DoctorReport::Style::forStandardOutput() {
 void DoctorReport::add(const std::string& topic, const Finding& finding) {
   if (finding.state == Finding::State::toBeMended) ++toBeMended_;
   out_ << painted(finding.state, fmt::format("{:<14}", wordFor(finding.state)))
-       << fmt::format("{:<16}", topic);
-  writeLine(finding.what);
+       << fmt::format("{:<14}", topic);
+  writeLine(finding.what, textColumn);
   for (const std::string& line : finding.advice) {
-    out_ << std::string(textColumn, ' ');
-    writeLine(line);
+    out_ << std::string(textColumn, ' ') << adviceMark;
+    writeLine(line, textColumn + columnsOf(adviceMark));
   }
   out_ << std::flush;
 }
 
-/// From the column of the texts on.
-void DoctorReport::writeLine(const std::string& text) {
+/// From a column on, where the output stands.
+void DoctorReport::writeLine(const std::string& text, std::size_t column) {
   const std::string shown = withoutControls(text);
-  if (style_.columns < textColumn + leastTextColumns) {
+  if (style_.columns < column + leastTextColumns) {
     out_ << shown << '\n';
     return;
   }
-  const auto lines = wrapped(shown, style_.columns - textColumn);
+  const auto lines = wrapped(shown, style_.columns - column);
   out_ << lines.front() << '\n';
   for (std::size_t i = 1; i < lines.size(); ++i)
-    out_ << std::string(textColumn, ' ') << lines[i] << '\n';
+    out_ << std::string(column, ' ') << lines[i] << '\n';
 }
 
 void DoctorReport::finish() {

@@ -32,7 +32,7 @@ class DoctorReport {
   bool mustMend() const { return toBeMended_ > 0; }
 
  private:
-  void writeLine(const std::string& text);
+  void writeLine(const std::string& text, std::size_t column);
   std::string painted(Finding::State state, const std::string& text) const;
 
   std::ostream& out_;

@@ -49,9 +49,9 @@ def report_in(text, status):
         if found:
             state, topic, what = found.groups()
             findings.setdefault(topic, []).append(Finding(state, what, ()))
-        elif line.startswith(" " * 30):
+        elif line.startswith(" " * 28 + "→ "):
             state, what, advice = findings[topic][-1]
-            findings[topic][-1] = Finding(state, what, (*advice, line.strip()))
+            findings[topic][-1] = Finding(state, what, (*advice, line.strip()[2:]))
     return Report(status, text, findings)
 
 
