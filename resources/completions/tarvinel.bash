@@ -1,9 +1,15 @@
 # Completion for bash.
 
-# _tarvinel_sources WORD: the identifiers of what can be shared that begin so
+# _tarvinel_sources WORD: the identifiers of what can be shared that begin so, by the way of capture
+# that the line names
 _tarvinel_sources() {
-  local identifiers
-  identifiers=$("${COMP_WORDS[0]}" --list-sources 2>/dev/null | cut -f 1)
+  local capture=() identifiers i
+  for ((i = 1; i < COMP_CWORD; i++)); do
+    [[ ${COMP_WORDS[i]} == --capture ]] || continue
+    [[ ${COMP_WORDS[i + 1]} == = ]] && ((i++))
+    capture=(--capture "${COMP_WORDS[i + 1]}")
+  done
+  identifiers=$("${COMP_WORDS[0]}" --list-sources "${capture[@]}" 2>/dev/null | cut -f 1)
   mapfile -t COMPREPLY < <(compgen -W "$identifiers" -- "$1")
 }
 

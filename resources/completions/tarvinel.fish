@@ -1,9 +1,14 @@
 # Completion for fish.
 
-# identifier, tab, title: what fish takes for a word and its description
+# What can be shared, by the way of capture that the line names. Identifier, tab, title: that is what
+# fish takes for a word and its description.
 function __tarvinel_sources
     set -l words (commandline -opc)
-    $words[1] --list-sources 2>/dev/null
+    set -l capture (string match -- '--capture=*' $words)
+    if set -l i (contains -i -- --capture $words)
+        set capture --capture $words[(math $i + 1)]
+    end
+    $words[1] --list-sources $capture 2>/dev/null
 end
 
 complete -c tarvinel -f
