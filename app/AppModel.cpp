@@ -10,7 +10,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <system_error>
 #include <utility>
 
 namespace tarvinel {
@@ -34,17 +33,6 @@ std::string_view linkName(bool isWired) {
 
 std::string waitingText(const std::optional<BrandConfig>& brand) {
   return brand && brand->waiting ? *brand->waiting : std::string(ViewerPage::defaultWaiting);
-}
-
-// The presenter changed their mind in the desktop's dialog: they know, and nothing is wrong.
-bool isRefusal(const std::exception_ptr& error) {
-  try {
-    std::rethrow_exception(error);
-  } catch (const std::system_error& failure) {
-    return failure.code() == std::errc::operation_canceled;
-  } catch (...) {
-    return false;
-  }
 }
 
 }  // namespace
@@ -161,7 +149,7 @@ void AppModel::sourcesListed(Result<std::vector<CaptureSource>> sources) {
   }
   update(permissionHint_, {});
   update(sources_, std::move(sources).value());
-  if (selectedID_ && selectedSource() == nullptr) {
+  if (selectedID_ && source(selectedID_) == nullptr) {
     if (isSharing_) stopBecause(CaptureError(CaptureError::Case::unknownSource).what());
     update(selectedID_, {});
   }
@@ -188,14 +176,14 @@ void AppModel::select(const std::string& sourceID) {
   if (isSharing_) startSharing();
 }
 
-const CaptureSource* AppModel::selectedSource() const {
-  const auto found = std::ranges::find_if(
-      sources_, [this](const CaptureSource& source) { return source.id == selectedID_; });
+const CaptureSource* AppModel::source(const std::optional<std::string>& id) const {
+  const auto found =
+      std::ranges::find_if(sources_, [&](const CaptureSource& source) { return source.id == id; });
   return found == sources_.end() ? nullptr : &*found;
 }
 
 void AppModel::startSharing() {
-  const CaptureSource* selected = selectedSource();
+  const CaptureSource* selected = source(selectedID_);
   if (selected == nullptr) return;
   const std::uint64_t share = ++currentShare_;
   update(captureError_, {});
@@ -212,12 +200,13 @@ void AppModel::sharingStarted(std::uint64_t share, const CaptureSource& source,
   if (outcome.ok()) {
     setMotionRate(initialMotionFPS);  // what the engine begins with
     sharingFlag_->startSharing(source.title);
+    sharedID_ = source.id;
     setSharing(true);
-  } else {
-    if (!isRefusal(outcome.error())) {
-      update(captureError_, std::optional(describe(outcome.error())));
-    }
+  } else if (!isRefusal(outcome.error())) {
+    update(captureError_, std::optional(describe(outcome.error())));
     stopSharing();
+  } else if (isSharing_) {
+    update(selectedID_, std::optional(sharedID_));
   }
 }
 
@@ -306,9 +295,9 @@ void AppModel::refreshAddress() {
 }
 
 std::string AppModel::statusLine() const {
-  const CaptureSource* source = selectedSource();
-  if (!isSharing_ || source == nullptr) return "Not sharing";
-  return fmt::format("Sharing {} · {}", source->title, countOfViewers(viewerCount_));
+  const CaptureSource* shared = source(sharedID_);
+  if (!isSharing_ || shared == nullptr) return "Not sharing";
+  return fmt::format("Sharing {} · {}", shared->title, countOfViewers(viewerCount_));
 }
 
 std::optional<std::string> AppModel::streamLine() const {

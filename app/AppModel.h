@@ -126,7 +126,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   void refreshSources(std::function<void()> done = [] {});
 
   /// Chooses what `startSharing` shares; an identifier that is not listed is ignored. A share that
-  /// is on goes over to the source.
+  /// is on goes over to the source, unless the presenter refuses that in the desktop's dialog.
   void select(const std::string& sourceID);
 
   /// Reads the list of things to share again and shares one of them; calls `unlisted` when it is
@@ -198,7 +198,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   void setMotionRate(std::int64_t rate);
   void refreshAddress();
 
-  const CaptureSource* selectedSource() const;
+  const CaptureSource* source(const std::optional<std::string>& id) const;
 
   template <class T>
   void update(T& field, T value) {
@@ -240,6 +240,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
 
   std::vector<CaptureSource> sources_;
   std::optional<std::string> selectedID_;
+  std::string sharedID_;  // while sharing
   bool isSharing_ = false;
   std::int64_t viewerCount_ = 0;
   std::optional<std::string> serverURL_;

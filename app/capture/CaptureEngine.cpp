@@ -119,17 +119,18 @@ Result<std::vector<CaptureSource>> CaptureEngine::listed(
 
 // Starting
 
+// The desktop may ask the presenter first: until then what is shared goes on.
 void CaptureEngine::begin(const CaptureSource& source, const TarvinelConfig& config,
                           Completion<void> completion) {
-  if (capture_) end([](const Result<void>&) {});
-  const auto made = resultOf([&] { capture_ = makeCapture(source, config); });
+  endStart();
+  const auto made = resultOf([&] { next_ = makeCapture(source, config); });
   if (!made.ok()) {
+    end([](const Result<void>&) {});
     completion(made);
     return;
   }
-  capture_->onStarted = std::move(completion);
-  pipeline_.begin(settingsOf(config, capture_->configuration));
-  startStream();
+  next_->onStarted = std::move(completion);
+  startNext();
 }
 
 CaptureEngine::Capture CaptureEngine::makeCapture(const CaptureSource& source,
@@ -138,8 +139,9 @@ CaptureEngine::Capture CaptureEngine::makeCapture(const CaptureSource& source,
   if (!filter) std::rethrow_exception(unknownSource());
   const StreamConfiguration configuration = configurationOf(source, config);
   const std::uint64_t number = ++captures_;
-  return {number, service().makeStream(*filter, configuration, handlersOf(number)), configuration,
-          source.title, nullptr};
+  return {number,        service().makeStream(*filter, configuration, handlersOf(number)),
+          configuration, settingsOf(config, configuration),
+          source.title,  nullptr};
 }
 
 StreamHandlers CaptureEngine::handlersOf(std::uint64_t number) {
@@ -147,9 +149,9 @@ StreamHandlers CaptureEngine::handlersOf(std::uint64_t number) {
           [this, number](std::exception_ptr error) { streamStopped(number, std::move(error)); }};
 }
 
-void CaptureEngine::startStream() {
-  const auto stream = capture_->stream;  // it may fail at once and be dropped
-  auto started = [this, number = capture_->number](const Result<void>& result) {
+void CaptureEngine::startNext() {
+  const auto stream = next_->stream;  // it may fail at once and be dropped
+  auto started = [this, number = next_->number](const Result<void>& result) {
     streamStarted(number, result);
   };
   const auto asked = resultOf([&] { stream->start(started); });
@@ -157,26 +159,52 @@ void CaptureEngine::startStream() {
 }
 
 void CaptureEngine::streamStarted(std::uint64_t number, const Result<void>& result) {
-  if (!isCurrent(number) || !capture_->onStarted) return;
-  if (!result.ok()) {
-    logger_->error("startCapture failed for {}: {}", capture_->title, describe(result.error()));
-    dropCapture(result);
-    return;
+  if (!isOf(next_, number)) return;
+  if (result.ok()) {
+    showNext();
+  } else {
+    startFailed(result);
   }
+}
+
+// The presenter wants to show something else: what was shown goes on only after a change of mind.
+void CaptureEngine::startFailed(const Result<void>& result) {
+  logger_->error("startCapture failed for {}: {}", next_->title, describe(result.error()));
+  const Capture failed = dropNext();
+  if (!isRefusal(result.error())) end([](const Result<void>&) {});
+  failed.onStarted(result);
+}
+
+void CaptureEngine::showNext() {
+  if (capture_) stopStream(dropCapture().stream, [](const Result<void>&) {});
+  capture_ = std::exchange(next_, std::nullopt);
   const StreamConfiguration& configuration = capture_->configuration;
   logger_->info("capturing {} at {}x{} {} fps", capture_->title, configuration.width,
                 configuration.height, configuration.framesPerSecond);
+  pipeline_.begin(capture_->settings);
   std::exchange(capture_->onStarted, nullptr)({});
 }
 
 // Stopping
 
 void CaptureEngine::end(Completion<void> completion) {
+  endStart();
   if (!capture_) {
     completion({});
     return;
   }
-  const auto stream = dropCapture(stoppedBeforeItBegan());
+  stopStream(dropCapture().stream, std::move(completion));
+}
+
+void CaptureEngine::endStart() {
+  if (!next_) return;
+  const Capture ended = dropNext();
+  stopStream(ended.stream, [](const Result<void>&) {});
+  ended.onStarted(stoppedBeforeItBegan());
+}
+
+void CaptureEngine::stopStream(const std::shared_ptr<CaptureStream>& stream,
+                               Completion<void> completion) {
   auto stopped = [this, stream, completion = std::move(completion)](const Result<void>& result) {
     logStopped(result);
     afterPublishing([completion] { completion({}); });
@@ -195,22 +223,33 @@ void CaptureEngine::logStopped(const Result<void>& result) {
 
 void CaptureEngine::streamStopped(std::uint64_t number, const Result<void>& why) {
   logger_->error("stream stopped: {}", describe(why.error()));
-  if (isCurrent(number)) dropCapture(why);
+  if (isOf(next_, number)) {
+    const Capture ended = dropNext();
+    ended.onStarted(why);
+  }
+  if (isOf(capture_, number)) dropCapture();
   afterPublishing([this, why] {
     if (onStop_) onStop_(why);
   });
 }
 
-// The stream lives on until the next task: it may be the one that is calling.
-std::shared_ptr<CaptureStream> CaptureEngine::dropCapture(const Result<void>& notStartedBecause) {
-  const Capture dropped = std::move(*capture_);
-  capture_.reset();
-  queue_.post([stream = dropped.stream] {});
+CaptureEngine::Capture CaptureEngine::dropNext() {
+  return keepUntilNextTask(next_);
+}
+
+CaptureEngine::Capture CaptureEngine::dropCapture() {
   pipeline_.forget();
   pump_.discard();
   settleTimer_->run(pipeline_.needsTicks());
-  if (dropped.onStarted) dropped.onStarted(notStartedBecause);
-  return dropped.stream;
+  return keepUntilNextTask(capture_);
+}
+
+// The stream may be the one that is calling.
+CaptureEngine::Capture CaptureEngine::keepUntilNextTask(std::optional<Capture>& capture) {
+  Capture dropped = std::move(*capture);
+  capture.reset();
+  queue_.post([stream = dropped.stream] {});
+  return dropped;
 }
 
 // So that an owner who makes viewers forget the picture in `task` is not overtaken by a late frame.
@@ -221,7 +260,7 @@ void CaptureEngine::afterPublishing(std::function<void()> task) {
 // Frames
 
 void CaptureEngine::frame(std::uint64_t number, const CapturedFrame& frame) {
-  if (!isCurrent(number)) return;
+  if (!isOf(capture_, number)) return;
   pipeline_.frame(frame);
   settleTimer_->run(pipeline_.needsTicks());
 }

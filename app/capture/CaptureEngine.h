@@ -45,9 +45,10 @@ class CaptureEngine {
   void listSources(std::optional<std::string> excludingBundleID,
                    Completion<std::vector<CaptureSource>> completion);
 
-  /// Captures a source of the latest listing; a stream that runs is stopped first. Fails with
+  /// Captures a source of the latest listing in place of what is captured now. Fails with
   /// CaptureError unknownSource when the listing does not have it, with the service's error when it
-  /// cannot be captured, and with operation_canceled when it was stopped before it began.
+  /// cannot be captured, and with operation_canceled when the presenter refused, or it was stopped
+  /// before it began. After a refusal what was captured before goes on, else nothing is captured.
   void start(CaptureSource source, TarvinelConfig config, Completion<void> completion);
 
   /// Stops the stream, if any; never fails. No frame is published after it completed.
@@ -67,8 +68,9 @@ class CaptureEngine {
     std::uint64_t number = 0;
     std::shared_ptr<CaptureStream> stream;
     StreamConfiguration configuration;
+    FrameSettings settings;
     std::string title;
-    Completion<void> onStarted;  // empty once it has been called
+    Completion<void> onStarted;
   };
 
   ScreenCaptureService& service();
@@ -80,15 +82,23 @@ class CaptureEngine {
              Completion<void> completion);
   Capture makeCapture(const CaptureSource& source, const TarvinelConfig& config);
   StreamHandlers handlersOf(std::uint64_t number);
-  void startStream();
+  void startNext();
   void streamStarted(std::uint64_t number, const Result<void>& result);
+  void startFailed(const Result<void>& result);
+  void showNext();
   void end(Completion<void> completion);
+  void endStart();
+  void stopStream(const std::shared_ptr<CaptureStream>& stream, Completion<void> completion);
   void logStopped(const Result<void>& result);
   void streamStopped(std::uint64_t number, const Result<void>& why);
   void frame(std::uint64_t number, const CapturedFrame& frame);
   void tick();
-  bool isCurrent(std::uint64_t number) const { return capture_ && capture_->number == number; }
-  std::shared_ptr<CaptureStream> dropCapture(const Result<void>& notStartedBecause);
+  static bool isOf(const std::optional<Capture>& capture, std::uint64_t number) {
+    return capture && capture->number == number;
+  }
+  Capture dropNext();
+  Capture dropCapture();
+  Capture keepUntilNextTask(std::optional<Capture>& capture);
   void afterPublishing(std::function<void()> task);
 
   SerialQueue queue_{".capture"};
@@ -101,8 +111,9 @@ class CaptureEngine {
   std::unique_ptr<RepeatingTimer> settleTimer_;
   std::unique_ptr<ScreenCaptureService> service_;
   SourceCatalog catalog_;
-  std::optional<Capture> capture_;
-  std::uint64_t captures_ = 0;  // so far
+  std::optional<Capture> capture_;  // whose frames go out
+  std::optional<Capture> next_;     // starting, to take its place
+  std::uint64_t captures_ = 0;      // so far
   std::function<void(Result<void>)> onStop_;
 };
 

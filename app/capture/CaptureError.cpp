@@ -1,5 +1,7 @@
 #include "app/capture/CaptureError.h"
 
+#include <system_error>
+
 namespace tarvinel {
 
 namespace {
@@ -15,5 +17,15 @@ const char* textOf(CaptureError::Case kind) {
 }  // namespace
 
 CaptureError::CaptureError(Case kind) : std::runtime_error(textOf(kind)), kind_(kind) {}
+
+bool isRefusal(const std::exception_ptr& error) {
+  try {
+    std::rethrow_exception(error);
+  } catch (const std::system_error& failure) {
+    return failure.code() == std::errc::operation_canceled;
+  } catch (...) {
+    return false;
+  }
+}
 
 }  // namespace tarvinel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <stdexcept>
 
 namespace tarvinel {
@@ -17,5 +18,9 @@ class CaptureError : public std::runtime_error {
  private:
   Case kind_;
 };
+
+/// Whether it is std::errc::operation_canceled: the presenter changed their mind in the desktop's
+/// dialog. They know, and nothing is wrong.
+bool isRefusal(const std::exception_ptr& error);
 
 }  // namespace tarvinel

@@ -246,6 +246,25 @@ TEST_F(AppModelTest, ARefusalInTheDesktopsDialogIsNoError) {
   EXPECT_EQ(model->selectedID(), "display-7");
 }
 
+TEST_F(AppModelTest, ARefusalWhileSharingLeavesTheShareAsItWas) {
+  screen.content.displays.push_back({8, {1280, 0, 640, 480}, false});
+  launchAndWait();
+  startSharing();
+  onScreen([&] { screen.holdStarts = true; });
+  model->select("display-8");
+  EXPECT_EQ(model->statusLine(), "Sharing Display 1 (main) 1280×720 · 0 viewers");
+  onScreen([&] {
+    screen.streams.back()->pendingStart(std::make_exception_ptr(
+        std::system_error(std::make_error_code(std::errc::operation_canceled))));
+  });
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->selectedID() == "display-7"; }));
+  EXPECT_TRUE(model->isSharing());
+  EXPECT_EQ(model->statusLine(), "Sharing Display 1 (main) 1280×720 · 0 viewers");
+  EXPECT_EQ(model->captureError(), std::nullopt);
+  EXPECT_FALSE(screen.streams.front()->stopped);
+  EXPECT_THAT(desktop.done, ElementsAre("awake"));
+}
+
 TEST_F(AppModelTest, WhatTheDesktopGivesAgainstAskingAgainIsRemembered) {
   const auto tokens = std::make_shared<RestoreTokens>();
   const auto launchWith = [&](std::shared_ptr<RestoreTokens> given) {

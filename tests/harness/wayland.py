@@ -101,12 +101,12 @@ class WaylandSession:
         self._wait_for_name("org.freedesktop.portal.Desktop")
         return portal
 
-    def program(self, *arguments, name="tarvinel", headless=True):
-        """The program in this session, on a free port."""
+    def program(self, *arguments, name="tarvinel", headless=True, prefix=(), connect=http.connect):
+        """The program in this session, on a free port; `prefix` and `connect` as in Program."""
         profile = self.folder / "without-name"
         program = Program(self.folder, *(["--headless", "--port", "0"] if headless else []),
-                          "--profile", profile, *arguments, prefix=self._as_user(), name=name,
-                          variables=self.env)
+                          "--profile", profile, *arguments, prefix=[*prefix, *self._as_user()],
+                          name=name, variables=self.env, connect=connect)
         self._programs.append(program)
         self._started.callback(program.stop)
         return program.wait_until_listening() if headless else program
@@ -135,6 +135,14 @@ class WaylandSession:
             yield
         finally:
             held.unlink()
+
+    def start_client(self, *argv):
+        """A program that draws in this session."""
+        return self._start(*argv)
+
+    def wait_for_window(self):
+        """Waits until some program has a window."""
+        eventually(lambda: '"pid"' in self.run("swaymsg", "-t", "get_tree"), LIMIT, "a window")
 
     def show(self, colour):
         """Fills the screen with a colour, "#rrggbb"."""

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/capture/x11/CursorImage.h"
+#include "app/capture/CursorImage.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -19,7 +19,10 @@ void PortalCaptureService::shareableContent(Completion<ShareableContent> complet
       queue_, [this, number, completion = std::move(completion)](const Result<PortalOffer>& offer) {
         queue_.post([bus = std::shared_ptr(std::move(questions_[number]))] {});
         questions_.erase(number);
-        completion(resultOf([&] { return offer.value().entries(); }));
+        completion(resultOf([&] {
+          return offer.value().entries(
+              [this](PortalSourceType type) { return tokens_->memory(RestoreTokens::key(type)); });
+        }));
       });
   questions_.emplace(number, std::move(bus));
 }
@@ -28,9 +31,11 @@ std::shared_ptr<CaptureStream> PortalCaptureService::makeStream(
     const ContentFilter& filter, const StreamConfiguration& configuration,
     StreamHandlers handlers) {
   queue_.assertCurrent();
-  const auto type = filter.kind == ContentFilter::Kind::window ? PortalSourceType::window
-                                                               : PortalSourceType::display;
-  return std::make_shared<PortalCaptureStream>(queue_, type, configuration, tokens_,
+  const bool isWindow = filter.kind == ContentFilter::Kind::window;
+  const PortalCaptureStream::Wish wish{
+      isWindow ? PortalSourceType::window : PortalSourceType::display,
+      static_cast<PortalEntry>(isWindow ? filter.windowID : filter.displayID)};
+  return std::make_shared<PortalCaptureStream>(queue_, wish, configuration, tokens_,
                                                std::move(handlers));
 }
 

@@ -1,8 +1,17 @@
 #include "app/capture/portal/PortalCaptureStream.h"
 
+#include "app/capture/portal/PortalError.h"
+
+#include <chrono>
 #include <utility>
 
 namespace tarvinel {
+
+namespace {
+
+constexpr std::chrono::seconds mediaServerLimit{15};
+
+}  // namespace
 
 /// A step that others may call at any time: it is taken while the share is on.
 template <class Step>
@@ -13,15 +22,16 @@ auto PortalCaptureStream::whileRunning(Step step) {
   };
 }
 
-PortalCaptureStream::PortalCaptureStream(SerialQueue& queue, PortalSourceType type,
+PortalCaptureStream::PortalCaptureStream(SerialQueue& queue, const Wish& wish,
                                          const StreamConfiguration& configuration,
                                          std::shared_ptr<RestoreTokens> tokens,
                                          StreamHandlers handlers)
     : queue_(queue),
-      type_(type),
+      wish_(wish),
       configuration_(configuration),
       tokens_(std::move(tokens)),
-      handlers_(std::move(handlers)) {}
+      handlers_(std::move(handlers)),
+      patience_(queue) {}
 
 void PortalCaptureStream::start(Completion<void> completion) {
   queue_.assertCurrent();
@@ -40,9 +50,13 @@ void PortalCaptureStream::stop(Completion<void> completion) {
 }
 
 void PortalCaptureStream::open() {
-  const auto opened = resultOf([this] {
+  PortalSession::Wish wish{wish_.type, configuration_.showsCursor, std::nullopt};
+  if (wish_.entry == PortalEntry::usual) {
+    wish.restoreToken = tokens_->token(RestoreTokens::key(wish_.type));
+  }
+  const auto opened = resultOf([&] {
     session_ = std::make_unique<PortalSession>(
-        queue_, PortalSession::Wish{type_, configuration_.showsCursor, tokens_->token(tokenKey())},
+        queue_, std::move(wish),
         PortalSession::Handlers{
             [weak = weak_from_this()](const PortalGrant& grant, UniqueFd mediaServer) {
               const auto self = weak.lock();
@@ -55,7 +69,7 @@ void PortalCaptureStream::open() {
 }
 
 void PortalCaptureStream::granted(const PortalGrant& grant, UniqueFd mediaServer) {
-  tokens_->remember(tokenKey(), grant.restoreToken);
+  tokens_->remember(RestoreTokens::key(wish_.type), grant.restoreToken);
   points_ = grant.points;
   stream_ = std::make_shared<PipeWireStream>(
       queue_, PipeWireStream::Wish{configuration_.framesPerSecond, grant.cursorIsApart},
@@ -72,9 +86,12 @@ void PortalCaptureStream::granted(const PortalGrant& grant, UniqueFd mediaServer
           whileRunning(
               [](PortalCaptureStream& self, const std::exception_ptr& why) { self.end(why); })});
   stream_->connect(std::move(mediaServer), grant.node);
+  patience_.start(mediaServerLimit,
+                  [this] { end(portalFailure(PortalError::Case::noMediaServer)); });
 }
 
 void PortalCaptureStream::ready() {
+  patience_.cancel();
   if (const auto onStarted = std::exchange(onStarted_, nullptr)) onStarted({});
 }
 
@@ -102,13 +119,10 @@ void PortalCaptureStream::end(std::exception_ptr why) {
 /// The session may be the one that is calling: it goes with the next task.
 void PortalCaptureStream::close() {
   running_ = false;
+  patience_.cancel();
   undelivered_.reset();
   stream_.reset();
   if (session_) queue_.post([session = std::shared_ptr(std::move(session_))] {});
-}
-
-const char* PortalCaptureStream::tokenKey() const {
-  return type_ == PortalSourceType::display ? RestoreTokens::displayKey : RestoreTokens::windowKey;
 }
 
 }  // namespace tarvinel

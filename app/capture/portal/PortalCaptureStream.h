@@ -5,6 +5,7 @@
 #include "app/capture/portal/PortalPicture.h"
 #include "app/capture/portal/PortalSession.h"
 #include "app/capture/portal/RestoreTokens.h"
+#include "core/support/OneShotTimer.h"
 #include "core/support/SerialQueue.h"
 
 #include <cstdint>
@@ -19,7 +20,12 @@ namespace tarvinel {
 class PortalCaptureStream final : public CaptureStream,
                                   public std::enable_shared_from_this<PortalCaptureStream> {
  public:
-  PortalCaptureStream(SerialQueue& queue, PortalSourceType type,
+  struct Wish {
+    PortalSourceType type = PortalSourceType::display;
+    PortalEntry entry = PortalEntry::usual;
+  };
+
+  PortalCaptureStream(SerialQueue& queue, const Wish& wish,
                       const StreamConfiguration& configuration,
                       std::shared_ptr<RestoreTokens> tokens, StreamHandlers handlers);
 
@@ -38,16 +44,16 @@ class PortalCaptureStream final : public CaptureStream,
   void deliver();
   void end(std::exception_ptr why);
   void close();
-  const char* tokenKey() const;
 
   SerialQueue& queue_;
-  const PortalSourceType type_;
+  const Wish wish_;
   const StreamConfiguration configuration_;
   const std::shared_ptr<RestoreTokens> tokens_;
   const StreamHandlers handlers_;
   Completion<void> onStarted_;  ///< empty once it has been called
   std::unique_ptr<PortalSession> session_;
   std::shared_ptr<PipeWireStream> stream_;
+  OneShotTimer patience_;  ///< with a media server that does not answer
   PortalPicture picture_;
   std::optional<Size> points_;  ///< of what is shared, when the desktop told
   std::optional<CapturedFrame> undelivered_;

@@ -2,16 +2,21 @@
 
 #include "app/capture/portal/PortalMessages.h"
 
+#include <array>
 #include <string_view>
 
 namespace tarvinel {
 
 namespace {
 
-constexpr std::uint32_t onlyEntry = 1;
-
 // Until the desktop tells the true size: that of most screens.
 constexpr Size assumedSize{1920, 1080};
+
+ShareableChoice choice(PortalSourceType type, PortalEntry entry, const char* title) {
+  const auto kind = type == PortalSourceType::display ? ShareableChoice::Kind::display
+                                                      : ShareableChoice::Kind::window;
+  return {kind, static_cast<std::uint32_t>(entry), title, assumedSize};
+}
 
 }  // namespace
 
@@ -25,15 +30,28 @@ std::optional<PortalCursorMode> PortalOffer::cursorMode(bool showsCursor) const 
   return std::nullopt;
 }
 
-ShareableContent PortalOffer::entries() const {
+ShareableContent PortalOffer::entries(
+    const std::function<PortalMemory(PortalSourceType)>& memoryOf) const {
+  struct Titles {
+    PortalSourceType type;
+    const char* first;
+    const char* last;
+    const char* another;
+  };
+  constexpr std::array<Titles, 2> all{
+      {{PortalSourceType::display, "Screen (chosen in the desktop's dialog)",
+        "Screen (the last one chosen)", "Another screen (chosen in the desktop's dialog)"},
+       {PortalSourceType::window, "Window (chosen in the desktop's dialog)",
+        "Window (the last one chosen)", "Another window (chosen in the desktop's dialog)"}}};
   ShareableContent content;
-  if (offers(PortalSourceType::display)) {
-    content.choices.push_back({ShareableChoice::Kind::display, onlyEntry,
-                               "Screen (chosen in the desktop's dialog)", assumedSize});
-  }
-  if (offers(PortalSourceType::window)) {
-    content.choices.push_back({ShareableChoice::Kind::window, onlyEntry,
-                               "Window (chosen in the desktop's dialog)", assumedSize});
+  for (const Titles& titles : all) {
+    if (!offers(titles.type)) continue;
+    const PortalMemory memory = remembers() ? memoryOf(titles.type) : PortalMemory::none;
+    const bool known = memory == PortalMemory::known;
+    content.choices.push_back(
+        choice(titles.type, PortalEntry::usual, known ? titles.last : titles.first));
+    if (memory == PortalMemory::none) continue;
+    content.choices.push_back(choice(titles.type, PortalEntry::another, titles.another));
   }
   return content;
 }

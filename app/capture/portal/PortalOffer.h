@@ -3,6 +3,7 @@
 #include "app/capture/ShareableContent.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 
 struct sd_bus_message;
@@ -14,6 +15,19 @@ enum class PortalSourceType : std::uint8_t { display = 1, window = 2 };
 
 /// Who draws the cursor, in the portal's numbering.
 enum class PortalCursorMode : std::uint8_t { hidden = 1, embedded = 2, metadata = 4 };
+
+/// The number of an entry among those of its type.
+enum class PortalEntry : std::uint8_t {
+  usual = 1,   ///< what was chosen last, where that is known
+  another = 2  ///< always asks
+};
+
+/// Whether the desktop would share again what was chosen before without asking.
+enum class PortalMemory : std::uint8_t {
+  none,
+  lost,  ///< it did earlier in this run
+  known
+};
 
 /// What the desktop's portal says that it can do. Plain value.
 struct PortalOffer {
@@ -31,8 +45,9 @@ struct PortalOffer {
   /// The mode to ask for; none when the portal knows of no modes.
   std::optional<PortalCursorMode> cursorMode(bool showsCursor) const;
 
-  /// One entry for each type of source, which the desktop's dialog turns into a certain one.
-  ShareableContent entries() const;
+  /// One entry for each type of source, which the desktop's dialog turns into a certain one, and
+  /// one more where it might not be asked again. An entry once listed stays.
+  ShareableContent entries(const std::function<PortalMemory(PortalSourceType)>& memoryOf) const;
 
   /// Reads the properties of the portal's interface. Throws PortalError.
   static PortalOffer read(sd_bus_message& properties);

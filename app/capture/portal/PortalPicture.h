@@ -1,9 +1,9 @@
 #pragma once
 
+#include "app/capture/CursorImage.h"
 #include "app/capture/PixelRect.h"
 #include "app/capture/ScreenCaptureService.h"
 #include "app/capture/portal/RawPicture.h"
-#include "app/capture/x11/CursorImage.h"
 #include "core/frames/MemoryPixelBuffer.h"
 
 #include <cstdint>

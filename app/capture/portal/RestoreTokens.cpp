@@ -4,12 +4,17 @@
 
 namespace tarvinel {
 
+const char* RestoreTokens::key(PortalSourceType type) {
+  return type == PortalSourceType::display ? displayKey : windowKey;
+}
+
 void RestoreTokens::begin(
     const std::function<std::optional<std::string>(const std::string& key)>& known,
     std::function<void(const std::string& key, const std::string& token)> onChange) {
   const std::lock_guard lock(mutex_);
   for (const char* key : {displayKey, windowKey}) {
-    if (const auto token = known(key)) tokens_.insert_or_assign(key, *token);
+    const auto token = known(key);
+    if (token && !token->empty()) tokens_.insert_or_assign(key, *token);
   }
   onChange_ = std::move(onChange);
 }
@@ -17,16 +22,22 @@ void RestoreTokens::begin(
 std::optional<std::string> RestoreTokens::token(const std::string& key) const {
   const std::lock_guard lock(mutex_);
   const auto found = tokens_.find(key);
-  if (found == tokens_.end()) return std::nullopt;
+  if (found == tokens_.end() || found->second.empty()) return std::nullopt;
   return found->second;
+}
+
+PortalMemory RestoreTokens::memory(const std::string& key) const {
+  const std::lock_guard lock(mutex_);
+  const auto found = tokens_.find(key);
+  if (found == tokens_.end()) return PortalMemory::none;
+  return found->second.empty() ? PortalMemory::lost : PortalMemory::known;
 }
 
 void RestoreTokens::remember(const std::string& key, const std::optional<std::string>& token) {
   std::function<void(const std::string&, const std::string&)> onChange;
   {
     const std::lock_guard lock(mutex_);
-    tokens_.erase(key);
-    if (token) tokens_.emplace(key, *token);
+    if (token || tokens_.contains(key)) tokens_.insert_or_assign(key, token.value_or(""));
     onChange = onChange_;
   }
   if (onChange) onChange(key, token.value_or(""));

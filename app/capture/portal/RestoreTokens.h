@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/capture/portal/PortalOffer.h"
+
 #include <functional>
 #include <map>
 #include <mutex>
@@ -15,19 +17,22 @@ class RestoreTokens {
   static constexpr const char* displayKey = "PortalRestoreTokenDisplay";
   static constexpr const char* windowKey = "PortalRestoreTokenWindow";
 
+  static const char* key(PortalSourceType type);
+
   /// Takes what an earlier run knew. `onChange` is called with each later change, on the thread
   /// that makes it; an empty text forgets.
   void begin(const std::function<std::optional<std::string>(const std::string& key)>& known,
              std::function<void(const std::string& key, const std::string& token)> onChange);
 
   std::optional<std::string> token(const std::string& key) const;
+  PortalMemory memory(const std::string& key) const;
 
   /// Replaces the token, which can be used but once; none when the desktop gave none.
   void remember(const std::string& key, const std::optional<std::string>& token);
 
  private:
   mutable std::mutex mutex_;
-  std::map<std::string, std::string> tokens_;  // none empty
+  std::map<std::string, std::string> tokens_;  // empty: there was one
   std::function<void(const std::string&, const std::string&)> onChange_;
 };
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "app/capture/DirtyRegion.h"
 #include "app/capture/PixelRect.h"
-#include "app/capture/x11/DirtyRegion.h"
 #include "app/capture/x11/ShmSegment.h"
 #include "app/capture/x11/X11PixelBuffer.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/capture/x11/CursorImage.h"
+#include "app/capture/CursorImage.h"
 #include "app/capture/x11/X11AppCanvas.h"
 #include "app/capture/x11/X11AppWindows.h"
 #include "app/capture/x11/X11Connection.h"

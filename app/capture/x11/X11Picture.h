@@ -1,9 +1,9 @@
 #pragma once
 
+#include "app/capture/CursorImage.h"
+#include "app/capture/DirtyRegion.h"
 #include "app/capture/PixelRect.h"
 #include "app/capture/ScreenCaptureService.h"
-#include "app/capture/x11/CursorImage.h"
-#include "app/capture/x11/DirtyRegion.h"
 #include "app/capture/x11/ImageReader.h"
 
 #include <xcb/xcb.h>

@@ -303,6 +303,72 @@ TEST_F(CaptureEngineTest, AStartStopsTheStreamThatRuns) {
   EXPECT_EQ(encodingCount(), 2U);
 }
 
+TEST_F(CaptureEngineTest, WhatIsSharedGoesOnWhileThePresenterIsAskedAndAfterARefusal) {
+  capture();
+  const CaptureSource source = displaySource();
+  onQueue([this] { screen.holdStarts = true; });
+  std::promise<Result<void>> asked;
+  engine.start(source, {}, [&](const Result<void>& result) { asked.set_value(result); });
+  deliver(picture(), 1.0, 0);
+  EXPECT_EQ(encodingCount(), 1U);
+  onQueue([this] {
+    screen.streams.at(1)->pendingStart(std::make_exception_ptr(
+        std::system_error(std::make_error_code(std::errc::operation_canceled))));
+  });
+  EXPECT_FALSE(asked.get_future().get().ok());
+  EXPECT_FALSE(stream(0)->stopped);
+  deliver(picture(), 2.0, 0);
+  EXPECT_EQ(encodingCount(), 2U);
+}
+
+TEST_F(CaptureEngineTest, AStartThatFailsEndsWhatWasShared) {
+  capture();
+  const CaptureSource source = displaySource();
+  onQueue([this] { screen.startFailure = failure("no screen"); });
+  EXPECT_EQ(textOf(start(source).error()), "no screen");
+  EXPECT_TRUE(stream(0)->stopped);
+}
+
+TEST_F(CaptureEngineTest, AnotherStartTakesThePlaceOfTheOneThatWaits) {
+  const CaptureSource source = displaySource();
+  onQueue([this] { screen.holdStarts = true; });
+  std::promise<Result<void>> first;
+  engine.start(source, {}, [&](const Result<void>& result) { first.set_value(result); });
+  onQueue([this] { screen.holdStarts = false; });
+  start(source).value();
+  EXPECT_TRUE(isRefusal(first.get_future().get().error()));
+  EXPECT_TRUE(stream(0)->stopped);
+  deliver(picture(), 1.0, 1);
+  EXPECT_EQ(encodingCount(), 1U);
+}
+
+TEST_F(CaptureEngineTest, AStopEndsWhatIsSharedAndWhatIsAskedFor) {
+  capture();
+  const CaptureSource source = displaySource();
+  onQueue([this] { screen.holdStarts = true; });
+  std::promise<Result<void>> asked;
+  engine.start(source, {}, [&](const Result<void>& result) { asked.set_value(result); });
+  stop().value();
+  EXPECT_TRUE(isRefusal(asked.get_future().get().error()));
+  EXPECT_TRUE(stream(0)->stopped);
+  EXPECT_TRUE(stream(1)->stopped);
+}
+
+TEST_F(CaptureEngineTest, WhatIsSharedMayEndWhileThePresenterIsAsked) {
+  capture();
+  const CaptureSource source = displaySource();
+  onQueue([this] { screen.holdStarts = true; });
+  std::promise<Result<void>> asked;
+  engine.start(source, {}, [&](const Result<void>& result) { asked.set_value(result); });
+  onQueue([this] {
+    screen.streams.at(0)->handlers.onStop(failure("closed"));
+    screen.streams.at(1)->pendingStart({});
+  });
+  EXPECT_TRUE(asked.get_future().get().ok());
+  deliver(picture(), 1.0, 1);
+  EXPECT_EQ(encodingCount(), 1U);
+}
+
 TEST_F(CaptureEngineTest, AStaleStartLeavesNothingRunning) {
   capture();
   EXPECT_EQ(textOf(start({"window-99", CaptureSource::Kind::window, "", {10, 10}}).error()), stale);

@@ -5,19 +5,55 @@
 namespace tarvinel {
 namespace {
 
-TEST(PortalOffer, OneEntryForEachTypeThatIsOffered) {
-  EXPECT_TRUE((PortalOffer{0, 7, 4}.entries().choices.empty()));
-  EXPECT_TRUE((PortalOffer{4, 7, 4}.entries().choices.empty()));  // virtual screens
+std::vector<ShareableChoice> choices(const PortalOffer& offer, PortalMemory ofDisplays,
+                                     PortalMemory ofWindows = PortalMemory::none) {
+  return offer
+      .entries([&](PortalSourceType type) {
+        return type == PortalSourceType::display ? ofDisplays : ofWindows;
+      })
+      .choices;
+}
 
-  const auto screens = PortalOffer{1, 7, 4}.entries().choices;
+TEST(PortalOffer, OneEntryForEachTypeThatIsOffered) {
+  EXPECT_TRUE(choices({0, 7, 4}, PortalMemory::none).empty());
+  EXPECT_TRUE(choices({4, 7, 4}, PortalMemory::known).empty());  // virtual screens
+
+  const auto screens = choices({1, 7, 4}, PortalMemory::none);
   ASSERT_EQ(screens.size(), 1U);
   EXPECT_EQ(screens[0].kind, ShareableChoice::Kind::display);
   EXPECT_EQ(screens[0].title, "Screen (chosen in the desktop's dialog)");
 
-  const auto both = PortalOffer{7, 7, 4}.entries().choices;
+  const auto both = choices({7, 7, 4}, PortalMemory::none);
   ASSERT_EQ(both.size(), 2U);
   EXPECT_EQ(both[1].kind, ShareableChoice::Kind::window);
   EXPECT_EQ(both[1].title, "Window (chosen in the desktop's dialog)");
+}
+
+TEST(PortalOffer, WhatTheDesktopWouldNotAskAgainCanBeChosenAnew) {
+  const auto screens = choices({1, 7, 4}, PortalMemory::known, PortalMemory::known);
+  ASSERT_EQ(screens.size(), 2U);
+  EXPECT_EQ(screens[0].number, 1U);
+  EXPECT_EQ(screens[0].title, "Screen (the last one chosen)");
+  EXPECT_EQ(screens[1].kind, ShareableChoice::Kind::display);
+  EXPECT_EQ(screens[1].number, 2U);
+  EXPECT_EQ(screens[1].title, "Another screen (chosen in the desktop's dialog)");
+
+  const auto windows = choices({2, 7, 4}, PortalMemory::none, PortalMemory::known);
+  ASSERT_EQ(windows.size(), 2U);
+  EXPECT_EQ(windows[0].title, "Window (the last one chosen)");
+  EXPECT_EQ(windows[1].kind, ShareableChoice::Kind::window);
+  EXPECT_EQ(windows[1].title, "Another window (chosen in the desktop's dialog)");
+}
+
+TEST(PortalOffer, AnEntryThatMayBeSharedJustNowStaysListed) {
+  const auto screens = choices({1, 7, 4}, PortalMemory::lost);
+  ASSERT_EQ(screens.size(), 2U);
+  EXPECT_EQ(screens[0].title, "Screen (chosen in the desktop's dialog)");
+  EXPECT_EQ(screens[1].number, 2U);
+}
+
+TEST(PortalOffer, APortalThatRemembersNothingAlwaysAsks) {
+  EXPECT_EQ(choices({1, 7, 3}, PortalMemory::known).size(), 1U);
 }
 
 TEST(PortalOffer, TheCursorIsBestDrawnByTheDesktop) {

@@ -40,5 +40,23 @@ TEST(RestoreTokens, TheNewestReplacesTheOneBeforeAndIsTold) {
   EXPECT_THAT(told, ElementsAre(Pair(display, "new"), Pair(window, "")));
 }
 
+TEST(RestoreTokens, TellsWhatIsLostFromWhatNeverWas) {
+  RestoreTokens tokens;
+  EXPECT_EQ(tokens.memory(display), PortalMemory::none);
+  tokens.remember(display, std::nullopt);
+  EXPECT_EQ(tokens.memory(display), PortalMemory::none);
+  tokens.remember(display, "first");
+  EXPECT_EQ(tokens.memory(display), PortalMemory::known);
+  tokens.remember(display, std::nullopt);
+  EXPECT_EQ(tokens.memory(display), PortalMemory::lost);
+  EXPECT_EQ(tokens.token(display), std::nullopt);
+}
+
+TEST(RestoreTokens, AnEmptyOneIsNone) {
+  RestoreTokens tokens;
+  tokens.begin([](const std::string&) { return std::optional<std::string>(""); }, nullptr);
+  EXPECT_EQ(tokens.memory(display), PortalMemory::none);
+}
+
 }  // namespace
 }  // namespace tarvinel

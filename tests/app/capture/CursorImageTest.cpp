@@ -1,4 +1,4 @@
-#include "app/capture/x11/CursorImage.h"
+#include "app/capture/CursorImage.h"
 #include "core/support/Bytes.h"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-#include "app/capture/x11/DirtyRegion.h"
+#include "app/capture/DirtyRegion.h"
 
 #include <algorithm>
 
