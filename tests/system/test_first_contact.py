@@ -51,7 +51,7 @@ def test_a_tray_from_a_terminal(desktop, terminal):
     desktop.start_tray()
     program = terminal(env=desktop.env)
     program.wait_for(ADDRESS)
-    program.wait_for(IN_THE_PANEL)
+    program.wait_for(re.escape(IN_THE_PANEL))
     assert not desktop.window()
     end(program)
 
@@ -59,7 +59,7 @@ def test_a_tray_from_a_terminal(desktop, terminal):
 def test_a_window_from_a_terminal(desktop, terminal):
     program = terminal(env=desktop.env)
     program.wait_for(ADDRESS)
-    program.wait_for(IN_THE_WINDOW)
+    program.wait_for(re.escape(IN_THE_WINDOW))
     assert desktop.window()
     end(program)
 
@@ -79,7 +79,7 @@ def test_headless_without_a_source(terminal):
 def test_headless_with_a_source(terminal):
     program = terminal("--headless", "--capture", "pattern", "--share", "display-1")
     program.wait_for(ADDRESS)
-    program.wait_for('Type "help" for the commands; Ctrl+C ends Tarvinel\n')
+    program.wait_for(r'Type "help" for the commands; Ctrl\+C ends Tarvinel\n')
     program.wait_for(r"Sharing .* · 0 viewers\n")
     end(program)
 
@@ -103,7 +103,7 @@ def test_no_display_names_the_ways_out(tmp_path, display):
 def test_a_second_start(desktop, terminal):
     desktop.start_tray()
     first = terminal(env=desktop.env)
-    first.wait_for(IN_THE_PANEL)
+    first.wait_for(re.escape(IN_THE_PANEL))
     second = terminal(env=desktop.env)
     assert second.wait() == 0
     assert second.shown == "Tarvinel is already running: its window is open now\n"
