@@ -49,8 +49,13 @@ std::variant<CommandLineOptions, CommandLineExit> parseCommandLine(int argc,
   app.add_option("--config", options.config, "read the settings from this file")->type_name("FILE");
   app.add_option("--profile", options.profile, "read the built-in profile from this folder")
       ->type_name("DIR");
-  // for tests of links that a test machine does not have: an empty group keeps it out of the help
+  // for tests of what a test machine does not have: an empty group keeps them out of the help
   app.add_option("--sysfs", options.sysfs, "where sysfs is mounted")->type_name("DIR")->group("");
+  app.add_option("--system-root", options.systemRoot, "where firewalls are configured")
+      ->type_name("DIR")
+      ->group("");
+  app.add_flag("--doctor", options.doctor,
+               "look at this computer and tell what is in the way, then exit");
   app.add_flag("--list-sources", options.listSources, "list what can be shared, then exit");
   app.add_option("--autostart", autostart,
                  "start when you log in to the desktop, or no longer (on or off), then exit")

@@ -20,6 +20,16 @@
 
 namespace tarvinel {
 
+namespace {
+
+std::string introductionFor(const CommandLineOptions& options) {
+  if (options.share) return R"(Type "help" for the commands; Ctrl+C ends Tarvinel)";
+  return R"(Type "sources" to see what can be shared, "share ID" to share it, "help" for more; )"
+         "Ctrl+C ends Tarvinel";
+}
+
+}  // namespace
+
 int runHeadless(const CommandLineOptions& options) {
   const ChosenCapture capture = chooseCapture(options);
   std::cout << capture.decision.reason << std::endl;
@@ -39,7 +49,7 @@ int runHeadless(const CommandLineOptions& options) {
     console->refresh();
     notice.refresh();
   });
-  console->refresh();
+  console->introduce(introductionFor(options));
   if (options.share) console->share(*options.share);
   const LineReader commands(STDIN_FILENO, [&](std::string line) {
     loop.post([weak = std::weak_ptr(console), line = std::move(line)] {

@@ -1,5 +1,6 @@
 #include "app/CommandLine.h"
 #include "app/HeadlessProgram.h"
+#include "app/doctor/DoctorProgram.h"
 #ifdef TARVINEL_TRAY
 #include "app/Autostart.h"
 #include "app/tray/TarvinelApp.h"
@@ -41,6 +42,7 @@ int setAutostart(bool /*on*/) {
 
 int run(const tarvinel::CommandLineOptions& options) {
   if (options.autostart) return setAutostart(*options.autostart);
+  if (options.doctor) return tarvinel::runDoctor(options);
   if (options.listSources) return tarvinel::listSources(options);
   return options.headless ? tarvinel::runHeadless(options) : runOnDesktop(options);
 }

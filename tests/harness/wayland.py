@@ -165,6 +165,11 @@ class WaylandSession:
         assert statuses == [0] * len(statuses)
         return [report for report in map(Program.sanitizer_report, self._programs) if report]
 
+    @property
+    def prefix(self):
+        """The command prefix that runs a program as the session's user."""
+        return self._as_user()
+
     def stop(self):
         self._started.close()
 

@@ -1,12 +1,10 @@
 """The name under .local: found, followed, withdrawn, refused, with and without an Avahi daemon."""
-import os
 import re
 import signal
 
 import pytest
 
 from harness.multicast import Multicast
-from harness.room import Room
 from harness.waiting import eventually
 
 NAME = "tarvinel.local"
@@ -16,15 +14,6 @@ FOLLOWED_WITHIN = 30  # the address is looked at every five seconds
 RETRIED_WITHIN = 45   # thirty seconds after a failure
 
 FETCH = "import sys, urllib.request; print(urllib.request.urlopen(sys.argv[1]).read().decode())"
-
-
-@pytest.fixture
-def room(tmp_path):
-    if os.geteuid() != 0:
-        pytest.skip("network namespaces need root")
-    made = Room(tmp_path)
-    yield made
-    made.remove()
 
 
 @pytest.fixture
