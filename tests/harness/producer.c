@@ -2,7 +2,8 @@
  * that makes sense or not. Answers on standard output.
  *
  *   open                        offers the node: "node N", then "streaming" once it is taken
- *   format NAME W H             what it offers; told again it offers another one in the middle
+ *   format NAME W H             what it offers; told again it offers another one in the middle;
+ *                               "agreed W H" once somebody takes it
  *   facts NAME...               what it tells beside the pictures: header damage crop transform cursor
  *   memory TOLD TRUE            bytes of a buffer as told and as they are (0: as the format needs)
  *   buffers never               asks for buffers that nobody has
@@ -116,7 +117,10 @@ static void format_chosen(void) {
 
 static void param_changed(void *data, uint32_t id, const struct spa_pod *param) {
   (void)data;
-  if (id == SPA_PARAM_Format && param != NULL) format_chosen();
+  if (id != SPA_PARAM_Format || param == NULL) return;
+  format_chosen();
+  printf("agreed %u %u\n", own.width, own.height);
+  fflush(stdout);
 }
 
 static void state_changed(void *data, enum pw_stream_state before, enum pw_stream_state state,

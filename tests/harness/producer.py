@@ -73,11 +73,16 @@ class Producer:
                                        None), LIMIT, "the producer's node")
         return int(line.split()[1])
 
-    def wait_for(self, word):
-        eventually(lambda: self._said()[-1:] == [word], LIMIT, f"the producer is {word}")
+    def wait_for(self, line):
+        eventually(lambda: line in self._said(), LIMIT, f"the producer says {line!r}")
 
     def wait_until_taken(self):
-        eventually(lambda: "streaming" in self._said(), LIMIT, "somebody takes its pictures")
+        self.wait_for("streaming")
+
+    def change_format(self, layout, width, height):
+        """Offers another one, and waits until that is taken."""
+        self.tell(f"format {layout} {width} {height}")
+        self.wait_for(f"agreed {width} {height}")
 
     def send(self, *commands):
         """One picture, as told before."""
