@@ -11,6 +11,7 @@ import subprocess
 import tempfile
 from pathlib import Path
 
+from .plain_window import PlainWindow
 from .process import Process
 from .program import Program
 from .waiting import eventually
@@ -86,6 +87,10 @@ class PortalDesktop:
         self._programs.append(program)
         self._started.callback(program.stop)
         return program.wait_until_listening() if headless else program
+
+    def window(self, width, height):
+        """A window of which every pixel is known, on top of all others."""
+        return PlainWindow(self._start, width, height)
 
     def write(self, name, text):
         """Makes a file of the user's."""

@@ -2,8 +2,7 @@
 import subprocess
 from pathlib import Path
 
-from .portal_desktop import PortalDesktop
-from .screen_cast_back_end import PORTAL_FILE, ScreenCastBackEnd
+from .granting_desktop import GrantingDesktop
 from .waiting import eventually
 
 LIMIT = 20
@@ -19,25 +18,6 @@ def compiled(folder):
                                  capture_output=True, text=True).stdout.split()
         subprocess.run(["cc", "-Wall", "-Werror", "-o", program, SOURCE, *options], check=True)
     return program
-
-
-class GrantingDesktop(PortalDesktop):
-    """A session without a desktop: the portal's back end is the test's own."""
-
-    def __init__(self, **back_end):
-        self._wanted = back_end
-        super().__init__()
-
-    def _start_desktop(self):
-        (self.folder / "portals").mkdir()
-        (self.folder / "portals/test.portal").write_text(PORTAL_FILE)
-        self._give(self.folder / "portals")
-        self.back_end = ScreenCastBackEnd(self.bus_address, **self._wanted)
-        self._started.callback(self.back_end.stop)
-
-    def _variables(self):
-        return {"XDG_CURRENT_DESKTOP": "tarvineltest",
-                "XDG_DESKTOP_PORTAL_DIR": str(self.folder / "portals")}
 
 
 class ProducerDesktop(GrantingDesktop):

@@ -2,10 +2,10 @@
 
 Whatever comes, the right picture is shown or the buffer is passed over, and the program goes on.
 """
-import numpy
 import pytest
 
 from harness import pixels
+from harness.pixels import is_about
 from harness.producer import ProducerDesktop
 from harness.screen_cast_back_end import METADATA
 from harness.viewer import Viewer
@@ -296,14 +296,7 @@ POINTER = "bitmap BGRA 16 16 64 20 ffffffff"
 
 
 def pointer_at(jpeg):
-    """The rectangle (left, top, right, bottom) of what is white; none when nothing is."""
-    white = pixels.decode(jpeg).min(axis=2) > 200
-    rows, columns = numpy.nonzero(white)
-    return None if not len(rows) else (columns.min(), rows.min(), columns.max() + 1, rows.max() + 1)
-
-
-def is_about(found, wanted):
-    return found is not None and max(abs(a - b) for a, b in zip(found, wanted)) <= 1
+    return pixels.place_of(pixels.decode(jpeg), WHITE, tolerance=55)
 
 
 def test_the_pointer_is_drawn_where_it_is_told_to_be(start, viewer):
