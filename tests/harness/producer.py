@@ -27,13 +27,13 @@ class ProducerDesktop(GrantingDesktop):
         self._producers = 0
         super().__init__(**back_end)
 
-    def producer(self, *commands):
-        """Starts one; it offers its node and is shared from now on."""
+    def producer(self, *commands, told_size=None):
+        """Starts one; it offers its node and is shared from now on, as being of that size."""
         self._producers += 1
         made = Producer(self._start(compiled(self.folder), stdin=subprocess.PIPE,
                                     name=f"producer-{self._producers}"))
         made.tell(*commands, "open")
-        self.back_end.grant(made.node())
+        self.back_end.grant(made.node(), told_size)
         return made
 
 

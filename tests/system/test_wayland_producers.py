@@ -49,8 +49,8 @@ def start(session, program):
     """Shares a producer that was told these things."""
     started = []
 
-    def share(*commands, size=SIZE, layout="BGRx"):
-        producer = session.producer(f"format {layout} {size}", *commands)
+    def share(*commands, layout="BGRx", told_size=None):
+        producer = session.producer(f"format {layout} {SIZE}", *commands, told_size=told_size)
         started.append(producer)
         program.command(f"share {SCREEN}")
         producer.wait_until_taken()
@@ -101,6 +101,25 @@ def expect_filled(viewer, colour, **size):
     return expect(viewer, colour, colour, colour, colour, **size)
 
 
+def send_until(producer, viewer, seen, *commands):
+    """Sends a picture until it is seen: the media server loses what comes while it connects."""
+    producer.tell(*commands)
+
+    def is_seen():
+        producer.send()
+        while viewer.readable(NOTHING_FOLLOWS):
+            if seen(viewer.next_frame()):
+                return True
+        return False
+
+    eventually(is_seen, 20, "the picture is seen")
+
+
+def send_first(producer, viewer, *quarters, **size):
+    quarters *= 4 // len(quarters)
+    send_until(producer, viewer, lambda jpeg: shows(jpeg, quarters, **size), colours(*quarters))
+
+
 def rest(viewer):
     """Takes what still comes of the last picture."""
     while viewer.readable(NOTHING_FOLLOWS):
@@ -110,8 +129,7 @@ def rest(viewer):
 @pytest.mark.parametrize("layout", ["BGRx", "BGRA", "RGBx", "RGBA"])
 def test_every_layout_is_seen_in_its_colours(start, viewer, layout):
     producer = start(layout=layout)
-    producer.send(colours(RED, GREEN, BLUE, GREY))
-    expect(viewer, RED, GREEN, BLUE, GREY)
+    send_first(producer, viewer, RED, GREEN, BLUE, GREY)
 
 
 def test_a_layout_that_is_not_taken_ends_the_share(session, program):
@@ -125,8 +143,7 @@ def test_a_layout_that_is_not_taken_ends_the_share(session, program):
 
 def test_pictures_that_are_the_same_send_nothing(start, viewer):
     producer = start()
-    producer.send(filled(RED))
-    expect_filled(viewer, RED)
+    send_first(producer, viewer, RED)
     rest(viewer)
     for _ in range(20):
         producer.send()
@@ -135,8 +152,7 @@ def test_pictures_that_are_the_same_send_nothing(start, viewer):
 
 def test_only_what_is_told_to_be_damaged_is_taken_over(start, viewer):
     producer = start("facts damage")
-    producer.send(filled(RED))
-    expect_filled(viewer, RED)
+    send_first(producer, viewer, RED)
     producer.send(f"damage 0 0 {WIDTH // 2} {HEIGHT // 2}", filled(GREEN))
     expect(viewer, GREEN, RED, RED, RED)
 
@@ -150,16 +166,16 @@ def test_only_what_is_told_to_be_damaged_is_taken_over(start, viewer):
 ])
 def test_damage_out_of_the_frame_does_no_harm(start, viewer, damage):
     producer = start("facts damage")
-    producer.send(filled(RED))
-    expect_filled(viewer, RED)
+    send_first(producer, viewer, RED)
     producer.send(damage, colours(GREEN, BLUE, GREY, WHITE))
     expect(viewer, GREEN, BLUE, GREY, WHITE)
 
 
 def test_the_crop_is_all_that_is_seen(start, viewer):
     producer = start("facts crop damage", f"crop {WIDTH // 2} 0 {WIDTH // 2} {HEIGHT}")
-    producer.send(colours(RED, GREEN, RED, BLUE))
-    expect(viewer, GREEN, GREEN, BLUE, BLUE, width=WIDTH // 2)
+    send_until(producer, viewer,
+               lambda jpeg: shows(jpeg, (GREEN, GREEN, BLUE, BLUE), width=WIDTH // 2),
+               colours(RED, GREEN, RED, BLUE))
     producer.send(f"crop 0 {HEIGHT // 2} {WIDTH} {HEIGHT // 2}", colours(RED, RED, BLUE, GREY))
     expect(viewer, BLUE, GREY, BLUE, GREY, height=HEIGHT // 2)
 
@@ -168,8 +184,7 @@ def test_the_crop_is_all_that_is_seen(start, viewer):
                                   "crop -2147483648 -2147483648 4294967295 4294967295"])
 def test_a_crop_that_makes_no_sense_is_none(start, viewer, crop):
     producer = start("facts crop", crop)
-    producer.send(colours(RED, GREEN, BLUE, GREY))
-    expect(viewer, RED, GREEN, BLUE, GREY)
+    send_first(producer, viewer, RED, GREEN, BLUE, GREY)
 
 
 WRONG_BUFFERS = {
@@ -191,8 +206,7 @@ WRONG_BUFFERS = {
 @pytest.mark.parametrize("wrong", WRONG_BUFFERS.values(), ids=WRONG_BUFFERS)
 def test_a_buffer_that_makes_no_sense_is_passed_over(start, viewer, wrong):
     producer = start("facts header")
-    producer.send(filled(GREEN))
-    expect_filled(viewer, GREEN)
+    send_first(producer, viewer, GREEN)
     rest(viewer)
     producer.send(wrong, filled(RED))
     assert not viewer.readable(NOTHING_FOLLOWS)
@@ -202,14 +216,12 @@ def test_a_buffer_that_makes_no_sense_is_passed_over(start, viewer, wrong):
 
 def test_a_size_larger_than_the_memory_does_no_harm(start, viewer):
     producer = start("chunk 0 4294967295 right")
-    producer.send(filled(RED))
-    expect_filled(viewer, RED)
+    send_first(producer, viewer, RED)
 
 
 def test_what_changed_in_a_buffer_that_was_passed_over_is_not_lost(start, viewer):
     producer = start("facts damage header")
-    producer.send(filled(RED))
-    expect_filled(viewer, RED)
+    send_first(producer, viewer, RED)
     producer.send("flags 2 0", filled(GREEN))
     producer.send(FLAGS_ARE_RIGHT, f"damage 0 0 {WIDTH // 2} {HEIGHT // 2}", filled(GREEN))
     expect_filled(viewer, GREEN)
@@ -224,8 +236,7 @@ def test_memory_that_is_shorter_than_told_is_not_read(start, viewer, true_bytes)
 
 def test_memory_that_is_cut_off_later_is_not_read(start, viewer):
     producer = start()
-    producer.send(filled(RED))
-    expect_filled(viewer, RED)
+    send_first(producer, viewer, RED)
     rest(viewer)
     producer.tell("shrink 0")
     producer.wait_for("shrunk")
@@ -233,16 +244,22 @@ def test_memory_that_is_cut_off_later_is_not_read(start, viewer):
     assert not viewer.readable(NOTHING_FOLLOWS)
 
 
+def test_another_size_is_seen_in_full_although_the_desktop_told_the_first(start, viewer, session):
+    producer = start(told_size=(WIDTH, HEIGHT))
+    send_first(producer, viewer, RED)
+    producer.change_format("BGRx", WIDTH * 4, HEIGHT * 3)
+    send_first(producer, viewer, RED, GREEN, BLUE, GREY, width=WIDTH * 4, height=HEIGHT * 3)
+    producer.send(filled(GREEN))
+    expect_filled(viewer, GREEN, width=WIDTH * 4, height=HEIGHT * 3)
+
+
 def test_another_format_in_the_middle(start, viewer):
     producer = start("facts damage crop")
-    producer.send(filled(RED))
-    expect_filled(viewer, RED)
+    send_first(producer, viewer, RED)
     producer.change_format("RGBA", 160, 120)
-    producer.send(colours(RED, GREEN, BLUE, GREY))
-    expect(viewer, RED, GREEN, BLUE, GREY, width=160, height=120)
+    send_first(producer, viewer, RED, GREEN, BLUE, GREY, width=160, height=120)
     producer.change_format("BGRx", WIDTH * 2, HEIGHT * 2)
-    producer.send(colours(BLUE, GREEN, RED, GREY))
-    expect(viewer, BLUE, GREEN, RED, GREY, width=WIDTH * 2, height=HEIGHT * 2)
+    send_first(producer, viewer, BLUE, GREEN, RED, GREY, width=WIDTH * 2, height=HEIGHT * 2)
 
 
 def test_buffers_that_never_come_end_the_share(session, program):
@@ -274,6 +291,7 @@ def seen_size(transform):
 
 def test_a_picture_is_turned_upright(start, viewer):
     producer = start("facts transform")
+    send_first(producer, viewer, WHITE)
     for transform, quarters in TURNS.items():
         producer.send(f"transform {transform}", colours(RED, GREEN, BLUE, GREY))
         expect(viewer, *quarters, **seen_size(transform))
@@ -283,11 +301,10 @@ def test_a_picture_is_turned_upright(start, viewer):
 def test_damage_and_crop_are_turned_with_the_picture(start, viewer, transform):
     producer = start("facts transform damage crop", f"transform {transform}",
                      f"crop 20 10 {WIDTH - 20} {HEIGHT - 10}")
-    producer.send(filled(RED))
     size = seen_size(transform)
     dx, dy = (10, 20) if transform in (1, 3, 5, 7) else (20, 10)
     size = {"width": size["width"] - dx, "height": size["height"] - dy}
-    expect_filled(viewer, RED, **size)
+    send_first(producer, viewer, RED, **size)
     producer.send(f"damage 0 0 {WIDTH // 2} {HEIGHT // 2}", filled(GREEN))
     expect(viewer, *(GREEN if quarter == RED else RED for quarter in TURNS[transform]), **size)
 
@@ -299,10 +316,13 @@ def pointer_at(jpeg):
     return pixels.place_of(pixels.decode(jpeg), WHITE, tolerance=55)
 
 
+def send_until_pointer(producer, viewer, place):
+    send_until(producer, viewer, lambda jpeg: is_about(pointer_at(jpeg), place), filled(RED))
+
+
 def test_the_pointer_is_drawn_where_it_is_told_to_be(start, viewer):
     producer = start("facts cursor", "cursor 1 100 50 2 1", POINTER)
-    producer.send(filled(RED))
-    viewer.frame_where(lambda jpeg: is_about(pointer_at(jpeg), (98, 49, 114, 65)))
+    send_until_pointer(producer, viewer, (98, 49, 114, 65))
     producer.send("cursor 1 200 150 2 1", "nobitmap", "chunk 0 0 right")
     viewer.frame_where(lambda jpeg: is_about(pointer_at(jpeg), (198, 149, 214, 165)))
     producer.send("cursor 0 0 0 0 0")
@@ -312,9 +332,8 @@ def test_the_pointer_is_drawn_where_it_is_told_to_be(start, viewer):
 def test_the_pointer_is_turned_with_the_picture(start, viewer):
     producer = start("facts cursor transform", "transform 1", "cursor 1 100 50 0 0",
                      "bitmap BGRA 16 8 64 20 ffffffff")
-    producer.send(filled(RED))
     left = HEIGHT - 50 - 8
-    viewer.frame_where(lambda jpeg: is_about(pointer_at(jpeg), (left, 100, left + 8, 116)))
+    send_until_pointer(producer, viewer, (left, 100, left + 8, 116))
 
 
 WRONG_POINTERS = [
@@ -333,6 +352,7 @@ WRONG_POINTERS = [
 def test_a_pointer_that_makes_no_sense_is_not_drawn(start, viewer):
     producer = start("facts cursor")
     places = ("cursor 1 100 50 0 0", "cursor 1 2147483647 -2147483648 2147483647 2147483647")
+    send_first(producer, viewer, GREEN)
     told = [*((places[0], wrong) for wrong in WRONG_POINTERS), (places[1], POINTER),
             (places[0], POINTER, "bitmapat 4294967295"), (places[0], POINTER, "bitmapat 1")]
     for number, commands in enumerate(told):
@@ -344,14 +364,12 @@ def test_a_pointer_that_makes_no_sense_is_not_drawn(start, viewer):
 
 def test_the_pointer_is_seen_at_the_edge(start, viewer):
     producer = start("facts cursor", "cursor 1 -8 -8 0 0", POINTER)
-    producer.send(filled(RED))
-    viewer.frame_where(lambda jpeg: is_about(pointer_at(jpeg), (0, 0, 8, 8)))
+    send_until_pointer(producer, viewer, (0, 0, 8, 8))
 
 
 def test_a_producer_that_goes_away_while_shared(start, program, viewer):
     producer = start()
-    producer.send(filled(RED))
-    expect_filled(viewer, RED)
+    send_first(producer, viewer, RED)
     producer.tell("close")
     program.wait_for_line(STOPPED)
     program.wait_until_sharing(False)

@@ -44,8 +44,9 @@ def is_upright(jpeg, screen, window):
                for colour, quarter in quarters.items())
 
 
-def expect_upright(program, screen, window):
+def expect_upright(program, screen, plain, window):
     with Viewer(program.address) as viewer:
+        plain.paint(RED, GREEN, BLUE, GREY)
         viewer.frame_where(lambda jpeg: is_upright(jpeg, screen, window))
 
 
@@ -55,17 +56,17 @@ def test_sway(sway, transform):
     sway.sway("default_border", "none")
     sway.sway("output", OUTPUT, "transform", transform)
     size = (600, 800) if transform.endswith(("90", "270")) else (800, 600)
-    sway.window(*size).paint(RED, GREEN, BLUE, GREY)
+    window = sway.window(*size)
     program = sway.program("--share", SCREEN)
     program.wait_until_sharing()
-    expect_upright(program, size, size)
+    expect_upright(program, size, window, size)
 
 
 def test_mutter(mutter):
     mutter.turn_monitor(TRANSFORM_90)
-    mutter.window(400, 300).paint(RED, GREEN, BLUE, GREY)
+    window = mutter.window(400, 300)
     cast = mutter.cast()
     mutter.back_end.grant(cast.share_monitor(), cast.told_size())
     program = mutter.program("--share", SCREEN)
     program.wait_until_sharing()
-    expect_upright(program, (600, 800), (400, 300))
+    expect_upright(program, (600, 800), window, (400, 300))

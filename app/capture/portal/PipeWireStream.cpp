@@ -179,6 +179,10 @@ struct PipeWireStream::Events {
     if (id == SPA_PARAM_Format) static_cast<PipeWireStream*>(self)->formatChanged(parameter);
   }
 
+  static void bufferAdded(void* self, pw_buffer* /*buffer*/) {
+    static_cast<PipeWireStream*>(self)->isReady_ = true;
+  }
+
   static void process(void* self) { static_cast<PipeWireStream*>(self)->takeBuffers(); }
 
   static const pw_core_events& ofCore() {
@@ -197,6 +201,7 @@ struct PipeWireStream::Events {
       made.version = PW_VERSION_STREAM_EVENTS;
       made.state_changed = stateChanged;
       made.param_changed = parameterChanged;
+      made.add_buffer = bufferAdded;
       made.process = process;
       return made;
     }();
@@ -224,7 +229,7 @@ void PipeWireStream::connect(UniqueFd mediaServer, std::uint32_t node) {
   connectStream(node);
   descriptor_.emplace(queue_.context(), duplicateOf(pw_loop_get_fd(made.loop)));
   awaitEvents();
-  awaitFormat();
+  awaitBuffers();
 }
 
 void PipeWireStream::connectStream(std::uint32_t node) {
@@ -246,8 +251,8 @@ void PipeWireStream::awaitEvents() {
                           });
 }
 
-/// Where no common format is found nobody says so.
-void PipeWireStream::awaitFormat() {
+/// Where the media server finds no format or memory that suits both sides, nobody says so.
+void PipeWireStream::awaitBuffers() {
   deadline_.start(longestToBegin, [weak = weak_from_this()] {
     if (const auto self = weak.lock()) self->end(portalFailure(PortalError::Case::notStarted));
   });
@@ -257,7 +262,7 @@ void PipeWireStream::turn() {
   pw_loop_iterate(connection_->loop, 0);
   if (ended_) return end(ended_);
   awaitEvents();
-  if (format_ && !std::exchange(reportedReady_, true)) {
+  if (isReady_ && !std::exchange(reportedReady_, true)) {
     deadline_.cancel();
     handlers_.onReady();
   }

@@ -32,7 +32,7 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   using Rects = std::vector<PixelRect>;
 
   struct Handlers {
-    /// Once: how pictures come is agreed upon; they come whenever there is something new.
+    /// Once: there is memory for pictures; they come whenever there is something new.
     std::function<void()> onReady;
 
     /// The newest picture, upright, valid during the call, and what has changed in it since the
@@ -70,7 +70,7 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
 
   void connectStream(std::uint32_t node);
   void awaitEvents();
-  void awaitFormat();
+  void awaitBuffers();
   void turn();
   void end(const std::exception_ptr& why);
   void streamEnded();
@@ -88,7 +88,7 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   const Wish wish_;
   Handlers handlers_;
   std::unique_ptr<Connection> connection_;  ///< null once it ended
-  OneShotTimer deadline_;                   ///< for the format
+  OneShotTimer deadline_;                   ///< for the first buffer
   std::optional<asio::posix::stream_descriptor> descriptor_;
   std::optional<VideoFormat> format_;
   std::optional<Rects> damage_;  ///< since the last picture, frame's pixels; absent: not known
@@ -97,6 +97,7 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   bool cursorChanged_ = false;  ///< and was not shown yet
   VideoTransform transform_;    ///< of the last picture
   UprightPicture upright_;
+  bool isReady_ = false;
   bool reportedReady_ = false;
   std::exception_ptr ended_;  ///< to be reported
 };

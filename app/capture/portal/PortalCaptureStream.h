@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/capture/ScreenCaptureService.h"
+#include "app/capture/portal/PictureDensity.h"
 #include "app/capture/portal/PipeWireStream.h"
 #include "app/capture/portal/PortalPicture.h"
 #include "app/capture/portal/PortalSession.h"
@@ -53,7 +54,7 @@ class PortalCaptureStream final : public CaptureStream,
   std::unique_ptr<PortalSession> session_;
   std::shared_ptr<PipeWireStream> stream_;
   PortalPicture picture_;
-  std::optional<Size> points_;  ///< of what is shared, when the desktop told
+  PictureDensity density_;
   std::optional<CapturedFrame> undelivered_;
   bool running_ = false;
 };
