@@ -9,23 +9,28 @@ from gi.repository import Gio, GLib  # noqa: E402  (the version comes first)
 LIMIT_MS = 10000
 
 
+def connect(bus_address):
+    """A connection of one's own."""
+    return Gio.DBusConnection.new_for_address_sync(
+        bus_address, Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT
+        | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION, None, None)
+
+
 class BusService:
     """Has a name on a bus and an object with one interface, on a connection of its own.
 
     It answers on a thread of its own, so that a test may wait for the program meanwhile. What it
-    does is for a subclass to say in called() and asked().
+    does is for a subclass to say in called() and asked(), or, with several objects, in _called()
+    and _asked().
     """
 
-    def __init__(self, bus_address, name, path, interface_xml):
+    def __init__(self, bus_address, name, path, xml):
         self._path = path
-        self._interface = Gio.DBusNodeInfo.new_for_xml(interface_xml).interfaces[0]
         self._context = GLib.MainContext()
         self._loop = GLib.MainLoop(self._context)
-        self._connection = Gio.DBusConnection.new_for_address_sync(
-            bus_address, Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT
-            | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION, None, None)
+        self._connection = connect(bus_address)
         self._ready = threading.Event()
-        self._thread = threading.Thread(target=self._serve)
+        self._thread = threading.Thread(target=self._serve, args=(xml,))
         self._thread.start()
         self._ready.wait()
         self._connection.call_sync(
@@ -38,8 +43,8 @@ class BusService:
     def asked(self, name):
         """The value of a property, a GLib.Variant."""
 
-    def emit(self, signal):
-        self._connection.emit_signal(None, self._path, self._interface.name, signal, None)
+    def emit(self, interface, signal):
+        self._connection.emit_signal(None, self._path, interface, signal, None)
 
     def stop(self):
         if not self._connection.is_closed():
@@ -47,16 +52,19 @@ class BusService:
         self._context.invoke_full(GLib.PRIORITY_DEFAULT, lambda *_: self._loop.quit())
         self._thread.join()
 
-    def _serve(self):
+    def _called(self, connection, sender, path, interface, method, arguments, invocation):
+        invocation.return_value(self.called(sender, method, arguments))
+
+    def _asked(self, connection, sender, path, interface, name):
+        return self.asked(name)
+
+    def _export(self, path, xml):
+        interface = Gio.DBusNodeInfo.new_for_xml(xml).interfaces[0]
+        return self._connection.register_object(path, interface, self._called, self._asked, None)
+
+    def _serve(self, xml):
         self._context.push_thread_default()
-        self._connection.register_object(self._path, self._interface, self._on_call, self._on_ask,
-                                         None)
+        self._export(self._path, xml)
         self._ready.set()
         self._loop.run()
         self._context.pop_thread_default()
-
-    def _on_call(self, connection, sender, path, interface, method, arguments, invocation):
-        invocation.return_value(self.called(sender, method, arguments))
-
-    def _on_ask(self, connection, sender, path, interface, name):
-        return self.asked(name)

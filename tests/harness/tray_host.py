@@ -32,7 +32,7 @@ class TrayHost(BusService):
 
     def begin_hosting(self):
         self._hosting = True
-        self.emit("StatusNotifierHostRegistered")
+        self.emit(WATCHER, "StatusNotifierHostRegistered")
 
     def item(self, within=20):
         """The one icon that is shown."""

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <system_error>
 #include <utility>
 
@@ -23,6 +24,7 @@ namespace tarvinel {
 namespace {
 
 constexpr std::uint32_t mostDamageRects = 16;
+constexpr std::chrono::seconds longestToBegin{10};
 
 template <class T>
 T* orThrow(T* made) {
@@ -81,6 +83,11 @@ PixelRect contentOf(const pw_buffer& buffer, const PixelRect& frame) {
   if (crop == nullptr) return frame;
   const PixelRect content = clipped(regionOf(*crop), frame);
   return content.isEmpty() ? frame : content;
+}
+
+VideoTransform transformOf(const pw_buffer& buffer) {
+  const auto* meta = factsIn<spa_meta_videotransform>(buffer, SPA_META_VideoTransform);
+  return meta == nullptr ? VideoTransform() : VideoTransform::read(meta->transform);
 }
 
 // Absent when the producer does not tell.
@@ -163,15 +170,17 @@ struct PipeWireStream::Events {
   static void stateChanged(void* self, pw_stream_state /*before*/, pw_stream_state state,
                            const char* /*error*/) {
     auto& stream = *static_cast<PipeWireStream*>(self);
-    if (state == PW_STREAM_STATE_PAUSED || state == PW_STREAM_STATE_STREAMING) {
-      stream.isReady_ = true;
-    } else if (state != PW_STREAM_STATE_CONNECTING) {
+    if (state == PW_STREAM_STATE_ERROR || state == PW_STREAM_STATE_UNCONNECTED) {
       stream.streamEnded();
     }
   }
 
   static void parameterChanged(void* self, std::uint32_t id, const spa_pod* parameter) {
     if (id == SPA_PARAM_Format) static_cast<PipeWireStream*>(self)->formatChanged(parameter);
+  }
+
+  static void bufferAdded(void* self, pw_buffer* /*buffer*/) {
+    static_cast<PipeWireStream*>(self)->isReady_ = true;
   }
 
   static void process(void* self) { static_cast<PipeWireStream*>(self)->takeBuffers(); }
@@ -192,6 +201,7 @@ struct PipeWireStream::Events {
       made.version = PW_VERSION_STREAM_EVENTS;
       made.state_changed = stateChanged;
       made.param_changed = parameterChanged;
+      made.add_buffer = bufferAdded;
       made.process = process;
       return made;
     }();
@@ -200,7 +210,7 @@ struct PipeWireStream::Events {
 };
 
 PipeWireStream::PipeWireStream(SerialQueue& queue, const Wish& wish, Handlers handlers)
-    : queue_(queue), wish_(wish), handlers_(std::move(handlers)) {}
+    : queue_(queue), wish_(wish), handlers_(std::move(handlers)), deadline_(queue) {}
 
 PipeWireStream::~PipeWireStream() = default;
 
@@ -219,6 +229,7 @@ void PipeWireStream::connect(UniqueFd mediaServer, std::uint32_t node) {
   connectStream(node);
   descriptor_.emplace(queue_.context(), duplicateOf(pw_loop_get_fd(made.loop)));
   awaitEvents();
+  awaitBuffers();
 }
 
 void PipeWireStream::connectStream(std::uint32_t node) {
@@ -240,17 +251,29 @@ void PipeWireStream::awaitEvents() {
                           });
 }
 
+/// Where the media server finds no format or memory that suits both sides, nobody says so.
+void PipeWireStream::awaitBuffers() {
+  deadline_.start(longestToBegin, [weak = weak_from_this()] {
+    if (const auto self = weak.lock()) self->end(portalFailure(PortalError::Case::notStarted));
+  });
+}
+
 void PipeWireStream::turn() {
   pw_loop_iterate(connection_->loop, 0);
-  if (ended_) {
-    descriptor_.reset();
-    connection_.reset();
-    handlers_.onEnd(ended_);
-    return;
-  }
+  if (ended_) return end(ended_);
   awaitEvents();
-  if (isReady_ && !std::exchange(reportedReady_, true)) handlers_.onReady();
+  if (isReady_ && !std::exchange(reportedReady_, true)) {
+    deadline_.cancel();
+    handlers_.onReady();
+  }
   handlers_.onRest();
+}
+
+void PipeWireStream::end(const std::exception_ptr& why) {
+  deadline_.cancel();
+  descriptor_.reset();
+  connection_.reset();
+  handlers_.onEnd(why);
 }
 
 void PipeWireStream::streamEnded() {
@@ -268,9 +291,11 @@ void PipeWireStream::formatChanged(const spa_pod* format) {
   if (!format_) return;
   constexpr auto region = static_cast<std::uint32_t>(sizeof(spa_meta_region));
   constexpr auto header = static_cast<std::uint32_t>(sizeof(spa_meta_header));
+  constexpr auto transform = static_cast<std::uint32_t>(sizeof(spa_meta_videotransform));
   std::vector<StreamParameter> wanted{
       StreamParameter::buffers(), StreamParameter::facts(SPA_META_Header, header, header),
       StreamParameter::facts(SPA_META_VideoCrop, region, region),
+      StreamParameter::facts(SPA_META_VideoTransform, transform, transform),
       StreamParameter::facts(SPA_META_VideoDamage, region, region * mostDamageRects)};
   if (wish_.cursorIsApart) {
     constexpr std::uint32_t usual = 64;
@@ -317,7 +342,10 @@ void PipeWireStream::noteCursor(const pw_buffer& buffer) {
 void PipeWireStream::showCursor() {
   if (!std::exchange(cursorChanged_, false)) return;
   auto cursor = cursor_.image();
-  if (cursor) cursor->area = cursor->area.relativeTo(content_.x, content_.y);
+  if (cursor) {
+    cursor->area = cursor->area.relativeTo(content_.x, content_.y);
+    cursor = transform_.upright(*cursor, content_);
+  }
   handlers_.onCursor(cursor);
 }
 
@@ -338,7 +366,12 @@ void PipeWireStream::show(const pw_buffer& buffer) {
   content_ = content;
   const auto changed = damage_ ? std::optional(within(*damage_, content)) : std::nullopt;
   damage_.emplace();
-  if (picture) handlers_.onPicture(picture->part(content), changed);
+  if (!picture) return;
+  const VideoTransform transform = transformOf(buffer);
+  cursorChanged_ = cursorChanged_ || transform_ != transform;
+  transform_ = transform;
+  const auto turned = upright_.turn(picture->part(content), transform, changed);
+  handlers_.onPicture(turned.picture, turned.changed);
 }
 
 PixelRect PipeWireStream::frameArea() const {

@@ -70,7 +70,7 @@ void PortalCaptureStream::open() {
 
 void PortalCaptureStream::granted(const PortalGrant& grant, UniqueFd mediaServer) {
   tokens_->remember(RestoreTokens::key(wish_.type), grant.restoreToken);
-  points_ = grant.points;
+  density_ = PictureDensity(grant.points);
   stream_ = std::make_shared<PipeWireStream>(
       queue_, PipeWireStream::Wish{configuration_.framesPerSecond, grant.cursorIsApart},
       PipeWireStream::Handlers{
@@ -97,7 +97,7 @@ void PortalCaptureStream::ready() {
 
 void PortalCaptureStream::take(std::optional<CapturedFrame> frame) {
   if (!frame) return;
-  frame->sourceSize = points_;
+  frame->sourceSize = density_.points(frame->buffer->width(), frame->buffer->height());
   if (undelivered_ && undelivered_->buffer == frame->buffer) {
     frame->dirtyRects->insert(frame->dirtyRects->end(), undelivered_->dirtyRects->begin(),
                               undelivered_->dirtyRects->end());

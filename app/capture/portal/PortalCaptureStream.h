@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/capture/ScreenCaptureService.h"
+#include "app/capture/portal/PictureDensity.h"
 #include "app/capture/portal/PipeWireStream.h"
 #include "app/capture/portal/PortalPicture.h"
 #include "app/capture/portal/PortalSession.h"
@@ -55,7 +56,7 @@ class PortalCaptureStream final : public CaptureStream,
   std::shared_ptr<PipeWireStream> stream_;
   OneShotTimer patience_;  ///< with a media server that does not answer
   PortalPicture picture_;
-  std::optional<Size> points_;  ///< of what is shared, when the desktop told
+  PictureDensity density_;
   std::optional<CapturedFrame> undelivered_;
   bool running_ = false;
 };
