@@ -336,6 +336,13 @@ def test_the_pointer_is_turned_with_the_picture(start, viewer):
     send_until_pointer(producer, viewer, (left, 100, left + 8, 116))
 
 
+def test_the_pointer_stays_in_its_place_when_the_crop_moves(start, viewer):
+    producer = start("facts cursor crop", "cursor 1 100 50 0 0", POINTER, "crop 20 10 200 200")
+    send_until_pointer(producer, viewer, (80, 40, 96, 56))
+    producer.send("nobitmap", "crop 40 20 200 200")
+    viewer.frame_where(lambda jpeg: is_about(pointer_at(jpeg), (60, 30, 76, 46)))
+
+
 WRONG_POINTERS = [
     "bitmap BGRA 4294967295 4294967295 64 20 ffffffff",
     "bitmap BGRA 0 0 64 20 ffffffff",

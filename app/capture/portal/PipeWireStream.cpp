@@ -38,6 +38,25 @@ int duplicateOf(int fd) {
   return copy;
 }
 
+// What memory pictures are to come in, and what is to be told beside them.
+std::vector<StreamParameter> wantedParameters(bool withCursor) {
+  constexpr std::uint32_t header = sizeof(spa_meta_header);
+  constexpr std::uint32_t region = sizeof(spa_meta_region);
+  constexpr std::uint32_t transform = sizeof(spa_meta_videotransform);
+  constexpr std::uint32_t usualCursor = 64;
+  std::vector<StreamParameter> wanted{
+      StreamParameter::buffers(), StreamParameter::facts(SPA_META_Header, header, header),
+      StreamParameter::facts(SPA_META_VideoCrop, region, region),
+      StreamParameter::facts(SPA_META_VideoTransform, transform, transform),
+      StreamParameter::facts(SPA_META_VideoDamage, region, region * mostDamageRects)};
+  if (withCursor) {
+    wanted.push_back(StreamParameter::facts(
+        SPA_META_Cursor, static_cast<std::uint32_t>(CursorFacts::bytesFor(usualCursor)),
+        static_cast<std::uint32_t>(CursorFacts::bytesFor(CursorFacts::longest))));
+  }
+  return wanted;
+}
+
 template <class T>
 const T* factsIn(const pw_buffer& buffer, std::uint32_t type) {
   return static_cast<const T*>(spa_buffer_find_meta_data(buffer.buffer, type, sizeof(T)));
@@ -289,20 +308,7 @@ void PipeWireStream::formatChanged(const spa_pod* format) {
   format_ = format != nullptr ? VideoFormat::read(*format) : std::nullopt;
   damage_.reset();
   if (!format_) return;
-  constexpr auto region = static_cast<std::uint32_t>(sizeof(spa_meta_region));
-  constexpr auto header = static_cast<std::uint32_t>(sizeof(spa_meta_header));
-  constexpr auto transform = static_cast<std::uint32_t>(sizeof(spa_meta_videotransform));
-  std::vector<StreamParameter> wanted{
-      StreamParameter::buffers(), StreamParameter::facts(SPA_META_Header, header, header),
-      StreamParameter::facts(SPA_META_VideoCrop, region, region),
-      StreamParameter::facts(SPA_META_VideoTransform, transform, transform),
-      StreamParameter::facts(SPA_META_VideoDamage, region, region * mostDamageRects)};
-  if (wish_.cursorIsApart) {
-    constexpr std::uint32_t usual = 64;
-    wanted.push_back(StreamParameter::facts(
-        SPA_META_Cursor, static_cast<std::uint32_t>(CursorFacts::bytesFor(usual)),
-        static_cast<std::uint32_t>(CursorFacts::bytesFor(CursorFacts::longest))));
-  }
+  const auto wanted = wantedParameters(wish_.cursorIsApart);
   std::vector<const spa_pod*> parameters(wanted.size());
   std::transform(wanted.begin(), wanted.end(), parameters.begin(),
                  [](const StreamParameter& parameter) { return parameter.pod(); });
@@ -361,17 +367,22 @@ void PipeWireStream::noteDamage(const pw_buffer& buffer) {
 
 void PipeWireStream::show(const pw_buffer& buffer) {
   const auto picture = pictureIn(rawBuffer(buffer), *format_);
-  const PixelRect content = contentOf(buffer, frameArea());
-  if (content_ != content) damage_.reset();
-  content_ = content;
-  const auto changed = damage_ ? std::optional(within(*damage_, content)) : std::nullopt;
+  if (!picture) return damage_.reset();
+  noteView(contentOf(buffer, frameArea()), transformOf(buffer));
+  const auto changed = damage_ ? std::optional(within(*damage_, content_)) : std::nullopt;
   damage_.emplace();
-  if (!picture) return;
-  const VideoTransform transform = transformOf(buffer);
-  cursorChanged_ = cursorChanged_ || transform_ != transform;
-  transform_ = transform;
-  const auto turned = upright_.turn(picture->part(content), transform, changed);
+  const auto turned = upright_.turn(picture->part(content_), transform_, changed);
   handlers_.onPicture(turned.picture, turned.changed);
+}
+
+/// Another part of the frame, or another side of it up, is another picture in which the cursor
+/// stands elsewhere.
+void PipeWireStream::noteView(const PixelRect& content, const VideoTransform& transform) {
+  if (content_ == content && transform_ == transform) return;
+  content_ = content;
+  transform_ = transform;
+  damage_.reset();
+  cursorChanged_ = true;
 }
 
 PixelRect PipeWireStream::frameArea() const {

@@ -80,6 +80,7 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   bool hasPicture(const pw_buffer& buffer) const;
   void noteDamage(const pw_buffer& buffer);
   void show(const pw_buffer& buffer);
+  void noteView(const PixelRect& content, const VideoTransform& transform);
   void noteCursor(const pw_buffer& buffer);
   void showCursor();
   PixelRect frameArea() const;
