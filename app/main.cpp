@@ -12,18 +12,23 @@
 
 namespace {
 
-int runOnDesktop(const tarvinel::CommandLineOptions& options) {
 #ifdef TARVINEL_TRAY
+constexpr bool hasTray = true;
+
+int runOnDesktop(const tarvinel::CommandLineOptions& options) {
   return tarvinel::TarvinelApp::run(options);
+}
 #else
-  (void)options;
+constexpr bool hasTray = false;
+
+int runOnDesktop(const tarvinel::CommandLineOptions& /*options*/) {
   std::cerr << "tarvinel: it was built without a tray; start with --headless (see --help)\n";
   return tarvinel::exitWrongCommandLine;
-#endif
 }
+#endif
 
 int run(const tarvinel::CommandLineOptions& options) {
-  if (options.doctor) return tarvinel::runDoctor(options);
+  if (options.doctor) return tarvinel::runDoctor(options, hasTray);
   if (options.listSources) return tarvinel::listSources(options);
   return options.headless ? tarvinel::runHeadless(options) : runOnDesktop(options);
 }
