@@ -15,6 +15,8 @@ namespace {
 
 #ifdef TARVINEL_TRAY
 
+constexpr bool hasTray = true;
+
 int runOnDesktop(const tarvinel::CommandLineOptions& options) {
   return tarvinel::TarvinelApp::run(options);
 }
@@ -25,6 +27,8 @@ int setAutostart(bool on) {
 }
 
 #else
+
+constexpr bool hasTray = false;
 
 int runOnDesktop(const tarvinel::CommandLineOptions& /*options*/) {
   std::cerr << "tarvinel: it was built without a tray; start with --headless (see --help)\n";
@@ -42,7 +46,7 @@ int setAutostart(bool /*on*/) {
 
 int run(const tarvinel::CommandLineOptions& options) {
   if (options.autostart) return setAutostart(*options.autostart);
-  if (options.doctor) return tarvinel::runDoctor(options);
+  if (options.doctor) return tarvinel::runDoctor(options, hasTray);
   if (options.listSources) return tarvinel::listSources(options);
   return options.headless ? tarvinel::runHeadless(options) : runOnDesktop(options);
 }

@@ -41,21 +41,21 @@ Finding late(const std::string& display) {
 
 }  // namespace
 
-int runDoctor(const CommandLineOptions& options) {
+int runDoctor(const CommandLineOptions& options, bool hasTray) {
   DoctorReport report(std::cout, DoctorReport::Style::forStandardOutput());
   std::cout << "Tarvinel " << appVersion << " looks at this computer. Nothing is changed.\n\n"
             << std::flush;
-  Doctor(allChecks(options)).run(report);
+  Doctor(allChecks(options, hasTray)).run(report);
   return report.mustMend() ? 1 : 0;
 }
 
-std::vector<Check> allChecks(const CommandLineOptions& options) {
+std::vector<Check> allChecks(const CommandLineOptions& options, bool hasTray) {
   const auto session = SessionFacts::current();
   const auto& environment = session.environment;
   return {
       {"Session", [=] { return judge(session); }},
       {"Screen", [=] { return screenFindings(options, environment); }, late(environment.display)},
-      {"Tray", [=] { return judge(TrayFacts::of(session)); }},
+      {"Tray", [=] { return hasTray ? judge(TrayFacts::of(session)) : withoutTray(); }},
       {"Configuration", [=] { return judge(ConfigurationFacts::of(options)); }},
       {"Address",
        [=] {

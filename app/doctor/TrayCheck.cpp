@@ -70,4 +70,8 @@ Findings judge(const TrayFacts& facts) {
            {"In GNOME an extension gives one: AppIndicator and KStatusNotifierItem Support."}}};
 }
 
+Findings withoutTray() {
+  return {{Finding::State::fine, "This build is for the terminal only: start it with --headless."}};
+}
+
 }  // namespace tarvinel

@@ -20,4 +20,7 @@ struct TrayFacts {
 /// Whether the program would be in a tray or in a window. Pure.
 Findings judge(const TrayFacts& facts);
 
+/// What there is to say of a build for the terminal only.
+Findings withoutTray();
+
 }  // namespace tarvinel

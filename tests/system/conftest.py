@@ -11,32 +11,29 @@ from harness.two_links import TwoLinks
 pytest_plugins = ["harness.fixtures"]
 
 
-@pytest.fixture
-def network():
+def _made_by_root(make):
+    """What makes network namespaces, removed in the end."""
     if os.geteuid() != 0:
-        pytest.skip("network namespaces need root")
-    made = Network()
+        pytest.skip("network namespaces and capabilities need root")
+    made = make()
     yield made
     made.remove()
+
+
+@pytest.fixture
+def network():
+    yield from _made_by_root(Network)
 
 
 @pytest.fixture
 def room(tmp_path):
-    if os.geteuid() != 0:
-        pytest.skip("network namespaces need root")
-    made = Room(tmp_path)
-    yield made
-    made.remove()
+    yield from _made_by_root(lambda: Room(tmp_path))
 
 
 @pytest.fixture
 def machine(tmp_path):
     """A machine of its own: port 80 is free there, and privileged for certain."""
-    if os.geteuid() != 0:
-        pytest.skip("network namespaces and capabilities need root")
-    made = TwoLinks(tmp_path)
-    yield made
-    made.remove()
+    yield from _made_by_root(lambda: TwoLinks(tmp_path))
 
 
 @pytest.fixture

@@ -40,5 +40,11 @@ TEST(TrayCheck, WithoutADesktopThereIsNothingToLookFor) {
             (Findings{{fine, "Without a desktop none is needed.", {}}}));
 }
 
+TEST(TrayCheck, ABuildForTheTerminalNeedsNone) {
+  EXPECT_EQ(
+      withoutTray(),
+      (Findings{{fine, "This build is for the terminal only: start it with --headless.", {}}}));
+}
+
 }  // namespace
 }  // namespace tarvinel
