@@ -22,6 +22,7 @@ constexpr std::int64_t ticksBetweenAddresses = 5;
 constexpr std::int64_t ticksBeforeServerWithoutUploads = 3;
 constexpr std::int64_t initialMotionFPS = 8;
 const std::string feedOverrideKey = "TarvinelFeedURL";
+const std::string introducedKey = "introducedInTray";
 
 std::string countOfViewers(std::int64_t count) {
   return fmt::format("{} {}", count, count == 1 ? "viewer" : "viewers");
@@ -256,6 +257,13 @@ void AppModel::openHelp() {
   if (serverURL_) platform_.desktop.openInBrowser(*serverURL_ + "help");
 }
 
+void AppModel::appearedInTray() {
+  if (userDefaults_.boolean(introducedKey)) return;
+  userDefaults_.set(introducedKey, true);
+  platform_.desktop.notify("Tarvinel is in the panel",
+                           "A click on its icon opens the menu: share your screen from there.");
+}
+
 void AppModel::tick() {
   ++tickCount_;
   // a folder on a disk that hangs does not keep viewers waiting
@@ -263,6 +271,8 @@ void AppModel::tick() {
   update(measuredMbps_, trafficMeter_.measure(broadcaster_.bytesSent()));
   update(viewerCount_, static_cast<std::int64_t>(broadcaster_.viewerCount()));
   if (isSharing_) retuneMotionRate();
+  // a desktop may have no picture to give before something changes, not even a first one
+  if (isSharing_ && !captureEngine_.hasSentFrame()) hidePicture();
   refreshUploadStatus();
   if (!isSharing_ && tickCount_ % ticksBetweenSourceLists == 0) refreshSources();
   if (serverURL_ && tickCount_ % ticksBetweenAddresses == 0) refreshAddress();

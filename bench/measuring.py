@@ -1,5 +1,6 @@
 """What the benchmarks that drive the real program share with the system tests."""
 import contextlib
+import os
 import statistics
 import sys
 import tempfile
@@ -29,6 +30,30 @@ def shared_screen(width=1920, height=1080, **keywords):
         program.wait_until_listening()
         program.wait_until_sharing()
         yield program, canvas
+
+
+SIZES = {"1080p": (1920, 1080), "4K": (3840, 2160)}
+
+
+def drain(viewer):
+    """Reads all that comes, until the connection ends."""
+    with contextlib.suppress(OSError, AssertionError):
+        while True:
+            viewer.next_frame(60)
+
+
+def print_costs(kinds, changes, run):
+    """A table of run(kind, width, height, seconds), which gives per cent by change; the command line
+    may give the seconds."""
+    seconds = float(sys.argv[1]) if len(sys.argv) > 1 else 10
+    print(f"load before: {os.getloadavg()[0]:.1f}")
+    print(f"{'':16}" + "".join(f"{name:>24}" for name in changes))
+    for kind in kinds:
+        for size, (width, height) in SIZES.items():
+            results = run(kind, width, height, seconds)
+            print(f"{kind + ', ' + size:16}"
+                  + "".join(f"{results[name]:22.1f} %" for name in changes), flush=True)
+    print(f"load after: {os.getloadavg()[0]:.1f}")
 
 
 def median_and_p95(samples):

@@ -63,6 +63,9 @@ class CaptureEngine {
   /// Bytes of an encoded motion frame lately, 0 before the first.
   double motionBytesAverage() const { return pipeline_.motionBytesAverage(); }
 
+  /// Whether there was a frame yet of what was started last.
+  bool hasSentFrame() const { return pipeline_.hasSentFrame(); }
+
  private:
   struct Capture {
     std::uint64_t number = 0;

@@ -33,6 +33,7 @@ FramePipeline::FramePipeline(FramePump& pump, Logger logger, CaptureTools tools)
 void FramePipeline::begin(const FrameSettings& settings) {
   settings_ = settings;
   pacer_ = pacerAt(settings.motionFPS);
+  hasSentFrame_ = false;
   forget();
 }
 
@@ -65,6 +66,7 @@ void FramePipeline::act(FramePacer::Action action) {
   if (!frame) return;
   if (!crisp) average_.add(frame->size());
   pump_.offer(frame);
+  hasSentFrame_ = true;
 }
 
 // Null when it failed; the next frame tries again.

@@ -9,6 +9,7 @@
 #include "core/support/Geometry.h"
 #include "core/support/Log.h"
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -28,7 +29,7 @@ struct FrameSettings {
 };
 
 /// The road of a frame from the capture to the pump: decides, encodes, hands over. Lives on the
-/// capture queue except for `motionBytesAverage`.
+/// capture queue except for what says otherwise.
 class FramePipeline {
  public:
   /// The pump must outlive the pipeline.
@@ -53,6 +54,9 @@ class FramePipeline {
   /// Bytes of a motion frame lately, 0 before the first. Safe from any thread.
   double motionBytesAverage() const { return average_.value(); }
 
+  /// Whether the capture that was begun last has given a frame. Safe from any thread.
+  bool hasSentFrame() const { return hasSentFrame_; }
+
  private:
   void act(FramePacer::Action action);
   Frame encode(bool crisp);
@@ -66,6 +70,7 @@ class FramePipeline {
   std::shared_ptr<PixelBuffer> lastBuffer_;  // the newest that carried content
   std::optional<Rect> lastCrop_;             // its content, pixels
   MotionBytesAverage average_;
+  std::atomic<bool> hasSentFrame_{false};
 };
 
 }  // namespace tarvinel

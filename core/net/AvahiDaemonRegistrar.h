@@ -2,7 +2,7 @@
 
 #include "core/net/MessageBus.h"
 #include "core/net/NameRegistrar.h"
-#include "core/net/OneShotTimer.h"
+#include "core/support/OneShotTimer.h"
 
 #include <chrono>
 #include <cstdint>

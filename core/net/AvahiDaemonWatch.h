@@ -2,7 +2,7 @@
 
 #include "core/net/DaemonWatch.h"
 #include "core/net/MessageBus.h"
-#include "core/net/OneShotTimer.h"
+#include "core/support/OneShotTimer.h"
 
 #include <chrono>
 #include <memory>

@@ -396,6 +396,28 @@ TEST_F(EndedShareTest, TheSameWhenGoingOverToAnotherSourceFailed) {
   card();
 }
 
+TEST_F(EndedShareTest, TheSameWhileAnotherSourceHasNoPictureToGive) {
+  screen.content.displays.push_back({8, {1280, 0, 640, 480}, false});
+  shareWhite();
+  model->select("display-8");
+  ASSERT_TRUE(mainQueue.runUntil([&] {
+    bool wentOver = false;
+    onScreen([&] { wentOver = screen.streams.size() == 2 && screen.streams.front()->stopped; });
+    return wentOver;
+  }));
+  refresh();
+  mainQueue.tick();
+  card();
+  EXPECT_TRUE(model->isSharing());
+}
+
+TEST_F(EndedShareTest, APictureThatIsSharedStays) {
+  shareWhite();
+  mainQueue.tick();
+  TestClient after = viewer();
+  EXPECT_EQ(DecodedJPEG::decode(bytesOf(after.readPart())).at(5, 5), white);
+}
+
 TEST_F(EndedShareTest, WhoJoinsThenIsShownNothing) {
   shareWhite();
   stopAndWait();
@@ -669,6 +691,22 @@ TEST_F(AppModelTest, GoesWhileSharingWithViewers) {
   model.reset();
   EXPECT_EQ(watching.readToEnd(), "");
   mainQueue.tick();
+}
+
+TEST_F(AppModelTest, TellsOnceInALifeWhereItLives) {
+  launchAndWait();
+  EXPECT_THAT(desktop.done, Not(Contains(StartsWith("notify"))));
+  model->appearedInTray();
+  const std::string told =
+      "notify Tarvinel is in the panel: A click on its icon opens the menu: share your screen "
+      "from there.";
+  EXPECT_THAT(desktop.done, Contains(told).Times(1));
+  model->appearedInTray();
+  EXPECT_THAT(desktop.done, Contains(told).Times(1));
+  model.reset();
+  launchAndWait();
+  model->appearedInTray();
+  EXPECT_THAT(desktop.done, Contains(told).Times(1));
 }
 
 }  // namespace

@@ -11,6 +11,7 @@ import subprocess
 import tempfile
 from pathlib import Path
 
+from . import http
 from .desktop import TOOLKIT_LEAKS
 from .plain_window import PlainWindow
 from .process import Process
@@ -80,11 +81,12 @@ class PortalDesktop:
         self._wait_for_name("org.freedesktop.portal.Desktop")
         return portal
 
-    def program(self, *arguments, name="tarvinel", headless=True):
-        """The program in this session, on a free port."""
+    def program(self, *arguments, name="tarvinel", headless=True, prefix=(), connect=http.connect):
+        """The program in this session, on a free port; `prefix` and `connect` as in Program."""
         profile = self.folder / "without-name"
         program = Program(self.folder, *(["--headless", "--port", "0"] if headless else []),
-                          "--profile", profile, *arguments, prefix=self._as_user(), name=name,
+                          "--profile", profile, *arguments, prefix=[*prefix, *self._as_user()],
+                          name=name, connect=connect,
                           variables={**self.env,
                                      "LSAN_OPTIONS": f"suppressions={TOOLKIT_LEAKS}"})
         self._programs.append(program)
@@ -116,6 +118,11 @@ class PortalDesktop:
         statuses = [program.wait(20) for program in self._programs]
         assert statuses == [0] * len(statuses)
         return [report for report in map(Program.sanitizer_report, self._programs) if report]
+
+    @property
+    def prefix(self):
+        """The command prefix that runs a program as the session's user."""
+        return self._as_user()
 
     def stop(self):
         self._started.close()

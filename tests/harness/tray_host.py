@@ -1,8 +1,11 @@
 """A tray: what a desktop's panel is to a program over D-Bus, without the panel."""
-from gi.repository import GLib
+import gi
 
-from .bus_service import LIMIT_MS, BusService
-from .waiting import eventually
+gi.require_version("Gio", "2.0")
+from gi.repository import GLib  # noqa: E402  (the version comes first)
+
+from .bus_service import LIMIT_MS, BusService  # noqa: E402
+from .waiting import eventually  # noqa: E402
 
 WATCHER = "org.kde.StatusNotifierWatcher"
 ITEM = "org.kde.StatusNotifierItem"
@@ -29,8 +32,7 @@ class TrayHost(BusService):
 
     def begin_hosting(self):
         self._hosting = True
-        self._connection.emit_signal(None, "/StatusNotifierWatcher", WATCHER,
-                                     "StatusNotifierHostRegistered", None)
+        self.emit(WATCHER, "StatusNotifierHostRegistered")
 
     def item(self, within=20):
         """The one icon that is shown."""
@@ -40,12 +42,11 @@ class TrayHost(BusService):
     def items(self):
         return list(self._items)
 
-    def _called(self, connection, sender, path, interface, method, arguments, invocation):
+    def called(self, sender, method, arguments):
         if method == "RegisterStatusNotifierItem":
             self._items.append(sender)
-        invocation.return_value(None)
 
-    def _asked(self, connection, sender, path, interface, name):
+    def asked(self, name):
         return {"RegisteredStatusNotifierItems": lambda: GLib.Variant("as", self._items),
                 "IsStatusNotifierHostRegistered": lambda: GLib.Variant("b", self._hosting),
                 "ProtocolVersion": lambda: GLib.Variant("i", 0)}[name]()

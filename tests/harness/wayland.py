@@ -85,6 +85,14 @@ class WaylandSession(PortalDesktop):
         finally:
             held.unlink()
 
+    def start_client(self, *argv):
+        """A program that draws in this session."""
+        return self._start(*argv)
+
+    def wait_for_window(self):
+        """Waits until some program has a window."""
+        eventually(lambda: '"pid"' in self.run("swaymsg", "-t", "get_tree"), LIMIT, "a window")
+
     def show(self, colour):
         """Fills the screen with a colour, "#rrggbb"."""
         self.sway("output", OUTPUT, "bg", colour, "solid_color")

@@ -10,6 +10,7 @@ from harness.waiting import eventually
 from harness.wayland import OUTPUT, WaylandSession
 
 SCREEN = "display-1"
+ANOTHER = "display-2"
 TITLE = "Screen (chosen in the desktop's dialog)"
 RED, GREEN, BLUE = (255, 0, 0), (0, 255, 0), (0, 0, 255)
 
@@ -135,6 +136,35 @@ def test_a_refusal_leaves_things_as_they_were(session):
     assert session.dialogs() == 2
 
 
+def test_another_screen_is_asked_for_again(session, sharing):
+    sharing.command("stop")
+    sharing.wait_until_sharing(False)
+    sharing.command("sources")
+    sharing.wait_for_line(rf"\n{SCREEN}.*Screen \(the last one chosen\)")
+    sharing.share(ANOTHER)
+    assert session.dialogs() == 2
+    with Viewer(sharing.address) as viewer:
+        sees(session, viewer, GREEN)
+    sharing.command("sources")
+    sharing.command("status")
+    eventually(lambda: sharing.stdout.count("Another screen") > 1, 10, "it lists")
+    assert sharing.status()["sharing"] is True
+
+
+def test_a_refusal_while_sharing_leaves_the_share_on(session, sharing):
+    with Viewer(sharing.address) as viewer:
+        sees(session, viewer, RED)
+        session.answer("")
+        with session.dialog_held_open():  # this back end sends no pictures meanwhile
+            sharing.command(f"share {ANOTHER}")
+            eventually(lambda: session.dialogs() == 2, 20, "the dialog is open")
+            assert sharing.status()["sharing"] is True
+        sharing.wait_for_line("startCapture failed", source="stderr")
+        sees(session, viewer, BLUE)
+        assert sharing.status()["sharing"] is True
+        assert "stopped" not in sharing.stdout
+
+
 def test_a_dialog_that_is_open_blocks_nothing(session):
     with session.dialog_held_open():
         program = session.program("--share", SCREEN)
@@ -179,6 +209,18 @@ def test_the_compositor_dies_while_sharing(session, sharing):
 def test_the_media_server_dies_while_sharing(session, sharing):
     session.pipewire.kill()
     expect_end(sharing, r"the desktop's media server \(PipeWire\) ended")
+
+
+def test_the_media_server_comes_back(session, sharing):
+    session.pipewire.kill()
+    expect_end(sharing, r"the desktop's media server \(PipeWire\) ended")
+    session.session_manager.stop()
+    session.back_end.stop()
+    session.pipewire = session.start_pipewire()
+    session.back_end = session.start_back_end()
+    sharing.share(SCREEN)
+    with Viewer(sharing.address) as viewer:
+        sees(session, viewer, GREEN)
 
 
 def test_the_bus_dies_while_sharing(session, sharing):

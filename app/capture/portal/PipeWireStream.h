@@ -6,7 +6,7 @@
 #include "app/capture/portal/UprightPicture.h"
 #include "app/capture/portal/VideoFormat.h"
 #include "app/capture/portal/VideoTransform.h"
-#include "core/net/OneShotTimer.h"
+#include "core/support/OneShotTimer.h"
 #include "core/support/SerialQueue.h"
 #include "core/support/UniqueFd.h"
 

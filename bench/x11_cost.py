@@ -1,23 +1,20 @@
 #!/usr/bin/python3
-"""What sharing one window or one application costs: processor time of the program, in per cent of
-one core, while the window types, scrolls or plays, with one viewer on loopback. The window fills the
-display.
+"""What sharing a display, one window or one application of an X server costs: processor time of the
+program, in per cent of one core, while the window types, scrolls or plays, with one viewer on
+loopback. The window fills the display.
 
-    bench/window_cost.py [SECONDS]
+    bench/x11_cost.py [SECONDS]
 """
-import os
-import sys
 import tempfile
 import threading
 import time
 
-from measuring import Canvas, Program, XServer
+from measuring import SIZES, Canvas, Program, XServer, drain, print_costs
 
 from harness.program import list_sources
 from harness.viewer import Viewer
 
-SIZES = {"1080p": (1920, 1080), "4K": (3840, 2160)}
-KINDS = ("window", "app")
+KINDS = ("display", "window", "app")
 
 
 def typing(canvas, step):
@@ -35,14 +32,6 @@ def video(canvas, step):
 
 CHANGES = {"typing (8x17)": typing, "scrolling (all of it)": scrolling, "video (1280x720)": video}
 CHANGES_A_SECOND = 20
-
-
-def drain(viewer):
-    try:
-        while True:
-            viewer.next_frame(60)
-    except (OSError, AssertionError):
-        pass
 
 
 def measure(program, canvas, change, seconds):
@@ -81,16 +70,5 @@ def run(kind, width, height, seconds):
             server.stop()
 
 
-def main(seconds):
-    print(f"load before: {os.getloadavg()[0]:.1f}")
-    print(f"{'':14}" + "".join(f"{name:>24}" for name in CHANGES))
-    for kind in KINDS:
-        for size, (width, height) in SIZES.items():
-            results = run(kind, width, height, seconds)
-            print(f"{kind + ', ' + size:14}"
-                  + "".join(f"{percent:22.1f} %" for percent in results.values()), flush=True)
-    print(f"load after: {os.getloadavg()[0]:.1f}")
-
-
 if __name__ == "__main__":
-    main(float(sys.argv[1]) if len(sys.argv) > 1 else 10)
+    print_costs(KINDS, CHANGES, run)

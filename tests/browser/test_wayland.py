@@ -1,0 +1,28 @@
+"""A Wayland desktop's screen in a browser. What is captured is the matter of the system tests."""
+import pytest
+
+from harness.wayland import WaylandSession
+
+pytestmark = pytest.mark.parametrize(
+    "engine", [pytest.param("chromium", marks=pytest.mark.xdist_group("chromium"))], indirect=True)
+
+
+@pytest.fixture
+def session():
+    made = WaylandSession()
+    try:
+        yield made
+        assert not made.end_programs()
+    finally:
+        made.stop()
+
+
+def test_the_screen_is_seen(page, session, place):
+    program = session.program("--share", "display-1", **place)
+    program.wait_until_sharing()
+    page.open(program.listening_port())
+    for colour in (0xC02040, 0x20C040):
+        session.show(f"#{colour:06x}")
+        page.wait_for_colour(colour)
+    page.keep_screenshot("wayland")
+    page.wait_for_viewers(program)
