@@ -10,11 +10,11 @@ PROGRAM = Path(__file__).parent / "paint_window.py"
 
 
 class PlainWindow:
-    """One run of paint_window.py; `start` starts a program in a session."""
+    """One run of paint_window.py; `start` starts a program in a session under a name."""
 
-    def __init__(self, start, width, height):
+    def __init__(self, start, name, width, height):
         self.process = start(sys.executable, PROGRAM, str(width), str(height),
-                             stdin=subprocess.PIPE, GDK_BACKEND="wayland")
+                             stdin=subprocess.PIPE, name=name, GDK_BACKEND="wayland")
         self._done = 0
         self._wait()
 

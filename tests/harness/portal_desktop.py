@@ -12,6 +12,7 @@ import tempfile
 from pathlib import Path
 
 from . import http
+from .desktop import TOOLKIT_LEAKS
 from .plain_window import PlainWindow
 from .process import Process
 from .program import Program
@@ -41,6 +42,7 @@ class PortalDesktop:
     def __init__(self):
         self.folder = Path(tempfile.mkdtemp(prefix="tarvinel-wayland-"))
         self._programs = []
+        self._windows = 0
         self._started = contextlib.ExitStack()
         self._started.callback(shutil.rmtree, self.folder, ignore_errors=True)
         try:
@@ -84,14 +86,17 @@ class PortalDesktop:
         profile = self.folder / "without-name"
         program = Program(self.folder, *(["--headless", "--port", "0"] if headless else []),
                           "--profile", profile, *arguments, prefix=[*prefix, *self._as_user()],
-                          name=name, variables=self.env, connect=connect)
+                          name=name, connect=connect,
+                          variables={**self.env,
+                                     "LSAN_OPTIONS": f"suppressions={TOOLKIT_LEAKS}"})
         self._programs.append(program)
         self._started.callback(program.stop)
         return program.wait_until_listening() if headless else program
 
     def window(self, width, height):
         """A window of which every pixel is known, on top of all others."""
-        return PlainWindow(self._start, width, height)
+        self._windows += 1
+        return PlainWindow(self._start, f"window-{self._windows}", width, height)
 
     def write(self, name, text):
         """Makes a file of the user's."""

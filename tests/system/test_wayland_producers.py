@@ -93,31 +93,22 @@ def near(pixel, colour):
     return abs(pixel.astype(int) - colour).max() <= 6
 
 
-def expect(viewer, *quarters, width=WIDTH, height=HEIGHT):
-    return viewer.frame_where(lambda jpeg: shows(jpeg, quarters, width, height))
-
-
-def expect_filled(viewer, colour, **size):
-    return expect(viewer, colour, colour, colour, colour, **size)
-
-
 def send_until(producer, viewer, seen, *commands):
-    """Sends a picture until it is seen: the media server loses what comes while it connects."""
+    """Sends a picture until it is seen: the media server may lose one."""
     producer.tell(*commands)
-
-    def is_seen():
-        producer.send()
-        while viewer.readable(NOTHING_FOLLOWS):
-            if seen(viewer.next_frame()):
-                return True
-        return False
-
-    eventually(is_seen, 20, "the picture is seen")
+    return viewer.frame_after(producer.send, seen)
 
 
-def send_first(producer, viewer, *quarters, **size):
+def show(producer, viewer, *quarters, **size):
+    """Sends a picture of one or four colours until it is seen just so."""
+    paint = colours(*quarters * (4 // len(quarters)))
+    return expect(producer, viewer, *quarters, told=[paint], **size)
+
+
+def expect(producer, viewer, *quarters, told=(), **size):
+    """Sends what is told until the viewer sees these colours."""
     quarters *= 4 // len(quarters)
-    send_until(producer, viewer, lambda jpeg: shows(jpeg, quarters, **size), colours(*quarters))
+    return send_until(producer, viewer, lambda jpeg: shows(jpeg, quarters, **size), *told)
 
 
 def rest(viewer):
@@ -129,7 +120,7 @@ def rest(viewer):
 @pytest.mark.parametrize("layout", ["BGRx", "BGRA", "RGBx", "RGBA"])
 def test_every_layout_is_seen_in_its_colours(start, viewer, layout):
     producer = start(layout=layout)
-    send_first(producer, viewer, RED, GREEN, BLUE, GREY)
+    show(producer, viewer, RED, GREEN, BLUE, GREY)
 
 
 def test_a_layout_that_is_not_taken_ends_the_share(session, program):
@@ -143,7 +134,7 @@ def test_a_layout_that_is_not_taken_ends_the_share(session, program):
 
 def test_pictures_that_are_the_same_send_nothing(start, viewer):
     producer = start()
-    send_first(producer, viewer, RED)
+    show(producer, viewer, RED)
     rest(viewer)
     for _ in range(20):
         producer.send()
@@ -152,9 +143,9 @@ def test_pictures_that_are_the_same_send_nothing(start, viewer):
 
 def test_only_what_is_told_to_be_damaged_is_taken_over(start, viewer):
     producer = start("facts damage")
-    send_first(producer, viewer, RED)
-    producer.send(f"damage 0 0 {WIDTH // 2} {HEIGHT // 2}", filled(GREEN))
-    expect(viewer, GREEN, RED, RED, RED)
+    show(producer, viewer, RED)
+    expect(producer, viewer, GREEN, RED, RED, RED,
+           told=[f"damage 0 0 {WIDTH // 2} {HEIGHT // 2}", filled(GREEN)])
 
 
 @pytest.mark.parametrize("damage", [
@@ -166,25 +157,24 @@ def test_only_what_is_told_to_be_damaged_is_taken_over(start, viewer):
 ])
 def test_damage_out_of_the_frame_does_no_harm(start, viewer, damage):
     producer = start("facts damage")
-    send_first(producer, viewer, RED)
-    producer.send(damage, colours(GREEN, BLUE, GREY, WHITE))
-    expect(viewer, GREEN, BLUE, GREY, WHITE)
+    show(producer, viewer, RED)
+    producer.tell(damage)
+    show(producer, viewer, GREEN, BLUE, GREY, WHITE)
 
 
 def test_the_crop_is_all_that_is_seen(start, viewer):
     producer = start("facts crop damage", f"crop {WIDTH // 2} 0 {WIDTH // 2} {HEIGHT}")
-    send_until(producer, viewer,
-               lambda jpeg: shows(jpeg, (GREEN, GREEN, BLUE, BLUE), width=WIDTH // 2),
-               colours(RED, GREEN, RED, BLUE))
-    producer.send(f"crop 0 {HEIGHT // 2} {WIDTH} {HEIGHT // 2}", colours(RED, RED, BLUE, GREY))
-    expect(viewer, BLUE, GREY, BLUE, GREY, height=HEIGHT // 2)
+    expect(producer, viewer, GREEN, GREEN, BLUE, BLUE, width=WIDTH // 2,
+           told=[colours(RED, GREEN, RED, BLUE)])
+    expect(producer, viewer, BLUE, GREY, BLUE, GREY, height=HEIGHT // 2,
+           told=[f"crop 0 {HEIGHT // 2} {WIDTH} {HEIGHT // 2}", colours(RED, RED, BLUE, GREY)])
 
 
 @pytest.mark.parametrize("crop", ["crop 0 0 0 0", "crop 400 300 10 10",
                                   "crop -2147483648 -2147483648 4294967295 4294967295"])
 def test_a_crop_that_makes_no_sense_is_none(start, viewer, crop):
     producer = start("facts crop", crop)
-    send_first(producer, viewer, RED, GREEN, BLUE, GREY)
+    show(producer, viewer, RED, GREEN, BLUE, GREY)
 
 
 WRONG_BUFFERS = {
@@ -206,25 +196,25 @@ WRONG_BUFFERS = {
 @pytest.mark.parametrize("wrong", WRONG_BUFFERS.values(), ids=WRONG_BUFFERS)
 def test_a_buffer_that_makes_no_sense_is_passed_over(start, viewer, wrong):
     producer = start("facts header")
-    send_first(producer, viewer, GREEN)
+    show(producer, viewer, GREEN)
     rest(viewer)
     producer.send(wrong, filled(RED))
     assert not viewer.readable(NOTHING_FOLLOWS)
-    producer.send(CHUNK_IS_RIGHT, FLAGS_ARE_RIGHT, filled(BLUE))
-    expect_filled(viewer, BLUE)
+    producer.tell(CHUNK_IS_RIGHT, FLAGS_ARE_RIGHT)
+    show(producer, viewer, BLUE)
 
 
 def test_a_size_larger_than_the_memory_does_no_harm(start, viewer):
     producer = start("chunk 0 4294967295 right")
-    send_first(producer, viewer, RED)
+    show(producer, viewer, RED)
 
 
 def test_what_changed_in_a_buffer_that_was_passed_over_is_not_lost(start, viewer):
     producer = start("facts damage header")
-    send_first(producer, viewer, RED)
+    show(producer, viewer, RED)
     producer.send("flags 2 0", filled(GREEN))
-    producer.send(FLAGS_ARE_RIGHT, f"damage 0 0 {WIDTH // 2} {HEIGHT // 2}", filled(GREEN))
-    expect_filled(viewer, GREEN)
+    producer.tell(FLAGS_ARE_RIGHT, f"damage 0 0 {WIDTH // 2} {HEIGHT // 2}")
+    show(producer, viewer, GREEN)
 
 
 @pytest.mark.parametrize("true_bytes", [1, 4096, BYTES // 2, BYTES - 1])
@@ -236,7 +226,7 @@ def test_memory_that_is_shorter_than_told_is_not_read(start, viewer, true_bytes)
 
 def test_memory_that_is_cut_off_later_is_not_read(start, viewer):
     producer = start()
-    send_first(producer, viewer, RED)
+    show(producer, viewer, RED)
     rest(viewer)
     producer.tell("shrink 0")
     producer.wait_for("shrunk")
@@ -246,20 +236,19 @@ def test_memory_that_is_cut_off_later_is_not_read(start, viewer):
 
 def test_another_size_is_seen_in_full_although_the_desktop_told_the_first(start, viewer, session):
     producer = start(told_size=(WIDTH, HEIGHT))
-    send_first(producer, viewer, RED)
+    show(producer, viewer, RED)
     producer.change_format("BGRx", WIDTH * 4, HEIGHT * 3)
-    send_first(producer, viewer, RED, GREEN, BLUE, GREY, width=WIDTH * 4, height=HEIGHT * 3)
-    producer.send(filled(GREEN))
-    expect_filled(viewer, GREEN, width=WIDTH * 4, height=HEIGHT * 3)
+    show(producer, viewer, RED, GREEN, BLUE, GREY, width=WIDTH * 4, height=HEIGHT * 3)
+    show(producer, viewer, GREEN, width=WIDTH * 4, height=HEIGHT * 3)
 
 
 def test_another_format_in_the_middle(start, viewer):
     producer = start("facts damage crop")
-    send_first(producer, viewer, RED)
+    show(producer, viewer, RED)
     producer.change_format("RGBA", 160, 120)
-    send_first(producer, viewer, RED, GREEN, BLUE, GREY, width=160, height=120)
+    show(producer, viewer, RED, GREEN, BLUE, GREY, width=160, height=120)
     producer.change_format("BGRx", WIDTH * 2, HEIGHT * 2)
-    send_first(producer, viewer, BLUE, GREEN, RED, GREY, width=WIDTH * 2, height=HEIGHT * 2)
+    show(producer, viewer, BLUE, GREEN, RED, GREY, width=WIDTH * 2, height=HEIGHT * 2)
 
 
 def test_buffers_that_never_come_end_the_share(session, program):
@@ -291,10 +280,10 @@ def seen_size(transform):
 
 def test_a_picture_is_turned_upright(start, viewer):
     producer = start("facts transform")
-    send_first(producer, viewer, WHITE)
+    show(producer, viewer, WHITE)
     for transform, quarters in TURNS.items():
-        producer.send(f"transform {transform}", colours(RED, GREEN, BLUE, GREY))
-        expect(viewer, *quarters, **seen_size(transform))
+        expect(producer, viewer, *quarters, **seen_size(transform),
+               told=[f"transform {transform}", colours(RED, GREEN, BLUE, GREY)])
 
 
 @pytest.mark.parametrize("transform", [1, 2, 3, 4, 5, 6, 7])
@@ -304,9 +293,10 @@ def test_damage_and_crop_are_turned_with_the_picture(start, viewer, transform):
     size = seen_size(transform)
     dx, dy = (10, 20) if transform in (1, 3, 5, 7) else (20, 10)
     size = {"width": size["width"] - dx, "height": size["height"] - dy}
-    send_first(producer, viewer, RED, **size)
-    producer.send(f"damage 0 0 {WIDTH // 2} {HEIGHT // 2}", filled(GREEN))
-    expect(viewer, *(GREEN if quarter == RED else RED for quarter in TURNS[transform]), **size)
+    show(producer, viewer, RED, **size)
+    seen = (GREEN if quarter == RED else RED for quarter in TURNS[transform])
+    expect(producer, viewer, *seen, **size,
+           told=[f"damage 0 0 {WIDTH // 2} {HEIGHT // 2}", filled(GREEN)])
 
 
 POINTER = "bitmap BGRA 16 16 64 20 ffffffff"
@@ -316,31 +306,31 @@ def pointer_at(jpeg):
     return pixels.place_of(pixels.decode(jpeg), WHITE, tolerance=55)
 
 
-def send_until_pointer(producer, viewer, place):
-    send_until(producer, viewer, lambda jpeg: is_about(pointer_at(jpeg), place), filled(RED))
+def expect_pointer(producer, viewer, place, *told):
+    send_until(producer, viewer, lambda jpeg: is_about(pointer_at(jpeg), place), *told)
 
 
 def test_the_pointer_is_drawn_where_it_is_told_to_be(start, viewer):
-    producer = start("facts cursor", "cursor 1 100 50 2 1", POINTER)
-    send_until_pointer(producer, viewer, (98, 49, 114, 65))
-    producer.send("cursor 1 200 150 2 1", "nobitmap", "chunk 0 0 right")
-    viewer.frame_where(lambda jpeg: is_about(pointer_at(jpeg), (198, 149, 214, 165)))
-    producer.send("cursor 0 0 0 0 0")
-    viewer.frame_where(lambda jpeg: pointer_at(jpeg) is None)
+    producer = start("facts cursor", "cursor 1 100 50 2 1", POINTER, filled(RED))
+    expect_pointer(producer, viewer, (98, 49, 114, 65))
+    without_picture = "chunk 0 0 right"
+    expect_pointer(producer, viewer, (198, 149, 214, 165), "cursor 1 200 150 2 1", "nobitmap",
+                   without_picture)
+    send_until(producer, viewer, lambda jpeg: pointer_at(jpeg) is None, "cursor 0 0 0 0 0")
 
 
 def test_the_pointer_is_turned_with_the_picture(start, viewer):
     producer = start("facts cursor transform", "transform 1", "cursor 1 100 50 0 0",
-                     "bitmap BGRA 16 8 64 20 ffffffff")
+                     "bitmap BGRA 16 8 64 20 ffffffff", filled(RED))
     left = HEIGHT - 50 - 8
-    send_until_pointer(producer, viewer, (left, 100, left + 8, 116))
+    expect_pointer(producer, viewer, (left, 100, left + 8, 116))
 
 
 def test_the_pointer_stays_in_its_place_when_the_crop_moves(start, viewer):
-    producer = start("facts cursor crop", "cursor 1 100 50 0 0", POINTER, "crop 20 10 200 200")
-    send_until_pointer(producer, viewer, (80, 40, 96, 56))
-    producer.send("nobitmap", "crop 40 20 200 200")
-    viewer.frame_where(lambda jpeg: is_about(pointer_at(jpeg), (60, 30, 76, 46)))
+    producer = start("facts cursor crop", "cursor 1 100 50 0 0", POINTER, "crop 20 10 200 200",
+                     filled(RED))
+    expect_pointer(producer, viewer, (80, 40, 96, 56))
+    expect_pointer(producer, viewer, (60, 30, 76, 46), "nobitmap", "crop 40 20 200 200")
 
 
 WRONG_POINTERS = [
@@ -359,30 +349,28 @@ WRONG_POINTERS = [
 def test_a_pointer_that_makes_no_sense_is_not_drawn(start, viewer):
     producer = start("facts cursor")
     places = ("cursor 1 100 50 0 0", "cursor 1 2147483647 -2147483648 2147483647 2147483647")
-    send_first(producer, viewer, GREEN)
+    show(producer, viewer, GREEN)
     told = [*((places[0], wrong) for wrong in WRONG_POINTERS), (places[1], POINTER),
             (places[0], POINTER, "bitmapat 4294967295"), (places[0], POINTER, "bitmapat 1")]
     for number, commands in enumerate(told):
-        colour = (RED, BLUE)[number % 2]
-        producer.send(*commands, filled(colour))
-        jpeg = expect_filled(viewer, colour)
+        producer.tell(*commands)
+        jpeg = show(producer, viewer, (RED, BLUE)[number % 2])
         assert pointer_at(jpeg) is None, commands
 
 
 def test_the_pointer_is_seen_at_the_edge(start, viewer):
-    producer = start("facts cursor", "cursor 1 -8 -8 0 0", POINTER)
-    send_until_pointer(producer, viewer, (0, 0, 8, 8))
+    producer = start("facts cursor", "cursor 1 -8 -8 0 0", POINTER, filled(RED))
+    expect_pointer(producer, viewer, (0, 0, 8, 8))
 
 
 def test_a_producer_that_goes_away_while_shared(start, program, viewer):
     producer = start()
-    send_first(producer, viewer, RED)
+    show(producer, viewer, RED)
     producer.tell("close")
     program.wait_for_line(STOPPED)
     program.wait_until_sharing(False)
     again = start()
-    again.send(filled(GREEN))
-    expect_filled(viewer, GREEN)
+    show(again, viewer, GREEN)
     again.process.kill()
     eventually(lambda: program.stdout.count(STOPPED) == 2, 15, "the second share ended, too")
 

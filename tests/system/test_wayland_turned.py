@@ -46,8 +46,8 @@ def is_upright(jpeg, screen, window):
 
 def expect_upright(program, screen, plain, window):
     with Viewer(program.address) as viewer:
-        plain.paint(RED, GREEN, BLUE, GREY)
-        viewer.frame_where(lambda jpeg: is_upright(jpeg, screen, window))
+        viewer.frame_after(lambda: plain.paint(RED, GREEN, BLUE, GREY),
+                           lambda jpeg: is_upright(jpeg, screen, window))
 
 
 @pytest.mark.parametrize("transform", ["90", "180", "270", "flipped", "flipped-90", "flipped-180",

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 namespace tarvinel {
 
@@ -105,7 +106,9 @@ bool isLength(std::uint32_t pixels) {
 std::optional<VideoFormat> VideoFormat::read(const spa_pod& format) {
   spa_video_info_raw info{};
   if (!isRawVideo(format) || spa_format_video_raw_parse(&format, &info) < 0) return std::nullopt;
-  const auto order = orderOf(info.format);
+  std::uint32_t layout = SPA_VIDEO_FORMAT_UNKNOWN;  // it may be none that the library knows
+  std::memcpy(&layout, &info.format, sizeof layout);
+  const auto order = orderOf(layout);
   if (!order || !isLength(info.size.width) || !isLength(info.size.height)) return std::nullopt;
   return VideoFormat{*order, static_cast<std::int32_t>(info.size.width),
                      static_cast<std::int32_t>(info.size.height)};
