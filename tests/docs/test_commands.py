@@ -11,6 +11,8 @@ from harness.waiting import eventually
 ELSEWHERE = {
     "./run": "tests/clean/clean-machine",
     "./test": "tests/clean/clean-machine",
+    "systemctl --user enable --now tarvinel-headless\nsystemctl --user status tarvinel-headless":
+        "tests/clean/service",
     "tools/package\nsudo apt install ./build/packages/tarvinel_*.deb": "tests/clean/package",
     **{block.command: "tests/docs/test_larger_audiences.py"
        for block in Document(TREE / "docs/larger-audiences.md").blocks("sh")},
@@ -39,6 +41,7 @@ CASES = {
     "tarvinel --headless --share display-1 --uploads": Case(prints="Uploads are open", stays=True),
     "tarvinel --headless --capture pattern --share display-1 --port 8080": Case(
         prints="Sharing Display 1", stays=True),
+    "tarvinel --autostart off": Case(before="tarvinel --autostart on"),
     "tarvinel --doctor": Case(statuses=(0, 1)),
     "tarvinel --list-sources\ntarvinel --version\ntarvinel --help": Case(prints="display-1\t"),
     "curl http://127.0.0.1/status": Case(prints='"sharing":false', meanwhile=PROGRAM),
