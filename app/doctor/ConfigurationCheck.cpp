@@ -3,6 +3,7 @@
 #include "app/Configuration.h"
 #include "core/config/ConfigCoding.h"
 #include "core/config/ConfigFile.h"
+#include "core/support/ApplicationSupport.h"
 
 #include <nlohmann/json.hpp>
 
@@ -71,6 +72,10 @@ ConfigurationFacts ConfigurationFacts::of(const CommandLineOptions& options) {
                            .problem = loaded.problem};
   std::error_code unreachable;
   facts.exists = std::filesystem::exists(facts.file, unreachable);
+  if (!facts.exists && !options.config) {
+    // of the places that are looked at, the one to write it to
+    facts.file = SupportEnvironment::current().configFolder() / "Tarvinel/config.json";
+  }
   const json object = ConfigFile::read(facts.file).object;
   addUnknownKeys(facts.unknownKeys, object, everySetting());
   if (!facts.problem) facts.corrections = correctionsOf(object, encodeConfig(loaded.config));

@@ -1,4 +1,6 @@
 #include "app/doctor/ConfigurationCheck.h"
+#include "core/support/ApplicationSupport.h"
+#include "tests/support/HomeVariable.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -34,6 +36,13 @@ TEST_F(ConfigurationCheckTest, AFileThatIsInForce) {
 TEST_F(ConfigurationCheckTest, NoFileIsFine) {
   EXPECT_EQ(judge(ConfigurationFacts{.file = "/a/config.json"}),
             (Findings{{fine, "There is no /a/config.json: everything is at its default.", {}}}));
+}
+
+TEST_F(ConfigurationCheckTest, WithoutAFileThePlaceToWriteItToIsNamed) {
+  const test::HomeVariable home(folder.path());
+  const auto configFolder = SupportEnvironment::current().configFolder();
+  options.config.reset();
+  EXPECT_EQ(ConfigurationFacts::of(options).file, configFolder / "Tarvinel/config.json");
 }
 
 TEST_F(ConfigurationCheckTest, AFileThatWasAskedForMustExist) {
