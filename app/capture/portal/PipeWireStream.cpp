@@ -181,6 +181,10 @@ struct PipeWireStream::Connection {
 
 /// What the library calls.
 struct PipeWireStream::Events {
+  static void coreInfo(void* self, const pw_core_info* /*info*/) {
+    static_cast<PipeWireStream*>(self)->serverAnswers_ = true;
+  }
+
   static void coreError(void* self, std::uint32_t id, int /*sequence*/, int result,
                         const char* /*message*/) {
     if (id == PW_ID_CORE && result == -EPIPE) static_cast<PipeWireStream*>(self)->serverEnded();
@@ -208,6 +212,7 @@ struct PipeWireStream::Events {
     static const pw_core_events events = [] {
       pw_core_events made{};
       made.version = PW_VERSION_CORE_EVENTS;
+      made.info = coreInfo;
       made.error = coreError;
       return made;
     }();
@@ -273,7 +278,10 @@ void PipeWireStream::awaitEvents() {
 /// Where the media server finds no format or memory that suits both sides, nobody says so.
 void PipeWireStream::awaitBuffers() {
   deadline_.start(longestToBegin, [weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->end(portalFailure(PortalError::Case::notStarted));
+    const auto self = weak.lock();
+    if (!self) return;
+    self->end(portalFailure(self->serverAnswers_ ? PortalError::Case::notStarted
+                                                 : PortalError::Case::noMediaServer));
   });
 }
 

@@ -95,6 +95,7 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   std::optional<Rects> damage_;  ///< since the last picture, frame's pixels; absent: not known
   PixelRect content_;            ///< where in the frame the last picture was
   CursorFacts cursor_;
+  bool serverAnswers_ = false;
   bool cursorChanged_ = false;  ///< and was not shown yet
   VideoTransform transform_;    ///< of the last picture
   UprightPicture upright_;

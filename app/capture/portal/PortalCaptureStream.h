@@ -6,7 +6,6 @@
 #include "app/capture/portal/PortalPicture.h"
 #include "app/capture/portal/PortalSession.h"
 #include "app/capture/portal/RestoreTokens.h"
-#include "core/support/OneShotTimer.h"
 #include "core/support/SerialQueue.h"
 
 #include <cstdint>
@@ -54,7 +53,6 @@ class PortalCaptureStream final : public CaptureStream,
   Completion<void> onStarted_;  ///< empty once it has been called
   std::unique_ptr<PortalSession> session_;
   std::shared_ptr<PipeWireStream> stream_;
-  OneShotTimer patience_;  ///< with a media server that does not answer
   PortalPicture picture_;
   PictureDensity density_;
   std::optional<CapturedFrame> undelivered_;
