@@ -71,8 +71,10 @@ class PortalDesktop:
         return {}
 
     def start_pipewire(self):
+        address = self._runtime / "pipewire-0"
+        address.unlink(missing_ok=True)  # of one that was killed
         pipewire = self._start("pipewire")
-        self._wait_for(self._runtime / "pipewire-0")
+        self._wait_for(address)
         self.session_manager = self._start("wireplumber")
         return pipewire
 
