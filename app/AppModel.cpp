@@ -22,6 +22,7 @@ constexpr std::int64_t ticksBetweenAddresses = 5;
 constexpr std::int64_t ticksBeforeServerWithoutUploads = 3;
 constexpr std::int64_t initialMotionFPS = 8;
 const std::string feedOverrideKey = "TarvinelFeedURL";
+const std::string introducedKey = "introducedInTray";
 
 std::string countOfViewers(std::int64_t count) {
   return fmt::format("{} {}", count, count == 1 ? "viewer" : "viewers");
@@ -254,6 +255,13 @@ void AppModel::hidePicture() {
 
 void AppModel::openHelp() {
   if (serverURL_) platform_.desktop.openInBrowser(*serverURL_ + "help");
+}
+
+void AppModel::appearedInTray() {
+  if (userDefaults_.boolean(introducedKey)) return;
+  userDefaults_.set(introducedKey, true);
+  platform_.desktop.notify("Tarvinel is in the panel",
+                           "A click on its icon opens the menu: share your screen from there.");
 }
 
 void AppModel::tick() {

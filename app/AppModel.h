@@ -158,6 +158,9 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   /// Opens the help page once the server listens.
   void openHelp();
 
+  /// The program's icon is in a tray now: tells who has never seen it there where it lives.
+  void appearedInTray();
+
   /// Looks for a new version, if that can be done.
   void checkForUpdates();
 

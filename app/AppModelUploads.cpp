@@ -11,7 +11,6 @@ namespace tarvinel {
 
 namespace {
 
-const std::string folderKey = "uploadFolder";
 const std::string perParticipantKey = "uploadPerParticipant";
 
 }  // namespace
@@ -21,7 +20,7 @@ void AppModel::readUploadDefaults(const UploadLaunch& launch) {
   uploadPerParticipant_ = userDefaults_.boolean(perParticipantKey);
   if (launch.folder) {
     uploadFolder_ = *launch.folder;
-  } else if (const auto chosen = userDefaults_.text(folderKey)) {
+  } else if (const auto chosen = userDefaults_.text(UserDefaults::uploadFolder)) {
     uploadFolder_ = *chosen;
   } else {
     uploadFolder_ = launch.defaultFolder;
@@ -44,7 +43,7 @@ void AppModel::toggleUploadPerParticipant() {
 
 void AppModel::chooseUploadFolder(const std::filesystem::path& folder) {
   update(uploadFolder_, folder);
-  userDefaults_.set(folderKey, folder.string());
+  userDefaults_.set(UserDefaults::uploadFolder, folder.string());
   reloadUploadStore();
   logger_->info("upload folder set to {}", folder.string());
 }

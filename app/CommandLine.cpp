@@ -34,6 +34,7 @@ std::variant<CommandLineOptions, CommandLineExit> parseCommandLine(int argc,
   CLI::App app{"Shares a screen with every browser in the room.", "tarvinel"};
   CommandLineOptions options;
   std::string capture = "auto";
+  std::string autostart;
   app.add_flag("--headless", options.headless,
                "run in a terminal: status lines on standard output, commands on standard input");
   app.add_option("--capture", capture, "how to capture the screen: auto, x11, portal or pattern")
@@ -48,9 +49,18 @@ std::variant<CommandLineOptions, CommandLineExit> parseCommandLine(int argc,
   app.add_option("--config", options.config, "read the settings from this file")->type_name("FILE");
   app.add_option("--profile", options.profile, "read the built-in profile from this folder")
       ->type_name("DIR");
-  // for tests of links that a test machine does not have: an empty group keeps it out of the help
+  // for tests of what a test machine does not have: an empty group keeps them out of the help
   app.add_option("--sysfs", options.sysfs, "where sysfs is mounted")->type_name("DIR")->group("");
+  app.add_option("--system-root", options.systemRoot, "where firewalls are configured")
+      ->type_name("DIR")
+      ->group("");
+  app.add_flag("--doctor", options.doctor,
+               "look at this computer and tell what is in the way, then exit");
   app.add_flag("--list-sources", options.listSources, "list what can be shared, then exit");
+  app.add_option("--autostart", autostart,
+                 "start when you log in to the desktop, or no longer (on or off), then exit")
+      ->type_name("on|off")
+      ->check(CLI::IsMember({"on", "off"}).description(""));
   app.add_flag("--verbose", options.verbose, "log every request");
   app.set_version_flag("--version", "tarvinel " + std::string(appVersion),
                        "show the version, then exit");
@@ -61,6 +71,7 @@ std::variant<CommandLineOptions, CommandLineExit> parseCommandLine(int argc,
     return exitFor(app, error);
   }
   options.capture = roadNamed(capture);
+  if (!autostart.empty()) options.autostart = autostart == "on";
   return options;
 }
 

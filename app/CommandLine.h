@@ -20,7 +20,10 @@ struct CommandLineOptions {
   std::optional<std::string> config;        ///< the user's file, instead of the default one
   std::optional<std::string> profile;       ///< the built-in profile's folder, likewise
   std::string sysfs = "/sys";               ///< where that is mounted; not shown in the help
+  std::string systemRoot = "/";             ///< where firewalls are configured; likewise
+  bool doctor = false;                      ///< look at this computer, then exit
   bool listSources = false;
+  std::optional<bool> autostart;  ///< start at login from now on, or no longer, then exit
   bool verbose = false;
 };
 

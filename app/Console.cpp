@@ -69,7 +69,13 @@ void Console::refresh() {
   printIfChanged("upload status", model_.uploadStatusLine().value_or(""));
   printIfChanged("upload last", model_.uploadLastLine().value_or(""));
   // without a server there is nothing to wait for
-  if (model_.serverError()) quit_(1);
+  if (model_.serverError() && quit_) return quit_(1);
+  if (model_.serverURL() || model_.serverError()) printIfChanged("introduction", introduction_);
+}
+
+void Console::introduce(std::string text) {
+  introduction_ = std::move(text);
+  refresh();
 }
 
 std::vector<std::string> Console::addressLines() const {

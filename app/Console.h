@@ -18,13 +18,16 @@ namespace tarvinel {
 /// one a line. Lives on the main queue; the stream and the model outlive it.
 class Console : public std::enable_shared_from_this<Console> {
  public:
-  /// `quit` is called with the exit status that the program should end with; `colours` fit what
-  /// `out` goes to.
+  /// `quit` is called with the exit status that the program should end with; it is null where
+  /// nothing here ends the program. `colours` fit what `out` goes to.
   Console(AppModel& model, std::ostream& out, std::function<void(int)> quit,
           QRColours colours = QRColours::none);
 
   /// Prints what has changed since the last call; to be called on every change of the model.
   void refresh();
+
+  /// Says, once it is known where viewers go, what else the presenter should know at first.
+  void introduce(std::string text);
 
   /// Obeys one line of input.
   void obey(std::string_view line);
@@ -48,6 +51,7 @@ class Console : public std::enable_shared_from_this<Console> {
   std::ostream& out_;
   std::function<void(int)> quit_;
   const QRColours colours_;
+  std::string introduction_;
   std::map<std::string, std::string> printed_;  ///< the last line of each topic
 };
 

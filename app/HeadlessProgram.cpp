@@ -5,6 +5,7 @@
 #include "app/Console.h"
 #include "app/LineReader.h"
 #include "app/ProgramParts.h"
+#include "app/ServiceNotice.h"
 #include "app/TerminalDesktop.h"
 #include "app/TerminalLoop.h"
 #include "app/capture/CaptureEngine.h"
@@ -18,6 +19,16 @@
 #include <string>
 
 namespace tarvinel {
+
+namespace {
+
+std::string introductionFor(const CommandLineOptions& options) {
+  if (options.share) return R"(Type "help" for the commands; Ctrl+C ends Tarvinel)";
+  return R"(Type "sources" to see what can be shared, "share ID" to share it, "help" for more; )"
+         "Ctrl+C ends Tarvinel";
+}
+
+}  // namespace
 
 int runHeadless(const CommandLineOptions& options) {
   const ChosenCapture capture = chooseCapture(options);
@@ -33,8 +44,12 @@ int runHeadless(const CommandLineOptions& options) {
   const auto console = std::make_shared<Console>(
       *model, std::cout, [&loop](int status) { loop.quit(status); },
       isatty(STDOUT_FILENO) == 1 ? QRColours::terminal : QRColours::none);
-  model->setOnChange([&console] { console->refresh(); });
-  console->refresh();
+  ServiceNotice notice(*model);
+  model->setOnChange([&console, &notice] {
+    console->refresh();
+    notice.refresh();
+  });
+  console->introduce(introductionFor(options));
   if (options.share) console->share(*options.share);
   const LineReader commands(STDIN_FILENO, [&](std::string line) {
     loop.post([weak = std::weak_ptr(console), line = std::move(line)] {

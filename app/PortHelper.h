@@ -25,6 +25,8 @@ class PortHelper {
   /// The one of the running program.
   static PortHelper ofThisProgram();
 
+  const std::filesystem::path& place() const { return program_; }
+
   /// A socket that listens on port 80. Blocks until the helper has answered and gone. Throws
   /// std::system_error: that the port is taken, or the refusal it is given when the helper is not
   /// there, may not do it either or does anything unexpected.

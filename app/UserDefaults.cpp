@@ -2,14 +2,9 @@
 
 #include "core/support/ApplicationSupport.h"
 #include "core/support/RegularFile.h"
-#include "core/support/UniqueFd.h"
+#include "core/support/ReplacedFile.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <string_view>
-#include <system_error>
+#include <exception>
 #include <utility>
 
 namespace tarvinel {
@@ -28,30 +23,13 @@ nlohmann::json objectIn(const std::filesystem::path& file) {
   return nlohmann::json::object();
 }
 
-void check(bool succeeded) {
-  if (!succeeded) throw std::system_error(errno, std::generic_category());
-}
-
-void writeDurably(const std::filesystem::path& file, std::string_view content) {
-  const UniqueFd fd(open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-  check(static_cast<bool>(fd));
-  while (!content.empty()) {
-    const ssize_t count = write(fd.get(), content.data(), content.size());
-    check(count >= 0 || errno == EINTR);
-    if (count > 0) content.remove_prefix(static_cast<std::size_t>(count));
-  }
-  check(fsync(fd.get()) == 0);
-}
-
 }  // namespace
 
 UserDefaults::UserDefaults(std::filesystem::path file, Logger logger)
     : file_(std::move(file)), logger_(std::move(logger)), values_(objectIn(file_)) {}
 
 std::filesystem::path UserDefaults::defaultFile() {
-  const auto environment = SupportEnvironment::current();
-  return environment.configHome.value_or(environment.home / ".config") /
-         "Tarvinel/preferences.json";
+  return SupportEnvironment::current().configFolder() / "Tarvinel/preferences.json";
 }
 
 bool UserDefaults::boolean(const std::string& key) const {
@@ -79,11 +57,7 @@ void UserDefaults::set(const std::string& key, const std::string& value) {
 
 void UserDefaults::save() const {
   try {
-    std::filesystem::create_directories(file_.parent_path());
-    auto newFile = file_;
-    newFile += ".new";
-    writeDurably(newFile, values_.dump(2) + "\n");
-    std::filesystem::rename(newFile, file_);
+    replaceFile(file_, values_.dump(2) + "\n");
   } catch (const std::exception& error) {
     logger_->error("preferences at {} could not be written: {}", file_.string(), error.what());
   }

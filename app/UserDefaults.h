@@ -17,6 +17,9 @@ namespace tarvinel {
 /// is logged and remembered for this run.
 class UserDefaults {
  public:
+  /// The key of the folder that the presenter chose for uploads.
+  static constexpr const char* uploadFolder = "uploadFolder";
+
   /// Takes the file; its folder is made when something is to be remembered.
   UserDefaults(std::filesystem::path file, Logger logger);
 

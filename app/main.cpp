@@ -1,6 +1,8 @@
 #include "app/CommandLine.h"
 #include "app/HeadlessProgram.h"
+#include "app/doctor/DoctorProgram.h"
 #ifdef TARVINEL_TRAY
+#include "app/Autostart.h"
 #include "app/tray/TarvinelApp.h"
 #endif
 
@@ -11,17 +13,40 @@
 
 namespace {
 
-int runOnDesktop(const tarvinel::CommandLineOptions& options) {
 #ifdef TARVINEL_TRAY
+
+constexpr bool hasTray = true;
+
+int runOnDesktop(const tarvinel::CommandLineOptions& options) {
   return tarvinel::TarvinelApp::run(options);
-#else
-  (void)options;
-  std::cerr << "tarvinel: it was built without a tray; start with --headless (see --help)\n";
-  return tarvinel::exitWrongCommandLine;
-#endif
 }
 
+int setAutostart(bool on) {
+  std::cout << tarvinel::Autostart::ofThisProgram().set(on) << '\n';
+  return 0;
+}
+
+#else
+
+constexpr bool hasTray = false;
+
+int runOnDesktop(const tarvinel::CommandLineOptions& /*options*/) {
+  std::cerr << "tarvinel: it was built without a tray; start with --headless (see --help)\n";
+  return tarvinel::exitWrongCommandLine;
+}
+
+int setAutostart(bool /*on*/) {
+  std::cerr
+      << "tarvinel: it was built without a tray; \"systemctl --user enable tarvinel-headless\" "
+         "has it start when you log in\n";
+  return tarvinel::exitWrongCommandLine;
+}
+
+#endif
+
 int run(const tarvinel::CommandLineOptions& options) {
+  if (options.autostart) return setAutostart(*options.autostart);
+  if (options.doctor) return tarvinel::runDoctor(options, hasTray);
   if (options.listSources) return tarvinel::listSources(options);
   return options.headless ? tarvinel::runHeadless(options) : runOnDesktop(options);
 }

@@ -1,5 +1,6 @@
 #include "app/tray/EmbeddingTray.h"
 
+#include "app/TraySelection.h"
 #include "app/capture/x11/X11Connection.h"
 
 #include <QGuiApplication>
@@ -22,13 +23,8 @@ xcb_connection_t* toolkitConnection() {
 }
 
 /// The selection that a tray on this screen owns.
-xcb_atom_t traySelection(xcb_connection_t* connection) {
-  char* host = nullptr;
-  int display = 0;
-  int screen = 0;
-  if (xcb_parse_display(nullptr, &host, &display, &screen) == 0) screen = 0;
-  const XcbPtr<char> hostOwner(host);
-  const std::string name = "_NET_SYSTEM_TRAY_S" + std::to_string(screen);
+xcb_atom_t traySelectionAtom(xcb_connection_t* connection) {
+  const std::string name = traySelection(nullptr);
   const auto length = static_cast<std::uint16_t>(name.size());
   const XcbPtr<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
       connection, xcb_intern_atom(connection, 0, length, name.c_str()), nullptr));
@@ -62,7 +58,7 @@ EmbeddingTray::~EmbeddingTray() {
 }
 
 void EmbeddingTray::watch() {
-  selection_ = traySelection(connection_);
+  selection_ = traySelectionAtom(connection_);
   if (selection_ == XCB_ATOM_NONE || !hasXfixes(connection_)) return;
   changeEvent_ = xcb_get_extension_data(connection_, &xcb_xfixes_id)->first_event +
                  XCB_XFIXES_SELECTION_NOTIFY;

@@ -27,6 +27,8 @@ class MenuWindow {
   /// Brings it before the presenter's eyes, wherever it was.
   void open();
 
+  bool isOpen() const { return window_.isVisible(); }
+
   QWidget& widget() { return window_; }
 
  private:

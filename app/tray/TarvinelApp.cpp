@@ -11,6 +11,7 @@
 #include <QPalette>
 
 #include <fmt/format.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <iostream>
@@ -56,6 +57,12 @@ class Toolkit {
   QApplication application_{count_, arguments_};
 };
 
+/// Whether a person or a program reads what is printed, rather than a desktop's log.
+bool isRead(int fd) {
+  struct stat status {};
+  return isatty(fd) == 1 || (fstat(fd, &status) == 0 && S_ISFIFO(status.st_mode));
+}
+
 int showFirstInstance(const SingleInstance& instance) {
   if (instance.showFirst()) {
     std::cout << "Tarvinel is already running: its window is open now" << std::endl;
@@ -70,7 +77,8 @@ int showFirstInstance(const SingleInstance& instance) {
 int TarvinelApp::run(const CommandLineOptions& options) {
   const auto platform = toolkitPlatform(DisplayEnvironment::current(), DisplayProbes::real());
   if (!platform) {
-    std::cerr << "tarvinel: there is no display here; --headless runs in a terminal\n";
+    std::cerr << "tarvinel: there is no display here; --headless runs in a terminal, --doctor "
+                 "tells what is missing\n";
     return 1;
   }
   const ChosenCapture capture = chooseCapture(options);
@@ -96,11 +104,9 @@ TarvinelApp::TarvinelApp(const CommandLineOptions& options, const ChosenCapture&
       trayHosts_(bus, [this] { traysChanged(); }) {
   log_.category("app")->info(capture.decision.reason);
   trayPatience_.setSingleShot(true);
-  trayPatience_.callOnTimeout([this] { openWindow(); });
+  trayPatience_.callOnTimeout([this] { traysAreMissed(); });
   model_->setOnChange([this] { modelChanged(); });
-  if (isatty(STDOUT_FILENO) == 1) {
-    console_ = std::make_shared<Console>(*model_, std::cout, [](int) {});
-  }
+  if (isRead(STDOUT_FILENO)) console_ = std::make_shared<Console>(*model_, std::cout, nullptr);
   if (options.share) share(*options.share);
   draw();
   traysChanged();
@@ -154,6 +160,8 @@ void TarvinelApp::traysChanged() {
         *drawer, [this](const MenuCommand& command) { perform(command); },
         [this] { openWindow(); });
     draw();
+    if (!window_.isOpen()) model_->appearedInTray();
+    introduce("Tarvinel's menu is behind its icon in the panel; Ctrl+C ends it");
   }
   if (isInTray()) {
     trayPatience_.stop();
@@ -164,6 +172,15 @@ void TarvinelApp::traysChanged() {
 
 bool TarvinelApp::isInTray() const {
   return drawer_ && trayHosts_.has(*drawer_);
+}
+
+void TarvinelApp::traysAreMissed() {
+  openWindow();
+  introduce("Tarvinel's menu is in its window; Ctrl+C ends it");
+}
+
+void TarvinelApp::introduce(const std::string& text) {
+  if (console_) console_->introduce(text);
 }
 
 void TarvinelApp::openWindow() {

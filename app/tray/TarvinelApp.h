@@ -45,6 +45,8 @@ class TarvinelApp {
   void draw();
   void traysChanged();
   bool isInTray() const;
+  void traysAreMissed();
+  void introduce(const std::string& text);
   void openWindow();
 
   const Log log_;

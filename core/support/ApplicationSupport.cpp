@@ -28,7 +28,7 @@ SupportEnvironment SupportEnvironment::current() {
 }
 
 std::filesystem::path applicationSupportFolder(const SupportEnvironment& environment) {
-  auto configHome = environment.configHome.value_or(environment.home / ".config");
+  auto configHome = environment.configFolder();
   auto library = environment.home / "Library/Application Support";
   if (hasConfiguration(configHome)) return configHome;
   if (hasConfiguration(library)) return library;

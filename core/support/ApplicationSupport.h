@@ -13,6 +13,9 @@ struct SupportEnvironment {
 
   /// Of this process.
   static SupportEnvironment current();
+
+  /// Where a desktop's programs keep settings: $XDG_CONFIG_HOME, ~/.config unless that is set.
+  std::filesystem::path configFolder() const { return configHome.value_or(home / ".config"); }
 };
 
 /// The folder that holds "Tarvinel/config.json": the first of $XDG_CONFIG_HOME (~/.config unless

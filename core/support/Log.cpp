@@ -1,7 +1,11 @@
 #include "core/support/Log.h"
 
+#include "core/support/JournalSink.h"
+
 #include <spdlog/sinks/null_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
+
+#include <unistd.h>
 
 #include <cstdlib>
 #include <utility>
@@ -12,10 +16,11 @@ Log::Log(spdlog::sink_ptr sink, spdlog::level::level_enum level)
     : sink_(std::move(sink)), level_(level) {}
 
 Log Log::standardError(spdlog::level::level_enum level) {
+  if (JournalSink::isBehind(STDERR_FILENO, std::getenv("JOURNAL_STREAM"))) {
+    return Log(std::make_shared<JournalSink>(), level);
+  }
   auto sink = std::make_shared<spdlog::sinks::stderr_sink_mt>();
-  // systemd sets JOURNAL_STREAM when standard error goes to the journal, which adds the time
-  const bool toJournal = std::getenv("JOURNAL_STREAM") != nullptr;
-  sink->set_pattern(toJournal ? "[%n] %v" : "%Y-%m-%d %H:%M:%S.%e %l [%n] %v");
+  sink->set_pattern("%Y-%m-%d %H:%M:%S.%e %l [%n] %v");
   return Log(std::move(sink), level);
 }
 

@@ -19,8 +19,7 @@ class Log {
   /// Takes where the lines go. Lines below `level` are dropped.
   explicit Log(spdlog::sink_ptr sink, spdlog::level::level_enum level = spdlog::level::info);
 
-  /// A log on standard error: with time and category in a terminal, without the time under systemd,
-  /// whose journal has its own.
+  /// A log on standard error; in the journal, with fields, where systemd has connected that to it.
   static Log standardError(spdlog::level::level_enum level = spdlog::level::info);
 
   /// A log that drops everything.

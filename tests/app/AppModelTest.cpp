@@ -693,5 +693,21 @@ TEST_F(AppModelTest, GoesWhileSharingWithViewers) {
   mainQueue.tick();
 }
 
+TEST_F(AppModelTest, TellsOnceInALifeWhereItLives) {
+  launchAndWait();
+  EXPECT_THAT(desktop.done, Not(Contains(StartsWith("notify"))));
+  model->appearedInTray();
+  const std::string told =
+      "notify Tarvinel is in the panel: A click on its icon opens the menu: share your screen "
+      "from there.";
+  EXPECT_THAT(desktop.done, Contains(told).Times(1));
+  model->appearedInTray();
+  EXPECT_THAT(desktop.done, Contains(told).Times(1));
+  model.reset();
+  launchAndWait();
+  model->appearedInTray();
+  EXPECT_THAT(desktop.done, Contains(told).Times(1));
+}
+
 }  // namespace
 }  // namespace tarvinel

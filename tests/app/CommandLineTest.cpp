@@ -60,6 +60,14 @@ TEST(CommandLine, WhereSysfsIsMountedIsForTestsAndNotInTheHelp) {
   EXPECT_THAT(exitOf({"--help"}).text, Not(HasSubstr("sysfs")));
 }
 
+TEST(CommandLine, StartsAtLoginOrNoLongerOnlyWhenAsked) {
+  EXPECT_EQ(optionsOf({"--headless"}).autostart, std::nullopt);
+  EXPECT_EQ(optionsOf({"--autostart", "on"}).autostart, true);
+  EXPECT_EQ(optionsOf({"--autostart", "off"}).autostart, false);
+  EXPECT_EQ(exitOf({"--autostart", "maybe"}).status, 2);
+  EXPECT_EQ(exitOf({"--autostart"}).status, 2);
+}
+
 TEST(CommandLine, UploadsAreClosedUnlessAskedFor) {
   EXPECT_FALSE(optionsOf({"--headless"}).uploads);
   EXPECT_EQ(optionsOf({"--headless"}).uploadFolder, std::nullopt);

@@ -193,5 +193,37 @@ TEST_F(ConsoleTest, OtherLinesAreAnsweredAndEmptyOnesAreNot) {
   EXPECT_EQ(printedBy(" \t"), "");
 }
 
+TEST_F(ConsoleTest, IntroducesItselfOnceItIsKnownWhereViewersGo) {
+  launch();
+  console->introduce("Type on");
+  EXPECT_FALSE(hasPrinted("Type on"));
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->serverURL().has_value(); }));
+  EXPECT_THAT(out.str(), EndsWith("Open " + *model->serverURL() + " in any browser\nType on\n"));
+  out.str("");
+  console->refresh();
+  EXPECT_EQ(out.str(), "");
+}
+
+TEST_F(ConsoleTest, IntroducesItselfAtOnceWhenItIsKnownAlready) {
+  launchQuietly();
+  console->introduce("Type on");
+  EXPECT_EQ(out.str(), "Type on\n");
+}
+
+TEST_F(ConsoleTest, WhereAFailureIsNotTheEndItIntroducesItselfAfterIt) {
+  launchQuietly();
+  config.port = model->boundPort();
+  ManualMainQueue secondQueue;
+  std::ostringstream secondOut;
+  const auto second = AppModel::create(config, platform(secondQueue), uploads);
+  const auto secondConsole = std::make_shared<Console>(*second, secondOut, nullptr);
+  secondConsole->introduce("Look there");
+  second->setOnChange([&] { secondConsole->refresh(); });
+  ASSERT_TRUE(secondQueue.runUntil([&] { return second->serverError().has_value(); }));
+  EXPECT_EQ(secondOut.str(), "Starting server…\nNot sharing\nCan't listen on port " +
+                                 std::to_string(config.port) +
+                                 ": Address already in use\nLook there\n");
+}
+
 }  // namespace
 }  // namespace tarvinel

@@ -50,6 +50,18 @@ def same(left, right, limit=SHARP):
     return within(difference(left, right), limit)
 
 
+def place_of(picture, colour, tolerance=6):
+    """Left, top, right and bottom of all that has this colour; None when nothing has."""
+    rows, columns = numpy.nonzero(
+        numpy.abs(picture.astype(numpy.int16) - colour).max(axis=2) <= tolerance)
+    return (columns.min(), rows.min(), columns.max() + 1, rows.max() + 1) if len(rows) else None
+
+
+def is_about(found, wanted):
+    """Whether a place is the wanted one but for a pixel."""
+    return found is not None and max(abs(a - b) for a, b in zip(found, wanted)) <= 1
+
+
 def save(picture, path):
     path.parent.mkdir(parents=True, exist_ok=True)
     Image.fromarray(picture).save(path)

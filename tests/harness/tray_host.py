@@ -1,14 +1,12 @@
 """A tray: what a desktop's panel is to a program over D-Bus, without the panel."""
-import threading
-
 import gi
 
 gi.require_version("Gio", "2.0")
-from gi.repository import Gio, GLib  # noqa: E402  (the version comes first)
+from gi.repository import GLib  # noqa: E402  (the version comes first)
 
+from .bus_service import LIMIT_MS, BusService  # noqa: E402
 from .waiting import eventually  # noqa: E402
 
-LIMIT_MS = 10000
 WATCHER = "org.kde.StatusNotifierWatcher"
 ITEM = "org.kde.StatusNotifierItem"
 MENU = "com.canonical.dbusmenu"
@@ -24,30 +22,17 @@ WATCHER_XML = f"""<node><interface name="{WATCHER}">
 </interface></node>"""
 
 
-class TrayHost:
-    """The watcher and, unless it is to come later, a host, on a connection of their own.
-
-    They answer on a thread of their own, so that a test may wait for the program meanwhile.
-    """
+class TrayHost(BusService):
+    """The watcher and, unless it is to come later, a host."""
 
     def __init__(self, bus_address, hosting=True):
         self._items = []
         self._hosting = hosting
-        self._context = GLib.MainContext()
-        self._loop = GLib.MainLoop(self._context)
-        self._connection = Gio.DBusConnection.new_for_address_sync(
-            bus_address, Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT
-            | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION, None, None)
-        self._ready = threading.Event()
-        self._thread = threading.Thread(target=self._serve)
-        self._thread.start()
-        self._ready.wait()
-        self._bus_call("RequestName", "(su)", WATCHER, 0)
+        super().__init__(bus_address, WATCHER, "/StatusNotifierWatcher", WATCHER_XML)
 
     def begin_hosting(self):
         self._hosting = True
-        self._connection.emit_signal(None, "/StatusNotifierWatcher", WATCHER,
-                                     "StatusNotifierHostRegistered", None)
+        self.emit(WATCHER, "StatusNotifierHostRegistered")
 
     def item(self, within=20):
         """The one icon that is shown."""
@@ -57,35 +42,14 @@ class TrayHost:
     def items(self):
         return list(self._items)
 
-    def stop(self):
-        if not self._connection.is_closed():
-            self._connection.close_sync(None)
-        self._context.invoke_full(GLib.PRIORITY_DEFAULT, lambda *_: self._loop.quit())
-        self._thread.join()
-
-    def _serve(self):
-        self._context.push_thread_default()
-        interface = Gio.DBusNodeInfo.new_for_xml(WATCHER_XML).interfaces[0]
-        self._connection.register_object("/StatusNotifierWatcher", interface, self._called,
-                                         self._asked, None)
-        self._ready.set()
-        self._loop.run()
-        self._context.pop_thread_default()
-
-    def _called(self, connection, sender, path, interface, method, arguments, invocation):
+    def called(self, sender, method, arguments):
         if method == "RegisterStatusNotifierItem":
             self._items.append(sender)
-        invocation.return_value(None)
 
-    def _asked(self, connection, sender, path, interface, name):
+    def asked(self, name):
         return {"RegisteredStatusNotifierItems": lambda: GLib.Variant("as", self._items),
                 "IsStatusNotifierHostRegistered": lambda: GLib.Variant("b", self._hosting),
                 "ProtocolVersion": lambda: GLib.Variant("i", 0)}[name]()
-
-    def _bus_call(self, method, signature, *arguments):
-        self._connection.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                   "org.freedesktop.DBus", method,
-                                   GLib.Variant(signature, arguments), None, 0, LIMIT_MS, None)
 
 
 class TrayItem:

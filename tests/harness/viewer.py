@@ -53,6 +53,20 @@ class Viewer:
                 return jpeg
         raise AssertionError(f"no such frame within {within} s")
 
+    def frame_after(self, act, wanted, within=20, patience=0.6):
+        """Does `act` until a frame comes that `wanted` accepts; gives that frame.
+
+        For sources that may lose what they are shown once, but not for ever.
+        """
+        deadline = time.monotonic() + within
+        while time.monotonic() < deadline:
+            act()
+            while self.readable(patience):
+                jpeg = self.next_frame()
+                if wanted(jpeg):
+                    return jpeg
+        raise AssertionError(f"no such frame within {within} s")
+
     def last_frame(self, quiet=1.5, within=60):
         """The frame after which nothing came for `quiet` seconds."""
         deadline = time.monotonic() + within

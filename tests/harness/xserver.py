@@ -1,6 +1,7 @@
 """A private X server without a screen of its own (Xvfb)."""
 import os
 import select
+import signal
 import subprocess
 
 from Xlib import X
@@ -42,6 +43,13 @@ class XServer:
 
     def kill(self):
         self._process.kill()
+
+    def freeze(self):
+        """Lets it sleep without answering, until thaw()."""
+        self._process.signal(signal.SIGSTOP)
+
+    def thaw(self):
+        self._process.signal(signal.SIGCONT)
 
     def restart(self):
         self.number = self._start([self.name])

@@ -24,7 +24,8 @@ def test_help_names_every_option(tmp_path):
     done = run(tmp_path, "--help")
     assert done.returncode == 0
     for option in ("--headless", "--capture", "--share", "--port", "--list-sources",
-                   "--uploads", "--upload-folder", "--config", "--profile", "--version", "--help"):
+                   "--uploads", "--upload-folder", "--autostart", "--config", "--profile",
+                   "--version", "--help"):
         assert option in done.stdout
 
 
@@ -36,6 +37,25 @@ def test_wrong_command_line(tmp_path, arguments):
     done = run(tmp_path, *arguments)
     assert done.returncode == 2
     assert done.stderr
+
+
+def test_autostart(tmp_path):
+    entry = tmp_path / "config/autostart/org.tarvinel.Tarvinel.desktop"
+    done = run(tmp_path, "--autostart", "on")
+    assert (done.returncode, done.stdout) == (0, f"Tarvinel starts when you log in, by {entry}\n")
+    assert subprocess.run(["desktop-file-validate", entry], check=False).returncode == 0
+    assert run(tmp_path, "--autostart", "off").returncode == 0
+    assert not entry.exists()
+
+
+def test_autostart_leaves_another_entry(tmp_path):
+    entry = tmp_path / "config/autostart/org.tarvinel.Tarvinel.desktop"
+    entry.parent.mkdir(parents=True)
+    entry.write_text("[Desktop Entry]\n")
+    done = run(tmp_path, "--autostart", "on")
+    assert done.returncode == 1
+    assert str(entry) in done.stderr
+    assert entry.read_text() == "[Desktop Entry]\n"
 
 
 def test_list_sources_of_the_pattern(tmp_path):

@@ -1,34 +1,23 @@
 """Cable or Wi-Fi: what the link is decides how fast a running share may move."""
 import json
-import os
 import re
 
 import pytest
 
-from harness.two_links import TwoLinks
 from harness.viewer import Viewer
 from harness.waiting import eventually
 
 
 @pytest.fixture
-def links(tmp_path):
-    if os.geteuid() != 0:
-        pytest.skip("network namespaces need root")
-    made = TwoLinks(tmp_path)
-    yield made
-    made.remove()
-
-
-@pytest.fixture
-def start_there(start, links, tmp_path):
-    """Starts the program on the machine with two links, sharing a picture that often moves. Two
+def start_there(start, machine, tmp_path):
+    """Starts the program on the machine with two machine, sharing a picture that often moves. Two
     viewers of it may have some 16 frames a second by cable and 8 over the air."""
     (tmp_path / "config.json").write_text(json.dumps({"budgetMbps": 10, "motionQuality": 1.0}))
 
     def start_program():
-        return start("--capture", "pattern", "--share", "display-1", "--sysfs", str(links.sysfs),
+        return start("--capture", "pattern", "--share", "display-1", "--sysfs", str(machine.sysfs),
                      "--config", str(tmp_path / "config.json"),
-                     prefix=links.exec_in(), connect=links.connect)
+                     prefix=machine.exec_in(), connect=machine.connect)
 
     return start_program
 
@@ -44,21 +33,21 @@ def rates(program, link):
             if rate != "20"]
 
 
-def test_moving_between_cable_and_wifi_changes_the_motion_rate(start_there, links):
-    links.route_over("eth0")
+def test_moving_between_cable_and_wifi_changes_the_motion_rate(start_there, machine):
+    machine.route_over("eth0")
     program = start_there()
     program.wait_until_sharing()
-    with Viewer(connection=links.connect(program.address)), \
-            Viewer(connection=links.connect(program.address)):
+    with Viewer(connection=machine.connect(program.address)), \
+            Viewer(connection=machine.connect(program.address)):
         by_cable = eventually(lambda: rates(program, "Ethernet"), 30, "a rate by cable")
-        links.route_over("wlan0")
+        machine.route_over("wlan0")
         program.wait_for_line("network path is now Wi-Fi", source="stderr")
         by_air = eventually(lambda: rates(program, "Wi-Fi"), 30, "a rate over the air")
         assert by_air[0] < by_cable[-1]
         assert program.status()["fps"] in rates(program, "Wi-Fi")
         program.command("status")
         program.wait_for_line(r"(?m)^Wi-Fi · \d+ fps · 2 viewers ")
-        links.route_over("eth0")
+        machine.route_over("eth0")
         eventually(lambda: path_changes(program) == ["Ethernet", "Wi-Fi", "Ethernet"], 15,
                    "back on the cable")
         seen = len(rates(program, "Ethernet"))
@@ -67,8 +56,8 @@ def test_moving_between_cable_and_wifi_changes_the_motion_rate(start_there, link
         program.wait_for_line(r"(?m)^Ethernet · \d+ fps · 2 viewers ")
 
 
-def test_without_any_network_it_is_taken_for_wifi_and_served_here(start_there, links):
-    links.unplug()
+def test_without_any_network_it_is_taken_for_wifi_and_served_here(start_there, machine):
+    machine.unplug()
     program = start_there()
     program.wait_for_line(rf"Open http://localhost:{program.listening_port()}/ in any browser")
     program.command("status")
@@ -76,10 +65,10 @@ def test_without_any_network_it_is_taken_for_wifi_and_served_here(start_there, l
     assert path_changes(program) == []
 
 
-def test_a_network_that_comes_later_is_used(start_there, links):
-    links.unplug()
+def test_a_network_that_comes_later_is_used(start_there, machine):
+    machine.unplug()
     program = start_there()
     program.wait_for_line("Open http://localhost:")
-    links.plug_in()
+    machine.plug_in()
     program.wait_for_line("network path is now Ethernet", source="stderr")
     program.wait_for_line("Open http://10.1.0.1:")

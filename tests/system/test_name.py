@@ -1,12 +1,10 @@
 """The name under .local: found, followed, withdrawn, refused, with and without an Avahi daemon."""
-import os
 import re
 import signal
 
 import pytest
 
 from harness.multicast import Multicast
-from harness.room import Room
 from harness.waiting import eventually
 
 NAME = "tarvinel.local"
@@ -16,15 +14,6 @@ FOLLOWED_WITHIN = 30  # the address is looked at every five seconds
 RETRIED_WITHIN = 45   # thirty seconds after a failure
 
 FETCH = "import sys, urllib.request; print(urllib.request.urlopen(sys.argv[1]).read().decode())"
-
-
-@pytest.fixture
-def room(tmp_path):
-    if os.geteuid() != 0:
-        pytest.skip("network namespaces need root")
-    made = Room(tmp_path)
-    yield made
-    made.remove()
 
 
 @pytest.fixture
@@ -206,8 +195,8 @@ def test_without_a_network_until_there_is_one(room, air, present):
     trouble = f"No network address to publish {NAME} for"
     program.wait_for_line(trouble)
     program.wait_for_line(r"sources:[^$]*sources:", source="stderr")  # ten seconds later
-    assert program.stdout.splitlines()[-3:] == [
-        "Not sharing", "Open http://localhost/ in any browser", trouble]
+    assert "Open http://localhost/ in any browser\n" in program.stdout
+    assert program.stdout.count(trouble) == 1
     assert "mdns" not in program.stderr
 
     room.presenter.give_address(address)

@@ -1,51 +1,15 @@
 """Port 80 for an ordinary user, by the helper that has the privilege for it."""
 import os
 import re
-import shutil
 import socket
 import subprocess
-import tempfile
 from pathlib import Path
 
 import pytest
 
 from harness import http
+from harness.installed import AS_USER, USER, give_capability
 from harness.program import executable
-from harness.two_links import TwoLinks
-
-USER = 65534
-AS_USER = ["setpriv", "--reuid", str(USER), "--regid", str(USER), "--clear-groups"]
-
-
-@pytest.fixture
-def machine(tmp_path):
-    """A machine of its own: port 80 is free there, and privileged for certain."""
-    if os.geteuid() != 0:
-        pytest.skip("network namespaces and capabilities need root")
-    made = TwoLinks(tmp_path)
-    yield made
-    made.remove()
-
-
-@pytest.fixture
-def installed(monkeypatch):
-    """Copies of the program and the helper that an ordinary user can run."""
-    with tempfile.TemporaryDirectory(prefix="tarvinel-installed-") as name:
-        prefix = Path(name)
-        prefix.chmod(0o755)
-        program, helper = prefix / "bin/tarvinel", prefix / "libexec/tarvinel/tarvinel-bind"
-        for copy in (program, helper):
-            copy.parent.mkdir(parents=True)
-            shutil.copy(executable().with_name(copy.name), copy)
-        (prefix / "home").mkdir(mode=0o777)
-        (prefix / "home").chmod(0o777)
-        monkeypatch.setenv("TARVINEL", str(program))
-        yield prefix
-
-
-def give_capability(installed):
-    subprocess.run(["setcap", "cap_net_bind_service=ep",
-                    installed / "libexec/tarvinel/tarvinel-bind"], check=True)
 
 
 @pytest.fixture

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <system_error>
 #include <utility>
 
@@ -23,6 +24,7 @@ namespace tarvinel {
 namespace {
 
 constexpr std::uint32_t mostDamageRects = 16;
+constexpr std::chrono::seconds longestToBegin{10};
 
 template <class T>
 T* orThrow(T* made) {
@@ -34,6 +36,25 @@ int duplicateOf(int fd) {
   const int copy = fcntl(fd, F_DUPFD_CLOEXEC, 0);
   if (copy < 0) throw std::system_error(errno, std::generic_category(), "screen capture");
   return copy;
+}
+
+// What memory pictures are to come in, and what is to be told beside them.
+std::vector<StreamParameter> wantedParameters(bool withCursor) {
+  constexpr std::uint32_t header = sizeof(spa_meta_header);
+  constexpr std::uint32_t region = sizeof(spa_meta_region);
+  constexpr std::uint32_t transform = sizeof(spa_meta_videotransform);
+  constexpr std::uint32_t usualCursor = 64;
+  std::vector<StreamParameter> wanted{
+      StreamParameter::buffers(), StreamParameter::facts(SPA_META_Header, header, header),
+      StreamParameter::facts(SPA_META_VideoCrop, region, region),
+      StreamParameter::facts(SPA_META_VideoTransform, transform, transform),
+      StreamParameter::facts(SPA_META_VideoDamage, region, region * mostDamageRects)};
+  if (withCursor) {
+    wanted.push_back(StreamParameter::facts(
+        SPA_META_Cursor, static_cast<std::uint32_t>(CursorFacts::bytesFor(usualCursor)),
+        static_cast<std::uint32_t>(CursorFacts::bytesFor(CursorFacts::longest))));
+  }
+  return wanted;
 }
 
 template <class T>
@@ -81,6 +102,11 @@ PixelRect contentOf(const pw_buffer& buffer, const PixelRect& frame) {
   if (crop == nullptr) return frame;
   const PixelRect content = clipped(regionOf(*crop), frame);
   return content.isEmpty() ? frame : content;
+}
+
+VideoTransform transformOf(const pw_buffer& buffer) {
+  const auto* meta = factsIn<spa_meta_videotransform>(buffer, SPA_META_VideoTransform);
+  return meta == nullptr ? VideoTransform() : VideoTransform::read(meta->transform);
 }
 
 // Absent when the producer does not tell.
@@ -155,6 +181,10 @@ struct PipeWireStream::Connection {
 
 /// What the library calls.
 struct PipeWireStream::Events {
+  static void coreInfo(void* self, const pw_core_info* /*info*/) {
+    static_cast<PipeWireStream*>(self)->serverAnswers_ = true;
+  }
+
   static void coreError(void* self, std::uint32_t id, int /*sequence*/, int result,
                         const char* /*message*/) {
     if (id == PW_ID_CORE && result == -EPIPE) static_cast<PipeWireStream*>(self)->serverEnded();
@@ -163,9 +193,7 @@ struct PipeWireStream::Events {
   static void stateChanged(void* self, pw_stream_state /*before*/, pw_stream_state state,
                            const char* /*error*/) {
     auto& stream = *static_cast<PipeWireStream*>(self);
-    if (state == PW_STREAM_STATE_PAUSED || state == PW_STREAM_STATE_STREAMING) {
-      stream.isReady_ = true;
-    } else if (state != PW_STREAM_STATE_CONNECTING) {
+    if (state == PW_STREAM_STATE_ERROR || state == PW_STREAM_STATE_UNCONNECTED) {
       stream.streamEnded();
     }
   }
@@ -174,12 +202,17 @@ struct PipeWireStream::Events {
     if (id == SPA_PARAM_Format) static_cast<PipeWireStream*>(self)->formatChanged(parameter);
   }
 
+  static void bufferAdded(void* self, pw_buffer* /*buffer*/) {
+    static_cast<PipeWireStream*>(self)->isReady_ = true;
+  }
+
   static void process(void* self) { static_cast<PipeWireStream*>(self)->takeBuffers(); }
 
   static const pw_core_events& ofCore() {
     static const pw_core_events events = [] {
       pw_core_events made{};
       made.version = PW_VERSION_CORE_EVENTS;
+      made.info = coreInfo;
       made.error = coreError;
       return made;
     }();
@@ -192,6 +225,7 @@ struct PipeWireStream::Events {
       made.version = PW_VERSION_STREAM_EVENTS;
       made.state_changed = stateChanged;
       made.param_changed = parameterChanged;
+      made.add_buffer = bufferAdded;
       made.process = process;
       return made;
     }();
@@ -200,7 +234,7 @@ struct PipeWireStream::Events {
 };
 
 PipeWireStream::PipeWireStream(SerialQueue& queue, const Wish& wish, Handlers handlers)
-    : queue_(queue), wish_(wish), handlers_(std::move(handlers)) {}
+    : queue_(queue), wish_(wish), handlers_(std::move(handlers)), deadline_(queue) {}
 
 PipeWireStream::~PipeWireStream() = default;
 
@@ -219,6 +253,7 @@ void PipeWireStream::connect(UniqueFd mediaServer, std::uint32_t node) {
   connectStream(node);
   descriptor_.emplace(queue_.context(), duplicateOf(pw_loop_get_fd(made.loop)));
   awaitEvents();
+  awaitBuffers();
 }
 
 void PipeWireStream::connectStream(std::uint32_t node) {
@@ -240,17 +275,32 @@ void PipeWireStream::awaitEvents() {
                           });
 }
 
+/// Where the media server finds no format or memory that suits both sides, nobody says so.
+void PipeWireStream::awaitBuffers() {
+  deadline_.start(longestToBegin, [weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (!self) return;
+    self->end(portalFailure(self->serverAnswers_ ? PortalError::Case::notStarted
+                                                 : PortalError::Case::noMediaServer));
+  });
+}
+
 void PipeWireStream::turn() {
   pw_loop_iterate(connection_->loop, 0);
-  if (ended_) {
-    descriptor_.reset();
-    connection_.reset();
-    handlers_.onEnd(ended_);
-    return;
-  }
+  if (ended_) return end(ended_);
   awaitEvents();
-  if (isReady_ && !std::exchange(reportedReady_, true)) handlers_.onReady();
+  if (isReady_ && !std::exchange(reportedReady_, true)) {
+    deadline_.cancel();
+    handlers_.onReady();
+  }
   handlers_.onRest();
+}
+
+void PipeWireStream::end(const std::exception_ptr& why) {
+  deadline_.cancel();
+  descriptor_.reset();
+  connection_.reset();
+  handlers_.onEnd(why);
 }
 
 void PipeWireStream::streamEnded() {
@@ -266,18 +316,7 @@ void PipeWireStream::formatChanged(const spa_pod* format) {
   format_ = format != nullptr ? VideoFormat::read(*format) : std::nullopt;
   damage_.reset();
   if (!format_) return;
-  constexpr auto region = static_cast<std::uint32_t>(sizeof(spa_meta_region));
-  constexpr auto header = static_cast<std::uint32_t>(sizeof(spa_meta_header));
-  std::vector<StreamParameter> wanted{
-      StreamParameter::buffers(), StreamParameter::facts(SPA_META_Header, header, header),
-      StreamParameter::facts(SPA_META_VideoCrop, region, region),
-      StreamParameter::facts(SPA_META_VideoDamage, region, region * mostDamageRects)};
-  if (wish_.cursorIsApart) {
-    constexpr std::uint32_t usual = 64;
-    wanted.push_back(StreamParameter::facts(
-        SPA_META_Cursor, static_cast<std::uint32_t>(CursorFacts::bytesFor(usual)),
-        static_cast<std::uint32_t>(CursorFacts::bytesFor(CursorFacts::longest))));
-  }
+  const auto wanted = wantedParameters(wish_.cursorIsApart);
   std::vector<const spa_pod*> parameters(wanted.size());
   std::transform(wanted.begin(), wanted.end(), parameters.begin(),
                  [](const StreamParameter& parameter) { return parameter.pod(); });
@@ -317,7 +356,10 @@ void PipeWireStream::noteCursor(const pw_buffer& buffer) {
 void PipeWireStream::showCursor() {
   if (!std::exchange(cursorChanged_, false)) return;
   auto cursor = cursor_.image();
-  if (cursor) cursor->area = cursor->area.relativeTo(content_.x, content_.y);
+  if (cursor) {
+    cursor->area = cursor->area.relativeTo(content_.x, content_.y);
+    cursor = transform_.upright(*cursor, content_);
+  }
   handlers_.onCursor(cursor);
 }
 
@@ -333,12 +375,22 @@ void PipeWireStream::noteDamage(const pw_buffer& buffer) {
 
 void PipeWireStream::show(const pw_buffer& buffer) {
   const auto picture = pictureIn(rawBuffer(buffer), *format_);
-  const PixelRect content = contentOf(buffer, frameArea());
-  if (content_ != content) damage_.reset();
-  content_ = content;
-  const auto changed = damage_ ? std::optional(within(*damage_, content)) : std::nullopt;
+  if (!picture) return damage_.reset();
+  noteView(contentOf(buffer, frameArea()), transformOf(buffer));
+  const auto changed = damage_ ? std::optional(within(*damage_, content_)) : std::nullopt;
   damage_.emplace();
-  if (picture) handlers_.onPicture(picture->part(content), changed);
+  const auto turned = upright_.turn(picture->part(content_), transform_, changed);
+  handlers_.onPicture(turned.picture, turned.changed);
+}
+
+/// Another part of the frame, or another side of it up, is another picture in which the cursor
+/// stands elsewhere.
+void PipeWireStream::noteView(const PixelRect& content, const VideoTransform& transform) {
+  if (content_ == content && transform_ == transform) return;
+  content_ = content;
+  transform_ = transform;
+  damage_.reset();
+  cursorChanged_ = true;
 }
 
 PixelRect PipeWireStream::frameArea() const {

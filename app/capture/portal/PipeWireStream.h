@@ -3,7 +3,10 @@
 #include "app/capture/PixelRect.h"
 #include "app/capture/portal/CursorFacts.h"
 #include "app/capture/portal/RawPicture.h"
+#include "app/capture/portal/UprightPicture.h"
 #include "app/capture/portal/VideoFormat.h"
+#include "app/capture/portal/VideoTransform.h"
+#include "core/support/OneShotTimer.h"
 #include "core/support/SerialQueue.h"
 #include "core/support/UniqueFd.h"
 
@@ -29,11 +32,11 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   using Rects = std::vector<PixelRect>;
 
   struct Handlers {
-    /// Once: pictures come whenever there is something new.
+    /// Once: there is memory for pictures; they come whenever there is something new.
     std::function<void()> onReady;
 
-    /// The newest picture, valid during the call, and what has changed in it since the last one
-    /// (not known: absent). Must not encode: the producer waits for its buffer.
+    /// The newest picture, upright, valid during the call, and what has changed in it since the
+    /// last one (not known: absent). Must not encode: the producer waits for its buffer.
     std::function<void(const RawPicture& picture, const std::optional<Rects>& changed)> onPicture;
 
     /// The cursor looks or stands different now (the picture's pixels; none: not to be seen). Only
@@ -67,7 +70,9 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
 
   void connectStream(std::uint32_t node);
   void awaitEvents();
+  void awaitBuffers();
   void turn();
+  void end(const std::exception_ptr& why);
   void streamEnded();
   void serverEnded();
   void formatChanged(const spa_pod* format);
@@ -75,6 +80,7 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   bool hasPicture(const pw_buffer& buffer) const;
   void noteDamage(const pw_buffer& buffer);
   void show(const pw_buffer& buffer);
+  void noteView(const PixelRect& content, const VideoTransform& transform);
   void noteCursor(const pw_buffer& buffer);
   void showCursor();
   PixelRect frameArea() const;
@@ -83,12 +89,16 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   const Wish wish_;
   Handlers handlers_;
   std::unique_ptr<Connection> connection_;  ///< null once it ended
+  OneShotTimer deadline_;                   ///< for the first buffer
   std::optional<asio::posix::stream_descriptor> descriptor_;
   std::optional<VideoFormat> format_;
   std::optional<Rects> damage_;  ///< since the last picture, frame's pixels; absent: not known
   PixelRect content_;            ///< where in the frame the last picture was
   CursorFacts cursor_;
+  bool serverAnswers_ = false;
   bool cursorChanged_ = false;  ///< and was not shown yet
+  VideoTransform transform_;    ///< of the last picture
+  UprightPicture upright_;
   bool isReady_ = false;
   bool reportedReady_ = false;
   std::exception_ptr ended_;  ///< to be reported

@@ -1,17 +1,8 @@
 #include "app/capture/portal/PortalCaptureStream.h"
 
-#include "app/capture/portal/PortalError.h"
-
-#include <chrono>
 #include <utility>
 
 namespace tarvinel {
-
-namespace {
-
-constexpr std::chrono::seconds mediaServerLimit{15};
-
-}  // namespace
 
 /// A step that others may call at any time: it is taken while the share is on.
 template <class Step>
@@ -30,8 +21,7 @@ PortalCaptureStream::PortalCaptureStream(SerialQueue& queue, const Wish& wish,
       wish_(wish),
       configuration_(configuration),
       tokens_(std::move(tokens)),
-      handlers_(std::move(handlers)),
-      patience_(queue) {}
+      handlers_(std::move(handlers)) {}
 
 void PortalCaptureStream::start(Completion<void> completion) {
   queue_.assertCurrent();
@@ -70,7 +60,7 @@ void PortalCaptureStream::open() {
 
 void PortalCaptureStream::granted(const PortalGrant& grant, UniqueFd mediaServer) {
   tokens_->remember(RestoreTokens::key(wish_.type), grant.restoreToken);
-  points_ = grant.points;
+  density_ = PictureDensity(grant.points);
   stream_ = std::make_shared<PipeWireStream>(
       queue_, PipeWireStream::Wish{configuration_.framesPerSecond, grant.cursorIsApart},
       PipeWireStream::Handlers{
@@ -86,18 +76,15 @@ void PortalCaptureStream::granted(const PortalGrant& grant, UniqueFd mediaServer
           whileRunning(
               [](PortalCaptureStream& self, const std::exception_ptr& why) { self.end(why); })});
   stream_->connect(std::move(mediaServer), grant.node);
-  patience_.start(mediaServerLimit,
-                  [this] { end(portalFailure(PortalError::Case::noMediaServer)); });
 }
 
 void PortalCaptureStream::ready() {
-  patience_.cancel();
   if (const auto onStarted = std::exchange(onStarted_, nullptr)) onStarted({});
 }
 
 void PortalCaptureStream::take(std::optional<CapturedFrame> frame) {
   if (!frame) return;
-  frame->sourceSize = points_;
+  frame->sourceSize = density_.points(frame->buffer->width(), frame->buffer->height());
   if (undelivered_ && undelivered_->buffer == frame->buffer) {
     frame->dirtyRects->insert(frame->dirtyRects->end(), undelivered_->dirtyRects->begin(),
                               undelivered_->dirtyRects->end());
@@ -119,7 +106,6 @@ void PortalCaptureStream::end(std::exception_ptr why) {
 /// The session may be the one that is calling: it goes with the next task.
 void PortalCaptureStream::close() {
   running_ = false;
-  patience_.cancel();
   undelivered_.reset();
   stream_.reset();
   if (session_) queue_.post([session = std::shared_ptr(std::move(session_))] {});

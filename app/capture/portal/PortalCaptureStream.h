@@ -1,11 +1,11 @@
 #pragma once
 
 #include "app/capture/ScreenCaptureService.h"
+#include "app/capture/portal/PictureDensity.h"
 #include "app/capture/portal/PipeWireStream.h"
 #include "app/capture/portal/PortalPicture.h"
 #include "app/capture/portal/PortalSession.h"
 #include "app/capture/portal/RestoreTokens.h"
-#include "core/support/OneShotTimer.h"
 #include "core/support/SerialQueue.h"
 
 #include <cstdint>
@@ -53,9 +53,8 @@ class PortalCaptureStream final : public CaptureStream,
   Completion<void> onStarted_;  ///< empty once it has been called
   std::unique_ptr<PortalSession> session_;
   std::shared_ptr<PipeWireStream> stream_;
-  OneShotTimer patience_;  ///< with a media server that does not answer
   PortalPicture picture_;
-  std::optional<Size> points_;  ///< of what is shared, when the desktop told
+  PictureDensity density_;
   std::optional<CapturedFrame> undelivered_;
   bool running_ = false;
 };

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 namespace tarvinel {
 
@@ -89,6 +90,13 @@ void writeRates(ObjectWriter& writer, std::uint32_t key, std::uint32_t preferred
   });
 }
 
+bool isRawVideo(const spa_pod& format) {
+  std::uint32_t type = SPA_MEDIA_TYPE_unknown;
+  std::uint32_t subtype = SPA_MEDIA_SUBTYPE_unknown;
+  return spa_format_parse(&format, &type, &subtype) >= 0 && type == SPA_MEDIA_TYPE_video &&
+         subtype == SPA_MEDIA_SUBTYPE_raw;
+}
+
 bool isLength(std::uint32_t pixels) {
   return pixels >= 1 && pixels <= VideoFormat::longest;
 }
@@ -97,8 +105,10 @@ bool isLength(std::uint32_t pixels) {
 
 std::optional<VideoFormat> VideoFormat::read(const spa_pod& format) {
   spa_video_info_raw info{};
-  if (spa_format_video_raw_parse(&format, &info) < 0) return std::nullopt;
-  const auto order = orderOf(info.format);
+  if (!isRawVideo(format) || spa_format_video_raw_parse(&format, &info) < 0) return std::nullopt;
+  std::uint32_t layout = SPA_VIDEO_FORMAT_UNKNOWN;  // it may be none that the library knows
+  std::memcpy(&layout, &info.format, sizeof layout);
+  const auto order = orderOf(layout);
   if (!order || !isLength(info.size.width) || !isLength(info.size.height)) return std::nullopt;
   return VideoFormat{*order, static_cast<std::int32_t>(info.size.width),
                      static_cast<std::int32_t>(info.size.height)};

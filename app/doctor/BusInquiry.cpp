@@ -1,0 +1,118 @@
+#include "app/doctor/BusInquiry.h"
+
+#include <systemd/sd-bus.h>
+
+#include <string_view>
+#include <utility>
+
+namespace tarvinel {
+
+namespace {
+
+constexpr const char* busService = "org.freedesktop.DBus";
+constexpr const char* busPath = "/org/freedesktop/DBus";
+
+bool listHas(sd_bus_message& list, std::string_view wanted) {
+  if (sd_bus_message_enter_container(&list, 'a', "s") < 0) return false;
+  const char* name = nullptr;
+  while (sd_bus_message_read(&list, "s", &name) > 0) {
+    if (name == wanted) return true;
+  }
+  return false;
+}
+
+/// Into something that outlives the reading.
+BusInquiry::Read booleanInto(std::optional<bool>& answer) {
+  return [&answer](sd_bus_message& message) {
+    int value = 0;
+    if (sd_bus_message_read(&message, "b", &value) > 0) answer = value != 0;
+  };
+}
+
+}  // namespace
+
+void BusInquiry::Answer::tell(bool there) {
+  if (std::exchange(isOpen, false)) isThere.set_value(there);
+}
+
+BusInquiry::BusInquiry(Bus bus, std::chrono::milliseconds patience) : patience_(patience) {
+  queue_.sync([this, bus] {
+    const auto lost = [this] {
+      bus_.reset();
+      if (answer_) answer_->tell(false);
+    };
+    bus_ = bus == Bus::system ? MessageBus::openSystem(queue_, lost)
+                              : MessageBus::openSession(queue_, lost);
+  });
+}
+
+BusInquiry::~BusInquiry() {
+  queue_.stop();
+}
+
+bool BusInquiry::ask(const Method& method, const Fill& fill, const Read& read) {
+  if (state_ == State::isSilent) return false;
+  return await(queue_.sync([&] {
+    answer_ = std::make_shared<Answer>();
+    auto isThere = answer_->isThere.get_future();
+    send(method, fill, read);
+    return isThere;
+  }));
+}
+
+void BusInquiry::send(const Method& method, const Fill& fill, const Read& read) {
+  if (!bus_) return answer_->tell(false);
+  auto message = bus_->methodCall(method.service, method.path, method.interface, method.member);
+  if (!message) return answer_->tell(false);
+  fill(*message);
+  bus_->call(std::move(message), [answer = answer_, read](sd_bus_message& reply) {
+    const bool isError = sd_bus_message_is_method_error(&reply, nullptr) > 0;
+    if (!isError) read(reply);
+    answer->tell(!isError);
+  });
+}
+
+bool BusInquiry::await(std::future<bool> answer) {
+  if (answer.wait_for(patience_) == std::future_status::ready) {
+    if (queue_.sync([this] { return bus_ == nullptr; })) state_ = State::isAbsent;
+    return answer.get();
+  }
+  queue_.sync([this] { bus_.reset(); });  // nothing is read any more
+  state_ = State::isSilent;
+  return false;
+}
+
+std::optional<bool> BusInquiry::askBoolean(const Method& method,
+                                           const std::vector<std::string>& texts) {
+  std::optional<bool> answer;
+  ask(
+      method,
+      [&texts](sd_bus_message& question) {
+        for (const std::string& text : texts)
+          sd_bus_message_append(&question, "s", text.c_str());
+      },
+      booleanInto(answer));
+  return answer;
+}
+
+std::optional<bool> BusInquiry::hasOwner(const std::string& name) {
+  return askBoolean({busService, busPath, busService, "NameHasOwner"}, {name});
+}
+
+std::optional<bool> BusInquiry::canStart(const std::string& name) {
+  std::optional<bool> answer;
+  ask(
+      {busService, busPath, busService, "ListActivatableNames"}, [](sd_bus_message&) {},
+      [&](sd_bus_message& list) { answer = listHas(list, name); });
+  return answer;
+}
+
+bool BusInquiry::askProperty(const char* service, const char* path, const char* interface,
+                             const char* name, const Read& read) {
+  return ask(
+      {service, path, "org.freedesktop.DBus.Properties", "Get"},
+      [&](sd_bus_message& question) { sd_bus_message_append(&question, "ss", interface, name); },
+      read);
+}
+
+}  // namespace tarvinel

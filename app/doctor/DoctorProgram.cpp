@@ -1,0 +1,76 @@
+#include "app/doctor/DoctorProgram.h"
+
+#include "app/Configuration.h"
+#include "app/PortHelper.h"
+#include "app/doctor/AddressCheck.h"
+#include "app/doctor/ConfigurationCheck.h"
+#include "app/doctor/Doctor.h"
+#include "app/doctor/FirewallCheck.h"
+#include "app/doctor/NameCheck.h"
+#include "app/doctor/PortCheck.h"
+#include "app/doctor/PortalCheck.h"
+#include "app/doctor/ScreenCheck.h"
+#include "app/doctor/SessionCheck.h"
+#include "app/doctor/TrayCheck.h"
+#include "app/doctor/UploadCheck.h"
+#include "core/support/Log.h"
+#include "core/support/Version.h"
+
+#include <iostream>
+
+namespace tarvinel {
+
+namespace {
+
+TarvinelConfig settingsOf(const CommandLineOptions& options) {
+  return Configuration::load(options, Log::silent()).config;
+}
+
+Findings screenFindings(const CommandLineOptions& options, const CaptureEnvironment& environment) {
+  const auto screen = ScreenFacts::of(options.capture, environment);
+  auto findings = judge(screen);
+  if (screen.decision.road != CaptureRoad::portal) return findings;
+  for (Finding& finding : judge(PortalFacts::current()))
+    findings.push_back(std::move(finding));
+  return findings;
+}
+
+Finding late(const std::string& display) {
+  return display.empty() ? Check{}.late : hangingServer(display);
+}
+
+}  // namespace
+
+int runDoctor(const CommandLineOptions& options, bool hasTray) {
+  DoctorReport report(std::cout, DoctorReport::Style::forStandardOutput());
+  std::cout << "Tarvinel " << appVersion << " looks at this computer. Nothing is changed.\n\n"
+            << std::flush;
+  Doctor(allChecks(options, hasTray)).run(report);
+  return report.mustMend() ? 1 : 0;
+}
+
+std::vector<Check> allChecks(const CommandLineOptions& options, bool hasTray) {
+  const auto session = SessionFacts::current();
+  const auto& environment = session.environment;
+  return {
+      {"Session", [=] { return judge(session); }},
+      {"Screen", [=] { return screenFindings(options, environment); }, late(environment.display)},
+      {"Tray", [=] { return hasTray ? judge(TrayFacts::of(session)) : withoutTray(); }},
+      {"Configuration", [=] { return judge(ConfigurationFacts::of(options)); }},
+      {"Address",
+       [=] {
+         const auto settings = settingsOf(options);
+         return judge(AddressFacts::of(settings.port, settings.hostname, options.sysfs));
+       }},
+      {"Name", [=] { return judge(NameFacts::of(settingsOf(options).hostname, options.sysfs)); }},
+      {"Port",
+       [=] {
+         return judge(PortFacts::of(settingsOf(options).port, PortHelper::ofThisProgram().place()));
+       }},
+      {"Firewall",
+       [=] { return judge(FirewallFacts::of(settingsOf(options).port, options.systemRoot)); }},
+      {"Uploads", [=] { return judge(UploadFacts::of(options)); }, hangingDisk()},
+  };
+}
+
+}  // namespace tarvinel

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "app/doctor/Finding.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string_view>
+
+namespace tarvinel {
+
+/// What can be told of a firewall without being root.
+struct FirewallFacts {
+  std::uint16_t port = 0;
+  bool ufwIsOn = false;
+  std::optional<bool> ufwLetsIn =
+      {};  ///< the port, from everywhere; nothing where it cannot be read
+  bool firewalldRuns = false;
+  std::optional<bool> firewalldLetsIn = {};  ///< the port, in the default zone; likewise
+  bool rulesAreLoaded = false;               ///< nftables or iptables rules, at every start
+
+  /// Reads the configuration of firewalls below `root`, "/" for this system's, and asks on the
+  /// system bus. Blocks for some seconds at the most.
+  static FirewallFacts of(std::uint16_t port, const std::filesystem::path& root);
+};
+
+/// Whether a firewall keeps viewers out. Pure.
+Findings judge(const FirewallFacts& facts);
+
+/// Whether a file of ufw's rules ("user.rules") lets TCP connections from everywhere to the port.
+/// Pure.
+bool ufwRulesLetIn(std::string_view rules, std::uint16_t port);
+
+}  // namespace tarvinel

@@ -1,0 +1,119 @@
+#include "app/doctor/PortCheck.h"
+
+#include "app/PortHelper.h"
+#include "app/bind-helper/BindHelper.h"
+#include "core/http/ListeningSocket.h"
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <system_error>
+
+namespace tarvinel {
+
+namespace {
+
+using Helper = PortFacts::Helper;
+
+constexpr const char* otherPort = R"(Or set "port" in config.json, or start with --port 8080.)";
+
+bool isThere(const std::filesystem::path& file) {
+  std::error_code unreachable;
+  return std::filesystem::exists(file, unreachable);
+}
+
+/// Lets the helper try what this process was refused.
+void askHelper(PortFacts& facts) {
+  if (!isThere(facts.helperPlace)) {
+    facts.helper = Helper::isMissing;
+    return;
+  }
+  try {
+    const UniqueFd socket =
+        PortHelper(facts.helperPlace).listen({facts.error, std::system_category()});
+    facts.helper = Helper::listens;
+    facts.error = 0;
+  } catch (const std::system_error& error) {
+    facts.helper = Helper::mayNot;
+    facts.error = error.code().value();
+  }
+}
+
+Finding takenPort(const PortFacts& facts) {
+  using enum Finding::State;
+  const auto taken = fmt::format("Port {} is taken", facts.port);
+  if (!facts.holder) return {toBeMended, taken + ".", {otherPort}};
+  const auto& [user, program, process] = *facts.holder;
+  if (program == "tarvinel") {
+    return {worthKnowing, fmt::format("Tarvinel is running already and has port {} (process {}).",
+                                      facts.port, process)};
+  }
+  if (program.empty()) {
+    return {toBeMended,
+            fmt::format("{} by a program of the user {}.", taken, user),
+            {fmt::format("See which: sudo ss -ltnp sport = :{}. End it if it may end.", facts.port),
+             otherPort}};
+  }
+  return {toBeMended,
+          fmt::format("{} by {} (process {}, user {}).", taken, program, process, user),
+          {"End that program if it may end.", otherPort}};
+}
+
+std::vector<std::string> adviceOnPort80(const PortFacts& facts) {
+  if (facts.helper == Helper::isMissing) {
+    return {fmt::format("The helper that may is not at {}: install Tarvinel again.",
+                        facts.helperPlace.native()),
+            otherPort};
+  }
+  return {fmt::format("Let the helper: sudo setcap cap_net_bind_service=ep {}",
+                      facts.helperPlace.native()),
+          otherPort};
+}
+
+Finding refusedPort(const PortFacts& facts) {
+  if (facts.port == BindHelper::port) {
+    return {Finding::State::toBeMended, "This user may not listen on port 80.",
+            adviceOnPort80(facts)};
+  }
+  return {Finding::State::toBeMended,
+          fmt::format("This user may not listen on port {}.", facts.port),
+          {R"(Set "port" in config.json to 80, which the helper may use, or to one above 1023.)"}};
+}
+
+Finding otherFailure(const PortFacts& facts) {
+  return {Finding::State::toBeMended, fmt::format("Port {} cannot be listened on: {}.", facts.port,
+                                                  std::system_category().message(facts.error))};
+}
+
+Finding freePort(const PortFacts& facts) {
+  using enum Finding::State;
+  if (facts.port == 0) return {fine, "Any free port will do, as asked for."};
+  const bool byHelper = facts.helper == Helper::listens;
+  return {fine, fmt::format("Port {} is free{}.", facts.port,
+                            byHelper ? ", and the helper may listen on it" : "")};
+}
+
+}  // namespace
+
+PortFacts PortFacts::of(std::uint16_t port, const std::filesystem::path& helper) {
+  PortFacts facts{.port = port, .helperPlace = helper};
+  facts.error = listenOnAllAddresses(port).error;
+  if (facts.error == EACCES && port == BindHelper::port) askHelper(facts);
+  if (facts.error == EADDRINUSE) facts.holder = PortHolder::of(port);
+  return facts;
+}
+
+Findings judge(const PortFacts& facts) {
+  switch (facts.error) {
+    case 0:
+      return {freePort(facts)};
+    case EADDRINUSE:
+      return {takenPort(facts)};
+    case EACCES:
+      return {refusedPort(facts)};
+    default:
+      return {otherFailure(facts)};
+  }
+}
+
+}  // namespace tarvinel

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "app/doctor/Finding.h"
+#include "app/doctor/PortHolder.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+
+namespace tarvinel {
+
+/// What came of listening on the port, for a moment.
+struct PortFacts {
+  /// The helper for port 80, which is asked where this process may not listen there itself.
+  enum class Helper : std::uint8_t { notAsked, isMissing, mayNot, listens };
+
+  std::uint16_t port = 0;
+  int error = 0;  ///< errno of the last attempt; 0: it could be listened on
+  Helper helper = Helper::notAsked;
+  std::filesystem::path helperPlace = {};
+  std::optional<PortHolder> holder = {};  ///< when the port is taken
+
+  /// Tries. `helper` is the place of the helper. Blocks for some seconds at the most.
+  static PortFacts of(std::uint16_t port, const std::filesystem::path& helper);
+};
+
+/// Whether the program could listen on its port. Pure.
+Findings judge(const PortFacts& facts);
+
+}  // namespace tarvinel

@@ -1,0 +1,123 @@
+#include "app/doctor/ScreenCheck.h"
+
+#include "app/capture/x11/X11Connection.h"
+#include "app/capture/x11/X11Displays.h"
+#include "app/capture/x11/X11Error.h"
+
+#include <xcb/composite.h>
+#include <xcb/damage.h>
+#include <xcb/randr.h>
+#include <xcb/res.h>
+#include <xcb/shm.h>
+#include <xcb/xfixes.h>
+
+#include <fmt/format.h>
+
+#include <array>
+#include <utility>
+
+namespace tarvinel {
+
+namespace {
+
+using Extension = X11Facts::Extension;
+using enum Finding::State;
+
+std::vector<Extension> missingFrom(const X11Connection& connection) {
+  const std::array<std::pair<Extension, xcb_extension_t*>, 6> all{
+      {{Extension::damage, &xcb_damage_id},
+       {Extension::composite, &xcb_composite_id},
+       {Extension::fixes, &xcb_xfixes_id},
+       {Extension::randr, &xcb_randr_id},
+       {Extension::resources, &xcb_res_id},
+       {Extension::sharedMemory, &xcb_shm_id}}};
+  std::vector<Extension> missing;
+  for (const auto& [extension, id] : all) {
+    if (connection.extension(*id) == nullptr) missing.push_back(extension);
+  }
+  return missing;
+}
+
+Finding without(Extension extension) {
+  switch (extension) {
+    case Extension::damage:
+      return {toBeMended,
+              "The X server has no DAMAGE extension: its screen cannot be shared.",
+              {"Start the X server with the extension (+extension DAMAGE)."}};
+    case Extension::composite:
+      return {worthKnowing,
+              "The X server has no Composite extension: only whole displays can be shared.",
+              {"Start the X server with the extension (+extension Composite)."}};
+    case Extension::fixes:
+      return {worthKnowing, "The X server has no XFIXES extension: viewers see no pointer."};
+    case Extension::randr:
+      return {worthKnowing, "The X server has no RANDR extension: all monitors are one display."};
+    case Extension::resources:
+      return {worthKnowing,
+              "The X server has no X-Resource extension: some applications may not be listed."};
+    case Extension::sharedMemory:
+      break;
+  }
+  return {worthKnowing,
+          "The X server has no MIT-SHM extension: pictures take more processor time."};
+}
+
+std::string screenOf(const X11Facts& server) {
+  return fmt::format("{} × {} pixels, {} {}", server.width, server.height, server.displays,
+                     server.displays == 1 ? "display" : "displays");
+}
+
+Finding unreachable(const ScreenFacts& facts) {
+  return {toBeMended,
+          facts.decision.road == CaptureRoad::x11
+              ? fmt::format("The X11 screen cannot be captured: {}.", facts.server.error)
+              : facts.decision.reason,
+          {"Look whether DISPLAY is right, and whether this user may use the display (xhost, "
+           "XAUTHORITY)."}};
+}
+
+}  // namespace
+
+X11Facts X11Facts::of(const std::string& display) try {
+  const X11Connection connection(display);
+  const PixelRect area = connection.rootArea();
+  return {.error = "",
+          .width = area.width,
+          .height = area.height,
+          .displays = static_cast<int>(listDisplays(connection).size()),
+          .missing = missingFrom(connection)};
+} catch (const X11Error& error) {
+  return {.error = error.what()};
+}
+
+ScreenFacts ScreenFacts::of(CaptureRoad wanted, const CaptureEnvironment& environment) {
+  ScreenFacts facts{.wanted = wanted};
+  const auto answers = [&facts](const std::string& display) {
+    facts.server = X11Facts::of(display);
+    return facts.server.error.empty();
+  };
+  facts.decision = decideCaptureRoad(wanted, environment, answers);
+  if (wanted == CaptureRoad::x11) answers(environment.display);
+  return facts;
+}
+
+Findings judge(const ScreenFacts& facts) {
+  if (!facts.server.error.empty()) return {unreachable(facts)};
+  const CaptureRoad road = facts.decision.road;
+  if (road != CaptureRoad::x11) {
+    const bool isStopgap = road == CaptureRoad::pattern && facts.wanted != road;
+    return {{isStopgap ? worthKnowing : fine, facts.decision.reason}};
+  }
+  Findings findings{{fine, fmt::format("{} {}.", facts.decision.reason, screenOf(facts.server))}};
+  for (const Extension missing : facts.server.missing)
+    findings.push_back(without(missing));
+  return findings;
+}
+
+Finding hangingServer(const std::string& display) {
+  return {toBeMended,
+          fmt::format("The X server {} takes connections but does not answer.", display),
+          {"Look whether DISPLAY is right, or log in anew."}};
+}
+
+}  // namespace tarvinel

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "app/capture/CaptureServiceFactory.h"
+#include "app/doctor/Finding.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tarvinel {
+
+/// What an X server was found to offer.
+struct X11Facts {
+  enum class Extension : std::uint8_t { damage, composite, fixes, randr, resources, sharedMemory };
+
+  std::string error = {};  ///< why it cannot be asked; empty when it answers
+  int width = 0;           ///< of the whole screen, pixels
+  int height = 0;
+  int displays = 0;
+  std::vector<Extension> missing = {};
+
+  /// Asks the server of a display such as ":0". Blocks, forever when the server hangs.
+  static X11Facts of(const std::string& display);
+};
+
+/// What is known of the screen where it is not the portal's.
+struct ScreenFacts {
+  CaptureRoad wanted = CaptureRoad::automatic;
+  CaptureDecision decision = {};
+  X11Facts server = {};  ///< without an error where it was not asked
+
+  /// Decides by what the session offers, and asks the X server if there is one. Blocks.
+  static ScreenFacts of(CaptureRoad wanted, const CaptureEnvironment& environment);
+};
+
+/// Whether the X11 screen can be shared, or what is shown in its place. Pure.
+Findings judge(const ScreenFacts& facts);
+
+/// What it means when the X server does not answer in time.
+Finding hangingServer(const std::string& display);
+
+}  // namespace tarvinel

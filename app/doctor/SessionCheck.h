@@ -1,0 +1,25 @@
+#pragma once
+
+#include "app/capture/CaptureServiceFactory.h"
+#include "app/doctor/Finding.h"
+
+#include <string>
+
+namespace tarvinel {
+
+/// What the environment says of the desktop.
+struct SessionFacts {
+  CaptureEnvironment environment;
+  std::string desktop = {};  ///< XDG_CURRENT_DESKTOP; empty when not set
+
+  /// Of this process.
+  static SessionFacts current();
+
+  bool isWayland() const;
+  bool hasDisplay() const;
+};
+
+/// Which kind of session the program would run in. Pure.
+Findings judge(const SessionFacts& facts);
+
+}  // namespace tarvinel

@@ -1,0 +1,128 @@
+#include "app/doctor/FirewallCheck.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace tarvinel {
+namespace {
+
+using enum Finding::State;
+
+std::string tuple(const std::string& rule) {
+  return "*filter\n### tuple ### " + rule + "\n-A ufw-user-input -j ACCEPT\nCOMMIT\n";
+}
+
+TEST(FirewallCheck, None) {
+  EXPECT_EQ(
+      judge(FirewallFacts{.port = 80}),
+      (Findings{{fine, "None is set up here, as far as can be told without being root.", {}}}));
+}
+
+TEST(FirewallCheck, Ufw) {
+  EXPECT_EQ(judge(FirewallFacts{.port = 80, .ufwIsOn = true, .ufwLetsIn = true}),
+            (Findings{{fine, "ufw is on and lets viewers in at port 80.", {}}}));
+  EXPECT_EQ(judge(FirewallFacts{.port = 8080, .ufwIsOn = true, .ufwLetsIn = false}),
+            (Findings{{toBeMended,
+                       "ufw is on and keeps viewers out of port 8080.",
+                       {"Let viewers in: sudo ufw allow 8080/tcp"}}}));
+  EXPECT_EQ(judge(FirewallFacts{.port = 80, .ufwIsOn = true}),
+            (Findings{{worthKnowing,
+                       "ufw is on; which ports it lets in only root can see.",
+                       {"See: sudo ufw status", "Let viewers in: sudo ufw allow 80/tcp"}}}));
+}
+
+TEST(FirewallCheck, Firewalld) {
+  const std::string open =
+      "Let viewers in: sudo firewall-cmd --permanent --add-port=80/tcp && sudo firewall-cmd "
+      "--reload";
+  EXPECT_EQ(judge(FirewallFacts{.port = 80, .firewalldRuns = true, .firewalldLetsIn = true}),
+            (Findings{{fine, "firewalld runs and lets viewers in at port 80.", {}}}));
+  EXPECT_EQ(judge(FirewallFacts{.port = 80, .firewalldRuns = true, .firewalldLetsIn = false}),
+            (Findings{{toBeMended,
+                       "firewalld runs, and its default zone keeps viewers out of port 80.",
+                       {open}}}));
+  EXPECT_EQ(judge(FirewallFacts{.port = 80, .firewalldRuns = true}),
+            (Findings{{worthKnowing,
+                       "firewalld runs; which ports it lets in cannot be told.",
+                       {"See: sudo firewall-cmd --list-all", open}}}));
+}
+
+TEST(FirewallCheck, RulesThatAreLoadedAtStart) {
+  EXPECT_EQ(judge(FirewallFacts{.port = 80, .rulesAreLoaded = true}),
+            (Findings{{worthKnowing,
+                       "Firewall rules are loaded at start (nftables or iptables); which, only "
+                       "root can see.",
+                       {"See: sudo nft list ruleset",
+                        "Viewers need TCP port 80, names need UDP port 5353."}}}));
+}
+
+TEST(UfwRules, LetInWhoComesFromAnywhereToThePort) {
+  EXPECT_TRUE(ufwRulesLetIn(tuple("allow tcp 80 0.0.0.0/0 any 0.0.0.0/0 in"), 80));
+  EXPECT_TRUE(ufwRulesLetIn(tuple("allow any 80 0.0.0.0/0 any 0.0.0.0/0 in"), 80));
+  EXPECT_TRUE(ufwRulesLetIn(tuple("allow tcp 22,80,443 0.0.0.0/0 any 0.0.0.0/0 Web - in"), 80));
+  EXPECT_TRUE(ufwRulesLetIn(tuple("allow tcp 8000:8100 0.0.0.0/0 any 0.0.0.0/0 in"), 8080));
+  EXPECT_TRUE(ufwRulesLetIn(tuple("allow any any 0.0.0.0/0 any 0.0.0.0/0 in"), 80));
+}
+
+TEST(UfwRules, KeepOutEveryoneElse) {
+  EXPECT_FALSE(ufwRulesLetIn("", 80));
+  EXPECT_FALSE(ufwRulesLetIn(tuple("allow tcp 8080 0.0.0.0/0 any 0.0.0.0/0 in"), 80));
+  EXPECT_FALSE(ufwRulesLetIn(tuple("allow udp 80 0.0.0.0/0 any 0.0.0.0/0 in"), 80));
+  EXPECT_FALSE(ufwRulesLetIn(tuple("deny tcp 80 0.0.0.0/0 any 0.0.0.0/0 in"), 80));
+  EXPECT_FALSE(ufwRulesLetIn(tuple("allow tcp 80 0.0.0.0/0 any 10.0.0.0/8 in"), 80));
+  EXPECT_FALSE(ufwRulesLetIn(tuple("allow tcp 8000:8100 0.0.0.0/0 any 0.0.0.0/0 in"), 80));
+  EXPECT_FALSE(ufwRulesLetIn(tuple("allow tcp"), 80));
+  EXPECT_FALSE(ufwRulesLetIn(tuple("allow tcp :,99999:,x 0.0.0.0/0 any 0.0.0.0/0"), 80));
+}
+
+class FirewallFactsTest : public testing::Test {
+ protected:
+  FirewallFacts facts() const { return FirewallFacts::of(80, root.path()); }
+
+  test::TemporaryFolder root;
+};
+
+TEST_F(FirewallFactsTest, NothingIsSetUp) {
+  EXPECT_FALSE(facts().ufwIsOn);
+  EXPECT_FALSE(facts().rulesAreLoaded);
+  root.write("etc/ufw/ufw.conf", "ENABLED=no\nLOGLEVEL=low\n");
+  EXPECT_FALSE(facts().ufwIsOn);
+}
+
+TEST_F(FirewallFactsTest, UfwWhoseRulesCannotBeRead) {
+  root.write("etc/ufw/ufw.conf", "# comment\nENABLED=yes\nLOGLEVEL=low\n");
+  EXPECT_TRUE(facts().ufwIsOn);
+  EXPECT_EQ(facts().ufwLetsIn, std::nullopt);
+}
+
+TEST_F(FirewallFactsTest, UfwWhoseRulesCanBeRead) {
+  root.write("etc/ufw/ufw.conf", "ENABLED=yes\n");
+  root.write("etc/ufw/user.rules", tuple("allow tcp 22 0.0.0.0/0 any 0.0.0.0/0 in"));
+  EXPECT_EQ(facts().ufwLetsIn, false);
+  root.write("etc/ufw/user.rules", tuple("allow tcp 80 0.0.0.0/0 any 0.0.0.0/0 in"));
+  EXPECT_EQ(facts().ufwLetsIn, true);
+}
+
+TEST_F(FirewallFactsTest, UfwThatLetsEveryoneIn) {
+  root.write("etc/ufw/ufw.conf", "ENABLED=yes\n");
+  root.write("etc/default/ufw", "DEFAULT_INPUT_POLICY=\"ACCEPT\"\n");
+  EXPECT_EQ(facts().ufwLetsIn, true);
+}
+
+TEST_F(FirewallFactsTest, RulesOfOtherKinds) {
+  root.write("etc/iptables/rules.v4", "");
+  EXPECT_TRUE(facts().rulesAreLoaded);
+}
+
+TEST_F(FirewallFactsTest, NftablesAtStart) {
+  std::filesystem::create_directories(root / "etc/systemd/system/sysinit.target.wants");
+  std::filesystem::create_symlink(
+      "/lib/systemd/system/nftables.service",
+      root / "etc/systemd/system/sysinit.target.wants/nftables.service");
+  EXPECT_TRUE(facts().rulesAreLoaded);
+}
+
+}  // namespace
+}  // namespace tarvinel

@@ -1,0 +1,19 @@
+"""Fixtures of the tests of the documents."""
+import os
+
+import pytest
+
+from harness.documents import TREE
+from harness.scratch_machine import ScratchMachine
+
+pytest_plugins = ["harness.fixtures"]
+
+
+@pytest.fixture
+def machine(tmp_path):
+    """A machine on which everything in the documents may be typed."""
+    if os.geteuid() != 0:
+        pytest.skip("a scratch machine needs root")
+    made = ScratchMachine(tmp_path, TREE)
+    yield made
+    made.stop()

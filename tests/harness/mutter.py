@@ -1,0 +1,104 @@
+"""A session at mutter without a screen of its own, and what it shows, shared as the test says."""
+from gi.repository import GLib
+
+from .bus_service import LIMIT_MS, connect
+from .granting_desktop import GrantingDesktop
+from .screen_cast_back_end import METADATA
+from .waiting import eventually
+
+LIMIT = 20
+MONITOR = "Meta-0"
+CURSOR_HIDDEN, CURSOR_EMBEDDED, CURSOR_METADATA = 0, 1, 2  # mutter's own numbers
+SCREEN_CAST = "org.gnome.Mutter.ScreenCast"
+REMOTE_DESKTOP = "org.gnome.Mutter.RemoteDesktop"
+DISPLAY_CONFIG = "org.gnome.Mutter.DisplayConfig"
+TRANSFORM_90 = 1
+
+
+class MutterDesktop(GrantingDesktop):
+    """The session of one user at mutter."""
+
+    def __init__(self, width=800, height=600, cursor_modes=METADATA):
+        self.width, self.height = width, height
+        super().__init__(cursor_modes=cursor_modes)
+
+    def _start_desktop(self):
+        super()._start_desktop()
+        self.compositor = self._start(
+            "mutter", "--headless", "--virtual-monitor", f"{self.width}x{self.height}", "--no-x11",
+            "--wayland-display", "wayland-1", without=["WAYLAND_DISPLAY"])
+        self._wait_for(self._runtime / "wayland-1")
+        self._wait_for_name(SCREEN_CAST)
+        self._wait_for_name(REMOTE_DESKTOP)
+
+    def cast(self, cursor=CURSOR_METADATA):
+        return Cast(self.bus_address, cursor)
+
+    def turn_monitor(self, transform):
+        """Turns the screen as its user would in the desktop's settings."""
+        bus = connect(self.bus_address)
+
+        def call(method, arguments=None):
+            return bus.call_sync(DISPLAY_CONFIG, "/org/gnome/Mutter/DisplayConfig", DISPLAY_CONFIG,
+                                 method, arguments, None, 0, LIMIT_MS, None).unpack()
+
+        serial, monitors, _, _ = call("GetCurrentState")
+        connector, mode = monitors[0][0][0], monitors[0][1][0][0]
+        call("ApplyMonitorsConfig", GLib.Variant(
+            "(uua(iiduba(ssa{sv}))a{sv})",
+            (serial, 1, [(0, 0, 1.0, transform, True, [(connector, mode, {})])], {})))
+        bus.close_sync(None)
+
+
+class Cast:
+    """One share of mutter's, with a pointer of the test's own; share(...) gives its node."""
+
+    def __init__(self, bus_address, cursor):
+        self._cursor = GLib.Variant("u", cursor)
+        self._context = GLib.MainContext()
+        self._bus = connect(bus_address)
+        self._desktop = self._call(REMOTE_DESKTOP, "/org/gnome/Mutter/RemoteDesktop",
+                                   REMOTE_DESKTOP, "CreateSession")[0]
+        identifier = self._call(REMOTE_DESKTOP, self._desktop, "org.freedesktop.DBus.Properties",
+                                "Get", "(ss)", f"{REMOTE_DESKTOP}.Session", "SessionId")[0]
+        self._session = self._call(
+            SCREEN_CAST, "/org/gnome/Mutter/ScreenCast", SCREEN_CAST, "CreateSession", "(a{sv})",
+            {"remote-desktop-session-id": GLib.Variant("s", identifier)})[0]
+
+    def share_monitor(self):
+        return self._share("RecordMonitor", "(sa{sv})", MONITOR)
+
+    def share_window(self):
+        """The window with the focus."""
+        return self._share("RecordWindow", "(a{sv})")
+
+    def told_size(self):
+        """The size of what is shared as mutter tells it, None when it does not."""
+        return self._call(SCREEN_CAST, self._stream, "org.freedesktop.DBus.Properties", "Get",
+                          "(ss)", f"{SCREEN_CAST}.Stream", "Parameters")[0].get("size")
+
+    def move_pointer(self, x, y):
+        """To a place in what is shared, in its pixels."""
+        self._call(REMOTE_DESKTOP, self._desktop, f"{REMOTE_DESKTOP}.Session",
+                   "NotifyPointerMotionAbsolute", "(sdd)", self._stream, x, y)
+
+    def stop(self):
+        self._call(REMOTE_DESKTOP, self._desktop, f"{REMOTE_DESKTOP}.Session", "Stop")
+
+    def _share(self, method, signature, *arguments):
+        self._stream = self._call(SCREEN_CAST, self._session, f"{SCREEN_CAST}.Session", method,
+                                  signature, *arguments, {"cursor-mode": self._cursor})[0]
+        nodes = []
+        self._context.push_thread_default()
+        self._bus.signal_subscribe(
+            SCREEN_CAST, f"{SCREEN_CAST}.Stream", "PipeWireStreamAdded", self._stream, None, 0,
+            lambda *signal: nodes.append(signal[5].unpack()[0]))
+        self._context.pop_thread_default()
+        self._call(REMOTE_DESKTOP, self._desktop, f"{REMOTE_DESKTOP}.Session", "Start")
+        eventually(lambda: nodes or self._context.iteration(False) and nodes, LIMIT, "mutter's node")
+        return nodes[0]
+
+    def _call(self, service, path, interface, method, signature="()", *arguments):
+        return self._bus.call_sync(service, path, interface, method,
+                                   GLib.Variant(signature, arguments), None, 0, LIMIT_MS,
+                                   None).unpack()

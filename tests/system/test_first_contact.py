@@ -1,0 +1,160 @@
+"""What a person sees who starts the program for the first time, from wherever: never nothing."""
+import re
+import subprocess
+
+import pytest
+
+from harness.notifications import Notifications
+from harness.program import executable, private_env
+from harness.terminal import Terminal
+from harness.waiting import eventually
+
+ADDRESS = r"Open http://[\d.]+:\d+/ in any browser\n"
+IN_THE_PANEL = "Tarvinel's menu is behind its icon in the panel; Ctrl+C ends it\n"
+IN_THE_WINDOW = "Tarvinel's menu is in its window; Ctrl+C ends it\n"
+CTRL_C = "\x03"
+LIMIT = 20
+
+
+@pytest.fixture
+def terminal(tmp_path):
+    """Starts the program in a terminal, as a person would; without its name."""
+    started = []
+    profile = tmp_path / "without-name"
+    profile.mkdir()
+    (profile / "config.json").write_text('{"hostname": ""}')
+
+    def start_program(*arguments, env=None):
+        made = Terminal([executable(), "--profile", profile, "--port", "0", *arguments],
+                        env or private_env(tmp_path))
+        started.append(made)
+        return made
+
+    yield start_program
+    for made in started:
+        made.stop()
+
+
+@pytest.fixture
+def notifications(desktop):
+    service = Notifications(desktop.bus.address)
+    yield service
+    service.stop()
+
+
+def end(terminal):
+    terminal.type(CTRL_C)
+    assert terminal.wait() == 0
+
+
+def test_a_tray_from_a_terminal(desktop, terminal):
+    desktop.start_tray()
+    program = terminal(env=desktop.env)
+    program.wait_for(ADDRESS)
+    program.wait_for(re.escape(IN_THE_PANEL))
+    assert not desktop.window()
+    end(program)
+
+
+def test_a_window_from_a_terminal(desktop, terminal):
+    program = terminal(env=desktop.env)
+    program.wait_for(ADDRESS)
+    program.wait_for(re.escape(IN_THE_WINDOW))
+    assert desktop.window()
+    end(program)
+
+
+def test_headless_without_a_source(terminal):
+    program = terminal("--headless", "--capture", "pattern")
+    shown = program.wait_for(rf"(?s).*{ADDRESS}.*ends Tarvinel\n")[0]
+    assert "Showing the built-in picture, as asked for.\n" in shown
+    assert "Not sharing\n" in shown
+    assert ('Type "sources" to see what can be shared, "share ID" to share it, "help" for more; '
+            "Ctrl+C ends Tarvinel\n") in shown
+    program.type("sources\n")
+    program.wait_for(r"display-1\t\S")
+    end(program)
+
+
+def test_headless_with_a_source(terminal):
+    program = terminal("--headless", "--capture", "pattern", "--share", "display-1")
+    program.wait_for(ADDRESS)
+    program.wait_for(r'Type "help" for the commands; Ctrl\+C ends Tarvinel\n')
+    program.wait_for(r"Sharing .* · 0 viewers\n")
+    end(program)
+
+
+def test_headless_without_a_screen_tells_what_it_shows(terminal):
+    program = terminal("--headless")
+    program.wait_for(r"Showing the built-in picture: there is no screen here\.\n")
+    program.wait_for(ADDRESS)
+    end(program)
+
+
+@pytest.mark.parametrize("display", [None, ":3999"])
+def test_no_display_names_the_ways_out(tmp_path, display):
+    done = subprocess.run([executable()], env=private_env(tmp_path, display), capture_output=True,
+                          text=True, timeout=LIMIT)
+    assert (done.returncode, done.stdout) == (1, "")
+    assert done.stderr == ("tarvinel: there is no display here; --headless runs in a terminal, "
+                           "--doctor tells what is missing\n")
+
+
+def test_a_second_start(desktop, terminal):
+    desktop.start_tray()
+    first = terminal(env=desktop.env)
+    first.wait_for(re.escape(IN_THE_PANEL))
+    second = terminal(env=desktop.env)
+    assert second.wait() == 0
+    assert second.shown == "Tarvinel is already running: its window is open now\n"
+    eventually(desktop.window, LIMIT, "the window")
+    end(first)
+
+
+def test_into_a_pipe(desktop, tmp_path):
+    """What a person reads through a pager or keeps in a file by "tee" is the same."""
+    desktop.start_tray()
+    profile = tmp_path / "profile"
+    profile.mkdir()
+    (profile / "config.json").write_text('{"hostname": ""}')
+    with subprocess.Popen([executable(), "--port", "0", "--profile", profile], env=desktop.env,
+                          stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True) as program:
+        lines = []
+        try:
+            for line in program.stdout:
+                lines.append(line)
+                if line == IN_THE_PANEL:
+                    break
+        finally:
+            program.terminate()
+    assert re.search(ADDRESS, "".join(lines))
+
+
+def start_from_a_launcher(start, desktop):
+    """Its output goes where nobody looks."""
+    return start(headless=False, display=desktop.screen.name, variables=desktop.variables)
+
+
+def test_the_first_start_in_a_tray_tells_where_it_is(desktop, start, notifications):
+    tray = desktop.start_tray()
+    program = start_from_a_launcher(start, desktop)
+    eventually(lambda: notifications.shown, LIMIT, "a notification")
+    assert notifications.shown == [
+        ("Tarvinel is in the panel",
+         "A click on its icon opens the menu: share your screen from there.")]
+    assert program.stdout == ""
+    program.terminate()
+    assert program.wait(LIMIT) == 0
+    again = start_from_a_launcher(start, desktop)
+    eventually(lambda: len(tray.items()) == 2, LIMIT, "its icon again")
+    tray.item().entry("Not sharing")
+    assert again.running()
+    assert len(notifications.shown) == 1, "told once is enough"
+
+
+def test_where_the_window_opens_nothing_is_told(desktop, start, notifications):
+    start_from_a_launcher(start, desktop)
+    eventually(desktop.window, LIMIT, "the window")
+    tray = desktop.start_tray()
+    tray.item().entry("Not sharing")
+    assert notifications.shown == []

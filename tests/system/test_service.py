@@ -1,0 +1,79 @@
+"""Run by a service manager: what it is told, and what the journal gets."""
+import os
+import socket
+import subprocess
+
+import pytest
+
+from harness.waiting import eventually
+
+
+def datagrams(path):
+    """A socket that takes whole messages."""
+    listening = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+    listening.bind(str(path))
+    listening.settimeout(20)
+    return listening
+
+
+def wait_for(listening, wanted):
+    """All messages up to the first that is wanted."""
+    received = []
+    while not received or not wanted(received[-1]):
+        received.append(listening.recv(65536).decode())
+    return received
+
+
+def test_the_service_manager_is_told(start, tmp_path):
+    with datagrams(tmp_path / "notify") as manager:
+        program = start("--capture", "pattern", "--share", "display-1", stdin=subprocess.DEVNULL,
+                        variables={"NOTIFY_SOCKET": str(tmp_path / "notify")})
+        told = wait_for(manager, lambda message: "· Sharing" in message)
+        assert told[0] == "STATUS=Starting server…"
+        assert told.count("READY=1") == 1
+        assert told[-1].startswith("STATUS=http://")
+        program.terminate()
+        assert program.wait(10) == 0
+        assert wait_for(manager, lambda message: message == "STOPPING=1")
+
+
+def test_a_server_that_cannot_listen_is_never_ready(start, tmp_path):
+    with socket.create_server(("0.0.0.0", 0)) as holder, datagrams(tmp_path / "notify") as manager:
+        program = start("--capture", "pattern", port=holder.getsockname()[1], listening=False,
+                        variables={"NOTIFY_SOCKET": str(tmp_path / "notify")})
+        assert program.wait(10) == 1
+        told = wait_for(manager, lambda message: message == "STOPPING=1")
+        assert "READY=1" not in told
+        assert any("STATUS=Can't listen on port" in message for message in told)
+
+
+# a journal of its own, and standard error connected to it as systemd does
+BY_SYSTEMD = """mount -t tmpfs run /run && mkdir -p /run/systemd/journal &&
+mount --bind "$0" /run/systemd/journal &&
+exec env JOURNAL_STREAM="$(stat -Lc %d:%i /proc/self/fd/2)" "$@" """
+
+
+@pytest.fixture
+def journal(tmp_path):
+    if os.geteuid() != 0:
+        pytest.skip("mounts need root")
+    (tmp_path / "journal").mkdir()
+    with datagrams(tmp_path / "journal/socket") as listening:
+        yield listening
+
+
+def test_lines_in_the_journal_have_fields(start, journal, tmp_path):
+    program = start("--capture", "pattern", listening=False,
+                    prefix=["unshare", "--mount", "sh", "-c", BY_SYSTEMD, tmp_path / "journal"])
+    line = wait_for(journal, lambda message: "listening on port" in message)[-1]
+    fields = dict(field.split("=", 1) for field in line.splitlines())
+    assert fields.pop("MESSAGE").startswith("listening on port ")
+    assert fields == {"PRIORITY": "6", "SYSLOG_IDENTIFIER": "tarvinel",
+                      "TARVINEL_CATEGORY": "server"}
+    assert program.stderr == "", "a line is written once"
+
+
+def test_a_variable_that_was_inherited_does_not_hide_the_log(start):
+    """A terminal on a desktop that systemd started passes it on."""
+    program = start("--capture", "pattern", variables={"JOURNAL_STREAM": "8:12345"})
+    eventually(lambda: "[server] listening on port" in program.stderr, 10, "the log is shown")
