@@ -24,8 +24,7 @@ namespace {
 
 std::string introductionFor(const CommandLineOptions& options) {
   if (options.share) return R"(Type "help" for the commands; Ctrl+C ends Tarvinel)";
-  return R"(Type "sources" to see what can be shared, "share ID" to share it, "help" for more; )"
-         "Ctrl+C ends Tarvinel";
+  return R"(Type "sources", then "share ID", or "help" for more; Ctrl+C ends Tarvinel)";
 }
 
 }  // namespace
