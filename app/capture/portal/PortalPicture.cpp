@@ -66,7 +66,9 @@ std::optional<CapturedFrame> PortalPicture::update(const RawPicture& picture,
     buffer_ = std::make_shared<MemoryPixelBuffer>(static_cast<std::size_t>(picture.width),
                                                   static_cast<std::size_t>(picture.height));
   }
-  const Rects changed = !known ? Rects{picture.area()} : damage ? *damage : differences(picture);
+  const Rects whole{picture.area()};
+  // some compositors call all of the screen damaged when a character is typed
+  const Rects changed = known ? differences(picture, damage.value_or(whole)) : whole;
   for (const PixelRect& area : changed)
     copy(picture, area);
   if (cursor_) drawCursor(*cursor_);
@@ -135,11 +137,15 @@ void PortalPicture::copy(const RawPicture& picture, const PixelRect& area) {
   }
 }
 
-PortalPicture::Rects PortalPicture::differences(const RawPicture& picture) const {
+PortalPicture::Rects PortalPicture::differences(const RawPicture& picture,
+                                                const Rects& areas) const {
   Rects rects;
-  for (std::int32_t y = 0; y < picture.height; ++y) {
-    const PixelRect difference = rowDifference(picture, y, pixelsAt(0, y));
-    if (!difference.isEmpty()) addRow(rects, difference);
+  for (const PixelRect& area : areas) {
+    const RawPicture part = picture.part(area);
+    for (std::int32_t y = 0; y < area.height; ++y) {
+      const PixelRect row = rowDifference(part, y, pixelsAt(area.x, area.y + y));
+      if (!row.isEmpty()) addRow(rects, row.relativeTo(-area.x, -area.y));
+    }
   }
   return rects;
 }

@@ -19,8 +19,8 @@ class PortalPicture {
  public:
   using Rects = std::vector<PixelRect>;
 
-  /// Takes over what has changed since the last picture: `damage`, which lies inside the picture,
-  /// or, when that is not known, what differs. None when nothing has changed.
+  /// Takes over what differs from the last picture in `damage`, which lies inside the picture, or
+  /// anywhere, when that is not known. None when nothing does.
   std::optional<CapturedFrame> update(const RawPicture& picture,
                                       const std::optional<Rects>& damage);
 
@@ -36,7 +36,7 @@ class PortalPicture {
   void drawCursor(const CursorImage& cursor);
   bool fits(const RawPicture& picture) const;
   void copy(const RawPicture& picture, const PixelRect& area);
-  Rects differences(const RawPicture& picture) const;
+  Rects differences(const RawPicture& picture, const Rects& areas) const;
 
   std::shared_ptr<MemoryPixelBuffer> buffer_;  ///< null before the first picture
   std::optional<CursorImage> cursor_;          ///< as drawn

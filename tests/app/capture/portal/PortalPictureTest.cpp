@@ -50,15 +50,26 @@ TEST(PortalPicture, TheFirstPictureIsWhole) {
   EXPECT_THAT(*frame->dirtyRects, ElementsAre(Rect{0, 0, wide, high}));
 }
 
-TEST(PortalPicture, WhatIsDamagedIsTakenOver) {
+TEST(PortalPicture, WhatDiffersInTheDamageIsTakenOver) {
   PortalPicture shown;
   Drawing drawing;
   shown.update(drawing.picture(), std::nullopt);
   drawing.set(2, 3, ink);
-  const auto frame = shown.update(drawing.picture(), PortalPicture::Rects{{2, 3, 4, 2}});
+  drawing.set(4, 4, ink);
+  drawing.set(0, 0, ink);
+  const auto frame = shown.update(drawing.picture(), PortalPicture::Rects{{1, 2, 5, 3}});
   ASSERT_TRUE(frame);
   EXPECT_EQ(pixelAt(*frame, 2, 3), ink);
-  EXPECT_THAT(*frame->dirtyRects, ElementsAre(Rect{2, 3, 4, 2}));
+  EXPECT_EQ(pixelAt(*frame, 4, 4), ink);
+  EXPECT_EQ(pixelAt(*frame, 0, 0), Bytes4{});
+  EXPECT_THAT(*frame->dirtyRects, ElementsAre(Rect{2, 3, 3, 2}));
+}
+
+TEST(PortalPicture, DamageThatChangedNothingIsNoFrame) {
+  PortalPicture shown;
+  const Drawing drawing;
+  shown.update(drawing.picture(), std::nullopt);
+  EXPECT_FALSE(shown.update(drawing.picture(), PortalPicture::Rects{{0, 0, wide, high}}));
 }
 
 TEST(PortalPicture, WithoutDamageWhatDiffersIsFound) {
