@@ -57,6 +57,7 @@ CaptureEngine::CaptureEngine(FrameBroadcaster& broadcaster, Logger logger,
 
 CaptureEngine::~CaptureEngine() {
   queue_.sync([this] {
+    next_.reset();
     capture_.reset();
     service_.reset();
   });

@@ -9,12 +9,8 @@ pytestmark = pytest.mark.parametrize(
 
 @pytest.fixture
 def session():
-    made = WaylandSession()
-    try:
+    with WaylandSession() as made:
         yield made
-        assert not made.end_programs()
-    finally:
-        made.stop()
 
 
 def test_the_screen_is_seen(page, session, place):

@@ -37,7 +37,8 @@ BUS = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration
 
 
 class PortalDesktop:
-    """One session. stop() ends everything that was started in it."""
+    """One session. stop() ends everything that was started in it; as a context it also expects that
+    every run of the program ends in order."""
 
     def __init__(self):
         self.folder = Path(tempfile.mkdtemp(prefix="tarvinel-wayland-"))
@@ -125,6 +126,15 @@ class PortalDesktop:
     def prefix(self):
         """The command prefix that runs a program as the session's user."""
         return self._as_user()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        try:
+            assert not self.end_programs()
+        finally:
+            self.stop()
 
     def stop(self):
         self._started.close()

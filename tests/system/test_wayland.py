@@ -17,12 +17,8 @@ RED, GREEN, BLUE = (255, 0, 0), (0, 255, 0), (0, 0, 255)
 
 @pytest.fixture
 def session():
-    made = WaylandSession()
-    try:
+    with WaylandSession() as made:
         yield made
-        assert not made.end_programs()
-    finally:
-        made.stop()
 
 
 def show(session, colour):

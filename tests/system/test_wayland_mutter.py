@@ -16,12 +16,8 @@ POINTER = 16  # its sides
 
 @pytest.fixture
 def session():
-    made = MutterDesktop()
-    try:
+    with MutterDesktop() as made:
         yield made
-        assert not made.end_programs()
-    finally:
-        made.stop()
 
 
 @pytest.fixture

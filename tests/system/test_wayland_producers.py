@@ -26,12 +26,8 @@ CHUNK_IS_RIGHT, FLAGS_ARE_RIGHT = "chunk right right right", "flags 0 0"
 
 @pytest.fixture(scope="module")
 def session():
-    made = ProducerDesktop(cursor_modes=METADATA)
-    try:
+    with ProducerDesktop(cursor_modes=METADATA) as made:
         yield made
-        assert not made.end_programs()
-    finally:
-        made.stop()
 
 
 @pytest.fixture

@@ -11,23 +11,16 @@ SCREEN = "display-1"
 RED, GREEN, BLUE, GREY = (255, 0, 0), (0, 255, 0), (0, 0, 255), (128, 128, 128)
 
 
-def desktop(kind):
-    made = kind()
-    try:
-        yield made
-        assert not made.end_programs()
-    finally:
-        made.stop()
-
-
 @pytest.fixture
 def sway():
-    yield from desktop(WaylandSession)
+    with WaylandSession() as made:
+        yield made
 
 
 @pytest.fixture
 def mutter():
-    yield from desktop(MutterDesktop)
+    with MutterDesktop() as made:
+        yield made
 
 
 def is_upright(jpeg, screen, window):

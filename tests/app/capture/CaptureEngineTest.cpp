@@ -369,6 +369,19 @@ TEST_F(CaptureEngineTest, WhatIsSharedMayEndWhileThePresenterIsAsked) {
   EXPECT_EQ(encodingCount(), 1U);
 }
 
+TEST_F(CaptureEngineTest, AStartThatWaitsGoesWithTheEngineOnItsQueue) {
+  screen.holdStarts = true;
+  {
+    CaptureEngine leaving{broadcaster, log.category("capture"),
+                          [this](SerialQueue& queue) { return makeService(queue); }, tools()};
+    const auto sources = await<std::vector<CaptureSource>>(
+        [&](auto completion) { leaving.listSources(std::nullopt, completion); });
+    leaving.start(sources.value().at(0), {}, [](const Result<void>&) {});
+  }
+  ASSERT_EQ(screen.streams.size(), 1U);
+  EXPECT_TRUE(screen.streams.front()->goneOnQueue);
+}
+
 TEST_F(CaptureEngineTest, AStaleStartLeavesNothingRunning) {
   capture();
   EXPECT_EQ(textOf(start({"window-99", CaptureSource::Kind::window, "", {10, 10}}).error()), stale);

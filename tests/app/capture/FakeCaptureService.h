@@ -26,6 +26,7 @@ struct FakeScreen {
     StreamHandlers handlers;
     Completion<void> pendingStart;  ///< set while `holdStarts`
     bool stopped = false;
+    bool goneOnQueue = false;  ///< destroyed, and where it lived
   };
 
   SerialQueue* queue = nullptr;
@@ -43,6 +44,10 @@ class FakeCaptureStream : public CaptureStream {
  public:
   FakeCaptureStream(FakeScreen& screen, std::shared_ptr<FakeScreen::Stream> stream)
       : screen_(screen), stream_(std::move(stream)) {}
+
+  ~FakeCaptureStream() override {
+    stream_->goneOnQueue = screen_.queue != nullptr && screen_.queue->isCurrent();
+  }
 
   void start(Completion<void> completion) override {
     if (screen_.holdStarts) {
