@@ -48,6 +48,8 @@ class FakeCaptureStream : public CaptureStream {
   ~FakeCaptureStream() override {
     stream_->goneOnQueue = screen_.queue != nullptr && screen_.queue->isCurrent();
   }
+  FakeCaptureStream(const FakeCaptureStream&) = delete;
+  FakeCaptureStream& operator=(const FakeCaptureStream&) = delete;
 
   void start(Completion<void> completion) override {
     if (screen_.holdStarts) {
