@@ -79,5 +79,13 @@ TEST_F(ConfigurationTest, AFileThatWasAskedForAndDoesNotExistIsTold) {
   EXPECT_THAT(log.lines(), IsEmpty());
 }
 
+TEST_F(ConfigurationTest, AProfileThatWasAskedForAndDoesNotExistIsTold) {
+  const std::string profile = (folder / "Profile/config.json").native();
+  EXPECT_EQ(load("{}").problem, "profile at " + profile + " does not exist");
+  EXPECT_THAT(log.lines(), IsEmpty());
+  options.profile.reset();
+  EXPECT_EQ(load("{}").problem, std::nullopt);
+}
+
 }  // namespace
 }  // namespace tarvinel

@@ -39,6 +39,19 @@ def test_wrong_command_line(tmp_path, arguments):
     assert done.stderr
 
 
+@pytest.mark.parametrize("arguments", [
+    ["--help"], ["--version"], ["--list-sources", "--capture", "pattern"], ["--doctor"],
+    ["--autostart", "off"]], ids=" ".join)
+def test_what_could_not_be_printed_does_not_go_unnoticed(tmp_path, arguments):
+    """The disk that standard output goes to is full."""
+    with open("/dev/full", "wb", buffering=0) as full:
+        done = subprocess.run([executable(), *arguments], stdout=full, stderr=subprocess.PIPE,
+                              text=True, timeout=20, stdin=subprocess.DEVNULL,
+                              env=private_env(tmp_path))
+    assert done.returncode == 1
+    assert done.stderr.endswith("tarvinel: standard output cannot be written to\n")
+
+
 def test_autostart(tmp_path):
     entry = tmp_path / "config/autostart/org.tarvinel.Tarvinel.desktop"
     done = run(tmp_path, "--autostart", "on")
@@ -66,6 +79,15 @@ def test_list_sources_of_a_display(x, tmp_path):
     sources = list_sources(tmp_path, x.name, "--capture", "x11")
     assert [identifier for identifier in sources if identifier.startswith("display-")]
     assert all(sources.values())
+
+
+def test_list_sources_without_a_screen_tells_what_to_do(tmp_path):
+    done = run(tmp_path, "--list-sources", "--capture", "x11")
+    assert (done.returncode, done.stdout) == (1, "")
+    reason, advice = done.stderr.splitlines()
+    assert reason.endswith("there is no X server: DISPLAY is not set")
+    assert advice == ("tarvinel: there is nothing to list, as the log says above; --doctor tells "
+                      "what to do")
 
 
 def test_address_on_standard_output(start):
@@ -141,7 +163,8 @@ def test_port_taken(start):
         port = holder.getsockname()[1]
         program = start("--capture", "pattern", port=port, listening=False)
         assert program.wait(10) == 1
-    assert f"Can't listen on port {port}: " in program.stdout + program.stderr
+    assert f"Can't listen on port {port}: Address already in use\n" in program.stdout
+    assert program.stderr.endswith("tarvinel: --doctor tells what to do about the port\n")
 
 
 def test_port_refused(network, start):
