@@ -22,8 +22,8 @@ CommandLineExit wrong(const std::string& why) {
           withoutControls("tarvinel: " + why + "; --help lists the options") + "\n"};
 }
 
-/// An option that has nothing behind it, or too much. The library's text begins with its name; that of
-/// a flag, which takes nothing, is there without its dashes.
+/// An option that has nothing behind it, or too much. The library's text begins with its name; that
+/// of a flag, which takes nothing, is there without its dashes.
 std::string misuse(const CLI::App& app, const std::string& text) {
   const std::string name = text.substr(0, text.find_first_of(": "));
   const CLI::Option* option = app.get_option_no_throw(name);
