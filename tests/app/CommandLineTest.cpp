@@ -46,6 +46,8 @@ TEST(CommandLine, ReadsEveryOption) {
   EXPECT_EQ(options.share, "display-5");
   EXPECT_EQ(options.port, 8080);
   EXPECT_TRUE(options.verbose);
+  EXPECT_THAT(options.given, testing::UnorderedElementsAre("--headless", "--capture", "--share",
+                                                           "--port", "--verbose"));
   EXPECT_EQ(optionsOf({"--headless", "--config", "a b.json"}).config, "a b.json");
   EXPECT_EQ(optionsOf({"--headless", "--profile=/a"}).profile, "/a");
   EXPECT_EQ(optionsOf({"--headless", "--capture", "pattern"}).capture, CaptureRoad::pattern);
@@ -118,12 +120,6 @@ TEST(CommandLine, AMistakeIsToldInASentenceThatNamesIt) {
             std::string("tarvinel: it does not understand \"--a?[2J\"") + end);
   EXPECT_EQ(text({"--autostart", "on", "--share", "display-1"}),
             std::string("tarvinel: --autostart takes no other option beside it") + end);
-}
-
-TEST(CommandLine, TellsWhichOptionsWereGiven) {
-  EXPECT_THAT(optionsOf({}).given, testing::IsEmpty());
-  EXPECT_THAT(optionsOf({"--uploads", "--port=8080", "--share", "display-5"}).given,
-              testing::UnorderedElementsAre("--uploads", "--port", "--share"));
 }
 
 TEST(CommandLine, TheHelpNamesTheRoadsOfTheCapture) {

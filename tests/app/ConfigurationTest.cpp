@@ -77,9 +77,6 @@ TEST_F(ConfigurationTest, AFileThatWasAskedForAndDoesNotExistIsTold) {
   EXPECT_EQ(Configuration::load(options, log.log()).problem,
             "config at " + file + " does not exist");
   EXPECT_THAT(log.lines(), IsEmpty());
-}
-
-TEST_F(ConfigurationTest, AProfileThatWasAskedForAndDoesNotExistIsTold) {
   const std::string profile = (folder / "Profile/config.json").native();
   EXPECT_EQ(load("{}").problem, "profile at " + profile + " does not exist");
   EXPECT_THAT(log.lines(), IsEmpty());

@@ -95,10 +95,18 @@ def test_address_on_standard_output(start):
     program.wait_for_line(rf"http://\S+:{program.listening_port()}\b")
 
 
-@pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT])
+@pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT, signal.SIGHUP])
 def test_signals_end_it_in_order(start, number):
     program = start("--capture", "pattern", "--share", "display-1")
     program.signal(number)
+    assert program.wait(10) == 0
+
+
+def test_under_nohup_it_outlives_its_terminal(start):
+    program = start("--capture", "pattern", prefix=["nohup"])
+    program.signal(signal.SIGHUP)
+    assert program.status()["sharing"] is False
+    program.terminate()
     assert program.wait(10) == 0
 
 

@@ -56,8 +56,9 @@ def test_a_tray_from_a_terminal(desktop, terminal):
     end(program)
 
 
-def test_a_window_from_a_terminal(desktop, terminal):
-    program = terminal(env=desktop.env)
+def test_a_window_from_a_terminal(desktop, terminal, tmp_path):
+    program = terminal("--config", tmp_path / "typo.json", env=desktop.env)
+    program.wait_for(re.escape(f"config at {tmp_path}/typo.json does not exist\n"))
     program.wait_for(ADDRESS)
     program.wait_for(re.escape(IN_THE_WINDOW))
     assert desktop.window()
@@ -97,12 +98,6 @@ def test_no_display_names_the_ways_out(tmp_path, display):
     assert (done.returncode, done.stdout) == (1, "")
     assert done.stderr == ("tarvinel: there is no display here; --headless runs in a terminal, "
                            "--doctor tells what is missing\n")
-
-
-def test_a_configuration_that_is_not_there(desktop, terminal, tmp_path):
-    program = terminal("--config", tmp_path / "typo.json", env=desktop.env)
-    program.wait_for(re.escape(f"config at {tmp_path}/typo.json does not exist\n"))
-    end(program)
 
 
 def test_a_second_start(desktop, terminal):

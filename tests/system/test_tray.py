@@ -191,7 +191,7 @@ def test_sharing_from_the_start(desktop, launch, tmp_path):
     eventually(lambda: item.entry("Uploads").is_on, LIMIT, "uploads are open")
 
 
-@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
 def test_signals_end_it_in_order(launch, number):
     program = launch()
     program.signal(number)
@@ -230,7 +230,7 @@ def test_second_launch_opens_the_window(desktop, launch):
     program = launch()
     tray.item()
     assert not desktop.window()
-    assert "already running" in desktop.launch_again("--port", "0")
+    assert "already running" in desktop.launch_again()
     eventually(desktop.window, LIMIT, "the window")
     assert len(tray.items()) == 1
     assert program.running()

@@ -60,11 +60,7 @@ TEST(FirewallCheck, Firewalld) {
                        "firewalld runs; which ports it lets in only root can see.",
                        {"See: sudo firewall-cmd --zone=home --list-all", letViewersIn,
                         letTheNameBeFound}}}));
-}
-
-TEST(FirewallCheck, FirewalldThatKeepsOutWhoLooksForTheName) {
   FirewallFacts facts = firewalldWith(true, false);
-  const Finding letsIn{fine, "firewalld runs and lets viewers in at port 80.", {}};
   EXPECT_EQ(judge(facts),
             (Findings{letsIn,
                       {worthKnowing,

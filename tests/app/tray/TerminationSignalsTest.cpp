@@ -24,7 +24,7 @@ TEST_P(TerminationSignalsTest, AreCaughtOnce) {
   EXPECT_EQ(handling.sa_handler, SIG_DFL) << "nothing is left behind";
 }
 
-INSTANTIATE_TEST_SUITE_P(Both, TerminationSignalsTest, testing::Values(SIGINT, SIGTERM));
+INSTANTIATE_TEST_SUITE_P(All, TerminationSignalsTest, testing::Values(SIGINT, SIGTERM, SIGHUP));
 
 }  // namespace
 }  // namespace tarvinel
