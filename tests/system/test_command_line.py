@@ -5,7 +5,7 @@ import subprocess
 
 import pytest
 
-from harness.program import executable, list_sources, private_env
+from harness.program import WITH_TERMINAL, executable, list_sources, private_env
 from harness.waiting import eventually
 
 
@@ -97,7 +97,7 @@ def test_address_on_standard_output(start):
 
 @pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT, signal.SIGHUP])
 def test_signals_end_it_in_order(start, number):
-    program = start("--capture", "pattern", "--share", "display-1")
+    program = start("--capture", "pattern", "--share", "display-1", prefix=WITH_TERMINAL)
     program.signal(number)
     assert program.wait(10) == 0
 
