@@ -10,28 +10,30 @@ from harness.program import list_sources
 from harness.shown_page import SCREENSHOTS
 from harness.viewer import Viewer
 from harness.waiting import eventually
+from harness.window_managers import Xfwm4, openbox, picom
 from harness.windows import Owner, windows_of
 
 SECRET = 0xFF00FF  # only of windows that are not shared
 BLUE, GREEN, ORANGE = 0x2040A0, 0x20A040, 0xE08020
-PICOM = ["picom", "--config", "/dev/null", "--backend", "xrender"]
-DESKTOPS = {"bare": [], "openbox": [["openbox"]], "composited": [["openbox"], PICOM]}
+DESKTOPS = {"bare": [], "openbox": [openbox], "composited": [openbox, picom], "xfwm4": [Xfwm4]}
 
 
 @pytest.fixture(params=DESKTOPS)
-def desktop(request, x, clients):
+def desktop(request, manage):
     """The X server with that window manager, and a compositing manager or none."""
-    for command in DESKTOPS[request.param]:
-        clients.append(x.client(*command))
-        owned = {"openbox": "_NET_SUPPORTING_WM_CHECK", "picom": None}[command[0]]
-        eventually(lambda: is_up(x, owned), 15, f"{command[0]} is up")
+    for manager in DESKTOPS[request.param]:
+        manage(manager)
     return request.param
 
 
-def is_up(server, root_property):
-    if root_property:
-        return "window id" in server.run("xprop", "-root", root_property)
-    return "picom" in server.run("xwininfo", "-root", "-tree")
+@pytest.fixture
+def manage(x, tmp_path, clients):
+    """Starts a window or compositing manager: manage(openbox)."""
+    def start_manager(manager):
+        clients.append(manager(x, tmp_path))
+        return clients[-1]
+
+    return start_manager
 
 
 @pytest.fixture
@@ -172,7 +174,7 @@ def test_partly_off_the_screen(desktop, owner, share):
         assert picture.shape == (300, 400, 3)
 
 
-@pytest.mark.parametrize("desktop", ["openbox", "composited"], indirect=True)
+@pytest.mark.parametrize("desktop", ["openbox", "composited", "xfwm4"], indirect=True)
 def test_minimised_and_restored(desktop, x, owner, share):
     mine, other = owner("mine"), owner("other")
     mine.open("document", 100, 100, 400, 300, BLUE)
@@ -224,9 +226,8 @@ def test_application_with_menu_and_dialog(desktop, owner, share):
         program.wait_for_line("Sharing stopped: the application was closed")
 
 
-def test_compositing_manager_comes_and_goes(x, owner, share, clients):
-    clients.append(x.client("openbox"))
-    eventually(lambda: is_up(x, "_NET_SUPPORTING_WM_CHECK"), 15, "openbox is up")
+def test_compositing_manager_comes_and_goes(manage, owner, share):
+    manage(openbox)
     mine, other = owner("mine"), owner("other")
     mine.open("document", 100, 100, 400, 300, BLUE)
     other.open("cover", 0, 0, 800, 600, SECRET, 1)
@@ -234,25 +235,21 @@ def test_compositing_manager_comes_and_goes(x, owner, share, clients):
     with Watcher(program) as watcher:
         watcher.until_colour(BLUE, 200, 150)
         for step in range(2):
-            manager = x.client(*PICOM)
-            clients.append(manager)
-            eventually(lambda: is_up(x, None), 15, "picom is up")
+            manager = manage(picom)
             painted_again(mine, watcher, "document", GREEN, 0, 0)
             manager.kill() if step else manager.stop()
             painted_again(mine, watcher, "document", ORANGE, 0, 0)
     assert program.status()["sharing"]
 
 
-def test_window_manager_restarts(x, owner, share, clients):
+def test_window_manager_restarts(manage, owner, share):
     mine = owner("mine")
     mine.open("document", 100, 100, 400, 300, BLUE)
     program = share("Owner: document")
     with Watcher(program) as watcher:
         watcher.until_colour(BLUE, 200, 150)
         for step in range(2):
-            manager = x.client("openbox")
-            clients.append(manager)
-            eventually(lambda: is_up(x, "_NET_SUPPORTING_WM_CHECK"), 15, "openbox is up")
+            manager = manage(openbox)
             painted_again(mine, watcher, "document", GREEN, 0, 0)
             manager.kill()
             painted_again(mine, watcher, "document", ORANGE, 0, 0)
