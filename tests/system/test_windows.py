@@ -242,14 +242,15 @@ def test_compositing_manager_comes_and_goes(manage, owner, share):
     assert program.status()["sharing"]
 
 
-def test_window_manager_restarts(manage, owner, share):
+@pytest.mark.parametrize("window_manager", [openbox, Xfwm4])
+def test_window_manager_restarts(window_manager, manage, owner, share):
     mine = owner("mine")
     mine.open("document", 100, 100, 400, 300, BLUE)
     program = share("Owner: document")
     with Watcher(program) as watcher:
         watcher.until_colour(BLUE, 200, 150)
         for step in range(2):
-            manager = manage(openbox)
+            manager = manage(window_manager)
             painted_again(mine, watcher, "document", GREEN, 0, 0)
             manager.kill()
             painted_again(mine, watcher, "document", ORANGE, 0, 0)
