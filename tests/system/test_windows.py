@@ -2,18 +2,14 @@
 import contextlib
 import threading
 
-import numpy
 import pytest
 
-from harness import pixels
-from harness.program import list_sources
-from harness.shown_page import SCREENSHOTS
 from harness.viewer import Viewer
 from harness.waiting import eventually
+from harness.watcher import SECRET, Watcher, amount, keep, rgb
 from harness.window_managers import Xfwm4, openbox, picom
-from harness.windows import Owner, windows_of
+from harness.windows import sources_on, windows_of
 
-SECRET = 0xFF00FF  # only of windows that are not shared
 BLUE, GREEN, ORANGE = 0x2040A0, 0x20A040, 0xE08020
 DESKTOPS = {"bare": [], "openbox": [openbox], "composited": [openbox, picom], "xfwm4": [Xfwm4]}
 
@@ -24,88 +20,6 @@ def desktop(request, manage):
     for manager in DESKTOPS[request.param]:
         manage(manager)
     return request.param
-
-
-@pytest.fixture
-def manage(x, tmp_path, clients):
-    """Starts a window or compositing manager: manage(openbox)."""
-    def start_manager(manager):
-        clients.append(manager(x, tmp_path))
-        return clients[-1]
-
-    return start_manager
-
-
-@pytest.fixture
-def owner(x, tmp_path):
-    """Makes programs with windows: owner("name")."""
-    made = []
-
-    def make(name):
-        made.append(Owner(x, tmp_path, name))
-        return made[-1]
-
-    yield make
-    for one in made:
-        one.stop()
-
-
-@pytest.fixture
-def share(start, x, tmp_path):
-    """Shares the source with that title: share("Owner: mine")."""
-    def share_titled(title):
-        found = eventually(lambda: windows_of(sources(x, tmp_path), title), 10, f"{title} is listed")
-        program = start("--capture", "x11", "--share", found[0], display=x.name)
-        program.wait_until_sharing()
-        return program
-
-    return share_titled
-
-
-def sources(server, folder):
-    return list_sources(folder, server.name, "--capture", "x11")
-
-
-def rgb(colour):
-    return numpy.frombuffer(colour.to_bytes(3, "big"), numpy.uint8).astype(int)
-
-
-def amount(picture, colour):
-    """The share of a picture's pixels that are of about that colour."""
-    return (abs(picture - rgb(colour)).max(axis=2) < 40).mean()
-
-
-class Watcher:
-    """A viewer that looks for the secret in every frame."""
-
-    def __init__(self, program):
-        self.viewer = Viewer(program.address)
-        self.picture = None
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *unused):
-        self.viewer.close()
-
-    def until(self, wanted):
-        """The first picture that `wanted` accepts."""
-        def accepts(jpeg):
-            self.picture = pixels.decode(jpeg)
-            assert amount(self.picture, SECRET) == 0, keep(self.picture, "secret")
-            return wanted(self.picture)
-
-        self.viewer.frame_where(accepts)
-        return self.picture
-
-    def until_colour(self, colour, x, y):
-        return self.until(lambda picture: y < picture.shape[0] and x < picture.shape[1]
-                          and abs(picture[y, x] - rgb(colour)).max() < 12)
-
-
-def keep(picture, name):
-    pixels.save(picture, SCREENSHOTS / f"{name}.png")
-    return "a window that is not shared was seen"
 
 
 def painted_again(owner, watcher, name, colour, x, y):
@@ -200,7 +114,7 @@ def test_closing_ends_the_share(desktop, owner, share, x, tmp_path):
         mine.close("document")
         program.wait_for_line("Sharing stopped: the window was closed")
         program.wait_until_sharing(False)
-    assert not windows_of(sources(x, tmp_path), "Owner: document")
+    assert not windows_of(sources_on(x, tmp_path), "Owner: document")
 
 
 def test_application_with_menu_and_dialog(desktop, owner, share):
@@ -276,16 +190,16 @@ def test_two_hundred_windows_with_any_title(x, owner, tmp_path):
     for name, raw in titles.items():
         mine.open(name, 0, 0, 300, 200, BLUE)
         mine.title(name, raw.hex())
-    listed = sources(x, tmp_path)
-    assert sum(title.startswith("Owner: many ") for title in listed.values()) == 200
-    assert "Owner: a\ufffd\ufffdb" in listed.values()
-    assert "Owner: " + "x" * 200 + "…" in listed.values()
-    assert "Owner: one two [31m three" in listed.values()
-    assert sum(title == "Owner (app)" for title in listed.values()) == 1
-    menu = list(listed)
+    found = sources_on(x, tmp_path)
+    assert sum(title.startswith("Owner: many ") for title in found.values()) == 200
+    assert "Owner: a\ufffd\ufffdb" in found.values()
+    assert "Owner: " + "x" * 200 + "…" in found.values()
+    assert "Owner: one two [31m three" in found.values()
+    assert sum(title == "Owner (app)" for title in found.values()) == 1
+    menu = list(found)
     assert [identifier.partition("-")[0] for identifier in menu] == \
         ["display"] + ["app"] + ["window"] * 203
-    numbers = [int(title.rpartition(" ")[2]) for title in listed.values()
+    numbers = [int(title.rpartition(" ")[2]) for title in found.values()
                if title.startswith("Owner: many ")]
     assert numbers == list(range(200))
 
@@ -295,7 +209,7 @@ def test_own_and_small_windows_are_not_listed(x, owner, tmp_path):
     mine.open("just large enough", 0, 0, 200, 150, BLUE)
     mine.open("too narrow", 0, 0, 199, 400, BLUE)
     mine.open("menu", 0, 0, 300, 300, BLUE, 1)
-    titles = list(sources(x, tmp_path).values())
+    titles = list(sources_on(x, tmp_path).values())
     assert "Owner: just large enough" in titles
     assert not {"Owner: too narrow", "Owner: menu"} & set(titles)
 
@@ -304,7 +218,7 @@ def test_a_window_gone_since_the_list(start, x, owner, tmp_path):
     mine = owner("mine")
     mine.open("document", 100, 100, 400, 300, BLUE)
     program = start("--capture", "x11", display=x.name)
-    identifier = windows_of(sources(x, tmp_path), "Owner: document")[0]
+    identifier = windows_of(sources_on(x, tmp_path), "Owner: document")[0]
     program.command("sources")
     program.wait_for_line("Owner: document")
     mine.close("document")
