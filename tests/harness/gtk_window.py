@@ -1,6 +1,6 @@
 """A GTK window that draws its title bar, its rounded corners and its shadow by itself.
 
-    decorated_window.py TITLE COLOUR WIDTH HEIGHT
+    gtk_window.py TITLE COLOUR WIDTH HEIGHT
 
 Below the title bar it is of one colour. Answers each line of its standard input with "done" when
 it has been carried out; it ends with its input.
@@ -14,7 +14,7 @@ gi.require_version("Gdk", "3.0")
 from gi.repository import Gdk, GLib, Gtk  # noqa: E402  (the versions come first)
 
 
-class DecoratedWindow:
+class Window:
     def __init__(self, title, colour, width, height):
         self._colour = Gdk.RGBA()
         self._colour.parse(colour)
@@ -67,5 +67,5 @@ class DecoratedWindow:
         return True
 
 
-DecoratedWindow(sys.argv[1], sys.argv[2], int(sys.argv[3]), int(sys.argv[4]))
+Window(sys.argv[1], sys.argv[2], int(sys.argv[3]), int(sys.argv[4]))
 Gtk.main()
