@@ -5,9 +5,7 @@ from pathlib import Path
 from typing import NamedTuple
 
 from . import pixels
-from .desktop import DesktopSession
 from .process import Process
-from .program import Program
 from .waiting import eventually
 
 GTK_WINDOW = Path(__file__).with_name("gtk_window.py")
@@ -54,27 +52,6 @@ def oclock(server, folder):
     return Drawn(Process(["oclock", "-geometry", "300x200"], folder, "oclock",
                          env=_env(server, folder)),
                  "Clock: oclock", lambda picture: (picture.min(axis=2) > 200).mean() > 0.5)
-
-
-def qt(server, folder):
-    """The window that another run of the program has where there is no tray."""
-    inner = folder / "qt"
-    inner.mkdir()
-    session = DesktopSession(inner, server)
-    program = _QtWindow(session, inner, "--port", "0", "--capture", "pattern",
-                        display=server.name, name="qt", variables=session.variables)
-    return Drawn(program, "Tarvinel: Tarvinel",
-                 lambda picture: (picture.max(axis=2) < 100).mean() > 0.01)
-
-
-class _QtWindow(Program):
-    def __init__(self, session, *arguments, **keywords):
-        self._session = session
-        super().__init__(*arguments, **keywords)
-
-    def stop(self, grace=5):
-        super().stop(grace)
-        self._session.stop()
 
 
 def glxgears(server, folder):

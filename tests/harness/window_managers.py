@@ -20,21 +20,35 @@ def picom(server, folder):
         env=server.env))
 
 
-class Xfwm4(Process):
-    """Xfce's: draws frames around windows and composes the screen, with shadows and see-through
-    windows. It insists on a session bus; nothing else has to be on it."""
+class _Desktop(Process):
+    """A window manager that composes the screen too. It insists on a session bus; nothing else has
+    to be on it."""
 
-    def __init__(self, server, folder):
+    def __init__(self, server, folder, *argv):
         self._bus = SessionBus(folder)
-        super().__init__(
-            ["xfwm4", "--compositor=on", "--vblank=off"], folder, "xfwm4",
-            env={**server.env, "HOME": str(folder), "NO_AT_BRIDGE": "1",
-                 "DBUS_SESSION_BUS_ADDRESS": self._bus.address})
+        super().__init__(argv, folder, argv[0],
+                         env={**server.env, "HOME": str(folder), "NO_AT_BRIDGE": "1",
+                              "GSETTINGS_BACKEND": "memory",
+                              "DBUS_SESSION_BUS_ADDRESS": self._bus.address})
         _when_composing(server, _when_managing(server, self))
 
     def stop(self, grace=5):
         super().stop(grace)
         self._bus.stop()
+
+
+class Xfwm4(_Desktop):
+    """Xfce's."""
+
+    def __init__(self, server, folder):
+        super().__init__(server, folder, "xfwm4", "--compositor=on", "--vblank=off")
+
+
+class Mutter(_Desktop):
+    """GNOME's, without its shell."""
+
+    def __init__(self, server, folder):
+        super().__init__(server, folder, "mutter", "--x11")
 
 
 def _when_managing(server, manager):

@@ -7,11 +7,12 @@ import pytest
 from harness.viewer import Viewer
 from harness.waiting import eventually
 from harness.watcher import SECRET, Watcher, amount, keep, rgb
-from harness.window_managers import Xfwm4, openbox, picom
+from harness.window_managers import Mutter, Xfwm4, openbox, picom
 from harness.windows import sources_on, windows_of
 
 BLUE, GREEN, ORANGE = 0x2040A0, 0x20A040, 0xE08020
-DESKTOPS = {"bare": [], "openbox": [openbox], "composited": [openbox, picom], "xfwm4": [Xfwm4]}
+DESKTOPS = {"bare": [], "openbox": [openbox], "composited": [openbox, picom], "xfwm4": [Xfwm4],
+            "mutter": [Mutter]}
 
 
 @pytest.fixture(params=DESKTOPS)
@@ -88,7 +89,7 @@ def test_partly_off_the_screen(desktop, owner, share):
         assert picture.shape == (300, 400, 3)
 
 
-@pytest.mark.parametrize("desktop", ["openbox", "composited", "xfwm4"], indirect=True)
+@pytest.mark.parametrize("desktop", ["openbox", "composited", "xfwm4", "mutter"], indirect=True)
 def test_minimised_and_restored(desktop, x, owner, share):
     mine, other = owner("mine"), owner("other")
     mine.open("document", 100, 100, 400, 300, BLUE)
@@ -97,7 +98,7 @@ def test_minimised_and_restored(desktop, x, owner, share):
     with Watcher(program) as watcher:
         watcher.until_colour(BLUE, 200, 150)
         mine.hide("document")
-        eventually(lambda: "IsUnMapped" in x.run("xwininfo", "-name", "document"), 10, "minimised")
+        eventually(lambda: "Iconic" in x.run("xprop", "-name", "document", "WM_STATE"), 10, "minimised")
         assert program.status()["sharing"]
         with Watcher(program) as late:
             late.until_colour(BLUE, 200, 150)
@@ -156,7 +157,7 @@ def test_compositing_manager_comes_and_goes(manage, owner, share):
     assert program.status()["sharing"]
 
 
-@pytest.mark.parametrize("window_manager", [openbox, Xfwm4])
+@pytest.mark.parametrize("window_manager", [openbox, Xfwm4, Mutter])
 def test_window_manager_restarts(window_manager, manage, owner, share):
     mine = owner("mine")
     mine.open("document", 100, 100, 400, 300, BLUE)
