@@ -141,6 +141,26 @@ def test_application_with_menu_and_dialog(desktop, owner, share):
         program.wait_for_line("Sharing stopped: the application was closed")
 
 
+@pytest.mark.parametrize("desktop", ["openbox", "xfwm4", "mutter"], indirect=True)
+def test_what_the_presenter_put_away_is_not_seen(desktop, x, owner, share, tmp_path):
+    """Some window managers leave minimised windows and those of other workspaces mapped."""
+    mine = owner("mine")
+    mine.open("document", 50, 50, 300, 200, BLUE)
+    mine.open("notes", 420, 300, 300, 200, ORANGE)
+    program = share("Owner (app)")
+    with Watcher(program) as watcher:
+        watcher.until(lambda seen: amount(seen, BLUE) > 0.1 and amount(seen, ORANGE) > 0.1)
+        mine.hide("notes")
+        watcher.until(lambda seen: amount(seen, BLUE) > 0.1 and amount(seen, ORANGE) == 0)
+        x.run("xdotool", "search", "--name", "^notes$", "windowactivate")
+        watcher.until(lambda seen: amount(seen, ORANGE) > 0.1)
+        x.run("xdotool", "set_desktop", "1")
+        watcher.until(lambda seen: amount(seen, BLUE) == 0 == amount(seen, ORANGE))
+        assert "Owner: notes" not in sources_on(x, tmp_path).values()
+        x.run("xdotool", "set_desktop", "0")
+        watcher.until(lambda seen: amount(seen, BLUE) > 0.1 and amount(seen, ORANGE) > 0.1)
+
+
 def test_compositing_manager_comes_and_goes(manage, owner, share):
     manage(openbox)
     mine, other = owner("mine"), owner("other")
