@@ -4,6 +4,7 @@ import threading
 
 import pytest
 
+from harness import pixels
 from harness.viewer import Viewer
 from harness.waiting import eventually
 from harness.watcher import SECRET, Watcher, amount, keep, rgb
@@ -87,6 +88,21 @@ def test_partly_off_the_screen(desktop, owner, share):
         mine.place("document", 600, 450, 400, 300)
         picture = painted_again(mine, watcher, "document", GREEN, 370, 270)
         assert picture.shape == (300, 400, 3)
+
+
+@pytest.mark.parametrize("desktop", ["xfwm4", "mutter"], indirect=True)
+def test_whole_display_that_is_composed(desktop, x, owner, share):
+    mine = owner("mine")
+    mine.open("document", 100, 100, 400, 300, BLUE)
+    program = share("Display 1 (main) 800×600")
+    mine.pointer(x.width - 1, x.height - 1)
+    with Viewer(program.address) as viewer:
+        for colour in (GREEN, ORANGE):
+            mine.paint("document", colour, 0, 0, 400, 300)
+            viewer.frame_where(lambda jpeg: amount(pixels.decode(jpeg), colour) > 0.2
+                               and pixels.same(pixels.decode(jpeg), pixels.grab(x)))
+    with Viewer(program.address) as late:
+        assert pixels.same(pixels.decode(late.last_frame()), pixels.grab(x))
 
 
 @pytest.mark.parametrize("desktop", ["openbox", "composited", "xfwm4", "mutter"], indirect=True)
