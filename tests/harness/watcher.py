@@ -3,7 +3,8 @@ import numpy
 
 from . import pixels
 from .shown_page import SCREENSHOTS
-from .viewer import Viewer
+from .viewer import FRAME_LIMIT, Viewer
+from .waiting import eventually
 
 SECRET = 0xFF00FF  # only of windows that are not shared
 
@@ -32,12 +33,24 @@ class Watcher:
 
     def until(self, wanted):
         """The first picture that `wanted` accepts."""
-        def accepts(jpeg):
-            self.picture = pixels.decode(jpeg)
-            assert amount(self.picture, SECRET) == 0, keep(self.picture, "secret")
-            return wanted(self.picture)
+        self.viewer.frame_where(lambda jpeg: wanted(self._look(jpeg)))
+        return self.picture
 
-        self.viewer.frame_where(accepts)
+    def until_as(self, seen, is_drawn):
+        """The first picture that shows what seen() gives, which may come later than the picture:
+        a compositing manager takes its time."""
+        def is_so():
+            if self.viewer.readable(0.1):
+                self._look(self.viewer.next_frame())
+            return self.picture is not None and is_drawn(self.picture) and pixels.same(
+                self.picture, seen())
+
+        eventually(is_so, FRAME_LIMIT, "the picture is what is seen")
+        return self.picture
+
+    def _look(self, jpeg):
+        self.picture = pixels.decode(jpeg)
+        assert amount(self.picture, SECRET) == 0, keep(self.picture, "secret")
         return self.picture
 
     def until_colour(self, colour, x, y):

@@ -52,8 +52,7 @@ def covered(x, owner):
 
 def expect_as_on_screen(watcher, server, identifier, is_drawn):
     """The picture becomes what the screen shows of the window; gives it."""
-    return watcher.until(lambda picture: is_drawn(picture) and pixels.same(
-        picture, on_screen(server, identifier)))
+    return watcher.until_as(lambda: on_screen(server, identifier), is_drawn)
 
 
 @pytest.mark.parametrize("desktop", DESKTOPS, indirect=True)
@@ -80,8 +79,7 @@ def test_application_with_shadows_of_its_own(desktop, gtk_window, x, share):
         watcher.until(lambda seen: amount(seen, BLUE) > 0.2)
         gtk_window.tell("dialog")
         gtk_window.tell("menu")
-        watcher.until(lambda seen: amount(seen, 0xFFFFFF) > 0.005
-                      and pixels.same(seen, pixels.grab(x)))
+        watcher.until_as(lambda: pixels.grab(x), lambda seen: amount(seen, 0xFFFFFF) > 0.005)
         keep(watcher.picture, f"shadows-of-its-own-{desktop}")
 
 
