@@ -1,6 +1,7 @@
 """A Wayland desktop's screen in a browser. What is captured is the matter of the system tests."""
 import pytest
 
+from harness import pixels
 from harness.wayland import WaylandSession
 
 pytestmark = pytest.mark.parametrize(
@@ -20,5 +21,14 @@ def test_the_screen_is_seen(page, session, place):
     for colour in (0xC02040, 0x20C040):
         session.show(f"#{colour:06x}")
         page.wait_for_colour(colour)
+    session.terminal()
+    empty = session.screenshot()
+    session.type("quick amber signal")
+    page.eventually(lambda: shows_news(page, session, empty), "the terminal is seen")
     page.keep_screenshot("wayland")
     page.wait_for_viewers(program)
+
+
+def shows_news(page, session, before):
+    now = session.screenshot()
+    return not pixels.same(now, before) and pixels.same(page.pixels(), now)

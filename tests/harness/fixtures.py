@@ -9,6 +9,8 @@ import pytest
 from .canvas import Canvas
 from .desktop import DesktopSession
 from .program import Program, display_ids, executable
+from .waiting import eventually
+from .windows import Owner, sources_on, windows_of
 from .xserver import XServer
 
 
@@ -51,6 +53,26 @@ def clients():
 
 
 @pytest.fixture
+def manage(x, tmp_path, clients):
+    """Starts a window or compositing manager on the X server: manage(openbox)."""
+    def start_manager(manager):
+        clients.append(manager(x, tmp_path))
+        return clients[-1]
+
+    return start_manager
+
+
+@pytest.fixture
+def owner(x, tmp_path, clients):
+    """Makes programs with windows: owner("name")."""
+    def make(name):
+        clients.append(Owner(x, tmp_path, name))
+        return clients[-1]
+
+    return make
+
+
+@pytest.fixture
 def place():
     """Where the programs of a test run, as keywords of Program."""
     return {}
@@ -76,6 +98,18 @@ def start(tmp_path, place):
 
     yield start_program
     _end_in_order(programs)
+
+
+@pytest.fixture
+def share(start, x, tmp_path):
+    """Shares the window or application with that title: share("Owner: mine")."""
+    def share_titled(title):
+        found = eventually(lambda: windows_of(sources_on(x, tmp_path), title), 10, f"{title} is listed")
+        program = start("--capture", "x11", "--share", found[0], display=x.name)
+        program.wait_until_sharing()
+        return program
+
+    return share_titled
 
 
 @pytest.fixture

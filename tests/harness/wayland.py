@@ -1,10 +1,15 @@
 """A Wayland session without a screen of its own: compositor, media server and desktop portal."""
 import contextlib
+import json
 import subprocess
 from pathlib import Path
 
+import numpy
+from PIL import Image
+
 from .portal_desktop import LIMIT, PortalDesktop
 from .waiting import eventually
+from .wayland_pointer import WaylandPointer
 
 OUTPUT = "HEADLESS-1"
 HARNESS = Path(__file__).parent
@@ -93,9 +98,36 @@ class WaylandSession(PortalDesktop):
         """Waits until some program has a window."""
         eventually(lambda: '"pid"' in self.run("swaymsg", "-t", "get_tree"), LIMIT, "a window")
 
+    def terminal(self):
+        """A terminal that shows what is typed, once it has the keyboard."""
+        self.start_client("foot", "--log-level=error", "cat")
+        eventually(lambda: self._focused_program() == "foot", LIMIT, "the terminal")
+
+    def type(self, text):
+        """Presses the keys for that text."""
+        self.run("wtype", text)
+
+    def pointer(self):
+        """A mouse; close() unplugs it. The pointer is seen from now on."""
+        self.sway("seat", "*", "hide_cursor", "0")
+        return WaylandPointer(self._runtime / "wayland-1", self.width, self.height)
+
+    def screenshot(self):
+        """What is on the screen by the compositor's own account."""
+        path = self.folder / "home/screenshot.png"
+        self.run("grim", path)
+        return numpy.asarray(Image.open(path).convert("RGB"))
+
     def show(self, colour):
         """Fills the screen with a colour, "#rrggbb"."""
         self.sway("output", OUTPUT, "bg", colour, "solid_color")
+
+    def _focused_program(self):
+        tree = json.loads(self.run("swaymsg", "-t", "get_tree"))
+        inside = [tree]
+        for node in inside:
+            inside += node["nodes"]
+        return next((node["app_id"] for node in inside if node["focused"] and "app_id" in node), None)
 
     def sway(self, *words):
         self.run("swaymsg", *words)

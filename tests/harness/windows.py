@@ -2,6 +2,7 @@
 import subprocess
 
 from .process import Process
+from .program import list_sources
 from .waiting import eventually
 
 OWNER = """
@@ -98,3 +99,8 @@ class Owner(Process):
 def windows_of(sources, title):
     """IDs of the sources with that title, as --list-sources gives them."""
     return [identifier for identifier, its_title in sources.items() if its_title == title]
+
+
+def sources_on(server, folder):
+    """ID and title of everything on an X display that can be shared."""
+    return list_sources(folder, server.name, "--capture", "x11")

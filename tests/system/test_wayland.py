@@ -1,10 +1,13 @@
 """A Wayland desktop's screen, shared through the desktop's portal."""
+import contextlib
 import json
 import re
 
+import numpy
 import pytest
 
 from harness import pixels
+from harness.shown_page import SCREENSHOTS
 from harness.viewer import Viewer
 from harness.waiting import eventually
 from harness.wayland import OUTPUT, WaylandSession
@@ -67,11 +70,55 @@ def test_the_screen_is_seen_in_its_size_and_colours(session, sharing):
 def test_a_still_screen_sends_nothing(session, sharing):
     with Viewer(sharing.address) as viewer:
         sees(session, viewer, RED)
-        while viewer.readable(1.5):
-            viewer.next_frame()
-        before = sharing.cpu_seconds()
-        assert not viewer.readable(5)
-        assert sharing.cpu_seconds() - before < 0.05
+        expect_rest(sharing, viewer)
+
+
+def expect_rest(program, viewer):
+    """Soon nothing is sent any more, and nothing done."""
+    while viewer.readable(1.5):
+        viewer.next_frame()
+    before = program.cpu_seconds()
+    assert not viewer.readable(3)
+    assert program.cpu_seconds() - before < 0.03
+
+
+def test_a_terminal_is_seen_as_it_is_and_costs_nothing_at_rest(session, sharing):
+    """The compositor's own screenshot is what the picture is compared with."""
+    session.terminal()
+    empty = ink(session.screenshot())
+    with Viewer(sharing.address) as viewer:
+        session.type("quick amber signal")
+        viewer.frame_where(lambda jpeg: ink(pixels.decode(jpeg)) > empty + 150
+                           and pixels.same(pixels.decode(jpeg), session.screenshot()))
+        expect_rest(sharing, viewer)
+    with Viewer(sharing.address) as late:
+        seen = pixels.decode(late.next_frame())
+    pixels.save(seen, SCREENSHOTS / "terminal-at-sway.png")
+    assert pixels.same(seen, session.screenshot())
+
+
+def ink(picture):
+    """The number of bright pixels."""
+    return (picture.min(axis=2) > 150).sum()
+
+
+def test_the_pointer_is_seen_and_its_movements_are_motion(session, sharing):
+    show(session, BLUE)
+    with contextlib.closing(session.pointer()) as pointer, Viewer(sharing.address) as viewer:
+        for place in ((200, 150), (600, 400), (620, 410)):
+            pointer.move(*place)
+            viewer.frame_where(lambda jpeg: has_pointer_at(pixels.decode(jpeg), place))
+        expect_rest(sharing, viewer)
+
+
+def has_pointer_at(picture, place):
+    """Whether an arrow with its tip there is all that is not blue."""
+    rows, columns = numpy.nonzero(abs(picture.astype(int) - BLUE).max(axis=2) > 100)
+    if not len(rows):
+        return False
+    left, top = columns.min(), rows.min()
+    return max(abs(left - place[0]), abs(top - place[1])) <= 3 and \
+        columns.max() - left < 40 and rows.max() - top < 40
 
 
 def test_the_session_chooses_the_portal_and_lists_without_a_dialog(session):

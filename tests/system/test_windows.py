@@ -2,108 +2,26 @@
 import contextlib
 import threading
 
-import numpy
 import pytest
 
 from harness import pixels
-from harness.program import list_sources
-from harness.shown_page import SCREENSHOTS
 from harness.viewer import Viewer
 from harness.waiting import eventually
-from harness.windows import Owner, windows_of
+from harness.watcher import SECRET, Watcher, amount, keep, rgb
+from harness.window_managers import Mutter, Xfwm4, openbox, picom
+from harness.windows import sources_on, windows_of
 
-SECRET = 0xFF00FF  # only of windows that are not shared
 BLUE, GREEN, ORANGE = 0x2040A0, 0x20A040, 0xE08020
-PICOM = ["picom", "--config", "/dev/null", "--backend", "xrender"]
-DESKTOPS = {"bare": [], "openbox": [["openbox"]], "composited": [["openbox"], PICOM]}
+DESKTOPS = {"bare": [], "openbox": [openbox], "composited": [openbox, picom], "xfwm4": [Xfwm4],
+            "mutter": [Mutter]}
 
 
 @pytest.fixture(params=DESKTOPS)
-def desktop(request, x, clients):
+def desktop(request, manage):
     """The X server with that window manager, and a compositing manager or none."""
-    for command in DESKTOPS[request.param]:
-        clients.append(x.client(*command))
-        owned = {"openbox": "_NET_SUPPORTING_WM_CHECK", "picom": None}[command[0]]
-        eventually(lambda: is_up(x, owned), 15, f"{command[0]} is up")
+    for manager in DESKTOPS[request.param]:
+        manage(manager)
     return request.param
-
-
-def is_up(server, root_property):
-    if root_property:
-        return "window id" in server.run("xprop", "-root", root_property)
-    return "picom" in server.run("xwininfo", "-root", "-tree")
-
-
-@pytest.fixture
-def owner(x, tmp_path):
-    """Makes programs with windows: owner("name")."""
-    made = []
-
-    def make(name):
-        made.append(Owner(x, tmp_path, name))
-        return made[-1]
-
-    yield make
-    for one in made:
-        one.stop()
-
-
-@pytest.fixture
-def share(start, x, tmp_path):
-    """Shares the source with that title: share("Owner: mine")."""
-    def share_titled(title):
-        found = eventually(lambda: windows_of(sources(x, tmp_path), title), 10, f"{title} is listed")
-        program = start("--capture", "x11", "--share", found[0], display=x.name)
-        program.wait_until_sharing()
-        return program
-
-    return share_titled
-
-
-def sources(server, folder):
-    return list_sources(folder, server.name, "--capture", "x11")
-
-
-def rgb(colour):
-    return numpy.frombuffer(colour.to_bytes(3, "big"), numpy.uint8).astype(int)
-
-
-def amount(picture, colour):
-    """The share of a picture's pixels that are of about that colour."""
-    return (abs(picture - rgb(colour)).max(axis=2) < 40).mean()
-
-
-class Watcher:
-    """A viewer that looks for the secret in every frame."""
-
-    def __init__(self, program):
-        self.viewer = Viewer(program.address)
-        self.picture = None
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *unused):
-        self.viewer.close()
-
-    def until(self, wanted):
-        """The first picture that `wanted` accepts."""
-        def accepts(jpeg):
-            self.picture = pixels.decode(jpeg)
-            assert amount(self.picture, SECRET) == 0, keep(self.picture, "secret")
-            return wanted(self.picture)
-
-        self.viewer.frame_where(accepts)
-        return self.picture
-
-    def until_colour(self, colour, x, y):
-        return self.until(lambda picture: y < picture.shape[0] and x < picture.shape[1]
-                          and abs(picture[y, x] - rgb(colour)).max() < 12)
-
-
-def keep(picture, name):
-    pixels.save(picture, SCREENSHOTS / f"{name}.png")
-    return "a window that is not shared was seen"
 
 
 def painted_again(owner, watcher, name, colour, x, y):
@@ -172,7 +90,22 @@ def test_partly_off_the_screen(desktop, owner, share):
         assert picture.shape == (300, 400, 3)
 
 
-@pytest.mark.parametrize("desktop", ["openbox", "composited"], indirect=True)
+@pytest.mark.parametrize("desktop", ["xfwm4", "mutter"], indirect=True)
+def test_whole_display_that_is_composed(desktop, x, owner, share):
+    mine = owner("mine")
+    mine.open("document", 100, 100, 400, 300, BLUE)
+    program = share("Display 1 (main) 800×600")
+    mine.pointer(x.width - 1, x.height - 1)
+    with Viewer(program.address) as viewer:
+        for colour in (GREEN, ORANGE):
+            mine.paint("document", colour, 0, 0, 400, 300)
+            viewer.frame_where(lambda jpeg: amount(pixels.decode(jpeg), colour) > 0.2
+                               and pixels.same(pixels.decode(jpeg), pixels.grab(x)))
+    with Viewer(program.address) as late:
+        assert pixels.same(pixels.decode(late.last_frame()), pixels.grab(x))
+
+
+@pytest.mark.parametrize("desktop", ["openbox", "composited", "xfwm4", "mutter"], indirect=True)
 def test_minimised_and_restored(desktop, x, owner, share):
     mine, other = owner("mine"), owner("other")
     mine.open("document", 100, 100, 400, 300, BLUE)
@@ -181,7 +114,7 @@ def test_minimised_and_restored(desktop, x, owner, share):
     with Watcher(program) as watcher:
         watcher.until_colour(BLUE, 200, 150)
         mine.hide("document")
-        eventually(lambda: "IsUnMapped" in x.run("xwininfo", "-name", "document"), 10, "minimised")
+        eventually(lambda: "Iconic" in x.run("xprop", "-name", "document", "WM_STATE"), 10, "minimised")
         assert program.status()["sharing"]
         with Watcher(program) as late:
             late.until_colour(BLUE, 200, 150)
@@ -198,7 +131,7 @@ def test_closing_ends_the_share(desktop, owner, share, x, tmp_path):
         mine.close("document")
         program.wait_for_line("Sharing stopped: the window was closed")
         program.wait_until_sharing(False)
-    assert not windows_of(sources(x, tmp_path), "Owner: document")
+    assert not windows_of(sources_on(x, tmp_path), "Owner: document")
 
 
 def test_application_with_menu_and_dialog(desktop, owner, share):
@@ -224,9 +157,28 @@ def test_application_with_menu_and_dialog(desktop, owner, share):
         program.wait_for_line("Sharing stopped: the application was closed")
 
 
-def test_compositing_manager_comes_and_goes(x, owner, share, clients):
-    clients.append(x.client("openbox"))
-    eventually(lambda: is_up(x, "_NET_SUPPORTING_WM_CHECK"), 15, "openbox is up")
+@pytest.mark.parametrize("desktop", ["openbox", "xfwm4", "mutter"], indirect=True)
+def test_what_the_presenter_put_away_is_not_seen(desktop, x, owner, share, tmp_path):
+    """Some window managers leave minimised windows and those of other workspaces mapped."""
+    mine = owner("mine")
+    mine.open("document", 50, 50, 300, 200, BLUE)
+    mine.open("notes", 420, 300, 300, 200, ORANGE)
+    program = share("Owner (app)")
+    with Watcher(program) as watcher:
+        watcher.until(lambda seen: amount(seen, BLUE) > 0.1 and amount(seen, ORANGE) > 0.1)
+        mine.hide("notes")
+        watcher.until(lambda seen: amount(seen, BLUE) > 0.1 and amount(seen, ORANGE) == 0)
+        x.run("xdotool", "search", "--name", "^notes$", "windowactivate")
+        watcher.until(lambda seen: amount(seen, ORANGE) > 0.1)
+        x.run("xdotool", "set_desktop", "1")
+        watcher.until(lambda seen: amount(seen, BLUE) == 0 == amount(seen, ORANGE))
+        assert "Owner: notes" not in sources_on(x, tmp_path).values()
+        x.run("xdotool", "set_desktop", "0")
+        watcher.until(lambda seen: amount(seen, BLUE) > 0.1 and amount(seen, ORANGE) > 0.1)
+
+
+def test_compositing_manager_comes_and_goes(manage, owner, share):
+    manage(openbox)
     mine, other = owner("mine"), owner("other")
     mine.open("document", 100, 100, 400, 300, BLUE)
     other.open("cover", 0, 0, 800, 600, SECRET, 1)
@@ -234,25 +186,22 @@ def test_compositing_manager_comes_and_goes(x, owner, share, clients):
     with Watcher(program) as watcher:
         watcher.until_colour(BLUE, 200, 150)
         for step in range(2):
-            manager = x.client(*PICOM)
-            clients.append(manager)
-            eventually(lambda: is_up(x, None), 15, "picom is up")
+            manager = manage(picom)
             painted_again(mine, watcher, "document", GREEN, 0, 0)
             manager.kill() if step else manager.stop()
             painted_again(mine, watcher, "document", ORANGE, 0, 0)
     assert program.status()["sharing"]
 
 
-def test_window_manager_restarts(x, owner, share, clients):
+@pytest.mark.parametrize("window_manager", [openbox, Xfwm4, Mutter])
+def test_window_manager_restarts(window_manager, manage, owner, share):
     mine = owner("mine")
     mine.open("document", 100, 100, 400, 300, BLUE)
     program = share("Owner: document")
     with Watcher(program) as watcher:
         watcher.until_colour(BLUE, 200, 150)
         for step in range(2):
-            manager = x.client("openbox")
-            clients.append(manager)
-            eventually(lambda: is_up(x, "_NET_SUPPORTING_WM_CHECK"), 15, "openbox is up")
+            manager = manage(window_manager)
             painted_again(mine, watcher, "document", GREEN, 0, 0)
             manager.kill()
             painted_again(mine, watcher, "document", ORANGE, 0, 0)
@@ -278,16 +227,16 @@ def test_two_hundred_windows_with_any_title(x, owner, tmp_path):
     for name, raw in titles.items():
         mine.open(name, 0, 0, 300, 200, BLUE)
         mine.title(name, raw.hex())
-    listed = sources(x, tmp_path)
-    assert sum(title.startswith("Owner: many ") for title in listed.values()) == 200
-    assert "Owner: a\ufffd\ufffdb" in listed.values()
-    assert "Owner: " + "x" * 200 + "…" in listed.values()
-    assert "Owner: one two [31m three" in listed.values()
-    assert sum(title == "Owner (app)" for title in listed.values()) == 1
-    menu = list(listed)
+    found = sources_on(x, tmp_path)
+    assert sum(title.startswith("Owner: many ") for title in found.values()) == 200
+    assert "Owner: a\ufffd\ufffdb" in found.values()
+    assert "Owner: " + "x" * 200 + "…" in found.values()
+    assert "Owner: one two [31m three" in found.values()
+    assert sum(title == "Owner (app)" for title in found.values()) == 1
+    menu = list(found)
     assert [identifier.partition("-")[0] for identifier in menu] == \
         ["display"] + ["app"] + ["window"] * 203
-    numbers = [int(title.rpartition(" ")[2]) for title in listed.values()
+    numbers = [int(title.rpartition(" ")[2]) for title in found.values()
                if title.startswith("Owner: many ")]
     assert numbers == list(range(200))
 
@@ -297,7 +246,7 @@ def test_own_and_small_windows_are_not_listed(x, owner, tmp_path):
     mine.open("just large enough", 0, 0, 200, 150, BLUE)
     mine.open("too narrow", 0, 0, 199, 400, BLUE)
     mine.open("menu", 0, 0, 300, 300, BLUE, 1)
-    titles = list(sources(x, tmp_path).values())
+    titles = list(sources_on(x, tmp_path).values())
     assert "Owner: just large enough" in titles
     assert not {"Owner: too narrow", "Owner: menu"} & set(titles)
 
@@ -306,7 +255,7 @@ def test_a_window_gone_since_the_list(start, x, owner, tmp_path):
     mine = owner("mine")
     mine.open("document", 100, 100, 400, 300, BLUE)
     program = start("--capture", "x11", display=x.name)
-    identifier = windows_of(sources(x, tmp_path), "Owner: document")[0]
+    identifier = windows_of(sources_on(x, tmp_path), "Owner: document")[0]
     program.command("sources")
     program.wait_for_line("Owner: document")
     mine.close("document")

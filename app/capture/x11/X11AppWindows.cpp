@@ -1,5 +1,6 @@
 #include "app/capture/x11/X11AppWindows.h"
 
+#include "app/capture/x11/X11Atoms.h"
 #include "app/capture/x11/X11ClientProcesses.h"
 #include "app/capture/x11/X11Connection.h"
 #include "app/capture/x11/X11Error.h"
@@ -24,7 +25,10 @@ bool arrangesWindows(std::uint8_t code) {
 
 X11AppWindows::X11AppWindows(const X11Connection& connection, std::int32_t processID,
                              bool hasXFixes)
-    : connection_(connection), processID_(processID), hasXFixes_(hasXFixes) {
+    : connection_(connection),
+      processID_(processID),
+      hasXFixes_(hasXFixes),
+      wmState_(internAtom(connection, "WM_STATE")) {
   constexpr int deepest = 3;  // a window manager puts one or two windows around a program's
   std::vector<xcb_window_t> level{connection.root()};
   for (int depth = 0; depth < deepest; ++depth) {
@@ -70,11 +74,17 @@ X11AppWindows::Known X11AppWindows::open(xcb_window_t window) const {
 
 bool X11AppWindows::handle(const xcb_generic_event_t& event) {
   bool isNews = comeOrGo(event);
-  if (arrangesWindows(eventCode(event))) isNews = layersMayDiffer_ = true;
+  if (arrangesWindows(eventCode(event)) || putsAway(event)) isNews = layersMayDiffer_ = true;
   for (const auto& [window, known] : windows_) {
     if (known.content && known.content->handle(event)) isNews = layersMayDiffer_ = true;
   }
   return isNews;
+}
+
+/// Or brings back.
+bool X11AppWindows::putsAway(const xcb_generic_event_t& event) const {
+  return eventCode(event) == XCB_PROPERTY_NOTIFY &&
+         eventAs<xcb_property_notify_event_t>(event).atom == wmState_;
 }
 
 bool X11AppWindows::comeOrGo(const xcb_generic_event_t& event) {
@@ -103,7 +113,7 @@ void X11AppWindows::readLayers() {
   for (const auto& [window, known] : windows_) {
     if (known.content && known.content->pixmap() != XCB_NONE) painted.push_back(window);
   }
-  const std::vector<xcb_window_t> ordered = visibleInStackingOrder(connection_, painted);
+  const std::vector<xcb_window_t> ordered = visibleInStackingOrder(connection_, wmState_, painted);
   std::vector<xcb_translate_coordinates_cookie_t> places;
   places.reserve(ordered.size());
   for (const xcb_window_t window : ordered) {

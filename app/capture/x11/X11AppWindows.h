@@ -51,6 +51,7 @@ class X11AppWindows {
   void addAllIn(const std::vector<xcb_window_t>& windows);
   void add(xcb_window_t window);
   Known open(xcb_window_t window) const;
+  bool putsAway(const xcb_generic_event_t& event) const;
   bool comeOrGo(const xcb_generic_event_t& event);
   void readLayers();
   std::optional<X11Layer> layerOf(xcb_window_t window,
@@ -59,6 +60,7 @@ class X11AppWindows {
   const X11Connection& connection_;
   const std::int32_t processID_;
   const bool hasXFixes_;
+  const xcb_atom_t wmState_;
   std::map<xcb_window_t, Known> windows_;
   std::vector<X11Layer> layers_;
   bool layersMayDiffer_ = true;

@@ -1,6 +1,8 @@
 #include "app/capture/x11/X11StackingOrder.h"
 
 #include "app/capture/x11/X11Connection.h"
+#include "app/capture/x11/X11IconicState.h"
+#include "app/capture/x11/X11Property.h"
 #include "app/capture/x11/X11Tree.h"
 
 #include <algorithm>
@@ -21,18 +23,31 @@ Heights heightsOnRoot(const X11Connection& connection) {
   return heights;
 }
 
-std::vector<xcb_window_t> visibleAmong(const X11Connection& connection,
+/// The requests for one window, under way.
+struct SightRequests {
+  xcb_get_window_attributes_cookie_t attributes;
+  xcb_get_property_cookie_t wmState;
+};
+
+/// Takes every answer, whatever the other says.
+bool isInSight(const X11Connection& connection, const SightRequests& requests) {
+  const auto attributes =
+      connection.replyIfAny(xcb_get_window_attributes_reply, requests.attributes);
+  const bool isPutAway = isIconic(takeProperty(connection, requests.wmState));
+  return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE && !isPutAway;
+}
+
+std::vector<xcb_window_t> visibleAmong(const X11Connection& connection, xcb_atom_t wmState,
                                        const std::vector<xcb_window_t>& windows) {
-  std::vector<xcb_get_window_attributes_cookie_t> cookies;
-  cookies.reserve(windows.size());
-  for (const xcb_window_t window : windows)
-    cookies.push_back(xcb_get_window_attributes(connection.get(), window));
+  std::vector<SightRequests> requests;
+  requests.reserve(windows.size());
+  for (const xcb_window_t window : windows) {
+    requests.push_back({xcb_get_window_attributes(connection.get(), window),
+                        askForProperty(connection, window, wmState)});
+  }
   std::vector<xcb_window_t> visible;
   for (std::size_t i = 0; i < windows.size(); ++i) {
-    const auto attributes = connection.replyIfAny(xcb_get_window_attributes_reply, cookies[i]);
-    if (attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE) {
-      visible.push_back(windows[i]);
-    }
+    if (isInSight(connection, requests[i])) visible.push_back(windows[i]);
   }
   return visible;
 }
@@ -56,9 +71,10 @@ std::vector<xcb_window_t> topLevelsOf(const X11Connection& connection, const Hei
 }  // namespace
 
 std::vector<xcb_window_t> visibleInStackingOrder(const X11Connection& connection,
+                                                 xcb_atom_t wmState,
                                                  const std::vector<xcb_window_t>& windows) {
   const Heights heights = heightsOnRoot(connection);
-  const auto visible = visibleAmong(connection, windows);
+  const auto visible = visibleAmong(connection, wmState, windows);
   const auto topLevels = topLevelsOf(connection, heights, visible);
   std::multimap<std::size_t, xcb_window_t> byHeight;
   for (std::size_t i = 0; i < visible.size(); ++i) {

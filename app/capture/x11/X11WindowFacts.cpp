@@ -4,6 +4,7 @@
 #include "app/capture/x11/X11Atoms.h"
 #include "app/capture/x11/X11ClientProcesses.h"
 #include "app/capture/x11/X11Connection.h"
+#include "app/capture/x11/X11IconicState.h"
 #include "app/capture/x11/X11Property.h"
 #include "app/capture/x11/X11WindowMargins.h"
 
@@ -27,6 +28,7 @@ struct Requests {
   xcb_get_property_cookie_t pid;
   xcb_get_property_cookie_t type;
   xcb_get_property_cookie_t state;
+  xcb_get_property_cookie_t wmState;
   xcb_get_property_cookie_t margins;
 };
 
@@ -41,6 +43,7 @@ struct Answers {
   std::optional<X11Property> pid;
   std::optional<X11Property> type;
   std::optional<X11Property> state;
+  std::optional<X11Property> wmState;
   std::optional<X11Property> margins;
 };
 
@@ -55,6 +58,7 @@ Requests ask(const X11Connection& connection, const X11Atoms& atoms, xcb_window_
           askForProperty(connection, window, atoms.pid),
           askForProperty(connection, window, atoms.windowType),
           askForProperty(connection, window, atoms.state),
+          askForProperty(connection, window, atoms.wmState),
           askForProperty(connection, window, atoms.frameExtents)};
 }
 
@@ -69,6 +73,7 @@ Answers take(const X11Connection& connection, const Requests& requests) {
           takeProperty(connection, requests.pid),
           takeProperty(connection, requests.type),
           takeProperty(connection, requests.state),
+          takeProperty(connection, requests.wmState),
           takeProperty(connection, requests.margins)};
 }
 
@@ -121,7 +126,7 @@ X11WindowFacts::Role roleOf(const Answers& answers, const X11Atoms& atoms) {
 
 bool isHidden(const Answers& answers, const X11Atoms& atoms) {
   const auto states = answers.state ? answers.state->numbers() : std::vector<std::uint32_t>{};
-  return answers.attributes->map_state != XCB_MAP_STATE_VIEWABLE ||
+  return answers.attributes->map_state != XCB_MAP_STATE_VIEWABLE || isIconic(answers.wmState) ||
          std::find(states.begin(), states.end(), atoms.stateHidden) != states.end();
 }
 

@@ -105,6 +105,22 @@ TEST_F(X11AppSourceTest, AWindowMovesWithoutATrace) {
   frameWith(blue, 249, 199, log.frameCount());
 }
 
+/// As window managers do that need its picture for their previews.
+TEST_F(X11AppSourceTest, AWindowThatIsPutAwayIsNotSeenThoughItIsMapped) {
+  const std::vector<std::uint32_t> normal{1, 0};
+  const std::vector<std::uint32_t> iconic{3, 0};
+  const XWindow window(x11.client, {20, 20, 50, 50}, ordinaryLook);
+  XWindow other(x11.client, {100, 20, 50, 50}, {.background = red});
+  other.setNumbers("WM_STATE", "WM_STATE", iconic);
+  start();
+  EXPECT_FALSE(frameWith(blue, 20, 20).has(red));
+  other.setNumbers("WM_STATE", "WM_STATE", normal);
+  EXPECT_EQ(frameWith(red, 100, 20).at(20, 20), blue);
+  const std::size_t shown = log.frameCount();
+  other.setNumbers("WM_STATE", "WM_STATE", iconic);
+  EXPECT_EQ(frameWith(0, 100, 20, shown).at(20, 20), blue);
+}
+
 TEST_F(X11AppSourceTest, OnlyItsDisplayIsSeen) {
   const auto right = x11.client.setMonitor("right", {160, 40, 160, 200}, false, false);
   const XWindow window(x11.client, {100, 20, 100, 100}, ordinaryLook);

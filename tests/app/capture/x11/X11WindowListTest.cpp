@@ -86,6 +86,8 @@ TEST_F(X11WindowList, LeavesOutWhatIsNotOnTheScreen) {
   const XWindow partly(x11.client, {799, 0, 300, 200}, greyLook);
   XWindow minimised(x11.client, {0, 0, 300, 200}, greyLook);
   minimised.setNumbers("_NET_WM_STATE", "ATOM", {x11.client.atom("_NET_WM_STATE_HIDDEN")});
+  XWindow onAnotherWorkspace(x11.client, {0, 0, 300, 200}, greyLook);
+  onAnotherWorkspace.setNumbers("WM_STATE", "WM_STATE", {3, 0});
   XWindow desktop(x11.client, {0, 0, 800, 600}, greyLook);
   desktop.setNumbers("_NET_WM_WINDOW_TYPE", "ATOM",
                      {x11.client.atom("_NET_WM_WINDOW_TYPE_DESKTOP")});

@@ -1,0 +1,11 @@
+#include "app/capture/x11/X11IconicState.h"
+
+namespace tarvinel {
+
+bool isIconic(const std::optional<X11Property>& state) {
+  constexpr std::uint32_t iconicState = 3;
+  const auto numbers = state ? state->numbers() : std::vector<std::uint32_t>{};
+  return !numbers.empty() && numbers.front() == iconicState;
+}
+
+}  // namespace tarvinel

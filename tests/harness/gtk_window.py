@@ -1,0 +1,71 @@
+"""A GTK window that draws its title bar, its rounded corners and its shadow by itself.
+
+    gtk_window.py TITLE COLOUR WIDTH HEIGHT
+
+Below the title bar it is of one colour. Answers each line of its standard input with "done" when
+it has been carried out; it ends with its input.
+"""
+import sys
+
+import gi
+
+gi.require_version("Gtk", "3.0")
+gi.require_version("Gdk", "3.0")
+from gi.repository import Gdk, GLib, Gtk  # noqa: E402  (the versions come first)
+
+
+class Window:
+    def __init__(self, title, colour, width, height):
+        self._colour = Gdk.RGBA()
+        self._colour.parse(colour)
+        bar = Gtk.HeaderBar(title=title, show_close_button=True)
+        self._area = Gtk.DrawingArea()
+        self._area.connect("draw", self._draw)
+        self._window = Gtk.Window(title=title)
+        self._window.set_titlebar(bar)
+        self._window.add(self._area)
+        self._window.set_default_size(width, height)
+        self._window.show_all()
+        GLib.io_add_watch(sys.stdin, GLib.PRIORITY_DEFAULT, GLib.IO_IN | GLib.IO_HUP, self._read)
+
+    def paint(self, colour):
+        self._colour.parse(colour)
+        self._area.queue_draw()
+
+    def maximise(self):
+        self._window.maximize()
+
+    def restore(self):
+        self._window.unmaximize()
+
+    def dialog(self):
+        dialog = Gtk.MessageDialog(transient_for=self._window, text="Really?", modal=True,
+                                   buttons=Gtk.ButtonsType.YES_NO, use_header_bar=1)
+        dialog.show_all()
+
+    def menu(self):
+        menu = Gtk.Menu()
+        for text in ("One", "Two", "Three"):
+            menu.append(Gtk.MenuItem(label=text))
+        menu.show_all()
+        menu.attach_to_widget(self._window)
+        menu.popup_at_widget(self._area, Gdk.Gravity.CENTER, Gdk.Gravity.NORTH_WEST, None)
+
+    def _draw(self, _, canvas):
+        Gdk.cairo_set_source_rgba(canvas, self._colour)
+        canvas.paint()
+        return True
+
+    def _read(self, *_):
+        line = sys.stdin.readline()
+        if not line:
+            Gtk.main_quit()
+            return False
+        verb, *words = line.split()
+        getattr(self, verb)(*words)
+        print("done", flush=True)
+        return True
+
+
+Window(sys.argv[1], sys.argv[2], int(sys.argv[3]), int(sys.argv[4]))
+Gtk.main()

@@ -1,0 +1,76 @@
+"""Window and compositing managers on an X server: each is started and waited for."""
+from Xlib.display import Display
+
+from .process import Process
+from .session_bus import SessionBus
+from .waiting import eventually
+
+LIMIT = 15
+
+
+def openbox(server, folder):
+    """Draws frames around windows."""
+    return _when_managing(server, Process(["openbox"], folder, "openbox", env=server.env))
+
+
+def picom(server, folder):
+    """Composes the screen; the windows' frames and places are another's matter."""
+    return _when_composing(server, Process(
+        ["picom", "--config", "/dev/null", "--backend", "xrender"], folder, "picom",
+        env=server.env))
+
+
+class _Desktop(Process):
+    """A window manager that composes the screen too. It insists on a session bus; nothing else has
+    to be on it."""
+
+    def __init__(self, server, folder, *argv):
+        self._bus = SessionBus(folder)
+        super().__init__(argv, folder, argv[0],
+                         env={**server.env, "HOME": str(folder), "NO_AT_BRIDGE": "1",
+                              "GSETTINGS_BACKEND": "memory",
+                              "DBUS_SESSION_BUS_ADDRESS": self._bus.address})
+        _when_composing(server, _when_managing(server, self))
+
+    def stop(self, grace=5):
+        super().stop(grace)
+        self._bus.stop()
+
+
+class Xfwm4(_Desktop):
+    """Xfce's."""
+
+    def __init__(self, server, folder):
+        super().__init__(server, folder, "xfwm4", "--compositor=on", "--vblank=off")
+
+
+class Mutter(_Desktop):
+    """GNOME's, without its shell."""
+
+    def __init__(self, server, folder):
+        super().__init__(server, folder, "mutter", "--x11")
+
+
+def _when_managing(server, manager):
+    return _when(manager, lambda: "window id" in server.run(
+        "xprop", "-root", "_NET_SUPPORTING_WM_CHECK"))
+
+
+def _when_composing(server, manager):
+    """A compositing manager owns the selection of that name."""
+    display = Display(server.name)
+    selection = display.intern_atom("_NET_WM_CM_S0")
+    try:
+        return _when(manager, lambda: display.get_selection_owner(selection))
+    finally:
+        display.close()
+
+
+def _when(manager, is_up):
+    try:
+        eventually(lambda: is_up() or not manager.running(), LIMIT, "the manager is up")
+        assert manager.running(), manager.stderr
+    except BaseException:
+        manager.stop()
+        raise
+    return manager
