@@ -230,6 +230,61 @@ def test_memory_that_is_cut_off_later_is_not_read(start, viewer):
     assert not viewer.readable(NOTHING_FOLLOWS)
 
 
+DROPPED = "dropped a picture: the desktop gave less memory than it said, or took it back"
+
+
+def test_memory_that_is_cut_off_while_it_is_read_does_no_harm(start, program, viewer):
+    size = {"width": 4 * WIDTH, "height": 4 * HEIGHT}  # takes its time
+    producer = start("format BGRx {width} {height}".format(**size))
+    show(producer, viewer, RED, **size)
+    producer.tell("flicker")
+    for _ in range(100):
+        producer.send()
+        assert program.running()
+    program.wait_for_line(DROPPED, source="stderr")
+    producer.tell("steady")
+    show(producer, viewer, GREEN, **size)
+
+
+def test_memory_that_can_be_sealed_is_not_cut_off(start, viewer):
+    producer = start("sealable")
+    show(producer, viewer, RED)
+    producer.tell("shrink 0")
+    producer.wait_for("sealed")
+    show(producer, viewer, GREEN)
+
+
+def test_memory_that_cannot_be_sealed_shows_what_changed(start, viewer):
+    producer = start("facts damage")
+    show(producer, viewer, RED)
+    producer.tell(f"damage {WIDTH // 2} 0 {WIDTH // 2} {HEIGHT // 2}")
+    expect(producer, viewer, RED, GREEN, RED, RED, told=[filled(GREEN)])
+
+
+def test_a_picture_of_which_nobody_was_told_is_seen(start, viewer):
+    producer = start()
+    producer.forget(filled(RED))
+    viewer.frame_where(lambda jpeg: shows(jpeg, [RED] * 4))
+    producer.change_format("BGRx", WIDTH * 2, HEIGHT * 2)
+    producer.forget(filled(GREEN))
+    viewer.frame_where(lambda jpeg: shows(jpeg, [GREEN] * 4, WIDTH * 2, HEIGHT * 2))
+
+
+def test_the_newest_of_the_pictures_of_which_nobody_was_told_is_seen(start, viewer):
+    producer = start("facts header")
+    producer.forget(filled(RED))
+    producer.forget(filled(GREEN))
+    viewer.frame_where(lambda jpeg: shows(jpeg, [GREEN] * 4))
+
+
+def test_a_picture_that_is_not_sent_yet_is_not_seen_once_others_came(start, viewer):
+    producer = start()
+    show(producer, viewer, RED)
+    rest(viewer)
+    producer.forget(filled(GREEN))
+    assert not viewer.readable(NOTHING_FOLLOWS)
+
+
 def test_another_size_is_seen_in_full_although_the_desktop_told_the_first(start, viewer, session):
     producer = start(told_size=(WIDTH, HEIGHT))
     show(producer, viewer, RED)

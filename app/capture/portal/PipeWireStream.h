@@ -2,10 +2,13 @@
 
 #include "app/capture/PixelRect.h"
 #include "app/capture/portal/CursorFacts.h"
+#include "app/capture/portal/PictureCopy.h"
 #include "app/capture/portal/RawPicture.h"
+#include "app/capture/portal/StreamBuffers.h"
 #include "app/capture/portal/UprightPicture.h"
 #include "app/capture/portal/VideoFormat.h"
 #include "app/capture/portal/VideoTransform.h"
+#include "core/support/Log.h"
 #include "core/support/OneShotTimer.h"
 #include "core/support/SerialQueue.h"
 #include "core/support/UniqueFd.h"
@@ -23,6 +26,8 @@ struct pw_buffer;
 struct spa_pod;
 
 namespace tarvinel {
+
+class StreamBuffer;
 
 /// Takes pictures from one node of a PipeWire media server. Its loop runs on the capture queue,
 /// where everything is reported; the queue outlives it. Handlers other than `onPicture` may destroy
@@ -56,7 +61,7 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
     bool cursorIsApart = false;  ///< told beside the pictures
   };
 
-  PipeWireStream(SerialQueue& queue, const Wish& wish, Handlers handlers);
+  PipeWireStream(SerialQueue& queue, Logger logger, const Wish& wish, Handlers handlers);
   ~PipeWireStream();
   PipeWireStream(const PipeWireStream&) = delete;
   PipeWireStream& operator=(const PipeWireStream&) = delete;
@@ -76,20 +81,29 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   void streamEnded();
   void serverEnded();
   void formatChanged(const spa_pod* format);
+  void bufferCame(const pw_buffer& buffer);
+  void lookLater();
+  void look();
   void takeBuffers();
-  bool hasPicture(const pw_buffer& buffer) const;
+  bool hasPicture(const pw_buffer& buffer);
   void noteDamage(const pw_buffer& buffer);
   void show(const pw_buffer& buffer);
+  std::optional<RawPicture> readable(const StreamBuffer& buffer);
+  void noteCutOff();
   void noteView(const PixelRect& content, const VideoTransform& transform);
   void noteCursor(const pw_buffer& buffer);
   void showCursor();
   PixelRect frameArea() const;
 
   SerialQueue& queue_;
+  const Logger logger_;
   const Wish wish_;
   Handlers handlers_;
+  StreamBuffers buffers_;
   std::unique_ptr<Connection> connection_;  ///< null once it ended
   OneShotTimer deadline_;                   ///< for the first buffer
+  OneShotTimer nextLook_;                   ///< for a picture that nobody told of
+  int looksLeft_ = 0;
   std::optional<asio::posix::stream_descriptor> descriptor_;
   std::optional<VideoFormat> format_;
   std::optional<Rects> damage_;  ///< since the last picture, frame's pixels; absent: not known
@@ -98,6 +112,8 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   bool serverAnswers_ = false;
   bool cursorChanged_ = false;  ///< and was not shown yet
   VideoTransform transform_;    ///< of the last picture
+  PictureCopy copy_;            ///< of memory that may be cut off
+  bool toldCutOff_ = false;
   UprightPicture upright_;
   bool isReady_ = false;
   bool reportedReady_ = false;

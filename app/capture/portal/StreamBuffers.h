@@ -1,0 +1,25 @@
+#pragma once
+
+#include "app/capture/portal/VideoFormat.h"
+
+#include <vector>
+
+struct pw_buffer;
+
+namespace tarvinel {
+
+/// All buffers of a stream, wherever they are on their way between producer and here. Borrows them.
+class StreamBuffers {
+ public:
+  void add(const pw_buffer& buffer) { buffers_.push_back(&buffer); }
+  void remove(const pw_buffer& buffer) { std::erase(buffers_, &buffer); }
+
+  /// The one into which the newest picture was put, told of or not. Null when there is no picture
+  /// in any, or it is not clear which is the newest.
+  const pw_buffer* newest(const VideoFormat& format) const;
+
+ private:
+  std::vector<const pw_buffer*> buffers_;
+};
+
+}  // namespace tarvinel
