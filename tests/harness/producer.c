@@ -17,6 +17,7 @@
  *   send                        "sent", or "none" when there is no free buffer
  *   forget                      the same but for telling anybody, as if that got lost: "forgotten"
  *   sealable                    lets others seal the memory of the buffers that will come
+ *   forgetful BUFFERS           gives so many of the buffers that will come no memory at all
  *   shrink BYTES                cuts off the memory of all buffers: "shrunk", or "sealed"
  *   flicker                     cuts it off and gives it back all the time, beside what else it does
  *   steady                      ends that, the memory given back: "steady"
@@ -56,6 +57,7 @@ static struct {
   uint32_t bitmap_colour;
   int fds[most_buffers];
   bool sealable;
+  uint32_t without_memory;
   pthread_t flickering;
   atomic_bool flickers;
   uint32_t named;
@@ -145,6 +147,10 @@ static void state_changed(void *data, enum pw_stream_state before, enum pw_strea
 
 static void add_buffer(void *data, struct pw_buffer *buffer) {
   (void)data;
+  if (own.without_memory > 0) {
+    --own.without_memory;
+    return;
+  }
   struct spa_data *told = &buffer->buffer->datas[0];
   const uint32_t size = own.true_size ? own.true_size : picture_bytes();
   const int fd = memfd_create("producer", MFD_CLOEXEC | (own.sealable ? MFD_ALLOW_SEALING : 0));
@@ -163,6 +169,7 @@ static void add_buffer(void *data, struct pw_buffer *buffer) {
 
 static void remove_buffer(void *data, struct pw_buffer *buffer) {
   (void)data;
+  if (buffer->buffer->datas[0].type != SPA_DATA_MemFd) return;
   const int fd = (int)buffer->buffer->datas[0].fd;
   for (int i = 0; i < most_buffers; ++i)
     if (own.fds[i] == fd) own.fds[i] = 0;
@@ -227,7 +234,7 @@ static struct pw_buffer *filled_buffer(void) {
   struct pw_buffer *buffer = own.stream ? pw_stream_dequeue_buffer(own.stream) : NULL;
   if (buffer == NULL) return NULL;
   struct spa_data *data = &buffer->buffer->datas[0];
-  paint((int)data->fd);
+  if (data->type == SPA_DATA_MemFd) paint((int)data->fd);
   data->chunk->offset = as_told(0, 0);
   data->chunk->size = as_told(1, picture_bytes());
   data->chunk->stride = (int32_t)as_told(2, row_bytes());
@@ -325,6 +332,7 @@ static void command(char **words, int count) {
   if (strcmp(verb, "close") == 0) close_node();
   if (strcmp(verb, "send") == 0) send_picture();
   if (strcmp(verb, "forget") == 0) forget_picture();
+  if (strcmp(verb, "forgetful") == 0) own.without_memory = number(given[0]);
   if (strcmp(verb, "sealable") == 0) own.sealable = true;
   if (strcmp(verb, "shrink") == 0)
     say(truncate_all(own.fds, number(given[0])) ? "shrunk" : "sealed");

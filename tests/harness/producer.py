@@ -82,6 +82,10 @@ class Producer:
         eventually(lambda: len(self._answers()) > before, LIMIT, "the producer answers")
         return self._answers()[-1]
 
+    def agreements(self):
+        """What formats were agreed upon, one after the other."""
+        return [line for line in self._said() if line.startswith("agreed ")]
+
     def _answers(self):
         return [line for line in self._said() if line in ("sent", "forgotten", "none")]
 

@@ -13,6 +13,7 @@ from harness.waiting import eventually
 
 SCREEN = "display-1"
 WIDTH, HEIGHT = 320, 240
+BUFFERS = 4  # that a producer has
 SIZE = f"{WIDTH} {HEIGHT}"
 BYTES = WIDTH * HEIGHT * 4
 RED, GREEN, BLUE, GREY = (255, 0, 0), (0, 255, 0), (0, 0, 255), (128, 128, 128)
@@ -275,6 +276,19 @@ def test_the_newest_of_the_pictures_of_which_nobody_was_told_is_seen(start, view
     producer.forget(filled(RED))
     producer.forget(filled(GREEN))
     viewer.frame_where(lambda jpeg: shows(jpeg, [GREEN] * 4))
+
+
+@pytest.mark.parametrize("rounds", [1, 4])
+def test_buffers_that_come_without_memory_come_again(start, viewer, rounds):
+    producer = start(f"forgetful {rounds * BUFFERS}")
+    show(producer, viewer, RED)
+
+
+def test_buffers_that_never_have_memory_are_asked_for_a_few_times(start, viewer):
+    producer = start(f"forgetful {1000 * BUFFERS}")
+    eventually(lambda: len(producer.agreements()) == 6, 10, "all questions were answered")
+    assert not viewer.readable(NOTHING_FOLLOWS)
+    assert len(producer.agreements()) == 6
 
 
 def test_a_picture_that_is_not_sent_yet_is_not_seen_once_others_came(start, viewer):

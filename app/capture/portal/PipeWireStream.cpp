@@ -292,6 +292,7 @@ void PipeWireStream::lookLater() {
 /// What was sent between it and the next one is not known.
 void PipeWireStream::look() {
   lookLater();
+  if (buffers_.lackMemory()) return askAnew();
   const pw_buffer* newest = format_ ? buffers_.newest(*format_) : nullptr;
   if (newest == nullptr) return;
   noteCursor(*newest);
@@ -300,6 +301,16 @@ void PipeWireStream::look() {
   damage_.reset();
   showCursor();
   handlers_.onRest();
+}
+
+/// When one format follows upon another, the media server may hand over the new buffers before
+/// their producer gave them memory. No picture then ever comes, unless the format is agreed upon
+/// anew.
+void PipeWireStream::askAnew() {
+  if (questionsLeft_-- <= 0) return nextLook_.cancel();
+  const auto formats = StreamParameter::formats(wish_.framesPerSecond);
+  std::array<const spa_pod*, 1> parameters{formats.pod()};
+  pw_stream_update_params(connection_->stream, parameters.data(), parameters.size());
 }
 
 /// Shows the newest of the buffers that wait; those before it only tell what changed.
@@ -319,6 +330,7 @@ void PipeWireStream::takeBuffers() {
   }
   if (newest != nullptr) {
     nextLook_.cancel();
+    questionsLeft_ = mostQuestions;
     show(*newest);
     pw_stream_queue_buffer(stream, newest);
   }

@@ -70,6 +70,8 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   void connect(UniqueFd mediaServer, std::uint32_t node);
 
  private:
+  static constexpr int mostQuestions = 5;
+
   struct Connection;
   struct Events;
 
@@ -84,6 +86,7 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   void bufferCame(const pw_buffer& buffer);
   void lookLater();
   void look();
+  void askAnew();
   void takeBuffers();
   bool hasPicture(const pw_buffer& buffer);
   void noteDamage(const pw_buffer& buffer);
@@ -104,6 +107,7 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   OneShotTimer deadline_;                   ///< for the first buffer
   OneShotTimer nextLook_;                   ///< for a picture that nobody told of
   int looksLeft_ = 0;
+  int questionsLeft_ = mostQuestions;  ///< of the format, until a picture comes
   std::optional<asio::posix::stream_descriptor> descriptor_;
   std::optional<VideoFormat> format_;
   std::optional<Rects> damage_;  ///< since the last picture, frame's pixels; absent: not known

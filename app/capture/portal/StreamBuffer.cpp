@@ -55,6 +55,10 @@ RawBuffer rawBuffer(const pw_buffer& buffer, const spa_data& data, std::size_t r
 
 }  // namespace
 
+bool StreamBuffer::hasMemory() const {
+  return dataOf(*buffer_) != nullptr;
+}
+
 std::optional<RawPicture> StreamBuffer::picture(const VideoFormat& format) const {
   const spa_data* data = dataOf(*buffer_);
   if (data == nullptr) return std::nullopt;

@@ -26,6 +26,9 @@ class StreamBuffer {
 
   explicit StreamBuffer(const pw_buffer& buffer) : buffer_(&buffer) {}
 
+  /// Whether there is memory for a picture.
+  bool hasMemory() const;
+
   /// The picture, where it lies; none when there is none, or its memory is shorter than needed.
   std::optional<RawPicture> picture(const VideoFormat& format) const;
 

@@ -7,6 +7,12 @@
 
 namespace tarvinel {
 
+bool StreamBuffers::lackMemory() const {
+  return !buffers_.empty() &&
+         std::none_of(buffers_.begin(), buffers_.end(),
+                      [](const pw_buffer* b) { return StreamBuffer(*b).hasMemory(); });
+}
+
 const pw_buffer* StreamBuffers::newest(const VideoFormat& format) const {
   std::vector<const pw_buffer*> filled;
   std::copy_if(buffers_.begin(), buffers_.end(), std::back_inserter(filled),

@@ -14,6 +14,9 @@ class StreamBuffers {
   void add(const pw_buffer& buffer) { buffers_.push_back(&buffer); }
   void remove(const pw_buffer& buffer) { std::erase(buffers_, &buffer); }
 
+  /// Whether there are some, and none of them has memory for a picture.
+  bool lackMemory() const;
+
   /// The one into which the newest picture was put, told of or not. Null when there is no picture
   /// in any, or it is not clear which is the newest.
   const pw_buffer* newest(const VideoFormat& format) const;

@@ -41,6 +41,7 @@ class FakeBuffer {
     facts_.pts = time;
     facts_.seq = number;
   }
+  void takeMemory() { data_.data = nullptr; }
   void corrupt() { chunk_.flags = SPA_CHUNK_FLAG_CORRUPTED; }
 
   const pw_buffer& buffer() const { return buffer_; }
@@ -114,6 +115,15 @@ TEST_F(StreamBuffersTest, WhatWasTakenAwayIsNoMore) {
   first.fill();
   buffers.remove(first.buffer());
   EXPECT_EQ(newest(), nullptr);
+}
+
+TEST_F(StreamBuffersTest, TheyLackMemoryWhenNoneHasAny) {
+  first.takeMemory();
+  second.takeMemory();
+  EXPECT_FALSE(buffers.lackMemory());
+  third.takeMemory();
+  EXPECT_TRUE(buffers.lackMemory());
+  EXPECT_FALSE(StreamBuffers().lackMemory());
 }
 
 }  // namespace
