@@ -12,21 +12,25 @@ namespace tarvinel {
 namespace {
 
 using test::MemoryFile;
-using Rects = PictureCopy::Rects;
-
-constexpr std::int32_t columns = 4;
-constexpr std::int32_t rows = 3;
-constexpr std::size_t place = 8;  // bytes before the first row
-constexpr std::size_t noGaps = columns * bytesPerPixel;
-constexpr std::size_t withGaps = noGaps + 4;
-
-RawPicture layout(std::size_t bytesPerRow, std::int32_t height = rows) {
-  return {nullptr, columns, height, bytesPerRow, PixelOrder::rgb};
-}
-
 /// A picture of one byte over and over, in memory that its owner can cut off.
 class PictureCopyTest : public testing::TestWithParam<std::size_t> {
+ public:
+  static constexpr std::int32_t columns = 4;
+  static constexpr std::int32_t rows = 3;
+  static constexpr std::size_t noGaps = columns * bytesPerPixel;
+  static constexpr std::size_t withGaps = noGaps + 4;
+
  protected:
+  static constexpr std::size_t place = 8;  // bytes before the first row
+
+  static std::uint8_t at(const RawPicture& picture, std::int32_t x, std::int32_t y) {
+    return picture.row(y)[static_cast<std::size_t>(x) * bytesPerPixel];
+  }
+
+  RawPicture layout(std::int32_t height) const {
+    return {nullptr, columns, height, bytesPerRow(), PixelOrder::rgb};
+  }
+
   std::size_t bytesPerRow() const { return GetParam(); }
   std::size_t bytes() const { return place + (rows - 1) * bytesPerRow() + noGaps; }
 
@@ -34,21 +38,17 @@ class PictureCopyTest : public testing::TestWithParam<std::size_t> {
     ASSERT_TRUE(file.write(0, std::vector<std::uint8_t>(bytes(), byte)));
   }
 
-  std::optional<RawPicture> read(const std::optional<Rects>& changed) {
-    return copy.read(SharedMemory(file.descriptor()), place, layout(bytesPerRow()), changed);
+  std::optional<RawPicture> read(const std::optional<PictureCopy::Rects>& changed) {
+    return copy.read(SharedMemory(file.descriptor()), place, layout(rows), changed);
   }
 
   MemoryFile file{{}, MemoryFile::Seals::refused};
   PictureCopy copy;
 };
 
-std::uint8_t at(const RawPicture& picture, std::int32_t x, std::int32_t y) {
-  return picture.row(y)[static_cast<std::size_t>(x) * bytesPerPixel];
-}
-
 TEST_P(PictureCopyTest, TheFirstIsReadWhateverHasChanged) {
   fill(1);
-  const auto picture = read(Rects{{0, 0, 1, 1}});
+  const auto picture = read(PictureCopy::Rects{{0, 0, 1, 1}});
   ASSERT_TRUE(picture);
   EXPECT_EQ(picture->area(), (PixelRect{0, 0, columns, rows}));
   EXPECT_EQ(picture->order, PixelOrder::rgb);
@@ -60,7 +60,7 @@ TEST_P(PictureCopyTest, OnlyWhatHasChangedIsRead) {
   fill(1);
   ASSERT_TRUE(read(std::nullopt));
   fill(2);
-  const auto picture = read(Rects{{1, 1, 2, 1}, {0, 2, columns, 1}});
+  const auto picture = read(PictureCopy::Rects{{1, 1, 2, 1}, {0, 2, columns, 1}});
   ASSERT_TRUE(picture);
   const std::vector<std::vector<int>> expected{{1, 1, 1, 1}, {1, 2, 2, 1}, {2, 2, 2, 2}};
   for (std::int32_t y = 0; y < rows; ++y) {
@@ -89,24 +89,23 @@ TEST_P(PictureCopyTest, AllIsReadAfterOneThatWasCutOff) {
   fill(1);
   ASSERT_TRUE(read(std::nullopt));
   ASSERT_TRUE(file.resize(0));
-  EXPECT_FALSE(read(Rects{{0, 0, columns, rows}}));
+  EXPECT_FALSE(read(PictureCopy::Rects{{0, 0, columns, rows}}));
   fill(2);
-  const auto picture = read(Rects{{0, 0, 1, 1}});
+  const auto picture = read(PictureCopy::Rects{{0, 0, 1, 1}});
   ASSERT_TRUE(picture);
   EXPECT_EQ(at(*picture, columns - 1, rows - 1), 2);
 }
 
 TEST_P(PictureCopyTest, AnotherSizeIsReadInFull) {
   fill(1);
-  ASSERT_TRUE(copy.read(SharedMemory(file.descriptor()), place, layout(bytesPerRow(), rows - 1),
-                        std::nullopt));
-  const auto picture = read(Rects{});
+  ASSERT_TRUE(copy.read(SharedMemory(file.descriptor()), place, layout(rows - 1), std::nullopt));
+  const auto picture = read(PictureCopy::Rects{});
   ASSERT_TRUE(picture);
   EXPECT_EQ(at(*picture, columns - 1, rows - 1), 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(RowsWithoutAndWithGaps, PictureCopyTest,
-                         testing::Values(noGaps, withGaps));
+                         testing::Values(PictureCopyTest::noGaps, PictureCopyTest::withGaps));
 
 }  // namespace
 }  // namespace tarvinel
