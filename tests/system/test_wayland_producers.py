@@ -263,7 +263,7 @@ def test_memory_that_cannot_be_sealed_shows_what_changed(start, viewer):
 
 
 def test_a_picture_of_which_nobody_was_told_is_seen(start, viewer):
-    producer = start()
+    producer = start("facts header")
     producer.forget(filled(RED))
     viewer.frame_where(lambda jpeg: shows(jpeg, [RED] * 4))
     producer.change_format("BGRx", WIDTH * 2, HEIGHT * 2)
@@ -292,7 +292,7 @@ def test_buffers_that_never_have_memory_are_asked_for_a_few_times(start, viewer)
 
 
 def test_a_picture_that_is_not_sent_yet_is_not_seen_once_others_came(start, viewer):
-    producer = start()
+    producer = start("facts header")
     show(producer, viewer, RED)
     rest(viewer)
     producer.forget(filled(GREEN))

@@ -98,7 +98,8 @@ VideoTransform StreamBuffer::transform() const {
 std::optional<StreamBuffer::Time> StreamBuffer::time() const {
   const auto* header = factsIn<spa_meta_header>(*buffer_, SPA_META_Header);
   if (header == nullptr) return std::nullopt;
-  return Time(header->pts, header->seq);
+  const Time time(header->pts, header->seq);
+  return time == Time() ? std::nullopt : std::optional(time);
 }
 
 std::optional<StreamBuffer::Rects> StreamBuffer::damage(const PixelRect& frame) const {

@@ -48,7 +48,7 @@ class StreamBuffer {
   VideoTransform transform() const;
 
   /// When its producer put the picture into it, to be compared with others of the same stream;
-  /// absent, and before all others, when it does not tell.
+  /// absent when it does not tell, or did not put one there yet.
   std::optional<Time> time() const;
 
   /// What changed since the producer's last picture; absent when it does not tell.

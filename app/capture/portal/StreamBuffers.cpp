@@ -3,7 +3,6 @@
 #include "app/capture/portal/StreamBuffer.h"
 
 #include <algorithm>
-#include <iterator>
 
 namespace tarvinel {
 
@@ -13,17 +12,22 @@ bool StreamBuffers::lackMemory() const {
                       [](const pw_buffer* b) { return StreamBuffer(*b).hasMemory(); });
 }
 
+/// Producers may change what they tell at any time: it is read once.
 const pw_buffer* StreamBuffers::newest(const VideoFormat& format) const {
-  std::vector<const pw_buffer*> filled;
-  std::copy_if(buffers_.begin(), buffers_.end(), std::back_inserter(filled),
-               [&](const pw_buffer* buffer) { return StreamBuffer(*buffer).picture(format); });
-  std::sort(filled.begin(), filled.end(), [](const pw_buffer* a, const pw_buffer* b) {
-    return StreamBuffer(*a).time() > StreamBuffer(*b).time();
-  });
-  const bool isClear =
-      filled.size() == 1 ||
-      (filled.size() > 1 && StreamBuffer(*filled[0]).time() > StreamBuffer(*filled[1]).time());
-  return isClear ? filled.front() : nullptr;
+  const pw_buffer* newest = nullptr;
+  StreamBuffer::Time latest;
+  bool isClear = false;
+  for (const pw_buffer* buffer : buffers_) {
+    const StreamBuffer given(*buffer);
+    const auto time = given.time();
+    if (!time || !given.picture(format)) continue;
+    if (newest != nullptr && *time == latest) isClear = false;
+    if (newest != nullptr && *time <= latest) continue;
+    newest = buffer;
+    latest = *time;
+    isClear = true;
+  }
+  return isClear ? newest : nullptr;
 }
 
 }  // namespace tarvinel

@@ -17,8 +17,8 @@ class StreamBuffers {
   /// Whether there are some, and none of them has memory for a picture.
   bool lackMemory() const;
 
-  /// The one into which the newest picture was put, told of or not. Null when there is no picture
-  /// in any, or it is not clear which is the newest.
+  /// The one into which the newest picture was put, told of or not. Null when that is not clear:
+  /// some producers describe a picture in each buffer, long before it is there.
   const pw_buffer* newest(const VideoFormat& format) const;
 
  private:

@@ -77,14 +77,16 @@ TEST_F(StreamBuffersTest, ThereIsNoneWithoutAPicture) {
 }
 
 TEST_F(StreamBuffersTest, TheOnlyOneIsTheNewest) {
-  second.fill();
+  second.fillAt(1, 0);
   EXPECT_EQ(newest(), &second.buffer());
 }
 
-TEST_F(StreamBuffersTest, WithoutTimesTheNewestOfTwoIsNotKnown) {
+TEST_F(StreamBuffersTest, WithoutATimeThePictureMayNotBeThereYet) {
   first.fill();
-  second.fill();
+  second.fillAt(0, 0);
   EXPECT_EQ(newest(), nullptr);
+  third.fillAt(0, 1);
+  EXPECT_EQ(newest(), &third.buffer());
 }
 
 TEST_F(StreamBuffersTest, TheLatestIsTheNewest) {
@@ -112,7 +114,7 @@ TEST_F(StreamBuffersTest, WhatIsCorruptedOrOfAnotherSizeIsPassedOver) {
 }
 
 TEST_F(StreamBuffersTest, WhatWasTakenAwayIsNoMore) {
-  first.fill();
+  first.fillAt(1, 0);
   buffers.remove(first.buffer());
   EXPECT_EQ(newest(), nullptr);
 }
