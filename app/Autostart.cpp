@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace tarvinel {
@@ -79,7 +80,12 @@ Autostart Autostart::ofThisProgram() {
 }
 
 std::string Autostart::set(bool on) const {
-  return on ? turnOn() : turnOff();
+  try {
+    return on ? turnOn() : turnOff();
+  } catch (const std::system_error& refused) {
+    throw AutostartError(
+        fmt::format("cannot change {}: {}", entry_.string(), refused.code().message()));
+  }
 }
 
 std::string Autostart::turnOn() const {

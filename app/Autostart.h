@@ -6,7 +6,7 @@
 
 namespace tarvinel {
 
-/// The entry is not this program's: its text says so and where it is.
+/// The entry is not this program's, or the disk refuses: its text says so and where it is.
 class AutostartError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -22,8 +22,7 @@ class Autostart {
   /// Of the user and the program that runs.
   static Autostart ofThisProgram();
 
-  /// Writes or removes the entry; returns what to tell the presenter. Throws AutostartError when
-  /// something else has its place, std::system_error when the disk refuses.
+  /// Writes or removes the entry; returns what to tell the presenter. Throws AutostartError.
   std::string set(bool on) const;
 
  private:

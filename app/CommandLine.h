@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace tarvinel {
 
@@ -25,6 +26,7 @@ struct CommandLineOptions {
   bool listSources = false;
   std::optional<bool> autostart;  ///< start at login from now on, or no longer, then exit
   bool verbose = false;
+  std::vector<std::string> given;  ///< names of the options that were given, such as "--share"
 };
 
 /// The program is to end at once: `text` for standard output when the status is 0, else for

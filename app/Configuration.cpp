@@ -8,6 +8,7 @@
 
 #include <exception>
 #include <filesystem>
+#include <utility>
 
 namespace tarvinel {
 
@@ -33,11 +34,22 @@ std::string report(const path& file, const std::exception_ptr& error) {
   }
 }
 
+bool isMissing(const std::optional<path>& file) {
+  std::error_code unreachable;
+  return file && !std::filesystem::exists(*file, unreachable);
+}
+
 /// That a file does not exist is worth a word only when it was asked for.
 std::optional<std::string> missingFile(const CommandLineOptions& options) {
-  std::error_code unreachable;
-  if (!options.config || std::filesystem::exists(*options.config, unreachable)) return std::nullopt;
-  return withoutControls(fmt::format("config at {} does not exist", *options.config));
+  std::optional<path> profile;
+  if (options.profile) profile = path(*options.profile) / "config.json";
+  for (const auto& [name, file] :
+       {std::pair("config", std::optional<path>(options.config)), std::pair("profile", profile)}) {
+    if (isMissing(file)) {
+      return withoutControls(fmt::format("{} at {} does not exist", name, file->native()));
+    }
+  }
+  return std::nullopt;
 }
 
 }  // namespace

@@ -55,7 +55,9 @@ int runHeadless(const CommandLineOptions& options) {
       if (const auto alive = weak.lock()) alive->obey(line);
     });
   });
-  return loop.run();
+  const int status = loop.run();
+  if (model->serverError()) std::cerr << "tarvinel: --doctor tells what to do about the port\n";
+  return status;
 }
 
 int listSources(const CommandLineOptions& options) {
@@ -68,6 +70,11 @@ int listSources(const CommandLineOptions& options) {
                        listed.set_value(std::move(sources));
                      });
   const auto sources = listed.get_future().get();
+  if (!sources.ok()) {
+    std::cerr << "tarvinel: there is nothing to list, as the log says above; --doctor tells what "
+                 "to do\n";
+    return 1;
+  }
   for (const CaptureSource& source : sources.value()) {
     std::cout << source.id << '\t' << source.title << '\n';
   }

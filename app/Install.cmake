@@ -13,6 +13,15 @@ if(TARVINEL_TRAY)
   install(DIRECTORY "${resources}/icons" DESTINATION "${CMAKE_INSTALL_DATADIR}" COMPONENT tray)
   install(FILES "${resources}/org.tarvinel.Tarvinel.desktop"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/applications" COMPONENT tray)
+  # desktops' software shops show the versions and their days
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/CHANGELOG.md")
+  set(version_section "^## ([0-9.]+) \\(([0-9-]+)\\)$")
+  file(STRINGS "${CMAKE_SOURCE_DIR}/CHANGELOG.md" releases REGEX "${version_section}")
+  list(TRANSFORM releases REPLACE "${version_section}" "    <release version=\"\\1\" date=\"\\2\"/>\n")
+  if(releases)
+    list(JOIN releases "" releases)
+    set(releases "  <releases>\n${releases}  </releases>\n")
+  endif()
   configure_file("${resources}/org.tarvinel.Tarvinel.metainfo.xml.in"
     "${CMAKE_CURRENT_BINARY_DIR}/org.tarvinel.Tarvinel.metainfo.xml" @ONLY)
   install(FILES "${CMAKE_CURRENT_BINARY_DIR}/org.tarvinel.Tarvinel.metainfo.xml"

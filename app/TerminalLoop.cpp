@@ -1,5 +1,7 @@
 #include "app/TerminalLoop.h"
 
+#include "core/support/HangUp.h"
+
 #include <asio/executor_work_guard.hpp>
 #include <asio/post.hpp>
 #include <asio/steady_timer.hpp>
@@ -49,6 +51,7 @@ class TimerHandle : public MainQueue::Timer {
 }  // namespace
 
 TerminalLoop::TerminalLoop() : signals_(context_, SIGINT, SIGTERM) {
+  if (endsWithItsTerminal()) signals_.add(SIGHUP);
   signals_.async_wait([this](std::error_code cancelled, int) {
     if (!cancelled) quit(0);
   });

@@ -7,8 +7,8 @@
 
 namespace tarvinel {
 
-/// The main queue of a program in a terminal: the main thread, inside `run`. SIGINT and SIGTERM end
-/// it in order.
+/// The main queue of a program in a terminal: the main thread, inside `run`. SIGINT, SIGTERM and
+/// the end of the terminal end it in order.
 class TerminalLoop : public MainQueue {
  public:
   TerminalLoop();

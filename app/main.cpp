@@ -44,10 +44,18 @@ int setAutostart(bool /*on*/) {
 
 #endif
 
+/// The status of a run whose whole purpose is what it printed: a full disk must not go unnoticed.
+int printed(int status) {
+  std::cout.flush();
+  if (std::cout) return status;
+  std::cerr << "tarvinel: standard output cannot be written to\n";
+  return 1;
+}
+
 int run(const tarvinel::CommandLineOptions& options) {
-  if (options.autostart) return setAutostart(*options.autostart);
-  if (options.doctor) return tarvinel::runDoctor(options, hasTray);
-  if (options.listSources) return tarvinel::listSources(options);
+  if (options.autostart) return printed(setAutostart(*options.autostart));
+  if (options.doctor) return printed(tarvinel::runDoctor(options, hasTray));
+  if (options.listSources) return printed(tarvinel::listSources(options));
   return options.headless ? tarvinel::runHeadless(options) : runOnDesktop(options);
 }
 
@@ -60,7 +68,7 @@ int main(int argc, char** argv) {
     const auto parsed = tarvinel::parseCommandLine(argc, argv);
     if (const auto* exit = std::get_if<tarvinel::CommandLineExit>(&parsed)) {
       (exit->status == 0 ? std::cout : std::cerr) << exit->text;
-      return exit->status;
+      return printed(exit->status);
     }
     return run(std::get<tarvinel::CommandLineOptions>(parsed));
   } catch (const std::exception& error) {

@@ -21,6 +21,14 @@ bool listHas(sd_bus_message& list, std::string_view wanted) {
   return false;
 }
 
+/// As long as the texts are there.
+BusInquiry::Fill appended(const std::vector<std::string>& texts) {
+  return [&texts](sd_bus_message& question) {
+    for (const std::string& text : texts)
+      sd_bus_message_append(&question, "s", text.c_str());
+  };
+}
+
 /// Into something that outlives the reading.
 BusInquiry::Read booleanInto(std::optional<bool>& answer) {
   return [&answer](sd_bus_message& message) {
@@ -85,13 +93,17 @@ bool BusInquiry::await(std::future<bool> answer) {
 std::optional<bool> BusInquiry::askBoolean(const Method& method,
                                            const std::vector<std::string>& texts) {
   std::optional<bool> answer;
-  ask(
-      method,
-      [&texts](sd_bus_message& question) {
-        for (const std::string& text : texts)
-          sd_bus_message_append(&question, "s", text.c_str());
-      },
-      booleanInto(answer));
+  ask(method, appended(texts), booleanInto(answer));
+  return answer;
+}
+
+std::optional<std::string> BusInquiry::askText(const Method& method,
+                                               const std::vector<std::string>& texts) {
+  std::optional<std::string> answer;
+  ask(method, appended(texts), [&answer](sd_bus_message& message) {
+    const char* text = nullptr;
+    if (sd_bus_message_read(&message, "s", &text) > 0) answer = text;
+  });
   return answer;
 }
 

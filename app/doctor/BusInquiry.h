@@ -52,6 +52,9 @@ class BusInquiry {
   /// The same for a method that takes texts and gives a yes or no.
   std::optional<bool> askBoolean(const Method& method, const std::vector<std::string>& texts);
 
+  /// The same for one that gives a text.
+  std::optional<std::string> askText(const Method& method, const std::vector<std::string>& texts);
+
   /// Whether somebody has the name; nothing without an answer.
   std::optional<bool> hasOwner(const std::string& name);
 

@@ -68,7 +68,9 @@ std::vector<Check> allChecks(const CommandLineOptions& options, bool hasTray) {
          return judge(PortFacts::of(settingsOf(options).port, PortHelper::ofThisProgram().place()));
        }},
       {"Firewall",
-       [=] { return judge(FirewallFacts::of(settingsOf(options).port, options.systemRoot)); }},
+       [=] {
+         return judge(FirewallFacts::of(settingsOf(options), options.systemRoot, options.sysfs));
+       }},
       {"Uploads", [=] { return judge(UploadFacts::of(options)); }, hangingDisk()},
   };
 }

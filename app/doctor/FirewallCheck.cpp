@@ -1,12 +1,15 @@
 #include "app/doctor/FirewallCheck.h"
 
 #include "app/doctor/BusInquiry.h"
+#include "core/net/LocalAddresses.h"
 #include "core/support/Bytes.h"
+#include "core/support/PortNumber.h"
 #include "core/support/RegularFile.h"
 
 #include <fmt/format.h>
 
-#include <charconv>
+#include <algorithm>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <system_error>
@@ -20,6 +23,7 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t maxRulesBytes = std::size_t{1} << 20U;
 constexpr const char* firewalld = "org.fedoraproject.FirewallD1";
+constexpr const char* firewalldZones = "org.fedoraproject.FirewallD1.zone";
 
 /// Nothing when it cannot be read.
 std::optional<std::string> systemText(const fs::path& file) {
@@ -43,13 +47,6 @@ bool existsBelow(const fs::path& root, std::string_view file) {
   std::error_code unreachable;
   const auto status = fs::symlink_status(root / file, unreachable);
   return fs::exists(status);
-}
-
-std::optional<std::uint16_t> portNumber(std::string_view text) {
-  std::uint16_t number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return number;
 }
 
 /// Whether one of ufw's ranges, such as "80" or "8000:8100", has the port.
@@ -94,13 +91,50 @@ void askUfw(FirewallFacts& facts, const fs::path& root) {
   if (!facts.ufwLetsIn && rules) facts.ufwLetsIn = ufwRulesLetIn(*rules, facts.port);
 }
 
-void askFirewalld(FirewallFacts& facts) {
+/// A method of firewalld: of its object itself, or of the interface that has the zones.
+BusInquiry::Method firewalldMethod(const char* interface, const char* member) {
+  return {firewalld, "/org/fedoraproject/FirewallD1", interface, member};
+}
+
+/// The network card that viewers come in by; empty when there is none.
+std::string viewersInterface(const fs::path& sysfs) {
+  const auto interfaces = LocalAddresses::interfaces(sysfs);
+  const auto best = LocalAddresses::preferred(interfaces);
+  for (const auto& interface : interfaces) {
+    if (interface.address == best) return interface.name;
+  }
+  return {};
+}
+
+/// The zone that such a card is in: one of its own, or the default one.
+std::string zoneOf(BusInquiry& bus, const std::string& interface) {
+  const auto own = bus.askText(firewalldMethod(firewalldZones, "getZoneOfInterface"), {interface});
+  if (own && !own->empty()) return *own;
+  return bus.askText(firewalldMethod(firewalld, "getDefaultZone"), {}).value_or("");
+}
+
+/// Whether a zone lets a port in, or the service that stands for it. Nothing when it is not told:
+/// desktops tell everyone, servers only root.
+std::optional<bool> zoneLetsIn(BusInquiry& bus, const std::string& zone,
+                               const std::vector<std::string>& port, const char* service) {
+  if (zone == "trusted") return true;  // it takes everything, and lists nothing
+  std::vector<std::string> question{zone};
+  question.insert(question.end(), port.begin(), port.end());
+  const auto open = bus.askBoolean(firewalldMethod(firewalldZones, "queryPort"), question);
+  if (open != false || service == nullptr) return open;
+  return bus.askBoolean(firewalldMethod(firewalldZones, "queryService"), {zone, service});
+}
+
+void askFirewalld(FirewallFacts& facts, const fs::path& sysfs) {
+  constexpr std::uint16_t webPort = 80;
   BusInquiry bus(BusInquiry::Bus::system);
   facts.firewalldRuns = bus.hasOwner(firewalld).value_or(false);
   if (!facts.firewalldRuns) return;
-  facts.firewalldLetsIn = bus.askBoolean({firewalld, "/org/fedoraproject/FirewallD1",
-                                          "org.fedoraproject.FirewallD1.zone", "queryPort"},
-                                         {"", std::to_string(facts.port), "tcp"});
+  const std::string zone = zoneOf(bus, viewersInterface(sysfs));
+  facts.firewalldZone = zone;
+  facts.firewalldLetsIn = zoneLetsIn(bus, zone, {std::to_string(facts.port), "tcp"},
+                                     facts.port == webPort ? "http" : nullptr);
+  facts.firewalldLetsNamesIn = zoneLetsIn(bus, zone, {"5353", "udp"}, "mdns");
 }
 
 Finding ufwFinding(const FirewallFacts& facts) {
@@ -118,31 +152,50 @@ Finding ufwFinding(const FirewallFacts& facts) {
           {"See: sudo ufw status", advice}};
 }
 
-Finding firewalldFinding(const FirewallFacts& facts) {
+/// The command that has firewalld let something in from now on.
+std::string letIn(const FirewallFacts& facts, std::string_view what) {
+  return fmt::format(
+      "sudo firewall-cmd --permanent --zone={} --add-{} && sudo firewall-cmd --reload",
+      facts.firewalldZone, what);
+}
+
+Findings firewalldFindings(const FirewallFacts& facts) {
   using enum Finding::State;
-  if (facts.firewalldLetsIn == true)
-    return {fine, fmt::format("firewalld runs and lets viewers in at port {}.", facts.port)};
-  const auto advice = fmt::format(
-      "Let viewers in: sudo firewall-cmd --permanent --add-port={}/tcp && sudo "
-      "firewall-cmd --reload",
-      facts.port);
-  if (facts.firewalldLetsIn == false) {
-    return {toBeMended,
-            fmt::format("firewalld runs, and its default zone keeps viewers out of port {}.",
-                        facts.port),
-            {advice}};
+  const auto viewers = "Let viewers in: " + letIn(facts, fmt::format("port={}/tcp", facts.port));
+  const auto names = "Let the name be found: " + letIn(facts, "service=mdns");
+  if (!facts.firewalldLetsIn) {
+    return {{worthKnowing,
+             "firewalld runs; which ports it lets in only root can see.",
+             {fmt::format("See: sudo firewall-cmd --zone={} --list-all", facts.firewalldZone),
+              viewers, names}}};
   }
-  return {worthKnowing,
-          "firewalld runs; which ports it lets in cannot be told.",
-          {"See: sudo firewall-cmd --list-all", advice}};
+  Findings findings;
+  if (*facts.firewalldLetsIn) {
+    findings.push_back(
+        {fine, fmt::format("firewalld runs and lets viewers in at port {}.", facts.port)});
+  } else {
+    findings.push_back({toBeMended,
+                        fmt::format("firewalld runs, and its zone {} keeps viewers out of port {}.",
+                                    facts.firewalldZone, facts.port),
+                        {viewers}});
+  }
+  if (facts.hasName && facts.firewalldLetsNamesIn == false) {
+    findings.push_back({worthKnowing,
+                        fmt::format("The zone {} of firewalld keeps out who looks for the name; "
+                                    "the address with numbers works.",
+                                    facts.firewalldZone),
+                        {names}});
+  }
+  return findings;
 }
 
 }  // namespace
 
-FirewallFacts FirewallFacts::of(std::uint16_t port, const fs::path& root) {
-  FirewallFacts facts{.port = port};
+FirewallFacts FirewallFacts::of(const TarvinelConfig& settings, const fs::path& root,
+                                const fs::path& sysfs) {
+  FirewallFacts facts{.port = settings.port, .hasName = !settings.hostname.empty()};
   askUfw(facts, root);
-  askFirewalld(facts);
+  askFirewalld(facts, sysfs);
   facts.rulesAreLoaded =
       existsBelow(root, "etc/systemd/system/sysinit.target.wants/nftables.service") ||
       existsBelow(root, "etc/iptables/rules.v4");
@@ -152,7 +205,8 @@ FirewallFacts FirewallFacts::of(std::uint16_t port, const fs::path& root) {
 Findings judge(const FirewallFacts& facts) {
   Findings findings;
   if (facts.ufwIsOn) findings.push_back(ufwFinding(facts));
-  if (facts.firewalldRuns) findings.push_back(firewalldFinding(facts));
+  if (facts.firewalldRuns)
+    std::ranges::move(firewalldFindings(facts), std::back_inserter(findings));
   if (facts.rulesAreLoaded) {
     findings.push_back(
         {Finding::State::worthKnowing,

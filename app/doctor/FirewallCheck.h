@@ -1,10 +1,12 @@
 #pragma once
 
 #include "app/doctor/Finding.h"
+#include "core/config/TarvinelConfig.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace tarvinel {
@@ -12,16 +14,20 @@ namespace tarvinel {
 /// What can be told of a firewall without being root.
 struct FirewallFacts {
   std::uint16_t port = 0;
+  bool hasName = true;  ///< one is to be published
   bool ufwIsOn = false;
   std::optional<bool> ufwLetsIn =
       {};  ///< the port, from everywhere; nothing where it cannot be read
   bool firewalldRuns = false;
-  std::optional<bool> firewalldLetsIn = {};  ///< the port, in the default zone; likewise
-  bool rulesAreLoaded = false;               ///< nftables or iptables rules, at every start
+  std::string firewalldZone = {};                 ///< the one that viewers come in by
+  std::optional<bool> firewalldLetsIn = {};       ///< the port, in that zone; likewise
+  std::optional<bool> firewalldLetsNamesIn = {};  ///< questions for names, in that zone; likewise
+  bool rulesAreLoaded = false;                    ///< nftables or iptables rules, at every start
 
   /// Reads the configuration of firewalls below `root`, "/" for this system's, and asks on the
-  /// system bus. Blocks for some seconds at the most.
-  static FirewallFacts of(std::uint16_t port, const std::filesystem::path& root);
+  /// system bus. `sysfs` is where that is mounted. Blocks for some seconds at the most.
+  static FirewallFacts of(const TarvinelConfig& settings, const std::filesystem::path& root,
+                          const std::filesystem::path& sysfs = "/sys");
 };
 
 /// Whether a firewall keeps viewers out. Pure.

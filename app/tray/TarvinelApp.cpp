@@ -11,12 +11,14 @@
 #include <QPalette>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <iostream>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace tarvinel {
 
@@ -63,12 +65,30 @@ bool isRead(int fd) {
   return isatty(fd) == 1 || (fstat(fd, &status) == 0 && S_ISFIFO(status.st_mode));
 }
 
-int showFirstInstance(const SingleInstance& instance) {
-  if (instance.showFirst()) {
+/// What is wrong with the settings is told where somebody reads it.
+TarvinelConfig settingsFor(const CommandLineOptions& options, const Log& log) {
+  Configuration configuration = Configuration::load(options, log);
+  if (configuration.problem && isRead(STDOUT_FILENO)) {
+    std::cout << *configuration.problem << std::endl;
+  }
+  return std::move(configuration.config);
+}
+
+/// `given` are the options of this run, which the first one knows nothing of.
+int showFirstInstance(const SingleInstance& instance, const std::vector<std::string>& given) {
+  if (!instance.showFirst()) {
+    std::cerr << "tarvinel: it is already running, but does not answer; end that process, "
+                 "then start again\n";
+    return 1;
+  }
+  if (given.empty()) {
     std::cout << "Tarvinel is already running: its window is open now" << std::endl;
     return 0;
   }
-  std::cerr << "tarvinel: it is already running, but does not answer\n";
+  std::cerr << fmt::format(
+      "tarvinel: it is already running, so nothing came of {}; use its window, which is open now, "
+      "or quit it and start again\n",
+      fmt::join(given, ", "));
   return 1;
 }
 
@@ -86,7 +106,7 @@ int TarvinelApp::run(const CommandLineOptions& options) {
   const QDBusConnection bus = QDBusConnection::sessionBus();
   std::function<void()> launchedAgain;
   const SingleInstance instance(bus, [&launchedAgain] { launchedAgain(); });
-  if (!instance.isFirst()) return showFirstInstance(instance);
+  if (!instance.isFirst()) return showFirstInstance(instance, options.given);
   TarvinelApp app(options, capture, bus);
   launchedAgain = [&app] { app.openWindow(); };
   return Toolkit::run();
@@ -97,7 +117,7 @@ TarvinelApp::TarvinelApp(const CommandLineOptions& options, const ChosenCapture&
     : log_(logFor(options)),
       signals_([this] { queue_.post([] { QCoreApplication::exit(0); }); }),
       desktop_(bus, [] { QCoreApplication::exit(0); }),
-      model_(AppModel::create(Configuration::load(options, log_).config, platform(options, capture),
+      model_(AppModel::create(settingsFor(options, log_), platform(options, capture),
                               uploadsFor(options))),
       view_(*model_, desktop_),
       window_([this](const MenuCommand& command) { perform(command); }),

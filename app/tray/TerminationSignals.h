@@ -8,9 +8,9 @@
 
 namespace tarvinel {
 
-/// Catches SIGINT and SIGTERM while it lives. A thread of its own waits for them: the toolkit's
-/// loop knows no signals, and blocking them instead would block them in every program started from
-/// here.
+/// Catches SIGINT, SIGTERM and the end of the terminal while it lives. A thread of its own waits
+/// for them: the toolkit's loop knows no signals, and blocking them instead would block them in
+/// every program started from here.
 class TerminationSignals {
  public:
   /// `caught` is called at the first signal, on another thread.

@@ -19,7 +19,8 @@ class Log {
   /// Takes where the lines go. Lines below `level` are dropped.
   explicit Log(spdlog::sink_ptr sink, spdlog::level::level_enum level = spdlog::level::info);
 
-  /// A log on standard error; in the journal, with fields, where systemd has connected that to it.
+  /// A log on standard error, where a line said again and again is counted and written once an
+  /// hour; in the journal, every line of it with fields, where systemd has connected that to it.
   static Log standardError(spdlog::level::level_enum level = spdlog::level::info);
 
   /// A log that drops everything.

@@ -33,8 +33,13 @@ void replaceFile(const std::filesystem::path& file, std::string_view content) {
   std::filesystem::create_directories(file.parent_path());
   auto newFile = file;
   newFile += ".new";
-  writeDurably(newFile, content);
-  std::filesystem::rename(newFile, file);
+  try {
+    writeDurably(newFile, content);
+    std::filesystem::rename(newFile, file);
+  } catch (const std::system_error&) {
+    unlink(newFile.c_str());  // a full disk would be left with a part of it
+    throw;
+  }
 }
 
 }  // namespace tarvinel

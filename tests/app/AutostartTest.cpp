@@ -47,6 +47,19 @@ TEST_F(AutostartTest, WritesAnEntryForTheInstalledProgram) {
             "X-Tarvinel-Autostart=true\n");
 }
 
+TEST_F(AutostartTest, TellsWhichFileTheDiskRefuses) {
+  folder.write("autostart", "not a folder");
+  for (const bool on : {true, false}) {
+    try {
+      autostart().set(on);
+      EXPECT_FALSE(on);
+    } catch (const AutostartError& error) {
+      EXPECT_EQ(error.what(),
+                "cannot change " + (folder / entryName).string() + ": Not a directory");
+    }
+  }
+}
+
 TEST_F(AutostartTest, NamesAProgramThatSessionsDoNotFindByItsPath) {
   autostart("/home/sam/my tools/tarvinel").set(true);
   EXPECT_THAT(folder.read(entryName), HasSubstr("\nExec=\"/home/sam/my tools/tarvinel\"\n"

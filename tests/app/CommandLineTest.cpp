@@ -46,6 +46,8 @@ TEST(CommandLine, ReadsEveryOption) {
   EXPECT_EQ(options.share, "display-5");
   EXPECT_EQ(options.port, 8080);
   EXPECT_TRUE(options.verbose);
+  EXPECT_THAT(options.given, testing::UnorderedElementsAre("--headless", "--capture", "--share",
+                                                           "--port", "--verbose"));
   EXPECT_EQ(optionsOf({"--headless", "--config", "a b.json"}).config, "a b.json");
   EXPECT_EQ(optionsOf({"--headless", "--profile=/a"}).profile, "/a");
   EXPECT_EQ(optionsOf({"--headless", "--capture", "pattern"}).capture, CaptureRoad::pattern);
@@ -97,6 +99,27 @@ TEST(CommandLine, AWrongCommandLineEndsWithStatus2AndSaysWhy) {
   EXPECT_EQ(exitOf({"--headless", "--port"}).status, 2);
   EXPECT_EQ(exitOf({"--headless", "--capture", "mirror"}).status, 2);
   EXPECT_EQ(exitOf({"--headless", "extra"}).status, 2);
+}
+
+TEST(CommandLine, AMistakeIsToldInASentenceThatNamesIt) {
+  const auto text = [](std::initializer_list<const char*> words) { return exitOf(words).text; };
+  constexpr const char* end = "; --help lists the options\n";
+  EXPECT_EQ(text({"-p", "80"}), std::string("tarvinel: it does not understand \"-p\"") + end);
+  EXPECT_EQ(text({"--port"}), std::string("tarvinel: --port needs N behind it") + end);
+  EXPECT_EQ(text({"--port", "1", "--port", "2"}),
+            std::string("tarvinel: --port can be given only once") + end);
+  EXPECT_EQ(text({"--port", "80x"}),
+            std::string("tarvinel: --port: \"80x\" is not a number from 0 to 65535") + end);
+  EXPECT_EQ(
+      text({"--capture", "video"}),
+      std::string("tarvinel: --capture: \"video\" is none of auto, x11, portal, pattern") + end);
+  EXPECT_EQ(text({"--uploads=no"}),
+            std::string("tarvinel: --uploads takes nothing behind it") + end);
+  EXPECT_EQ(text({"--config", ""}), std::string("tarvinel: --config: it is empty") + end);
+  EXPECT_EQ(text({"--a\x1b[2J"}),
+            std::string("tarvinel: it does not understand \"--a?[2J\"") + end);
+  EXPECT_EQ(text({"--autostart", "on", "--share", "display-1"}),
+            std::string("tarvinel: --autostart takes no other option beside it") + end);
 }
 
 TEST(CommandLine, TheHelpNamesTheRoadsOfTheCapture) {

@@ -77,6 +77,11 @@ TEST_F(ConfigurationTest, AFileThatWasAskedForAndDoesNotExistIsTold) {
   EXPECT_EQ(Configuration::load(options, log.log()).problem,
             "config at " + file + " does not exist");
   EXPECT_THAT(log.lines(), IsEmpty());
+  const std::string profile = (folder / "Profile/config.json").native();
+  EXPECT_EQ(load("{}").problem, "profile at " + profile + " does not exist");
+  EXPECT_THAT(log.lines(), IsEmpty());
+  options.profile.reset();
+  EXPECT_EQ(load("{}").problem, std::nullopt);
 }
 
 }  // namespace

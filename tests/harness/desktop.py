@@ -49,10 +49,10 @@ class DesktopSession:
         eventually(lambda: "window id" in self.screen.run(
             "xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), LIMIT, "the window manager")
 
-    def launch_again(self, *arguments):
+    def launch_again(self):
         """Starts the program once more, to its end; returns what it printed."""
-        done = subprocess.run([executable(), *arguments], env=self.env, capture_output=True,
-                              text=True, timeout=LIMIT)
+        done = subprocess.run([executable()], env=self.env, capture_output=True, text=True,
+                              timeout=LIMIT)
         assert done.returncode == 0, done.stderr
         return done.stdout
 

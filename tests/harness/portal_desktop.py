@@ -16,24 +16,11 @@ from .desktop import TOOLKIT_LEAKS
 from .plain_window import PlainWindow
 from .process import Process
 from .program import Program
+from .session_bus import CONFIGURATION as BUS_CONFIGURATION
 from .waiting import eventually
 
 LIMIT = 20
 USER = "nobody"
-
-BUS = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig>
-  <type>session</type>
-  <listen>unix:path={bus}</listen>
-  <policy context="default">
-    <allow user="*"/>
-    <allow send_destination="*" eavesdrop="true"/>
-    <allow eavesdrop="true"/>
-    <allow own="*"/>
-  </policy>
-</busconfig>
-"""
 
 
 class PortalDesktop:
@@ -65,7 +52,7 @@ class PortalDesktop:
 
     def _files(self):
         """Files that are needed, by name."""
-        return {"bus.conf": BUS}
+        return {"bus.conf": BUS_CONFIGURATION}
 
     def _variables(self):
         """What the desktop adds to the environment."""
@@ -157,7 +144,7 @@ class PortalDesktop:
         self.env = {**self._environment(), **self._variables()}
 
     def _places(self):
-        return {"bus": self._runtime / "bus", "folder": self.folder}
+        return {"listen": self.bus_address, "folder": self.folder}
 
     def _give(self, *paths):
         if os.geteuid() == 0:

@@ -12,6 +12,8 @@ from .waiting import eventually
 
 HOST = "127.0.0.1"
 START_LIMIT = 20
+# a command that ends with its terminal also where the tests themselves run under nohup
+WITH_TERMINAL = ("env", "--default-signal=HUP")
 SANITIZER_MARKS = ("ERROR: AddressSanitizer", "ERROR: LeakSanitizer",
                    "WARNING: ThreadSanitizer", "runtime error:")
 

@@ -5,12 +5,14 @@ from pathlib import Path
 from .process import Process
 from .waiting import eventually
 
+# Of any user, since what is tested may run as another one than the test.
 CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
   <type>session</type>
-  <listen>unix:dir={folder}</listen>
+  <listen>{listen}</listen>
   <policy context="default">
+    <allow user="*"/>
     <allow send_destination="*" eavesdrop="true"/>
     <allow eavesdrop="true"/>
     <allow own="*"/>
@@ -24,7 +26,7 @@ class SessionBus:
 
     def __init__(self, folder):
         configuration = Path(folder) / "bus.conf"
-        configuration.write_text(CONFIGURATION.format(folder=folder))
+        configuration.write_text(CONFIGURATION.format(listen=f"unix:dir={folder}"))
         self._process = Process(
             ["dbus-daemon", f"--config-file={configuration}", "--print-address", "--nofork",
              "--nopidfile"], folder, "dbus-daemon")

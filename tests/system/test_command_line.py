@@ -1,11 +1,13 @@
 """The command line, the console and the ways to end."""
+import re
 import signal
 import socket
 import subprocess
+from pathlib import Path
 
 import pytest
 
-from harness.program import executable, list_sources, private_env
+from harness.program import WITH_TERMINAL, executable, list_sources, private_env
 from harness.waiting import eventually
 
 
@@ -39,6 +41,19 @@ def test_wrong_command_line(tmp_path, arguments):
     assert done.stderr
 
 
+@pytest.mark.parametrize("arguments", [
+    ["--help"], ["--version"], ["--list-sources", "--capture", "pattern"], ["--doctor"],
+    ["--autostart", "off"]], ids=" ".join)
+def test_what_could_not_be_printed_does_not_go_unnoticed(tmp_path, arguments):
+    """The disk that standard output goes to is full."""
+    with open("/dev/full", "wb", buffering=0) as full:
+        done = subprocess.run([executable(), *arguments], stdout=full, stderr=subprocess.PIPE,
+                              text=True, timeout=20, stdin=subprocess.DEVNULL,
+                              env=private_env(tmp_path))
+    assert done.returncode == 1
+    assert done.stderr.endswith("tarvinel: standard output cannot be written to\n")
+
+
 def test_autostart(tmp_path):
     entry = tmp_path / "config/autostart/org.tarvinel.Tarvinel.desktop"
     done = run(tmp_path, "--autostart", "on")
@@ -68,16 +83,31 @@ def test_list_sources_of_a_display(x, tmp_path):
     assert all(sources.values())
 
 
+def test_list_sources_without_a_screen_tells_what_to_do(tmp_path):
+    done = run(tmp_path, "--list-sources", "--capture", "x11")
+    assert (done.returncode, done.stdout) == (1, "")
+    reason, advice = done.stderr.splitlines()
+    assert reason.endswith("there is no X server: DISPLAY is not set")
+    assert advice == ("tarvinel: there is nothing to list, as the log says above; --doctor tells "
+                      "what to do")
+
+
 def test_address_on_standard_output(start):
     program = start("--capture", "pattern")
     program.wait_for_line(rf"http://\S+:{program.listening_port()}\b")
 
 
-@pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT])
+@pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT, signal.SIGHUP])
 def test_signals_end_it_in_order(start, number):
-    program = start("--capture", "pattern", "--share", "display-1")
+    program = start("--capture", "pattern", "--share", "display-1", prefix=WITH_TERMINAL)
     program.signal(number)
     assert program.wait(10) == 0
+
+
+def test_under_nohup_it_outlives_its_terminal(start):
+    program = start("--capture", "pattern", prefix=["nohup"])
+    ignored = re.search(r"^SigIgn:\t(\w+)", Path(f"/proc/{program.pid}/status").read_text(), re.M)
+    assert int(ignored[1], 16) & 1 << (signal.SIGHUP - 1)
 
 
 def test_signal_right_after_the_start(start):
@@ -141,7 +171,8 @@ def test_port_taken(start):
         port = holder.getsockname()[1]
         program = start("--capture", "pattern", port=port, listening=False)
         assert program.wait(10) == 1
-    assert f"Can't listen on port {port}: " in program.stdout + program.stderr
+    assert f"Can't listen on port {port}: Address already in use\n" in program.stdout
+    assert program.stderr.endswith("tarvinel: --doctor tells what to do about the port\n")
 
 
 def test_port_refused(network, start):

@@ -8,9 +8,11 @@ import pytest
 
 from harness.desktop import NO_BUS
 from harness.doctor import look
+from harness.fake_firewalld import FakeFirewalld
 from harness.installed import AS_USER, give_capability
 from harness.panel import Tint2
 from harness.program import executable, private_env
+from harness.session_bus import SessionBus
 from harness.terminal import Terminal
 from harness.wayland import WaylandSession
 
@@ -295,6 +297,48 @@ def test_a_firewall(tmp_path):
     (ufw / "user.rules").write_text(rule.format(8080))
     report = look(tmp_path, "--system-root", tmp_path / "root", "--port", "8080")
     assert report.texts("Firewall") == ["ufw is on and lets viewers in at port 8080."]
+
+
+ADVICE = "sudo firewall-cmd --permanent --zone={} --add-{} && sudo firewall-cmd --reload"
+OPEN = (FINE, "firewalld runs and lets viewers in at port 80.", ())
+
+
+def shut(zone):
+    return (MEND, f"firewalld runs, and its zone {zone} keeps viewers out of port 80.",
+            ("Let viewers in: " + ADVICE.format(zone, "port=80/tcp"),))
+
+
+def without_names(zone):
+    return (KNOW, f"The zone {zone} of firewalld keeps out who looks for the name; the address with "
+                  "numbers works.", ("Let the name be found: " + ADVICE.format(zone, "service=mdns"),))
+
+
+ONLY_FOR_ROOT = (
+    KNOW, "firewalld runs; which ports it lets in only root can see.",
+    ("See: sudo firewall-cmd --zone=public --list-all",
+     "Let viewers in: " + ADVICE.format("public", "port=80/tcp"),
+     "Let the name be found: " + ADVICE.format("public", "service=mdns")))
+
+
+@pytest.mark.parametrize("firewall, findings", [
+    ({"lets_in": {"public": ["ssh"]}}, [shut("public"), without_names("public")]),
+    ({"lets_in": {"public": ["80/tcp", "mdns"]}}, [OPEN]),
+    ({"lets_in": {"public": ["http", "5353/udp"]}}, [OPEN]),
+    ({"lets_in": {}, "default": "trusted"}, [OPEN]),
+    ({"lets_in": {"public": ["http", "mdns"], "home": []}, "zones": {"eth0": "home"}},
+     [shut("home"), without_names("home")]),
+    ({"lets_in": None}, [ONLY_FOR_ROOT]),
+], ids=["shut", "port", "service", "trusted", "another zone", "only for root"])
+def test_firewalld(network, tmp_path, firewall, findings):
+    bus = SessionBus(tmp_path)
+    firewalld = FakeFirewalld(bus.address, **firewall)
+    try:
+        report = look(tmp_path, "--system-root", tmp_path, prefix=network.exec_in_server(),
+                      variables={"DBUS_SYSTEM_BUS_ADDRESS": bus.address})
+    finally:
+        firewalld.stop()
+        bus.stop()
+    assert report.findings["Firewall"] == findings
 
 
 def test_no_firewall(tmp_path):

@@ -24,9 +24,9 @@ def terminal(tmp_path):
     profile.mkdir()
     (profile / "config.json").write_text('{"hostname": ""}')
 
-    def start_program(*arguments, env=None):
-        made = Terminal([executable(), "--profile", profile, "--port", "0", *arguments],
-                        env or private_env(tmp_path))
+    def start_program(*arguments, env=None, bare=False):
+        options = () if bare else ("--profile", profile, "--port", "0")
+        made = Terminal([executable(), *options, *arguments], env or private_env(tmp_path))
         started.append(made)
         return made
 
@@ -56,8 +56,9 @@ def test_a_tray_from_a_terminal(desktop, terminal):
     end(program)
 
 
-def test_a_window_from_a_terminal(desktop, terminal):
-    program = terminal(env=desktop.env)
+def test_a_window_from_a_terminal(desktop, terminal, tmp_path):
+    program = terminal("--config", tmp_path / "typo.json", env=desktop.env)
+    program.wait_for(re.escape(f"config at {tmp_path}/typo.json does not exist\n"))
     program.wait_for(ADDRESS)
     program.wait_for(re.escape(IN_THE_WINDOW))
     assert desktop.window()
@@ -103,11 +104,26 @@ def test_a_second_start(desktop, terminal):
     desktop.start_tray()
     first = terminal(env=desktop.env)
     first.wait_for(re.escape(IN_THE_PANEL))
-    second = terminal(env=desktop.env)
+    second = terminal(env=desktop.env, bare=True)
     assert second.wait() == 0
     assert second.shown == "Tarvinel is already running: its window is open now\n"
     eventually(desktop.window, LIMIT, "the window")
     end(first)
+
+
+def test_a_second_start_with_options_tells_that_nothing_came_of_them(desktop, start, tmp_path):
+    tray = desktop.start_tray()
+    first = start_from_a_launcher(start, desktop)
+    tray.item().entry("Not sharing")
+    second = subprocess.run(
+        [executable(), "--capture", "x11", "--share", "display-1", "--port", "0", "--uploads"],
+        env=desktop.env, capture_output=True, text=True, timeout=LIMIT)
+    assert (second.returncode, second.stdout) == (1, "")
+    assert second.stderr == (
+        "tarvinel: it is already running, so nothing came of --capture, --share, --port, "
+        "--uploads; use its window, which is open now, or quit it and start again\n")
+    eventually(desktop.window, LIMIT, "the window")
+    assert not first.status()["sharing"]
 
 
 def test_into_a_pipe(desktop, tmp_path):

@@ -13,7 +13,7 @@ from harness import panel as panels
 from harness import pixels, uploads
 from harness.desktop import NO_BUS
 from harness.panel import LXQtPanel, Tint2
-from harness.program import display_ids, executable, private_env
+from harness.program import WITH_TERMINAL, display_ids, executable, private_env
 from harness.shown_page import SCREENSHOTS
 from harness.viewer import Viewer
 from harness.waiting import eventually
@@ -191,9 +191,9 @@ def test_sharing_from_the_start(desktop, launch, tmp_path):
     eventually(lambda: item.entry("Uploads").is_on, LIMIT, "uploads are open")
 
 
-@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
 def test_signals_end_it_in_order(launch, number):
-    program = launch()
+    program = launch(prefix=WITH_TERMINAL)
     program.signal(number)
     assert program.wait(LIMIT) == 0
 
@@ -230,7 +230,7 @@ def test_second_launch_opens_the_window(desktop, launch):
     program = launch()
     tray.item()
     assert not desktop.window()
-    assert "already running" in desktop.launch_again("--port", "0")
+    assert "already running" in desktop.launch_again()
     eventually(desktop.window, LIMIT, "the window")
     assert len(tray.items()) == 1
     assert program.running()

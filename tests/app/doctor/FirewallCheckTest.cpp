@@ -33,20 +33,42 @@ TEST(FirewallCheck, Ufw) {
                        {"See: sudo ufw status", "Let viewers in: sudo ufw allow 80/tcp"}}}));
 }
 
+constexpr const char* letViewersIn =
+    "Let viewers in: sudo firewall-cmd --permanent --zone=home --add-port=80/tcp && sudo "
+    "firewall-cmd --reload";
+constexpr const char* letTheNameBeFound =
+    "Let the name be found: sudo firewall-cmd --permanent --zone=home --add-service=mdns && sudo "
+    "firewall-cmd --reload";
+
+FirewallFacts firewalldWith(std::optional<bool> viewers, std::optional<bool> names) {
+  return {.port = 80,
+          .firewalldRuns = true,
+          .firewalldZone = "home",
+          .firewalldLetsIn = viewers,
+          .firewalldLetsNamesIn = names};
+}
+
 TEST(FirewallCheck, Firewalld) {
-  const std::string open =
-      "Let viewers in: sudo firewall-cmd --permanent --add-port=80/tcp && sudo firewall-cmd "
-      "--reload";
-  EXPECT_EQ(judge(FirewallFacts{.port = 80, .firewalldRuns = true, .firewalldLetsIn = true}),
-            (Findings{{fine, "firewalld runs and lets viewers in at port 80.", {}}}));
-  EXPECT_EQ(judge(FirewallFacts{.port = 80, .firewalldRuns = true, .firewalldLetsIn = false}),
+  const Finding letsIn{fine, "firewalld runs and lets viewers in at port 80.", {}};
+  EXPECT_EQ(judge(firewalldWith(true, true)), Findings{letsIn});
+  EXPECT_EQ(judge(firewalldWith(false, true)),
             (Findings{{toBeMended,
-                       "firewalld runs, and its default zone keeps viewers out of port 80.",
-                       {open}}}));
-  EXPECT_EQ(judge(FirewallFacts{.port = 80, .firewalldRuns = true}),
+                       "firewalld runs, and its zone home keeps viewers out of port 80.",
+                       {letViewersIn}}}));
+  EXPECT_EQ(judge(firewalldWith(std::nullopt, std::nullopt)),
             (Findings{{worthKnowing,
-                       "firewalld runs; which ports it lets in cannot be told.",
-                       {"See: sudo firewall-cmd --list-all", open}}}));
+                       "firewalld runs; which ports it lets in only root can see.",
+                       {"See: sudo firewall-cmd --zone=home --list-all", letViewersIn,
+                        letTheNameBeFound}}}));
+  FirewallFacts facts = firewalldWith(true, false);
+  EXPECT_EQ(judge(facts),
+            (Findings{letsIn,
+                      {worthKnowing,
+                       "The zone home of firewalld keeps out who looks for the name; the address "
+                       "with numbers works.",
+                       {letTheNameBeFound}}}));
+  facts.hasName = false;
+  EXPECT_EQ(judge(facts), Findings{letsIn});
 }
 
 TEST(FirewallCheck, RulesThatAreLoadedAtStart) {
@@ -79,7 +101,7 @@ TEST(UfwRules, KeepOutEveryoneElse) {
 
 class FirewallFactsTest : public testing::Test {
  protected:
-  FirewallFacts facts() const { return FirewallFacts::of(80, root.path()); }
+  FirewallFacts facts() const { return FirewallFacts::of({}, root.path()); }
 
   test::TemporaryFolder root;
 };

@@ -12,6 +12,7 @@ class TerminationSignalsTest : public testing::TestWithParam<int> {};
 
 TEST_P(TerminationSignalsTest, AreCaughtOnce) {
   std::promise<void> caught;
+  std::signal(GetParam(), SIG_DFL);  // the tests themselves may run under nohup
   {
     const TerminationSignals waiting([&caught] { caught.set_value(); });
     ASSERT_EQ(std::raise(GetParam()), 0);
@@ -24,7 +25,7 @@ TEST_P(TerminationSignalsTest, AreCaughtOnce) {
   EXPECT_EQ(handling.sa_handler, SIG_DFL) << "nothing is left behind";
 }
 
-INSTANTIATE_TEST_SUITE_P(Both, TerminationSignalsTest, testing::Values(SIGINT, SIGTERM));
+INSTANTIATE_TEST_SUITE_P(All, TerminationSignalsTest, testing::Values(SIGINT, SIGTERM, SIGHUP));
 
 }  // namespace
 }  // namespace tarvinel

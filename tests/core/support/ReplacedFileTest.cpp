@@ -42,5 +42,12 @@ TEST(ReplacedFileTest, ThrowsAndKeepsTheOldContentWhenItCannotWrite) {
   EXPECT_EQ(folder.read("file"), "old");
 }
 
+TEST(ReplacedFileTest, LeavesNoPartOfTheNewContentWhenItFails) {
+  const TemporaryFolder folder;
+  folder.write("file/in the way", "");
+  EXPECT_THROW(replaceFile(folder / "file", "new"), std::system_error);
+  EXPECT_FALSE(std::filesystem::exists(folder / "file.new"));
+}
+
 }  // namespace
 }  // namespace tarvinel

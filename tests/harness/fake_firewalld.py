@@ -1,0 +1,50 @@
+"""A stand-in for firewalld on a bus, which answers as version 1.3 does."""
+from gi.repository import Gio, GLib
+
+from .bus_service import BusService
+
+NAME = "org.fedoraproject.FirewallD1"
+PATH = "/org/fedoraproject/FirewallD1"
+REFUSAL = f"{NAME}.NotAuthorizedException"
+XML = f"""<node>
+<interface name="{NAME}">
+  <method name="getDefaultZone"><arg type="s" direction="out"/></method>
+</interface>
+<interface name="{NAME}.zone">
+  <method name="getZoneOfInterface">
+    <arg type="s" direction="in"/><arg type="s" direction="out"/></method>
+  <method name="queryPort">
+    <arg type="s" direction="in"/><arg type="s" direction="in"/><arg type="s" direction="in"/>
+    <arg type="b" direction="out"/></method>
+  <method name="queryService">
+    <arg type="s" direction="in"/><arg type="s" direction="in"/><arg type="b" direction="out"/></method>
+</interface>
+</node>"""
+
+
+class FakeFirewalld(BusService):
+    """Its default zone is "public", unless another is the `default`; `zones` names those that network
+    cards are in. `lets_in` has lists of services, and of ports as "80/tcp", by zone; None where only
+    root is told."""
+
+    def __init__(self, bus_address, lets_in, zones=(), default="public"):
+        self._lets_in, self._zones, self._default = lets_in, dict(zones), default
+        super().__init__(bus_address, NAME, PATH, XML)
+
+    def called(self, sender, method, arguments):
+        if method == "getDefaultZone":
+            return GLib.Variant("(s)", (self._default,))
+        if method == "getZoneOfInterface":
+            return GLib.Variant("(s)", (self._zones.get(arguments[0], ""),))
+        zone, *what = arguments
+        return GLib.Variant("(b)", ("/".join(what) in self._lets_in.get(zone or self._default, ()),))
+
+    def _called(self, connection, sender, path, interface, method, arguments, invocation):
+        if self._lets_in is None and method.startswith("query"):
+            invocation.return_dbus_error(REFUSAL, "Not Authorized(polkit)")
+        else:
+            invocation.return_value(self.called(sender, method, arguments))
+
+    def _export(self, path, xml):
+        for interface in Gio.DBusNodeInfo.new_for_xml(xml).interfaces:
+            self._connection.register_object(path, interface, self._called, None, None)
