@@ -16,9 +16,8 @@
  *   bitmapat OFFSET             where in the facts the bitmap is said to be
  *   send                        "sent", or "none" when there is no free buffer
  *   forget                      the same but for telling anybody, as if that got lost: "forgotten"
- *   sealable                    lets others seal the memory of the buffers that will come
  *   forgetful BUFFERS           gives so many of the buffers that will come no memory at all
- *   shrink BYTES                cuts off the memory of all buffers: "shrunk", or "sealed"
+ *   shrink BYTES                cuts off the memory of all buffers: "shrunk"
  *   flicker                     cuts it off and gives it back all the time, beside what else it does
  *   steady                      ends that, the memory given back: "steady"
  *   close                       takes the node away
@@ -56,7 +55,6 @@ static struct {
   struct spa_meta_bitmap bitmap;
   uint32_t bitmap_colour;
   int fds[most_buffers];
-  bool sealable;
   uint32_t without_memory;
   pthread_t flickering;
   atomic_bool flickers;
@@ -153,7 +151,7 @@ static void add_buffer(void *data, struct pw_buffer *buffer) {
   }
   struct spa_data *told = &buffer->buffer->datas[0];
   const uint32_t size = own.true_size ? own.true_size : picture_bytes();
-  const int fd = memfd_create("producer", MFD_CLOEXEC | (own.sealable ? MFD_ALLOW_SEALING : 0));
+  const int fd = memfd_create("producer", MFD_CLOEXEC);
   if (ftruncate(fd, size) != 0) abort();
   told->type = SPA_DATA_MemFd;
   told->flags = SPA_DATA_FLAG_READWRITE;
@@ -289,10 +287,9 @@ static void set_format(const char *name, uint32_t width, uint32_t height) {
   pw_stream_update_params(own.stream, params, 1);
 }
 
-static bool truncate_all(const int *fds, uint32_t size) {
-  bool done = true;
-  for (int i = 0; i < most_buffers; ++i) done &= fds[i] == 0 || ftruncate(fds[i], size) == 0;
-  return done;
+static void truncate_all(const int *fds, uint32_t size) {
+  for (int i = 0; i < most_buffers; ++i)
+    if (fds[i] != 0 && ftruncate(fds[i], size) != 0) abort();
 }
 
 /* The buffers may go meanwhile: it has descriptors of its own. */
@@ -333,9 +330,7 @@ static void command(char **words, int count) {
   if (strcmp(verb, "send") == 0) send_picture();
   if (strcmp(verb, "forget") == 0) forget_picture();
   if (strcmp(verb, "forgetful") == 0) own.without_memory = number(given[0]);
-  if (strcmp(verb, "sealable") == 0) own.sealable = true;
-  if (strcmp(verb, "shrink") == 0)
-    say(truncate_all(own.fds, number(given[0])) ? "shrunk" : "sealed");
+  if (strcmp(verb, "shrink") == 0) truncate_all(own.fds, number(given[0])), say("shrunk");
   if (strcmp(verb, "flicker") == 0) begin_flickering();
   if (strcmp(verb, "steady") == 0) end_flickering(), say("steady");
   if (strcmp(verb, "format") == 0) set_format(given[0], number(given[1]), number(given[2]));

@@ -1,6 +1,5 @@
 #include "tests/support/MemoryFile.h"
 
-#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -8,14 +7,9 @@
 
 namespace tarvinel::test {
 
-MemoryFile::MemoryFile(const std::vector<std::uint8_t>& bytes, Seals seals)
-    : file_(
-          memfd_create("test", MFD_CLOEXEC | (seals == Seals::allowed ? MFD_ALLOW_SEALING : 0U))) {
+MemoryFile::MemoryFile(const std::vector<std::uint8_t>& bytes)
+    : file_(memfd_create("test", MFD_CLOEXEC)) {
   if (!write(0, bytes)) throw std::runtime_error("no file of memory");
-}
-
-bool MemoryFile::seal() {
-  return fcntl(descriptor(), F_ADD_SEALS, F_SEAL_SHRINK) == 0;
 }
 
 bool MemoryFile::resize(std::size_t bytes) {

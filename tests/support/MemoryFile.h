@@ -11,14 +11,9 @@ namespace tarvinel::test {
 /// A file of memory such as producers of pictures share.
 class MemoryFile {
  public:
-  enum class Seals : std::uint8_t { refused, allowed };
-
-  MemoryFile(const std::vector<std::uint8_t>& bytes, Seals seals);
+  explicit MemoryFile(const std::vector<std::uint8_t>& bytes);
 
   int descriptor() const { return file_.get(); }
-
-  /// Its owner's seal against shrinking. False when that is refused, as in the others.
-  bool seal();
   bool resize(std::size_t bytes);
   bool write(std::size_t offset, const std::vector<std::uint8_t>& bytes);
 

@@ -2,6 +2,7 @@
 
 #include "app/capture/portal/PortalError.h"
 #include "app/capture/portal/StreamBuffer.h"
+#include "app/capture/portal/TruncationGuard.h"
 
 #include <fcntl.h>
 #include <pipewire/pipewire.h>
@@ -357,7 +358,7 @@ bool PipeWireStream::hasPicture(const pw_buffer& buffer) {
   if (!format_) return false;
   const StreamBuffer given(buffer);
   if (given.picture(*format_)) return true;
-  if (given.toldPicture(*format_)) noteCutOff();
+  if (given.toldPicture(*format_)) loseTrack();
   return false;
 }
 
@@ -369,30 +370,23 @@ void PipeWireStream::noteDamage(const pw_buffer& buffer) {
 
 void PipeWireStream::show(const pw_buffer& buffer) {
   const StreamBuffer given(buffer);
+  const auto picture = given.picture(*format_);
   noteView(given.content(frameArea()), given.transform());
-  const auto picture = readable(given);
-  if (!picture) return damage_.reset();
+  if (!picture) return loseTrack();
   const auto changed = damage_ ? std::optional(within(*damage_, content_)) : std::nullopt;
   damage_.emplace();
+  const TruncationGuard guard(given.sharedMap());
   const auto turned = upright_.turn(picture->part(content_), transform_, changed);
   handlers_.onPicture(turned.picture, turned.changed);
+  if (guard.wasTruncated()) loseTrack();
 }
 
-/// Looked at where it lies only when its memory cannot be cut off meanwhile.
-std::optional<RawPicture> PipeWireStream::readable(const StreamBuffer& buffer) {
-  const auto memory = buffer.memoryThatMayShrink();
-  auto picture = buffer.picture(*format_);
-  if (memory && picture) {
-    picture = copy_.read(*memory, buffer.placeOf(*picture), *picture, damage_);
-  }
-  if (!picture) noteCutOff();
-  return picture;
-}
-
-/// Said once: such a producer may go on like that.
-void PipeWireStream::noteCutOff() {
-  if (std::exchange(toldCutOff_, true)) return;
-  logger_->warn("dropped a picture: the desktop gave less memory than it said, or took it back");
+/// The picture was not there, or not all of it: the next one is taken as a whole. Said once, since
+/// such a producer may go on like that.
+void PipeWireStream::loseTrack() {
+  damage_.reset();
+  if (std::exchange(toldLoss_, true)) return;
+  logger_->warn("lost a picture: the desktop gave less memory than it said, or took it back");
 }
 
 /// Another part of the frame, or another side of it up, is another picture in which the cursor

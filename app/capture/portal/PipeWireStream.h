@@ -2,7 +2,6 @@
 
 #include "app/capture/PixelRect.h"
 #include "app/capture/portal/CursorFacts.h"
-#include "app/capture/portal/PictureCopy.h"
 #include "app/capture/portal/RawPicture.h"
 #include "app/capture/portal/StreamBuffers.h"
 #include "app/capture/portal/UprightPicture.h"
@@ -26,8 +25,6 @@ struct pw_buffer;
 struct spa_pod;
 
 namespace tarvinel {
-
-class StreamBuffer;
 
 /// Takes pictures from one node of a PipeWire media server. Its loop runs on the capture queue,
 /// where everything is reported; the queue outlives it. Handlers other than `onPicture` may destroy
@@ -91,8 +88,7 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   bool hasPicture(const pw_buffer& buffer);
   void noteDamage(const pw_buffer& buffer);
   void show(const pw_buffer& buffer);
-  std::optional<RawPicture> readable(const StreamBuffer& buffer);
-  void noteCutOff();
+  void loseTrack();
   void noteView(const PixelRect& content, const VideoTransform& transform);
   void noteCursor(const pw_buffer& buffer);
   void showCursor();
@@ -116,8 +112,7 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   bool serverAnswers_ = false;
   bool cursorChanged_ = false;  ///< and was not shown yet
   VideoTransform transform_;    ///< of the last picture
-  PictureCopy copy_;            ///< of memory that may be cut off
-  bool toldCutOff_ = false;
+  bool toldLoss_ = false;
   UprightPicture upright_;
   bool isReady_ = false;
   bool reportedReady_ = false;

@@ -2,6 +2,7 @@
 
 #include <pipewire/stream.h>
 #include <spa/buffer/meta.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 
@@ -19,15 +20,13 @@ RawRegion regionOf(const spa_meta_region& meta) {
           meta.region.size.height};
 }
 
-SharedMemory memoryOf(const spa_data& data) {
-  return SharedMemory(static_cast<int>(data.fd));
-}
-
 // A producer may say more than its memory has: looking further would end the program.
 std::size_t readableBytes(const spa_data& data) {
   if (data.type == SPA_DATA_MemPtr) return data.maxsize;
-  if (data.type != SPA_DATA_MemFd) return 0;
-  return std::min<std::size_t>(memoryOf(data).bytesFrom(data.mapoffset), data.maxsize);
+  struct stat file {};
+  if (data.type != SPA_DATA_MemFd || fstat(static_cast<int>(data.fd), &file) != 0) return 0;
+  const std::int64_t there = std::max<std::int64_t>(file.st_size - data.mapoffset, 0);
+  return std::min<std::size_t>(static_cast<std::size_t>(there), data.maxsize);
 }
 
 bool isCorrupted(const pw_buffer& buffer) {
@@ -71,16 +70,11 @@ std::optional<RawPicture> StreamBuffer::toldPicture(const VideoFormat& format) c
   return pictureIn(rawBuffer(*buffer_, *data, data->maxsize), format);
 }
 
-std::optional<SharedMemory> StreamBuffer::memoryThatMayShrink() const {
+SharedMap StreamBuffer::sharedMap() const {
   const spa_data* data = dataOf(*buffer_);
-  if (data == nullptr || data->type != SPA_DATA_MemFd) return std::nullopt;
-  const SharedMemory memory = memoryOf(*data);
-  return memory.mayShrink() ? std::optional(memory) : std::nullopt;
-}
-
-std::int64_t StreamBuffer::placeOf(const RawPicture& picture) const {
-  const spa_data& data = buffer_->buffer->datas[0];
-  return data.mapoffset + (picture.pixels - static_cast<const std::uint8_t*>(data.data));
+  if (data == nullptr || data->type != SPA_DATA_MemFd) return {};
+  return {static_cast<const std::uint8_t*>(data->data), data->maxsize, static_cast<int>(data->fd),
+          data->mapoffset};
 }
 
 PixelRect StreamBuffer::content(const PixelRect& frame) const {

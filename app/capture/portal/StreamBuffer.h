@@ -2,7 +2,7 @@
 
 #include "app/capture/PixelRect.h"
 #include "app/capture/portal/RawPicture.h"
-#include "app/capture/portal/SharedMemory.h"
+#include "app/capture/portal/TruncationGuard.h"
 #include "app/capture/portal/VideoFormat.h"
 #include "app/capture/portal/VideoTransform.h"
 
@@ -35,12 +35,8 @@ class StreamBuffer {
   /// The same as the producer tells it, whether there is memory for it or not: not to be looked at.
   std::optional<RawPicture> toldPicture(const VideoFormat& format) const;
 
-  /// The picture's memory when that may be cut off while it is looked at; never that which the
-  /// media server made.
-  std::optional<SharedMemory> memoryThatMayShrink() const;
-
-  /// Where in that memory a picture of this buffer begins.
-  std::int64_t placeOf(const RawPicture& picture) const;
+  /// The picture's memory when another process may truncate it; none of what the media server made.
+  SharedMap sharedMap() const;
 
   /// Where in the frame the content is: all of it unless the producer says otherwise.
   PixelRect content(const PixelRect& frame) const;
