@@ -14,8 +14,8 @@ ChosenCapture chooseCapture(const CommandLineOptions& options) {
   const CaptureDecision decision = decideCaptureRoad(options.capture, environment, xServerAnswers);
   const auto tokens = std::make_shared<RestoreTokens>();
   return {decision,
-          [road = decision.road, environment, tokens](SerialQueue& queue) {
-            return makeCaptureService(road, environment, tokens, queue);
+          [road = decision.road, environment, tokens, log = logFor(options)](SerialQueue& queue) {
+            return makeCaptureService(road, environment, tokens, log, queue);
           },
           tokens};
 }

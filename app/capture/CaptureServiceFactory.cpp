@@ -60,11 +60,13 @@ bool xServerAnswers(const std::string& display) {
 
 std::unique_ptr<ScreenCaptureService> makeCaptureService(
     CaptureRoad road, const CaptureEnvironment& environment,
-    const std::shared_ptr<RestoreTokens>& tokens, SerialQueue& queue) {
+    const std::shared_ptr<RestoreTokens>& tokens, const Log& log, SerialQueue& queue) {
   if (road == CaptureRoad::x11) {
     return std::make_unique<X11CaptureService>(queue, environment.display);
   }
-  if (road == CaptureRoad::portal) return std::make_unique<PortalCaptureService>(queue, tokens);
+  if (road == CaptureRoad::portal) {
+    return std::make_unique<PortalCaptureService>(queue, log.category("capture"), tokens);
+  }
   return std::make_unique<PatternCaptureService>(queue);
 }
 

@@ -11,6 +11,8 @@
 
 namespace tarvinel {
 
+class Log;
+
 /// By which road pictures of the screen come.
 enum class CaptureRoad : std::uint8_t { automatic, x11, portal, pattern };
 
@@ -42,6 +44,6 @@ bool xServerAnswers(const std::string& display);
 /// for the desktop's portal.
 std::unique_ptr<ScreenCaptureService> makeCaptureService(
     CaptureRoad road, const CaptureEnvironment& environment,
-    const std::shared_ptr<RestoreTokens>& tokens, SerialQueue& queue);
+    const std::shared_ptr<RestoreTokens>& tokens, const Log& log, SerialQueue& queue);
 
 }  // namespace tarvinel

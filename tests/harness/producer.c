@@ -15,12 +15,18 @@
  *   cursor ID X Y HOTX HOTY     bitmap FORMAT W H STRIDE OFFSET RGBA | nobitmap
  *   bitmapat OFFSET             where in the facts the bitmap is said to be
  *   send                        "sent", or "none" when there is no free buffer
- *   shrink BYTES                cuts off the memory of all buffers
+ *   forget                      the same but for telling anybody, as if that got lost: "forgotten"
+ *   forgetful BUFFERS           gives so many of the buffers that will come no memory at all
+ *   shrink BYTES                cuts off the memory of all buffers: "shrunk"
+ *   flicker                     cuts it off and gives it back all the time, beside what else it does
+ *   steady                      ends that, the memory given back: "steady"
  *   close                       takes the node away
  */
 #define _GNU_SOURCE
 #include <pipewire/pipewire.h>
+#include <pthread.h>
 #include <spa/param/video/format-utils.h>
+#include <stdatomic.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -40,7 +46,7 @@ static struct {
   uint32_t told, true_size;
   uint32_t colours[4];
   char chunk[3][32];
-  uint32_t header_flags, chunk_flags;
+  uint32_t header_flags, chunk_flags, told_pictures;
   uint32_t damage_count;
   struct spa_region damages[most_damage], cropped;
   uint32_t transformed;
@@ -49,6 +55,9 @@ static struct {
   struct spa_meta_bitmap bitmap;
   uint32_t bitmap_colour;
   int fds[most_buffers];
+  uint32_t without_memory;
+  pthread_t flickering;
+  atomic_bool flickers;
   uint32_t named;
 } own;
 
@@ -136,6 +145,10 @@ static void state_changed(void *data, enum pw_stream_state before, enum pw_strea
 
 static void add_buffer(void *data, struct pw_buffer *buffer) {
   (void)data;
+  if (own.without_memory > 0) {
+    --own.without_memory;
+    return;
+  }
   struct spa_data *told = &buffer->buffer->datas[0];
   const uint32_t size = own.true_size ? own.true_size : picture_bytes();
   const int fd = memfd_create("producer", MFD_CLOEXEC);
@@ -154,6 +167,7 @@ static void add_buffer(void *data, struct pw_buffer *buffer) {
 
 static void remove_buffer(void *data, struct pw_buffer *buffer) {
   (void)data;
+  if (buffer->buffer->datas[0].type != SPA_DATA_MemFd) return;
   const int fd = (int)buffer->buffer->datas[0].fd;
   for (int i = 0; i < most_buffers; ++i)
     if (own.fds[i] == fd) own.fds[i] = 0;
@@ -198,7 +212,7 @@ static void tell_cursor(struct spa_buffer *buffer) {
 static void tell_facts(struct spa_buffer *buffer) {
   struct spa_meta_header *header =
       spa_buffer_find_meta_data(buffer, SPA_META_Header, sizeof *header);
-  if (header) header->flags = own.header_flags;
+  if (header) header->flags = own.header_flags, header->pts = -1, header->seq = own.told_pictures++;
   struct spa_meta *damage = spa_buffer_find_meta(buffer, SPA_META_VideoDamage);
   if (damage) {
     struct spa_region *regions = damage->data;
@@ -214,19 +228,27 @@ static void tell_facts(struct spa_buffer *buffer) {
   tell_cursor(buffer);
 }
 
-static void send_picture(void) {
+static struct pw_buffer *filled_buffer(void) {
   struct pw_buffer *buffer = own.stream ? pw_stream_dequeue_buffer(own.stream) : NULL;
-  if (buffer == NULL) return say("none");
+  if (buffer == NULL) return NULL;
   struct spa_data *data = &buffer->buffer->datas[0];
-  paint((int)data->fd);
+  if (data->type == SPA_DATA_MemFd) paint((int)data->fd);
   data->chunk->offset = as_told(0, 0);
   data->chunk->size = as_told(1, picture_bytes());
   data->chunk->stride = (int32_t)as_told(2, row_bytes());
   data->chunk->flags = (int32_t)own.chunk_flags;
   tell_facts(buffer->buffer);
+  return buffer;
+}
+
+static void send_picture(void) {
+  struct pw_buffer *buffer = filled_buffer();
+  if (buffer == NULL) return say("none");
   pw_stream_queue_buffer(own.stream, buffer);
   say("sent");
 }
+
+static void forget_picture(void) { say(filled_buffer() ? "forgotten" : "none"); }
 
 static const struct pw_stream_events events = {
     PW_VERSION_STREAM_EVENTS,
@@ -265,10 +287,32 @@ static void set_format(const char *name, uint32_t width, uint32_t height) {
   pw_stream_update_params(own.stream, params, 1);
 }
 
-static void shrink(uint32_t size) {
+static void truncate_all(const int *fds, uint32_t size) {
   for (int i = 0; i < most_buffers; ++i)
-    if (own.fds[i] != 0 && ftruncate(own.fds[i], size) != 0) abort();
-  say("shrunk");
+    if (fds[i] != 0 && ftruncate(fds[i], size) != 0) abort();
+}
+
+/* The buffers may go meanwhile: it has descriptors of its own. */
+static void *flicker(void *unused) {
+  (void)unused;
+  int fds[most_buffers];
+  const uint32_t size = picture_bytes();
+  for (int i = 0; i < most_buffers; ++i) fds[i] = own.fds[i] == 0 ? 0 : dup(own.fds[i]);
+  while (own.flickers) truncate_all(fds, 0), truncate_all(fds, size);
+  for (int i = 0; i < most_buffers; ++i)
+    if (fds[i] != 0) close(fds[i]);
+  return NULL;
+}
+
+static void begin_flickering(void) {
+  own.flickers = true;
+  if (pthread_create(&own.flickering, NULL, flicker, NULL) != 0) abort();
+}
+
+static void end_flickering(void) {
+  if (!own.flickers) return;
+  own.flickers = false;
+  pthread_join(own.flickering, NULL);
 }
 
 static uint32_t number(const char *text) { return text ? (uint32_t)strtoll(text, NULL, 0) : 0; }
@@ -284,7 +328,11 @@ static void command(char **words, int count) {
   if (strcmp(verb, "open") == 0) open_node();
   if (strcmp(verb, "close") == 0) close_node();
   if (strcmp(verb, "send") == 0) send_picture();
-  if (strcmp(verb, "shrink") == 0) shrink(number(given[0]));
+  if (strcmp(verb, "forget") == 0) forget_picture();
+  if (strcmp(verb, "forgetful") == 0) own.without_memory = number(given[0]);
+  if (strcmp(verb, "shrink") == 0) truncate_all(own.fds, number(given[0])), say("shrunk");
+  if (strcmp(verb, "flicker") == 0) begin_flickering();
+  if (strcmp(verb, "steady") == 0) end_flickering(), say("steady");
   if (strcmp(verb, "format") == 0) set_format(given[0], number(given[1]), number(given[2]));
   for (int i = 1; strcmp(verb, "facts") == 0 && i < count; ++i) {
     own.header |= strcmp(words[i], "header") == 0;
@@ -357,6 +405,7 @@ int main(int argc, char **argv) {
   pw_loop_add_io(pw_main_loop_get_loop(own.loop), STDIN_FILENO, SPA_IO_IN, false, line_came, NULL);
   say("ready");
   pw_main_loop_run(own.loop);
+  end_flickering();
   if (own.stream) pw_stream_destroy(own.stream);
   pw_core_disconnect(own.core);
   pw_context_destroy(own.context);

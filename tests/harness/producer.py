@@ -16,7 +16,7 @@ def compiled(folder):
     if not program.exists():
         options = subprocess.run(["pkg-config", "--cflags", "--libs", LIBRARY], check=True,
                                  capture_output=True, text=True).stdout.split()
-        subprocess.run(["cc", "-Wall", "-Werror", "-o", program, SOURCE, *options], check=True)
+        subprocess.run(["cc", "-Wall", "-Werror", "-pthread", "-o", program, SOURCE, *options], check=True)
     return program
 
 
@@ -66,17 +66,28 @@ class Producer:
 
     def send(self, *commands):
         """One picture, as told before."""
-        self.tell(*commands)
-        eventually(self._sent, LIMIT, "there is a buffer to send")
+        self._fill("send", *commands)
 
-    def _sent(self):
+    def forget(self, *commands):
+        """One picture that is put into its buffer, of which nobody is told."""
+        self._fill("forget", *commands)
+
+    def _fill(self, verb, *commands):
+        self.tell(*commands)
+        eventually(lambda: self._answer(verb) != "none", LIMIT, "there is a buffer to fill")
+
+    def _answer(self, verb):
         before = len(self._answers())
-        self.tell("send")
+        self.tell(verb)
         eventually(lambda: len(self._answers()) > before, LIMIT, "the producer answers")
-        return self._answers()[-1] == "sent"
+        return self._answers()[-1]
+
+    def agreements(self):
+        """What formats were agreed upon, one after the other."""
+        return [line for line in self._said() if line.startswith("agreed ")]
 
     def _answers(self):
-        return [line for line in self._said() if line in ("sent", "none")]
+        return [line for line in self._said() if line in ("sent", "forgotten", "none")]
 
     def _said(self):
         return self.process.stdout.splitlines()

@@ -13,6 +13,7 @@ from harness.waiting import eventually
 
 SCREEN = "display-1"
 WIDTH, HEIGHT = 320, 240
+BUFFERS = 4  # that a producer has
 SIZE = f"{WIDTH} {HEIGHT}"
 BYTES = WIDTH * HEIGHT * 4
 RED, GREEN, BLUE, GREY = (255, 0, 0), (0, 255, 0), (0, 0, 255), (128, 128, 128)
@@ -227,6 +228,59 @@ def test_memory_that_is_cut_off_later_is_not_read(start, viewer):
     producer.tell("shrink 0")
     producer.wait_for("shrunk")
     producer.send(filled(GREEN))
+    assert not viewer.readable(NOTHING_FOLLOWS)
+
+
+LOST = "lost a picture: the desktop gave less memory than it said, or took it back"
+
+
+def test_memory_that_is_cut_off_while_it_is_read_does_no_harm(start, program, viewer):
+    size = {"width": 4 * WIDTH, "height": 4 * HEIGHT}  # takes its time
+    producer = start("format BGRx {width} {height}".format(**size))
+    show(producer, viewer, RED, **size)
+    producer.tell("flicker")
+    for _ in range(100):
+        producer.send()
+        assert program.running()
+    program.wait_for_line(LOST, source="stderr")
+    producer.tell("steady")
+    show(producer, viewer, GREEN, **size)
+
+
+def test_a_picture_of_which_nobody_was_told_is_seen(start, viewer):
+    producer = start("facts header")
+    producer.forget(filled(RED))
+    viewer.frame_where(lambda jpeg: shows(jpeg, [RED] * 4))
+    producer.change_format("BGRx", WIDTH * 2, HEIGHT * 2)
+    producer.forget(filled(GREEN))
+    viewer.frame_where(lambda jpeg: shows(jpeg, [GREEN] * 4, WIDTH * 2, HEIGHT * 2))
+
+
+def test_the_newest_of_the_pictures_of_which_nobody_was_told_is_seen(start, viewer):
+    producer = start("facts header")
+    producer.forget(filled(RED))
+    producer.forget(filled(GREEN))
+    viewer.frame_where(lambda jpeg: shows(jpeg, [GREEN] * 4))
+
+
+@pytest.mark.parametrize("rounds", [1, 4])
+def test_buffers_that_come_without_memory_come_again(start, viewer, rounds):
+    producer = start(f"forgetful {rounds * BUFFERS}")
+    show(producer, viewer, RED)
+
+
+def test_buffers_that_never_have_memory_are_asked_for_a_few_times(start, viewer):
+    producer = start(f"forgetful {1000 * BUFFERS}")
+    eventually(lambda: len(producer.agreements()) == 6, 10, "all questions were answered")
+    assert not viewer.readable(NOTHING_FOLLOWS)
+    assert len(producer.agreements()) == 6
+
+
+def test_a_picture_that_is_not_sent_yet_is_not_seen_once_others_came(start, viewer):
+    producer = start("facts header")
+    show(producer, viewer, RED)
+    rest(viewer)
+    producer.forget(filled(GREEN))
     assert not viewer.readable(NOTHING_FOLLOWS)
 
 

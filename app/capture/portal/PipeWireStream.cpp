@@ -1,11 +1,12 @@
 #include "app/capture/portal/PipeWireStream.h"
 
 #include "app/capture/portal/PortalError.h"
+#include "app/capture/portal/StreamBuffer.h"
+#include "app/capture/portal/TruncationGuard.h"
 
 #include <fcntl.h>
 #include <pipewire/pipewire.h>
 #include <spa/buffer/meta.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
@@ -25,6 +26,8 @@ namespace {
 
 constexpr std::uint32_t mostDamageRects = 16;
 constexpr std::chrono::seconds longestToBegin{10};
+constexpr std::chrono::milliseconds betweenLooks{250};
+constexpr int mostLooks = 20;
 
 template <class T>
 T* orThrow(T* made) {
@@ -55,73 +58,6 @@ std::vector<StreamParameter> wantedParameters(bool withCursor) {
         static_cast<std::uint32_t>(CursorFacts::bytesFor(CursorFacts::longest))));
   }
   return wanted;
-}
-
-template <class T>
-const T* factsIn(const pw_buffer& buffer, std::uint32_t type) {
-  return static_cast<const T*>(spa_buffer_find_meta_data(buffer.buffer, type, sizeof(T)));
-}
-
-RawRegion regionOf(const spa_meta_region& meta) {
-  return {meta.region.position.x, meta.region.position.y, meta.region.size.width,
-          meta.region.size.height};
-}
-
-// A producer may say more than its memory has: reading on would end the program.
-std::size_t readableBytes(const spa_data& data) {
-  struct stat file {};
-  if (data.type != SPA_DATA_MemFd || fstat(static_cast<int>(data.fd), &file) != 0) {
-    return data.type == SPA_DATA_MemPtr ? data.maxsize : 0;
-  }
-  const std::int64_t behind = file.st_size - static_cast<std::int64_t>(data.mapoffset);
-  return static_cast<std::size_t>(std::clamp<std::int64_t>(behind, 0, data.maxsize));
-}
-
-bool isCorrupted(const pw_buffer& buffer) {
-  const auto* header = factsIn<spa_meta_header>(buffer, SPA_META_Header);
-  const auto chunkFlags = static_cast<std::uint32_t>(buffer.buffer->datas[0].chunk->flags);
-  return (header != nullptr && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0) ||
-         (chunkFlags & SPA_CHUNK_FLAG_CORRUPTED) != 0;
-}
-
-RawBuffer rawBuffer(const pw_buffer& buffer) {
-  if (buffer.buffer->n_datas < 1) return {};
-  const spa_data& data = buffer.buffer->datas[0];
-  if (data.data == nullptr || data.chunk == nullptr) return {};
-  return {static_cast<const std::uint8_t*>(data.data),
-          readableBytes(data),
-          data.chunk->offset,
-          data.chunk->size,
-          data.chunk->stride,
-          isCorrupted(buffer)};
-}
-
-// Where in the frame the content is: all of it unless the producer says otherwise.
-PixelRect contentOf(const pw_buffer& buffer, const PixelRect& frame) {
-  const auto* crop = factsIn<spa_meta_region>(buffer, SPA_META_VideoCrop);
-  if (crop == nullptr) return frame;
-  const PixelRect content = clipped(regionOf(*crop), frame);
-  return content.isEmpty() ? frame : content;
-}
-
-VideoTransform transformOf(const pw_buffer& buffer) {
-  const auto* meta = factsIn<spa_meta_videotransform>(buffer, SPA_META_VideoTransform);
-  return meta == nullptr ? VideoTransform() : VideoTransform::read(meta->transform);
-}
-
-// Absent when the producer does not tell.
-std::optional<PipeWireStream::Rects> damageOf(const pw_buffer& buffer, const PixelRect& frame) {
-  const spa_meta* meta = spa_buffer_find_meta(buffer.buffer, SPA_META_VideoDamage);
-  if (meta == nullptr) return std::nullopt;
-  PipeWireStream::Rects rects;
-  const auto* regions = static_cast<const spa_meta_region*>(meta->data);
-  for (std::size_t i = 0; i < meta->size / sizeof(spa_meta_region); ++i) {
-    if (regions[i].region.size.width == 0 || regions[i].region.size.height == 0) break;
-    const PixelRect rect = clipped(regionOf(regions[i]), frame);
-    if (!rect.isEmpty()) rects.push_back(rect);
-  }
-  if (rects.empty()) return std::nullopt;
-  return rects;
 }
 
 // The damage as seen from the content.
@@ -202,8 +138,12 @@ struct PipeWireStream::Events {
     if (id == SPA_PARAM_Format) static_cast<PipeWireStream*>(self)->formatChanged(parameter);
   }
 
-  static void bufferAdded(void* self, pw_buffer* /*buffer*/) {
-    static_cast<PipeWireStream*>(self)->isReady_ = true;
+  static void bufferAdded(void* self, pw_buffer* buffer) {
+    static_cast<PipeWireStream*>(self)->bufferCame(*buffer);
+  }
+
+  static void bufferRemoved(void* self, pw_buffer* buffer) {
+    static_cast<PipeWireStream*>(self)->buffers_.remove(*buffer);
   }
 
   static void process(void* self) { static_cast<PipeWireStream*>(self)->takeBuffers(); }
@@ -226,6 +166,7 @@ struct PipeWireStream::Events {
       made.state_changed = stateChanged;
       made.param_changed = parameterChanged;
       made.add_buffer = bufferAdded;
+      made.remove_buffer = bufferRemoved;
       made.process = process;
       return made;
     }();
@@ -233,8 +174,14 @@ struct PipeWireStream::Events {
   }
 };
 
-PipeWireStream::PipeWireStream(SerialQueue& queue, const Wish& wish, Handlers handlers)
-    : queue_(queue), wish_(wish), handlers_(std::move(handlers)), deadline_(queue) {}
+PipeWireStream::PipeWireStream(SerialQueue& queue, Logger logger, const Wish& wish,
+                               Handlers handlers)
+    : queue_(queue),
+      logger_(std::move(logger)),
+      wish_(wish),
+      handlers_(std::move(handlers)),
+      deadline_(queue),
+      nextLook_(queue) {}
 
 PipeWireStream::~PipeWireStream() = default;
 
@@ -298,6 +245,7 @@ void PipeWireStream::turn() {
 
 void PipeWireStream::end(const std::exception_ptr& why) {
   deadline_.cancel();
+  nextLook_.cancel();
   descriptor_.reset();
   connection_.reset();
   handlers_.onEnd(why);
@@ -324,6 +272,48 @@ void PipeWireStream::formatChanged(const spa_pod* format) {
                           static_cast<std::uint32_t>(parameters.size()));
 }
 
+void PipeWireStream::bufferCame(const pw_buffer& buffer) {
+  isReady_ = true;
+  buffers_.add(buffer);
+  looksLeft_ = mostLooks;
+  lookLater();
+}
+
+/// A producer may send its first picture in new buffers before they have come to this side, too.
+/// The media server then tells nobody of it, and a screen that is still sends no other: it lies in
+/// its buffer.
+void PipeWireStream::lookLater() {
+  if (looksLeft_-- <= 0) return;
+  nextLook_.start(betweenLooks, [weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (self) self->look();
+  });
+}
+
+/// What was sent between it and the next one is not known.
+void PipeWireStream::look() {
+  lookLater();
+  if (buffers_.lackMemory()) return askAnew();
+  const pw_buffer* newest = format_ ? buffers_.newest(*format_) : nullptr;
+  if (newest == nullptr) return;
+  noteCursor(*newest);
+  damage_.reset();
+  show(*newest);
+  damage_.reset();
+  showCursor();
+  handlers_.onRest();
+}
+
+/// When one format follows upon another, the media server may hand over the new buffers before
+/// their producer gave them memory. No picture then ever comes, unless the format is agreed upon
+/// anew.
+void PipeWireStream::askAnew() {
+  if (questionsLeft_-- <= 0) return nextLook_.cancel();
+  const auto formats = StreamParameter::formats(wish_.framesPerSecond);
+  std::array<const spa_pod*, 1> parameters{formats.pod()};
+  pw_stream_update_params(connection_->stream, parameters.data(), parameters.size());
+}
+
 /// Shows the newest of the buffers that wait; those before it only tell what changed.
 void PipeWireStream::takeBuffers() {
   pw_stream* stream = connection_->stream;
@@ -340,6 +330,8 @@ void PipeWireStream::takeBuffers() {
     newest = buffer;
   }
   if (newest != nullptr) {
+    nextLook_.cancel();
+    questionsLeft_ = mostQuestions;
     show(*newest);
     pw_stream_queue_buffer(stream, newest);
   }
@@ -347,10 +339,9 @@ void PipeWireStream::takeBuffers() {
 }
 
 void PipeWireStream::noteCursor(const pw_buffer& buffer) {
-  const spa_meta* meta = spa_buffer_find_meta(buffer.buffer, SPA_META_Cursor);
-  if (meta == nullptr) return;
-  const auto* facts = static_cast<const std::uint8_t*>(meta->data);
-  cursorChanged_ = cursor_.read(facts, meta->size) || cursorChanged_;
+  const auto facts = StreamBuffer(buffer).cursorFacts();
+  if (facts.empty()) return;
+  cursorChanged_ = cursor_.read(facts.data(), facts.size()) || cursorChanged_;
 }
 
 void PipeWireStream::showCursor() {
@@ -363,24 +354,39 @@ void PipeWireStream::showCursor() {
   handlers_.onCursor(cursor);
 }
 
-bool PipeWireStream::hasPicture(const pw_buffer& buffer) const {
-  return format_ && pictureIn(rawBuffer(buffer), *format_);
+bool PipeWireStream::hasPicture(const pw_buffer& buffer) {
+  if (!format_) return false;
+  const StreamBuffer given(buffer);
+  if (given.picture(*format_)) return true;
+  if (given.toldPicture(*format_)) loseTrack();
+  return false;
 }
 
 void PipeWireStream::noteDamage(const pw_buffer& buffer) {
-  const auto damage = damageOf(buffer, frameArea());
+  const auto damage = StreamBuffer(buffer).damage(frameArea());
   if (!damage) damage_.reset();
   if (damage_) damage_->insert(damage_->end(), damage->begin(), damage->end());
 }
 
 void PipeWireStream::show(const pw_buffer& buffer) {
-  const auto picture = pictureIn(rawBuffer(buffer), *format_);
-  if (!picture) return damage_.reset();
-  noteView(contentOf(buffer, frameArea()), transformOf(buffer));
+  const StreamBuffer given(buffer);
+  const auto picture = given.picture(*format_);
+  noteView(given.content(frameArea()), given.transform());
+  if (!picture) return loseTrack();
   const auto changed = damage_ ? std::optional(within(*damage_, content_)) : std::nullopt;
   damage_.emplace();
+  const TruncationGuard guard(given.sharedMap());
   const auto turned = upright_.turn(picture->part(content_), transform_, changed);
   handlers_.onPicture(turned.picture, turned.changed);
+  if (guard.wasTruncated()) loseTrack();
+}
+
+/// The picture was not there, or not all of it: the next one is taken as a whole. Said once, since
+/// such a producer may go on like that.
+void PipeWireStream::loseTrack() {
+  damage_.reset();
+  if (std::exchange(toldLoss_, true)) return;
+  logger_->warn("lost a picture: the desktop gave less memory than it said, or took it back");
 }
 
 /// Another part of the frame, or another side of it up, is another picture in which the cursor

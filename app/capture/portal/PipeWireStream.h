@@ -3,9 +3,11 @@
 #include "app/capture/PixelRect.h"
 #include "app/capture/portal/CursorFacts.h"
 #include "app/capture/portal/RawPicture.h"
+#include "app/capture/portal/StreamBuffers.h"
 #include "app/capture/portal/UprightPicture.h"
 #include "app/capture/portal/VideoFormat.h"
 #include "app/capture/portal/VideoTransform.h"
+#include "core/support/Log.h"
 #include "core/support/OneShotTimer.h"
 #include "core/support/SerialQueue.h"
 #include "core/support/UniqueFd.h"
@@ -56,7 +58,7 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
     bool cursorIsApart = false;  ///< told beside the pictures
   };
 
-  PipeWireStream(SerialQueue& queue, const Wish& wish, Handlers handlers);
+  PipeWireStream(SerialQueue& queue, Logger logger, const Wish& wish, Handlers handlers);
   ~PipeWireStream();
   PipeWireStream(const PipeWireStream&) = delete;
   PipeWireStream& operator=(const PipeWireStream&) = delete;
@@ -65,6 +67,8 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   void connect(UniqueFd mediaServer, std::uint32_t node);
 
  private:
+  static constexpr int mostQuestions = 5;
+
   struct Connection;
   struct Events;
 
@@ -76,20 +80,30 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   void streamEnded();
   void serverEnded();
   void formatChanged(const spa_pod* format);
+  void bufferCame(const pw_buffer& buffer);
+  void lookLater();
+  void look();
+  void askAnew();
   void takeBuffers();
-  bool hasPicture(const pw_buffer& buffer) const;
+  bool hasPicture(const pw_buffer& buffer);
   void noteDamage(const pw_buffer& buffer);
   void show(const pw_buffer& buffer);
+  void loseTrack();
   void noteView(const PixelRect& content, const VideoTransform& transform);
   void noteCursor(const pw_buffer& buffer);
   void showCursor();
   PixelRect frameArea() const;
 
   SerialQueue& queue_;
+  const Logger logger_;
   const Wish wish_;
   Handlers handlers_;
+  StreamBuffers buffers_;
   std::unique_ptr<Connection> connection_;  ///< null once it ended
   OneShotTimer deadline_;                   ///< for the first buffer
+  OneShotTimer nextLook_;                   ///< for a picture that nobody told of
+  int looksLeft_ = 0;
+  int questionsLeft_ = mostQuestions;  ///< of the format, until a picture comes
   std::optional<asio::posix::stream_descriptor> descriptor_;
   std::optional<VideoFormat> format_;
   std::optional<Rects> damage_;  ///< since the last picture, frame's pixels; absent: not known
@@ -98,6 +112,7 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   bool serverAnswers_ = false;
   bool cursorChanged_ = false;  ///< and was not shown yet
   VideoTransform transform_;    ///< of the last picture
+  bool toldLoss_ = false;
   UprightPicture upright_;
   bool isReady_ = false;
   bool reportedReady_ = false;

@@ -8,9 +8,9 @@
 
 namespace tarvinel {
 
-PortalCaptureService::PortalCaptureService(SerialQueue& queue,
+PortalCaptureService::PortalCaptureService(SerialQueue& queue, Logger logger,
                                            std::shared_ptr<RestoreTokens> tokens)
-    : queue_(queue), tokens_(std::move(tokens)) {}
+    : queue_(queue), logger_(std::move(logger)), tokens_(std::move(tokens)) {}
 
 void PortalCaptureService::shareableContent(Completion<ShareableContent> completion) {
   queue_.assertCurrent();
@@ -35,7 +35,7 @@ std::shared_ptr<CaptureStream> PortalCaptureService::makeStream(
   const PortalCaptureStream::Wish wish{
       isWindow ? PortalSourceType::window : PortalSourceType::display,
       static_cast<PortalEntry>(isWindow ? filter.windowID : filter.displayID)};
-  return std::make_shared<PortalCaptureStream>(queue_, wish, configuration, tokens_,
+  return std::make_shared<PortalCaptureStream>(queue_, logger_, wish, configuration, tokens_,
                                                std::move(handlers));
 }
 

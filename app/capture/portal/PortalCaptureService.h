@@ -3,6 +3,7 @@
 #include "app/capture/ScreenCaptureService.h"
 #include "app/capture/portal/RestoreTokens.h"
 #include "core/net/MessageBus.h"
+#include "core/support/Log.h"
 #include "core/support/SerialQueue.h"
 
 #include <cstdint>
@@ -15,7 +16,7 @@ namespace tarvinel {
 /// opens when it is shared. Lives on the capture queue, which outlives it.
 class PortalCaptureService final : public ScreenCaptureService {
  public:
-  PortalCaptureService(SerialQueue& queue, std::shared_ptr<RestoreTokens> tokens);
+  PortalCaptureService(SerialQueue& queue, Logger logger, std::shared_ptr<RestoreTokens> tokens);
 
   void shareableContent(Completion<ShareableContent> completion) override;
 
@@ -25,6 +26,7 @@ class PortalCaptureService final : public ScreenCaptureService {
 
  private:
   SerialQueue& queue_;
+  const Logger logger_;
   const std::shared_ptr<RestoreTokens> tokens_;
   std::map<std::uint64_t, std::unique_ptr<MessageBus>> questions_;  ///< that await their answer
   std::uint64_t asked_ = 0;

@@ -13,11 +13,12 @@ auto PortalCaptureStream::whileRunning(Step step) {
   };
 }
 
-PortalCaptureStream::PortalCaptureStream(SerialQueue& queue, const Wish& wish,
+PortalCaptureStream::PortalCaptureStream(SerialQueue& queue, Logger logger, const Wish& wish,
                                          const StreamConfiguration& configuration,
                                          std::shared_ptr<RestoreTokens> tokens,
                                          StreamHandlers handlers)
     : queue_(queue),
+      logger_(std::move(logger)),
       wish_(wish),
       configuration_(configuration),
       tokens_(std::move(tokens)),
@@ -62,7 +63,7 @@ void PortalCaptureStream::granted(const PortalGrant& grant, UniqueFd mediaServer
   tokens_->remember(RestoreTokens::key(wish_.type), grant.restoreToken);
   density_ = PictureDensity(grant.points);
   stream_ = std::make_shared<PipeWireStream>(
-      queue_, PipeWireStream::Wish{configuration_.framesPerSecond, grant.cursorIsApart},
+      queue_, logger_, PipeWireStream::Wish{configuration_.framesPerSecond, grant.cursorIsApart},
       PipeWireStream::Handlers{
           whileRunning([](PortalCaptureStream& self) { self.ready(); }),
           whileRunning(

@@ -6,6 +6,7 @@
 #include "app/capture/portal/PortalPicture.h"
 #include "app/capture/portal/PortalSession.h"
 #include "app/capture/portal/RestoreTokens.h"
+#include "core/support/Log.h"
 #include "core/support/SerialQueue.h"
 
 #include <cstdint>
@@ -25,7 +26,7 @@ class PortalCaptureStream final : public CaptureStream,
     PortalEntry entry = PortalEntry::usual;
   };
 
-  PortalCaptureStream(SerialQueue& queue, const Wish& wish,
+  PortalCaptureStream(SerialQueue& queue, Logger logger, const Wish& wish,
                       const StreamConfiguration& configuration,
                       std::shared_ptr<RestoreTokens> tokens, StreamHandlers handlers);
 
@@ -46,6 +47,7 @@ class PortalCaptureStream final : public CaptureStream,
   void close();
 
   SerialQueue& queue_;
+  const Logger logger_;
   const Wish wish_;
   const StreamConfiguration configuration_;
   const std::shared_ptr<RestoreTokens> tokens_;

@@ -2,6 +2,7 @@
 #include "app/capture/pattern/PatternCaptureService.h"
 #include "app/capture/portal/PortalCaptureService.h"
 #include "app/capture/x11/X11CaptureService.h"
+#include "core/support/Log.h"
 #include "tests/support/XServer.h"
 
 #include <gtest/gtest.h>
@@ -88,11 +89,12 @@ TEST(XServerAnswers, OnlyWhenThereIsOne) {
 TEST(MakeCaptureService, MakesTheServiceOfTheRoad) {
   SerialQueue queue(".capture");
   const auto tokens = std::make_shared<RestoreTokens>();
-  const auto x11 = makeCaptureService(CaptureRoad::x11, {":0", "", ""}, tokens, queue);
+  const Log log = Log::silent();
+  const auto x11 = makeCaptureService(CaptureRoad::x11, {":0", "", ""}, tokens, log, queue);
   EXPECT_NE(dynamic_cast<X11CaptureService*>(x11.get()), nullptr);
-  const auto portal = makeCaptureService(CaptureRoad::portal, {":0", "", ""}, tokens, queue);
+  const auto portal = makeCaptureService(CaptureRoad::portal, {":0", "", ""}, tokens, log, queue);
   EXPECT_NE(dynamic_cast<PortalCaptureService*>(portal.get()), nullptr);
-  const auto pattern = makeCaptureService(CaptureRoad::pattern, {":0", "", ""}, tokens, queue);
+  const auto pattern = makeCaptureService(CaptureRoad::pattern, {":0", "", ""}, tokens, log, queue);
   EXPECT_NE(dynamic_cast<PatternCaptureService*>(pattern.get()), nullptr);
 }
 

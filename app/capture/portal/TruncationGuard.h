@@ -1,0 +1,46 @@
+#pragma once
+
+#include <csignal>
+#include <cstddef>
+#include <cstdint>
+
+namespace tarvinel {
+
+/// A part of a file, as it is mapped into memory.
+struct SharedMap {
+  const std::uint8_t* begin = nullptr;
+  std::size_t bytes = 0;  ///< 0: none
+  int file = -1;
+  std::int64_t offset = 0;  ///< where in the file it begins
+};
+
+/// While it lives its thread may read a map whose file another process may truncate meanwhile. The
+/// kernel then answers with SIGBUS (mmap(2), "Use of a mapped region"), which would end the
+/// program; with this, what is gone reads as zeros. The signal is handled for the whole process
+/// until then: there is one at a time.
+class TruncationGuard {
+ public:
+  explicit TruncationGuard(const SharedMap& map);
+
+  /// Maps the file again where it was truncated: it may have grown since.
+  ~TruncationGuard();
+
+  TruncationGuard(const TruncationGuard&) = delete;
+  TruncationGuard& operator=(const TruncationGuard&) = delete;
+
+  /// Whether something of it was gone when it was read.
+  bool wasTruncated() const { return truncated_ != 0; }
+
+ private:
+  static void handle(int signal, siginfo_t* info, void* context);
+  bool fillWithZeros(const void* missing);
+
+  std::uint8_t* begin_;  ///< of its first page
+  std::size_t bytes_;
+  int file_;
+  std::int64_t offset_;
+  struct sigaction before_ {};
+  volatile std::sig_atomic_t truncated_ = 0;
+};
+
+}  // namespace tarvinel
