@@ -9,7 +9,8 @@ from harness.window_managers import Xfwm4, openbox, picom
 from harness.windows import sources_on, windows_of
 
 BLUE, GREEN, ORANGE = 0x2040A0, 0x20A040, 0xE08020
-# not mutter: now and then its own screen keeps what a window that was maximised drew before its last
+# Not mutter: its screen, which is what pictures are compared with, was seen to keep the last picture but
+# one of a window that was maximised. It did so without any sharing, too.
 DESKTOPS = {"openbox": [openbox], "composited": [openbox, picom], "xfwm4": [Xfwm4]}
 
 
