@@ -12,6 +12,7 @@ from .waiting import eventually
 from .wayland_pointer import WaylandPointer
 
 OUTPUT = "HEADLESS-1"
+KEYBOARD_STAYS = 600_000  # milliseconds: longer than any test
 HARNESS = Path(__file__).parent
 
 # a plain surface and nothing that moves, no cursor
@@ -99,7 +100,11 @@ class WaylandSession(PortalDesktop):
         eventually(lambda: '"pid"' in self.run("swaymsg", "-t", "get_tree"), LIMIT, "a window")
 
     def terminal(self):
-        """A terminal that shows what is typed, once it has the keyboard."""
+        """A terminal that shows what is typed, once it has the keyboard. That is plugged in before:
+        keys that come with a new keyboard are lost to who has not taken notice of it yet."""
+        self.start_client("wtype", "-s", str(KEYBOARD_STAYS))
+        eventually(lambda: '"keyboard"' in self.run("swaymsg", "-t", "get_inputs"), LIMIT,
+                   "a keyboard")
         self.start_client("foot", "--log-level=error", "cat")
         eventually(lambda: self._focused_program() == "foot", LIMIT, "the terminal")
 

@@ -37,7 +37,7 @@ TruncationGuard::~TruncationGuard() {
   sigaction(SIGBUS, &before_, nullptr);
   guarding = nullptr;
   if (!wasTruncated()) return;
-  mmap(begin_, bytes_, PROT_READ, MAP_SHARED | MAP_FIXED, file_, offset_);
+  static_cast<void>(mmap(begin_, bytes_, PROT_READ, MAP_SHARED | MAP_FIXED, file_, offset_));
 }
 
 /// What is not of a guarded map happens once more, and then ends the program as it should.
