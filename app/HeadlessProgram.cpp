@@ -30,9 +30,9 @@ std::string introductionFor(const CommandLineOptions& options) {
 }  // namespace
 
 int runHeadless(const CommandLineOptions& options) {
-  const ChosenCapture capture = chooseCapture(options);
-  std::cout << capture.decision.reason << std::endl;
   const Log log = logFor(options);
+  const ChosenCapture capture = chooseCapture(options, log);
+  std::cout << capture.decision.reason << std::endl;
   const Configuration configuration = Configuration::load(options, log);
   if (configuration.problem) std::cout << *configuration.problem << std::endl;
   TerminalLoop loop;
@@ -62,8 +62,9 @@ int runHeadless(const CommandLineOptions& options) {
 
 int listSources(const CommandLineOptions& options) {
   FrameBroadcaster broadcaster;
-  CaptureEngine engine(broadcaster, logFor(options).category("capture"),
-                       chooseCapture(options).makeService);
+  const Log log = logFor(options);
+  CaptureEngine engine(broadcaster, log.category("capture"),
+                       chooseCapture(options, log).makeService);
   std::promise<Result<std::vector<CaptureSource>>> listed;
   engine.listSources(std::string(applicationIdentifier),
                      [&listed](Result<std::vector<CaptureSource>> sources) {

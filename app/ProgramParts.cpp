@@ -9,12 +9,12 @@
 
 namespace tarvinel {
 
-ChosenCapture chooseCapture(const CommandLineOptions& options) {
+ChosenCapture chooseCapture(const CommandLineOptions& options, const Log& log) {
   const CaptureEnvironment environment = CaptureEnvironment::current();
   const CaptureDecision decision = decideCaptureRoad(options.capture, environment, xServerAnswers);
   const auto tokens = std::make_shared<RestoreTokens>();
   return {decision,
-          [road = decision.road, environment, tokens, log = logFor(options)](SerialQueue& queue) {
+          [road = decision.road, environment, tokens, log](SerialQueue& queue) {
             return makeCaptureService(road, environment, tokens, log, queue);
           },
           tokens};

@@ -16,9 +16,9 @@ struct ChosenCapture {
 
 /// Chooses by the command line and by what the session offers. Blocks while an X server is asked.
 /// Call it before there are other threads.
-ChosenCapture chooseCapture(const CommandLineOptions& options);
+ChosenCapture chooseCapture(const CommandLineOptions& options, const Log& log);
 
-/// The log as detailed as the command line wants it.
+/// The log of this run, as detailed as the command line wants it.
 Log logFor(const CommandLineOptions& options);
 
 /// Who looks at the model; both outlive it.

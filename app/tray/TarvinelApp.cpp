@@ -101,20 +101,21 @@ int TarvinelApp::run(const CommandLineOptions& options) {
                  "tells what is missing\n";
     return 1;
   }
-  const ChosenCapture capture = chooseCapture(options);
+  const Log log = logFor(options);
+  const ChosenCapture capture = chooseCapture(options, log);
   const Toolkit toolkit(*platform);
   const QDBusConnection bus = QDBusConnection::sessionBus();
   std::function<void()> launchedAgain;
   const SingleInstance instance(bus, [&launchedAgain] { launchedAgain(); });
   if (!instance.isFirst()) return showFirstInstance(instance, options.given);
-  TarvinelApp app(options, capture, bus);
+  TarvinelApp app(options, capture, log, bus);
   launchedAgain = [&app] { app.openWindow(); };
   return Toolkit::run();
 }
 
-TarvinelApp::TarvinelApp(const CommandLineOptions& options, const ChosenCapture& capture,
+TarvinelApp::TarvinelApp(const CommandLineOptions& options, const ChosenCapture& capture, Log log,
                          const QDBusConnection& bus)
-    : log_(logFor(options)),
+    : log_(std::move(log)),
       signals_([this] { queue_.post([] { QCoreApplication::exit(0); }); }),
       desktop_(bus, [] { QCoreApplication::exit(0); }),
       model_(AppModel::create(settingsFor(options, log_), platform(options, capture),

@@ -35,7 +35,7 @@ class TarvinelApp {
   static int run(const CommandLineOptions& options);
 
  private:
-  TarvinelApp(const CommandLineOptions& options, const ChosenCapture& capture,
+  TarvinelApp(const CommandLineOptions& options, const ChosenCapture& capture, Log log,
               const QDBusConnection& bus);
 
   AppModel::Platform platform(const CommandLineOptions& options, const ChosenCapture& capture);

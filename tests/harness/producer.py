@@ -16,7 +16,8 @@ def compiled(folder):
     if not program.exists():
         options = subprocess.run(["pkg-config", "--cflags", "--libs", LIBRARY], check=True,
                                  capture_output=True, text=True).stdout.split()
-        subprocess.run(["cc", "-Wall", "-Werror", "-pthread", "-o", program, SOURCE, *options], check=True)
+        subprocess.run(["cc", "-Wall", "-Werror", "-pthread", "-o", program, SOURCE, *options],
+                       check=True)
     return program
 
 
