@@ -30,11 +30,17 @@ std::string linkText(const std::optional<InterfaceType>& link) {
   return "";
 }
 
+/// What viewers open, as far as it is known: which port is free shows only at the start.
+std::string placeOf(const std::string& host, std::uint16_t port) {
+  return port == 0 ? host : LocalAddresses::url(host, port);
+}
+
 Finding addressFinding(const AddressFacts& facts, const std::string& address) {
-  std::string addresses = LocalAddresses::url(address, facts.port);
+  std::string addresses = placeOf(address, facts.port);
   if (!facts.hostname.empty()) {
-    addresses += " or " + LocalAddresses::url(facts.hostname + ".local", facts.port);
+    addresses += " or " + placeOf(facts.hostname + ".local", facts.port);
   }
+  if (facts.port == 0) addresses += ", with the port that is told at the start";
   return {Finding::State::fine, fmt::format("Viewers open {}.{}", addresses, linkText(facts.link))};
 }
 
@@ -43,7 +49,7 @@ std::vector<std::string> otherAddresses(const AddressFacts& facts, const std::st
   std::vector<std::string> others;
   for (const auto& [name, address] : facts.interfaces) {
     if (address != preferred) {
-      others.push_back(fmt::format("On {}: {}", name, LocalAddresses::url(address, facts.port)));
+      others.push_back(fmt::format("On {}: {}", name, placeOf(address, facts.port)));
     }
   }
   return others;

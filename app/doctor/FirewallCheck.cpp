@@ -189,6 +189,10 @@ Findings firewalldFindings(const FirewallFacts& facts) {
   return findings;
 }
 
+bool hasFirewall(const FirewallFacts& facts) {
+  return facts.ufwIsOn || facts.firewalldRuns || facts.rulesAreLoaded;
+}
+
 }  // namespace
 
 FirewallFacts FirewallFacts::of(const TarvinelConfig& settings, const fs::path& root,
@@ -203,6 +207,15 @@ FirewallFacts FirewallFacts::of(const TarvinelConfig& settings, const fs::path& 
 }
 
 Findings judge(const FirewallFacts& facts) {
+  if (!hasFirewall(facts)) {
+    return {
+        {Finding::State::fine, "None is set up here, as far as can be told without being root."}};
+  }
+  if (facts.port == 0) {
+    return {{Finding::State::worthKnowing,
+             "There is one, and which port it would have to let in shows only at the start.",
+             {"Ask for one port, such as --port 8080, and look again."}}};
+  }
   Findings findings;
   if (facts.ufwIsOn) findings.push_back(ufwFinding(facts));
   if (facts.firewalldRuns)
@@ -214,10 +227,6 @@ Findings judge(const FirewallFacts& facts) {
          "root can see.",
          {"See: sudo nft list ruleset",
           fmt::format("Viewers need TCP port {}, names need UDP port 5353.", facts.port)}});
-  }
-  if (findings.empty()) {
-    findings.push_back(
-        {Finding::State::fine, "None is set up here, as far as can be told without being root."});
   }
   return findings;
 }

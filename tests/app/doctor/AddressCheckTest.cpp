@@ -47,6 +47,21 @@ TEST(AddressCheck, ViewersOnAnotherNetwork) {
                      {"On wlan0: http://192.168.7.9/"}}));
 }
 
+TEST(AddressCheck, AnyFreePort) {
+  auto facts = wired();
+  facts.port = 0;
+  facts.interfaces.push_back({"wlan0", "192.168.7.9"});
+  facts.hardware.emplace_back(InterfaceType::wifi);
+  EXPECT_EQ(judge(facts), (Findings{{fine,
+                                     "Viewers open 10.0.0.5 or tarvinel.local, with the port that "
+                                     "is told at the start. Pictures go out by cable.",
+                                     {}},
+                                    {worthKnowing,
+                                     "There are more networks here; viewers there open another "
+                                     "address.",
+                                     {"On wlan0: 192.168.7.9"}}}));
+}
+
 TEST(AddressCheck, AnAddressWithoutHardware) {
   auto facts = wired();
   facts.hardware = {std::nullopt};

@@ -80,6 +80,19 @@ TEST(FirewallCheck, RulesThatAreLoadedAtStart) {
                         "Viewers need TCP port 80, names need UDP port 5353."}}}));
 }
 
+TEST(FirewallCheck, AnyFreePort) {
+  const Findings tellsNoPort{
+      {worthKnowing,
+       "There is one, and which port it would have to let in shows only at the start.",
+       {"Ask for one port, such as --port 8080, and look again."}}};
+  EXPECT_EQ(judge(FirewallFacts{.port = 0, .ufwIsOn = true, .ufwLetsIn = false}), tellsNoPort);
+  EXPECT_EQ(judge(FirewallFacts{.port = 0, .firewalldRuns = true}), tellsNoPort);
+  EXPECT_EQ(judge(FirewallFacts{.port = 0, .rulesAreLoaded = true}), tellsNoPort);
+  EXPECT_EQ(
+      judge(FirewallFacts{.port = 0}),
+      (Findings{{fine, "None is set up here, as far as can be told without being root.", {}}}));
+}
+
 TEST(UfwRules, LetInWhoComesFromAnywhereToThePort) {
   EXPECT_TRUE(ufwRulesLetIn(tuple("allow tcp 80 0.0.0.0/0 any 0.0.0.0/0 in"), 80));
   EXPECT_TRUE(ufwRulesLetIn(tuple("allow any 80 0.0.0.0/0 any 0.0.0.0/0 in"), 80));
