@@ -150,7 +150,7 @@ def test_left_and_returned(page, sharing, x, canvas):
     page.eventually(lambda: page.browser.evaluate("location.href") == "about:blank",
                     "another page has taken its place")
     canvas.text(2)
-    page.browser.evaluate("history.back()")
+    page.browser.back()
     page.wait_for_picture(x)
     page.wait_for_viewers(sharing)
 

@@ -28,6 +28,7 @@ class ShownPage:
     def eventually(self, condition, what, within=LIMIT, every=0.02):
         try:
             return eventually(condition, within, what, every)
-        except AssertionError:
+        except AssertionError as error:
             self.keep_screenshot("failed")
-            raise
+            seen = self.browser.evaluate("`${location.href} reads ${document.body.innerText}`")
+            raise AssertionError(f"{error}; {seen:.300}") from error

@@ -48,6 +48,10 @@ class Browser:
         """Starts loading the page; does not wait for it."""
         self._session.navigate(url)
 
+    def back(self):
+        """Goes back to the page before, as its visitor does with the button."""
+        self._session.back()
+
     def evaluate(self, expression):
         return self._session.evaluate(expression)
 

@@ -20,6 +20,9 @@ class Marionette:
     def navigate(self, url):
         self._call("WebDriver:Navigate", url=url)
 
+    def back(self):
+        self._call("WebDriver:Back")
+
     def evaluate(self, expression):
         return self._call("WebDriver:ExecuteScript", script=f"return {expression};",
                           args=[])["value"]

@@ -18,8 +18,15 @@ class WebDriver:
     def navigate(self, url):
         self._call("POST", "/url", {"url": url})
 
+    def back(self):
+        self._call("POST", "/back", {})
+
     def evaluate(self, expression):
-        """A page that leaves in the middle of it is no answer: then the next one is asked."""
+        """A page that leaves in the middle of it is no answer: then the next one is asked.
+
+        Chromium's driver does the same by itself. So nothing may be told here that leaves the page:
+        going back once in this way led two pages back at times.
+        """
         try:
             return self._execute(expression)
         except AssertionError as error:
