@@ -35,6 +35,7 @@ void MenuWindow::open() {
 std::unique_ptr<MenuRow> MenuWindow::insert(std::size_t index, const MenuItem& item) {
   auto row = MenuRow::make(item, perform_);
   column_.insertWidget(static_cast<int>(index), &row->widget());
+  row->widget().show();  // now, so that there is room made for it
   return row;
 }
 
