@@ -276,8 +276,7 @@ void AppModel::openHelp() {
 void AppModel::appearedInTray() {
   if (userDefaults_.boolean(introducedKey)) return;
   userDefaults_.set(introducedKey, true);
-  platform_.desktop.notify("Tarvinel is in the panel",
-                           "A click on its icon opens the menu: share your screen from there.");
+  platform_.desktop.notify("Tarvinel is in the panel", "Click on its icon to share your screen.");
 }
 
 void AppModel::tick() {

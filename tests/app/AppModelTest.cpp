@@ -748,8 +748,7 @@ TEST_F(AppModelTest, TellsOnceInALifeWhereItLives) {
   EXPECT_THAT(desktop.done, Not(Contains(StartsWith("notify"))));
   model->appearedInTray();
   const std::string told =
-      "notify Tarvinel is in the panel: A click on its icon opens the menu: share your screen "
-      "from there.";
+      "notify Tarvinel is in the panel: Click on its icon to share your screen.";
   EXPECT_THAT(desktop.done, Contains(told).Times(1));
   model->appearedInTray();
   EXPECT_THAT(desktop.done, Contains(told).Times(1));

@@ -122,6 +122,19 @@ def test_what_waits_for_a_desktops_part_can_be_given_up(start_on_portal):
     assert NOT_STARTED not in program.stdout
 
 
+def test_a_token_that_did_not_keep_the_desktop_from_asking_is_gone(start_on_portal):
+    stream = [["streams", "a(ua{sv})", [[42, {}]]], ["restore_token", "s", "once"]]
+    program, _ = start_on_portal({"Start": [{"results": stream}, {"code": 1}],
+                                  "media server": "closed"}, "--share", SCREEN)
+    program.wait_for_line(NO_MEDIA_SERVER)
+    program.command("sources")
+    program.wait_for_line(r"Screen \(the last one chosen\)")
+    program.command(f"share {SCREEN}")
+    program.wait_for_line("startCapture failed .*Operation canceled", source="stderr")
+    program.command("sources")
+    program.wait_for_line(f"{SCREEN}\tScreen \\(chosen in the desktop's dialog\\)")
+
+
 @pytest.mark.parametrize("results", [
     [], [["session_handle", "u", 7]], [["session_handle", "s", ""]],
     [["session_handle", "s", "not a path"]], [["session_handle", "s", "/" + "x" * 100000 + "//"]],

@@ -11,7 +11,7 @@ SCREEN, WINDOW = "display-1", "window-1"
 RED, GREEN, BLUE, GREY = (255, 0, 0), (0, 255, 0), (0, 0, 255), (128, 128, 128)
 WHITE = (255, 255, 255)
 WIDTH, HEIGHT = 400, 300  # of the window
-GONE = "the desktop ended it, or what was shared is no longer there"
+GONE = "the desktop ended it, or it is gone"
 POINTER = 16  # its sides
 
 
