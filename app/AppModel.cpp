@@ -187,6 +187,7 @@ void AppModel::startSharing() {
   const CaptureSource* selected = source(selectedID_);
   if (selected == nullptr) return;
   const std::uint64_t share = ++currentShare_;
+  isStarting_ = true;
   update(captureError_, {});
   captureEngine_.start(*selected, config_,
                        onMain<Result<void>>([share, source = *selected](
@@ -198,7 +199,9 @@ void AppModel::startSharing() {
 void AppModel::sharingStarted(std::uint64_t share, const CaptureSource& source,
                               const Result<void>& outcome) {
   if (share != currentShare_) return;
+  isStarting_ = false;
   if (outcome.ok()) {
+    update(captureError_, {});        // of the share before, which ended meanwhile
     setMotionRate(initialMotionFPS);  // what the engine begins with
     sharingFlag_->startSharing(source.title);
     sharedID_ = source.id;
@@ -221,19 +224,32 @@ void AppModel::stopSharing(std::function<void()> done) {
       }));
 }
 
+/// What the presenter is being asked about, to be shared instead, is not taken back for that.
 void AppModel::captureDidStop(const Result<void>& why) {
-  stopBecause(describe(why.error()));
+  if (!isStarting_) return stopBecause(describe(why.error()));
+  tellStopped(describe(why.error()));
+  showNotSharing();
+  if (!captureEngine_.hasSentFrame()) hidePicture();
+}
+
+void AppModel::stopBecause(const std::string& reason) {
+  tellStopped(reason);
+  stopSharing();
 }
 
 // The presenter may be looking at something else.
-void AppModel::stopBecause(const std::string& reason) {
+void AppModel::tellStopped(const std::string& reason) {
   update(captureError_, std::optional("Sharing stopped: " + reason));
   platform_.desktop.notify("Tarvinel", *captureError_);
-  stopSharing();
 }
 
 void AppModel::endShare() {
   ++currentShare_;
+  isStarting_ = false;
+  showNotSharing();
+}
+
+void AppModel::showNotSharing() {
   sharingFlag_->stopSharing();
   setSharing(false);
 }
@@ -260,8 +276,7 @@ void AppModel::openHelp() {
 void AppModel::appearedInTray() {
   if (userDefaults_.boolean(introducedKey)) return;
   userDefaults_.set(introducedKey, true);
-  platform_.desktop.notify("Tarvinel is in the panel",
-                           "A click on its icon opens the menu: share your screen from there.");
+  platform_.desktop.notify("Tarvinel is in the panel", "Click on its icon to share your screen.");
 }
 
 void AppModel::tick() {

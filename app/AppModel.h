@@ -178,7 +178,9 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
                       const Result<void>& outcome);
   void captureDidStop(const Result<void>& why);
   void stopBecause(const std::string& reason);
+  void tellStopped(const std::string& reason);
   void endShare();
+  void showNotSharing();
   void setSharing(bool sharing);
   void hidePicture();
   void startUpdater();
@@ -245,6 +247,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   std::optional<std::string> selectedID_;
   std::string sharedID_;  // while sharing
   bool isSharing_ = false;
+  bool isStarting_ = false;  ///< the outcome of the newest start is open
   std::int64_t viewerCount_ = 0;
   std::optional<std::string> serverURL_;
   std::optional<std::string> serverError_;

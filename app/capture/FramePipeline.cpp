@@ -33,11 +33,11 @@ FramePipeline::FramePipeline(FramePump& pump, Logger logger, CaptureTools tools)
 void FramePipeline::begin(const FrameSettings& settings) {
   settings_ = settings;
   pacer_ = pacerAt(settings.motionFPS);
-  hasSentFrame_ = false;
   forget();
 }
 
 void FramePipeline::forget() {
+  hasSentFrame_ = false;
   lastBuffer_.reset();
   lastCrop_.reset();
 }

@@ -34,6 +34,7 @@ class MenuWindow {
  private:
   std::unique_ptr<MenuRow> insert(std::size_t index, const MenuItem& item);
   void orderFocus();
+  void makeRoom();
 
   const MenuRow::Perform perform_;
   QWidget window_;

@@ -265,6 +265,46 @@ TEST_F(AppModelTest, ARefusalWhileSharingLeavesTheShareAsItWas) {
   EXPECT_THAT(desktop.done, ElementsAre("awake"));
 }
 
+TEST_F(AppModelTest, AShareThatEndsWhileThePresenterIsAskedForAnotherLeavesTheQuestion) {
+  screen.content.displays.push_back({8, {1280, 0, 640, 480}, false});
+  launchAndWait();
+  startSharing();
+  onScreen([&] { screen.holdStarts = true; });
+  model->select("display-8");
+  onScreen([&] { screen.streams.front()->handlers.onStop(failure("it was closed")); });
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->captureError().has_value(); }));
+  refresh();
+  EXPECT_EQ(model->captureError(), "Sharing stopped: it was closed");
+  EXPECT_FALSE(model->isSharing());
+  EXPECT_EQ(model->selectedID(), "display-8");
+  onScreen([&] {
+    ASSERT_FALSE(screen.streams.back()->stopped);
+    screen.streams.back()->pendingStart({});
+  });
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->isSharing(); }));
+  EXPECT_EQ(model->captureError(), std::nullopt);
+  EXPECT_EQ(model->statusLine(), "Sharing Display 2 640×480 · 0 viewers");
+  EXPECT_THAT(desktop.done, ElementsAre("awake", "notify Tarvinel: Sharing stopped: it was closed",
+                                        "may sleep", "awake"));
+}
+
+TEST_F(AppModelTest, AShareThatEndsByItselfAfterARefusalEndsAsAlways) {
+  screen.content.displays.push_back({8, {1280, 0, 640, 480}, false});
+  launchAndWait();
+  startSharing();
+  onScreen([&] { screen.holdStarts = true; });
+  model->select("display-8");
+  onScreen([&] {
+    screen.streams.back()->pendingStart(std::make_exception_ptr(
+        std::system_error(std::make_error_code(std::errc::operation_canceled))));
+  });
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->selectedID() == "display-7"; }));
+  onScreen([&] { screen.streams.front()->handlers.onStop(failure("it was closed")); });
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->captureError().has_value(); }));
+  EXPECT_FALSE(model->isSharing());
+  EXPECT_EQ(model->statusLine(), "Not sharing");
+}
+
 TEST_F(AppModelTest, WhatTheDesktopGivesAgainstAskingAgainIsRemembered) {
   const auto tokens = std::make_shared<RestoreTokens>();
   const auto launchWith = [&](std::shared_ptr<RestoreTokens> given) {
@@ -382,6 +422,16 @@ TEST_F(EndedShareTest, TheSameWhenTheCaptureEndedByItself) {
   onScreen([&] { screen.streams.back()->handlers.onStop(failure("the window was closed")); });
   ASSERT_TRUE(mainQueue.runUntil([&] { return model->captureError().has_value(); }));
   refresh();
+  card();
+}
+
+TEST_F(EndedShareTest, TheSameWhenItEndedWhileThePresenterIsAskedForAnother) {
+  screen.content.displays.push_back({8, {1280, 0, 640, 480}, false});
+  shareWhite();
+  onScreen([&] { screen.holdStarts = true; });
+  model->select("display-8");
+  onScreen([&] { screen.streams.front()->handlers.onStop(failure("the window was closed")); });
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->captureError().has_value(); }));
   card();
 }
 
@@ -698,8 +748,7 @@ TEST_F(AppModelTest, TellsOnceInALifeWhereItLives) {
   EXPECT_THAT(desktop.done, Not(Contains(StartsWith("notify"))));
   model->appearedInTray();
   const std::string told =
-      "notify Tarvinel is in the panel: A click on its icon opens the menu: share your screen "
-      "from there.";
+      "notify Tarvinel is in the panel: Click on its icon to share your screen.";
   EXPECT_THAT(desktop.done, Contains(told).Times(1));
   model->appearedInTray();
   EXPECT_THAT(desktop.done, Contains(told).Times(1));

@@ -3,7 +3,8 @@
     fake_portal.py SCRIPT
 
 SCRIPT is a JSON object. A method's name gives "silent" (no answer at all), "unanswered" (the call
-returns, its response never comes), {"error": NAME}, or {"code": NUMBER, "results": RESULTS}. RESULTS
+returns, its response never comes), {"error": NAME}, or {"code": NUMBER, "results": RESULTS}. A
+list of these is for one call after the other, the last for all that follow. RESULTS
 and "properties" are lists of [name, D-Bus signature, value]. "media server" is what the descriptor
 of the media server leads to: "nothing" (/dev/null), "closed", "silent" or "garbage".
 """
@@ -58,12 +59,18 @@ class Portal:
         if message.get_type() != 1 or message.get_member() not in METHODS:
             return dbus.lowlevel.HANDLER_RESULT_NOT_YET_HANDLED
         print(message.get_member(), flush=True)
-        told = self.script.get(message.get_member())
+        told = self.told(message.get_member())
         if told != "silent":
             connection.send_message(self.reply(message, told))
         if message.get_member() in ("CreateSession", "SelectSources", "Start"):
             self.respond(connection, message, told)
         return dbus.lowlevel.HANDLER_RESULT_HANDLED
+
+    def told(self, member):
+        told = self.script.get(member)
+        if not isinstance(told, list):
+            return told
+        return told.pop(0) if len(told) > 1 else told[0]
 
     def reply(self, message, told):
         if isinstance(told, dict) and "error" in told:

@@ -156,7 +156,7 @@ def test_the_first_start_in_a_tray_tells_where_it_is(desktop, start, notificatio
     eventually(lambda: notifications.shown, LIMIT, "a notification")
     assert notifications.shown == [
         ("Tarvinel is in the panel",
-         "A click on its icon opens the menu: share your screen from there.")]
+         "Click on its icon to share your screen.")]
     assert program.stdout == ""
     program.terminate()
     assert program.wait(LIMIT) == 0

@@ -104,6 +104,37 @@ def test_a_request_that_fails(sharing_fails, method, told, reason):
     sharing_fails({method: told}, reason)
 
 
+def test_a_desktops_part_that_is_just_being_started(start_on_portal):
+    """As that of GNOME 43 answers then, and after another program's dialog made it crash."""
+    program, fake = start_on_portal({"CreateSession": [{"code": 2}, {"code": 2}, {}],
+                                     "Start": {"code": 1}}, "--share", SCREEN)
+    program.wait_for_line("startCapture failed .*Operation canceled", source="stderr")
+    assert fake.stdout.split().count("CreateSession") == 3
+    assert NOT_STARTED not in program.stdout
+
+
+def test_what_waits_for_a_desktops_part_can_be_given_up(start_on_portal):
+    program, fake = start_on_portal({"CreateSession": {"code": 2}}, "--share", SCREEN)
+    eventually(lambda: "CreateSession" in fake.stdout, 15, "it was asked")
+    program.command("stop")
+    program.command("status")
+    program.wait_for_line("Not sharing")
+    assert NOT_STARTED not in program.stdout
+
+
+def test_a_token_that_did_not_keep_the_desktop_from_asking_is_gone(start_on_portal):
+    stream = [["streams", "a(ua{sv})", [[42, {}]]], ["restore_token", "s", "once"]]
+    program, _ = start_on_portal({"Start": [{"results": stream}, {"code": 1}],
+                                  "media server": "closed"}, "--share", SCREEN)
+    program.wait_for_line(NO_MEDIA_SERVER)
+    program.command("sources")
+    program.wait_for_line(r"Screen \(the last one chosen\)")
+    program.command(f"share {SCREEN}")
+    program.wait_for_line("startCapture failed .*Operation canceled", source="stderr")
+    program.command("sources")
+    program.wait_for_line(f"{SCREEN}\tScreen \\(chosen in the desktop's dialog\\)")
+
+
 @pytest.mark.parametrize("results", [
     [], [["session_handle", "u", 7]], [["session_handle", "s", ""]],
     [["session_handle", "s", "not a path"]], [["session_handle", "s", "/" + "x" * 100000 + "//"]],

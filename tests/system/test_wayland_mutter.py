@@ -11,6 +11,7 @@ SCREEN, WINDOW = "display-1", "window-1"
 RED, GREEN, BLUE, GREY = (255, 0, 0), (0, 255, 0), (0, 0, 255), (128, 128, 128)
 WHITE = (255, 255, 255)
 WIDTH, HEIGHT = 400, 300  # of the window
+GONE = "the desktop ended it, or it is gone"
 POINTER = 16  # its sides
 
 
@@ -184,13 +185,13 @@ def test_a_pointer_that_is_in_the_picture_or_nowhere(session, window, mode, seen
 def test_closing_the_window_ends_the_share(session, window, cast):
     program = share(session, cast, WINDOW)
     window.close()
-    expect_end(program, "what was shared is no longer there")
+    expect_end(program, GONE)
 
 
 def test_the_desktop_ends_the_share(session, window, cast):
     program = share(session, cast, SCREEN)
     cast.stop()
-    expect_end(program, "what was shared is no longer there")
+    expect_end(program, GONE)
     cast = session.cast()
     session.back_end.grant(cast.share_monitor())
     program.share(SCREEN)
@@ -201,4 +202,4 @@ def test_the_desktop_ends_the_share(session, window, cast):
 def test_mutter_dies_while_sharing(session, cast):
     program = share(session, cast, SCREEN)
     session.compositor.kill()
-    expect_end(program, "what was shared is no longer there")
+    expect_end(program, GONE)

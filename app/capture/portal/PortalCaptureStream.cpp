@@ -1,5 +1,7 @@
 #include "app/capture/portal/PortalCaptureStream.h"
 
+#include "app/capture/CaptureError.h"
+
 #include <utility>
 
 namespace tarvinel {
@@ -44,6 +46,7 @@ void PortalCaptureStream::open() {
   PortalSession::Wish wish{wish_.type, configuration_.showsCursor, std::nullopt};
   if (wish_.entry == PortalEntry::usual) {
     wish.restoreToken = tokens_->token(RestoreTokens::key(wish_.type));
+    gaveToken_ = wish.restoreToken.has_value();
   }
   const auto opened = resultOf([&] {
     session_ = std::make_unique<PortalSession>(
@@ -97,8 +100,10 @@ void PortalCaptureStream::deliver() {
   if (const auto frame = std::exchange(undelivered_, std::nullopt)) handlers_.onFrame(*frame);
 }
 
+/// A token counts as used once the desktop has asked the presenter after all.
 void PortalCaptureStream::end(std::exception_ptr why) {
   const auto self = shared_from_this();  // the owner lets go
+  if (gaveToken_ && isRefusal(why)) tokens_->remember(RestoreTokens::key(wish_.type), {});
   close();
   if (const auto onStarted = std::exchange(onStarted_, nullptr)) return onStarted(std::move(why));
   if (handlers_.onStop) handlers_.onStop(std::move(why));

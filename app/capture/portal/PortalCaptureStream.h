@@ -58,6 +58,7 @@ class PortalCaptureStream final : public CaptureStream,
   PortalPicture picture_;
   PictureDensity density_;
   std::optional<CapturedFrame> undelivered_;
+  bool gaveToken_ = false;
   bool running_ = false;
 };
 

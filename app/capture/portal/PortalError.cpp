@@ -25,7 +25,7 @@ const char* textOf(PortalError::Case kind) {
     case PortalError::Case::sourceGone:
       break;
   }
-  return "what was shared is no longer there";
+  return "the desktop ended it, or it is gone";
 }
 
 }  // namespace

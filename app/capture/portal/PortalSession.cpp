@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -32,6 +33,8 @@ constexpr const char* ownerChanges =
     "arg0='org.freedesktop.portal.Desktop'";
 
 constexpr std::uint32_t untilRevoked = 2;  // how long a choice is to be remembered
+
+constexpr std::chrono::milliseconds betweenAttempts{250};
 
 enum class Response : std::uint8_t { success = 0, refused = 1 };
 
@@ -88,6 +91,7 @@ void notStarted() {
 PortalSession::PortalSession(SerialQueue& queue, Wish wish, Handlers handlers)
     : wish_(std::move(wish)),
       handlers_(std::move(handlers)),
+      nextAttempt_(queue),
       bus_(openBus(queue, [this] { end(portalFailure(PortalError::Case::noBus)); })) {
   watch();
   askOffer();
@@ -117,17 +121,27 @@ void PortalSession::createSession() {
   auto message = portalCall("CreateSession");
   appendOptions(*message,
                 {{"handle_token", newToken()}, {"session_handle_token", tokenForPaths()}});
-  request(
-      std::move(message),
-      [this](sd_bus_message& results) {
-        forEachValue(results, [&](std::string_view name, std::string_view type) {
-          if (name != "session_handle" || type != "s") return false;
-          session_ = readText(results);
-          return true;
-        });
-        selectSources();
-      },
-      notStarted);
+  request(std::move(message), {[this](sd_bus_message& results) {
+                                 forEachValue(results,
+                                              [&](std::string_view name, std::string_view type) {
+                                                if (name != "session_handle" || type != "s")
+                                                  return false;
+                                                session_ = readText(results);
+                                                return true;
+                                              });
+                                 selectSources();
+                               },
+                               notStarted, [this] { createSessionLater(); }});
+}
+
+/// A desktop's part of the portal is on the bus a little before it takes requests. Some end when a
+/// dialog of theirs is closed from outside, as by another choice, and are started anew.
+void PortalSession::createSessionLater() {
+  if (--attemptsLeft_ <= 0) notStarted();
+  nextAttempt_.start(betweenAttempts, [this] {
+    const auto done = resultOf([this] { createSession(); });
+    if (!done.ok()) end(done.error());
+  });
 }
 
 void PortalSession::selectSources() {
@@ -143,9 +157,8 @@ void PortalSession::selectSources() {
   }
   auto message = sessionCall("SelectSources");
   appendOptions(*message, options);
-  request(
-      std::move(message), [this](sd_bus_message& /*results*/) { start(); },
-      [this] { selectSourcesAnew(); });
+  request(std::move(message), {[this](sd_bus_message& /*results*/) { start(); },
+                               [this] { selectSourcesAnew(); }, notStarted});
 }
 
 /// A token that the portal does not even take for one must not stand in the way for ever.
@@ -160,14 +173,13 @@ void PortalSession::start() {
   constexpr const char* noParentWindow = "";
   checkMessage(sd_bus_message_append_basic(message.get(), 's', noParentWindow));
   appendOptions(*message, {{"handle_token", newToken()}});
-  request(
-      std::move(message),
-      [this](sd_bus_message& results) {
-        grant_ = PortalGrant::read(results);
-        grant_.cursorIsApart = offer_.cursorMode(wish_.showsCursor) == PortalCursorMode::metadata;
-        openMediaServer();
-      },
-      notStarted);
+  request(std::move(message), {[this](sd_bus_message& results) {
+                                 grant_ = PortalGrant::read(results);
+                                 grant_.cursorIsApart = offer_.cursorMode(wish_.showsCursor) ==
+                                                        PortalCursorMode::metadata;
+                                 openMediaServer();
+                               },
+                               notStarted, notStarted});
 }
 
 void PortalSession::openMediaServer() {
@@ -183,24 +195,23 @@ void PortalSession::openMediaServer() {
 }
 
 /// Calls a method whose true answer is a signal that may take as long as the presenter thinks.
-void PortalSession::request(MessageBus::Message message, Answer onSuccess,
-                            std::function<void()> onError) {
-  onSuccess_ = std::move(onSuccess);
-  bus_->call(std::move(message), orEnd([onError = std::move(onError)](sd_bus_message& answer) {
+void PortalSession::request(MessageBus::Message message, Outcomes outcomes) {
+  outcomes_ = std::move(outcomes);
+  bus_->call(std::move(message), orEnd([onError = outcomes_.onError](sd_bus_message& answer) {
                if (isError(answer)) onError();
              }));
 }
 
 void PortalSession::responseCame(sd_bus_message& response) {
-  if (!onSuccess_ || !endsWithToken(response, token_)) return;
-  const Answer onSuccess = std::exchange(onSuccess_, nullptr);
+  if (!outcomes_.onSuccess || !endsWithToken(response, token_)) return;
+  const Outcomes outcomes = std::exchange(outcomes_, {});
   switch (static_cast<Response>(readNumber(response))) {
     case Response::success:
-      return onSuccess(response);
+      return outcomes.onSuccess(response);
     case Response::refused:
       return end(refusal());
   }
-  throw PortalError(PortalError::Case::notStarted);
+  outcomes.onFailure();
 }
 
 /// For the name of the next request: an old one may not be free yet.
@@ -231,7 +242,8 @@ MessageBus::Handler PortalSession::orEnd(std::function<void(sd_bus_message&)> st
 }
 
 void PortalSession::end(std::exception_ptr why) {
-  onSuccess_ = nullptr;
+  outcomes_ = {};
+  nextAttempt_.cancel();
   if (const auto onEnd = std::exchange(handlers_.onEnd, nullptr)) onEnd(std::move(why));
 }
 

@@ -3,6 +3,7 @@
 #include "app/capture/portal/PortalGrant.h"
 #include "app/capture/portal/PortalOffer.h"
 #include "core/net/MessageBus.h"
+#include "core/support/OneShotTimer.h"
 #include "core/support/Result.h"
 #include "core/support/SerialQueue.h"
 #include "core/support/UniqueFd.h"
@@ -43,14 +44,24 @@ class PortalSession {
  private:
   using Answer = std::function<void(sd_bus_message& results)>;
 
+  /// What follows upon a request. A refusal by the presenter ends the session.
+  struct Outcomes {
+    Answer onSuccess;
+    std::function<void()> onError;    ///< the call was not taken
+    std::function<void()> onFailure;  ///< it was taken, and failed
+  };
+
+  static constexpr int mostAttempts = 12;
+
   void watch();
   void askOffer();
   void createSession();
+  void createSessionLater();
   void selectSources();
   void selectSourcesAnew();
   void start();
   void openMediaServer();
-  void request(MessageBus::Message message, Answer onSuccess, std::function<void()> onError);
+  void request(MessageBus::Message message, Outcomes outcomes);
   void responseCame(sd_bus_message& response);
   const std::string& newToken();
   MessageBus::Message portalCall(const char* member);
@@ -64,7 +75,9 @@ class PortalSession {
   PortalOffer offer_;
   std::string session_;  ///< its path on the bus, empty until there is one
   PortalGrant grant_;
-  Answer onSuccess_;  ///< of the request that is open
+  Outcomes outcomes_;  ///< of the request that is open
+  int attemptsLeft_ = mostAttempts;
+  OneShotTimer nextAttempt_;
   std::unique_ptr<MessageBus> bus_;
 };
 

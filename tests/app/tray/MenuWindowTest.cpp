@@ -85,6 +85,24 @@ TEST_F(MenuWindowTest, TheTabKeyGoesFromTopToBottom) {
   EXPECT_EQ(nextByTab(row<QWidget>(2)), row<QWidget>(3));
 }
 
+TEST_F(MenuWindowTest, NothingThatIsLongIsCut) {
+  const auto sourceNamed = [](const std::string& name) {
+    return MenuItem::submenu("Source", {MenuItem::choice(name, {}, true)});
+  };
+  const std::string longText = std::string(40, 'm') + " " + std::string(30, 'm');
+  window_.draw({MenuItem::text("Not sharing"), sourceNamed("Display 1")});
+  window_.open();
+  window_.draw({MenuItem::text("Sharing " + longText), MenuItem::text("Can't " + longText),
+                sourceNamed("Window (chosen in the desktop's dialog, or so)")});
+  QCoreApplication::processEvents();
+  for (const int index : {0, 1}) {
+    const auto* const text = row<QLabel>(index);
+    EXPECT_GT(text->heightForWidth(text->width()), text->fontMetrics().height()) << "it is wrapped";
+    EXPECT_GE(text->height(), text->heightForWidth(text->width()));
+  }
+  EXPECT_GE(row<QPushButton>(2)->width(), row<QPushButton>(2)->minimumSizeHint().width());
+}
+
 TEST_F(MenuWindowTest, OpensAgainAfterItWasClosed) {
   window_.draw({MenuItem::text("Not sharing")});
   EXPECT_FALSE(window_.widget().isVisible());
