@@ -27,9 +27,9 @@ class LingeringSockets {
     std::chrono::seconds silence;
   };
   static constexpr Patience ordinary{std::chrono::seconds(1), std::chrono::seconds(1)};
-  /// A browser whose upload is refused reads the answer only once it has sent the file or failed
-  /// to.
-  static constexpr Patience forUploads{std::chrono::seconds(60), std::chrono::seconds(2)};
+  /// A browser whose upload is refused may read the answer only once it has sent the file (WebKit
+  /// does so): in ten minutes a long video gets through slow Wi-Fi, and its owner reads why not.
+  static constexpr Patience forUploads{std::chrono::minutes(10), std::chrono::seconds(2)};
   static constexpr std::size_t maxSockets = 256;
 
   LingeringSockets() = default;
