@@ -23,6 +23,8 @@ X11Atoms::X11Atoms(const X11Connection& connection) {
       {&supportingWmCheck, "_NET_SUPPORTING_WM_CHECK"},
       {&clientListStacking, "_NET_CLIENT_LIST_STACKING"},
       {&wmState, "WM_STATE"},
+      {&workspace, "_NET_WM_DESKTOP"},
+      {&currentWorkspace, "_NET_CURRENT_DESKTOP"},
       {&name, "_NET_WM_NAME"},
       {&pid, "_NET_WM_PID"},
       {&state, "_NET_WM_STATE"},

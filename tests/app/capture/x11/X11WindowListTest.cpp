@@ -88,6 +88,9 @@ TEST_F(X11WindowList, LeavesOutWhatIsNotOnTheScreen) {
   minimised.setNumbers("_NET_WM_STATE", "ATOM", {x11.client.atom("_NET_WM_STATE_HIDDEN")});
   XWindow onAnotherWorkspace(x11.client, {0, 0, 300, 200}, greyLook);
   onAnotherWorkspace.setNumbers("WM_STATE", "WM_STATE", {3, 0});
+  x11.client.writeOnRoot("_NET_CURRENT_DESKTOP", {1});
+  XWindow mappedOnAnother(x11.client, {0, 0, 300, 200}, greyLook);
+  mappedOnAnother.setNumbers("_NET_WM_DESKTOP", "CARDINAL", {0});
   XWindow desktop(x11.client, {0, 0, 800, 600}, greyLook);
   desktop.setNumbers("_NET_WM_WINDOW_TYPE", "ATOM",
                      {x11.client.atom("_NET_WM_WINDOW_TYPE_DESKTOP")});
@@ -126,20 +129,12 @@ TEST_F(X11WindowList, FindsTheProgramsWindowInAFrame) {
   EXPECT_EQ(x11.run.content().windows.at(0).frame, (Rect{105, 120, 310, 200}));
 }
 
-/// The root window, as a window manager writes on it.
-void writeOnRoot(XClient& client, const std::string& property, std::vector<std::uint32_t> numbers) {
-  xcb_change_property(client.get(), XCB_PROP_MODE_REPLACE, client.root(), client.atom(property),
-                      XCB_ATOM_WINDOW, 32, static_cast<std::uint32_t>(numbers.size()),
-                      numbers.data());
-  client.sync();
-}
-
 TEST_F(X11WindowList, BelievesAWindowManagerThatLives) {
   const XWindow first(x11.client, {0, 0, 300, 200}, greyLook);
   const XWindow second(x11.client, {0, 0, 300, 200}, greyLook);
   XWindow check(x11.client, {0, 0, 1, 1}, {.background = 0, .isMapped = false});
-  writeOnRoot(x11.client, "_NET_SUPPORTING_WM_CHECK", {check.id()});
-  writeOnRoot(x11.client, "_NET_CLIENT_LIST_STACKING", {second.id(), 0xDEAD});
+  x11.client.writeOnRoot("_NET_SUPPORTING_WM_CHECK", {check.id()});
+  x11.client.writeOnRoot("_NET_CLIENT_LIST_STACKING", {second.id(), 0xDEAD});
   EXPECT_THAT(idsOf(x11.run.content()), ElementsAre(first.id(), second.id()));
   check.setNumbers("_NET_SUPPORTING_WM_CHECK", "WINDOW", {check.id()});
   EXPECT_THAT(idsOf(x11.run.content()), ElementsAre(second.id()));
