@@ -16,6 +16,8 @@
  *   bitmapat OFFSET             where in the facts the bitmap is said to be
  *   send                        "sent", or "none" when there is no free buffer
  *   forget                      the same but for telling anybody, as if that got lost: "forgotten"
+ *   halting                     sends nothing more after another format until it is taken anew, as
+ *                               if the way to who takes it had been left closed
  *   forgetful BUFFERS           gives so many of the buffers that will come no memory at all
  *   shrink BYTES                cuts off the memory of all buffers: "shrunk"
  *   flicker                     cuts it off and gives it back all the time, beside what else it does
@@ -59,6 +61,7 @@ static struct {
   pthread_t flickering;
   atomic_bool flickers;
   uint32_t named;
+  bool halting, halted;
 } own;
 
 static void say(const char *text) {
@@ -140,6 +143,7 @@ static void state_changed(void *data, enum pw_stream_state before, enum pw_strea
     own.named = node;
     printf("node %u\n", node);
   }
+  if (state == PW_STREAM_STATE_STREAMING) own.halted = false;
   say(pw_stream_state_as_string(state));
 }
 
@@ -229,7 +233,7 @@ static void tell_facts(struct spa_buffer *buffer) {
 }
 
 static struct pw_buffer *filled_buffer(void) {
-  struct pw_buffer *buffer = own.stream ? pw_stream_dequeue_buffer(own.stream) : NULL;
+  struct pw_buffer *buffer = own.stream && !own.halted ? pw_stream_dequeue_buffer(own.stream) : NULL;
   if (buffer == NULL) return NULL;
   struct spa_data *data = &buffer->buffer->datas[0];
   if (data->type == SPA_DATA_MemFd) paint((int)data->fd);
@@ -277,6 +281,7 @@ static void close_node(void) {
 }
 
 static void set_format(const char *name, uint32_t width, uint32_t height) {
+  own.halted = own.halting;
   own.format = format_named(name);
   own.width = width;
   own.height = height;
@@ -330,6 +335,7 @@ static void command(char **words, int count) {
   if (strcmp(verb, "send") == 0) send_picture();
   if (strcmp(verb, "forget") == 0) forget_picture();
   if (strcmp(verb, "forgetful") == 0) own.without_memory = number(given[0]);
+  if (strcmp(verb, "halting") == 0) own.halting = true;
   if (strcmp(verb, "shrink") == 0) truncate_all(own.fds, number(given[0])), say("shrunk");
   if (strcmp(verb, "flicker") == 0) begin_flickering();
   if (strcmp(verb, "steady") == 0) end_flickering(), say("steady");

@@ -24,13 +24,17 @@ class _Desktop(Process):
     """A window manager that composes the screen too. It insists on a session bus; nothing else has
     to be on it."""
 
+    composes = True
+
     def __init__(self, server, folder, *argv):
         self._bus = SessionBus(folder)
         super().__init__(argv, folder, argv[0],
                          env={**server.env, "HOME": str(folder), "NO_AT_BRIDGE": "1",
                               "GSETTINGS_BACKEND": "memory",
                               "DBUS_SESSION_BUS_ADDRESS": self._bus.address})
-        _when_composing(server, _when_managing(server, self))
+        _when_managing(server, self)
+        if self.composes:
+            _when_composing(server, self)
 
     def stop(self, grace=5):
         super().stop(grace)
@@ -49,6 +53,22 @@ class Mutter(_Desktop):
 
     def __init__(self, server, folder):
         super().__init__(server, folder, "mutter", "--x11")
+
+
+class KWin(_Desktop):
+    """KDE Plasma's, without its shell."""
+
+    def __init__(self, server, folder):
+        settings = folder / ".config/kwinrc"
+        settings.parent.mkdir(exist_ok=True)
+        settings.write_text(f"[Desktops]\nNumber=2\n[Compositing]\nEnabled={self.composes}\n")
+        super().__init__(server, folder, "kwin_x11")
+
+
+class PlainKWin(KWin):
+    """The same, which does not compose."""
+
+    composes = False
 
 
 def _when_managing(server, manager):

@@ -41,6 +41,22 @@ XClient::XClient(const std::string& display) : connection_(xcb_connect(display.c
   sync();
 }
 
+void XClient::writeOnRoot(const std::string& property, const std::vector<std::uint32_t>& numbers) {
+  xcb_change_property(get(), XCB_PROP_MODE_REPLACE, root(), atom(property), XCB_ATOM_CARDINAL, 32,
+                      static_cast<std::uint32_t>(numbers.size()), numbers.data());
+  sync();
+}
+
+void XClient::manageAndCompose(xcb_window_t window) {
+  writeOnRoot("_NET_SUPPORTING_WM_CHECK", {window});
+  compose(window);
+}
+
+void XClient::compose(xcb_window_t window) {
+  xcb_set_selection_owner(get(), window, atom("_NET_WM_CM_S0"), XCB_CURRENT_TIME);
+  sync();
+}
+
 void XClient::fill(const PixelRect& rect, std::uint32_t colour) {
   const xcb_rectangle_t area = rectangle(rect);
   xcb_change_gc(connection_.get(), overEverything_, XCB_GC_FOREGROUND, &colour);

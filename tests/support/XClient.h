@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace tarvinel {
 
@@ -19,6 +20,15 @@ class XClient {
   xcb_window_t root() const { return screen_->root; }
   xcb_connection_t* get() const { return connection_.get(); }
   const xcb_screen_t& screen() const { return *screen_; }
+
+  /// Sets a property of the root window, as window managers do.
+  void writeOnRoot(const std::string& property, const std::vector<std::uint32_t>& numbers);
+
+  /// Says that the window's owner manages windows and composes the screen.
+  void manageAndCompose(xcb_window_t window);
+
+  /// Says that the window's owner composes the screen.
+  void compose(xcb_window_t window);
 
   /// Fills a rectangle of the screen with 0xRRGGBB, over everything that is there.
   void fill(const PixelRect& rect, std::uint32_t colour);

@@ -301,6 +301,16 @@ def test_another_format_in_the_middle(start, viewer):
     show(producer, viewer, BLUE, GREEN, RED, GREY, width=WIDTH * 2, height=HEIGHT * 2)
 
 
+def test_a_stream_that_another_format_has_halted_is_taken_anew(start, viewer):
+    """KWin's, when a window that is shared grows."""
+    producer = start("halting")
+    show(producer, viewer, RED)
+    producer.change_format("BGRx", 160, 120)
+    show(producer, viewer, GREEN, width=160, height=120)
+    producer.change_format("BGRx", WIDTH, HEIGHT)
+    show(producer, viewer, BLUE)
+
+
 def test_buffers_that_never_come_end_the_share(session, program):
     producer = session.producer(f"format BGRx {SIZE}", "buffers never")
     program.command(f"share {SCREEN}")

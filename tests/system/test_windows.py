@@ -8,12 +8,13 @@ from harness import pixels
 from harness.viewer import Viewer
 from harness.waiting import eventually
 from harness.watcher import SECRET, Watcher, amount, keep, rgb
-from harness.window_managers import Mutter, Xfwm4, openbox, picom
+from harness.window_managers import KWin, Mutter, PlainKWin, Xfwm4, openbox, picom
 from harness.windows import sources_on, windows_of
 
 BLUE, GREEN, ORANGE = 0x2040A0, 0x20A040, 0xE08020
 DESKTOPS = {"bare": [], "openbox": [openbox], "composited": [openbox, picom], "xfwm4": [Xfwm4],
-            "mutter": [Mutter]}
+            "mutter": [Mutter], "kwin": [KWin],
+            "plain kwin": [PlainKWin]}
 
 
 @pytest.fixture(params=DESKTOPS)
@@ -90,7 +91,7 @@ def test_partly_off_the_screen(desktop, owner, share):
         assert picture.shape == (300, 400, 3)
 
 
-@pytest.mark.parametrize("desktop", ["xfwm4", "mutter"], indirect=True)
+@pytest.mark.parametrize("desktop", ["xfwm4", "mutter", "kwin"], indirect=True)
 def test_whole_display_that_is_composed(desktop, x, owner, share):
     mine = owner("mine")
     mine.open("document", 100, 100, 400, 300, BLUE)
@@ -105,7 +106,8 @@ def test_whole_display_that_is_composed(desktop, x, owner, share):
         assert pixels.same(pixels.decode(late.last_frame()), pixels.grab(x))
 
 
-@pytest.mark.parametrize("desktop", ["openbox", "composited", "xfwm4", "mutter"], indirect=True)
+@pytest.mark.parametrize("desktop", ["openbox", "composited", "xfwm4", "mutter", "kwin",
+                                     "plain kwin"], indirect=True)
 def test_minimised_and_restored(desktop, x, owner, share):
     mine, other = owner("mine"), owner("other")
     mine.open("document", 100, 100, 400, 300, BLUE)
@@ -157,7 +159,8 @@ def test_application_with_menu_and_dialog(desktop, owner, share):
         program.wait_for_line("Sharing stopped: the application was closed")
 
 
-@pytest.mark.parametrize("desktop", ["openbox", "xfwm4", "mutter"], indirect=True)
+@pytest.mark.parametrize("desktop", ["openbox", "xfwm4", "mutter", "kwin",
+                                     "plain kwin"], indirect=True)
 def test_what_the_presenter_put_away_is_not_seen(desktop, x, owner, share, tmp_path):
     """Some window managers leave minimised windows and those of other workspaces mapped."""
     mine = owner("mine")
@@ -193,7 +196,7 @@ def test_compositing_manager_comes_and_goes(manage, owner, share):
     assert program.status()["sharing"]
 
 
-@pytest.mark.parametrize("window_manager", [openbox, Xfwm4, Mutter])
+@pytest.mark.parametrize("window_manager", [openbox, Xfwm4, Mutter, KWin])
 def test_window_manager_restarts(window_manager, manage, owner, share):
     mine = owner("mine")
     mine.open("document", 100, 100, 400, 300, BLUE)

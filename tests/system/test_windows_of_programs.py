@@ -5,13 +5,14 @@ from harness import pixels
 from harness.toolkit_windows import GtkWindow, glxgears, oclock, on_screen, xterm
 from harness.waiting import eventually
 from harness.watcher import SECRET, Watcher, amount, keep
-from harness.window_managers import Xfwm4, openbox, picom
+from harness.window_managers import KWin, PlainKWin, Xfwm4, openbox, picom
 from harness.windows import sources_on, windows_of
 
 BLUE, GREEN, ORANGE = 0x2040A0, 0x20A040, 0xE08020
 # Not mutter: its screen, which is what pictures are compared with, was seen to keep the last picture but
 # one of a window that was maximised. It did so without any sharing, too.
-DESKTOPS = {"openbox": [openbox], "composited": [openbox, picom], "xfwm4": [Xfwm4]}
+DESKTOPS = {"openbox": [openbox], "composited": [openbox, picom], "xfwm4": [Xfwm4], "kwin": [KWin],
+            "plain kwin": [PlainKWin]}
 
 
 @pytest.fixture
@@ -73,7 +74,7 @@ def test_window_with_a_title_bar_of_its_own(desktop, gtk_window, x, tmp_path, sh
         watcher.until(lambda seen: amount(seen, GREEN) > 0.8)
 
 
-@pytest.mark.parametrize("desktop", ["openbox", "xfwm4"], indirect=True)
+@pytest.mark.parametrize("desktop", ["openbox", "xfwm4", "kwin"], indirect=True)
 def test_application_with_shadows_of_its_own(desktop, gtk_window, x, share):
     """Its menu, its dialog and its window lie over each other as on the screen."""
     with Watcher(share(gtk_window.application)) as watcher:
@@ -85,7 +86,7 @@ def test_application_with_shadows_of_its_own(desktop, gtk_window, x, share):
 
 
 @pytest.mark.parametrize("client", [xterm, oclock])
-@pytest.mark.parametrize("desktop", ["xfwm4"], indirect=True)
+@pytest.mark.parametrize("desktop", ["xfwm4", "kwin"], indirect=True)
 def test_covered(desktop, client, x, tmp_path, clients, share, covered):
     drawn = client(x, tmp_path)
     clients.append(drawn.program)
@@ -100,7 +101,7 @@ def test_covered(desktop, client, x, tmp_path, clients, share, covered):
         keep(late.picture, f"covered-{client.__name__}")
 
 
-@pytest.mark.parametrize("desktop", ["openbox", "xfwm4"], indirect=True)
+@pytest.mark.parametrize("desktop", ["openbox", "xfwm4", "kwin"], indirect=True)
 def test_drawn_by_opengl(desktop, x, tmp_path, clients, share, covered):
     clients.append(glxgears(x, tmp_path))
     covered()

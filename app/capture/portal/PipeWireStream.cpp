@@ -262,6 +262,7 @@ void PipeWireStream::serverEnded() {
 /// A format that was not offered shows nothing until the next one comes.
 void PipeWireStream::formatChanged(const spa_pod* format) {
   format_ = format != nullptr ? VideoFormat::read(*format) : std::nullopt;
+  mayBeHalted_ = hadPicture_;
   damage_.reset();
   if (!format_) return;
   const auto wanted = wantedParameters(wish_.cursorIsApart);
@@ -294,6 +295,7 @@ void PipeWireStream::lookLater() {
 void PipeWireStream::look() {
   lookLater();
   if (buffers_.lackMemory()) return askAnew();
+  if (std::exchange(mayBeHalted_, false)) return restart();
   const pw_buffer* newest = format_ ? buffers_.newest(*format_) : nullptr;
   if (newest == nullptr) return;
   noteCursor(*newest);
@@ -314,6 +316,13 @@ void PipeWireStream::askAnew() {
   pw_stream_update_params(connection_->stream, parameters.data(), parameters.size());
 }
 
+/// When one format follows upon another, the media server may leave the way from the producer to
+/// this side closed. Both sides believe that all is well, and no picture ever comes.
+void PipeWireStream::restart() {
+  pw_stream_set_active(connection_->stream, false);
+  pw_stream_set_active(connection_->stream, true);
+}
+
 /// Shows the newest of the buffers that wait; those before it only tell what changed.
 void PipeWireStream::takeBuffers() {
   pw_stream* stream = connection_->stream;
@@ -332,6 +341,8 @@ void PipeWireStream::takeBuffers() {
   if (newest != nullptr) {
     nextLook_.cancel();
     questionsLeft_ = mostQuestions;
+    hadPicture_ = true;
+    mayBeHalted_ = false;
     show(*newest);
     pw_stream_queue_buffer(stream, newest);
   }

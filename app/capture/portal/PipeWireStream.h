@@ -84,6 +84,7 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   void lookLater();
   void look();
   void askAnew();
+  void restart();
   void takeBuffers();
   bool hasPicture(const pw_buffer& buffer);
   void noteDamage(const pw_buffer& buffer);
@@ -104,6 +105,8 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   OneShotTimer nextLook_;                   ///< for a picture that nobody told of
   int looksLeft_ = 0;
   int questionsLeft_ = mostQuestions;  ///< of the format, until a picture comes
+  bool hadPicture_ = false;
+  bool mayBeHalted_ = false;  ///< there is another format, and no picture of it yet
   std::optional<asio::posix::stream_descriptor> descriptor_;
   std::optional<VideoFormat> format_;
   std::optional<Rects> damage_;  ///< since the last picture, frame's pixels; absent: not known

@@ -15,7 +15,7 @@ X11AppSource::X11AppSource(const std::string& server, const X11Options& options,
                            std::uint32_t displayID, std::int32_t processID, bool showsCursor)
     : connection_(server, options),
       displayID_(displayID),
-      monitors_(connection_, XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY),
+      monitors_(connection_, XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE),
       hasRender_(negotiateRender(connection_)) {
   requireBGRA(connection_);
   requireComposite(connection_);

@@ -1,6 +1,5 @@
 #include "app/capture/x11/X11AppWindows.h"
 
-#include "app/capture/x11/X11Atoms.h"
 #include "app/capture/x11/X11ClientProcesses.h"
 #include "app/capture/x11/X11Connection.h"
 #include "app/capture/x11/X11Error.h"
@@ -25,10 +24,7 @@ bool arrangesWindows(std::uint8_t code) {
 
 X11AppWindows::X11AppWindows(const X11Connection& connection, std::int32_t processID,
                              bool hasXFixes)
-    : connection_(connection),
-      processID_(processID),
-      hasXFixes_(hasXFixes),
-      wmState_(internAtom(connection, "WM_STATE")) {
+    : connection_(connection), processID_(processID), hasXFixes_(hasXFixes), atoms_(connection) {
   constexpr int deepest = 3;  // a window manager puts one or two windows around a program's
   std::vector<xcb_window_t> level{connection.root()};
   for (int depth = 0; depth < deepest; ++depth) {
@@ -83,8 +79,10 @@ bool X11AppWindows::handle(const xcb_generic_event_t& event) {
 
 /// Or brings back.
 bool X11AppWindows::putsAway(const xcb_generic_event_t& event) const {
-  return eventCode(event) == XCB_PROPERTY_NOTIFY &&
-         eventAs<xcb_property_notify_event_t>(event).atom == wmState_;
+  if (eventCode(event) != XCB_PROPERTY_NOTIFY) return false;
+  const xcb_atom_t property = eventAs<xcb_property_notify_event_t>(event).atom;
+  return property == atoms_.wmState || property == atoms_.workspace ||
+         property == atoms_.currentWorkspace;
 }
 
 bool X11AppWindows::comeOrGo(const xcb_generic_event_t& event) {
@@ -113,7 +111,7 @@ void X11AppWindows::readLayers() {
   for (const auto& [window, known] : windows_) {
     if (known.content && known.content->pixmap() != XCB_NONE) painted.push_back(window);
   }
-  const std::vector<xcb_window_t> ordered = visibleInStackingOrder(connection_, wmState_, painted);
+  const std::vector<xcb_window_t> ordered = visibleInStackingOrder(connection_, atoms_, painted);
   std::vector<xcb_translate_coordinates_cookie_t> places;
   places.reserve(ordered.size());
   for (const xcb_window_t window : ordered) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/capture/PixelRect.h"
+#include "app/capture/x11/X11Atoms.h"
 #include "app/capture/x11/X11Layer.h"
 #include "app/capture/x11/X11WindowContent.h"
 
@@ -18,7 +19,7 @@ class X11Connection;
 
 /// The windows of one process, its menus and dialogs included, followed as they come, go, move and
 /// change their order. Must not outlive the connection, on which XFixes and Composite have been
-/// negotiated and the root window's substructure events are selected.
+/// negotiated and the root window's substructure and property events are selected.
 class X11AppWindows {
  public:
   /// Throws X11Error.
@@ -60,7 +61,7 @@ class X11AppWindows {
   const X11Connection& connection_;
   const std::int32_t processID_;
   const bool hasXFixes_;
-  const xcb_atom_t wmState_;
+  const X11Atoms atoms_;
   std::map<xcb_window_t, Known> windows_;
   std::vector<X11Layer> layers_;
   bool layersMayDiffer_ = true;

@@ -3,6 +3,7 @@
 #include "app/capture/x11/X11Connection.h"
 
 #include <cstring>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -17,12 +18,16 @@ xcb_intern_atom_cookie_t ask(const X11Connection& connection, const char* name) 
 }  // namespace
 
 X11Atoms::X11Atoms(const X11Connection& connection) {
+  const std::string manager = "_NET_WM_CM_S" + std::to_string(connection.screenNumber());
   const std::vector<std::pair<xcb_atom_t*, const char*>> wanted{
       {&utf8String, "UTF8_STRING"},
       {&compoundText, "COMPOUND_TEXT"},
       {&supportingWmCheck, "_NET_SUPPORTING_WM_CHECK"},
       {&clientListStacking, "_NET_CLIENT_LIST_STACKING"},
       {&wmState, "WM_STATE"},
+      {&compositingManager, manager.c_str()},
+      {&workspace, "_NET_WM_DESKTOP"},
+      {&currentWorkspace, "_NET_CURRENT_DESKTOP"},
       {&name, "_NET_WM_NAME"},
       {&pid, "_NET_WM_PID"},
       {&state, "_NET_WM_STATE"},

@@ -17,6 +17,9 @@ struct X11Atoms {
   xcb_atom_t supportingWmCheck = XCB_NONE;
   xcb_atom_t clientListStacking = XCB_NONE;
   xcb_atom_t wmState = XCB_NONE;
+  xcb_atom_t compositingManager = XCB_NONE;  ///< the selection that one owns
+  xcb_atom_t workspace = XCB_NONE;           ///< that a window is on
+  xcb_atom_t currentWorkspace = XCB_NONE;    ///< on the root window
   xcb_atom_t name = XCB_NONE;
   xcb_atom_t pid = XCB_NONE;
   xcb_atom_t state = XCB_NONE;

@@ -14,11 +14,6 @@ namespace {
 
 constexpr std::uint32_t mostListed = 65536;  ///< bytes
 
-std::optional<xcb_window_t> firstNumber(const std::optional<X11Property>& property) {
-  const auto numbers = property ? property->numbers() : std::vector<std::uint32_t>{};
-  return numbers.empty() ? std::nullopt : std::optional<xcb_window_t>(numbers.front());
-}
-
 /// What a window manager left behind when it ended is not to be believed: one that lives owns a
 /// window that names itself.
 bool hasWindowManager(const X11Connection& connection, const X11Atoms& atoms) {

@@ -36,9 +36,8 @@ X11Connection::X11Connection(const std::string& display, const X11Options& optio
     throw X11Error(X11Error::Case::noDisplayName, "there is no X server: DISPLAY is not set");
   }
   blockBrokenPipeSignal();
-  int screenNumber = 0;
-  connection_.reset(xcb_connect(display.c_str(), &screenNumber));
-  if (xcb_connection_has_error(get()) == 0) screen_ = screenNumbered(get(), screenNumber);
+  connection_.reset(xcb_connect(display.c_str(), &screenNumber_));
+  if (xcb_connection_has_error(get()) == 0) screen_ = screenNumbered(get(), screenNumber_);
   if (screen_ == nullptr) {
     throw X11Error(X11Error::Case::cannotConnect, "cannot connect to the X server " + display);
   }

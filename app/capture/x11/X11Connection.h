@@ -42,6 +42,7 @@ class X11Connection {
 
   /// The screen that the display's name selects.
   const xcb_screen_t& screen() const { return *screen_; }
+  int screenNumber() const { return screenNumber_; }
   xcb_window_t root() const { return screen_->root; }
 
   /// The root window's size now; unlike `screen()` it follows changes. Throws X11Error.
@@ -94,6 +95,7 @@ class X11Connection {
 
   X11Options options_;
   std::unique_ptr<xcb_connection_t, Disconnect> connection_;
+  int screenNumber_ = 0;
   const xcb_screen_t* screen_ = nullptr;
 };
 

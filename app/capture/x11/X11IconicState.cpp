@@ -4,8 +4,7 @@ namespace tarvinel {
 
 bool isIconic(const std::optional<X11Property>& state) {
   constexpr std::uint32_t iconicState = 3;
-  const auto numbers = state ? state->numbers() : std::vector<std::uint32_t>{};
-  return !numbers.empty() && numbers.front() == iconicState;
+  return firstNumber(state) == iconicState;
 }
 
 }  // namespace tarvinel

@@ -35,4 +35,9 @@ std::optional<X11Property> readProperty(const X11Connection& connection, xcb_win
   return takeProperty(connection, askForProperty(connection, window, property));
 }
 
+std::optional<std::uint32_t> firstNumber(const std::optional<X11Property>& property) {
+  const auto numbers = property ? property->numbers() : std::vector<std::uint32_t>{};
+  return numbers.empty() ? std::nullopt : std::optional(numbers.front());
+}
+
 }  // namespace tarvinel

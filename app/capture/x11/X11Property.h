@@ -33,4 +33,7 @@ std::optional<X11Property> takeProperty(const X11Connection& connection,
 std::optional<X11Property> readProperty(const X11Connection& connection, xcb_window_t window,
                                         xcb_atom_t property);
 
+/// The first item of a property of 32 bits; none of another. Pure.
+std::optional<std::uint32_t> firstNumber(const std::optional<X11Property>& property);
+
 }  // namespace tarvinel

@@ -1,9 +1,11 @@
 #include "app/capture/x11/X11StackingOrder.h"
 
+#include "app/capture/x11/X11Atoms.h"
 #include "app/capture/x11/X11Connection.h"
 #include "app/capture/x11/X11IconicState.h"
 #include "app/capture/x11/X11Property.h"
 #include "app/capture/x11/X11Tree.h"
+#include "app/capture/x11/X11Workspace.h"
 
 #include <algorithm>
 #include <map>
@@ -27,27 +29,34 @@ Heights heightsOnRoot(const X11Connection& connection) {
 struct SightRequests {
   xcb_get_window_attributes_cookie_t attributes;
   xcb_get_property_cookie_t wmState;
+  xcb_get_property_cookie_t workspace;
 };
 
 /// Takes every answer, whatever the other says.
-bool isInSight(const X11Connection& connection, const SightRequests& requests) {
+bool isInSight(const X11Connection& connection, const SightRequests& requests,
+               std::optional<std::uint32_t> shownWorkspace) {
   const auto attributes =
       connection.replyIfAny(xcb_get_window_attributes_reply, requests.attributes);
   const bool isPutAway = isIconic(takeProperty(connection, requests.wmState));
-  return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE && !isPutAway;
+  const bool isElsewhere =
+      isOnAnotherWorkspace(takeProperty(connection, requests.workspace), shownWorkspace);
+  return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE && !isPutAway &&
+         !isElsewhere;
 }
 
-std::vector<xcb_window_t> visibleAmong(const X11Connection& connection, xcb_atom_t wmState,
+std::vector<xcb_window_t> visibleAmong(const X11Connection& connection, const X11Atoms& atoms,
                                        const std::vector<xcb_window_t>& windows) {
   std::vector<SightRequests> requests;
   requests.reserve(windows.size());
   for (const xcb_window_t window : windows) {
     requests.push_back({xcb_get_window_attributes(connection.get(), window),
-                        askForProperty(connection, window, wmState)});
+                        askForProperty(connection, window, atoms.wmState),
+                        askForProperty(connection, window, atoms.workspace)});
   }
+  const auto shown = onlyWorkspaceShown(connection, atoms);
   std::vector<xcb_window_t> visible;
   for (std::size_t i = 0; i < windows.size(); ++i) {
-    if (isInSight(connection, requests[i])) visible.push_back(windows[i]);
+    if (isInSight(connection, requests[i], shown)) visible.push_back(windows[i]);
   }
   return visible;
 }
@@ -71,10 +80,10 @@ std::vector<xcb_window_t> topLevelsOf(const X11Connection& connection, const Hei
 }  // namespace
 
 std::vector<xcb_window_t> visibleInStackingOrder(const X11Connection& connection,
-                                                 xcb_atom_t wmState,
+                                                 const X11Atoms& atoms,
                                                  const std::vector<xcb_window_t>& windows) {
   const Heights heights = heightsOnRoot(connection);
-  const auto visible = visibleAmong(connection, wmState, windows);
+  const auto visible = visibleAmong(connection, atoms, windows);
   const auto topLevels = topLevelsOf(connection, heights, visible);
   std::multimap<std::size_t, xcb_window_t> byHeight;
   for (std::size_t i = 0; i < visible.size(); ++i) {

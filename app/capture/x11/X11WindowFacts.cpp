@@ -7,6 +7,7 @@
 #include "app/capture/x11/X11IconicState.h"
 #include "app/capture/x11/X11Property.h"
 #include "app/capture/x11/X11WindowMargins.h"
+#include "app/capture/x11/X11Workspace.h"
 
 #include <algorithm>
 #include <string_view>
@@ -29,6 +30,7 @@ struct Requests {
   xcb_get_property_cookie_t type;
   xcb_get_property_cookie_t state;
   xcb_get_property_cookie_t wmState;
+  xcb_get_property_cookie_t workspace;
   xcb_get_property_cookie_t margins;
 };
 
@@ -44,6 +46,7 @@ struct Answers {
   std::optional<X11Property> type;
   std::optional<X11Property> state;
   std::optional<X11Property> wmState;
+  std::optional<X11Property> workspace;
   std::optional<X11Property> margins;
 };
 
@@ -59,6 +62,7 @@ Requests ask(const X11Connection& connection, const X11Atoms& atoms, xcb_window_
           askForProperty(connection, window, atoms.windowType),
           askForProperty(connection, window, atoms.state),
           askForProperty(connection, window, atoms.wmState),
+          askForProperty(connection, window, atoms.workspace),
           askForProperty(connection, window, atoms.frameExtents)};
 }
 
@@ -74,6 +78,7 @@ Answers take(const X11Connection& connection, const Requests& requests) {
           takeProperty(connection, requests.type),
           takeProperty(connection, requests.state),
           takeProperty(connection, requests.wmState),
+          takeProperty(connection, requests.workspace),
           takeProperty(connection, requests.margins)};
 }
 
@@ -106,9 +111,7 @@ std::optional<std::string> classNameOf(const std::optional<X11Property>& propert
 }
 
 std::int32_t claimedProcess(const std::optional<X11Property>& pid) {
-  const auto numbers = pid ? pid->numbers() : std::vector<std::uint32_t>{};
-  const auto process = numbers.empty() ? 0 : static_cast<std::int32_t>(numbers.front());
-  return std::max(process, 0);
+  return std::max(static_cast<std::int32_t>(firstNumber(pid).value_or(0)), 0);
 }
 
 /// What window managers leave alone (override-redirect) is a menu or a panel.
@@ -124,9 +127,11 @@ X11WindowFacts::Role roleOf(const Answers& answers, const X11Atoms& atoms) {
   return isOrdinary ? X11WindowFacts::Role::ordinary : X11WindowFacts::Role::accessory;
 }
 
-bool isHidden(const Answers& answers, const X11Atoms& atoms) {
+bool isHidden(const Answers& answers, const X11Atoms& atoms,
+              std::optional<std::uint32_t> shownWorkspace) {
   const auto states = answers.state ? answers.state->numbers() : std::vector<std::uint32_t>{};
   return answers.attributes->map_state != XCB_MAP_STATE_VIEWABLE || isIconic(answers.wmState) ||
+         isOnAnotherWorkspace(answers.workspace, shownWorkspace) ||
          std::find(states.begin(), states.end(), atoms.stateHidden) != states.end();
 }
 
@@ -155,6 +160,7 @@ std::vector<X11WindowFacts> readWindowFacts(const X11Connection& connection, con
   for (const xcb_window_t window : windows)
     requests.push_back(ask(connection, atoms, window));
   const X11ClientProcesses processes(connection);
+  const auto shown = onlyWorkspaceShown(connection, atoms);
   const PixelRect screen = connection.rootArea();
   std::vector<X11WindowFacts> known;
   for (std::size_t i = 0; i < windows.size(); ++i) {
@@ -164,7 +170,8 @@ std::vector<X11WindowFacts> readWindowFacts(const X11Connection& connection, con
     facts.window = windows[i];
     facts.processID = processes.processOf(windows[i]);
     if (facts.processID == 0) facts.processID = claimedProcess(answers.pid);
-    facts.isOnScreen = !isHidden(answers, atoms) && !facts.area.intersection(screen).isEmpty();
+    facts.isOnScreen =
+        !isHidden(answers, atoms, shown) && !facts.area.intersection(screen).isEmpty();
     known.push_back(std::move(facts));
   }
   return known;

@@ -121,6 +121,26 @@ TEST_F(X11AppSourceTest, AWindowThatIsPutAwayIsNotSeenThoughItIsMapped) {
   EXPECT_EQ(frameWith(0, 100, 20, shown).at(20, 20), blue);
 }
 
+TEST_F(X11AppSourceTest, WhatIsOnAnotherWorkspaceIsNotSeen) {
+  const XWindow window(x11.client, {20, 20, 50, 50}, ordinaryLook);
+  x11.client.manageAndCompose(window.id());
+  XWindow other(x11.client, {100, 20, 50, 50}, {.background = red});
+  x11.client.writeOnRoot("_NET_CURRENT_DESKTOP", {1});
+  other.setNumbers("_NET_WM_DESKTOP", "CARDINAL", {0});
+  start();
+  EXPECT_FALSE(frameWith(blue, 20, 20).has(red));
+  x11.client.writeOnRoot("_NET_CURRENT_DESKTOP", {0});
+  EXPECT_EQ(frameWith(red, 100, 20).at(20, 20), blue);
+  std::size_t shown = log.frameCount();
+  x11.client.writeOnRoot("_NET_CURRENT_DESKTOP", {1});
+  EXPECT_EQ(frameWith(0, 100, 20, shown).at(20, 20), blue);
+  other.setNumbers("_NET_WM_DESKTOP", "CARDINAL", {0xFFFFFFFF});
+  frameWith(red, 100, 20, shown);
+  shown = log.frameCount();
+  other.setNumbers("_NET_WM_DESKTOP", "CARDINAL", {2});
+  frameWith(0, 100, 20, shown);
+}
+
 TEST_F(X11AppSourceTest, OnlyItsDisplayIsSeen) {
   const auto right = x11.client.setMonitor("right", {160, 40, 160, 200}, false, false);
   const XWindow window(x11.client, {100, 20, 100, 100}, ordinaryLook);

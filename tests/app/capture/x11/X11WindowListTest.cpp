@@ -94,6 +94,33 @@ TEST_F(X11WindowList, LeavesOutWhatIsNotOnTheScreen) {
   EXPECT_THAT(idsOf(x11.run.content()), ElementsAre(partly.id()));
 }
 
+TEST_F(X11WindowList, LeavesOutWhatIsOnAnotherWorkspaceThanTheOnlyOneShown) {
+  XWindow here(x11.client, {0, 0, 300, 200}, greyLook);
+  XWindow elsewhere(x11.client, {0, 0, 300, 200}, greyLook);
+  XWindow everywhere(x11.client, {0, 0, 300, 200}, greyLook);
+  const XWindow nowhere(x11.client, {0, 0, 300, 200}, greyLook);
+  here.setNumbers("_NET_WM_DESKTOP", "CARDINAL", {1});
+  elsewhere.setNumbers("_NET_WM_DESKTOP", "CARDINAL", {0});
+  everywhere.setNumbers("_NET_WM_DESKTOP", "CARDINAL", {0xFFFFFFFF});
+  x11.client.writeOnRoot("_NET_CURRENT_DESKTOP", {1});
+  x11.client.manageAndCompose(here.id());
+  EXPECT_THAT(idsOf(x11.run.content()), ElementsAre(here.id(), everywhere.id(), nowhere.id()));
+}
+
+TEST_F(X11WindowList, LeavesTheWorkspaceOfAnotherMonitorToWhoUnmapsAndDoesNotCompose) {
+  XClient manager(x11.server.display());
+  const XWindow ofManager(manager, {0, 0, 1, 1}, {.background = 0, .isMapped = false});
+  XWindow window(x11.client, {0, 0, 300, 200}, greyLook);
+  window.setNumbers("_NET_WM_DESKTOP", "CARDINAL", {0});
+  x11.client.writeOnRoot("_NET_CURRENT_DESKTOP", {1});
+  x11.client.writeOnRoot("_NET_SUPPORTING_WM_CHECK", {ofManager.id()});
+  EXPECT_THAT(idsOf(x11.run.content()), ElementsAre(window.id()));
+  x11.client.compose(window.id());
+  EXPECT_THAT(idsOf(x11.run.content()), ElementsAre(window.id()));
+  x11.client.writeOnRoot("_NET_SUPPORTING_WM_CHECK", {window.id()});
+  EXPECT_THAT(idsOf(x11.run.content()), IsEmpty());
+}
+
 TEST_F(X11WindowList, MenusAndPanelsAreAboveTheLayerOfApplications) {
   const XWindow menu(x11.client, {0, 0, 300, 200}, {.background = 0, .isUnmanaged = true});
   EXPECT_NE(onlyWindow().layer, 0);
@@ -126,20 +153,12 @@ TEST_F(X11WindowList, FindsTheProgramsWindowInAFrame) {
   EXPECT_EQ(x11.run.content().windows.at(0).frame, (Rect{105, 120, 310, 200}));
 }
 
-/// The root window, as a window manager writes on it.
-void writeOnRoot(XClient& client, const std::string& property, std::vector<std::uint32_t> numbers) {
-  xcb_change_property(client.get(), XCB_PROP_MODE_REPLACE, client.root(), client.atom(property),
-                      XCB_ATOM_WINDOW, 32, static_cast<std::uint32_t>(numbers.size()),
-                      numbers.data());
-  client.sync();
-}
-
 TEST_F(X11WindowList, BelievesAWindowManagerThatLives) {
   const XWindow first(x11.client, {0, 0, 300, 200}, greyLook);
   const XWindow second(x11.client, {0, 0, 300, 200}, greyLook);
   XWindow check(x11.client, {0, 0, 1, 1}, {.background = 0, .isMapped = false});
-  writeOnRoot(x11.client, "_NET_SUPPORTING_WM_CHECK", {check.id()});
-  writeOnRoot(x11.client, "_NET_CLIENT_LIST_STACKING", {second.id(), 0xDEAD});
+  x11.client.writeOnRoot("_NET_SUPPORTING_WM_CHECK", {check.id()});
+  x11.client.writeOnRoot("_NET_CLIENT_LIST_STACKING", {second.id(), 0xDEAD});
   EXPECT_THAT(idsOf(x11.run.content()), ElementsAre(first.id(), second.id()));
   check.setNumbers("_NET_SUPPORTING_WM_CHECK", "WINDOW", {check.id()});
   EXPECT_THAT(idsOf(x11.run.content()), ElementsAre(second.id()));
