@@ -7,11 +7,8 @@ it has been carried out; it ends with its input.
 """
 import sys
 
-import gi
-
-gi.require_version("Gtk", "3.0")
-gi.require_version("Gdk", "3.0")
-from gi.repository import Gdk, GLib, Gtk  # noqa: E402  (the versions come first)
+import told_window
+from gi.repository import Gdk, Gtk
 
 
 class Window:
@@ -26,7 +23,6 @@ class Window:
         self._window.add(self._area)
         self._window.set_default_size(width, height)
         self._window.show_all()
-        GLib.io_add_watch(sys.stdin, GLib.PRIORITY_DEFAULT, GLib.IO_IN | GLib.IO_HUP, self._read)
 
     def paint(self, colour):
         self._colour.parse(colour)
@@ -51,21 +47,14 @@ class Window:
         menu.attach_to_widget(self._window)
         menu.popup_at_widget(self._area, Gdk.Gravity.CENTER, Gdk.Gravity.NORTH_WEST, None)
 
+    def do(self, verb, *words):
+        getattr(self, verb)(*words)
+        print("done", flush=True)
+
     def _draw(self, _, canvas):
         Gdk.cairo_set_source_rgba(canvas, self._colour)
         canvas.paint()
         return True
 
-    def _read(self, *_):
-        line = sys.stdin.readline()
-        if not line:
-            Gtk.main_quit()
-            return False
-        verb, *words = line.split()
-        getattr(self, verb)(*words)
-        print("done", flush=True)
-        return True
 
-
-Window(sys.argv[1], sys.argv[2], int(sys.argv[3]), int(sys.argv[4]))
-Gtk.main()
+told_window.run(Window(sys.argv[1], sys.argv[2], int(sys.argv[3]), int(sys.argv[4])).do)

@@ -7,11 +7,8 @@ Its pointer is a plain white square. It ends with its input.
 """
 import sys
 
-import gi
-
-gi.require_version("Gtk", "3.0")
-gi.require_version("Gdk", "3.0")
-from gi.repository import Gdk, GdkPixbuf, GLib, Gtk  # noqa: E402  (the versions come first)
+import told_window
+from gi.repository import Gdk, GdkPixbuf, Gtk
 
 POINTER = 16  # pixels
 
@@ -28,7 +25,6 @@ class PlainWindow:
         self._window.connect("realize", self._set_pointer)
         self._window.set_app_paintable(True)
         self._window.show_all()
-        GLib.io_add_watch(sys.stdin, GLib.PRIORITY_DEFAULT, GLib.IO_IN | GLib.IO_HUP, self._read)
 
     def _set_pointer(self, window):
         square = GdkPixbuf.Pixbuf.new(GdkPixbuf.Colorspace.RGB, True, 8, POINTER, POINTER)
@@ -47,12 +43,7 @@ class PlainWindow:
             print("done", flush=True)
         return True
 
-    def _read(self, *_):
-        line = sys.stdin.readline()
-        if not line:
-            Gtk.main_quit()
-            return False
-        verb, *words = line.split()
+    def do(self, verb, *words):
         self._owes = True
         if verb == "paint":
             for number, word in enumerate(words):
@@ -62,8 +53,6 @@ class PlainWindow:
             self._size = tuple(map(int, words))
             self._window.resize(*self._size)
         self._window.queue_draw()
-        return True
 
 
-PlainWindow(int(sys.argv[1]), int(sys.argv[2]))
-Gtk.main()
+told_window.run(PlainWindow(int(sys.argv[1]), int(sys.argv[2])).do)

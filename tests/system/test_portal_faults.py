@@ -117,8 +117,8 @@ def test_what_waits_for_a_desktops_part_can_be_given_up(start_on_portal):
     program, fake = start_on_portal({"CreateSession": {"code": 2}}, "--share", SCREEN)
     eventually(lambda: "CreateSession" in fake.stdout, 15, "it was asked")
     program.command("stop")
-    program.command("status")
-    program.wait_for_line("Not sharing")
+    program.terminate()
+    assert program.wait(20) == 0
     assert NOT_STARTED not in program.stdout
 
 
