@@ -121,17 +121,17 @@ void PortalSession::createSession() {
   auto message = portalCall("CreateSession");
   appendOptions(*message,
                 {{"handle_token", newToken()}, {"session_handle_token", tokenForPaths()}});
-  request(std::move(message), {[this](sd_bus_message& results) {
-                                 forEachValue(results,
-                                              [&](std::string_view name, std::string_view type) {
-                                                if (name != "session_handle" || type != "s")
-                                                  return false;
-                                                session_ = readText(results);
-                                                return true;
-                                              });
-                                 selectSources();
-                               },
+  request(std::move(message), {[this](sd_bus_message& results) { sessionCame(results); },
                                notStarted, [this] { createSessionLater(); }});
+}
+
+void PortalSession::sessionCame(sd_bus_message& results) {
+  forEachValue(results, [&](std::string_view name, std::string_view type) {
+    if (name != "session_handle" || type != "s") return false;
+    session_ = readText(results);
+    return true;
+  });
+  selectSources();
 }
 
 /// A desktop's part of the portal is on the bus a little before it takes requests. Some end when a
@@ -173,13 +173,14 @@ void PortalSession::start() {
   constexpr const char* noParentWindow = "";
   checkMessage(sd_bus_message_append_basic(message.get(), 's', noParentWindow));
   appendOptions(*message, {{"handle_token", newToken()}});
-  request(std::move(message), {[this](sd_bus_message& results) {
-                                 grant_ = PortalGrant::read(results);
-                                 grant_.cursorIsApart = offer_.cursorMode(wish_.showsCursor) ==
-                                                        PortalCursorMode::metadata;
-                                 openMediaServer();
-                               },
-                               notStarted, notStarted});
+  request(std::move(message),
+          {[this](sd_bus_message& results) { grantCame(results); }, notStarted, notStarted});
+}
+
+void PortalSession::grantCame(sd_bus_message& results) {
+  grant_ = PortalGrant::read(results);
+  grant_.cursorIsApart = offer_.cursorMode(wish_.showsCursor) == PortalCursorMode::metadata;
+  openMediaServer();
 }
 
 void PortalSession::openMediaServer() {

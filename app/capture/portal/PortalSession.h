@@ -56,10 +56,12 @@ class PortalSession {
   void watch();
   void askOffer();
   void createSession();
+  void sessionCame(sd_bus_message& results);
   void createSessionLater();
   void selectSources();
   void selectSourcesAnew();
   void start();
+  void grantCame(sd_bus_message& results);
   void openMediaServer();
   void request(MessageBus::Message message, Outcomes outcomes);
   void responseCame(sd_bus_message& response);
