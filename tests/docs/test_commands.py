@@ -20,7 +20,7 @@ ELSEWHERE = {
 
 PROGRAM = "tarvinel --headless --capture pattern"
 LISTENING = "listening on port"
-GIVE_PRIVILEGE = "sudo setcap cap_net_bind_service=ep build/release/app/tarvinel-bind"
+GIVE_PRIVILEGE = "sudo setcap cap_net_bind_service=ep build/run/app/tarvinel-bind"
 
 
 class Case(NamedTuple):
@@ -47,7 +47,7 @@ CASES = {
     "curl http://127.0.0.1/status": Case(prints='"sharing":false', meanwhile=PROGRAM),
     "sudo ss --listening --tcp --processes 'sport = :80'": Case(prints="tarvinel",
                                                                  meanwhile=PROGRAM),
-    "sudo setcap -r build/release/app/tarvinel-bind": Case(before=GIVE_PRIVILEGE),
+    "sudo setcap -r build/run/app/tarvinel-bind": Case(before=GIVE_PRIVILEGE),
 }
 
 # A first word of a line of prose that makes it a command.

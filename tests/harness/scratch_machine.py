@@ -29,9 +29,9 @@ printf '#!/bin/sh\\nexec "$@"\\n' > usr/local/sbin/sudo
 chmod +x usr/local/sbin/sudo
 mkdir -p home/presenter
 git clone --quiet "$2" home/presenter/tarvinel
-mkdir -p home/presenter/tarvinel/build/release/app
-cp "$3" "$(dirname "$3")"/tarvinel-bind home/presenter/tarvinel/build/release/app
-ln -sf /home/presenter/tarvinel/build/release/app/tarvinel usr/local/bin/tarvinel
+mkdir -p home/presenter/tarvinel/build/run/app
+cp "$3" "$(dirname "$3")"/tarvinel-bind home/presenter/tarvinel/build/run/app
+ln -sf /home/presenter/tarvinel/build/run/app/tarvinel usr/local/bin/tarvinel
 echo ready
 exec sleep infinity
 """
