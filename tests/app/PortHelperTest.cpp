@@ -59,7 +59,7 @@ class PortHelperTest : public testing::Test {
 
   /// That asking this program leaves the refusal, no descriptor and no child behind.
   static void expectRefusal(const std::filesystem::path& program,
-                            std::chrono::milliseconds limit = std::chrono::seconds(30)) {
+                            std::chrono::milliseconds limit = std::chrono::seconds(60)) {
     const long before = openDescriptors();
     try {
       PortHelper(program, limit).listen(refusal);

@@ -2,9 +2,7 @@
 is the matter of the system tests; one browser shows that it is what arrives."""
 import pytest
 
-from harness.waiting import eventually
-
-LIMIT = 20
+from harness.waiting import LIMIT, eventually
 
 pytestmark = pytest.mark.parametrize(
     "engine", [pytest.param("chromium", marks=pytest.mark.xdist_group("chromium"))], indirect=True)

@@ -5,7 +5,7 @@ from typing import NamedTuple
 import pytest
 
 from harness.documents import TREE, Document, command_blocks, user_documents, words_of
-from harness.waiting import eventually
+from harness.waiting import LIMIT, eventually
 
 # What a test of its own runs, because it needs packages or a network, or because it is a whole scenario.
 ELSEWHERE = {
@@ -78,7 +78,7 @@ def start_beside(machine, command):
     if command == PROGRAM:
         started.wait_for_line(LISTENING)
     else:
-        eventually(machine.path("/tmp/.X11-unix/X0").is_socket, 20, "the X server is there")
+        eventually(machine.path("/tmp/.X11-unix/X0").is_socket, LIMIT, "the X server is there")
 
 
 def stays(machine, command, case):

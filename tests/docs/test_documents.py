@@ -12,6 +12,7 @@ import pytest
 from harness.documents import CODE, LANGUAGES, TREE, all_documents, command_blocks, user_documents, \
     words_of
 from harness.program import executable
+from harness.waiting import LIMIT
 
 OPTION = re.compile(r"(?<![\w-])--[a-z][a-z-]*")
 SCHEMA = TREE / "docs/config.schema.json"
@@ -26,7 +27,7 @@ LARGEST_IMAGE = 200_000
 
 def help_text():
     return subprocess.run([executable(), "--help"], capture_output=True, text=True, check=True,
-                          timeout=20).stdout
+                          timeout=LIMIT).stdout
 
 
 def each(documents):
@@ -116,7 +117,7 @@ def written_reference(tmp_path, change=lambda schema: None):
     changed.write_text(json.dumps(schema))
     document = shutil.copy(REFERENCE, tmp_path)
     return subprocess.run([WRITER, "--check", changed, document], capture_output=True,
-                          timeout=20).returncode == 0
+                          timeout=LIMIT).returncode == 0
 
 
 def test_the_reference_is_up_to_date(tmp_path):

@@ -9,9 +9,8 @@ import pytest
 from PIL import Image
 
 from harness.documents import TREE, Document
-from harness.waiting import eventually
+from harness.waiting import LIMIT, eventually
 
-LIMIT = 60
 PACKAGES = ("nginx", "nginx-common", "libnginx-mod-rtmp")
 DOWNLOADS = TREE / "build/downloads"
 RED, BLUE = (0xC0, 0x30, 0x30), (0x30, 0x40, 0xC0)
@@ -112,7 +111,7 @@ def server(machine):
 def paint(machine):
     """The presenter shares a screen of one colour; paint(colour) changes it."""
     machine.start("Xvfb :0 -screen 0 1280x720x24 -nolisten tcp -noreset")
-    eventually(machine.path("/tmp/.X11-unix/X0").is_socket, 20, "the X server is there")
+    eventually(machine.path("/tmp/.X11-unix/X0").is_socket, LIMIT, "the X server is there")
 
     def change(colour):
         done = machine.run("DISPLAY=:0 xsetroot -solid '#%02x%02x%02x'" % colour)

@@ -8,9 +8,8 @@ from .process import Process
 from .program import executable, private_env
 from .session_bus import SessionBus
 from .tray_host import TrayHost
-from .waiting import eventually
+from .waiting import LIMIT, eventually
 
-LIMIT = 20
 NO_BUS = "unix:path=/nowhere"
 TOOLKIT_LEAKS = Path(__file__).with_name("toolkit_leaks.supp")
 

@@ -5,8 +5,8 @@ import subprocess
 from typing import NamedTuple
 
 from .program import executable, private_env
+from .waiting import LIMIT
 
-LIMIT = 40
 STATES = ("fine", "worth knowing", "to be mended")
 LINE = re.compile(rf"({'|'.join(STATES)}) +(\S+) +(.*)")
 

@@ -4,10 +4,9 @@ import sys
 from pathlib import Path
 
 from .process import Process
-from .waiting import eventually
+from .waiting import LIMIT, eventually
 
 PROGRAM = Path(__file__).with_name("drag_source.py")
-LIMIT = 20
 
 
 class Dragging:

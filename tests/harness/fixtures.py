@@ -9,7 +9,7 @@ import pytest
 from .canvas import Canvas
 from .desktop import DesktopSession
 from .program import Program, display_ids, executable
-from .waiting import eventually
+from .waiting import LIMIT, eventually
 from .windows import Owner, sources_on, windows_of
 from .xserver import XServer
 
@@ -104,7 +104,8 @@ def start(tmp_path, place):
 def share(start, x, tmp_path):
     """Shares the window or application with that title: share("Owner: mine")."""
     def share_titled(title):
-        found = eventually(lambda: windows_of(sources_on(x, tmp_path), title), 10, f"{title} is listed")
+        found = eventually(lambda: windows_of(sources_on(x, tmp_path), title), LIMIT,
+                           f"{title} is listed")
         program = start("--capture", "x11", "--share", found[0], display=x.name)
         program.wait_until_sharing()
         return program
@@ -132,7 +133,7 @@ def _end_in_order(programs):
     going = [program for program in programs if program.running()]
     for program in going:
         program.terminate()
-    statuses = [program.wait(10) for program in going]
+    statuses = [program.wait(LIMIT) for program in going]
     reports = [report for report in map(Program.sanitizer_report, programs) if report]
     for program in programs:
         program.stop()

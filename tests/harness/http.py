@@ -2,7 +2,7 @@
 import json
 import socket
 
-LIMIT = 10
+from .waiting import LIMIT
 
 
 def connect(address, receive_buffer=None):

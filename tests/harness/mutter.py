@@ -4,9 +4,8 @@ from gi.repository import GLib
 from .bus_service import LIMIT_MS, connect
 from .granting_desktop import GrantingDesktop
 from .screen_cast_back_end import METADATA
-from .waiting import eventually
+from .waiting import LIMIT, eventually
 
-LIMIT = 20
 MONITOR = "Meta-0"
 CURSOR_HIDDEN, CURSOR_EMBEDDED, CURSOR_METADATA = 0, 1, 2  # mutter's own numbers
 SCREEN_CAST = "org.gnome.Mutter.ScreenCast"

@@ -6,6 +6,8 @@ import socket
 import subprocess
 import threading
 
+from .waiting import LIMIT
+
 CLONE_NEWNET = 0x40000000
 
 
@@ -177,4 +179,4 @@ def _enter(namespace):
 
 
 def _ip(*arguments):
-    subprocess.run(["ip", *arguments], check=True, capture_output=True, timeout=20)
+    subprocess.run(["ip", *arguments], check=True, capture_output=True, timeout=LIMIT)

@@ -2,9 +2,10 @@
 import numpy
 
 from . import pixels
-from .shown_page import LIMIT, ShownPage
+from .shown_page import ShownPage
+from .waiting import LIMIT
 
-GIVEN_UP_WITHIN = 45
+GIVEN_UP_WITHIN = 30 + LIMIT  # seconds: the server gives up a silent connection after 30
 
 
 class Page(ShownPage):

@@ -5,10 +5,9 @@ import numpy
 
 from . import pixels
 from .process import Process
-from .waiting import eventually
+from .waiting import LIMIT, eventually
 
 HEIGHT = 36
-LIMIT = 30
 
 LXQT = """[General]
 __userfile__=true
@@ -71,9 +70,9 @@ class Panel:
             self.stop()
             raise
 
-    def icon(self, within=LIMIT):
+    def icon(self):
         """Where the one icon in the tray is: its middle."""
-        return eventually(self._find_icon, within, f"an icon is seen in {self.name}", every=0.2)
+        return eventually(self._find_icon, LIMIT, f"an icon is seen in {self.name}", every=0.2)
 
     def click_icon(self, button=1):
         x, y = self.icon()

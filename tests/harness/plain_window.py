@@ -3,9 +3,8 @@ import subprocess
 import sys
 from pathlib import Path
 
-from .waiting import eventually
+from .waiting import LIMIT, eventually
 
-LIMIT = 20
 PROGRAM = Path(__file__).parent / "paint_window.py"
 
 

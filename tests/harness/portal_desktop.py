@@ -17,9 +17,8 @@ from .plain_window import PlainWindow
 from .process import Process
 from .program import Program
 from .session_bus import CONFIGURATION as BUS_CONFIGURATION
-from .waiting import eventually
+from .waiting import LIMIT, eventually
 
-LIMIT = 20
 USER = "nobody"
 
 
@@ -105,7 +104,7 @@ class PortalDesktop:
         """Ends every run of the program; what sanitizers said of them."""
         for program in self._programs:
             program.terminate()
-        statuses = [program.wait(20) for program in self._programs]
+        statuses = [program.wait(LIMIT) for program in self._programs]
         assert statuses == [0] * len(statuses)
         return [report for report in map(Program.sanitizer_report, self._programs) if report]
 

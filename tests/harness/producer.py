@@ -3,9 +3,8 @@ import subprocess
 from pathlib import Path
 
 from .granting_desktop import GrantingDesktop
-from .waiting import eventually
+from .waiting import LIMIT, eventually
 
-LIMIT = 20
 SOURCE = Path(__file__).parent / "producer.c"
 LIBRARY = "libpipewire-0.3"
 

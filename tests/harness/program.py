@@ -8,10 +8,9 @@ from pathlib import Path
 
 from . import http
 from .process import Process
-from .waiting import eventually
+from .waiting import LIMIT, eventually
 
 HOST = "127.0.0.1"
-START_LIMIT = 20
 # a command that ends with its terminal also where the tests themselves run under nohup
 WITH_TERMINAL = ("env", "--default-signal=HUP")
 SANITIZER_MARKS = ("ERROR: AddressSanitizer", "ERROR: LeakSanitizer",
@@ -59,7 +58,7 @@ class Program(Process):
         self._connect = connect
 
     def wait_until_listening(self):
-        eventually(lambda: self.listening_port() or not self.running(), START_LIMIT,
+        eventually(lambda: self.listening_port() or not self.running(), LIMIT,
                    "the server listens")
         assert self.running(), f"ended: {self.stdout}\n{self.stderr}"
         return self
@@ -87,7 +86,7 @@ class Program(Process):
         self.stdin.write(line.encode() + b"\n")
         self.stdin.flush()
 
-    def wait_for_line(self, pattern, within=15, source="stdout"):
+    def wait_for_line(self, pattern, within=LIMIT, source="stdout"):
         """Waits for a line of its output that the pattern is found in."""
         return eventually(lambda: re.search(pattern, getattr(self, source)), within,
                           f"{pattern!r} on {source}")
@@ -97,7 +96,7 @@ class Program(Process):
         self.wait_until_sharing()
 
     def wait_until_sharing(self, sharing=True):
-        eventually(lambda: self.status()["sharing"] == sharing, 15, f"sharing is {sharing}")
+        eventually(lambda: self.status()["sharing"] == sharing, LIMIT, f"sharing is {sharing}")
 
     def descriptors(self):
         return len(os.listdir(f"/proc/{self.pid}/fd"))
@@ -122,7 +121,7 @@ class Program(Process):
 def list_sources(folder, display, *arguments):
     """ID and title of everything that can be shared, from --list-sources."""
     done = subprocess.run([executable(), "--list-sources", *arguments], capture_output=True,
-                          text=True, env=private_env(folder, display), timeout=30)
+                          text=True, env=private_env(folder, display), timeout=LIMIT)
     assert done.returncode == 0, done.stderr
     return dict(line.split("\t", 1) for line in done.stdout.splitlines())
 

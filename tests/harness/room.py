@@ -6,9 +6,7 @@ from pathlib import Path
 
 from .network import Lan
 from .process import Process
-from .waiting import eventually
-
-START_LIMIT = 20
+from .waiting import LIMIT, eventually
 
 MOUNTS = """mount --bind "$0/run" /run &&
 mount --bind "$0/nsswitch.conf" /etc/nsswitch.conf && exec "$@" """
@@ -54,7 +52,7 @@ class Host:
     def connect(self, address):
         return self._lan.connect_at(self.name, address)
 
-    def run(self, *argv, within=20):
+    def run(self, *argv, within=LIMIT):
         """Standard output of a command that runs here, None when it failed."""
         done = subprocess.run([*map(str, self.prefix), *argv], capture_output=True, text=True,
                               timeout=within)
@@ -74,7 +72,7 @@ class Host:
         socket.unlink(missing_ok=True)  # of a bus before
         bus = self.start("bus", "dbus-daemon", f"--config-file={config}", "--nofork",
                          "--nopidfile")
-        eventually(socket.exists, START_LIMIT, "the bus listens")
+        eventually(socket.exists, LIMIT, "the bus listens")
         return bus
 
     def start_avahi(self, host_name=None, publish="", ready=True):
@@ -84,7 +82,7 @@ class Host:
         daemon = self.start("avahi", "avahi-daemon", "-f", config, "--no-drop-root", "--no-chroot",
                             "--no-rlimits", "--no-proc-title")
         if ready:
-            eventually(lambda: "Server startup complete" in daemon.stderr, START_LIMIT,
+            eventually(lambda: "Server startup complete" in daemon.stderr, LIMIT,
                        "the daemon runs")
         return daemon
 
@@ -92,7 +90,7 @@ class Host:
         """A daemon that misbehaves as told, see fake_avahi.py."""
         fake = self.start("fake-avahi", "/usr/bin/python3",
                           Path(__file__).with_name("fake_avahi.py"), json.dumps(script))
-        eventually(lambda: "ready" in fake.stdout, START_LIMIT, "the fake daemon runs")
+        eventually(lambda: "ready" in fake.stdout, LIMIT, "the fake daemon runs")
         return fake
 
     def avahi_resolves(self, name):

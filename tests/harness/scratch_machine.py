@@ -4,9 +4,7 @@ from pathlib import Path
 
 from .process import Process
 from .program import executable
-from .waiting import eventually
-
-START_LIMIT = 20
+from .waiting import LIMIT, eventually
 
 # As the packages are installed and a user has logged in; no service of the machine around is in reach.
 MAKE = """
@@ -57,7 +55,7 @@ class ScratchMachine:
             folder, "machine-log")
         try:
             eventually(lambda: "ready" in self._keeper.stdout or not self._keeper.running(),
-                       START_LIMIT, "the scratch machine is made")
+                       LIMIT, "the scratch machine is made")
             assert self._keeper.running(), self._keeper.stderr
         except BaseException:
             self.stop()
@@ -67,7 +65,7 @@ class ScratchMachine:
         """Where a file of the machine is seen from outside, while it lives."""
         return Path(f"/proc/{self._first_process()}/root{self._root}/root") / inside.lstrip("/")
 
-    def run(self, command, within=60):
+    def run(self, command, within=LIMIT):
         """Runs shell commands to their end."""
         return subprocess.run(self._entering(command), capture_output=True, text=True,
                               timeout=within, stdin=subprocess.DEVNULL)
@@ -103,9 +101,9 @@ class Running(Process):
     def end(self):
         """Tells it to end; returns its status."""
         self._machine.run(f"kill -TERM $(cat /run/command-{self._number})")
-        return self.wait(20)
+        return self.wait(LIMIT)
 
-    def wait_for_line(self, text, within=40):
+    def wait_for_line(self, text, within=LIMIT):
         eventually(lambda: text in self.stdout + self.stderr or not self.running(), within,
                    f"it prints {text!r}")
         assert text in self.stdout + self.stderr, f"{self.stdout}\n{self.stderr}"

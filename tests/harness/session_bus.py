@@ -3,7 +3,7 @@ import re
 from pathlib import Path
 
 from .process import Process
-from .waiting import eventually
+from .waiting import LIMIT, eventually
 
 # Of any user, since what is tested may run as another one than the test.
 CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
@@ -31,7 +31,7 @@ class SessionBus:
             ["dbus-daemon", f"--config-file={configuration}", "--print-address", "--nofork",
              "--nopidfile"], folder, "dbus-daemon")
         try:
-            eventually(lambda: re.search(r"^unix:.*\n", self._process.stdout), 20, "the bus is there")
+            eventually(lambda: re.search(r"^unix:.*\n", self._process.stdout), LIMIT, "the bus is there")
         except BaseException:
             self._process.stop()
             raise

@@ -5,8 +5,8 @@ import subprocess
 from pathlib import Path
 
 from .program import executable, private_env
-from .terminal import LIMIT, Terminal
-from .waiting import eventually
+from .terminal import Terminal
+from .waiting import LIMIT, eventually
 
 COMPLETIONS = Path(__file__).resolve().parents[2] / "resources/completions"
 PROMPT = "ready> "

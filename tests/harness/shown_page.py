@@ -3,10 +3,9 @@ from pathlib import Path
 
 from . import pixels
 from .network import Network
-from .waiting import eventually
+from .waiting import LIMIT, eventually
 
 SCREENSHOTS = Path(__file__).resolve().parents[2] / "build/screenshots"
-LIMIT = 20
 
 
 class ShownPage:

@@ -7,9 +7,7 @@ import subprocess
 import termios
 import threading
 
-from .waiting import eventually
-
-LIMIT = 20
+from .waiting import LIMIT, eventually
 
 
 class Terminal:

@@ -6,7 +6,7 @@ from typing import NamedTuple
 
 from . import pixels
 from .process import Process
-from .waiting import eventually
+from .waiting import LIMIT, eventually
 
 GTK_WINDOW = Path(__file__).with_name("gtk_window.py")
 
@@ -29,7 +29,7 @@ class GtkWindow(Process):
         self._done += 1
         self.stdin.write((" ".join(words) + "\n").encode())
         self.stdin.flush()
-        eventually(lambda: self.stdout.count("done") >= self._done, 20, f"{words} is done")
+        eventually(lambda: self.stdout.count("done") >= self._done, LIMIT, f"{words} is done")
 
 
 class Drawn(NamedTuple):

@@ -5,7 +5,7 @@ gi.require_version("Gio", "2.0")
 from gi.repository import GLib  # noqa: E402  (the version comes first)
 
 from .bus_service import LIMIT_MS, BusService  # noqa: E402
-from .waiting import eventually  # noqa: E402
+from .waiting import LIMIT, eventually  # noqa: E402
 
 WATCHER = "org.kde.StatusNotifierWatcher"
 ITEM = "org.kde.StatusNotifierItem"
@@ -34,7 +34,7 @@ class TrayHost(BusService):
         self._hosting = True
         self.emit(WATCHER, "StatusNotifierHostRegistered")
 
-    def item(self, within=20):
+    def item(self, within=LIMIT):
         """The one icon that is shown."""
         eventually(lambda: self._items, within, "an icon is in the tray")
         return TrayItem(self._connection, self._items[-1])
@@ -76,7 +76,7 @@ class TrayItem:
     def labels(self):
         return [entry.label for entry in self.entries()]
 
-    def entry(self, label, within=20):
+    def entry(self, label, within=LIMIT):
         """The entry that reads so, in the menu or in one of its submenus."""
         return eventually(lambda: self._find(self.entries(), label), within, f"an entry {label!r}")
 

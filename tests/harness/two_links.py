@@ -5,6 +5,7 @@ import subprocess
 from pathlib import Path
 
 from .network import connect_inside, listen_inside
+from .waiting import LIMIT
 
 
 class TwoLinks:
@@ -70,4 +71,4 @@ class TwoLinks:
 
 
 def _ip(*arguments):
-    subprocess.run(["ip", *arguments], check=True, capture_output=True, timeout=20)
+    subprocess.run(["ip", *arguments], check=True, capture_output=True, timeout=LIMIT)

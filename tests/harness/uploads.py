@@ -34,7 +34,6 @@ def parsed(answer):
 def upload(address, participant, filename, content):
     """Sends a whole file and returns its answer."""
     with start(address, participant, filename, len(content)) as connection:
-        connection.settimeout(60)
         connection.sendall(content)
         return answer_on(connection)
 

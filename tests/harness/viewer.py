@@ -5,6 +5,7 @@ import struct
 import time
 
 from . import http
+from .waiting import LIMIT
 
 HEAD = (b"HTTP/1.1 200 OK\r\n"
         b"Content-Type: %s\r\n"
@@ -14,7 +15,6 @@ HEAD = (b"HTTP/1.1 200 OK\r\n"
         b"X-Content-Type-Options: nosniff\r\n\r\n")
 MULTIPART = b"multipart/x-mixed-replace; boundary=tarvinelframe"
 PART_START = b"--tarvinelframe\r\nContent-Type: image/jpeg\r\nContent-Length: "
-FRAME_LIMIT = 15
 
 
 class Viewer:
@@ -24,7 +24,7 @@ class Viewer:
                  connection=None):
         self.socket = connection or http.connect(address, receive_buffer)
         self._buffer = bytearray()
-        self.socket.settimeout(FRAME_LIMIT)
+        self.socket.settimeout(LIMIT)
         self.socket.sendall(http.request("GET", "/stream", *headers))
         expected = HEAD % content_type
         assert self._take(len(expected)) == expected
@@ -35,7 +35,7 @@ class Viewer:
     def __exit__(self, *unused):
         self.close()
 
-    def next_frame(self, within=FRAME_LIMIT):
+    def next_frame(self, within=LIMIT):
         """The JPEG of the next part."""
         self.socket.settimeout(within)
         assert self._take(len(PART_START)) == PART_START
@@ -44,7 +44,7 @@ class Viewer:
         assert self._take(2) == b"\r\n"
         return jpeg
 
-    def frame_where(self, wanted, within=FRAME_LIMIT):
+    def frame_where(self, wanted, within=LIMIT):
         """The first frame that `wanted` accepts."""
         deadline = time.monotonic() + within
         while time.monotonic() < deadline:
@@ -53,7 +53,7 @@ class Viewer:
                 return jpeg
         raise AssertionError(f"no such frame within {within} s")
 
-    def frame_after(self, act, wanted, within=20, patience=0.6):
+    def frame_after(self, act, wanted, within=LIMIT, patience=0.6):
         """Does `act` until a frame comes that `wanted` accepts; gives that frame.
 
         For sources that may lose what they are shown once, but not for ever.
@@ -67,7 +67,7 @@ class Viewer:
                     return jpeg
         raise AssertionError(f"no such frame within {within} s")
 
-    def last_frame(self, quiet=1.5, within=60):
+    def last_frame(self, quiet=1.5, within=LIMIT):
         """The frame after which nothing came for `quiet` seconds."""
         deadline = time.monotonic() + within
         jpeg = self.next_frame()

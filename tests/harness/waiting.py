@@ -1,6 +1,9 @@
 """Waiting for a condition, within a bound."""
 import time
 
+# Seconds: far beyond what a busy machine needs, so that it strikes only when something is broken.
+LIMIT = 60
+
 
 def eventually(condition, within, what, every=0.02):
     """The first truthy value of condition(); fails naming `what` after `within` seconds."""

@@ -3,8 +3,8 @@ import numpy
 
 from . import pixels
 from .shown_page import SCREENSHOTS
-from .viewer import FRAME_LIMIT, Viewer
-from .waiting import eventually
+from .viewer import Viewer
+from .waiting import LIMIT, eventually
 
 SECRET = 0xFF00FF  # only of windows that are not shared
 
@@ -45,7 +45,7 @@ class Watcher:
             return self.picture is not None and is_drawn(self.picture) and pixels.same(
                 self.picture, seen())
 
-        eventually(is_so, FRAME_LIMIT, "the picture is what is seen")
+        eventually(is_so, LIMIT, "the picture is what is seen")
         return self.picture
 
     def _look(self, jpeg):

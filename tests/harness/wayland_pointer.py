@@ -3,6 +3,8 @@ import itertools
 import socket
 import struct
 
+from .waiting import LIMIT
+
 DISPLAY = 1
 SYNC, GET_REGISTRY = 0, 1
 ERROR = 0
@@ -18,7 +20,7 @@ class WaylandPointer:
     def __init__(self, address, width, height):
         """`address` is the compositor's socket; the size is that of its screen."""
         self._socket = socket.socket(socket.AF_UNIX)
-        self._socket.settimeout(20)
+        self._socket.settimeout(LIMIT)
         self._socket.connect(str(address))
         self._ids = itertools.count(2)
         self._size = width, height

@@ -3,9 +3,7 @@ from Xlib.display import Display
 
 from .process import Process
 from .session_bus import SessionBus
-from .waiting import eventually
-
-LIMIT = 15
+from .waiting import LIMIT, eventually
 
 
 def openbox(server, folder):

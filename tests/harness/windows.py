@@ -3,7 +3,7 @@ import subprocess
 
 from .process import Process
 from .program import list_sources
-from .waiting import eventually
+from .waiting import LIMIT, eventually
 
 OWNER = """
 import sys
@@ -91,7 +91,7 @@ class Owner(Process):
         self._done += 1
         self.stdin.write(f"{verb} {arguments!r}\n".encode())
         self.stdin.flush()
-        eventually(lambda: self.stdout.count("done") >= self._done or not self.running(), 20,
+        eventually(lambda: self.stdout.count("done") >= self._done or not self.running(), LIMIT,
                    f"{verb} is done", every=0.005)
         assert self.running(), self.stderr
 

@@ -5,11 +5,11 @@
 
 namespace tarvinel::test {
 
-/// Waits until `condition` holds; false when it does not within half a minute, which is far beyond
-/// what any machine needs.
+/// Waits until `condition` holds; false when it does not within a minute, which is far beyond what
+/// any machine needs.
 template <class Condition>
 bool eventually(Condition condition) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
   while (!condition()) {
     if (std::chrono::steady_clock::now() > deadline) return false;
     std::this_thread::sleep_for(std::chrono::milliseconds(2));

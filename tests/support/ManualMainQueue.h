@@ -30,9 +30,9 @@ class ManualMainQueue : public MainQueue {
   /// What the repeating timer does when its interval is over.
   void tick() { onTick_(); }
 
-  /// Runs tasks until `condition` holds; false when it does not within half a minute.
+  /// Runs tasks until `condition` holds; false when it does not within a minute.
   bool runUntil(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (!condition()) {
       std::unique_lock lock(mutex_);
       if (!posted_.wait_until(lock, deadline, [this] { return !tasks_.empty(); })) return false;

@@ -14,7 +14,7 @@ namespace tarvinel::test {
 
 namespace {
 
-constexpr int patienceSeconds = 30;
+constexpr int patienceSeconds = 60;
 
 void check(int result, const char* what) {
   if (result < 0) throw std::system_error(errno, std::generic_category(), what);

@@ -14,7 +14,7 @@ import pytest
 from PIL import Image
 
 from harness.process import Process
-from harness.waiting import eventually
+from harness.waiting import LIMIT, eventually
 
 LOGO = Path("/usr/share/icons/hicolor/scalable/apps/xterm-color.svg")
 FONT = Path("/usr/share/fonts/woff2/dejavu/DejaVuSerif.woff2")
@@ -37,7 +37,7 @@ class Page:
         try:
             found = eventually(
                 lambda: re.search(r"started successfully on port (\d+)", self._driver.stdout),
-                20, "chromedriver listens")
+                LIMIT, "chromedriver listens")
             self._base = f"http://127.0.0.1:{found[1]}/session"
             options = {"args": [*FLAGS, f"--user-data-dir={folder}/profile"]}
             self._session = "/" + self._call("", {"capabilities": {"alwaysMatch": {
@@ -60,7 +60,7 @@ class Page:
         return self._call("/execute/sync", {"script": f"return {expression};", "args": []})
 
     def wait_for(self, expression):
-        eventually(lambda: self.evaluate(expression), 20, expression)
+        eventually(lambda: self.evaluate(expression), LIMIT, expression)
 
     def pixels(self, name, whole=False):
         """Its pixels, also left as a file; `whole`: what can be scrolled to as well."""
@@ -93,7 +93,7 @@ class Page:
             data=None if body is None else json.dumps(body).encode(),
             headers={"Content-Type": "application/json"})
         opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
-        with opener.open(call, timeout=60) as answer:
+        with opener.open(call, timeout=LIMIT) as answer:
             return json.load(answer)["value"]
 
 

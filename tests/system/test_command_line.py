@@ -8,11 +8,11 @@ from pathlib import Path
 import pytest
 
 from harness.program import WITH_TERMINAL, executable, list_sources, private_env
-from harness.waiting import eventually
+from harness.waiting import LIMIT, eventually
 
 
 def run(folder, *arguments):
-    return subprocess.run([executable(), *arguments], capture_output=True, text=True, timeout=20,
+    return subprocess.run([executable(), *arguments], capture_output=True, text=True, timeout=LIMIT,
                           stdin=subprocess.DEVNULL, env=private_env(folder))
 
 
@@ -48,7 +48,7 @@ def test_what_could_not_be_printed_does_not_go_unnoticed(tmp_path, arguments):
     """The disk that standard output goes to is full."""
     with open("/dev/full", "wb", buffering=0) as full:
         done = subprocess.run([executable(), *arguments], stdout=full, stderr=subprocess.PIPE,
-                              text=True, timeout=20, stdin=subprocess.DEVNULL,
+                              text=True, timeout=LIMIT, stdin=subprocess.DEVNULL,
                               env=private_env(tmp_path))
     assert done.returncode == 1
     assert done.stderr.endswith("tarvinel: standard output cannot be written to\n")
@@ -101,7 +101,7 @@ def test_address_on_standard_output(start):
 def test_signals_end_it_in_order(start, number):
     program = start("--capture", "pattern", "--share", "display-1", prefix=WITH_TERMINAL)
     program.signal(number)
-    assert program.wait(10) == 0
+    assert program.wait(LIMIT) == 0
 
 
 def test_under_nohup_it_outlives_its_terminal(start):
@@ -114,20 +114,20 @@ def test_signal_right_after_the_start(start):
     """Too early to be handled or not: it ends, and without a crash."""
     program = start("--capture", "pattern", listening=False)
     program.signal(signal.SIGTERM)
-    assert program.wait(10) in (0, -signal.SIGTERM)
+    assert program.wait(LIMIT) in (0, -signal.SIGTERM)
 
 
 def test_quit_ends_it_in_order(start):
     program = start("--capture", "pattern")
     program.command("quit")
-    assert program.wait(10) == 0
+    assert program.wait(LIMIT) == 0
 
 
 def test_end_of_input_is_not_the_end(start):
     program = start("--capture", "pattern", "--share", "display-1")
     program.stdin.close()
     before = program.cpu_seconds()
-    eventually(lambda: program.status()["sharing"], 10, "it still serves")
+    eventually(lambda: program.status()["sharing"], LIMIT, "it still serves")
     program.wait_until_sharing()
     assert program.cpu_seconds() - before < 5
 
@@ -170,7 +170,7 @@ def test_port_taken(start):
         holder.listen()
         port = holder.getsockname()[1]
         program = start("--capture", "pattern", port=port, listening=False)
-        assert program.wait(10) == 1
+        assert program.wait(LIMIT) == 1
     assert f"Can't listen on port {port}: Address already in use\n" in program.stdout
     assert program.stderr.endswith("tarvinel: --doctor tells what to do about the port\n")
 
@@ -180,7 +180,7 @@ def test_port_refused(network, start):
     program = start("--capture", "pattern", port=80, listening=False,
                     prefix=[*network.exec_in_server(),
                             "setpriv", "--bounding-set", "-net_bind_service"])
-    assert program.wait(10) == 1
+    assert program.wait(LIMIT) == 1
     assert "Can't listen on port 80: " in program.stdout + program.stderr
 
 

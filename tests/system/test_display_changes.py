@@ -7,15 +7,15 @@ from harness import pixels
 from harness.canvas import Canvas
 from harness.program import display_ids, executable, private_env
 from harness.viewer import Viewer
-from harness.waiting import eventually
+from harness.waiting import LIMIT, eventually
 
 SMALL = ["small", "23.75", "640", "664", "720", "800", "480", "483", "487", "500"]
 
 
-def shows_sharply(viewer, server, within=15):
+def shows_sharply(viewer, server):
     """Waits for a frame that is what the display shows now."""
     return viewer.frame_where(
-        lambda jpeg: pixels.same(pixels.decode(jpeg), pixels.grab(server)), within)
+        lambda jpeg: pixels.same(pixels.decode(jpeg), pixels.grab(server)))
 
 
 @pytest.mark.parametrize("display", [None, ":59123", "nonsense"])
@@ -24,12 +24,12 @@ def test_no_x_server(start, display):
     program.command("sources")
     program.command("share display-1")
     program.command("status")
-    eventually(lambda: program.stdout.count("\n") > 1, 10, "it says something")
+    eventually(lambda: program.stdout.count("\n") > 1, LIMIT, "it says something")
     assert program.status()["sharing"] is False
 
 
 def test_list_sources_without_an_x_server(tmp_path):
-    done = subprocess.run([executable(), "--list-sources", "--capture", "x11"], timeout=20,
+    done = subprocess.run([executable(), "--list-sources", "--capture", "x11"], timeout=LIMIT,
                           capture_output=True, text=True, env=private_env(tmp_path, ":59123"))
     assert done.returncode == 1
     assert done.stderr and not done.stdout
@@ -48,7 +48,7 @@ def test_x_server_killed_while_sharing(sharing, x, canvas, tmp_path):
         new_canvas.text(7)
         sharing.share(display_ids(tmp_path, x)[0])
         shows_sharply(viewer, x)
-        eventually(lambda: sharing.descriptors() <= descriptors, 5, "nothing of the old is left")
+        eventually(lambda: sharing.descriptors() <= descriptors, LIMIT, "nothing of the old is left")
 
 
 def test_display_resized_while_sharing(sharing, x, canvas):
@@ -58,7 +58,7 @@ def test_display_resized_while_sharing(sharing, x, canvas):
         shows_sharply(viewer, x)
         x.run("xrandr", "--output", "screen", "--mode", "small")
         canvas.text(2)
-        eventually(lambda: pixels.grab(x).shape == (480, 640, 3), 10, "the display is small")
+        eventually(lambda: pixels.grab(x).shape == (480, 640, 3), LIMIT, "the display is small")
         if sharing.status()["sharing"]:
             jpeg = viewer.last_frame()
             assert pixels.decode(jpeg).shape[:2] in ((480, 640), (600, 800))

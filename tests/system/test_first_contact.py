@@ -7,13 +7,12 @@ import pytest
 from harness.notifications import Notifications
 from harness.program import executable, private_env
 from harness.terminal import Terminal
-from harness.waiting import eventually
+from harness.waiting import LIMIT, eventually
 
 ADDRESS = r"Open http://[\d.]+:\d+/ in any browser\n"
 IN_THE_PANEL = "Tarvinel's menu is behind its icon in the panel; Ctrl+C ends it\n"
 IN_THE_WINDOW = "Tarvinel's menu is in its window; Ctrl+C ends it\n"
 CTRL_C = "\x03"
-LIMIT = 20
 
 
 @pytest.fixture

@@ -9,10 +9,11 @@ import pytest
 
 from harness import http
 from harness.viewer import Viewer
-from harness.waiting import eventually
+from harness.waiting import LIMIT, eventually
 
 MAX_CONNECTIONS = 256
 HEAD_TIMEOUT = 15
+AT_ONCE = HEAD_TIMEOUT - 1  # not by the timeout
 GARBAGE = bytes(range(256)) * 16
 
 
@@ -20,9 +21,9 @@ GARBAGE = bytes(range(256)) * 16
 def program(sharing):
     """Sharing and serving; and after the test as well, with not one descriptor more."""
     sharing.status()
-    settled = eventually(lambda: resting_descriptors(sharing), 10, "descriptors rest")
+    settled = eventually(lambda: resting_descriptors(sharing), LIMIT, "descriptors rest")
     yield sharing
-    eventually(lambda: sharing.descriptors() <= settled, 20,
+    eventually(lambda: sharing.descriptors() <= settled, LIMIT,
                f"descriptors are back to {settled}")
     assert sharing.running()
     with Viewer(sharing.address) as viewer:
@@ -57,7 +58,7 @@ def test_malformed_head_is_dropped_when_the_client_stops(program, head):
     with http.connect(program.address) as connection:
         connection.sendall(head)
         connection.shutdown(socket.SHUT_WR)
-        assert ended_without_a_byte(connection, 5)
+        assert ended_without_a_byte(connection, AT_ONCE)
 
 
 @pytest.mark.parametrize("filling", [b"a", b"\r\nA: b", GARBAGE],
@@ -65,7 +66,7 @@ def test_malformed_head_is_dropped_when_the_client_stops(program, head):
 def test_head_over_16_kib_is_dropped_at_once(program, filling):
     with http.connect(program.address) as connection:
         connection.sendall((b"GET / HTTP/1.1" + filling * 20000)[:20000])
-        assert ended_without_a_byte(connection, 5)
+        assert ended_without_a_byte(connection, AT_ONCE)
     program.wait_for_line("request head over 16 KiB from 127.0.0.1:", source="stderr")
 
 
@@ -90,7 +91,7 @@ def test_slow_heads_are_dropped_after_fifteen_seconds(program):
             with pytest.raises(BlockingIOError):
                 connection.recv(1)
         for connection in (silent, halfway, dripping):
-            assert ended_without_a_byte(connection, 10)
+            assert ended_without_a_byte(connection, LIMIT)
     program.wait_for_line(r"request head not received in 15\.0+s from 127\.0\.0\.1:\d+; closing",
                           source="stderr")
 
@@ -119,9 +120,9 @@ def test_257th_connection_is_refused_without_a_byte(program):
         held = [stack.enter_context(http.connect(program.address))
                 for _ in range(MAX_CONNECTIONS)]
         with http.connect(program.address) as extra:
-            assert ended_without_a_byte(extra, 5)
+            assert ended_without_a_byte(extra, AT_ONCE)
         held[0].close()
-        eventually(lambda: answered(program), 5, "a new connection is taken")
+        eventually(lambda: answered(program), AT_ONCE, "a new connection is taken")
         program.wait_for_line(r"connection cap \(256\) reached; refusing 127\.0\.0\.1:\d+",
                               source="stderr")
 
@@ -135,13 +136,13 @@ def test_viewers_that_never_read_are_no_burden(program, canvas):
         for _ in range(20):
             lazy = stack.enter_context(http.connect(program.address, receive_buffer=4096))
             lazy.sendall(http.request("GET", "/stream"))
-        eventually(lambda: program.viewers() == 20, 5, "all of them are viewers")
+        eventually(lambda: program.viewers() == 20, LIMIT, "all of them are viewers")
         with Viewer(program.address) as viewer:
             for seed in range(3):
                 viewer.last_frame(quiet=1)
                 canvas.text(seed + 10)
                 viewer.next_frame()
-    eventually(lambda: program.viewers() == 0, 5, "all of them left")
+    eventually(lambda: program.viewers() == 0, LIMIT, "all of them left")
 
 
 def test_out_of_descriptors_the_others_are_served_and_who_waits_gets_its_turn(program):

@@ -5,7 +5,7 @@ import re
 import pytest
 
 from harness.viewer import Viewer
-from harness.waiting import eventually
+from harness.waiting import LIMIT, eventually
 
 
 @pytest.fixture
@@ -39,19 +39,19 @@ def test_moving_between_cable_and_wifi_changes_the_motion_rate(start_there, mach
     program.wait_until_sharing()
     with Viewer(connection=machine.connect(program.address)), \
             Viewer(connection=machine.connect(program.address)):
-        by_cable = eventually(lambda: rates(program, "Ethernet"), 30, "a rate by cable")
+        by_cable = eventually(lambda: rates(program, "Ethernet"), LIMIT, "a rate by cable")
         machine.route_over("wlan0")
         program.wait_for_line("network path is now Wi-Fi", source="stderr")
-        by_air = eventually(lambda: rates(program, "Wi-Fi"), 30, "a rate over the air")
+        by_air = eventually(lambda: rates(program, "Wi-Fi"), LIMIT, "a rate over the air")
         assert by_air[0] < by_cable[-1]
         assert program.status()["fps"] in rates(program, "Wi-Fi")
         program.command("status")
         program.wait_for_line(r"(?m)^Wi-Fi · \d+ fps · 2 viewers ")
         machine.route_over("eth0")
-        eventually(lambda: path_changes(program) == ["Ethernet", "Wi-Fi", "Ethernet"], 15,
+        eventually(lambda: path_changes(program) == ["Ethernet", "Wi-Fi", "Ethernet"], LIMIT,
                    "back on the cable")
         seen = len(rates(program, "Ethernet"))
-        eventually(lambda: len(rates(program, "Ethernet")) > seen, 30, "another rate by cable")
+        eventually(lambda: len(rates(program, "Ethernet")) > seen, LIMIT, "another rate by cable")
         program.command("status")
         program.wait_for_line(r"(?m)^Ethernet · \d+ fps · 2 viewers ")
 

@@ -8,6 +8,7 @@ import pytest
 
 from harness.program import executable, private_env
 from harness.shells import Bash, Fish, Zsh
+from harness.waiting import LIMIT
 
 TREE = Path(__file__).resolve().parents[2]
 PAGE = TREE / "docs/tarvinel.1"
@@ -17,7 +18,7 @@ OPTION = re.compile(r"(?<![\w-])--[a-z][\w-]*")
 @pytest.fixture
 def options(tmp_path):
     """The options of --help."""
-    done = subprocess.run([executable(), "--help"], capture_output=True, text=True, timeout=20,
+    done = subprocess.run([executable(), "--help"], capture_output=True, text=True, timeout=LIMIT,
                           env=private_env(tmp_path))
     return set(re.findall(r"^ +(?:-\w,)?(--[\w-]+)", done.stdout, re.M))
 

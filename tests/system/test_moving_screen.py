@@ -1,6 +1,4 @@
 """While the screen moves: the newest frame wins, and a slow viewer is nobody else's problem."""
-import time
-
 import pytest
 
 from harness import pixels
@@ -63,9 +61,8 @@ def test_fast_viewer_keeps_up_beside_one_that_never_reads(sharing, moving):
         read_until_missed(fast, MISSED_BYTES // 2)
         for _ in range(5):
             painted = moving.latest
-            started = time.monotonic()
-            fast.frame_where(lambda jpeg: number_of(jpeg) >= painted, within=5)
-            assert time.monotonic() - started < 5
+            fast.frame_where(lambda jpeg: number_of(jpeg) >= painted)
+            assert sharing.viewers() == 2, "not only once the other had been given up"
 
 
 def test_frames_arrive_in_order(sharing, moving):

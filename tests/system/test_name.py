@@ -5,13 +5,12 @@ import signal
 import pytest
 
 from harness.multicast import Multicast
-from harness.waiting import eventually
+from harness.waiting import LIMIT, eventually
 
 NAME = "tarvinel.local"
 URL = "http://tarvinel.local/"
-REGISTERED_WITHIN = 20
-FOLLOWED_WITHIN = 30  # the address is looked at every five seconds
-RETRIED_WITHIN = 45   # thirty seconds after a failure
+RETRIED_WITHIN = 30 + LIMIT  # every thirty seconds what failed is tried again
+BEFORE_THE_RETRY = 20
 
 FETCH = "import sys, urllib.request; print(urllib.request.urlopen(sys.argv[1]).read().decode())"
 
@@ -56,7 +55,7 @@ def prepare(host, responder):
 
 
 def wait_until_registered(program):
-    program.wait_for_line(f"Open {URL} in any browser", REGISTERED_WITHIN)
+    program.wait_for_line(f"Open {URL} in any browser")
     return program
 
 
@@ -67,7 +66,7 @@ def wait_until_answered(air, address):
         return air.records(NAME)[-1:] == [(120, address)]
 
     air.forget()
-    eventually(answered, FOLLOWED_WITHIN, f"an answer with {address}", every=0.5)
+    eventually(answered, LIMIT, f"an answer with {address}", every=0.5)
 
 
 def lines(program, text):
@@ -79,21 +78,21 @@ def test_found_followed_and_withdrawn(room, viewer, air, responder, present):
     address = room.ADDRESSES["presenter"]
     road = "the Avahi daemon" if responder == "daemon" else "a responder of our own"
     assert re.findall("publishing (?:through|by) (.*)", program.stderr) == [road]
-    eventually(lambda: (120, address) in air.records(NAME), 10, "announced")
+    eventually(lambda: (120, address) in air.records(NAME), LIMIT, "announced")
     assert viewer.avahi_resolves(NAME) == address
     assert viewer.system_resolves(NAME) == address
     assert '"sharing":false' in viewer.run("python3", "-c", FETCH, URL + "status")
 
     room.presenter.take_address(address)
     room.presenter.give_address("10.98.0.77")
-    eventually(lambda: viewer.system_resolves(NAME) == "10.98.0.77", FOLLOWED_WITHIN, "followed")
+    eventually(lambda: viewer.system_resolves(NAME) == "10.98.0.77", LIMIT, "followed")
     assert '"sharing":false' in viewer.run("python3", "-c", FETCH, URL + "status")
     assert len(lines(program, URL)) == 1
     assert "Open http://10.98.0.77/ in any browser" in program.stdout
 
     program.command("quit")
-    assert program.wait(10) == 0
-    eventually(lambda: air.withdrawn(NAME), 10, "withdrawn")
+    assert program.wait(LIMIT) == 0
+    eventually(lambda: air.withdrawn(NAME), LIMIT, "withdrawn")
     assert air.silent_about(NAME)
 
 
@@ -103,7 +102,7 @@ TAKEN = f'{NAME} is taken on this network; set "hostname" in config.json to use 
 
 
 def wait_until_taken(program):
-    eventually(lambda: lines(program, TAKEN), REGISTERED_WITHIN, "the name is taken")
+    eventually(lambda: lines(program, TAKEN), LIMIT, "the name is taken")
 
 
 @pytest.mark.slow
@@ -129,9 +128,9 @@ def test_taken_by_both_at_once(room, responder, present):
         prepare(host, responder)
     programs = [present(host) for host in (room.presenter, room.other)]
     eventually(lambda: all(lines(program, URL) or lines(program, TAKEN) for program in programs),
-               REGISTERED_WITHIN, "both know")
+               LIMIT, "both know")
     eventually(lambda: sorted(bool(lines(program, TAKEN)) for program in programs) == [False, True],
-               REGISTERED_WITHIN, "one of them has lost")
+               LIMIT, "one of them has lost")
 
 
 @pytest.mark.parametrize("responder", ["daemon", "no-bus"])
@@ -146,7 +145,7 @@ def test_taken_when_two_networks_become_one(room, air, responder, present):
         air.ask(NAME)  # as viewers do
         return any(lines(program, TAKEN) for program in programs)
 
-    eventually(someone_noticed, REGISTERED_WITHIN, "one of them gives way", every=0.5)
+    eventually(someone_noticed, LIMIT, "one of them gives way", every=0.5)
 
 
 @pytest.mark.parametrize("responder", ["daemon", "no-bus"])
@@ -155,10 +154,9 @@ def test_two_programs_on_one_computer_share_the_name(room, air, responder, prese
     first = wait_until_registered(present())
     second = start("--capture", "pattern", named=True, prefix=room.presenter.prefix,
                    connect=room.presenter.connect)
-    second.wait_for_line(f"Open http://{NAME}:{second.listening_port()}/ in any browser",
-                         REGISTERED_WITHIN)
+    second.wait_for_line(f"Open http://{NAME}:{second.listening_port()}/ in any browser")
     first.terminate()
-    assert first.wait(10) == 0
+    assert first.wait(LIMIT) == 0
     wait_until_answered(air, room.ADDRESSES["presenter"])
 
 
@@ -170,7 +168,7 @@ def test_the_computers_own_name_counts_as_published(room, air, present):
 
     air.forget()
     room.presenter.run("avahi-set-host-name", "elsewhere")
-    eventually(lambda: air.records("elsewhere.local"), 10, "the computer is called otherwise")
+    eventually(lambda: air.records("elsewhere.local"), LIMIT, "the computer is called otherwise")
     wait_until_answered(air, room.ADDRESSES["presenter"])
     assert len(lines(program, URL)) == 1
     assert not lines(program, TAKEN)
@@ -203,10 +201,10 @@ def test_without_a_network_until_there_is_one(room, air, present):
     room.presenter.configure("link", "set", "eth0", "up")
     wait_until_registered(program)
     assert len(lines(program, trouble)) == 1
-    eventually(lambda: (120, address) in air.records(NAME), 10, "heard")
+    eventually(lambda: (120, address) in air.records(NAME), LIMIT, "heard")
 
     room.presenter.take_address(address)
-    eventually(lambda: len(lines(program, trouble)) == 2, FOLLOWED_WITHIN, "it is said again")
+    eventually(lambda: len(lines(program, trouble)) == 2, LIMIT, "it is said again")
     assert lines(program, "Open")[-1] == "Open http://localhost/ in any browser"
 
 
@@ -228,10 +226,10 @@ def test_an_address_that_changes_twenty_times_in_a_second(room, air, responder, 
 
     wait_until_answered(air, address)
     eventually(lambda: lines(program, "Open")[-1] in (
-        f"Open {URL} in any browser", f"Open http://{address}/ in any browser"), 10, "shown")
+        f"Open {URL} in any browser", f"Open http://{address}/ in any browser"), LIMIT, "shown")
     program.terminate()
-    assert program.wait(10) == 0
-    eventually(lambda: air.withdrawn(NAME), 10, "withdrawn")
+    assert program.wait(LIMIT) == 0
+    eventually(lambda: air.withdrawn(NAME), LIMIT, "withdrawn")
 
 
 def test_more_interfaces_than_a_socket_can_listen_on(room, air, present):
@@ -244,16 +242,16 @@ def test_more_interfaces_than_a_socket_can_listen_on(room, air, present):
             room.presenter.configure("link", "set", f"{end}{number}", "up")
     address = room.ADDRESSES["presenter"]
     program = wait_until_registered(present())
-    eventually(lambda: (120, address) in air.records(NAME), 10, "announced")
+    eventually(lambda: (120, address) in air.records(NAME), LIMIT, "announced")
     wait_until_answered(air, address)
 
     room.presenter.take_address(address)
     room.presenter.give_address("10.98.0.77")
-    eventually(lambda: air.records(NAME)[-1:] == [(120, "10.98.0.77")], FOLLOWED_WITHIN,
+    eventually(lambda: air.records(NAME)[-1:] == [(120, "10.98.0.77")], LIMIT,
                "followed")
     program.terminate()
-    assert program.wait(10) == 0
-    eventually(lambda: air.withdrawn(NAME), 10, "withdrawn")
+    assert program.wait(LIMIT) == 0
+    eventually(lambda: air.withdrawn(NAME), LIMIT, "withdrawn")
 
 
 # Daemons that come, go, refuse and hang
@@ -272,7 +270,7 @@ def test_handed_over_to_a_daemon_and_back(room, air, present):
     daemon = room.presenter.start_avahi()
     program.wait_for_line("publishing through the Avahi daemon", source="stderr")
     eventually(lambda: (0, address) in air.records(NAME)
-               and air.records(NAME)[-1] == (120, address), 10, "withdrawn, then announced anew")
+               and air.records(NAME)[-1] == (120, address), LIMIT, "withdrawn, then announced anew")
     assert not lines(program, "Couldn't")
 
     daemon.kill()
@@ -290,7 +288,7 @@ def test_a_daemon_that_restarts_is_used_again_at_once(room, air, present):
     daemon.kill()
     program.wait_for_line(failed(-65537))
     room.presenter.start_avahi()
-    eventually(lambda: len(lines(program, URL)) == 2, REGISTERED_WITHIN, "published again")
+    eventually(lambda: len(lines(program, URL)) == 2, BEFORE_THE_RETRY, "published again")
     wait_until_answered(air, room.ADDRESSES["presenter"])
 
 
@@ -357,7 +355,7 @@ def test_a_daemon_that_misbehaves(room, script, shown, present):
     room.presenter.start_bus()
     room.presenter.start_fake_avahi(script)
     program = present()
-    program.wait_for_line(shown, REGISTERED_WITHIN)
+    program.wait_for_line(shown)
     assert len(lines(program, NAME)) == (2 if script.get("states", [])[2:] else 1)
 
 
@@ -370,11 +368,11 @@ def test_what_hangs_is_given_up_and_holds_nobody_up(room, what_hangs, present):
     try:
         program = present()
         program.command("status")
-        program.wait_for_line("Not sharing[^$]*Not sharing", 5)
+        program.wait_for_line("Not sharing[^$]*Not sharing")
         assert program.status()["sharing"] is False
         assert not lines(program, NAME)
-        program.wait_for_line(failed(-65537), REGISTERED_WITHIN)
+        program.wait_for_line(failed(-65537))
         program.terminate()
-        assert program.wait(5) == 0
+        assert program.wait(LIMIT) == 0
     finally:
         hanging.signal(signal.SIGCONT)

@@ -10,6 +10,7 @@ import pytest
 from harness import http
 from harness.installed import AS_USER, USER, give_capability
 from harness.program import executable
+from harness.waiting import LIMIT
 
 
 @pytest.fixture
@@ -47,7 +48,7 @@ def test_the_program_itself_stays_an_ordinary_one(start_as_user, installed):
 
 
 def expect_refusal(program, reason):
-    assert program.wait(10) == 1
+    assert program.wait(LIMIT) == 1
     assert f"Can't listen on port 80: {reason}\n" in program.stdout
     assert f"[server] listener failed: {reason}\n" in program.stderr
 
@@ -82,7 +83,7 @@ def test_standard_streams_that_are_closed_do_not_confuse_the_helper(
 
 def run_helper(installed, machine, **keywords):
     helper = installed / "libexec/tarvinel/tarvinel-bind"
-    return subprocess.run([*machine.exec_in(), *AS_USER, helper], capture_output=True, timeout=20,
+    return subprocess.run([*machine.exec_in(), *AS_USER, helper], capture_output=True, timeout=LIMIT,
                           **keywords)
 
 
@@ -97,7 +98,7 @@ def run_helper_with(channel, installed, machine):
     """With an open file or socket where it expects its channel."""
     run_helper_in = [*machine.exec_in(), *AS_USER, "sh", "-c", 'exec "$0" 3<&0 0</dev/null']
     done = subprocess.run([*run_helper_in, installed / "libexec/tarvinel/tarvinel-bind"],
-                          stdin=channel, capture_output=True, timeout=20)
+                          stdin=channel, capture_output=True, timeout=LIMIT)
     assert (done.returncode, done.stdout, done.stderr) == (0, b"", b"")
 
 

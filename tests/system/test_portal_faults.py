@@ -8,11 +8,11 @@ import pytest
 import harness
 from harness.process import Process
 from harness.session_bus import SessionBus
-from harness.waiting import eventually
+from harness.waiting import LIMIT, eventually
 
 FAKE_PORTAL = Path(harness.__file__).with_name("fake_portal.py")
 SCREEN = "display-1"
-GIVEN_UP_WITHIN = 60  # the bus waits 25 seconds for an answer
+GIVEN_UP_WITHIN = 25 + LIMIT  # the bus waits 25 seconds for an answer
 
 NO_SHARING = "this desktop offers no sharing of its screen"
 NOT_STARTED = "the desktop could not start sharing its screen"
@@ -34,7 +34,7 @@ def portal(tmp_path, bus, clients):
         fake = Process(["/usr/bin/python3", FAKE_PORTAL, json.dumps(script)], tmp_path, "portal",
                        env={**os.environ, "DBUS_SESSION_BUS_ADDRESS": bus.address})
         clients.append(fake)
-        eventually(lambda: "ready" in fake.stdout, 20, "the portal is there")
+        eventually(lambda: "ready" in fake.stdout, LIMIT, "the portal is there")
         return fake
     return start_portal
 
@@ -53,7 +53,7 @@ def start_on_portal(start, bus, portal):
 @pytest.fixture
 def sharing_fails(start_on_portal):
     """Expects that sharing fails for a reason, which is said once, and that the program goes on."""
-    def expect(script, reason, within=15):
+    def expect(script, reason, within=LIMIT):
         program, _ = start_on_portal(script, "--share", SCREEN)
         program.wait_for_line(reason, within)
         assert program.status()["sharing"] is False
@@ -115,10 +115,10 @@ def test_a_desktops_part_that_is_just_being_started(start_on_portal):
 
 def test_what_waits_for_a_desktops_part_can_be_given_up(start_on_portal):
     program, fake = start_on_portal({"CreateSession": {"code": 2}}, "--share", SCREEN)
-    eventually(lambda: "CreateSession" in fake.stdout, 15, "it was asked")
+    eventually(lambda: "CreateSession" in fake.stdout, LIMIT, "it was asked")
     program.command("stop")
     program.terminate()
-    assert program.wait(20) == 0
+    assert program.wait(LIMIT) == 0
     assert NOT_STARTED not in program.stdout
 
 
@@ -159,7 +159,7 @@ def test_a_request_that_is_never_taken(sharing_fails, method):
 @pytest.mark.parametrize("method", ["CreateSession", "SelectSources", "Start"])
 def test_a_response_that_never_comes_can_be_given_up(start_on_portal, method):
     program, fake = start_on_portal({method: "unanswered"}, "--share", SCREEN)
-    eventually(lambda: method in fake.stdout.split(), 15, "it was asked")
+    eventually(lambda: method in fake.stdout.split(), LIMIT, "it was asked")
     program.command("stop")
     program.command("status")
     program.wait_for_line("Not sharing")
@@ -168,7 +168,7 @@ def test_a_response_that_never_comes_can_be_given_up(start_on_portal, method):
 
 @pytest.mark.parametrize("kind", ["nothing", "closed", "garbage", "silent"])
 def test_a_media_server_that_is_none(sharing_fails, kind):
-    sharing_fails({"media server": kind}, NO_MEDIA_SERVER, 30)
+    sharing_fails({"media server": kind}, NO_MEDIA_SERVER)
 
 
 def test_a_media_server_that_is_refused(sharing_fails):

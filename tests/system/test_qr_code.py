@@ -11,7 +11,7 @@ from PIL import Image
 from harness import pixels
 from harness.process import Process
 from harness.program import executable, private_env
-from harness.waiting import eventually
+from harness.waiting import LIMIT, eventually
 from harness.xserver import XServer
 
 SCREENSHOTS = Path(__file__).resolve().parents[2] / "build/screenshots"
@@ -22,7 +22,7 @@ MODULE = 6
 def decoded(image):
     """What a reader of QR codes finds in a picture; "" when it finds none."""
     done = subprocess.run(["zbarimg", "--quiet", "--raw", "-Sdisable", "-Sqrcode.enable", image],
-                          capture_output=True, text=True, timeout=60)
+                          capture_output=True, text=True, timeout=LIMIT)
     return done.stdout.strip()
 
 
@@ -87,7 +87,7 @@ class Terminal:
 def test_in_a_terminal_it_can_be_read_from_the_screen(screen, tmp_path, name, colours):
     terminal = Terminal(screen, tmp_path, colours)
     try:
-        port = eventually(terminal.port, 20, "the server listens")
+        port = eventually(terminal.port, LIMIT, "the server listens")
         terminal.command("qr")
         shot = SCREENSHOTS / f"qr-{name}.png"
 
@@ -95,7 +95,7 @@ def test_in_a_terminal_it_can_be_read_from_the_screen(screen, tmp_path, name, co
             pixels.save(pixels.grab(screen), shot)
             return decoded(shot)
 
-        address = eventually(read_from_the_screen, 20, "a QR code on the screen", every=0.2)
+        address = eventually(read_from_the_screen, LIMIT, "a QR code on the screen", every=0.2)
         assert re.fullmatch(rf"http://[\w.]+:{port}/", address)
     finally:
         terminal.stop()

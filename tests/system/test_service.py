@@ -5,14 +5,14 @@ import subprocess
 
 import pytest
 
-from harness.waiting import eventually
+from harness.waiting import LIMIT, eventually
 
 
 def datagrams(path):
     """A socket that takes whole messages."""
     listening = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
     listening.bind(str(path))
-    listening.settimeout(20)
+    listening.settimeout(LIMIT)
     return listening
 
 
@@ -33,7 +33,7 @@ def test_the_service_manager_is_told(start, tmp_path):
         assert told.count("READY=1") == 1
         assert told[-1].startswith("STATUS=http://")
         program.terminate()
-        assert program.wait(10) == 0
+        assert program.wait(LIMIT) == 0
         assert wait_for(manager, lambda message: message == "STOPPING=1")
 
 
@@ -41,7 +41,7 @@ def test_a_server_that_cannot_listen_is_never_ready(start, tmp_path):
     with socket.create_server(("0.0.0.0", 0)) as holder, datagrams(tmp_path / "notify") as manager:
         program = start("--capture", "pattern", port=holder.getsockname()[1], listening=False,
                         variables={"NOTIFY_SOCKET": str(tmp_path / "notify")})
-        assert program.wait(10) == 1
+        assert program.wait(LIMIT) == 1
         told = wait_for(manager, lambda message: message == "STOPPING=1")
         assert "READY=1" not in told
         assert any("STATUS=Can't listen on port" in message for message in told)
@@ -76,4 +76,4 @@ def test_lines_in_the_journal_have_fields(start, journal, tmp_path):
 def test_a_variable_that_was_inherited_does_not_hide_the_log(start):
     """A terminal on a desktop that systemd started passes it on."""
     program = start("--capture", "pattern", variables={"JOURNAL_STREAM": "8:12345"})
-    eventually(lambda: "[server] listening on port" in program.stderr, 10, "the log is shown")
+    eventually(lambda: "[server] listening on port" in program.stderr, LIMIT, "the log is shown")

@@ -16,9 +16,8 @@ from harness.panel import LXQtPanel, Tint2
 from harness.program import WITH_TERMINAL, display_ids, executable, private_env
 from harness.shown_page import SCREENSHOTS
 from harness.viewer import Viewer
-from harness.waiting import eventually
+from harness.waiting import LIMIT, eventually
 
-LIMIT = 20
 
 
 @pytest.fixture

@@ -9,6 +9,7 @@ import time
 import pytest
 
 from harness import http, uploads
+from harness.waiting import LIMIT
 
 ROUNDS = 200
 CLIENTS = 8
@@ -55,7 +56,7 @@ def one_life(program, life):
                for number in range(CLIENTS)]
     for client in clients:
         client.start()
-    assert first_under_way.wait(10)
+    assert first_under_way.wait(LIMIT)
     time.sleep(random.uniform(0, LONGEST_LIFE))
     program.kill()
     for client in clients:

@@ -8,6 +8,7 @@ from pathlib import Path
 import pytest
 
 from harness.program import executable, private_env
+from harness.waiting import LIMIT
 
 TREE = Path(__file__).resolve().parents[2]
 
@@ -31,7 +32,7 @@ def package_version(tree=TREE):
 
 
 def test_the_program_and_its_status_say_the_projects_version(start, tmp_path):
-    done = subprocess.run([executable(), "--version"], capture_output=True, text=True, timeout=20,
+    done = subprocess.run([executable(), "--version"], capture_output=True, text=True, timeout=LIMIT,
                           env=private_env(tmp_path))
     assert done.stdout == f"tarvinel {project_version()}\n"
     assert start("--capture", "pattern").status()["version"] == project_version()
@@ -77,7 +78,7 @@ def commit(tree):
 
 def release(tree, *arguments):
     return subprocess.run([tree / "tools/release", *arguments], capture_output=True, text=True,
-                          timeout=60)
+                          timeout=LIMIT)
 
 
 def test_a_release_names_the_version_everywhere_and_tags_it(clone, tmp_path):

@@ -9,7 +9,7 @@ import pytest
 from harness import pixels
 from harness.shown_page import SCREENSHOTS
 from harness.viewer import Viewer
-from harness.waiting import eventually
+from harness.waiting import LIMIT, eventually
 from harness.wayland import OUTPUT, WaylandSession
 
 SCREEN = "display-1"
@@ -132,7 +132,7 @@ def test_the_session_chooses_the_portal_and_lists_without_a_dialog(session):
 
 def test_list_sources(session):
     program = session.program("--list-sources", "--capture", "portal", headless=False)
-    assert program.wait(20) == 0
+    assert program.wait(LIMIT) == 0
     assert program.stdout == f"{SCREEN}\t{TITLE}\n"
     assert session.dialogs() == 0
 
@@ -147,9 +147,9 @@ def test_a_second_share_needs_no_dialog(session, sharing):
 
 
 def test_another_run_needs_no_dialog(session, sharing):
-    eventually(lambda: saved_token(session), 10, "there is a token")
+    eventually(lambda: saved_token(session), LIMIT, "there is a token")
     sharing.terminate()
-    assert sharing.wait(10) == 0
+    assert sharing.wait(LIMIT) == 0
     again = session.program("--share", SCREEN, name="again")
     again.wait_until_sharing()
     assert session.dialogs() == 1
@@ -163,7 +163,7 @@ def test_a_token_that_means_nothing_opens_the_dialog(session, token):
     program = session.program("--share", SCREEN)
     program.wait_until_sharing()
     assert session.dialogs() == 1
-    eventually(lambda: saved_token(session) not in (None, token), 10, "there is a new token")
+    eventually(lambda: saved_token(session) not in (None, token), LIMIT, "there is a new token")
 
 
 def test_a_refusal_leaves_things_as_they_were(session):
@@ -171,7 +171,7 @@ def test_a_refusal_leaves_things_as_they_were(session):
     program = session.program("--share", SCREEN)
     program.wait_for_line("startCapture failed", source="stderr")
     program.command("status")
-    eventually(lambda: program.stdout.count("Not sharing") > 1, 10, "it tells the status")
+    eventually(lambda: program.stdout.count("Not sharing") > 1, LIMIT, "it tells the status")
     assert program.status()["sharing"] is False
     assert "anceled" not in program.stdout and "stopped" not in program.stdout
     session.answer(OUTPUT)
@@ -190,7 +190,7 @@ def test_another_screen_is_asked_for_again(session, sharing):
         sees(session, viewer, GREEN)
     sharing.command("sources")
     sharing.command("status")
-    eventually(lambda: sharing.stdout.count("Another screen") > 1, 10, "it lists")
+    eventually(lambda: sharing.stdout.count("Another screen") > 1, LIMIT, "it lists")
     assert sharing.status()["sharing"] is True
 
 
@@ -200,7 +200,7 @@ def test_a_refusal_while_sharing_leaves_the_share_on(session, sharing):
         session.answer("")
         with session.dialog_held_open():  # this back end sends no pictures meanwhile
             sharing.command(f"share {ANOTHER}")
-            eventually(lambda: session.dialogs() == 2, 20, "the dialog is open")
+            eventually(lambda: session.dialogs() == 2, LIMIT, "the dialog is open")
             assert sharing.status()["sharing"] is True
         sharing.wait_for_line("startCapture failed", source="stderr")
         sees(session, viewer, BLUE)
@@ -211,20 +211,20 @@ def test_a_refusal_while_sharing_leaves_the_share_on(session, sharing):
 def test_a_dialog_that_is_open_blocks_nothing(session):
     with session.dialog_held_open():
         program = session.program("--share", SCREEN)
-        eventually(lambda: session.dialogs() == 1, 20, "the dialog is open")
+        eventually(lambda: session.dialogs() == 1, LIMIT, "the dialog is open")
         program.command("sources")
         program.wait_for_line(f"\n{SCREEN}")
         program.command("stop")
         program.command("status")
         assert program.status()["sharing"] is False
         program.terminate()
-        assert program.wait(10) == 0
+        assert program.wait(LIMIT) == 0
 
 
 def test_the_portal_dies_while_the_dialog_is_open(session):
     with session.dialog_held_open():
         program = session.program("--share", SCREEN)
-        eventually(lambda: session.dialogs() == 1, 20, "the dialog is open")
+        eventually(lambda: session.dialogs() == 1, LIMIT, "the dialog is open")
         session.portal.kill()
         program.wait_for_line("the desktop's screen sharing service ended")
     assert program.status()["sharing"] is False
@@ -286,16 +286,16 @@ def test_the_screen_is_resized_while_sharing(session, sharing):
         show(session, GREEN)
         eventually(lambda: not sharing.status()["sharing"] or pixels.decode(
             viewer.frame_where(lambda jpeg: is_filled(jpeg, GREEN))).shape == (480, 640, 3),
-            30, "the new size, or the end")
+            LIMIT, "the new size, or the end")
     assert sharing.running()
 
 
 def test_nothing_is_left_behind_by_shares_that_ended(session, sharing):
     sharing.command("stop")
     sharing.wait_until_sharing(False)
-    before = eventually(sharing.descriptors, 1, "it runs")
+    before = sharing.descriptors()
     for _ in range(5):
         sharing.share(SCREEN)
         sharing.command("stop")
         sharing.wait_until_sharing(False)
-    eventually(lambda: sharing.descriptors() <= before, 10, "no descriptor is left")
+    eventually(lambda: sharing.descriptors() <= before, LIMIT, "no descriptor is left")

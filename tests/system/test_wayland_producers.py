@@ -9,7 +9,7 @@ from harness.pixels import is_about
 from harness.producer import ProducerDesktop
 from harness.screen_cast_back_end import METADATA
 from harness.viewer import Viewer
-from harness.waiting import eventually
+from harness.waiting import LIMIT, eventually
 
 SCREEN = "display-1"
 WIDTH, HEIGHT = 320, 240
@@ -38,7 +38,7 @@ def program(session, request):
     yield made
     assert made.running()
     made.terminate()
-    assert made.wait(20) == 0
+    assert made.wait(LIMIT) == 0
 
 
 @pytest.fixture
@@ -123,8 +123,7 @@ def test_every_layout_is_seen_in_its_colours(start, viewer, layout):
 def test_a_layout_that_is_not_taken_ends_the_share(session, program):
     producer = session.producer(f"format I420 {SIZE}")
     program.command(f"share {SCREEN}")
-    program.wait_for_line(f"startCapture failed for .*: ({NOT_STARTED}|{GONE})", within=40,
-                          source="stderr")
+    program.wait_for_line(f"startCapture failed for .*: ({NOT_STARTED}|{GONE})", source="stderr")
     assert program.status()["sharing"] is False
     producer.process.stop()
 
@@ -271,7 +270,7 @@ def test_buffers_that_come_without_memory_come_again(start, viewer, rounds):
 
 def test_buffers_that_never_have_memory_are_asked_for_a_few_times(start, viewer):
     producer = start(f"forgetful {1000 * BUFFERS}")
-    eventually(lambda: len(producer.agreements()) == 6, 10, "all questions were answered")
+    eventually(lambda: len(producer.agreements()) == 6, LIMIT, "all questions were answered")
     assert not viewer.readable(NOTHING_FOLLOWS)
     assert len(producer.agreements()) == 6
 
@@ -314,7 +313,7 @@ def test_a_stream_that_another_format_has_halted_is_taken_anew(start, viewer):
 def test_buffers_that_never_come_end_the_share(session, program):
     producer = session.producer(f"format BGRx {SIZE}", "buffers never")
     program.command(f"share {SCREEN}")
-    program.wait_for_line(f"({NOT_STARTED}|{GONE})", within=40)
+    program.wait_for_line(f"({NOT_STARTED}|{GONE})")
     program.wait_until_sharing(False)
     producer.process.stop()
 
@@ -432,7 +431,7 @@ def test_a_producer_that_goes_away_while_shared(start, program, viewer):
     again = start()
     show(again, viewer, GREEN)
     again.process.kill()
-    eventually(lambda: program.stdout.count(STOPPED) == 2, 15, "the second share ended, too")
+    eventually(lambda: program.stdout.count(STOPPED) == 2, LIMIT, "the second share ended, too")
 
 
 def test_a_producer_that_is_gone_before_it_is_shared(session, program):

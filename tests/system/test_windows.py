@@ -6,7 +6,7 @@ import pytest
 
 from harness import pixels
 from harness.viewer import Viewer
-from harness.waiting import eventually
+from harness.waiting import LIMIT, eventually
 from harness.watcher import SECRET, Watcher, amount, keep, rgb
 from harness.window_managers import KWin, Mutter, PlainKWin, Xfwm4, openbox, picom
 from harness.windows import sources_on, windows_of
@@ -116,7 +116,8 @@ def test_minimised_and_restored(desktop, x, owner, share):
     with Watcher(program) as watcher:
         watcher.until_colour(BLUE, 200, 150)
         mine.hide("document")
-        eventually(lambda: "Iconic" in x.run("xprop", "-name", "document", "WM_STATE"), 10, "minimised")
+        eventually(lambda: "Iconic" in x.run("xprop", "-name", "document", "WM_STATE"), LIMIT,
+                   "minimised")
         assert program.status()["sharing"]
         with Watcher(program) as late:
             late.until_colour(BLUE, 200, 150)
@@ -220,7 +221,7 @@ def test_list_is_right_soon_after_a_change(start, x, owner, tmp_path):
         program.command("sources")
         return "Owner: late" in program.stdout
 
-    eventually(listed, 12, "the new window is listed", every=0.5)
+    eventually(listed, LIMIT, "the new window is listed", every=0.5)
 
 
 def test_two_hundred_windows_with_any_title(x, owner, tmp_path):

@@ -3,7 +3,7 @@ import pytest
 
 from harness import pixels
 from harness.toolkit_windows import GtkWindow, glxgears, oclock, on_screen, xterm
-from harness.waiting import eventually
+from harness.waiting import LIMIT, eventually
 from harness.watcher import SECRET, Watcher, amount, keep
 from harness.window_managers import KWin, PlainKWin, Xfwm4, openbox, picom
 from harness.windows import sources_on, windows_of
@@ -90,7 +90,7 @@ def test_application_with_shadows_of_its_own(desktop, gtk_window, x, share):
 def test_covered(desktop, client, x, tmp_path, clients, share, covered):
     drawn = client(x, tmp_path)
     clients.append(drawn.program)
-    eventually(lambda: windows_of(sources_on(x, tmp_path), drawn.title), 20, f"{drawn.title} is there")
+    eventually(lambda: windows_of(sources_on(x, tmp_path), drawn.title), LIMIT, f"{drawn.title} is there")
     program = share(drawn.title)
     identifier = windows_of(sources_on(x, tmp_path), drawn.title)[0]
     with Watcher(program) as watcher:

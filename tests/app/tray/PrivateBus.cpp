@@ -9,7 +9,7 @@ namespace tarvinel::test {
 
 namespace {
 
-constexpr int patienceMs = 30000;
+constexpr int patienceMs = 60000;
 
 const char* const configuration =
     R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"

@@ -8,11 +8,11 @@
 
 namespace tarvinel::test {
 
-/// Runs the toolkit's loop until `condition` holds; false when it does not within half a minute,
+/// Runs the toolkit's loop until `condition` holds; false when it does not within a minute,
 /// which is far beyond what any machine needs.
 template <class Condition>
 bool spinUntil(Condition condition) {
-  const QDeadlineTimer deadline(std::chrono::seconds(30));
+  const QDeadlineTimer deadline(std::chrono::seconds(60));
   QEventLoop loop;
   QTimer look;
   look.callOnTimeout([&] {

@@ -6,10 +6,9 @@ from pathlib import Path
 
 from .. import pixels
 from ..process import Process
-from ..waiting import eventually
+from ..waiting import LIMIT, eventually
 from ..xserver import XServer
 
-START_LIMIT = 60
 LONGEST_SIDE = 1600  # of a display that is turned, or made that of a phone
 PHONE_ZOOM = 1.4  # at the least: no browser's window is then narrower than it wants to be
 
@@ -102,21 +101,21 @@ class Browser:
     def resize(self, width, height):
         """Gives its display another size, as turning a phone does."""
         self.screen.resize(width, height)
-        eventually(lambda: self.pixels().shape[:2] == (height, width), 10, "the display's size")
+        eventually(lambda: self.pixels().shape[:2] == (height, width), LIMIT, "the display's size")
 
     def become_phone(self, width, height):
         """Zooms in, and gives its display the size with which the open page is so large."""
         usual = self._page_width()
-        eventually(lambda: self._zoomed_in(usual), 20, "the page is zoomed in", every=0.3)
+        eventually(lambda: self._zoomed_in(usual), LIMIT, "the page is zoomed in", every=0.3)
         zoom = usual / self._page_width()
         self.resize(round(width * zoom), round(height * zoom))
-        eventually(lambda: abs(self._page_width() - width) <= 1, 10, "the page's width")
+        eventually(lambda: abs(self._page_width() - width) <= 1, LIMIT, "the page's width")
 
     def leave_phone(self, width=800, height=600):
         """Ends become_phone(), with a page of the same server open."""
         self.screen.run("xdotool", "key", "ctrl+0")
         self.resize(width, height)
-        eventually(lambda: self._page_width() == width, 10, "the page's usual width")
+        eventually(lambda: self._page_width() == width, LIMIT, "the page's usual width")
 
     def memory_bytes(self):
         """What all its processes use; shared pages count once."""

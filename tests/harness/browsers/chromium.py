@@ -1,6 +1,6 @@
 """Chromium, driven through chromedriver."""
-from ..waiting import eventually
-from .browser import START_LIMIT, Browser
+from ..waiting import LIMIT, eventually
+from .browser import Browser
 from .webdriver import WebDriver
 
 FLAGS = ("--no-sandbox --disable-gpu --disable-quic --no-first-run --kiosk "
@@ -14,7 +14,7 @@ class Chromium(Browser):
 
     def _launch(self):
         driver = self._start(["chromedriver", f"--port={PORT}"], "chromedriver")
-        eventually(lambda: "started successfully" in driver.stdout, START_LIMIT,
+        eventually(lambda: "started successfully" in driver.stdout, LIMIT,
                    "chromedriver listens")
         arguments = [*FLAGS, f"--window-size={self.screen.width},{self.screen.height}",
                      f"--user-data-dir={self._folder / 'profile'}"]

@@ -1,6 +1,6 @@
 """Firefox, driven through Marionette, the protocol that it speaks itself."""
-from ..waiting import eventually
-from .browser import START_LIMIT, Browser
+from ..waiting import LIMIT, eventually
+from .browser import Browser
 from .marionette import Marionette
 
 PREFERENCES = {
@@ -35,7 +35,7 @@ class Firefox(Browser):
         # dbus-run-session: without a session bus it waits for one at every turn
         self._start(["dbus-run-session", "firefox-esr", "--marionette", "--no-remote",
                      "--profile", profile, "--kiosk", "about:blank"], "firefox")
-        port = eventually(lambda: port_file.exists() and port_file.read_text(), START_LIMIT,
+        port = eventually(lambda: port_file.exists() and port_file.read_text(), LIMIT,
                           "Firefox tells its port")
         return Marionette(self._machine.connect(int(port)))
 

@@ -1,8 +1,8 @@
 """WebKitGTK's own small browser, driven through its driver."""
 from pathlib import Path
 
-from ..waiting import eventually
-from .browser import START_LIMIT, Browser
+from ..waiting import LIMIT, eventually
+from .browser import Browser
 from .webdriver import WebDriver
 
 PORT = 4445
@@ -16,7 +16,7 @@ class WebKit(Browser):
         # the sandbox wants user namespaces, which root in a container may not have
         self._start(["dbus-run-session", "WebKitWebDriver", f"--port={PORT}"], "webkitdriver",
                     WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS="1")
-        eventually(self._listens, START_LIMIT, "WebKitWebDriver listens")
+        eventually(self._listens, LIMIT, "WebKitWebDriver listens")
         options = {"binary": str(_mini_browser()), "args": ["--automation", "--full-screen"]}
         return WebDriver(lambda: self._machine.connect(PORT),
                          {"browserName": "MiniBrowser", "webkitgtk:browserOptions": options})
