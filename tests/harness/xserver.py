@@ -1,9 +1,11 @@
 """A private X server without a screen of its own (Xvfb)."""
-import errno
+import contextlib
+import fcntl
 import os
+import random
 import select
 import signal
-import socket
+import struct
 import subprocess
 from pathlib import Path
 
@@ -11,17 +13,19 @@ from Xlib import X
 from Xlib.display import Display
 
 from .process import Process
-from .waiting import eventually
+from .waiting import LIMIT, eventually
 
-START_LIMIT = 20
-FIRST_NUMBER = 500  # far above those that servers choose by themselves, upwards from 0
+NUMBERS = range(10000, 50000)  # far above those that servers choose by themselves, upwards from 0
+CLAIMS = "/tmp/.tarvinel-test-displays"  # tests/support/XServer.cpp claims its numbers there as well
+ATTEMPTS = 5
 
 
 class XServer:
-    """One Xvfb. `name` is its display (":500"); restart() brings it back under the same name.
+    """One Xvfb. `name` is its display (":12345"); restart() brings it back under the same name.
 
-    Its number is kept for it until stop(), also while it is killed: other servers start and end
-    all the time beside it.
+    No other test run uses the number until stop(), also while the server is killed. The sockets do not
+    ensure that: a server in another network namespace replaces the file in /tmp/.X11-unix without
+    asking, and clients try the abstract socket first, which is not in that folder.
     """
 
     def __init__(self, folder, width=800, height=600, label="xvfb"):
@@ -29,12 +33,7 @@ class XServer:
         self._folder, self._label = folder, label
         self._process = None
         self._modes = set()
-        self._claim, self.number = _claimed_number()
-        try:
-            self._start()
-        except BaseException:
-            self._claim.close()
-            raise
+        self._start_on_a_number_of_its_own()
 
     @property
     def name(self):
@@ -69,28 +68,39 @@ class XServer:
 
     def stop(self):
         self._process.stop()
-        Path(f"/tmp/.X{self.number}-lock").unlink(missing_ok=True)  # a killed one leaves it
-        self._claim.close()
+        Path(f"/tmp/.X11-unix/X{self.number}").unlink(missing_ok=True)  # a killed one leaves it
+        os.close(self._claim)
 
     def run(self, *argv):
         """Runs a short-lived client such as xrandr to its end and returns its output."""
-        done = subprocess.run(argv, env=self.env, capture_output=True, text=True, timeout=20)
+        done = subprocess.run(argv, env=self.env, capture_output=True, text=True, timeout=LIMIT)
         assert done.returncode == 0, f"{argv}: {done.stderr}"
         return done.stdout
 
     def window_tree(self):
         """All its windows, as xwininfo lists them."""
-        return eventually(self._listed_windows, 10, "a list of the windows")
+        return eventually(self._listed_windows, LIMIT, "a list of the windows")
 
     def _listed_windows(self):
         """None when a window went while the list was made."""
         done = subprocess.run(["xwininfo", "-root", "-tree"], env=self.env, capture_output=True,
-                              text=True, timeout=20)
+                              text=True, timeout=LIMIT)
         return done.stdout if done.returncode == 0 else None
 
     def client(self, *argv):
         """Starts a client that stays; the caller stops it."""
         return Process(argv, self._folder, f"{self._label}-{argv[0]}", env=self.env)
+
+    def _start_on_a_number_of_its_own(self):
+        """Tries again where a server that is no test's has the number."""
+        for attempt in range(1, ATTEMPTS + 1):
+            self.number, self._claim = _claimed_number()
+            try:
+                return self._start()
+            except BaseException as error:
+                os.close(self._claim)
+                if attempt == ATTEMPTS or not isinstance(error, AssertionError):
+                    raise
 
     def _start(self):
         read_end, write_end = os.pipe()
@@ -111,7 +121,7 @@ class XServer:
         """It writes its number once it listens."""
         text = b""
         while not text.endswith(b"\n"):
-            ready, _, _ = select.select([descriptor], [], [], START_LIMIT)
+            ready, _, _ = select.select([descriptor], [], [], LIMIT)
             piece = os.read(descriptor, 16) if ready else b""
             assert piece, f"Xvfb did not start: {self._process.stderr}"
             text += piece
@@ -137,18 +147,29 @@ class Watch:
 
 
 def _claimed_number():
-    """A display number that no other test run of this machine uses, and what keeps it so."""
-    number = FIRST_NUMBER
+    """A number that no test run of this machine uses, and its claim."""
     while True:
-        claim = socket.socket(socket.AF_UNIX)
-        try:
-            claim.bind(f"\0display-{number}-of-a-test")
-            return claim, number
-        except OSError as error:
-            claim.close()
-            if error.errno != errno.EADDRINUSE:
-                raise
-        number += 1
+        number = random.choice(NUMBERS)
+        claim = claim_display(number)
+        if claim is not None:
+            return number, claim
+
+
+def claim_display(number):
+    """A descriptor that keeps the number from every other test run while it is open; None when another
+    has it."""
+    with contextlib.suppress(FileExistsError):
+        made = os.open(CLAIMS, os.O_CREAT | os.O_EXCL | os.O_WRONLY)
+        os.fchmod(made, 0o666)  # other users run tests as well
+        os.close(made)
+    claims = os.open(CLAIMS, os.O_RDWR)
+    try:
+        fcntl.fcntl(claims, fcntl.F_OFD_SETLK,
+                    struct.pack("hhqqi4x", fcntl.F_WRLCK, os.SEEK_SET, number, 1, 0))
+        return claims
+    except BlockingIOError:
+        os.close(claims)
+        return None
 
 
 def _timing(length):

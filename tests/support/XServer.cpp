@@ -4,10 +4,12 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
+#include <random>
 #include <stdexcept>
 
 extern char** environ;
@@ -18,6 +20,28 @@ namespace {
 
 constexpr int readyFd = 9;  ///< as Xvfb sees it
 constexpr int patienceMs = 60000;
+constexpr int attempts = 5;
+
+/// tests/harness/xserver.py claims its numbers there as well.
+constexpr const char* claims = "/tmp/.tarvinel-test-displays";
+
+/// Far above the numbers that servers choose by themselves, upwards from 0.
+int randomNumber() {
+  static std::random_device random;
+  return std::uniform_int_distribution(10000, 49999)(random);
+}
+
+struct ClaimedNumber {
+  int number;
+  UniqueFd claim;
+};
+
+ClaimedNumber claimedNumber() {
+  while (true) {
+    const int number = randomNumber();
+    if (UniqueFd claim = claimDisplay(number)) return {number, std::move(claim)};
+  }
+}
 
 pid_t spawn(std::vector<std::string> words, int readyEnd) {
   std::vector<char*> arguments;
@@ -36,36 +60,41 @@ pid_t spawn(std::vector<std::string> words, int readyEnd) {
   return process;
 }
 
-/// The line that Xvfb writes when it listens: its display number.
-std::string readNumber(int fd) {
-  std::string text;
+/// Whether Xvfb writes its display number, as it does when it listens, before it ends.
+bool becomesReady(int fd) {
   char byte = 0;
   pollfd ready{fd, POLLIN, 0};
   while (poll(&ready, 1, patienceMs) > 0 && read(fd, &byte, 1) == 1) {
-    if (byte == '\n') return text;
-    text += byte;
+    if (byte == '\n') return true;
   }
-  return {};
+  return false;
 }
 
 }  // namespace
 
+UniqueFd claimDisplay(int number) {
+  const UniqueFd made(open(claims, O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600));
+  if (made) fchmod(made.get(), 0666);  // other users run tests as well
+  UniqueFd claim(open(claims, O_RDWR | O_CLOEXEC));
+  if (!claim) throw std::runtime_error(std::string("cannot open ") + claims);
+  struct flock lock {};
+  lock.l_type = F_WRLCK;
+  lock.l_whence = SEEK_SET;
+  lock.l_start = number;
+  lock.l_len = 1;
+  return fcntl(claim.get(), F_OFD_SETLK, &lock) == 0 ? std::move(claim) : UniqueFd();
+}
+
 XServer::XServer(const std::string& screen, const std::vector<std::string>& arguments) {
-  int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe for Xvfb");
-  std::vector<std::string> words{"Xvfb",     "-displayfd", std::to_string(readyFd),
-                                 "-screen",  "0",          screen,
-                                 "-noreset", "-nolisten",  "tcp"};
-  words.insert(words.end(), arguments.begin(), arguments.end());
-  process_ = spawn(std::move(words), ends[1]);
-  close(ends[1]);
-  const std::string number = readNumber(ends[0]);
-  close(ends[0]);
-  display_ = ":" + number;
-  if (number.empty()) {
-    end(SIGKILL);
-    throw std::runtime_error("Xvfb did not come up");
+  std::vector<std::string> options{"-screen", "0", screen, "-noreset", "-nolisten", "tcp"};
+  options.insert(options.end(), arguments.begin(), arguments.end());
+  for (int attempt = 0; attempt < attempts; ++attempt) {
+    ClaimedNumber claimed = claimedNumber();
+    number_ = claimed.number;
+    claim_ = std::move(claimed.claim);
+    if (start(options)) return;
   }
+  throw std::runtime_error("Xvfb did not come up");
 }
 
 XServer::~XServer() {
@@ -75,8 +104,7 @@ XServer::~XServer() {
 void XServer::crash() {
   end(SIGKILL);
   // what a server ended in order would have removed
-  std::remove(("/tmp/.X" + display_.substr(1) + "-lock").c_str());
-  std::remove(("/tmp/.X11-unix/X" + display_.substr(1)).c_str());
+  std::remove(("/tmp/.X11-unix/X" + std::to_string(number_)).c_str());
 }
 
 void XServer::freeze() const {
@@ -85,6 +113,20 @@ void XServer::freeze() const {
 
 void XServer::thaw() const {
   kill(process_, SIGCONT);
+}
+
+bool XServer::start(const std::vector<std::string>& options) {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe for Xvfb");
+  const UniqueFd readEnd(ends[0]);
+  UniqueFd writeEnd(ends[1]);
+  std::vector<std::string> words{"Xvfb", display(), "-displayfd", std::to_string(readyFd)};
+  words.insert(words.end(), options.begin(), options.end());
+  process_ = spawn(std::move(words), writeEnd.get());
+  writeEnd.reset();
+  const bool ready = becomesReady(readEnd.get());
+  if (!ready) end(SIGKILL);
+  return ready;
 }
 
 void XServer::end(int signal) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/support/UniqueFd.h"
+
 #include <sys/types.h>
 
 #include <string>
@@ -7,7 +9,14 @@
 
 namespace tarvinel {
 
-/// A real X server without hardware, on a free display number; ended by the destructor.
+/// Keeps a display number from all other tests of this computer, in whatever process, while the
+/// descriptor is open; none when another has it. The servers' own sockets do not ensure that: a
+/// server in another network namespace replaces the file in /tmp/.X11-unix without asking, and
+/// clients try the abstract socket first, which is not in that folder.
+UniqueFd claimDisplay(int number);
+
+/// A real X server without hardware, on a display number that is its own until it is destroyed;
+/// ended by the destructor.
 class XServer {
  public:
   /// `screen` is width x height x depth; `arguments` go to Xvfb as they are. Throws when it does
@@ -18,8 +27,10 @@ class XServer {
   XServer(const XServer&) = delete;
   XServer& operator=(const XServer&) = delete;
 
-  /// Such as ":7".
-  const std::string& display() const { return display_; }
+  int number() const { return number_; }
+
+  /// Such as ":12345".
+  std::string display() const { return ":" + std::to_string(number_); }
 
   /// Ends it at once, as a crash would, and waits until it is gone.
   void crash();
@@ -29,10 +40,12 @@ class XServer {
   void thaw() const;
 
  private:
+  bool start(const std::vector<std::string>& options);
   void end(int signal);
 
   pid_t process_ = 0;  ///< 0: has ended
-  std::string display_;
+  int number_ = 0;
+  UniqueFd claim_;
 };
 
 }  // namespace tarvinel

@@ -1,0 +1,23 @@
+"""The X displays of the tests themselves are used by nobody else, so that two runs never meet."""
+import os
+
+from harness.xserver import XServer, claim_display
+
+
+def is_free(number):
+    claim = claim_display(number)
+    if claim is not None:
+        os.close(claim)
+    return claim is not None
+
+
+def test_a_display_is_kept_while_its_server_is_killed(tmp_path):
+    server = XServer(tmp_path)
+    try:
+        assert not is_free(server.number)
+        server.kill()
+        assert not is_free(server.number)
+        server.restart()
+    finally:
+        server.stop()
+    assert is_free(server.number)
