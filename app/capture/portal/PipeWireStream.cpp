@@ -375,7 +375,7 @@ bool PipeWireStream::hasPicture(const pw_buffer& buffer) {
 
 void PipeWireStream::noteDamage(const pw_buffer& buffer) {
   const auto damage = StreamBuffer(buffer).damage(frameArea());
-  if (!damage) damage_.reset();
+  if (!damage) return damage_.reset();
   if (damage_) damage_->insert(damage_->end(), damage->begin(), damage->end());
 }
 
