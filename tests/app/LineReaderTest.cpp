@@ -1,5 +1,6 @@
 #include "app/LineReader.h"
 #include "tests/support/Eventually.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,7 +9,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cstdio>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -19,6 +19,7 @@ namespace tarvinel {
 namespace {
 
 using test::eventually;
+using test::TemporaryFolder;
 using testing::ElementsAre;
 
 /// Lines as they come in on the reader's thread.
@@ -100,12 +101,10 @@ TEST(LineReader, EndsWhileItWaitsForInput) {
 }
 
 TEST(LineReader, ReadsAnOrdinaryFileAndTheNullDevice) {
-  const std::unique_ptr<std::FILE, decltype(&std::fclose)> file(std::tmpfile(), &std::fclose);
-  ASSERT_NE(file, nullptr);
-  std::fputs("from a file\n", file.get());
-  std::rewind(file.get());
+  const TemporaryFolder folder;
+  const UniqueFd file(open(folder.write("input", "from a file\n").c_str(), O_RDONLY | O_CLOEXEC));
   Lines lines;
-  const LineReader reader(fileno(file.get()), lines.collector());
+  const LineReader reader(file.get(), lines.collector());
   EXPECT_TRUE(eventually([&] { return lines.get().size() == 1; }));
   EXPECT_THAT(lines.get(), ElementsAre("from a file"));
 
