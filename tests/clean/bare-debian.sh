@@ -1,10 +1,24 @@
 # shellcheck shell=bash
-# Parts of the scripts beside it: a Debian 12 with nothing but its base system, in a folder. To be sourced
-# by a script that runs in mount and process namespaces of its own.
+# Parts of the scripts beside it: a Debian with nothing but its base system, in a folder. To be sourced by a
+# script that runs in mount and process namespaces of its own.
 
-readonly suite=bookworm
 tree=$(git -C "$(dirname "${BASH_SOURCE[0]}")" rev-parse --show-toplevel)
-readonly tree kept=$tree/build/clean
+readonly tree
+
+# of_this_machine FIELD: its value in /etc/os-release
+of_this_machine() { sed -n "s/^$1=\"\?\([^\"]*\)\"\?\$/\1/p" /etc/os-release; }
+
+# use_debian 12|13: the one that the rest is about. Its base system and what was downloaded are kept in $kept.
+# shellcheck disable=SC2034  # for the script that sources this
+use_debian() {
+  case $1 in
+    12) readonly release=12 suite=bookworm ;;
+    13) readonly release=13 suite=trixie ;;
+    *) echo "$0: Debian 12 or 13, not '$1'" >&2; exit 2 ;;
+  esac
+  readonly kept=$tree/build/clean/$suite
+  mkdir -p "$kept/archives/partial"
+}
 
 # in_own_namespaces COMMAND...: whatever it mounts or starts goes with it
 in_own_namespaces() { unshare --mount --propagation private --pid --fork --kill-child "$@"; }
@@ -17,35 +31,47 @@ step() {
   echo "== $name: $((SECONDS - started)) s"
 }
 
-# bootstrap ROOT: fills the folder
+expect() {
+  local what=$1
+  shift
+  "$@" || { echo "not so: $what"; return 1; }
+}
+
+# prepare_base: makes the base system where there is none yet
+prepare_base() { [[ -d $kept/base ]] || step "a bare $suite" bootstrap; }
+
 bootstrap() {
-  local at=$1
-  debootstrap --variant=minbase "$suite" "$at" "$(mirror)" > "$at.log" 2>&1 ||
+  local at=$kept/base.new
+  rm -rf "$at"
+  http_proxy=$(proxy_of_apt) debootstrap --variant=minbase "$suite" "$at" "$(mirror)" > "$at.log" 2>&1 ||
     { tail -20 "$at.log"; return 1; }
   cp /etc/resolv.conf /etc/hosts "$at/etc/"
   copy_package_sources "$at"
   start_no_services "$at"
+  wait_for_no_disk "$at"
+  rm -f "$at/etc/apt/apt.conf.d/docker-clean"
+  mv "$at" "$kept/base"
 }
 
-# layer_over_base FOLDER: a base system at FOLDER/root whose changes go with the folder. The base and what
-# was downloaded are kept in $kept.
+# layer_over FOLDER LAYERS: a system at FOLDER/root, whose changes go with the folder
+layer_over() {
+  mkdir -p "$1"/{upper,work,root}
+  mount -t overlay overlay -o "lowerdir=$2,upperdir=$1/upper,workdir=$1/work" "$1/root"
+  mount_kernel_folders "$1/root"
+}
+
+# layer_over_base FOLDER PACKAGES: with the folder of packages in it
 layer_over_base() {
   local at=$1/root
-  [[ -d $kept/$suite ]] || step "a bare $suite" keep_base
-  mkdir -p "$1"/{upper,work,root} "$kept/archives/partial"
-  mount -t overlay overlay -o "lowerdir=$kept/$suite,upperdir=$1/upper,workdir=$1/work" "$at"
-  mount_kernel_folders "$at"
+  prepare_base
+  layer_over "$1" "$kept/base"
   mount --bind "$kept/archives" "$at/var/cache/apt/archives"
-  rm -f "$at/etc/apt/apt.conf.d/docker-clean"
-  echo force-unsafe-io > "$at/etc/dpkg/dpkg.cfg.d/no-disk-to-wait-for"
   mkdir "$at/packages"
-  cp "$tree/build/packages"/*.deb "$at/packages/"
+  cp "$2"/*.deb "$at/packages/"
 }
 
-keep_base() {
-  bootstrap "$kept/$suite.new"
-  mv "$kept/$suite.new" "$kept/$suite"
-}
+# Nothing there survives the machine, so that no package needs to be on the disk before the next one.
+wait_for_no_disk() { echo force-unsafe-io > "$1/etc/dpkg/dpkg.cfg.d/no-disk-to-wait-for"; }
 
 # A package that is installed would start its daemon in this machine's own network.
 start_no_services() {
@@ -53,16 +79,27 @@ start_no_services() {
   chmod +x "$1/usr/sbin/policy-rc.d"
 }
 
+# mirror: where this machine has its packages from
 # shellcheck disable=SC2016  # the fields are apt's own, not the shell's
 mirror() {
-  apt-get indextargets --format '$(SITE) $(RELEASE)' | awk -v s="$suite" '$2 == s {print $1; exit}'
+  apt-get indextargets --format '$(SITE) $(RELEASE)' |
+    awk -v s="$(of_this_machine VERSION_CODENAME)" '$2 == s {print $1; exit}'
 }
 
+proxy_of_apt() {
+  local proxy=${http_proxy:-}
+  eval "$(apt-config shell proxy Acquire::http::Proxy)"
+  echo "$proxy"
+}
+
+# copy_package_sources ROOT: this machine's own, of the other Debian
 copy_package_sources() {
   local at=$1 file
   rm -f "$at/etc/apt/sources.list"
   for file in /etc/apt/sources.list /etc/apt/sources.list.d/debian.sources; do
-    if [[ -f $file ]]; then cp "$file" "$at/$file"; fi
+    if [[ -f $file ]]; then
+      sed "s/\b$(of_this_machine VERSION_CODENAME)\b/$suite/g" "$file" > "$at/$file"
+    fi
   done
   apt-config dump | grep -iE '^Acquire::(https?::Proxy|Retries|Check)' \
     > "$at/etc/apt/apt.conf.d/90-as-outside" || true

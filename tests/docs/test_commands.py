@@ -9,8 +9,8 @@ from harness.waiting import LIMIT, eventually
 
 # What a test of its own runs, because it needs packages or a network, or because it is a whole scenario.
 ELSEWHERE = {
-    "./run": "tests/clean/clean-machine",
-    "./test": "tests/clean/clean-machine",
+    "./run": "tests/clean/machine",
+    "./test": "tests/clean/machine",
     "systemctl --user enable --now tarvinel-headless\nsystemctl --user status tarvinel-headless":
         "tests/clean/service",
     "tools/package\nsudo apt install ./build/packages/tarvinel_*.deb": "tests/clean/package",
