@@ -137,6 +137,11 @@
   screen.classList.add("down");   // an image without a source is drawn as a broken one
   screen.removeAttribute("src");  // ends the request that the markup has begun
   // WebKit keeps that request open all the same: without this every page takes two connections.
-  if (navigator.vendor.startsWith("Apple")) window.stop();
+  if (navigator.vendor.startsWith("Apple")) {
+    window.stop();
+    const logo = document.getElementById("logo");
+    // Its request was stopped as well, and the same element would not begin the same one again.
+    if (logo) logo.replaceWith(logo.cloneNode());
+  }
   watch("/stream");
 })();

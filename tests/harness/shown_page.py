@@ -21,6 +21,13 @@ class ShownPage:
     def pixels(self):
         return self.browser.pixels()
 
+    def box(self, selector):
+        """Left, top, right and bottom of an element in the page's pixels, which are the display's unless
+        the page is zoomed in."""
+        return self.browser.evaluate(
+            f"(() => {{ const box = document.querySelector('{selector}').getBoundingClientRect();"
+            " return [box.left, box.top, box.right, box.bottom].map(Math.round); })()")
+
     def keep_screenshot(self, name):
         pixels.save(self.pixels(), SCREENSHOTS / f"{name}-{self.browser.name}.png")
 

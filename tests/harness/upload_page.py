@@ -4,7 +4,8 @@ from typing import NamedTuple
 import numpy
 
 from .dragging import Dragging
-from .shown_page import LIMIT, ShownPage
+from .shown_page import ShownPage
+from .waiting import LIMIT
 
 ROWS = ("Array.from(document.querySelectorAll('#queue li'), (row) =>"
         " [row.querySelector('.label').textContent, row.querySelector('progress').value,"
@@ -96,7 +97,7 @@ class UploadPage(ShownPage):
     def wait_until_seen(self, selector, colour):
         """Waits until there is something of this colour where the element is on the display."""
         def seen():
-            left, top, right, bottom = self._box(selector)
+            left, top, right, bottom = self.box(selector)
             distance = abs(self.pixels()[top:bottom, left:right].astype(int) - colour)
             return (distance.max(axis=2) < 24).any()
 
@@ -151,11 +152,5 @@ class UploadPage(ShownPage):
 
     def _drop_zone(self):
         """Its middle."""
-        left, top, right, bottom = self._box("#drop")
+        left, top, right, bottom = self.box("#drop")
         return (left + right) // 2, (top + bottom) // 2
-
-    def _box(self, selector):
-        """Left, top, right and bottom of an element on the display, which the page fills."""
-        return self.browser.evaluate(
-            f"(() => {{ const box = document.querySelector('{selector}').getBoundingClientRect();"
-            " return [box.left, box.top, box.right, box.bottom].map(Math.round); })()")

@@ -1,0 +1,218 @@
+"""The pages with and without a brand, on a phone and on a desktop: a logo and a font from Debian's packages
+are really shown. The pictures are left in build/screenshots/."""
+import json
+from pathlib import Path
+
+import numpy
+import pytest
+
+from harness.shown_page import ShownPage
+
+LOGO = Path("/usr/share/icons/hicolor/scalable/apps/xterm-color.svg")
+FONT = Path("/usr/share/fonts/woff2/dejavu/DejaVuSerif.woff2")
+PAGE_BACKGROUND = 0x11
+ORANGE = (0xE2, 0x79, 0x1B)
+PHONE, DESKTOP = (390, 844), (1440, 900)
+SIZES = pytest.mark.parametrize("size", [PHONE, DESKTOP], ids=["phone", "desktop"])
+
+
+class BrandedPage(ShownPage):
+    """Any page of the program, on a screen of a size."""
+
+    def __init__(self, browser):
+        super().__init__(browser)
+        self._is_phone = False
+
+    def visit(self, program, path, size=DESKTOP):
+        port = program.listening_port()
+        self.open(port, path)
+        # WebKit's waiting page never counts as loaded: it stops that itself
+        self.wait_for(f"location.port === '{port}' && location.pathname === '{path}'"
+                      " && document.querySelector('#hint, #form, main') !== null")
+        if size == PHONE:
+            self._is_phone = True
+            self.browser.become_phone(*size)
+        else:
+            self.browser.resize(*size)
+
+    def leave(self):
+        if self._is_phone:
+            self.browser.leave_phone()
+        else:
+            self.browser.resize(800, 600)
+
+    def wait_for(self, expression):
+        self.eventually(lambda: self.browser.evaluate(expression), expression)
+
+    def wait_for_logo(self):
+        """Waits until the logo's own colours are seen where the logo is."""
+        def seen():
+            logo = self._pixels_of("#logo")
+            ink = abs(logo - PAGE_BACKGROUND).max(axis=2, initial=0) > 30
+            return logo.size and ink.mean() > 0.15 and len(
+                numpy.unique(logo.reshape(-1, 3), axis=0)) > 50
+
+        self.eventually(seen, "the logo is seen")
+
+    def wait_for_colour(self, selector, colour):
+        self.eventually(lambda: (abs(self._pixels_of(selector) - colour).max(axis=2) < 8).any(),
+                        f"{selector} is seen in {colour}")
+
+    def wait_for_font(self, selector):
+        """Waits until a text like the element's is as wide as only the brand's font makes it."""
+        self.wait_for("[...document.fonts].map((font) => font.status).join() === 'loaded'")
+        with_brand, without = self.browser.evaluate(
+            f"(() => {{ const copy = document.querySelector('{selector}').cloneNode(true);"
+            " copy.textContent = 'WWWWWWWWWW iiiiiiiiii';"
+            " copy.style.cssText += ';position:absolute;white-space:nowrap;max-width:none';"
+            " document.body.append(copy); const branded = copy.getBoundingClientRect().width;"
+            " copy.style.fontFamily = 'sans-serif'; const plain = copy.getBoundingClientRect().width;"
+            " copy.remove(); return [branded, plain]; })()")
+        assert abs(with_brand - without) > 5
+
+    def assert_inside(self, *selectors):
+        """The elements are within the screen and the page does not scroll sideways."""
+        width, height, whole = self.browser.evaluate(
+            "[innerWidth, innerHeight, document.documentElement.scrollWidth]")
+        for selector in selectors:
+            left, top, right, bottom = self.box(selector)
+            assert 0 <= left < right <= width and 0 <= top < bottom <= height, selector
+        assert whole <= width
+
+    def _pixels_of(self, selector):
+        zoom = self.browser.screen.width / self.browser.evaluate("innerWidth")
+        left, top, right, bottom = (round(edge * zoom) for edge in self.box(selector))
+        return self.pixels()[top:bottom, left:right].astype(int)
+
+
+@pytest.fixture
+def page(browser):
+    made = BrandedPage(browser)
+    yield made
+    made.leave()
+
+
+@pytest.fixture
+def plain(start):
+    return start("--capture", "pattern", "--uploads")
+
+
+@pytest.fixture
+def branded(start, tmp_path):
+    """Starts the program with a brand of these entries."""
+    def start_program(**brand):
+        file = tmp_path / "config.json"
+        file.write_text(json.dumps({"hostname": "", "brand": brand}))
+        return start("--capture", "pattern", "--uploads", "--config", str(file))
+    return start_program
+
+
+@pytest.fixture
+def studio(branded):
+    """The program with a logo and a font."""
+    return branded(name="Studio Example", waiting="We begin in a moment", image=str(LOGO),
+                   font=str(FONT), color="#e2791b")
+
+
+def keep(page, name, size):
+    page.keep_screenshot(f"{name}-{'phone' if size == PHONE else 'desktop'}")
+
+
+@SIZES
+def test_idle_screen_without_a_brand(page, plain, size):
+    page.visit(plain, "/", size)
+    page.eventually(lambda: (page.pixels().max(axis=2) > 100).any(), "a text is seen")
+    keep(page, "idle", size)
+    page.assert_inside("#hint")
+    assert not page.browser.evaluate("document.querySelector('#logo, #name') !== null")
+
+
+@SIZES
+def test_idle_screen_with_logo_and_font(page, studio, size):
+    page.visit(studio, "/", size)
+    page.wait_for_logo()
+    page.wait_for_font("#hint")
+    keep(page, "idle-logo", size)
+    page.assert_inside("#hint", "#logo")
+    assert page.browser.evaluate("document.title") == "Studio Example"
+
+
+@SIZES
+def test_idle_screen_with_a_name(page, branded, size):
+    page.visit(branded(name="Studio <Example> & Sons", color="#e2791b"), "/", size)
+    page.wait_for_colour("#name", ORANGE)
+    keep(page, "idle-name", size)
+    page.assert_inside("#hint", "#name")
+    assert page.browser.evaluate("document.getElementById('name').textContent") == \
+        "Studio <Example> & Sons"
+
+
+def test_idle_screen_with_long_words(page, branded):
+    page.visit(branded(name="W" * 60, waiting="m" * 100), "/", PHONE)
+    page.wait_for_colour("#name", (0xCC, 0xCC, 0xCC))
+    keep(page, "idle-long", PHONE)
+    page.assert_inside("#hint", "#name")
+
+
+@SIZES
+def test_idle_screen_with_a_logo_that_cannot_be_read(page, branded, size):
+    page.visit(branded(image="/nowhere.png", font="/nowhere.woff2"), "/", size)
+    page.wait_for("document.getElementById('logo').complete")
+    keep(page, "idle-lost", size)
+    page.assert_inside("#hint")
+
+
+@SIZES
+def test_upload_page_with_logo_and_font(page, studio, size):
+    page.visit(studio, "/upload", size)
+    page.wait_for_logo()
+    page.wait_for_font("h1")
+    keep(page, "upload-logo", size)
+    page.assert_inside("#logo", "h1", "#form")
+    assert page.browser.evaluate("document.title") == "Studio Example"
+
+
+@SIZES
+def test_help_page_without_a_brand(page, plain, size):
+    page.visit(plain, "/help", size)
+    page.assert_inside("h1", "#name")
+    keep(page, "help", size)
+    main_left, _, main_right, _ = page.box("main")
+    assert main_right - main_left == min(720, page.browser.evaluate(
+        "document.documentElement.clientWidth"))
+
+
+@SIZES
+def test_help_page_with_logo_and_font(page, studio, size):
+    page.visit(studio, "/help", size)
+    page.wait_for_logo()
+    page.wait_for_font("h1")
+    keep(page, "help-logo", size)
+    page.assert_inside("h1", "#logo")
+    assert page.browser.evaluate("document.title") == "Studio Example Help"
+
+
+def test_help_page_with_the_longest_host_name(page, start, tmp_path):
+    file = tmp_path / "config.json"
+    file.write_text(json.dumps({"hostname": "m" * 63}))
+    page.visit(start("--capture", "pattern", "--config", str(file), named=True), "/help", PHONE)
+    keep(page, "help-long", PHONE)
+    page.assert_inside("h1")
+
+
+def test_the_brand_sample_of_the_help_page_works_when_pasted(page, plain, start, tmp_path):
+    """With a logo and a font where the sample says, which is under the home of the tests."""
+    page.visit(plain, "/help")
+    sample = page.browser.evaluate("document.getElementById('brand-sample').textContent")
+    brand = json.loads(sample)["brand"]
+    for path, file in ((brand["image"], LOGO), (brand["font"], FONT)):
+        target = tmp_path / path.removeprefix("~/")
+        target.parent.mkdir(parents=True, exist_ok=True)
+        target.write_bytes(file.read_bytes())
+    settings = tmp_path / "config/Tarvinel/config.json"
+    settings.parent.mkdir(parents=True)
+    settings.write_text(sample)
+    page.visit(start("--capture", "pattern"), "/")
+    page.wait_for_logo()
+    page.wait_for_font("#hint")
+    keep(page, "idle-sample", DESKTOP)
