@@ -45,10 +45,9 @@
   }
 
   function newItem(file) {
-    const item = { file, attempts: 0 };
-    const row = queue.appendChild(document.createElement("li"));
+    const item = { file, attempts: 0, row: queue.appendChild(document.createElement("li")) };
     const part = (kind, className) => {
-      const element = row.appendChild(document.createElement(kind));
+      const element = item.row.appendChild(document.createElement(kind));
       element.className = className;
       return element;
     };
@@ -89,7 +88,7 @@
     });
     request.addEventListener("error", () => {
       active -= 1;
-      item.status.textContent = "connection error";
+      fail(item, "connection error");
       pump();
     });
     request.send(item.file);
@@ -101,11 +100,17 @@
       item.status.textContent = "done as " + (member(request, "file") || item.file.name);
     } else if (request.status === 503 && item.attempts < maxAttempts) {
       item.attempts += 1;
+      item.bar.value = 0;
       item.status.textContent = "busy, retrying";
       setTimeout(() => upload(item), retryMilliseconds);
     } else {
-      item.status.textContent = member(request, "error") || "upload failed";
+      fail(item, member(request, "error") || "upload failed");
     }
+  }
+
+  function fail(item, reason) {
+    item.row.classList.add("failed");
+    item.status.textContent = reason;
   }
 
   // A member of the answer's JSON; nothing when it cannot be read.

@@ -47,7 +47,7 @@ class BrandedPage(ShownPage):
     def wait_for_logo(self):
         """Waits until the logo's own colours are seen where the logo is."""
         def seen():
-            logo = self._pixels_of("#logo")
+            logo = self.pixels_of("#logo")
             ink = abs(logo - PAGE_BACKGROUND).max(axis=2, initial=0) > 30
             return logo.size and ink.mean() > 0.15 and len(
                 numpy.unique(logo.reshape(-1, 3), axis=0)) > 50
@@ -55,7 +55,7 @@ class BrandedPage(ShownPage):
         self.eventually(seen, "the logo is seen")
 
     def wait_for_colour(self, selector, colour):
-        self.eventually(lambda: (abs(self._pixels_of(selector) - colour).max(axis=2) < 8).any(),
+        self.eventually(lambda: (abs(self.pixels_of(selector) - colour).max(axis=2) < 8).any(),
                         f"{selector} is seen in {colour}")
 
     def wait_for_font(self, selector):
@@ -78,11 +78,6 @@ class BrandedPage(ShownPage):
             left, top, right, bottom = self.box(selector)
             assert 0 <= left < right <= width and 0 <= top < bottom <= height, selector
         assert whole <= width
-
-    def _pixels_of(self, selector):
-        zoom = self.browser.screen.width / self.browser.evaluate("innerWidth")
-        left, top, right, bottom = (round(edge * zoom) for edge in self.box(selector))
-        return self.pixels()[top:bottom, left:right].astype(int)
 
 
 @pytest.fixture

@@ -3,17 +3,18 @@ import contextlib
 import os
 import shutil
 import signal
+import time
 
 import numpy
 import pytest
 from PIL import Image
 
 from harness import uploads
-from harness.upload_page import ORANGE, UploadPage
+from harness.upload_page import ORANGE, RED, UploadPage
 
 MEGABYTE = 1 << 20
 PLACES = 8  # uploads that the program takes at once
-SENDING_LIMIT = 180  # gigabytes, on a busy machine
+SENDING_LIMIT = 600  # gigabytes, on a busy machine
 PHONE = (390, 844)
 STORED = {  # what is sent, and how its name reads in the folder
     "IMG 0001.jpg": "IMG 0001.jpg",
@@ -143,14 +144,40 @@ def test_refusals_show_their_reasons(page, program, folder, photos, tmp_path):
     page.pick(photos / "clip.mov", empty, huge)
     page.wait_for_statuses(UploadPage.NOT_ACCEPTED, "empty file", UploadPage.TOO_LARGE,
                            within=SENDING_LIMIT)
+    assert page.failed() == [True, True, True]
+    page.wait_until_seen("#queue li:first-child", RED)
     page.keep_screenshot("upload-refused")
     assert uploads.visible(folder) == []
+
+
+def test_what_failed_looks_otherwise_than_what_arrived(page, program, photos):
+    page.open_as(program, "Sam")
+    page.pick(photos / "IMG 0001.jpg", photos / "clip.mov")
+    page.wait_for_statuses("done as Sam-IMG 0001.jpg", UploadPage.NOT_ACCEPTED)
+    assert page.failed() == [False, True]
+    assert [edges(page, selector) for selector in ("#queue", "#queue li")] == [edges(page, "#form")] * 2
+    page.keep_screenshot("upload-mixed")
+
+
+def edges(page, selector):
+    left, _, right, _ = page.box(selector)
+    return left, right
 
 
 def test_a_missing_name_is_asked_for(page, program, photos):
     page.open_as(program, "  ")
     page.pick(photos / "IMG 0001.jpg")
     page.wait_for_statuses("name must contain letters or digits")
+
+
+def test_a_type_that_is_not_taken_is_not_sent_again(page, program, photos):
+    page.open_as(program, "Sam")
+    page.hurry()
+    page.pick(photos / "clip.mov")
+    page.wait_for_statuses(UploadPage.NOT_ACCEPTED)
+    time.sleep(1)  # nothing is to happen
+    assert page.attempts() == 1
+    assert page.statuses() == [UploadPage.NOT_ACCEPTED]
 
 
 def test_a_second_visit(page, program, photos):
@@ -189,12 +216,17 @@ def test_busy_is_retried_and_arrives(page, program, taken, photos):
     page.wait_for_statuses("done as Sam-IMG 0001.jpg")
 
 
-def test_busy_for_too_long_is_final(page, program, taken, photos):
+def test_the_sixth_time_that_it_is_busy_is_final(page, program, folder, taken, photos):
     page.open_as(program, "Sam")
     page.hurry()
     page.pick(photos / "IMG 0001.jpg")
     page.wait_for_statuses("busy, retry in a few seconds")
+    assert page.failed() == [True]
     taken.close()
+    time.sleep(1)  # nothing is to happen, though there is a place now
+    assert page.attempts() == 6
+    assert page.statuses() == ["busy, retry in a few seconds"]
+    assert uploads.visible(folder) == []
 
 
 def test_a_lost_server_is_a_connection_error(page, program, photos):
@@ -202,6 +234,7 @@ def test_a_lost_server_is_a_connection_error(page, program, photos):
     program.kill()
     page.pick(photos / "IMG 0001.jpg")
     page.wait_for_statuses("connection error")
+    assert page.failed() == [True]
 
 
 def test_on_a_phone(on_phone, photos):
@@ -209,5 +242,6 @@ def test_on_a_phone(on_phone, photos):
     on_phone.browser.write("#name", "Sam")
     on_phone.pick(photos / "IMG 0001.jpg", photos / "clip.mov")
     on_phone.wait_for_statuses("done as Sam-IMG 0001.jpg", UploadPage.NOT_ACCEPTED)
+    on_phone.wait_until_seen("#queue li:last-child", RED)
     on_phone.keep_screenshot("upload-phone-done")
     assert on_phone.width() == on_phone.browser.evaluate("innerWidth")

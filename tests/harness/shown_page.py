@@ -21,6 +21,12 @@ class ShownPage:
     def pixels(self):
         return self.browser.pixels()
 
+    def pixels_of(self, selector):
+        """What is seen where an element is, as signed numbers."""
+        zoom = self.browser.screen.width / self.browser.evaluate("innerWidth")
+        left, top, right, bottom = (round(edge * zoom) for edge in self.box(selector))
+        return self.pixels()[top:bottom, left:right].astype(int)
+
     def box(self, selector):
         """Left, top, right and bottom of an element in the page's pixels, which are the display's unless
         the page is zoomed in."""

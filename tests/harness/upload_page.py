@@ -14,6 +14,7 @@ ROWS = ("Array.from(document.querySelectorAll('#queue li'), (row) =>"
 PAGE = numpy.array([0x11, 0x11, 0x11])
 BLUE = numpy.array([0x6A, 0xA9, 0xFF])
 ORANGE = numpy.array([0xE2, 0x79, 0x1B])
+RED = numpy.array([0xFF, 0x8A, 0x80])
 
 
 class DraggedOver(NamedTuple):
@@ -96,12 +97,8 @@ class UploadPage(ShownPage):
 
     def wait_until_seen(self, selector, colour):
         """Waits until there is something of this colour where the element is on the display."""
-        def seen():
-            left, top, right, bottom = self.box(selector)
-            distance = abs(self.pixels()[top:bottom, left:right].astype(int) - colour)
-            return (distance.max(axis=2) < 24).any()
-
-        self.eventually(seen, f"{selector} is seen in {colour}")
+        self.eventually(lambda: (abs(self.pixels_of(selector) - colour).max(axis=2) < 24).any(),
+                        f"{selector} is seen in {colour}")
 
     def keep_screenshot(self, name):
         """As soon as it is still; what a driver tells is not always painted yet."""
@@ -118,13 +115,27 @@ class UploadPage(ShownPage):
         return self.browser.evaluate(
             "['name', 'pick', 'file-input'].map((id) => document.getElementById(id).disabled)")
 
+    def failed(self):
+        """Whether a file looks like one that was not taken: a reason in red, and no bar; for each file."""
+        return self.browser.evaluate(
+            "Array.from(document.querySelectorAll('#queue li'), (row) =>"
+            f" getComputedStyle(row.querySelector('.status')).color === 'rgb{tuple(map(int, RED))}'"
+            " && row.querySelector('progress').offsetHeight === 0)")
+
     def hurry(self):
-        """Makes what the page waits for before another attempt happen at once."""
+        """Makes what the page waits for before another attempt happen at once, and counts attempts."""
         self.browser.evaluate(
             "(() => { const script = document.createElement('script');"
             " script.textContent = 'const patient = setTimeout;'"
-            "   + ' window.setTimeout = (action) => patient(action, 50);';"
+            "   + ' window.setTimeout = (action) => patient(action, 50);'"
+            "   + ' window.attempts = 0; const send = XMLHttpRequest.prototype.send;'"
+            "   + ' XMLHttpRequest.prototype.send = function (file) {'"
+            "   + '   ++window.attempts; send.call(this, file); };';"
             " document.head.append(script); })()")
+
+    def attempts(self):
+        """How often files were sent since hurry()."""
+        return self.browser.evaluate("window.attempts")
 
     def width(self):
         """Of all its content, what can be scrolled to included."""

@@ -3,9 +3,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <regex>
+#include <string>
+#include <utility>
+#include <vector>
+
 namespace tarvinel {
 namespace {
 
+using testing::ElementsAreArray;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
@@ -65,6 +71,63 @@ TEST(UploadPage, ABrandsFontComesFirst) {
   EXPECT_THAT(page, HasSubstr("<style>\n  @font-face { font-family: \"Brand\"; src: "
                               "url(/brand/font); font-display: swap; }"));
   EXPECT_THAT(page, HasSubstr("font: 14px \"Brand\", -apple-system, system-ui, sans-serif"));
+}
+
+using Rule = std::pair<std::string, std::string>;  // selector, declarations
+
+/// The rules of the page's style sheet in their order, with single blanks.
+std::vector<Rule> styleRules(const std::string& page) {
+  const auto begin = page.find("<style>") + 7;
+  std::string style = page.substr(begin, page.find("</style>") - begin);
+  style = std::regex_replace(style, std::regex("\\s+"), " ");
+  static const std::regex rule(R"( ?([^{}]+) \{ ([^{}]*); \})");
+  std::vector<Rule> rules;
+  for (std::sregex_iterator it(style.begin(), style.end(), rule), end; it != end; ++it)
+    rules.emplace_back((*it)[1], (*it)[2]);
+  return rules;
+}
+
+TEST(UploadPage, LooksLikeThis) {
+  const std::vector<Rule> expected{
+      {"html, body",
+       "margin: 0; min-height: 100%; background: #111; color: #ccc; "
+       "font: 14px -apple-system, system-ui, sans-serif"},
+      {"body",
+       "display: flex; flex-direction: column; align-items: center; padding: 24px 16px 48px; "
+       "box-sizing: border-box; gap: 16px"},
+      {"#logo", "width: min(160px, 40vw); height: auto"},
+      {"#brandname", "font-size: 18px; font-weight: 600; letter-spacing: 0.04em"},
+      {"h1", "font-size: 22px; font-weight: 600; margin: 0"},
+      {"#closed", "color: #e2791b; font-size: 15px; text-align: center"},
+      {"#closed[hidden]", "display: none"},
+      {"#form", "width: min(480px, 100%); display: flex; flex-direction: column; gap: 12px"},
+      {"label", "font-size: 13px; color: rgba(255, 255, 255, 0.7)"},
+      {"#name",
+       "font: inherit; background: #1c1c1c; color: #eee; border: 1px solid #333; "
+       "border-radius: 6px; padding: 8px 10px"},
+      {"#drop",
+       "border: 2px dashed #444; border-radius: 10px; padding: 28px 16px; text-align: center"},
+      {"#drop.over", "border-color: #6aa9ff"},
+      {"#drop.disabled", "opacity: 0.5"},
+      {"#pick",
+       "font: inherit; background: #2a2a2a; color: #eee; border: 1px solid #444; "
+       "border-radius: 6px; padding: 6px 12px; cursor: pointer"},
+      {"#queue",
+       "list-style: none; margin: 0; padding: 0; display: flex; flex-direction: column; gap: 8px"},
+      {"#queue li",
+       "display: flex; flex-direction: column; gap: 4px; background: #1a1a1a; border-radius: 6px; "
+       "padding: 8px 10px"},
+      {"#queue .label", "font-size: 13px; word-break: break-all"},
+      {"#queue progress", "width: 100%"},
+      {"#queue .status", "font-size: 12px; color: rgba(255, 255, 255, 0.6)"},
+      {"#total", "font-size: 13px; color: rgba(255, 255, 255, 0.6)"},
+      {"#total[hidden]", "display: none"},
+      // the list is as wide as the form, and what failed looks like it
+      {"#queue", "width: min(480px, 100%)"},
+      {"#queue li.failed", "box-shadow: inset 4px 0 #ff8a80"},
+      {"#queue li.failed progress", "display: none"},
+      {"#queue li.failed .status", "color: #ff8a80"}};
+  EXPECT_THAT(styleRules(UploadPage::html()), ElementsAreArray(expected));
 }
 
 TEST(UploadPage, LeavesNoPlaceholder) {
