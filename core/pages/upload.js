@@ -69,12 +69,17 @@
     return encodeURIComponent(text.replace(/\p{Surrogate}/gu, "\uFFFD"));
   }
 
+  // Browsers leave an empty part, "." and ".." out of an address, which then belongs to no upload:
+  // a blank lets the server say what is missing.
+  function participant() {
+    const typed = name.value.trim();
+    return /^\.{0,2}$/.test(typed) ? " " : typed;
+  }
+
   function upload(item) {
     active += 1;
-    // an address without a name belongs to no upload: a blank lets the server say what is missing
-    const participant = name.value.trim() || " ";
     const request = new XMLHttpRequest();
-    request.open("PUT", "/upload/" + encoded(participant) + "/" + encoded(item.file.name));
+    request.open("PUT", "/upload/" + encoded(participant()) + "/" + encoded(item.file.name));
     request.upload.addEventListener("progress", (event) => {
       if (!event.lengthComputable) return;
       const pct = Math.round((event.loaded / event.total) * 100);

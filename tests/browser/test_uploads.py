@@ -164,8 +164,9 @@ def edges(page, selector):
     return left, right
 
 
-def test_a_missing_name_is_asked_for(page, program, photos):
-    page.open_as(program, "  ")
+@pytest.mark.parametrize("name", ["  ", ".", " .. "], ids=["blank", "dot", "dots"])
+def test_a_missing_name_is_asked_for(page, program, photos, name):
+    page.open_as(program, name)
     page.pick(photos / "IMG 0001.jpg")
     page.wait_for_statuses("name must contain letters or digits")
 
