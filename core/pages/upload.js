@@ -13,11 +13,11 @@
   // Storage is refused in private windows: then the name is asked for again.
   try {
     name.value = localStorage.getItem(nameKey) || "";
-  } catch {}
+  } catch (refused) {}
   name.addEventListener("input", () => {
     try {
       localStorage.setItem(nameKey, name.value);
-    } catch {}
+    } catch (refused) {}
   });
 
   pick.addEventListener("click", () => fileInput.click());
@@ -66,7 +66,7 @@
 
   // A name can hold half of a surrogate pair, of which no address can be made.
   function encoded(text) {
-    return encodeURIComponent(text.replace(/\p{Surrogate}/gu, "\uFFFD"));
+    return encodeURIComponent(text.replace(/[\uD800-\uDFFF]/gu, "\uFFFD"));
   }
 
   // Browsers leave an empty part, "." and ".." out of an address, which then belongs to no upload:
@@ -122,7 +122,7 @@
   function member(request, key) {
     try {
       return JSON.parse(request.responseText)[key];
-    } catch {
+    } catch (unreadable) {
       return undefined;
     }
   }
@@ -131,7 +131,7 @@
     try {
       const response = await fetch("/upload/status", { cache: "no-store" });
       if (response.status === 200) show(await response.json());
-    } catch {}
+    } catch (ignored) {}
   }
 
   function show(status) {

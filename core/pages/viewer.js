@@ -117,7 +117,7 @@
       if (!response.ok) throw new Error("refused");
       const parts = new PartReader(response.body);
       for (;;) offer(await parts.next());
-    } catch {
+    } catch (ended) {
       request.abort();
       showNothing();
       disconnected(watch);
