@@ -38,7 +38,8 @@ CASES = {
     "tarvinel --port 8080": Case(prints=f"{LISTENING} 8080", stays=True,
                                  meanwhile="Xvfb :0 -nolisten tcp"),
     "tarvinel --headless": Case(prints="Open http://192.168.1.20/ in any browser", stays=True),
-    "tarvinel --headless --share display-1 --uploads": Case(prints="Uploads are open", stays=True),
+    'tarvinel --headless --share "$(tarvinel --list-sources | head -n 1 | cut -f 1)" --uploads':
+        Case(prints="Uploads are open", stays=True),
     "tarvinel --headless --capture pattern --share display-1 --port 8080": Case(
         prints="Sharing Display 1", stays=True),
     "tarvinel --autostart off": Case(before="tarvinel --autostart on"),
