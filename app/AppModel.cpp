@@ -20,7 +20,6 @@ constexpr std::chrono::seconds tickInterval{1};
 constexpr std::int64_t ticksBetweenSourceLists = 10;
 constexpr std::int64_t ticksBetweenAddresses = 5;
 constexpr std::int64_t ticksBeforeServerWithoutUploads = 3;
-constexpr std::int64_t initialMotionFPS = 8;
 const std::string feedOverrideKey = "TarvinelFeedURL";
 const std::string introducedKey = "introducedInTray";
 
@@ -59,7 +58,7 @@ AppModel::AppModel(TarvinelConfig config, Platform platform, const UploadLaunch&
       userDefaults_(platform_.userDefaultsFile, logger_),
       quietCard_(waitingText(config_.brand)),
       namePublisher_(platform_.nameRegistrar, platform_.log.category("mdns")) {
-  setMotionRate(initialMotionFPS);
+  setMotionRate(firstMotionRate());
   readUploadDefaults(uploads);
 }
 
@@ -201,8 +200,8 @@ void AppModel::sharingStarted(std::uint64_t share, const CaptureSource& source,
   if (share != currentShare_) return;
   isStarting_ = false;
   if (outcome.ok()) {
-    update(captureError_, {});        // of the share before, which ended meanwhile
-    setMotionRate(initialMotionFPS);  // what the engine begins with
+    update(captureError_, {});         // of the share before, which ended meanwhile
+    setMotionRate(firstMotionRate());  // what the engine begins with
     sharingFlag_->startSharing(source.title);
     sharedID_ = source.id;
     setSharing(true);
@@ -332,3 +331,7 @@ std::optional<std::string> AppModel::streamLine() const {
 }
 
 }  // namespace tarvinel
+std::int64_t AppModel::firstMotionRate() const {
+  return config_.motionFps.value_or(FrameSettings::defaultMotionFPS);
+}
+

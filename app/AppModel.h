@@ -209,6 +209,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   void update(T& field, T value) {
     if (field == value) return;
     field = std::move(value);
+  std::int64_t firstMotionRate() const;
     changed();
   }
 

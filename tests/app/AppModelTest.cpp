@@ -588,6 +588,9 @@ TEST_F(AppModelTest, ACableIsNoticedWithALogLine) {
   EXPECT_EQ(model->streamLine(), "Wi-Fi · 8 fps · 0 viewers · 0 Mbps");
   EXPECT_THAT(log.lines(), IsSupersetOf({"app|info|network path is now Ethernet",
                                          "app|info|network path is now Wi-Fi"}));
+  EXPECT_EQ(model->motionFPS(), 12) << "from the start";
+  EXPECT_EQ(model->streamLine(), "Wi-Fi · 12 fps · 0 viewers · 0 Mbps");
+  EXPECT_THAT(status(), HasSubstr(R"("fps":12,)"));
 }
 
 TEST_F(AppModelTest, ALinkThatStaysAsItIsIsNotMentioned) {
