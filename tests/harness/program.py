@@ -102,8 +102,15 @@ class Program(Process):
         return len(os.listdir(f"/proc/{self.pid}/fd"))
 
     def resident_bytes(self):
+        return self._memory("VmRSS")
+
+    def virtual_bytes(self):
+        """All of its address space, used or not."""
+        return self._memory("VmSize")
+
+    def _memory(self, kind):
         status = Path(f"/proc/{self.pid}/status").read_text()
-        return int(re.search(r"VmRSS:\s+(\d+) kB", status)[1]) * 1024
+        return int(re.search(rf"{kind}:\s+(\d+) kB", status)[1]) * 1024
 
     def cpu_seconds(self):
         """Processor time of all its threads, those that ended included, to the nanosecond."""

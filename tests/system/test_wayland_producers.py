@@ -7,6 +7,7 @@ import pytest
 from harness import pixels
 from harness.pixels import is_about
 from harness.producer import ProducerDesktop
+from harness.program import executable
 from harness.screen_cast_back_end import METADATA
 from harness.viewer import Viewer
 from harness.waiting import LIMIT, eventually
@@ -230,6 +231,24 @@ def test_memory_that_is_cut_off_later_is_not_read(start, viewer):
     assert not viewer.readable(NOTHING_FOLLOWS)
 
 
+NONSENSE = "ignored a picture: the desktop describes its memory in a way that makes no sense"
+
+
+@pytest.mark.parametrize("transform", [0, 1, 2, 5])
+def test_rows_that_are_not_whole_pixels_apart_are_passed_over(start, program, viewer, transform):
+    size = seen_size(transform)
+    producer = start("facts header transform", f"memory {2 * BYTES} {2 * BYTES}",
+                     f"transform {transform}")
+    show(producer, viewer, WHITE, **size)
+    rest(viewer)
+    for stride in (WIDTH * 4 + 1, WIDTH * 4 + 2, WIDTH * 4 + 1):
+        producer.send(f"chunk 0 {2 * BYTES} {stride}", filled(RED))
+    assert not viewer.readable(NOTHING_FOLLOWS)
+    assert program.stderr.count(NONSENSE) == 1
+    producer.tell(CHUNK_IS_RIGHT)
+    show(producer, viewer, BLUE, **size)
+
+
 LOST = "lost a picture: the desktop gave less memory than it said, or took it back"
 
 
@@ -298,6 +317,22 @@ def test_another_format_in_the_middle(start, viewer):
     show(producer, viewer, RED, GREEN, BLUE, GREY, width=160, height=120)
     producer.change_format("BGRx", WIDTH * 2, HEIGHT * 2)
     show(producer, viewer, BLUE, GREEN, RED, GREY, width=WIDTH * 2, height=HEIGHT * 2)
+
+
+@pytest.mark.skipif(not {"asan", "tsan"}.isdisjoint(executable().parts),
+                    reason="sanitizers end the program themselves when there is no memory")
+def test_a_picture_for_which_there_is_no_memory_ends_the_share(session, start, program, viewer):
+    producer = start()
+    show(producer, viewer, RED)
+    side = 5000
+    picture = side * side * 4
+    most = program.virtual_bytes() + BUFFERS * picture + picture // 2
+    session.run("prlimit", f"--pid={program.pid}", f"--as={most}")
+    producer.change_format("BGRx", side, side)
+    producer.send(filled(GREEN))
+    program.wait_for_line("Sharing stopped: there is not enough memory for a picture of the screen",
+                          within=60)
+    program.wait_until_sharing(False)
 
 
 def test_a_stream_that_another_format_has_halted_is_taken_anew(start, viewer):

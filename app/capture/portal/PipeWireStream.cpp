@@ -12,6 +12,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -135,18 +136,24 @@ struct PipeWireStream::Events {
   }
 
   static void parameterChanged(void* self, std::uint32_t id, const spa_pod* parameter) {
-    if (id == SPA_PARAM_Format) static_cast<PipeWireStream*>(self)->formatChanged(parameter);
+    if (id != SPA_PARAM_Format) return;
+    static_cast<PipeWireStream*>(self)->guarded(
+        [parameter](PipeWireStream& stream) { stream.formatChanged(parameter); });
   }
 
   static void bufferAdded(void* self, pw_buffer* buffer) {
-    static_cast<PipeWireStream*>(self)->bufferCame(*buffer);
+    static_cast<PipeWireStream*>(self)->guarded(
+        [buffer](PipeWireStream& stream) { stream.bufferCame(*buffer); });
   }
 
   static void bufferRemoved(void* self, pw_buffer* buffer) {
     static_cast<PipeWireStream*>(self)->buffers_.remove(*buffer);
   }
 
-  static void process(void* self) { static_cast<PipeWireStream*>(self)->takeBuffers(); }
+  static void process(void* self) {
+    static_cast<PipeWireStream*>(self)->guarded(
+        [](PipeWireStream& stream) { stream.takeBuffers(); });
+  }
 
   static const pw_core_events& ofCore() {
     static const pw_core_events events = [] {
@@ -255,6 +262,18 @@ void PipeWireStream::streamEnded() {
   if (!ended_) ended_ = portalFailure(PortalError::Case::sourceGone);
 }
 
+/// What a producer sends may need more memory than there is. No exception passes through the
+/// library: the stream ends once it has returned.
+void PipeWireStream::guarded(const std::function<void(PipeWireStream&)>& step) {
+  try {
+    step(*this);
+  } catch (const std::bad_alloc&) {
+    ended_ = portalFailure(PortalError::Case::outOfMemory);
+  } catch (...) {
+    ended_ = std::current_exception();
+  }
+}
+
 void PipeWireStream::serverEnded() {
   ended_ = portalFailure(PortalError::Case::mediaServerGone);
 }
@@ -293,6 +312,11 @@ void PipeWireStream::lookLater() {
 
 /// What was sent between it and the next one is not known.
 void PipeWireStream::look() {
+  guarded([](PipeWireStream& stream) { stream.lookForPicture(); });
+  if (ended_) end(ended_);
+}
+
+void PipeWireStream::lookForPicture() {
   lookLater();
   if (buffers_.lackMemory()) return askAnew();
   if (std::exchange(mayBeHalted_, false)) return restart();
@@ -369,7 +393,11 @@ bool PipeWireStream::hasPicture(const pw_buffer& buffer) {
   if (!format_) return false;
   const StreamBuffer given(buffer);
   if (given.picture(*format_)) return true;
-  if (given.toldPicture(*format_)) loseTrack();
+  if (given.toldPicture(*format_)) {
+    loseTrack();
+  } else if (given.claimsPicture()) {
+    tellNonsense();
+  }
   return false;
 }
 
@@ -398,6 +426,12 @@ void PipeWireStream::loseTrack() {
   damage_.reset();
   if (std::exchange(toldLoss_, true)) return;
   logger_->warn("lost a picture: the desktop gave less memory than it said, or took it back");
+}
+
+/// Said once as well.
+void PipeWireStream::tellNonsense() {
+  if (std::exchange(toldNonsense_, true)) return;
+  logger_->warn("ignored a picture: the desktop describes its memory in a way that makes no sense");
 }
 
 /// Another part of the frame, or another side of it up, is another picture in which the cursor

@@ -78,11 +78,13 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   void turn();
   void end(const std::exception_ptr& why);
   void streamEnded();
+  void guarded(const std::function<void(PipeWireStream&)>& step);
   void serverEnded();
   void formatChanged(const spa_pod* format);
   void bufferCame(const pw_buffer& buffer);
   void lookLater();
   void look();
+  void lookForPicture();
   void askAnew();
   void restart();
   void takeBuffers();
@@ -90,6 +92,7 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   void noteDamage(const pw_buffer& buffer);
   void show(const pw_buffer& buffer);
   void loseTrack();
+  void tellNonsense();
   void noteView(const PixelRect& content, const VideoTransform& transform);
   void noteCursor(const pw_buffer& buffer);
   void showCursor();
@@ -116,6 +119,7 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   bool cursorChanged_ = false;  ///< and was not shown yet
   VideoTransform transform_;    ///< of the last picture
   bool toldLoss_ = false;
+  bool toldNonsense_ = false;
   UprightPicture upright_;
   bool isReady_ = false;
   bool reportedReady_ = false;

@@ -22,6 +22,8 @@ const char* textOf(PortalError::Case kind) {
       return "the desktop's media server (PipeWire) cannot be reached";
     case PortalError::Case::mediaServerGone:
       return "the desktop's media server (PipeWire) ended";
+    case PortalError::Case::outOfMemory:
+      return "there is not enough memory for a picture of the screen";
     case PortalError::Case::sourceGone:
       break;
   }

@@ -20,6 +20,7 @@ class PortalError : public std::runtime_error {
     noMediaServer,
     mediaServerGone,
     sourceGone,
+    outOfMemory,
   };
 
   explicit PortalError(Case kind);

@@ -1,10 +1,13 @@
 #include "app/capture/portal/RawPicture.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace tarvinel {
 
 namespace {
+
+constexpr std::size_t mostBytes = std::numeric_limits<int>::max();
 
 // The part of [start, start + length) in [low, high), as its start and length.
 struct Span {
@@ -29,16 +32,16 @@ RawPicture RawPicture::part(const PixelRect& area) const {
 }
 
 std::optional<RawPicture> pictureIn(const RawBuffer& buffer, const VideoFormat& format) {
-  if (buffer.data == nullptr || buffer.corrupted || buffer.size == 0 || buffer.stride < 0) {
-    return std::nullopt;
-  }
+  if (!buffer.hasPicture() || buffer.stride < 0) return std::nullopt;
   const std::size_t rowBytes = static_cast<std::size_t>(format.width) * bytesPerPixel;
   const std::size_t stride =
       buffer.stride == 0 ? rowBytes : static_cast<std::size_t>(buffer.stride);
   const std::size_t needed = (static_cast<std::size_t>(format.height) - 1) * stride + rowBytes;
   const bool fits = stride >= rowBytes && needed <= buffer.size && buffer.offset <= buffer.mapped &&
                     needed <= buffer.mapped - buffer.offset;
-  if (!fits) return std::nullopt;
+  // the library that rotates pictures counts bytes in an int and the distance of rows in pixels
+  const bool canBeTurned = stride % bytesPerPixel == 0 && needed <= mostBytes;
+  if (!fits || !canBeTurned) return std::nullopt;
   return RawPicture{buffer.data + buffer.offset, format.width, format.height, stride, format.order};
 }
 

@@ -20,6 +20,9 @@ struct RawBuffer {
   std::uint32_t size = 0;              ///< bytes of the picture; 0: there is none in it
   std::int32_t stride = 0;             ///< bytes from row to row; 0: rows without gaps
   bool corrupted = false;
+
+  /// Whether the producer says that there is a picture in it.
+  bool hasPicture() const { return data != nullptr && !corrupted && size != 0; }
 };
 
 /// A rectangle as a producer tells it.
@@ -47,7 +50,8 @@ struct RawPicture {
   RawPicture part(const PixelRect& area) const;
 };
 
-/// The picture in a buffer; none when there is none, or not enough of it can be read.
+/// The picture in a buffer; none when there is none, not enough of it can be read, or its rows are
+/// not whole pixels apart.
 std::optional<RawPicture> pictureIn(const RawBuffer& buffer, const VideoFormat& format);
 
 /// The part of the region that lies in `area`, in the same coordinates; it may be empty.

@@ -70,6 +70,11 @@ std::optional<RawPicture> StreamBuffer::toldPicture(const VideoFormat& format) c
   return pictureIn(rawBuffer(*buffer_, *data, data->maxsize), format);
 }
 
+bool StreamBuffer::claimsPicture() const {
+  const spa_data* data = dataOf(*buffer_);
+  return data != nullptr && rawBuffer(*buffer_, *data, 0).hasPicture();
+}
+
 SharedMap StreamBuffer::sharedMap() const {
   const spa_data* data = dataOf(*buffer_);
   if (data == nullptr || data->type != SPA_DATA_MemFd) return {};

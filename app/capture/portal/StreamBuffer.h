@@ -35,6 +35,9 @@ class StreamBuffer {
   /// The same as the producer tells it, whether there is memory for it or not: not to be looked at.
   std::optional<RawPicture> toldPicture(const VideoFormat& format) const;
 
+  /// Whether the producer says that there is a picture, however it describes it.
+  bool claimsPicture() const;
+
   /// The picture's memory when another process may truncate it; none of what the media server made.
   SharedMap sharedMap() const;
 

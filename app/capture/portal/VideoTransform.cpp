@@ -1,9 +1,8 @@
 #include "app/capture/portal/VideoTransform.h"
 
-#include "core/support/FatalError.h"
-
 #include <libyuv/rotate_argb.h>
 
+#include <stdexcept>
 #include <utility>
 
 namespace tarvinel {
@@ -69,7 +68,7 @@ void VideoTransform::write(const RawPicture& picture, std::uint8_t* pixels,
                                         pixels, static_cast<int>(bytesPerRow), picture.width,
                                         mirrored_ ? -picture.height : picture.height,
                                         clockwise(mirrored_ ? 6 - quarters_ : quarters_));
-  if (status != 0) fatalError("a picture could not be turned");
+  if (status != 0) throw std::runtime_error("a picture of the screen could not be turned");
 }
 
 }  // namespace tarvinel

@@ -35,6 +35,8 @@ class VideoTransform {
   CursorImage upright(const CursorImage& cursor, const PixelRect& turned) const;
 
   /// Writes the picture upright to `pixels`, rows of `bytesPerRow` bytes that do not overlap it.
+  /// Throws std::runtime_error when there is no memory for that, or its rows are not whole pixels
+  /// apart.
   void write(const RawPicture& picture, std::uint8_t* pixels, std::size_t bytesPerRow) const;
 
  private:

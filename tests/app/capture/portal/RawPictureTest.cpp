@@ -66,6 +66,25 @@ TEST_F(RawPictureTest, SizesThatDoNotFitTheMemoryAreNotTaken) {
   EXPECT_TRUE(refuses([](RawBuffer& given) { given.stride = Int::min(); }));
 }
 
+TEST_F(RawPictureTest, RowsThatAreNotWholePixelsApartAreNotTaken) {
+  const std::vector<std::uint8_t> large(1000);
+  for (std::int32_t stride = 16; stride <= 32; ++stride) {
+    const RawBuffer given{large.data(), large.size(), 0, 1000, stride, false};
+    EXPECT_EQ(pictureIn(given, fourByThree).has_value(), stride % 4 == 0) << stride;
+  }
+}
+
+TEST_F(RawPictureTest, RowsThatAreFartherApartThanAnIntCountsAreNotTaken) {
+  RawBuffer given = buffer();
+  given.offset = 0;
+  given.mapped = Unsigned::max();  // as told; nothing of it is looked at here
+  given.size = Unsigned::max();
+  given.stride = (Int::max() - 16) / 2 / 4 * 4;
+  EXPECT_TRUE(pictureIn(given, fourByThree));
+  given.stride += 8;
+  EXPECT_FALSE(pictureIn(given, fourByThree));
+}
+
 TEST_F(RawPictureTest, APictureLargerThanItsMemoryIsNotTaken) {
   RawBuffer given = buffer();
   given.size = Unsigned::max();

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <stdexcept>
 #include <vector>
 
 namespace tarvinel {
@@ -104,6 +105,16 @@ TEST_P(EachTransform, ACursorIsTurnedWithThePicture) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, EachTransform, testing::Range(0U, 8U));
+
+TEST(UprightPicture, RowsThatAreNotWholePixelsApartEndNothing) {
+  const std::vector<std::uint8_t> bytes(64);
+  const RawPicture skewed{bytes.data(), 3, 2, 13, PixelOrder::bgr};
+  for (const std::uint32_t transform : {1U, 3U, 5U, 7U}) {
+    UprightPicture upright;
+    EXPECT_THROW(upright.turn(skewed, VideoTransform::read(transform), std::nullopt),
+                 std::runtime_error);
+  }
+}
 
 TEST(UprightPicture, AnotherTransformOrSizeChangesAll) {
   UprightPicture upright;
