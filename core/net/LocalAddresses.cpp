@@ -11,6 +11,7 @@
 #include <array>
 #include <map>
 #include <memory>
+#include <set>
 #include <utility>
 
 namespace tarvinel {
@@ -43,10 +44,9 @@ bool isReachable(std::string_view address) {
   return !address.empty() && !address.starts_with("127.") && !address.starts_with("169.254.");
 }
 
-std::vector<LocalAddresses::Interface> usableInterfaces() {
+std::vector<LocalAddresses::Interface> usableInterfaces(const ifaddrs* list) {
   std::vector<LocalAddresses::Interface> found;
-  const AddressList list = systemAddresses();
-  for (const ifaddrs* entry = list.get(); entry != nullptr; entry = entry->ifa_next) {
+  for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
     if (!isUsable(*entry)) continue;
     const std::string address = numericHost(*entry->ifa_addr);
     if (isReachable(address)) found.push_back({entry->ifa_name, address});
@@ -54,11 +54,21 @@ std::vector<LocalAddresses::Interface> usableInterfaces() {
   return found;
 }
 
-// What connects containers or virtual machines, and the far end of a tunnel, are out of the room's
-// reach; behind a phone's cable are at most those that use the phone as their access point.
-int distanceFromTheRoom(const std::optional<InterfaceType>& hardware) {
-  if (!hardware) return 2;
-  return *hardware == InterfaceType::cellular ? 1 : 0;
+/// The names of those with a partner at the other end.
+std::set<std::string> carryingInterfaces(const ifaddrs* list) {
+  std::set<std::string> names;
+  for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
+    if ((entry->ifa_flags & IFF_RUNNING) != 0) names.insert(entry->ifa_name);
+  }
+  return names;
+}
+
+// Behind a phone's cable are at most those that use the phone as their access point. A cable that
+// is not plugged in reaches nobody, though its address may stay. What connects containers or
+// virtual machines, and the far end of a tunnel, are always out of the room's reach.
+int distanceFromTheRoom(const std::optional<InterfaceType>& hardware, bool carries) {
+  if (!hardware) return carries ? 4 : 5;
+  return (*hardware == InterfaceType::cellular ? 1 : 0) + (carries ? 0 : 2);
 }
 
 int rank(std::string_view name) {
@@ -73,8 +83,10 @@ int rank(std::string_view name) {
 std::vector<LocalAddresses::Interface> LocalAddresses::interfaces(
     const std::filesystem::path& sysfs) {
   const SysfsInterfaces hardware(sysfs);
-  return nearest(usableInterfaces(), [&hardware](const std::string& name) {
-    return distanceFromTheRoom(hardware.hardwareBelow(name));
+  const AddressList list = systemAddresses();
+  const std::set<std::string> carrying = carryingInterfaces(list.get());
+  return nearest(usableInterfaces(list.get()), [&](const std::string& name) {
+    return distanceFromTheRoom(hardware.hardwareBelow(name), carrying.contains(name));
   });
 }
 

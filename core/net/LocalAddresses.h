@@ -24,8 +24,9 @@ class LocalAddresses {
   };
 
   /// The usable addresses in the system's order: interfaces that are up, without loopback and
-  /// self-assigned addresses; of those only the ones that people in the room can reach. Empty when
-  /// the system does not tell.
+  /// self-assigned addresses; of those only the ones that people in the room can reach best: an
+  /// interface without a partner at its other end counts only while there is none with one. Empty
+  /// when the system does not tell.
   static std::vector<Interface> interfaces(const std::filesystem::path& sysfs = "/sys");
 
   static std::vector<std::string> ipv4(const std::filesystem::path& sysfs = "/sys");

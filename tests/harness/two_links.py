@@ -44,6 +44,11 @@ class TwoLinks:
         """Moves the default route to a link."""
         _ip("-n", self.name, "route", "replace", "default", "via", self.GATEWAYS[link])
 
+    def pull(self, link):
+        """Takes the neighbour at the other end of a link away: the link stays up, with its address
+        and its routes, but without a carrier."""
+        _ip("-n", self.name, "link", "set", self._neighbour(link), "down")
+
     def unplug(self):
         """Takes both links away."""
         for link in self.GATEWAYS:
@@ -64,10 +69,14 @@ class TwoLinks:
     def _build(self):
         _ip("-n", self.name, "link", "set", "lo", "up")
         for number, link in enumerate(self.GATEWAYS, 1):
-            _ip("-n", self.name, "link", "add", link, "type", "veth", "peer", "name", f"peer{number}")
+            neighbour = self._neighbour(link)
+            _ip("-n", self.name, "link", "add", link, "type", "veth", "peer", "name", neighbour)
             _ip("-n", self.name, "address", "add", f"10.{number}.0.1/24", "dev", link)
             _ip("-n", self.name, "link", "set", link, "up")
-            _ip("-n", self.name, "link", "set", f"peer{number}", "up")
+            _ip("-n", self.name, "link", "set", neighbour, "up")
+
+    def _neighbour(self, link):
+        return f"peer{list(self.GATEWAYS).index(link) + 1}"
 
 
 def _ip(*arguments):

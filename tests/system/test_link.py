@@ -72,3 +72,13 @@ def test_a_network_that_comes_later_is_used(start_there, machine):
     machine.plug_in()
     program.wait_for_line("network path is now Ethernet", source="stderr")
     program.wait_for_line("Open http://10.1.0.1:")
+
+
+def test_a_cable_that_is_pulled_leaves_neither_link_nor_address(start_there, machine):
+    machine.route_over("eth0")
+    program = start_there()
+    program.wait_for_line("network path is now Ethernet", source="stderr")
+    program.wait_for_line("Open http://10.1.0.1:")
+    machine.pull("eth0")
+    program.wait_for_line("network path is now Wi-Fi", source="stderr")
+    program.wait_for_line("Open http://10.2.0.1:", within=60)

@@ -159,17 +159,63 @@ TEST_F(LocalAddressesHere, APhonesNetworkIsLeftOutWhileAnotherRemains) {
       });
 }
 
+TEST_F(LocalAddressesHere, AnUnpluggedCableIsLeftOutWhileAnotherNetworkWorks) {
+  sysfs.ethernet("en0");
+  sysfs.wifi("wlan0");
+  inNetwork(
+      "link add en0 type veth peer name peer0\nlink set en0 up\n"
+      "address add 192.168.1.20/24 dev en0\n"
+      "link add wlan0 type veth peer name peer1\nlink set wlan0 up\nlink set peer1 up\n"
+      "address add 10.0.0.9/24 dev wlan0\n",
+      [this] {
+        EXPECT_THAT(LocalAddresses::interfaces(sysfs.path()),
+                    ElementsAre(Entry{"wlan0", "10.0.0.9"}));
+        ip("link set peer0 up");
+        EXPECT_EQ(LocalAddresses::preferredHost(sysfs.path()), "192.168.1.20");
+        ip("link set peer0 down");
+        ip("link set peer1 down");
+        EXPECT_EQ(LocalAddresses::preferredHost(sysfs.path()), "192.168.1.20") << "as good as any";
+      });
+}
+
+TEST_F(LocalAddressesHere, AnUnpluggedCableIsLeftOutWhileAPhonesNetworkWorks) {
+  sysfs.ethernet("en0");
+  sysfs.hardware("usb0", "rndis_host");
+  sysfs.virtualInterface("docker0", {}, "bridge");
+  inNetwork(
+      "link add en0 type veth peer name peer0\nlink set en0 up\n"
+      "address add 192.168.1.20/24 dev en0\n"
+      "link add usb0 type veth peer name peer1\nlink set usb0 up\nlink set peer1 up\n"
+      "address add 192.168.42.129/24 dev usb0\n"
+      "link add docker0 type veth peer name container0\nlink set docker0 up\n"
+      "link set container0 up\naddress add 172.17.0.1/16 dev docker0\n",
+      [this] {
+        EXPECT_EQ(LocalAddresses::preferredHost(sysfs.path()), "192.168.42.129");
+        ip("link set usb0 down");
+        EXPECT_EQ(LocalAddresses::preferredHost(sysfs.path()), "192.168.1.20");
+      });
+}
+
+TEST_F(LocalAddressesHere, WithoutKnownHardwareACarrierCountsToo) {
+  inNetwork(
+      "link add eth0 type veth peer name peer0\nlink set eth0 up\n"
+      "address add 192.168.1.20/24 dev eth0\n"
+      "link add eth1 type veth peer name peer1\nlink set eth1 up\nlink set peer1 up\n"
+      "address add 10.0.0.9/24 dev eth1\n",
+      [this] { EXPECT_EQ(LocalAddresses::preferredHost(sysfs.path()), "10.0.0.9"); });
+}
+
 TEST_F(LocalAddressesHere, TwoHundredInterfacesAndFiftyAddressesOnOne) {
   sysfs.ethernet("a7");
   std::string setup;
   for (int i = 0; i < 100; ++i) {
     const std::string n = std::to_string(i);
     setup += "link add a" + n + " type veth peer name b" + n + "\nlink set a" + n + " up\n";
-    setup += "address add 10.100." + n + ".1/24 dev a" + n + "\n";
+    setup += "address add 10.100." + n + ".1/24 dev a" + n + "\nlink set b" + n + " up\n";
   }
   for (int i = 0; i < 50; ++i)
     setup += "address add 10.7." + std::to_string(i) + ".1/24 dev a7\n";
-  inNetwork(setup + "link set b7 up\n", [this] {
+  inNetwork(setup, [this] {
     EXPECT_EQ(LocalAddresses::interfaces("/nowhere").size(), 150U);
     const auto addresses = LocalAddresses::ipv4(sysfs.path());
     EXPECT_EQ(std::set<std::string>(addresses.begin(), addresses.end()).size(), 51U);
