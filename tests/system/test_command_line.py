@@ -74,7 +74,8 @@ def test_autostart_leaves_another_entry(tmp_path):
 
 
 def test_list_sources_of_the_pattern(tmp_path):
-    assert list(list_sources(tmp_path, None, "--capture", "pattern")) == ["display-1"]
+    sources = list_sources(tmp_path, None, "--capture", "pattern")
+    assert sources == {"display-1": "Display 1 (main) 1280×720"}
 
 
 def test_list_sources_of_a_display(x, tmp_path):

@@ -8,8 +8,9 @@ from pathlib import Path
 import jsonschema
 import pytest
 
-from harness import http
+from harness import http, pixels
 from harness.program import Program
+from harness.viewer import Viewer
 
 DOCS = Path(__file__).resolve().parents[2] / "docs"
 NOT_FOUND = b"HTTP/1.1 404 Not Found\r\n"
@@ -98,6 +99,20 @@ def test_a_problem_is_logged_and_told_and_the_program_starts(start_with, tmp_pat
     assert line in program.stdout
     assert f" error [config] {line}" in program.stderr
     assert b"<title>Tarvinel</title>" in get(program, "/")
+
+
+def size(jpeg):
+    return pixels.decode(jpeg).shape[1::-1]
+
+
+@pytest.mark.parametrize("scale, settled", [(2.0, (2560, 1440)), (1.5, (1920, 1080)),
+                                            (1.0, (1280, 720))])
+def test_the_scale_is_that_of_still_pictures(start_with, scale, settled):
+    program = start_with(json.dumps({"scale": scale}), "--share", "display-1")
+    program.wait_until_sharing()
+    with Viewer(program.address) as viewer:
+        viewer.frame_where(lambda jpeg: size(jpeg) == (1280, 720))  # it moves
+        assert size(viewer.last_frame()) == settled
 
 
 def test_a_file_that_is_not_there(start, tmp_path):

@@ -7,9 +7,9 @@
 
 namespace tarvinel {
 
-/// A screen that is not there: one display with the built-in moving picture, for demonstrations,
-/// tests and machines whose screen cannot be captured. Lives on the capture queue, which outlives
-/// it.
+/// A screen that is not there: one display of double density with the built-in moving picture, for
+/// demonstrations, tests and machines whose screen cannot be captured. Lives on the capture queue,
+/// which outlives it.
 class PatternCaptureService final : public ScreenCaptureService {
  public:
   explicit PatternCaptureService(SerialQueue& queue) : queue_(queue) {}

@@ -32,7 +32,8 @@ void PatternCaptureStream::stop(Completion<void> completion) {
 
 void PatternCaptureStream::begin() {
   if (!running_) return;
-  buffer_ = std::make_shared<MemoryPixelBuffer>(PatternPicture::width, PatternPicture::height);
+  buffer_ =
+      std::make_shared<MemoryPixelBuffer>(PatternPicture::pixelWidth, PatternPicture::pixelHeight);
   PatternPicture::draw(*buffer_, step_);
   startedAt_ = Clock::now();
   deliver({{0, 0, PatternPicture::width, PatternPicture::height}});
@@ -48,6 +49,7 @@ void PatternCaptureStream::deliver(std::vector<Rect> changed) {
   CapturedFrame frame;
   frame.buffer = buffer_;
   frame.status = FrameStatus::complete;
+  frame.scaleFactor = PatternPicture::density;
   frame.dirtyRects = std::move(changed);
   handlers_.onFrame(frame);
   if (running_) awaitStep(step_ + 1);

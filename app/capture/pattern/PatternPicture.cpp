@@ -13,7 +13,9 @@ namespace {
 
 using Colour = std::uint32_t;  // 0xRRGGBB
 
-struct Box {
+constexpr int density = PatternPicture::density;
+
+struct Box {  // points
   int x = 0;
   int y = 0;
   int width = 0;
@@ -30,10 +32,11 @@ constexpr Colour ink = 0xF4F4F4;
 constexpr Colour ballColour = 0xFFB000;
 constexpr std::array<Colour, 8> barColours{0xFFFFFF, 0xFFFF00, 0x00FFFF, 0x00FF00,
                                            0xFF00FF, 0xFF0000, 0x0000FF, 0x000000};
+// lengths are points
 constexpr int barHeight = 240;
 constexpr int ballSize = 96;
 constexpr int laneTop = 312;
-constexpr int ballStride = 16;  ///< pixels a step
+constexpr int ballStride = 16;  ///< a step
 constexpr int glyphScale = 12;
 constexpr int glyphAdvance = (glyphWidth + 1) * glyphScale;
 constexpr int textLeft = 100;
@@ -52,8 +55,8 @@ void setPixel(MemoryPixelBuffer& buffer, int x, int y, Colour colour) {
 }
 
 void fill(MemoryPixelBuffer& buffer, const Box& box, Colour colour) {
-  for (int y = box.y; y < box.y + box.height; ++y) {
-    for (int x = box.x; x < box.x + box.width; ++x)
+  for (int y = box.y * density; y < (box.y + box.height) * density; ++y) {
+    for (int x = box.x * density; x < (box.x + box.width) * density; ++x)
       setPixel(buffer, x, y, colour);
   }
 }
@@ -75,14 +78,15 @@ Box ballBox(std::int64_t step) {
 }
 
 void drawBall(MemoryPixelBuffer& buffer, std::int64_t step) {
+  constexpr int size = ballSize * density;
   const Box box = ballBox(step);
-  for (int y = 0; y < ballSize; ++y) {
-    for (int x = 0; x < ballSize; ++x) {
+  for (int y = 0; y < size; ++y) {
+    for (int x = 0; x < size; ++x) {
       // distances from the middle, doubled so that they are whole numbers
-      const int right = 2 * x + 1 - ballSize;
-      const int down = 2 * y + 1 - ballSize;
-      if (right * right + down * down <= ballSize * ballSize) {
-        setPixel(buffer, box.x + x, box.y + y, ballColour);
+      const int right = 2 * x + 1 - size;
+      const int down = 2 * y + 1 - size;
+      if (right * right + down * down <= size * size) {
+        setPixel(buffer, box.x * density + x, box.y * density + y, ballColour);
       }
     }
   }
@@ -141,7 +145,8 @@ void redrawBall(MemoryPixelBuffer& buffer, std::int64_t from, std::int64_t to,
 }
 
 void assertFits([[maybe_unused]] const MemoryPixelBuffer& buffer) {
-  assert(buffer.width() == PatternPicture::width && buffer.height() == PatternPicture::height);
+  assert(buffer.width() == PatternPicture::pixelWidth &&
+         buffer.height() == PatternPicture::pixelHeight);
 }
 
 }  // namespace

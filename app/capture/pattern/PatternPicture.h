@@ -9,16 +9,19 @@
 namespace tarvinel {
 
 /// Draws the built-in picture: colour bars, a ball that travels along a lane, and a step counter.
-/// What it draws depends on the step alone. Buffers are `width` by `height` pixels.
+/// What it draws depends on the step alone. Buffers are `pixelWidth` by `pixelHeight`.
 struct PatternPicture {
-  static constexpr int width = 1280;
-  static constexpr int height = 720;
+  static constexpr int width = 1280;  ///< points
+  static constexpr int height = 720;  ///< points
+  static constexpr int density = 2;   ///< pixels a point
+  static constexpr int pixelWidth = width * density;
+  static constexpr int pixelHeight = height * density;
 
   /// Draws all of one step, from 0 on.
   static void draw(MemoryPixelBuffer& buffer, std::int64_t step);
 
   /// Turns the picture of one step into that of another; returns the rectangles it changed, in
-  /// pixels. The result is the same as drawing all of it.
+  /// points. The result is the same as drawing all of it.
   static std::vector<Rect> redraw(MemoryPixelBuffer& buffer, std::int64_t from, std::int64_t to);
 };
 

@@ -1,14 +1,27 @@
+#include "app/capture/CaptureEngine.h"
 #include "app/capture/pattern/PatternCaptureError.h"
 #include "app/capture/pattern/PatternCaptureService.h"
 #include "app/capture/pattern/PatternPicture.h"
+#include "core/frames/JPEGSize.h"
+#include "tests/support/Await.h"
 #include "tests/support/CaptureRun.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Eventually.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
+
 namespace tarvinel {
 namespace {
 
+using testing::AnyOf;
+using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -19,7 +32,7 @@ struct PatternCapture : testing::Test {
 
 /// The step that a frame shows, looked for from `from` on.
 std::int64_t stepOf(const SeenFrame& seen, std::int64_t from) {
-  MemoryPixelBuffer buffer(PatternPicture::width, PatternPicture::height);
+  MemoryPixelBuffer buffer(PatternPicture::pixelWidth, PatternPicture::pixelHeight);
   PatternPicture::draw(buffer, from);
   for (std::int64_t step = from; step < from + 300; ++step) {
     PatternPicture::redraw(buffer, step == from ? from : step - 1, step);
@@ -42,6 +55,9 @@ TEST_F(PatternCapture, BeginsWithAWholeFrameAndThenMoves) {
   run.startDisplay(1);
   const SeenFrame first = run.log().frame(0);
   EXPECT_EQ(first.frame.status, FrameStatus::complete);
+  EXPECT_EQ(first.width, 2560U);
+  EXPECT_EQ(first.height, 1440U);
+  EXPECT_EQ(first.frame.scaleFactor, 2);
   EXPECT_THAT(first.dirty(), ElementsAre(Rect{0, 0, 1280, 720}));
   EXPECT_EQ(stepOf(first, 0), 0);
   std::int64_t step = 0;
@@ -67,6 +83,83 @@ TEST_F(PatternCapture, AfterStopNoHandlerIsCalled) {
   EXPECT_EQ(run.log().frameCount(), count);
   EXPECT_EQ(run.log().stopCount(), 0U);
 }
+
+/// The real picture, encoded; only the time by which it settles is the test's.
+class PatternAtScale : public testing::TestWithParam<std::pair<double, PixelSize>> {
+ protected:
+  struct NoTimer : RepeatingTimer {
+    void run(bool /*wanted*/) override {}
+  };
+
+  PatternAtScale() {
+    broadcaster.subscribe([this](const Frame& frame) {
+      const std::scoped_lock lock(mutex);
+      sizes.push_back(sizeOfJPEG(*frame).value());
+    });
+  }
+
+  CaptureTools tools() {
+    CaptureTools made = CaptureTools::system();
+    made.uptime = [this] { return now; };
+    made.makeSettleTimer = [this](SerialQueue& queue, std::function<void()> onTick) {
+      captureQueue = &queue;
+      tick = std::move(onTick);
+      return std::make_unique<NoTimer>();
+    };
+    return made;
+  }
+
+  void share(const TarvinelConfig& config) {
+    const auto sources = test::await<std::vector<CaptureSource>>(
+        [this](auto completion) { engine.listSources(std::nullopt, completion); });
+    const CaptureSource source = sources.value().at(0);
+    test::await<void>([&](auto completion) { engine.start(source, config, completion); }).value();
+  }
+
+  void settle() {
+    captureQueue->sync([this] {
+      now += 10;
+      tick();
+    });
+  }
+
+  std::vector<PixelSize> seen() {
+    const std::scoped_lock lock(mutex);
+    return sizes;
+  }
+
+  double now = 1;  // seconds; of the capture queue
+  std::function<void()> tick;
+  SerialQueue* captureQueue = nullptr;
+  std::mutex mutex;
+  std::vector<PixelSize> sizes;  // guarded by mutex
+  test::CapturedLog log;
+  FrameBroadcaster broadcaster;
+  CaptureEngine engine{
+      broadcaster, log.category("capture"),
+      [](SerialQueue& queue) { return std::make_unique<PatternCaptureService>(queue); }, tools()};
+};
+
+TEST_P(PatternAtScale, MovesAtOnePixelPerPointAndSettlesAtTheScale) {
+  TarvinelConfig config;
+  config.scale = GetParam().first;
+  share(config);
+  const PixelSize moving{1280, 720};
+  const PixelSize settled = GetParam().second;
+  ASSERT_TRUE(test::eventually([this] { return !seen().empty(); }));
+  EXPECT_EQ(seen().front(), moving);
+  // the picture goes on: a settled frame may be overtaken by the next one that moves
+  EXPECT_TRUE(test::eventually([&] {
+    settle();
+    return seen().size() > 1 && seen().back() == settled;
+  }));
+  EXPECT_THAT(seen(), Each(AnyOf(moving, settled)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Scales, PatternAtScale,
+                         testing::Values(std::pair(1.0, PixelSize{1280, 720}),
+                                         std::pair(1.5, PixelSize{1920, 1080}),
+                                         std::pair(2.0, PixelSize{2560, 1440})));
 
 TEST_F(PatternCapture, HasNothingElse) {
   EXPECT_THROW(run.startDisplay(2), PatternCaptureError);

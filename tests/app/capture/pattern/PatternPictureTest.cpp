@@ -17,13 +17,15 @@ Bytes bytesOf(const MemoryPixelBuffer& buffer) {
 }
 
 Bytes drawn(std::int64_t step) {
-  MemoryPixelBuffer buffer(PatternPicture::width, PatternPicture::height);
+  MemoryPixelBuffer buffer(PatternPicture::pixelWidth, PatternPicture::pixelHeight);
   PatternPicture::draw(buffer, step);
   return bytesOf(buffer);
 }
 
+/// Whether a pixel is in rectangles of points.
 bool isInside(const std::vector<Rect>& rects, std::size_t x, std::size_t y) {
-  const Point point{static_cast<double>(x), static_cast<double>(y)};
+  const Point point{static_cast<double>(x) / PatternPicture::density,
+                    static_cast<double>(y) / PatternPicture::density};
   for (const Rect& rect : rects) {
     if (rect.contains(point)) return true;
   }
@@ -41,14 +43,14 @@ TEST(PatternPicture, HasColourBarsOnTop) {
     return std::vector<int>{picture[x * 4 + 2], picture[x * 4 + 1], picture[x * 4]};
   };
   EXPECT_EQ(colourAt(0), (std::vector<int>{255, 255, 255}));
-  EXPECT_EQ(colourAt(160), (std::vector<int>{255, 255, 0}));
-  EXPECT_EQ(colourAt(799), (std::vector<int>{255, 0, 255}));
-  EXPECT_EQ(colourAt(800), (std::vector<int>{255, 0, 0}));
-  EXPECT_EQ(colourAt(1279), (std::vector<int>{0, 0, 0}));
+  EXPECT_EQ(colourAt(320), (std::vector<int>{255, 255, 0}));
+  EXPECT_EQ(colourAt(1599), (std::vector<int>{255, 0, 255}));
+  EXPECT_EQ(colourAt(1600), (std::vector<int>{255, 0, 0}));
+  EXPECT_EQ(colourAt(2559), (std::vector<int>{0, 0, 0}));
 }
 
 TEST(PatternPicture, RedrawingEqualsDrawingAndChangesOnlyWhatItSays) {
-  MemoryPixelBuffer buffer(PatternPicture::width, PatternPicture::height);
+  MemoryPixelBuffer buffer(PatternPicture::pixelWidth, PatternPicture::pixelHeight);
   std::int64_t from = 0;
   PatternPicture::draw(buffer, from);
   for (const std::int64_t to : {1, 2, 9, 10, 60, 74, 75, 99, 100, 999999, 1000000, 148}) {
@@ -59,7 +61,8 @@ TEST(PatternPicture, RedrawingEqualsDrawingAndChangesOnlyWhatItSays) {
     for (std::size_t i = 0; i < after.size(); i += 4) {
       const std::size_t pixel = i / 4;
       if (std::memcmp(&before[i], &after[i], 4) == 0) continue;
-      ASSERT_TRUE(isInside(changed, pixel % PatternPicture::width, pixel / PatternPicture::width))
+      ASSERT_TRUE(
+          isInside(changed, pixel % PatternPicture::pixelWidth, pixel / PatternPicture::pixelWidth))
           << to;
     }
     from = to;
@@ -67,7 +70,7 @@ TEST(PatternPicture, RedrawingEqualsDrawingAndChangesOnlyWhatItSays) {
 }
 
 TEST(PatternPicture, TheNextStepChangesASmallPart) {
-  MemoryPixelBuffer buffer(PatternPicture::width, PatternPicture::height);
+  MemoryPixelBuffer buffer(PatternPicture::pixelWidth, PatternPicture::pixelHeight);
   PatternPicture::draw(buffer, 7);
   double area = 0;
   for (const Rect& rect : PatternPicture::redraw(buffer, 7, 8))
@@ -77,7 +80,7 @@ TEST(PatternPicture, TheNextStepChangesASmallPart) {
 }
 
 TEST(PatternPicture, TheSameStepChangesNothing) {
-  MemoryPixelBuffer buffer(PatternPicture::width, PatternPicture::height);
+  MemoryPixelBuffer buffer(PatternPicture::pixelWidth, PatternPicture::pixelHeight);
   PatternPicture::draw(buffer, 7);
   EXPECT_THAT(PatternPicture::redraw(buffer, 7, 7), IsEmpty());
 }
