@@ -40,7 +40,7 @@ class Toolkit {
  public:
   explicit Toolkit(std::string platform) : platform_(std::move(platform)) {
     QApplication::setQuitOnLastWindowClosed(false);
-    QApplication::setApplicationName(QStringLiteral("Tarvinel"));
+    QApplication::setApplicationName(QString::fromUtf8(windowClass.data(), windowClass.size()));
     QApplication::setApplicationDisplayName(QStringLiteral("Tarvinel"));
     QApplication::setDesktopFileName(
         QString::fromUtf8(applicationIdentifier.data(), applicationIdentifier.size()));

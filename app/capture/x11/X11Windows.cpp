@@ -17,7 +17,9 @@ constexpr std::int64_t aboveApplications = 1;
 
 ShareableApplication applicationOf(const X11WindowFacts& facts, std::int32_t ownProcess) {
   ShareableApplication application{facts.processID, facts.className, facts.className};
-  if (facts.processID == ownProcess) application.bundleID = std::string(applicationIdentifier);
+  // the class tells of another run of this program
+  const bool isOwn = facts.processID == ownProcess || facts.className == windowClass;
+  if (isOwn) application.bundleID = std::string(applicationIdentifier);
   return application;
 }
 

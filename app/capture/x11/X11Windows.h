@@ -10,8 +10,8 @@ namespace tarvinel {
 
 class X11Connection;
 
-/// A window as it is offered, measured in points of `scale` pixels. `ownProcess` is this program's:
-/// its windows carry the program's identifier, by which they are left out. Pure.
+/// A window as it is offered, measured in points of `scale` pixels. Windows of `ownProcess` and of
+/// other runs of this program carry the program's identifier, by which they are left out. Pure.
 ShareableWindow shareableWindow(const X11WindowFacts& facts, int scale, std::int32_t ownProcess);
 
 /// The windows that are on the screen now, lowest first, those of the desktop itself left out.
