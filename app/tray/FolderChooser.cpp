@@ -8,6 +8,7 @@
 #include <QVariantMap>
 
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <utility>
 
@@ -22,6 +23,14 @@ const QString acceptLabel = u"Use This Folder"_s;
 
 /// How the presenter answered the portal's dialog.
 enum class Answer : std::uint32_t { chosen = 0, cancelled = 1 };
+
+/// Closes the dialog of a request; one that is closed already makes no difference.
+void closeRequest(const QDBusConnection& bus, const QString& path) {
+  auto close = QDBusMessage::createMethodCall(DesktopPortal::service, path,
+                                              DesktopPortal::requestInterface, u"Close"_s);
+  close.setAutoStartService(false);
+  bus.send(close);
+}
 
 /// Where the portal will put the request with this token.
 QString requestPath(const QDBusConnection& bus, const QString& token) {
@@ -52,8 +61,7 @@ std::optional<std::filesystem::path> folderIn(const QDBusMessage& response) {
 
 }  // namespace
 
-/// A dialog of the portal, which is closed when this goes. It stays, over or not,
-/// until the next.
+/// A dialog of the portal, which is closed when this goes.
 struct FolderChooser::PortalRequest {
   PortalRequest(QDBusConnection where, QString expectedPath,
                 std::function<void(const QDBusMessage&)> answered)
@@ -62,58 +70,69 @@ struct FolderChooser::PortalRequest {
         response(bus,
                  {DesktopPortal::service, path, DesktopPortal::requestInterface, u"Response"_s},
                  std::move(answered)) {}
-  ~PortalRequest() {
-    auto close = QDBusMessage::createMethodCall(DesktopPortal::service, path,
-                                                DesktopPortal::requestInterface, u"Close"_s);
-    close.setAutoStartService(false);
-    bus.send(close);
-  }
+  ~PortalRequest() { closeRequest(bus, path); }
   PortalRequest(const PortalRequest&) = delete;
   PortalRequest& operator=(const PortalRequest&) = delete;
 
   QDBusConnection bus;
   const QString path;
   DBusSignal response;
-  QObject context;  ///< of the call that opens it
 };
 
-FolderChooser::FolderChooser(QDBusConnection bus) : bus_(std::move(bus)) {}
+FolderChooser::FolderChooser(QDBusConnection bus) : bus_(std::move(bus)) {
+  patience_.setSingleShot(true);
+  patience_.setInterval(portalLimit);
+  patience_.callOnTimeout([this] { portalIsSilent(); });
+}
 
 FolderChooser::~FolderChooser() = default;
 
 void FolderChooser::choose(const std::filesystem::path& current, Chosen chosen) {
+  current_ = current;
   chosen_ = std::move(chosen);
   dialog_.reset();
-  askPortal(current);
+  askPortal();
 }
 
-void FolderChooser::askPortal(const std::filesystem::path& current) {
+void FolderChooser::askPortal() {
+  constexpr std::chrono::milliseconds withoutLimit{std::numeric_limits<int>::max()};
   const QString token = u"tarvinel%1"_s.arg(++requests_);
+  const QString path = requestPath(bus_, token);
   request_ = std::make_unique<PortalRequest>(
-      bus_, requestPath(bus_, token),
-      [this, current](const QDBusMessage& response) { portalAnswered(current, response); });
+      bus_, path, [this](const QDBusMessage& response) { portalAnswered(response); });
+  patience_.start();
   callOverDBus(
-      bus_, openFileCall(current, token), request_->context,
-      [this, current](const QDBusMessage& answer) {
-        if (isRefusal(answer)) openDialog(current);
-      },
-      portalLimit);
+      bus_, openFileCall(current_, token), context_,
+      [this, path](const QDBusMessage& reply) { portalReplied(path, reply); }, withoutLimit);
 }
 
-void FolderChooser::portalAnswered(const std::filesystem::path& current,
-                                   const QDBusMessage& response) {
+/// The reply to a request that was given up comes when its dialog is about to open.
+void FolderChooser::portalReplied(const QString& path, const QDBusMessage& reply) {
+  if (!request_ || request_->path != path) return closeRequest(bus_, path);
+  patience_.stop();
+  if (isRefusal(reply)) openDialog();
+}
+
+void FolderChooser::portalIsSilent() {
+  request_.reset();
+  openDialog();
+}
+
+void FolderChooser::portalAnswered(const QDBusMessage& response) {
+  patience_.stop();
   const auto answer = static_cast<Answer>(response.arguments().value(0).toUInt());
   if (answer == Answer::cancelled) return;
   const auto folder = answer == Answer::chosen ? folderIn(response) : std::nullopt;
   if (folder) {
     chosen_(*folder);
   } else {
-    openDialog(current);
+    openDialog();
   }
 }
 
-void FolderChooser::openDialog(const std::filesystem::path& current) {
-  dialog_ = std::make_unique<QFileDialog>(nullptr, dialogTitle, QFile::decodeName(current.c_str()));
+void FolderChooser::openDialog() {
+  dialog_ =
+      std::make_unique<QFileDialog>(nullptr, dialogTitle, QFile::decodeName(current_.c_str()));
   dialog_->setFileMode(QFileDialog::Directory);
   dialog_->setOption(QFileDialog::ShowDirsOnly);
   dialog_->setLabelText(QFileDialog::Accept, acceptLabel);

@@ -5,6 +5,7 @@
 #include <QDBusConnection>
 #include <QFileDialog>
 #include <QObject>
+#include <QTimer>
 
 #include <chrono>
 #include <filesystem>
@@ -33,15 +34,20 @@ class FolderChooser {
  private:
   struct PortalRequest;
 
-  void askPortal(const std::filesystem::path& current);
-  void portalAnswered(const std::filesystem::path& current, const QDBusMessage& response);
-  void openDialog(const std::filesystem::path& current);
+  void askPortal();
+  void portalReplied(const QString& path, const QDBusMessage& reply);
+  void portalIsSilent();
+  void portalAnswered(const QDBusMessage& response);
+  void openDialog();
 
   const QDBusConnection bus_;
+  std::filesystem::path current_;
   Chosen chosen_;
   int requests_ = 0;
-  std::unique_ptr<PortalRequest> request_;  ///< the last one made of the portal
+  std::unique_ptr<PortalRequest> request_;  ///< the one whose dialog is or may be open
   std::unique_ptr<QFileDialog> dialog_;
+  QTimer patience_;  ///< for the portal's reply
+  QObject context_;  ///< of the calls that open dialogs
 };
 
 }  // namespace tarvinel

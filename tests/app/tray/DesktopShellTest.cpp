@@ -60,15 +60,18 @@ class DesktopShellTest : public testing::Test {
     ASSERT_TRUE(spinUntil([&answered] { return answered; }));
   }
 
-  /// Has the portal answer the request that it was made last.
-  void answerRequest(std::uint32_t response, const QVariantMap& results) {
-    const auto call = service_->calls("OpenFile").back();
+  /// Where the portal puts the request that a call makes.
+  static QString requestOf(const QDBusMessage& call) {
     QString sender = call.service().mid(1);
     sender.replace(QLatin1Char('.'), QLatin1Char('_'));
     const auto options = qdbus_cast<QVariantMap>(call.arguments().at(2));
-    service_->emitSignal(QStringLiteral("/org/freedesktop/portal/desktop/request/") + sender +
-                             QLatin1Char('/') +
-                             options.value(QStringLiteral("handle_token")).toString(),
+    return QStringLiteral("/org/freedesktop/portal/desktop/request/") + sender + QLatin1Char('/') +
+           options.value(QStringLiteral("handle_token")).toString();
+  }
+
+  /// Has the portal answer the request that it was made last.
+  void answerRequest(std::uint32_t response, const QVariantMap& results) {
+    service_->emitSignal(requestOf(service_->calls("OpenFile").back()),
                          QStringLiteral("org.freedesktop.portal.Request"),
                          QStringLiteral("Response"), {response, results});
   }
@@ -210,3 +213,33 @@ TEST_F(DesktopShellTest, ChoosesInTheToolkitsDialogWhenThePortalIsSilent) {
 
 }  // namespace
 }  // namespace tarvinel
+TEST_F(DesktopShellTest, APortalThatRepliesOnlyWhenTheToolkitsDialogIsOpenOpensNoSecondOne) {
+  FakeService& service = serve(portal, never());
+  choose();
+  ASSERT_TRUE(spinUntil([] { return openDialog() != nullptr; }));
+  ASSERT_TRUE(spinUntil([&] { return service.calls("Close").size() == 1; }));
+  const QDBusMessage call = service.calls("OpenFile").front();
+  service.answer(call, {QVariant::fromValue(QDBusObjectPath("/request/1"))});
+  ASSERT_TRUE(spinUntil([&] { return service.calls("Close").size() == 2; }));
+  EXPECT_EQ(service.calls("Close").back().path(), requestOf(call));
+  answerRequest(0, {{QStringLiteral("uris"), QStringList{QStringLiteral("file:///late")}}});
+  awaitAnswers(portal);
+  EXPECT_EQ(chosen_, std::nullopt);
+  Q_EMIT openDialog()->fileSelected(QStringLiteral("/d"));
+  EXPECT_EQ(chosen_, "/d");
+}
+
+TEST_F(DesktopShellTest, ADialogThatThePortalOpensForAnEarlierChoiceIsClosed) {
+  FakeService& service = serve(portal, never());
+  choose();
+  ASSERT_TRUE(spinUntil([&] { return service.calls("OpenFile").size() == 1; }));
+  choose();
+  ASSERT_TRUE(spinUntil([&] { return service.calls("OpenFile").size() == 2; }));
+  const QDBusMessage first = service.calls("OpenFile").front();
+  ASSERT_EQ(service.calls("Close").size(), 1U);
+  service.answer(first, {QVariant::fromValue(QDBusObjectPath("/request/1"))});
+  ASSERT_TRUE(spinUntil([&] { return service.calls("Close").size() == 2; }));
+  EXPECT_EQ(service.calls("Close").back().path(), requestOf(first));
+  EXPECT_EQ(openDialog(), nullptr);
+}
+

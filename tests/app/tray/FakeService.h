@@ -36,6 +36,11 @@ class FakeService : public QDBusVirtualObject {
     bus_.send(signal);
   }
 
+  /// Answers a call that was met with silence.
+  void answer(const QDBusMessage& call, const QVariantList& arguments) {
+    bus_.send(call.createReply(arguments));
+  }
+
   /// The calls of one method so far.
   std::vector<QDBusMessage> calls(const char* method) const {
     std::vector<QDBusMessage> found;
