@@ -27,15 +27,17 @@ X11AppWindows::X11AppWindows(const X11Connection& connection, std::int32_t proce
     : connection_(connection), processID_(processID), hasXFixes_(hasXFixes), atoms_(connection) {
   constexpr int deepest = 3;  // a window manager puts one or two windows around a program's
   std::vector<xcb_window_t> level{connection.root()};
+  std::vector<xcb_window_t> windows;
   for (int depth = 0; depth < deepest; ++depth) {
     level = childrenOf(connection, level);
-    addAllIn(level);
+    windows.insert(windows.end(), level.begin(), level.end());
   }
+  addAllIn(windows);
 }
 
 /// Windows inside the process's own are a part of those already.
 void X11AppWindows::addAllIn(const std::vector<xcb_window_t>& windows) {
-  const X11ClientProcesses processes(connection_);
+  const X11ClientProcesses processes(connection_, atoms_, windows);
   const auto parents = parentsOf(connection_, windows);
   for (std::size_t i = 0; i < windows.size(); ++i) {
     if (processes.processOf(windows[i]) == processID_ &&
@@ -89,7 +91,7 @@ bool X11AppWindows::comeOrGo(const xcb_generic_event_t& event) {
   if (isSynthetic(event)) return false;
   if (eventCode(event) == XCB_CREATE_NOTIFY) {
     const xcb_window_t window = eventAs<xcb_create_notify_event_t>(event).window;
-    if (X11ClientProcesses(connection_).processOf(window) == processID_) add(window);
+    if (isOwn(window)) add(window);
     return false;  // a new window is not on the screen yet
   }
   if (eventCode(event) != XCB_DESTROY_NOTIFY) return false;
@@ -99,6 +101,14 @@ bool X11AppWindows::comeOrGo(const xcb_generic_event_t& event) {
 
 void X11AppWindows::follow() {
   if (!layersMayDiffer_) return;
+/// A window that has just been made claims nothing yet: those known tell for their client.
+bool X11AppWindows::isOwn(xcb_window_t window) const {
+  std::vector<xcb_window_t> windows{window};
+  for (const auto& [known, content] : windows_)
+    windows.push_back(known);
+  return X11ClientProcesses(connection_, atoms_, windows).processOf(window) == processID_;
+}
+
   layersMayDiffer_ = false;
   for (const auto& [window, known] : windows_) {
     if (known.content) known.content->follow();

@@ -54,6 +54,7 @@ class X11AppWindows {
   Known open(xcb_window_t window) const;
   bool putsAway(const xcb_generic_event_t& event) const;
   bool comeOrGo(const xcb_generic_event_t& event);
+  bool isOwn(xcb_window_t window) const;
   void readLayers();
   std::optional<X11Layer> layerOf(xcb_window_t window,
                                   xcb_translate_coordinates_cookie_t place) const;

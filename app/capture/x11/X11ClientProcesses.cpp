@@ -1,11 +1,16 @@
 #include "app/capture/x11/X11ClientProcesses.h"
 
+#include "app/capture/x11/X11Atoms.h"
 #include "app/capture/x11/X11Connection.h"
 #include "app/capture/x11/X11Error.h"
+#include "app/capture/x11/X11Property.h"
 
 #include <xcb/res.h>
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
+#include <set>
 
 namespace tarvinel {
 
@@ -27,6 +32,11 @@ Record take(std::span<const std::byte>& body) {
   return record;
 }
 
+/// 0 where there is none that can be a process.
+std::int32_t claimedProcess(const std::optional<X11Property>& property) {
+  return std::max(static_cast<std::int32_t>(firstNumber(property).value_or(0)), 0);
+}
+
 }  // namespace
 
 std::unordered_map<std::uint32_t, std::int32_t> parseClientProcesses(
@@ -43,9 +53,17 @@ std::unordered_map<std::uint32_t, std::int32_t> parseClientProcesses(
   return processes;
 }
 
-X11ClientProcesses::X11ClientProcesses(const X11Connection& connection)
+X11ClientProcesses::X11ClientProcesses(const X11Connection& connection, const X11Atoms& atoms,
+                                       const std::vector<xcb_window_t>& windows)
     : clientBits_(~xcb_get_setup(connection.get())->resource_id_mask) {
-  if (!tellsProcesses(connection)) return;
+  if (tellsProcesses(connection)) askServer(connection);
+  std::vector<xcb_window_t> unknown;
+  std::ranges::copy_if(windows, std::back_inserter(unknown),
+                       [this](xcb_window_t window) { return processOf(window) == 0; });
+  askWindows(connection, atoms, unknown);
+}
+
+void X11ClientProcesses::askServer(const X11Connection& connection) {
   const xcb_res_client_id_spec_t everyone{0, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
   const auto answer = connection.reply(xcb_res_query_client_ids_reply,
                                        xcb_res_query_client_ids(connection.get(), 1, &everyone));
@@ -53,6 +71,22 @@ X11ClientProcesses::X11ClientProcesses(const X11Connection& connection)
   const std::span bytes(body, static_cast<std::size_t>(answer->length) * 4);
   for (const auto& [client, process] : parseClientProcesses(bytes, answer->num_ids))
     processes_[client & clientBits_] = process;
+}
+
+void X11ClientProcesses::askWindows(const X11Connection& connection, const X11Atoms& atoms,
+                                    const std::vector<xcb_window_t>& windows) {
+  std::set<std::int32_t> known;
+  for (const auto& [client, process] : processes_)
+    known.insert(process);
+  std::vector<xcb_get_property_cookie_t> cookies;
+  cookies.reserve(windows.size());
+  for (const xcb_window_t window : windows)
+    cookies.push_back(askForProperty(connection, window, atoms.pid));
+  for (std::size_t i = 0; i < windows.size(); ++i) {
+    const std::int32_t claimed = claimedProcess(takeProperty(connection, cookies[i]));
+    if (claimed == 0 || known.contains(claimed)) continue;
+    processes_.try_emplace(windows[i] & clientBits_, claimed);
+  }
 }
 
 std::int32_t X11ClientProcesses::processOf(xcb_window_t window) const {

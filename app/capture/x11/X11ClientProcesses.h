@@ -6,30 +6,42 @@
 #include <cstdint>
 #include <span>
 #include <unordered_map>
+#include <vector>
 
 namespace tarvinel {
 
 class X11Connection;
+struct X11Atoms;
 
 /// The processes by client in the body of a list of `count` client identities. Throws X11Error when
 /// the bytes do not hold so many.
 std::unordered_map<std::uint32_t, std::int32_t> parseClientProcesses(
     std::span<const std::byte> body, std::size_t count);
 
-/// Which processes the clients of an X server are, as the server itself knows it from their
-/// sockets. What windows claim of themselves (_NET_WM_PID) can be a number of another machine or of
-/// a container, where many are number 2, and would mix programs up.
+/// Which processes the clients of an X server are, for listing windows and for sharing them alike:
+/// what the server itself knows from their sockets (XRes 1.2), else what one of the client's
+/// windows claims (_NET_WM_PID). A claim can be a number of another machine or of a container,
+/// where many programs are number 2: it never stands against the server, and a number that the
+/// server knows as another client's is not believed.
 class X11ClientProcesses {
  public:
-  /// Asks for all clients. Knows none where the server does not tell (XRes 1.2). Throws X11Error.
-  explicit X11ClientProcesses(const X11Connection& connection);
+  /// Asks the server for all clients, and those of `windows` whose client it does not know for
+  /// their claims. Throws X11Error.
+  X11ClientProcesses(const X11Connection& connection, const X11Atoms& atoms,
+                     const std::vector<xcb_window_t>& windows);
 
   /// The process that made the window; 0 when that is not known.
   std::int32_t processOf(xcb_window_t window) const;
 
  private:
+  using Processes = std::unordered_map<std::uint32_t, std::int32_t>;  ///< by the ID's client bits
+
+  void askServer(const X11Connection& connection);
+  void askWindows(const X11Connection& connection, const X11Atoms& atoms,
+                  const std::vector<xcb_window_t>& windows);
+
   std::uint32_t clientBits_;
-  std::unordered_map<std::uint32_t, std::int32_t> processes_;  ///< by the ID's client bits
+  Processes processes_;
 };
 
 }  // namespace tarvinel

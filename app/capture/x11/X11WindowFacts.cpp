@@ -26,7 +26,6 @@ struct Requests {
   xcb_get_property_cookie_t name;
   xcb_get_property_cookie_t oldName;
   xcb_get_property_cookie_t className;
-  xcb_get_property_cookie_t pid;
   xcb_get_property_cookie_t type;
   xcb_get_property_cookie_t state;
   xcb_get_property_cookie_t wmState;
@@ -42,7 +41,6 @@ struct Answers {
   std::optional<X11Property> name;
   std::optional<X11Property> oldName;
   std::optional<X11Property> className;
-  std::optional<X11Property> pid;
   std::optional<X11Property> type;
   std::optional<X11Property> state;
   std::optional<X11Property> wmState;
@@ -58,7 +56,6 @@ Requests ask(const X11Connection& connection, const X11Atoms& atoms, xcb_window_
           askForProperty(connection, window, atoms.name, mostTitleBytes),
           askForProperty(connection, window, XCB_ATOM_WM_NAME, mostTitleBytes),
           askForProperty(connection, window, XCB_ATOM_WM_CLASS),
-          askForProperty(connection, window, atoms.pid),
           askForProperty(connection, window, atoms.windowType),
           askForProperty(connection, window, atoms.state),
           askForProperty(connection, window, atoms.wmState),
@@ -74,7 +71,6 @@ Answers take(const X11Connection& connection, const Requests& requests) {
           takeProperty(connection, requests.name),
           takeProperty(connection, requests.oldName),
           takeProperty(connection, requests.className),
-          takeProperty(connection, requests.pid),
           takeProperty(connection, requests.type),
           takeProperty(connection, requests.state),
           takeProperty(connection, requests.wmState),
@@ -108,10 +104,6 @@ std::optional<std::string> classNameOf(const std::optional<X11Property>& propert
   std::string name =
       windowTitle(itsClass.empty() ? both.substr(0, end) : itsClass, TitleEncoding::utf8);
   return name.empty() ? std::nullopt : std::optional(std::move(name));
-}
-
-std::int32_t claimedProcess(const std::optional<X11Property>& pid) {
-  return std::max(static_cast<std::int32_t>(firstNumber(pid).value_or(0)), 0);
 }
 
 /// What window managers leave alone (override-redirect) is a menu or a panel.
@@ -159,7 +151,7 @@ std::vector<X11WindowFacts> readWindowFacts(const X11Connection& connection, con
   requests.reserve(windows.size());
   for (const xcb_window_t window : windows)
     requests.push_back(ask(connection, atoms, window));
-  const X11ClientProcesses processes(connection);
+  const X11ClientProcesses processes(connection, atoms, windows);
   const auto shown = onlyWorkspaceShown(connection, atoms);
   const PixelRect screen = connection.rootArea();
   std::vector<X11WindowFacts> known;
@@ -169,7 +161,6 @@ std::vector<X11WindowFacts> readWindowFacts(const X11Connection& connection, con
     X11WindowFacts facts = factsOf(answers, atoms);
     facts.window = windows[i];
     facts.processID = processes.processOf(windows[i]);
-    if (facts.processID == 0) facts.processID = claimedProcess(answers.pid);
     facts.isOnScreen =
         !isHidden(answers, atoms, shown) && !facts.area.intersection(screen).isEmpty();
     known.push_back(std::move(facts));

@@ -1,7 +1,9 @@
 #include "app/capture/x11/X11WindowSource.h"
 
 #include "app/capture/CaptureError.h"
+#include "app/capture/x11/X11Atoms.h"
 #include "app/capture/x11/X11ClientProcesses.h"
+#include "app/capture/x11/X11ClientWindows.h"
 #include "app/capture/x11/X11Error.h"
 #include "app/capture/x11/X11Event.h"
 #include "app/capture/x11/X11Extensions.h"
@@ -38,7 +40,11 @@ void X11WindowSource::open(std::int32_t processID, bool showsCursor) {
 }
 
 bool X11WindowSource::isOwnedBy(std::int32_t processID) const {
-  return processID == 0 || X11ClientProcesses(connection_).processOf(window_) == processID;
+  if (processID == 0) return true;
+  const X11Atoms atoms(connection_);
+  auto windows = listClientWindows(connection_, atoms);  // as when it was listed
+  windows.push_back(window_);
+  return X11ClientProcesses(connection_, atoms, windows).processOf(window_) == processID;
 }
 
 void X11WindowSource::handle(const xcb_generic_event_t& event) {

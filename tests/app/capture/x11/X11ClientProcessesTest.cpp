@@ -1,8 +1,10 @@
+#include "app/capture/x11/X11Atoms.h"
 #include "app/capture/x11/X11ClientProcesses.h"
 #include "app/capture/x11/X11Connection.h"
 #include "app/capture/x11/X11Error.h"
 #include "tests/support/XClient.h"
 #include "tests/support/XServer.h"
+#include "tests/support/XWindow.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -37,16 +39,37 @@ TEST(X11ClientProcesses, KnowsWhoMadeAWindow) {
   const XServer server;
   const XClient client(server.display());
   const X11Connection connection(server.display());
-  const X11ClientProcesses processes(connection);
+  const X11ClientProcesses processes(connection, X11Atoms(connection), {});
   EXPECT_EQ(processes.processOf(xcb_generate_id(client.get())), getpid());
   EXPECT_EQ(processes.processOf(0x1FE00001), 0);
 }
 
-TEST(X11ClientProcesses, KnowsNobodyWithoutTheExtension) {
-  const XServer server("320x240x24", {"-extension", "X-Resource"});
-  const XClient client(server.display());
+TEST(X11ClientProcesses, BelievesNoClaimAgainstTheServer) {
+  const XServer server;
+  XClient client(server.display());
+  XWindow window(client, {0, 0, 10, 10}, {});
+  window.setNumbers("_NET_WM_PID", "CARDINAL", {4321});
   const X11Connection connection(server.display());
-  EXPECT_EQ(X11ClientProcesses(connection).processOf(xcb_generate_id(client.get())), 0);
+  const X11ClientProcesses processes(connection, X11Atoms(connection), {window.id()});
+  EXPECT_EQ(processes.processOf(window.id()), getpid());
+}
+
+TEST(X11ClientProcesses, WithoutTheExtensionAWindowTellsForItsClient) {
+  const XServer server("320x240x24", {"-extension", "X-Resource"});
+  XClient client(server.display());
+  XClient other(server.display());
+  XWindow window(client, {0, 0, 10, 10}, {});
+  const XWindow sibling(client, {0, 0, 10, 10}, {});
+  const XWindow ofAnother(other, {0, 0, 10, 10}, {});
+  const X11Connection connection(server.display());
+  const X11Atoms atoms(connection);
+  const std::vector<xcb_window_t> windows{sibling.id(), window.id(), ofAnother.id()};
+  EXPECT_EQ(X11ClientProcesses(connection, atoms, windows).processOf(window.id()), 0);
+  window.setNumbers("_NET_WM_PID", "CARDINAL", {4321});
+  const X11ClientProcesses processes(connection, atoms, windows);
+  EXPECT_EQ(processes.processOf(window.id()), 4321);
+  EXPECT_EQ(processes.processOf(sibling.id()), 4321);
+  EXPECT_EQ(processes.processOf(ofAnother.id()), 0);
 }
 
 }  // namespace
