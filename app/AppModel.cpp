@@ -66,8 +66,12 @@ AppModel::~AppModel() = default;
 
 void AppModel::begin() {
   if (platform_.restoreTokens) keepRestoreTokens();
-  captureEngine_.setOnStop(onMain<Result<void>>(
-      [](AppModel& self, const Result<void>& end) { self.captureDidStop(end); }));
+  using CaptureEnd = std::pair<std::uint64_t, Result<void>>;
+  captureEngine_.setOnStop([report = onMain<CaptureEnd>([](AppModel& self, const CaptureEnd& end) {
+                              self.captureDidStop(end.first, end.second);
+                            })](std::uint64_t capture, const Result<void>& why) {
+    report({capture, why});
+  });
   linkMonitor_.emplace(platform_.networkPath, onMain<bool>([](AppModel& self, bool isWired) {
                          self.linkChanged(isWired);
                        }));
@@ -149,9 +153,9 @@ void AppModel::sourcesListed(Result<std::vector<CaptureSource>> sources) {
   }
   update(permissionHint_, {});
   update(sources_, std::move(sources).value());
-  if (selectedID_ && source(selectedID_) == nullptr) {
-    if (isSharing_) stopBecause(CaptureError(CaptureError::Case::unknownSource).what());
-    update(selectedID_, {});
+  // while the presenter is asked about another source, the end of the capture tells
+  if (isSharing_ && !isStarting_ && source(sharedID_) == nullptr) {
+    stopBecause(CaptureError(CaptureError::Case::unknownSource).what());
   }
 }
 
@@ -185,14 +189,16 @@ const CaptureSource* AppModel::source(const std::optional<std::string>& id) cons
 void AppModel::startSharing() {
   const CaptureSource* selected = source(selectedID_);
   if (selected == nullptr) return;
+  if (selectedID_ && source(selectedID_) == nullptr) update(selectedID_, {});
   const std::uint64_t share = ++currentShare_;
   isStarting_ = true;
   update(captureError_, {});
-  captureEngine_.start(*selected, config_,
-                       onMain<Result<void>>([share, source = *selected](
-                                                AppModel& self, const Result<void>& outcome) {
-                         self.sharingStarted(share, source, outcome);
-                       }));
+  startedCapture_ =
+      captureEngine_.start(*selected, config_,
+                           onMain<Result<void>>([share, source = *selected](
+                                                    AppModel& self, const Result<void>& outcome) {
+                             self.sharingStarted(share, source, outcome);
+                           }));
 }
 
 void AppModel::sharingStarted(std::uint64_t share, const CaptureSource& source,
@@ -223,8 +229,10 @@ void AppModel::stopSharing(std::function<void()> done) {
       }));
 }
 
-/// What the presenter is being asked about, to be shared instead, is not taken back for that.
-void AppModel::captureDidStop(const Result<void>& why) {
+/// The report may come late: it ends no other share than its own. What the presenter is being asked
+/// about, to be shared instead, is not taken back for that.
+void AppModel::captureDidStop(std::uint64_t capture, const Result<void>& why) {
+  if (capture != sharedCapture_) return;
   if (!isStarting_) return stopBecause(describe(why.error()));
   tellStopped(describe(why.error()));
   showNotSharing();
@@ -236,6 +244,7 @@ void AppModel::stopBecause(const std::string& reason) {
   stopSharing();
 }
 
+    sharedCapture_ = startedCapture_;
 // The presenter may be looking at something else.
 void AppModel::tellStopped(const std::string& reason) {
   update(captureError_, std::optional("Sharing stopped: " + reason));
@@ -281,6 +290,7 @@ void AppModel::appearedInTray() {
 void AppModel::tick() {
   ++tickCount_;
   // a folder on a disk that hangs does not keep viewers waiting
+  sharedCapture_ = 0;
   if (tickCount_ == ticksBeforeServerWithoutUploads) startServer();
   update(measuredMbps_, trafficMeter_.measure(broadcaster_.bytesSent()));
   update(viewerCount_, static_cast<std::int64_t>(broadcaster_.viewerCount()));

@@ -176,7 +176,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   void sourcesListed(Result<std::vector<CaptureSource>> sources);
   void sharingStarted(std::uint64_t share, const CaptureSource& source,
                       const Result<void>& outcome);
-  void captureDidStop(const Result<void>& why);
+  void captureDidStop(std::uint64_t capture, const Result<void>& why);
   void stopBecause(const std::string& reason);
   void tellStopped(const std::string& reason);
   void endShare();
@@ -246,7 +246,9 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
 
   std::vector<CaptureSource> sources_;
   std::optional<std::string> selectedID_;
-  std::string sharedID_;  // while sharing
+  std::string sharedID_;              // while sharing
+  std::uint64_t startedCapture_ = 0;  ///< the engine's number of the newest start
+  std::uint64_t sharedCapture_ = 0;   ///< the same of what is shared; 0: nothing is
   bool isSharing_ = false;
   bool isStarting_ = false;  ///< the outcome of the newest start is open
   std::int64_t viewerCount_ = 0;

@@ -71,10 +71,12 @@ void CaptureEngine::listSources(std::optional<std::string> excludingBundleID,
   });
 }
 
-void CaptureEngine::start(CaptureSource source, TarvinelConfig config,
-                          Completion<void> completion) {
-  queue_.post([this, source = std::move(source), config = std::move(config),
-               completion = std::move(completion)] { begin(source, config, completion); });
+std::uint64_t CaptureEngine::start(CaptureSource source, TarvinelConfig config,
+                                   Completion<void> completion) {
+  const std::uint64_t number = ++captures_;
+  queue_.post([this, number, source = std::move(source), config = std::move(config),
+               completion = std::move(completion)] { begin(number, source, config, completion); });
+  return number;
 }
 
 void CaptureEngine::stop(Completion<void> completion) {
@@ -85,7 +87,7 @@ void CaptureEngine::setMotionFPS(std::int64_t framesPerSecond) {
   queue_.post([this, framesPerSecond] { pipeline_.setMotionFPS(framesPerSecond); });
 }
 
-void CaptureEngine::setOnStop(std::function<void(Result<void>)> onStop) {
+void CaptureEngine::setOnStop(StopHandler onStop) {
   queue_.post([this, onStop = std::move(onStop)]() mutable { onStop_ = std::move(onStop); });
 }
 
@@ -111,20 +113,27 @@ Result<std::vector<CaptureSource>> CaptureEngine::listed(
     logger_->error("shareable content failed: {}", describe(content.error()));
     return noPermission();
   }
-  catalog_ = SourceCatalog(content.value(), excludingBundleID);
+  catalog_ = SourceCatalog(content.value(), excludingBundleID, shownSources());
   logger_->info(
       "sources: {} displays, {} windows, {} apps", catalog_.count(CaptureSource::Kind::display),
       catalog_.count(CaptureSource::Kind::window), catalog_.count(CaptureSource::Kind::app));
   return catalog_.sources();
 }
 
+std::vector<SourceCatalog::Entry> CaptureEngine::shownSources() const {
+  std::vector<SourceCatalog::Entry> shown;
+  if (capture_) shown.push_back(capture_->shown);
+  if (next_) shown.push_back(next_->shown);
+  return shown;
+}
+
 // Starting
 
 // The desktop may ask the presenter first: until then what is shared goes on.
-void CaptureEngine::begin(const CaptureSource& source, const TarvinelConfig& config,
-                          Completion<void> completion) {
+void CaptureEngine::begin(std::uint64_t number, const CaptureSource& source,
+                          const TarvinelConfig& config, Completion<void> completion) {
   endStart();
-  const auto made = resultOf([&] { next_ = makeCapture(source, config); });
+  const auto made = resultOf([&] { next_ = makeCapture(number, source, config); });
   if (!made.ok()) {
     end([](const Result<void>&) {});
     completion(made);
@@ -134,15 +143,17 @@ void CaptureEngine::begin(const CaptureSource& source, const TarvinelConfig& con
   startNext();
 }
 
-CaptureEngine::Capture CaptureEngine::makeCapture(const CaptureSource& source,
+CaptureEngine::Capture CaptureEngine::makeCapture(std::uint64_t number, const CaptureSource& source,
                                                   const TarvinelConfig& config) {
   const auto filter = catalog_.filter(source.id);
   if (!filter) std::rethrow_exception(unknownSource());
   const StreamConfiguration configuration = configurationOf(source, config);
-  const std::uint64_t number = ++captures_;
-  return {number,        service().makeStream(*filter, configuration, handlersOf(number)),
-          configuration, settingsOf(config, configuration),
-          source.title,  nullptr};
+  return {number,
+          service().makeStream(*filter, configuration, handlersOf(number)),
+          configuration,
+          settingsOf(config, configuration),
+          {source, *filter},
+          nullptr};
 }
 
 StreamHandlers CaptureEngine::handlersOf(std::uint64_t number) {
@@ -170,7 +181,8 @@ void CaptureEngine::streamStarted(std::uint64_t number, const Result<void>& resu
 
 // The presenter wants to show something else: what was shown goes on only after a change of mind.
 void CaptureEngine::startFailed(const Result<void>& result) {
-  logger_->error("startCapture failed for {}: {}", next_->title, describe(result.error()));
+  logger_->error("startCapture failed for {}: {}", next_->shown.source.title,
+                 describe(result.error()));
   const Capture failed = dropNext();
   if (!isRefusal(result.error())) end([](const Result<void>&) {});
   failed.onStarted(result);
@@ -180,7 +192,7 @@ void CaptureEngine::showNext() {
   if (capture_) stopStream(dropCapture().stream, [](const Result<void>&) {});
   capture_ = std::exchange(next_, std::nullopt);
   const StreamConfiguration& configuration = capture_->configuration;
-  logger_->info("capturing {} at {}x{} {} fps", capture_->title, configuration.width,
+  logger_->info("capturing {} at {}x{} {} fps", capture_->shown.source.title, configuration.width,
                 configuration.height, configuration.framesPerSecond);
   pipeline_.begin(capture_->settings);
   std::exchange(capture_->onStarted, nullptr)({});
@@ -229,8 +241,8 @@ void CaptureEngine::streamStopped(std::uint64_t number, const Result<void>& why)
     ended.onStarted(why);
   }
   if (isOf(capture_, number)) dropCapture();
-  afterPublishing([this, why] {
-    if (onStop_) onStop_(why);
+  afterPublishing([this, number, why] {
+    if (onStop_) onStop_(number, why);
   });
 }
 

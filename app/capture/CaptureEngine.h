@@ -12,6 +12,7 @@
 #include "core/support/Result.h"
 #include "core/support/SerialQueue.h"
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -49,7 +50,8 @@ class CaptureEngine {
   /// CaptureError unknownSource when the listing does not have it, with the service's error when it
   /// cannot be captured, and with operation_canceled when the presenter refused, or it was stopped
   /// before it began. After a refusal what was captured before goes on, else nothing is captured.
-  void start(CaptureSource source, TarvinelConfig config, Completion<void> completion);
+  /// Returns the number by which `onStop` names this capture; never 0.
+  std::uint64_t start(CaptureSource source, TarvinelConfig config, Completion<void> completion);
 
   /// Stops the stream, if any; never fails. No frame is published after it completed.
   void stop(Completion<void> completion);
@@ -57,8 +59,10 @@ class CaptureEngine {
   /// Frames per second while the screen moves (at least 1), until the next start.
   void setMotionFPS(std::int64_t framesPerSecond);
 
-  /// Called with the error when a stream ended by itself, after its last frame was published.
-  void setOnStop(std::function<void(Result<void>)> onStop);
+  /// Called with the number of a capture and the error when its stream ended by itself, after its
+  /// last frame was published. Another capture may have been started meanwhile.
+  using StopHandler = std::function<void(std::uint64_t capture, const Result<void>& why)>;
+  void setOnStop(StopHandler onStop);
 
   /// Bytes of an encoded motion frame lately, 0 before the first.
   double motionBytesAverage() const { return pipeline_.motionBytesAverage(); }
@@ -72,7 +76,7 @@ class CaptureEngine {
     std::shared_ptr<CaptureStream> stream;
     StreamConfiguration configuration;
     FrameSettings settings;
-    std::string title;
+    SourceCatalog::Entry shown;
     Completion<void> onStarted;
   };
 
@@ -81,9 +85,11 @@ class CaptureEngine {
             const Completion<std::vector<CaptureSource>>& completion);
   Result<std::vector<CaptureSource>> listed(const Result<ShareableContent>& content,
                                             const std::optional<std::string>& excludingBundleID);
-  void begin(const CaptureSource& source, const TarvinelConfig& config,
+  std::vector<SourceCatalog::Entry> shownSources() const;
+  void begin(std::uint64_t number, const CaptureSource& source, const TarvinelConfig& config,
              Completion<void> completion);
-  Capture makeCapture(const CaptureSource& source, const TarvinelConfig& config);
+  Capture makeCapture(std::uint64_t number, const CaptureSource& source,
+                      const TarvinelConfig& config);
   StreamHandlers handlersOf(std::uint64_t number);
   void startNext();
   void streamStarted(std::uint64_t number, const Result<void>& result);
@@ -108,6 +114,7 @@ class CaptureEngine {
   const Logger logger_;
   const ServiceFactory makeService_;
   FramePump pump_;
+  std::atomic<std::uint64_t> captures_{0};  ///< so far
 
   // of the queue
   FramePipeline pipeline_;
@@ -116,8 +123,7 @@ class CaptureEngine {
   SourceCatalog catalog_;
   std::optional<Capture> capture_;  // whose frames go out
   std::optional<Capture> next_;     // starting, to take its place
-  std::uint64_t captures_ = 0;      // so far
-  std::function<void(Result<void>)> onStop_;
+  StopHandler onStop_;
 };
 
 }  // namespace tarvinel

@@ -46,6 +46,7 @@ struct ShareableChoice {
 struct ShareableContent {
   std::vector<ShareableDisplay> displays;
   std::vector<ShareableWindow> windows;
+  std::vector<ShareableWindow> windowsOutOfSight;  ///< minimised, on another workspace: not offered
   std::vector<ShareableApplication> applications;
   std::vector<ShareableChoice> choices;
 };

@@ -66,10 +66,28 @@ ContentFilter choiceFilter(const ShareableChoice& choice) {
   return displayFilter(choice.number);
 }
 
+bool isWindow(const ShareableWindow& window, const ContentFilter& filter) {
+  if (filter.kind == ContentFilter::Kind::window) return window.windowID == filter.windowID;
+  return window.application && window.application->processID == filter.processID;
+}
+
+/// Whether what the filter shows still exists, in sight or not.
+bool exists(const ContentFilter& filter, const ShareableContent& content) {
+  if (filter.kind == ContentFilter::Kind::display) {
+    return std::ranges::any_of(content.displays, [&](const ShareableDisplay& display) {
+      return display.displayID == filter.displayID;
+    });
+  }
+  const auto isOne = [&](const ShareableWindow& window) { return isWindow(window, filter); };
+  return std::ranges::any_of(content.windows, isOne) ||
+         std::ranges::any_of(content.windowsOutOfSight, isOne);
+}
+
 }  // namespace
 
 SourceCatalog::SourceCatalog(const ShareableContent& content,
-                             const std::optional<std::string>& excludingBundleID) {
+                             const std::optional<std::string>& excludingBundleID,
+                             const std::vector<Entry>& shared) {
   const std::vector<DisplayCandidate> displays = candidatesOf(content.displays);
   std::vector<WindowCandidate> windows;
   for (const ShareableWindow& window : content.windows)
@@ -92,7 +110,15 @@ SourceCatalog::SourceCatalog(const ShareableContent& content,
   for (const ShareableChoice& choice : content.choices) {
     add(choiceSource(choice), choiceFilter(choice));
   }
+  for (const Entry& entry : shared) {
+    if (!lists(entry.source) && exists(entry.filter, content)) add(entry.source, entry.filter);
+  }
   sources_ = CaptureSource::menuOrder(std::move(sources_));
+}
+
+bool SourceCatalog::lists(const CaptureSource& source) const {
+  return std::ranges::any_of(sources_,
+                             [&](const CaptureSource& each) { return each.id == source.id; });
 }
 
 void SourceCatalog::add(CaptureSource source, const ContentFilter& filter) {

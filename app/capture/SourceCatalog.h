@@ -18,9 +18,18 @@ class SourceCatalog {
  public:
   SourceCatalog() = default;
 
-  /// `excludingBundleID` is the program's own identifier; its windows are not offered.
+  /// A source and how it is captured.
+  struct Entry {
+    CaptureSource source;
+    ContentFilter filter;
+  };
+
+  /// `excludingBundleID` is the program's own identifier; its windows are not offered. `shared` is
+  /// being captured: it stays in the list as it was for as long as it exists, even if it is
+  /// minimised or would not be offered for another reason.
   SourceCatalog(const ShareableContent& content,
-                const std::optional<std::string>& excludingBundleID);
+                const std::optional<std::string>& excludingBundleID,
+                const std::vector<Entry>& shared = {});
 
   /// The entries in menu order.
   const std::vector<CaptureSource>& sources() const { return sources_; }
@@ -32,6 +41,7 @@ class SourceCatalog {
 
  private:
   void add(CaptureSource source, const ContentFilter& filter);
+  bool lists(const CaptureSource& source) const;
 
   std::vector<CaptureSource> sources_;
   std::unordered_map<std::string, ContentFilter> filters_;

@@ -12,7 +12,6 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -31,15 +30,6 @@ using testing::IsSupersetOf;
 using testing::Not;
 using testing::StartsWith;
 
-/// A picture that JPEG cannot make small.
-std::shared_ptr<MemoryPixelBuffer> noise() {
-  auto picture = std::make_shared<MemoryPixelBuffer>(640, 480);
-  std::mt19937 random(1);
-  std::generate_n(picture->pixels(), 640 * 480 * 4,
-                  [&] { return static_cast<std::uint8_t>(random()); });
-  return picture;
-}
-
 class AppModelTest : public ModelFixture {
  protected:
   void launch() override {
@@ -52,13 +42,6 @@ class AppModelTest : public ModelFixture {
     client.send("GET /status HTTP/1.1\r\n\r\n");
     const std::string answer = client.readToEnd();
     return answer.substr(answer.find("\r\n\r\n") + 4);
-  }
-
-  TestClient viewer() const {
-    TestClient client(model->boundPort());
-    client.send("GET /stream HTTP/1.1\r\n\r\n");
-    client.readUntil("\r\n\r\n");
-    return client;
   }
 
   /// The answer to an upload by Sam.
@@ -78,12 +61,6 @@ class AppModelTest : public ModelFixture {
     return eventually([&] {
       mainQueue.tick();
       return model->viewerCount() == count;
-    });
-  }
-
-  void deliver(std::shared_ptr<MemoryPixelBuffer> picture) {
-    onScreen([&] {
-      screen.streams.back()->handlers.onFrame({std::move(picture), {}, {}, {}, {}, {}});
     });
   }
 
@@ -157,6 +134,45 @@ TEST_F(AppModelTest, ASelectedSourceThatIsNoLongerListedIsDeselected) {
   model->select("display-7");
   onScreen([&] { screen.content.displays.front().displayID = 8; });
   refresh();
+TEST_F(AppModelTest, AWindowThatIsMinimisedWhileItIsSharedStaysShared) {
+  const ShareableWindow notes{
+      21, "Notes", ShareableApplication{400, "Editor", {}}, 0, {10, 10, 600, 400}};
+  screen.content.windows = {notes};
+  launchAndWait();
+  model->select("window-21");
+  model->startSharing();
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->isSharing(); }));
+  onScreen([&] {
+    screen.content.windows = {};
+    screen.content.windowsOutOfSight = {notes};
+  });
+  refresh();
+  EXPECT_TRUE(model->isSharing());
+  EXPECT_EQ(model->selectedID(), "window-21");
+  EXPECT_EQ(model->statusLine(), "Sharing Editor: Notes · 0 viewers");
+  onScreen([&] { screen.content.windowsOutOfSight = {}; });
+  refresh();
+  EXPECT_FALSE(model->isSharing());
+}
+
+TEST_F(AppModelTest, ASelectedSourceThatIsNoLongerListedLeavesTheShareOfAnother) {
+  screen.content.displays.push_back({8, {1280, 0, 640, 480}, false});
+  launchAndWait();
+  startSharing();
+  onScreen([&] { screen.holdStarts = true; });
+  model->select("display-8");
+  onScreen([&] { screen.content.displays.pop_back(); });
+  refresh();
+  EXPECT_EQ(model->selectedID(), std::nullopt);
+  EXPECT_TRUE(model->isSharing());
+  EXPECT_EQ(model->statusLine(), "Sharing Display 1 (main) 1280×720 · 0 viewers");
+  EXPECT_FALSE(screen.streams.front()->stopped);
+  letStart(std::make_exception_ptr(
+      std::system_error(std::make_error_code(std::errc::operation_canceled))));
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->selectedID() == "display-7"; }));
+  EXPECT_TRUE(model->isSharing());
+}
+
   EXPECT_EQ(model->selectedID(), std::nullopt);
   EXPECT_EQ(model->sources().front().id, "display-8");
 }
@@ -319,6 +335,35 @@ TEST_F(AppModelTest, WhatTheDesktopGivesAgainstAskingAgainIsRemembered) {
   const auto later = std::make_shared<RestoreTokens>();
   launchWith(later);
   EXPECT_EQ(later->token(RestoreTokens::displayKey), "once");
+TEST_F(AppModelTest, ALateReportOfAStoppedCaptureLeavesTheNextShare) {
+  launchAndWait();
+  startSharing();
+  onScreen([&] { screen.streams.back()->handlers.onStop(failure("the window was closed")); });
+  model->stopSharing();
+  model->startSharing();
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->isSharing(); }));
+  refresh();  // by then the report has come
+  EXPECT_TRUE(model->isSharing());
+  EXPECT_EQ(model->captureError(), std::nullopt);
+  EXPECT_THAT(desktop.done, ElementsAre("awake", "may sleep", "awake"));
+}
+
+TEST_F(AppModelTest, ALateReportOfACaptureThatWasLeftForAnotherEndsNothing) {
+  screen.content.displays.push_back({8, {1280, 0, 640, 480}, false});
+  launchAndWait();
+  startSharing();
+  model->select("display-8");
+  refresh();
+  ASSERT_EQ(screen.streams.size(), 2U);
+  onScreen([&] { screen.streams.front()->handlers.onStop(failure("late")); });
+  refresh();
+  EXPECT_TRUE(model->isSharing());
+  EXPECT_EQ(model->captureError(), std::nullopt);
+  onScreen([&] { screen.streams.back()->handlers.onStop(failure("it was closed")); });
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->captureError().has_value(); }));
+  EXPECT_FALSE(model->isSharing());
+}
+
 }
 
 TEST_F(AppModelTest, ACaptureThatEndsByItselfSaysWhyAndEndsTheShare) {

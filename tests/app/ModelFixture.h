@@ -1,18 +1,24 @@
 #pragma once
 
 #include "app/AppModel.h"
+#include "core/frames/MemoryPixelBuffer.h"
 #include "tests/app/capture/FakeCaptureService.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/FakeDesktop.h"
 #include "tests/support/FakeNetwork.h"
 #include "tests/support/ManualMainQueue.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/TestClient.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <random>
+#include <utility>
 
 namespace tarvinel {
 
@@ -54,6 +60,35 @@ class ModelFixture : public testing::Test {
     model->select("display-7");
     model->startSharing();
     ASSERT_TRUE(mainQueue.runUntil([&] { return model->isSharing(); }));
+  }
+
+  /// Starts the newest stream, which waits because `screen.holdStarts`.
+  void letStart(const Result<void>& outcome = {}) {
+    onScreen([&] { screen.streams.back()->pendingStart(outcome); });
+  }
+
+  /// A picture that JPEG cannot make small.
+  static std::shared_ptr<MemoryPixelBuffer> noise() {
+    auto picture = std::make_shared<MemoryPixelBuffer>(640, 480);
+    std::mt19937 random(1);
+    std::generate_n(picture->pixels(), 640 * 480 * 4,
+                    [&] { return static_cast<std::uint8_t>(random()); });
+    return picture;
+  }
+
+  /// The newest stream's next picture.
+  void deliver(std::shared_ptr<MemoryPixelBuffer> picture) {
+    onScreen([&] {
+      screen.streams.back()->handlers.onFrame({std::move(picture), {}, {}, {}, {}, {}});
+    });
+  }
+
+  /// Who has read the head of the stream.
+  test::TestClient viewer() const {
+    test::TestClient client(model->boundPort());
+    client.send("GET /stream HTTP/1.1\r\n\r\n");
+    client.readUntil("\r\n\r\n");
+    return client;
   }
 
   /// Runs a step of the platform where the platform runs.

@@ -118,6 +118,8 @@ def test_minimised_and_restored(desktop, x, owner, share):
         mine.hide("document")
         eventually(lambda: "Iconic" in x.run("xprop", "-name", "document", "WM_STATE"), LIMIT,
                    "minimised")
+        program.command("sources")
+        program.wait_for_line("window-[0-9]+\tOwner: document")
         assert program.status()["sharing"]
         with Watcher(program) as late:
             late.until_colour(BLUE, 200, 150)
@@ -253,6 +255,40 @@ def test_own_and_small_windows_are_not_listed(x, owner, tmp_path):
     titles = list(sources_on(x, tmp_path).values())
     assert "Owner: just large enough" in titles
     assert not {"Owner: too narrow", "Owner: menu"} & set(titles)
+
+
+def test_a_minimised_window_is_shared_by_its_program_too(manage, start, x, owner, tmp_path):
+    manage(openbox)
+    mine = owner("mine")
+    mine.open("document", 100, 100, 400, 300, BLUE)
+    program = start("--capture", "x11", display=x.name)
+    identifier = eventually(lambda: windows_of(sources_on(x, tmp_path), "Owner (app)"), 10,
+                            "it is listed")[0]
+    program.command(f"share {identifier}")
+    program.wait_until_sharing()
+    mine.hide("document")
+    eventually(lambda: "Iconic" in x.run("xprop", "-name", "document", "WM_STATE"), 10, "minimised")
+    program.command(f"share {identifier}")
+    program.command("sources")
+    program.wait_for_line(f"{identifier}\tOwner \\(app\\)")
+    assert program.status()["sharing"]
+    mine.close("document")
+    program.wait_for_line("Sharing stopped: ")
+    assert not program.status()["sharing"]
+
+
+def test_windows_beyond_the_coordinates_leave_the_x_server_alone(start, x, owner, tmp_path):
+    mine = owner("mine")
+    mine.open("document", 100, 100, 400, 300, BLUE)
+    mine.open("huge", 0, 0, 40000, 300, SECRET)
+    program = start("--capture", "x11", display=x.name)
+    titles = sources_on(x, tmp_path)
+    assert not windows_of(titles, "Owner: huge")
+    program.command(f"share {windows_of(titles, 'Owner (app)')[0]}")
+    program.wait_until_sharing()
+    with Watcher(program) as watcher:
+        watcher.until_colour(BLUE, 200, 150)
+    assert sources_on(x, tmp_path) == titles
 
 
 def test_a_window_gone_since_the_list(start, x, owner, tmp_path):

@@ -51,21 +51,23 @@ void X11AppWindows::add(xcb_window_t window) try {
   windows_.insert_or_assign(window, open(window));
   layersMayDiffer_ = true;
 } catch (const X11Error& error) {
-  if (error.kind() != X11Error::Case::requestRefused) throw;  // else it is gone already
+  const bool isGone = error.kind() == X11Error::Case::requestRefused;
+  const bool hasGrown = error.kind() == X11Error::Case::windowTooLarge;
+  if (!isGone && !hasGrown) throw;
 }
 
 X11AppWindows::Known X11AppWindows::open(xcb_window_t window) const {
   const auto attributes = connection_.reply(xcb_get_window_attributes_reply,
                                             xcb_get_window_attributes(connection_.get(), window));
+  const auto geometry =
+      connection_.reply(xcb_get_geometry_reply, xcb_get_geometry(connection_.get(), window));
   if (attributes->_class != XCB_WINDOW_CLASS_INPUT_OUTPUT ||
-      !isBGRA(connection_, attributes->visual)) {
+      !isBGRA(connection_, attributes->visual) || !fitsPixmap(*geometry)) {
     // its end is all that matters of it
     const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     xcb_change_window_attributes(connection_.get(), window, XCB_CW_EVENT_MASK, &events);
     return {};
   }
-  const auto geometry =
-      connection_.reply(xcb_get_geometry_reply, xcb_get_geometry(connection_.get(), window));
   return {std::make_unique<X11WindowContent>(connection_, window, hasXFixes_),
           geometry->depth != connection_.screen().root_depth};
 }
@@ -99,8 +101,6 @@ bool X11AppWindows::comeOrGo(const xcb_generic_event_t& event) {
   return layersMayDiffer_ = true;
 }
 
-void X11AppWindows::follow() {
-  if (!layersMayDiffer_) return;
 /// A window that has just been made claims nothing yet: those known tell for their client.
 bool X11AppWindows::isOwn(xcb_window_t window) const {
   std::vector<xcb_window_t> windows{window};
@@ -109,6 +109,8 @@ bool X11AppWindows::isOwn(xcb_window_t window) const {
   return X11ClientProcesses(connection_, atoms_, windows).processOf(window) == processID_;
 }
 
+void X11AppWindows::follow() {
+  if (!layersMayDiffer_) return;
   layersMayDiffer_ = false;
   for (const auto& [window, known] : windows_) {
     if (known.content) known.content->follow();

@@ -63,11 +63,15 @@ ShareableContent X11CaptureService::listContent() {
   for (const X11Display& display : listDisplays(connection)) {
     content.displays.push_back(shareableDisplay(display, scale));
   }
-  content.windows = listWindows(connection, scale);
+  auto [inSight, outOfSight] = listWindows(connection, scale);
+  content.windows = std::move(inSight);
+  content.windowsOutOfSight = std::move(outOfSight);
   content.applications = applicationsOf(content.windows);
   listed_.clear();
-  for (const ShareableWindow& window : content.windows) {
-    if (window.application) listed_.emplace(window.windowID, window.application->processID);
+  for (const auto* windows : {&content.windows, &content.windowsOutOfSight}) {
+    for (const ShareableWindow& window : *windows) {
+      if (window.application) listed_.emplace(window.windowID, window.application->processID);
+    }
   }
   return content;
 }

@@ -17,6 +17,10 @@ X11Error X11Error::malformedReply() {
   return {Case::malformedReply, "the X server sent a malformed reply"};
 }
 
+X11Error X11Error::windowTooLarge() {
+  return {Case::windowTooLarge, "the window is too large to be shared"};
+}
+
 X11Error X11Error::outOfMemory() {
   return {Case::outOfMemory, "there is not enough memory for a picture of the display"};
 }

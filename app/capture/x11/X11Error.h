@@ -21,6 +21,7 @@ class X11Error : public std::runtime_error {
     unsupportedPixels,
     displayGone,
     windowGone,
+    windowTooLarge,
     applicationGone,
     outOfMemory,
   };
@@ -31,6 +32,7 @@ class X11Error : public std::runtime_error {
   static X11Error refused(std::uint8_t code);
   static X11Error connectionLost();
   static X11Error malformedReply();
+  static X11Error windowTooLarge();
   static X11Error outOfMemory();
 
   Case kind() const { return kind_; }

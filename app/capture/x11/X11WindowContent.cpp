@@ -1,6 +1,7 @@
 #include "app/capture/x11/X11WindowContent.h"
 
 #include "app/capture/x11/X11Connection.h"
+#include "app/capture/x11/X11Error.h"
 #include "app/capture/x11/X11Event.h"
 #include "app/capture/x11/X11Repaint.h"
 
@@ -10,6 +11,12 @@
 #include <limits>
 
 namespace tarvinel {
+
+bool fitsPixmap(const xcb_get_geometry_reply_t& window) {
+  constexpr int longest = std::numeric_limits<std::int16_t>::max();
+  const int borders = 2 * window.border_width;
+  return window.width + borders <= longest && window.height + borders <= longest;
+}
 
 X11WindowContent::X11WindowContent(const X11Connection& connection, xcb_window_t window,
                                    bool hasXFixes)
@@ -28,7 +35,7 @@ X11WindowContent::~X11WindowContent() {
   }
 }
 
-/// Returns the size that later events tell changes of.
+/// Returns the size that later events tell changes of, if a window of that size may be redirected.
 X11WindowContent::Size X11WindowContent::watch() const {
   const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_VISIBILITY_CHANGE |
                                XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_ENTER_WINDOW |
@@ -36,6 +43,7 @@ X11WindowContent::Size X11WindowContent::watch() const {
   xcb_change_window_attributes(connection_.get(), window_, XCB_CW_EVENT_MASK, &events);
   const auto geometry =
       connection_.reply(xcb_get_geometry_reply, xcb_get_geometry(connection_.get(), window_));
+  if (!fitsPixmap(*geometry)) throw X11Error::windowTooLarge();
   return {geometry->width, geometry->height, geometry->border_width};
 }
 

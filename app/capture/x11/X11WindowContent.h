@@ -13,6 +13,10 @@ namespace tarvinel {
 
 class X11Connection;
 
+/// Whether a window, its border included, has the size of a pixmap that X11's signed coordinates
+/// can address. To redirect one on the screen that has not ends the X server. Pure.
+bool fitsPixmap(const xcb_get_geometry_reply_t& window);
+
 /// What one window draws, be it covered, half off the screen or minimised: the server is told to
 /// let it draw into a pixmap of its own, and that is what is looked at. Must not outlive the
 /// connection, on which XFixes and Composite have been negotiated.
@@ -23,7 +27,8 @@ class X11Connection;
 /// the owner is asked to paint it anew; no pixel of it is looked at before.
 class X11WindowContent {
  public:
-  /// Throws X11Error, with requestRefused when there is no such window or it cannot be drawn into.
+  /// Throws X11Error, with requestRefused when there is no such window or it cannot be drawn into,
+  /// with windowTooLarge when it does not fit a pixmap.
   X11WindowContent(const X11Connection& connection, xcb_window_t window, bool hasXFixes);
   ~X11WindowContent();
   X11WindowContent(const X11WindowContent&) = delete;

@@ -6,6 +6,7 @@
 #include "app/capture/x11/X11Connection.h"
 #include "app/capture/x11/X11IconicState.h"
 #include "app/capture/x11/X11Property.h"
+#include "app/capture/x11/X11WindowContent.h"
 #include "app/capture/x11/X11WindowMargins.h"
 #include "app/capture/x11/X11Workspace.h"
 
@@ -163,6 +164,7 @@ std::vector<X11WindowFacts> readWindowFacts(const X11Connection& connection, con
     facts.processID = processes.processOf(windows[i]);
     facts.isOnScreen =
         !isHidden(answers, atoms, shown) && !facts.area.intersection(screen).isEmpty();
+    facts.canBeCaptured = fitsPixmap(*answers.geometry);
     known.push_back(std::move(facts));
   }
   return known;

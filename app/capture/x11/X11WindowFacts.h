@@ -25,6 +25,7 @@ struct X11WindowFacts {
   Role role = Role::ordinary;
   PixelRect area;           ///< on the root window, without the window manager's frame
   bool isOnScreen = false;  ///< neither minimised nor on another desktop nor off the screen
+  bool canBeCaptured = false;
 };
 
 /// Reads the facts of all these windows at once; one that is gone is left out. Throws X11Error.

@@ -36,13 +36,14 @@ ShareableWindow shareableWindow(const X11WindowFacts& facts, int scale, std::int
   return window;
 }
 
-std::vector<ShareableWindow> listWindows(const X11Connection& connection, int scale) {
+X11WindowList listWindows(const X11Connection& connection, int scale) {
   const X11Atoms atoms(connection);
-  std::vector<ShareableWindow> windows;
+  X11WindowList windows;
   for (const X11WindowFacts& facts :
        readWindowFacts(connection, atoms, listClientWindows(connection, atoms))) {
-    if (!facts.isOnScreen || facts.role == X11WindowFacts::Role::desktop) continue;
-    windows.push_back(shareableWindow(facts, scale, getpid()));
+    if (facts.role == X11WindowFacts::Role::desktop) continue;
+    auto& those = facts.isOnScreen && facts.canBeCaptured ? windows.inSight : windows.outOfSight;
+    those.push_back(shareableWindow(facts, scale, getpid()));
   }
   return windows;
 }

@@ -14,9 +14,14 @@ class X11Connection;
 /// other runs of this program carry the program's identifier, by which they are left out. Pure.
 ShareableWindow shareableWindow(const X11WindowFacts& facts, int scale, std::int32_t ownProcess);
 
-/// The windows that are on the screen now, lowest first, those of the desktop itself left out.
+/// The windows of programs, lowest first, those of the desktop itself left out.
+struct X11WindowList {
+  std::vector<ShareableWindow> inSight;     ///< on the screen, and such as can be captured
+  std::vector<ShareableWindow> outOfSight;  ///< the others
+};
+
 /// Throws X11Error.
-std::vector<ShareableWindow> listWindows(const X11Connection& connection, int scale);
+X11WindowList listWindows(const X11Connection& connection, int scale);
 
 /// The applications that own those windows, each once. Pure.
 std::vector<ShareableApplication> applicationsOf(const std::vector<ShareableWindow>& windows);

@@ -10,11 +10,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <future>
+#include <iterator>
 #include <mutex>
 #include <system_error>
+#include <utility>
 
 namespace tarvinel {
 namespace {
@@ -414,6 +417,23 @@ TEST_F(CaptureEngineTest, AStreamThatStopsWhileStartingFailsTheStart) {
   EXPECT_EQ(textOf(started.get_future().get().error()), "closed");
 }
 
+TEST_F(CaptureEngineTest, WhatIsSharedOrAboutToBeStaysListedWhileItExists) {
+  const auto idOf = [](const CaptureSource& source) { return source.id; };
+  const auto listed = [&] {
+    std::vector<std::string> ids;
+    std::ranges::transform(list().value(), std::back_inserter(ids), idOf);
+    return ids;
+  };
+  const auto sources = list().value();
+  start(*std::ranges::find(sources, "window-7", idOf)).value();
+  onQueue([this] { screen.holdStarts = true; });
+  engine.start(*std::ranges::find(sources, "app-100", idOf), {}, [](const Result<void>&) {});
+  onQueue([this] { screen.content.windowsOutOfSight = std::move(screen.content.windows); });
+  EXPECT_THAT(listed(), ElementsAre("display-1", "app-100", "window-7"));
+  stop().value();
+  EXPECT_THAT(listed(), ElementsAre("display-1"));
+}
+
 // Stopping
 
 TEST_F(CaptureEngineTest, StopEndsTheStream) {
@@ -458,7 +478,9 @@ TEST_F(CaptureEngineTest, NoFrameIsPublishedAfterTheStopCompleted) {
 
 TEST_F(CaptureEngineTest, AStreamThatStopsByItselfIsReportedAndDropped) {
   std::promise<std::string> reported;
-  engine.setOnStop([&](const Result<void>& why) { reported.set_value(textOf(why.error())); });
+  engine.setOnStop([&](std::uint64_t /*capture*/, const Result<void>& why) {
+    reported.set_value(textOf(why.error()));
+  });
   capture();
   deliver(picture(), 1.0);
   onQueue([this] { screen.streams.at(0)->handlers.onStop(failure("display unplugged")); });
@@ -478,12 +500,22 @@ TEST_F(CaptureEngineTest, AStreamThatStopsByItselfNeedsNobodyToListen) {
 }
 
 TEST_F(CaptureEngineTest, ALateReportOfAnOlderStreamLeavesTheCurrentOneAlone) {
-  std::promise<std::string> reported;
-  engine.setOnStop([&](const Result<void>& why) { reported.set_value(textOf(why.error())); });
-  capture();
-  capture();
+  const CaptureSource source = displaySource();
+  const auto startNumbered = [&] {
+    std::promise<void> done;
+    const auto number =
+        engine.start(source, {}, [&](const Result<void>& /*outcome*/) { done.set_value(); });
+    done.get_future().wait();
+    return number;
+  };
+  std::promise<std::pair<std::uint64_t, std::string>> reported;
+  engine.setOnStop([&](std::uint64_t capture, const Result<void>& why) {
+    reported.set_value({capture, textOf(why.error())});
+  });
+  const std::uint64_t first = startNumbered();
+  EXPECT_NE(startNumbered(), first);
   onQueue([this] { screen.streams.at(0)->handlers.onStop(failure("old")); });
-  EXPECT_EQ(reported.get_future().get(), "old");
+  EXPECT_EQ(reported.get_future().get(), std::pair(first, std::string("old")));
   EXPECT_EQ(log.lines().back(), "capture|error|stream stopped: old");
   deliver(picture(), 1.0, 1);
   EXPECT_EQ(encodingCount(), 1U);

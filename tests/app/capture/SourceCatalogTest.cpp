@@ -77,6 +77,38 @@ TEST(SourceCatalog, DoesNotKnowOtherSources) {
   }
 }
 
+TEST(SourceCatalog, KeepsWhatIsSharedForAsLongAsItExists) {
+  const SourceCatalog before(desktop(), std::nullopt);
+  std::vector<SourceCatalog::Entry> shared;
+  for (const CaptureSource& source : before.sources())
+    shared.push_back({source, before.filter(source.id).value()});
+  ShareableContent content = desktop();
+  content.displays.pop_back();
+  content.windowsOutOfSight.push_back(content.windows.front());
+  content.windows.clear();
+  const SourceCatalog minimised(content, std::nullopt, shared);
+  EXPECT_THAT(titles(minimised),
+              ElementsAre("Display 1 (main) 1512×982", "Editor (app)", "Editor: notes"));
+  EXPECT_EQ(minimised.filter("window-7")->windowID, 7U);
+  EXPECT_EQ(minimised.filter("app-100")->processID, 100);
+  EXPECT_THAT(titles(SourceCatalog(content, std::nullopt)),
+              ElementsAre("Display 1 (main) 1512×982"))
+      << "nothing else that is out of sight is listed";
+  content.windowsOutOfSight.clear();
+  EXPECT_THAT(titles(SourceCatalog(content, std::nullopt, shared)),
+              ElementsAre("Display 1 (main) 1512×982"));
+}
+
+TEST(SourceCatalog, KeepsWhatIsSharedAlthoughItBecameTooSmallToBeOffered) {
+  const SourceCatalog before(desktop(), std::nullopt);
+  ShareableContent content = desktop();
+  content.windows.front().frame = {1600, 0, 100, 100};
+  content.windows.front().title = std::nullopt;
+  const SourceCatalog catalog(content, std::nullopt,
+                              {{before.sources().back(), before.filter("window-7").value()}});
+  EXPECT_EQ(catalog.sources().back(), before.sources().back());
+}
+
 TEST(SourceCatalog, IsEmptyWithoutContent) {
   EXPECT_THAT(SourceCatalog({}, std::nullopt).sources(), IsEmpty());
   EXPECT_THAT(SourceCatalog().sources(), IsEmpty());

@@ -57,6 +57,13 @@ TEST_F(X11AppSourceTest, ItsWindowsAreSeenInTheirOrderAndBlackElsewhere) {
   EXPECT_FALSE(log.hasShown(0xFF00FF));
 }
 
+TEST_F(X11AppSourceTest, AWindowThatIsTooLargeToBeCapturedIsLeftOut) {
+  const XWindow huge(x11.client, {0, 0, 40000, 200}, {.background = red});
+  const XWindow window(x11.client, {20, 20, 100, 100}, ordinaryLook);
+  start();
+  EXPECT_EQ(frameWith(blue, 20, 20).at(0, 0), 0U);
+}
+
 TEST_F(X11AppSourceTest, MenusComeAndGo) {
   XWindow window(x11.client, {20, 20, 200, 150}, ordinaryLook);
   start();

@@ -1,3 +1,4 @@
+#include "app/capture/x11/X11Windows.h"
 #include "core/support/ApplicationIdentifier.h"
 #include "tests/support/X11Capture.h"
 #include "tests/support/XWindow.h"
@@ -21,11 +22,15 @@ using testing::SizeIs;
 
 const XWindow::Look greyLook{.background = 0x808080};
 
-std::vector<std::uint32_t> idsOf(const ShareableContent& content) {
+std::vector<std::uint32_t> idsOf(const std::vector<ShareableWindow>& windows) {
   std::vector<std::uint32_t> ids;
-  for (const ShareableWindow& window : content.windows)
+  for (const ShareableWindow& window : windows)
     ids.push_back(window.windowID);
   return ids;
+}
+
+std::vector<std::uint32_t> idsOf(const ShareableContent& content) {
+  return idsOf(content.windows);
 }
 
 /// A screen without a window manager.
@@ -91,7 +96,29 @@ TEST_F(X11WindowList, LeavesOutWhatIsNotOnTheScreen) {
   XWindow desktop(x11.client, {0, 0, 800, 600}, greyLook);
   desktop.setNumbers("_NET_WM_WINDOW_TYPE", "ATOM",
                      {x11.client.atom("_NET_WM_WINDOW_TYPE_DESKTOP")});
-  EXPECT_THAT(idsOf(x11.run.content()), ElementsAre(partly.id()));
+  const auto content = x11.run.content();
+  EXPECT_THAT(idsOf(content), ElementsAre(partly.id()));
+  EXPECT_THAT(idsOf(content.windowsOutOfSight),
+              ElementsAre(hidden.id(), outside.id(), minimised.id(), onAnotherWorkspace.id()));
+}
+
+TEST_F(X11WindowList, LeavesOutWhatIsTooLargeToBeCaptured) {
+  const XWindow::Look withBorder{.background = 0x808080, .border = 1};
+  const XWindow wide(x11.client, {0, 0, 32766, 200}, withBorder);
+  const XWindow high(x11.client, {0, 0, 200, 32766}, withBorder);
+  const XWindow beyondAll(x11.client, {0, 0, 65535, 200}, greyLook);
+  const XWindow fits(x11.client, {0, 0, 32765, 200}, withBorder);
+  EXPECT_THAT(idsOf(x11.run.content()), ElementsAre(fits.id()));
+}
+
+TEST(ShareableWindow, OfAnotherRunOfThisProgramIsKnownByItsClass) {
+  constexpr std::int32_t ownProcess = 100;
+  X11WindowFacts facts;
+  facts.processID = 200;
+  facts.className = "Editor";
+  EXPECT_EQ(shareableWindow(facts, 1, ownProcess).application->bundleID, std::nullopt);
+  facts.className = "Tarvinel";
+  EXPECT_EQ(shareableWindow(facts, 1, ownProcess).application->bundleID, applicationIdentifier);
 }
 
 TEST_F(X11WindowList, LeavesOutWhatIsOnAnotherWorkspaceThanTheOnlyOneShown) {

@@ -66,6 +66,20 @@ TEST_F(X11WindowSourceTest, ACoveredWindowIsSeenAndNothingElse) {
   EXPECT_FALSE(log.hasShown(secret));
 }
 
+TEST_F(X11WindowSourceTest, AWindowThatIsTooLargeIsRejectedAndTheServerLives) {
+  for (const PixelRect& area : {PixelRect{0, 0, 32767, 50}, PixelRect{0, 0, 50, 32766}}) {
+    const XWindow huge(x11.client, area, {.background = red, .border = 1});
+    try {
+      x11.run.startWindow(huge.id());
+      ADD_FAILURE() << "it was taken";
+    } catch (const X11Error& error) {
+      EXPECT_EQ(error.kind(), X11Error::Case::windowTooLarge);
+      EXPECT_STREQ(error.what(), "the window is too large to be shared");
+    }
+    x11.client.sync();
+  }
+}
+
 TEST_F(X11WindowSourceTest, WhatLiesBeyondTheScreenIsSeen) {
   XWindow window(x11.client, {280, 200, 120, 100}, onBlue);
   x11.run.startWindow(window.id());
