@@ -3,11 +3,15 @@
 #include "app/capture/CaptureError.h"
 #include "core/frames/JPEGSize.h"
 #include "core/frames/StreamPolicy.h"
+#include "core/http/StreamServerError.h"
 #include "core/net/LocalAddresses.h"
+#include "core/pages/HelpPage.h"
 #include "core/pages/ViewerPage.h"
 #include "core/support/ApplicationIdentifier.h"
+#include "core/support/ReplacedFile.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <utility>
@@ -29,6 +33,25 @@ std::string countOfViewers(std::int64_t count) {
 
 std::string_view linkName(bool isWired) {
   return isWired ? "Ethernet" : "Wi-Fi";
+}
+
+/// Why the server may not have its port; none when it failed for another reason.
+std::optional<std::error_code> refusalIn(const std::exception_ptr& error) {
+  try {
+    std::rethrow_exception(error);
+  } catch (const StreamServerError& failure) {
+    return failure.which() == StreamServerError::Case::bindFailed ? std::optional(failure.code())
+                                                                  : std::nullopt;
+  } catch (...) {
+    return std::nullopt;
+  }
+}
+
+/// The brand but for what only a server has.
+std::optional<BrandConfig> withoutFiles(std::optional<BrandConfig> brand) {
+  if (brand) brand->image.reset();
+  if (brand) brand->font.reset();
+  return brand;
 }
 
 std::string waitingText(const std::optional<BrandConfig>& brand) {
@@ -118,18 +141,27 @@ void AppModel::startServer() {
 }
 
 void AppModel::serverStarted(const Result<std::uint16_t>& port) {
-  if (!port.ok()) {
-    const std::string reason = describe(port.error());
-    logger_->error("server start failed on port {}: {}", config_.port, reason);
-    update(serverError_,
-           std::optional(fmt::format("Can't listen on port {}: {}", config_.port, reason)));
-    return;
-  }
+  if (!port.ok()) return serverFailed(port.error());
   update(serverError_, {});
   update(boundPort_, port.value());
   const auto host = platform_.preferredHost();
   showAddress(host);
   publishName(host);
+  introduce();
+}
+
+void AppModel::serverFailed(const std::exception_ptr& error) {
+  const std::string reason = describe(error);
+  logger_->error("server start failed on port {}: {}", config_.port, reason);
+  update(serverError_,
+         std::optional(fmt::format("Can't listen on port {}: {}", config_.port, reason)));
+  std::vector<std::string> lines{*serverError_ + "."};
+  const auto refusal = refusalIn(error);
+  if (refusal && platform_.portAdvice) {
+    for (std::string& line : platform_.portAdvice(config_.port, *refusal))
+      lines.push_back(std::move(line));
+  }
+  platform_.desktop.notify("Nobody can open Tarvinel", fmt::format("{}", fmt::join(lines, "\n")));
 }
 
 void AppModel::showAddress(const std::optional<std::string>& host) {
@@ -157,6 +189,7 @@ void AppModel::sourcesListed(Result<std::vector<CaptureSource>> sources) {
   if (isSharing_ && !isStarting_ && source(sharedID_) == nullptr) {
     stopBecause(CaptureError(CaptureError::Case::unknownSource).what());
   }
+  if (selectedID_ && source(selectedID_) == nullptr) update(selectedID_, {});
 }
 
 void AppModel::share(const std::string& sourceID, std::function<void()> unlisted) {
@@ -189,7 +222,6 @@ const CaptureSource* AppModel::source(const std::optional<std::string>& id) cons
 void AppModel::startSharing() {
   const CaptureSource* selected = source(selectedID_);
   if (selected == nullptr) return;
-  if (selectedID_ && source(selectedID_) == nullptr) update(selectedID_, {});
   const std::uint64_t share = ++currentShare_;
   isStarting_ = true;
   update(captureError_, {});
@@ -210,6 +242,7 @@ void AppModel::sharingStarted(std::uint64_t share, const CaptureSource& source,
     setMotionRate(firstMotionRate());  // what the engine begins with
     sharingFlag_->startSharing(source.title);
     sharedID_ = source.id;
+    sharedCapture_ = startedCapture_;
     setSharing(true);
   } else if (!isRefusal(outcome.error())) {
     update(captureError_, std::optional(describe(outcome.error())));
@@ -244,7 +277,6 @@ void AppModel::stopBecause(const std::string& reason) {
   stopSharing();
 }
 
-    sharedCapture_ = startedCapture_;
 // The presenter may be looking at something else.
 void AppModel::tellStopped(const std::string& reason) {
   update(captureError_, std::optional("Sharing stopped: " + reason));
@@ -258,6 +290,7 @@ void AppModel::endShare() {
 }
 
 void AppModel::showNotSharing() {
+  sharedCapture_ = 0;
   sharingFlag_->stopSharing();
   setSharing(false);
 }
@@ -278,11 +311,25 @@ void AppModel::hidePicture() {
 }
 
 void AppModel::openHelp() {
-  if (serverURL_) platform_.desktop.openInBrowser(*serverURL_ + "help");
+  if (serverURL_) return platform_.desktop.openInBrowser(*serverURL_ + "help");
+  const auto written = resultOf([this] {
+    replaceFile(platform_.helpFile, HelpPage::html(withoutFiles(config_.brand), config_.hostname));
+  });
+  if (written.ok()) return platform_.desktop.openFile(platform_.helpFile);
+  const auto problem = fmt::format("help page at {} could not be written: {}",
+                                   platform_.helpFile.string(), describe(written.error()));
+  logger_->error(problem);
+  platform_.desktop.notify("Tarvinel Help", problem);
 }
 
 void AppModel::appearedInTray() {
-  if (userDefaults_.boolean(introducedKey)) return;
+  isInTray_ = true;
+  introduce();
+}
+
+// An invitation to share makes sense once there is a place for viewers to see it.
+void AppModel::introduce() {
+  if (!isInTray_ || !serverURL_ || userDefaults_.boolean(introducedKey)) return;
   userDefaults_.set(introducedKey, true);
   platform_.desktop.notify("Tarvinel is in the panel", "Click on its icon to share your screen.");
 }
@@ -290,7 +337,6 @@ void AppModel::appearedInTray() {
 void AppModel::tick() {
   ++tickCount_;
   // a folder on a disk that hangs does not keep viewers waiting
-  sharedCapture_ = 0;
   if (tickCount_ == ticksBeforeServerWithoutUploads) startServer();
   update(measuredMbps_, trafficMeter_.measure(broadcaster_.bytesSent()));
   update(viewerCount_, static_cast<std::int64_t>(broadcaster_.viewerCount()));
@@ -317,6 +363,10 @@ void AppModel::retuneMotionRate() {
                 linkName(isWired_));
 }
 
+std::int64_t AppModel::firstMotionRate() const {
+  return config_.motionFps.value_or(FrameSettings::defaultMotionFPS);
+}
+
 void AppModel::setMotionRate(std::int64_t rate) {
   sharingFlag_->setMotionFPS(rate);
   update(motionFPS_, rate);
@@ -341,7 +391,3 @@ std::optional<std::string> AppModel::streamLine() const {
 }
 
 }  // namespace tarvinel
-std::int64_t AppModel::firstMotionRate() const {
-  return config_.motionFps.value_or(FrameSettings::defaultMotionFPS);
-}
-

@@ -26,11 +26,13 @@
 #include "core/uploads/UploadStore.h"
 
 #include <cstdint>
+#include <exception>
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace tarvinel {
@@ -62,6 +64,10 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     /// How to listen on port 80 when this process may not; null when there is no other way.
     StreamServer::ListenerFallback listenerForPort80 = {};
     UpdateController::Factory updateController = {};  ///< none: nothing looks for updates
+    /// What the presenter can do where the server was refused a port, a line each; may be null.
+    std::function<std::vector<std::string>(std::uint16_t port, std::error_code refusal)>
+        portAdvice = {};
+    std::filesystem::path helpFile = {};  ///< for the help page while no server has it
   };
 
   /// What becomes of uploads at launch.
@@ -155,10 +161,11 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
 
   void revealUploadFolder();
 
-  /// Opens the help page once the server listens.
+  /// Opens the help page: the server's, or a file of the same content while none listens.
   void openHelp();
 
-  /// The program's icon is in a tray now: tells who has never seen it there where it lives.
+  /// The program's icon is in a tray now: who has never seen it there is told where it lives, once
+  /// the server listens.
   void appearedInTray();
 
   /// Looks for a new version, if that can be done.
@@ -172,6 +179,8 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   void linkChanged(bool isWired);
   void startServer();
   void serverStarted(const Result<std::uint16_t>& port);
+  void serverFailed(const std::exception_ptr& error);
+  void introduce();
   void showAddress(const std::optional<std::string>& host);
   void sourcesListed(Result<std::vector<CaptureSource>> sources);
   void sharingStarted(std::uint64_t share, const CaptureSource& source,
@@ -200,6 +209,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
 
   void tick();
   void retuneMotionRate();
+  std::int64_t firstMotionRate() const;
   void setMotionRate(std::int64_t rate);
   void refreshAddress();
 
@@ -209,7 +219,6 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   void update(T& field, T value) {
     if (field == value) return;
     field = std::move(value);
-  std::int64_t firstMotionRate() const;
     changed();
   }
 
@@ -265,6 +274,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   TrafficMeter trafficMeter_;
   std::uint16_t boundPort_ = 80;
   bool serverAsked_ = false;  ///< to start
+  bool isInTray_ = false;
   bool uploadsEnabled_ = false;
   std::filesystem::path uploadFolder_;
   bool uploadPerParticipant_ = false;

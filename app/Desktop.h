@@ -20,6 +20,9 @@ class Desktop {
 
   virtual void openInBrowser(const std::string& url) = 0;
 
+  /// Opens a file in the program that the presenter has for its type.
+  virtual void openFile(const std::filesystem::path& file) = 0;
+
   /// Opens the settings that say which programs may capture the screen.
   virtual void openPrivacySettings() = 0;
 

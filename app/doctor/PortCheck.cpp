@@ -103,6 +103,16 @@ PortFacts PortFacts::of(std::uint16_t port, const std::filesystem::path& helper)
   return facts;
 }
 
+PortFacts PortFacts::afterRefusal(std::uint16_t port, int error,
+                                  const std::filesystem::path& helper) {
+  PortFacts facts{.port = port, .error = error, .helperPlace = helper};
+  if (error == EACCES && port == BindHelper::port) {
+    facts.helper = isThere(helper) ? Helper::mayNot : Helper::isMissing;
+  }
+  if (error == EADDRINUSE) facts.holder = PortHolder::of(port);
+  return facts;
+}
+
 Findings judge(const PortFacts& facts) {
   switch (facts.error) {
     case 0:

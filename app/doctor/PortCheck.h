@@ -20,6 +20,10 @@ struct PortFacts {
   std::filesystem::path helperPlace = {};
   std::optional<PortHolder> holder = {};  ///< when the port is taken
 
+  /// What is known of a port that this program was refused, without another attempt. `error` is an
+  /// errno, `helper` the place of the helper.
+  static PortFacts afterRefusal(std::uint16_t port, int error, const std::filesystem::path& helper);
+
   /// Tries. `helper` is the place of the helper. Blocks for some seconds at the most.
   static PortFacts of(std::uint16_t port, const std::filesystem::path& helper);
 };

@@ -117,7 +117,7 @@ std::vector<MenuItem> MenuView::uploadItems() const {
 std::vector<MenuItem> MenuView::programItems() const {
   return {MenuItem::button("Check for Updates…", {Action::checkForUpdates},
                            model_.canCheckForUpdates()),
-          MenuItem::button("Tarvinel Help", {Action::openHelp}, model_.serverURL().has_value()),
+          MenuItem::button("Tarvinel Help", {Action::openHelp}),
           MenuItem::button("Quit Tarvinel", {Action::quit}, true, 'Q')};
 }
 

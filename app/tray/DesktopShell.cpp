@@ -6,6 +6,9 @@
 #include "app/tray/Notifications.h"
 #include "app/tray/PrivacySettings.h"
 
+#include <QFile>
+#include <QUrl>
+
 #include <utility>
 
 namespace tarvinel {
@@ -20,6 +23,12 @@ void DesktopShell::copy(const std::string& text) {
 void DesktopShell::openInBrowser(const std::string& url) {
   if (openByDefault(QString::fromStdString(url))) return;
   notify("No browser was found", "Open " + url + " in a browser.");
+}
+
+void DesktopShell::openFile(const std::filesystem::path& file) {
+  openInBrowser(QUrl::fromLocalFile(QFile::decodeName(file.c_str()))
+                    .toString(QUrl::FullyEncoded)
+                    .toStdString());
 }
 
 void DesktopShell::openPrivacySettings() {

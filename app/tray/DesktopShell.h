@@ -22,6 +22,7 @@ class DesktopShell : public Desktop {
 
   void copy(const std::string& text) override;
   void openInBrowser(const std::string& url) override;
+  void openFile(const std::filesystem::path& file) override;
   void openPrivacySettings() override;
   void chooseFolder(const std::filesystem::path& current,
                     std::function<void(std::filesystem::path)> chosen) override;

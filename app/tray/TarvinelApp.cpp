@@ -1,11 +1,14 @@
 #include "app/tray/TarvinelApp.h"
 
 #include "app/Configuration.h"
+#include "app/PortHelper.h"
 #include "app/ProgramParts.h"
+#include "app/doctor/PortCheck.h"
 #include "app/tray/ProgramIcons.h"
 #include "app/tray/ToolkitPlatform.h"
 #include "app/tray/updates/FeedUpdateController.h"
 #include "core/support/ApplicationIdentifier.h"
+#include "core/support/ApplicationSupport.h"
 
 #include <QApplication>
 #include <QPalette>
@@ -58,6 +61,18 @@ class Toolkit {
   int count_ = 3;
   QApplication application_{count_, arguments_};
 };
+
+/// What --doctor says of a port that the program was refused.
+std::vector<std::string> adviceOnPort(std::uint16_t port, std::error_code refusal) {
+  const auto facts =
+      PortFacts::afterRefusal(port, refusal.value(), PortHelper::ofThisProgram().place());
+  std::vector<std::string> lines;
+  for (const Finding& finding : judge(facts)) {
+    lines.push_back(finding.what);
+    lines.insert(lines.end(), finding.advice.begin(), finding.advice.end());
+  }
+  return lines;
+}
 
 /// Whether a person or a program reads what is printed, rather than a desktop's log.
 bool isRead(int fd) {
@@ -144,6 +159,8 @@ AppModel::Platform TarvinelApp::platform(const CommandLineOptions& options,
                       .logger = log_.category("app"),
                       .memory = UserDefaults::defaultFile().replace_filename("updates.json")});
   };
+  platform.portAdvice = adviceOnPort;
+  platform.helpFile = cacheFolder() / "Tarvinel/help.html";
   return platform;
 }
 

@@ -27,6 +27,10 @@ SupportEnvironment SupportEnvironment::current() {
   return {homeFolder(), absolutePath("XDG_CONFIG_HOME")};
 }
 
+std::filesystem::path cacheFolder() {
+  return absolutePath("XDG_CACHE_HOME").value_or(homeFolder() / ".cache");
+}
+
 std::filesystem::path applicationSupportFolder(const SupportEnvironment& environment) {
   auto configHome = environment.configFolder();
   auto library = environment.home / "Library/Application Support";

@@ -18,6 +18,10 @@ struct SupportEnvironment {
   std::filesystem::path configFolder() const { return configHome.value_or(home / ".config"); }
 };
 
+/// Where a desktop's programs keep what they can make again: $XDG_CACHE_HOME when it is an absolute
+/// path, else ~/.cache. Creates nothing.
+std::filesystem::path cacheFolder();
+
 /// The folder that holds "Tarvinel/config.json": the first of $XDG_CONFIG_HOME (~/.config unless
 /// set) and ~/Library/Application Support that has one. When none has: $XDG_CONFIG_HOME if it is
 /// set, else the latter. Creates nothing.

@@ -1,10 +1,13 @@
 #include "core/frames/MemoryPixelBuffer.h"
 #include "core/frames/StreamPolicy.h"
+#include "core/pages/HelpPage.h"
 #include "tests/app/ModelFixture.h"
 #include "tests/support/DecodedJPEG.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/TestClient.h"
 
+#include <asio/io_context.hpp>
+#include <asio/ip/tcp.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -808,3 +811,79 @@ TEST_F(AppModelTest, TellsOnceInALifeWhereItLives) {
 
 }  // namespace
 }  // namespace tarvinel
+TEST_F(AppModelTest, InvitesOnlyOnceTheServerListens) {
+  launch();
+  model->appearedInTray();
+  const std::string told =
+      "notify Tarvinel is in the panel: Click on its icon to share your screen.";
+  EXPECT_THAT(desktop.done, Not(Contains(told)));
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->serverURL().has_value(); }));
+  EXPECT_THAT(desktop.done, Contains(told).Times(1));
+}
+
+// Without a server
+
+/// A model whose port another program has.
+class WithoutServerTest : public AppModelTest {
+ protected:
+  void launch() override {
+    config.port = taken->local_endpoint().port();
+    AppModel::Platform withAdvice = platform(mainQueue);
+    withAdvice.portAdvice = [this](std::uint16_t port, std::error_code refusal) {
+      EXPECT_EQ(port, config.port);
+      EXPECT_EQ(refusal, std::errc::address_in_use);
+      return std::vector<std::string>{"It is taken.", "End that program."};
+    };
+    withAdvice.helpFile = folder / "cache/help.html";
+    model = AppModel::create(config, withAdvice, uploads);
+  }
+
+  void launchInVain() {
+    launch();
+    model->appearedInTray();
+    ASSERT_TRUE(mainQueue.runUntil([&] { return model->serverError().has_value(); }));
+  }
+
+  asio::io_context context;
+  std::optional<asio::ip::tcp::acceptor> taken{std::in_place, context,
+                                               asio::ip::tcp::endpoint(asio::ip::tcp::v4(), 0)};
+};
+
+TEST_F(WithoutServerTest, ThePresenterIsToldWhyAndWhatToDoAndNotInvited) {
+  launchInVain();
+  EXPECT_THAT(desktop.done,
+              ElementsAre("notify Nobody can open Tarvinel: Can't listen on port " +
+                          std::to_string(config.port) +
+                          ": Address already in use.\nIt is taken.\nEnd that program."));
+  taken.reset();
+  desktop.done.clear();
+  config.port = 0;
+  ModelFixture::launch();
+  model->appearedInTray();
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->serverURL().has_value(); }));
+  EXPECT_THAT(desktop.done, ElementsAre(StartsWith("notify Tarvinel is in the panel")))
+      << "the invitation comes with the first start that works";
+}
+
+TEST_F(WithoutServerTest, HelpOpensFromAFile) {
+  config.brand = BrandConfig{.name = "Studio", .image = "/logo.png", .font = "/font.woff2"};
+  config.hostname = "studio";
+  launchInVain();
+  desktop.done.clear();
+  model->openHelp();
+  EXPECT_THAT(desktop.done, ElementsAre("open " + (folder / "cache/help.html").string()));
+  const std::string page = folder.read("cache/help.html");
+  EXPECT_EQ(page, HelpPage::html(BrandConfig{.name = "Studio"}, "studio"));
+  EXPECT_THAT(page, Not(HasSubstr("/brand/"))) << "there is no server to have it from";
+}
+
+TEST_F(WithoutServerTest, AHelpFileThatCannotBeWrittenIsSaidAndNotOpened) {
+  folder.write("cache", "a file in place of the folder");
+  launchInVain();
+  desktop.done.clear();
+  model->openHelp();
+  EXPECT_THAT(desktop.done, ElementsAre(StartsWith("notify Tarvinel Help: ")));
+  EXPECT_THAT(log.lines(), Contains(StartsWith("app|error|help page at " +
+                                               (folder / "cache/help.html").string())));
+}
+

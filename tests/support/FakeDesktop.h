@@ -14,6 +14,9 @@ class FakeDesktop : public Desktop {
  public:
   void copy(const std::string& text) override { done.push_back("copy " + text); }
   void openInBrowser(const std::string& url) override { done.push_back("open " + url); }
+  void openFile(const std::filesystem::path& file) override {
+    done.push_back("open " + file.string());
+  }
   void openPrivacySettings() override { done.emplace_back("privacy settings"); }
   void chooseFolder(const std::filesystem::path& current,
                     std::function<void(std::filesystem::path)> whenChosen) override {

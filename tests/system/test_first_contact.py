@@ -1,6 +1,9 @@
 """What a person sees who starts the program for the first time, from wherever: never nothing."""
+import os
 import re
+import socket
 import subprocess
+from pathlib import Path
 
 import pytest
 
@@ -164,6 +167,41 @@ def test_the_first_start_in_a_tray_tells_where_it_is(desktop, start, notificatio
     tray.item().entry("Not sharing")
     assert again.running()
     assert len(notifications.shown) == 1, "told once is enough"
+
+
+def test_the_first_start_without_its_port_tells_what_to_do(desktop, start, notifications, tmp_path):
+    opener = tmp_path / "bin/xdg-open"
+    opener.parent.mkdir()
+    opener.write_text(f'#!/bin/sh\nprintf %s "$1" > {tmp_path}/opened\n')
+    opener.chmod(0o755)
+    variables = {**desktop.variables, "PATH": f"{opener.parent}:{os.environ['PATH']}"}
+    tray = desktop.start_tray()
+    with socket.create_server(("", 0)) as taken:
+        port = taken.getsockname()[1]
+        program = start(headless=False, display=desktop.screen.name, variables=variables,
+                        port=port, listening=False)
+        item = tray.item()
+        eventually(lambda: notifications.shown, LIMIT, "a notification")
+        title, text = notifications.shown[0]
+        assert title == "Nobody can open Tarvinel"
+        reason, holder, *advice = text.splitlines()
+        assert reason == f"Can't listen on port {port}: Address already in use."
+        assert holder.startswith(f"Port {port} is taken by python3 (process {os.getpid()}, ")
+        assert advice == ["End that program if it may end.",
+                          'Or set &quot;port&quot; in config.json, or start with --port 8080.']
+        item.click("Tarvinel Help")
+        opened = eventually(lambda: (tmp_path / "opened").exists()
+                            and (tmp_path / "opened").read_text(), LIMIT, "the help page")
+        assert opened == f"file://{tmp_path}/.cache/Tarvinel/help.html"
+        page = Path(opened.removeprefix("file://")).read_text()
+        assert "<title>Tarvinel Help</title>" in page
+        program.terminate()
+        assert program.wait(LIMIT) == 0
+    assert len(notifications.shown) == 1, "nobody is invited to share what nobody can see"
+    again = start_from_a_launcher(start, desktop)
+    eventually(lambda: len(notifications.shown) == 2, LIMIT, "the invitation")
+    assert notifications.shown[1][0] == "Tarvinel is in the panel"
+    assert again.running()
 
 
 def test_where_the_window_opens_nothing_is_told(desktop, start, notifications):

@@ -102,6 +102,20 @@ TEST(PortFacts, OfARealPort) {
   EXPECT_EQ(listenOnAllAddresses(port).error, 0) << "it was given back";
 }
 
+TEST(PortFacts, OfARefusalAreWhatTheDoctorWouldFind) {
+  const test::TemporaryFolder folder;
+  const auto helper = folder.write("tarvinel-bind", "");
+  const auto refused = PortFacts::afterRefusal(80, EACCES, helper);
+  EXPECT_EQ(judge(refused).front().advice.front(),
+            "Let the helper: sudo setcap cap_net_bind_service=ep " + helper.string());
+  EXPECT_EQ(PortFacts::afterRefusal(80, EACCES, folder / "none").helper, Helper::isMissing);
+  EXPECT_EQ(PortFacts::afterRefusal(443, EACCES, helper).helper, Helper::notAsked);
+  const ListeningSocket taken = listenOnAllAddresses(0);
+  const auto facts = PortFacts::afterRefusal(portOf(taken), EADDRINUSE, helper);
+  ASSERT_TRUE(facts.holder);
+  EXPECT_EQ(facts.holder->process, ::getpid());
+}
+
 TEST(ListeningEntry, IsFoundInTheKernelsTable) {
   constexpr std::string_view table =
       "  sl  local_address rem_address   st tx_queue rx_queue tr tm->when retrnsmt   uid  timeout "

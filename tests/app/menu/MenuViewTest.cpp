@@ -88,7 +88,7 @@ TEST_F(MenuViewTest, WhileTheServerStartsThereIsNoAddressAndLittleToDo) {
                           "submenu Source (disabled)", "button Start Sharing (disabled) Ctrl+S",
                           "-", "toggle Uploads (disabled)", "button Copy Upload Address (disabled)",
                           "submenu Upload Folder", "-", "button Check for Updates… (disabled)",
-                          "button Tarvinel Help (disabled)", "button Quit Tarvinel Ctrl+Q"));
+                          "button Tarvinel Help", "button Quit Tarvinel Ctrl+Q"));
 }
 
 TEST_F(MenuViewTest, WithoutASelectionSharingCannotStart) {
@@ -176,7 +176,7 @@ TEST_F(MenuViewTest, AServerThatCannotListenLeavesNothingToOpen) {
   EXPECT_EQ(shown[1],
             "text Can't listen on port " + std::to_string(taken) + ": Address already in use");
   EXPECT_THAT(shown, Not(Contains("text Starting server…")));
-  EXPECT_THAT(shown, IsSupersetOf({"toggle Uploads (disabled)", "button Tarvinel Help (disabled)",
+  EXPECT_THAT(shown, IsSupersetOf({"toggle Uploads (disabled)", "button Tarvinel Help",
                                    "button Copy Upload Address (disabled)",
                                    "button Quit Tarvinel Ctrl+Q"}));
 }

@@ -1,5 +1,6 @@
 #include "app/tray/DBusCall.h"
 #include "app/tray/DesktopShell.h"
+#include "tests/app/tray/FakeProgram.h"
 #include "tests/app/tray/FakeService.h"
 #include "tests/app/tray/PrivateBus.h"
 #include "tests/app/tray/SpinUntil.h"
@@ -19,6 +20,7 @@ namespace tarvinel {
 namespace {
 
 using test::always;
+using test::FakeProgram;
 using test::FakeService;
 using test::never;
 using test::PrivateBus;
@@ -87,6 +89,13 @@ class DesktopShellTest : public testing::Test {
 TEST_F(DesktopShellTest, CopiesToTheClipboard) {
   shell_->copy("http://ü/");
   EXPECT_EQ(QApplication::clipboard()->text(), QStringLiteral("http://ü/"));
+}
+
+TEST_F(DesktopShellTest, OpensAFileByItsAddress) {
+  const FakeProgram opener("xdg-open", R"(printf '%s' "$1" > "$0.out")");
+  shell_->openFile("/home/a b/ü#?.html");
+  EXPECT_TRUE(spinUntil(
+      [&] { return opener.output("xdg-open") == "file:///home/a%20b/%C3%BC%23%3F.html"; }));
 }
 
 TEST_F(DesktopShellTest, Quits) {
@@ -211,8 +220,6 @@ TEST_F(DesktopShellTest, ChoosesInTheToolkitsDialogWhenThePortalIsSilent) {
   EXPECT_TRUE(spinUntil([] { return openDialog() != nullptr; }));
 }
 
-}  // namespace
-}  // namespace tarvinel
 TEST_F(DesktopShellTest, APortalThatRepliesOnlyWhenTheToolkitsDialogIsOpenOpensNoSecondOne) {
   FakeService& service = serve(portal, never());
   choose();
@@ -243,3 +250,5 @@ TEST_F(DesktopShellTest, ADialogThatThePortalOpensForAnEarlierChoiceIsClosed) {
   EXPECT_EQ(openDialog(), nullptr);
 }
 
+}  // namespace
+}  // namespace tarvinel

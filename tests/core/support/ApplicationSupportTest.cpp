@@ -1,13 +1,16 @@
 #include "core/support/ApplicationSupport.h"
+#include "tests/support/HomeVariable.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 
 namespace tarvinel {
 namespace {
 
+using test::HomeVariable;
 using test::TemporaryFolder;
 
 /// A home without any settings.
@@ -21,6 +24,17 @@ class ApplicationSupportTest : public testing::Test {
   const std::filesystem::path dotConfig = home / ".config";
   const std::filesystem::path library = home / "Library/Application Support";
 };
+
+TEST_F(ApplicationSupportTest, TheCacheIsInTheHomeUnlessSetElsewhere) {
+  const HomeVariable here(home.path());
+  ::unsetenv("XDG_CACHE_HOME");
+  EXPECT_EQ(cacheFolder(), home / ".cache");
+  ::setenv("XDG_CACHE_HOME", "relative", 1);
+  EXPECT_EQ(cacheFolder(), home / ".cache");
+  ::setenv("XDG_CACHE_HOME", "/elsewhere", 1);
+  EXPECT_EQ(cacheFolder(), "/elsewhere");
+  ::unsetenv("XDG_CACHE_HOME");
+}
 
 TEST_F(ApplicationSupportTest, WithoutAnySettingsItIsTheLibraryUnlessAConfigHomeIsSet) {
   EXPECT_EQ(folder(), library);
