@@ -11,7 +11,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -137,6 +140,23 @@ TEST_F(AppModelTest, ASelectedSourceThatIsNoLongerListedIsDeselected) {
   model->select("display-7");
   onScreen([&] { screen.content.displays.front().displayID = 8; });
   refresh();
+  EXPECT_EQ(model->selectedID(), std::nullopt);
+  EXPECT_EQ(model->sources().front().id, "display-8");
+}
+
+TEST_F(AppModelTest, ASharedSourceThatIsNoLongerListedEndsTheShareWithAMessage) {
+  launchAndWait();
+  startSharing();
+  onScreen([&] { screen.content.displays.front().displayID = 8; });
+  refresh();
+  EXPECT_FALSE(model->isSharing());
+  EXPECT_EQ(model->selectedID(), std::nullopt);
+  EXPECT_EQ(model->statusLine(), "Not sharing");
+  const std::string why = "Sharing stopped: That source is no longer available. Pick another.";
+  EXPECT_EQ(model->captureError(), why);
+  EXPECT_THAT(desktop.done, ElementsAre("awake", "notify Tarvinel: " + why, "may sleep"));
+}
+
 TEST_F(AppModelTest, AWindowThatIsMinimisedWhileItIsSharedStaysShared) {
   const ShareableWindow notes{
       21, "Notes", ShareableApplication{400, "Editor", {}}, 0, {10, 10, 600, 400}};
@@ -174,23 +194,6 @@ TEST_F(AppModelTest, ASelectedSourceThatIsNoLongerListedLeavesTheShareOfAnother)
       std::system_error(std::make_error_code(std::errc::operation_canceled))));
   ASSERT_TRUE(mainQueue.runUntil([&] { return model->selectedID() == "display-7"; }));
   EXPECT_TRUE(model->isSharing());
-}
-
-  EXPECT_EQ(model->selectedID(), std::nullopt);
-  EXPECT_EQ(model->sources().front().id, "display-8");
-}
-
-TEST_F(AppModelTest, ASharedSourceThatIsNoLongerListedEndsTheShareWithAMessage) {
-  launchAndWait();
-  startSharing();
-  onScreen([&] { screen.content.displays.front().displayID = 8; });
-  refresh();
-  EXPECT_FALSE(model->isSharing());
-  EXPECT_EQ(model->selectedID(), std::nullopt);
-  EXPECT_EQ(model->statusLine(), "Not sharing");
-  const std::string why = "Sharing stopped: That source is no longer available. Pick another.";
-  EXPECT_EQ(model->captureError(), why);
-  EXPECT_THAT(desktop.done, ElementsAre("awake", "notify Tarvinel: " + why, "may sleep"));
 }
 
 TEST_F(AppModelTest, WhenIdleTheListIsReadAgainEveryTenTicksWhileSharingNever) {
@@ -338,6 +341,23 @@ TEST_F(AppModelTest, WhatTheDesktopGivesAgainstAskingAgainIsRemembered) {
   const auto later = std::make_shared<RestoreTokens>();
   launchWith(later);
   EXPECT_EQ(later->token(RestoreTokens::displayKey), "once");
+}
+
+TEST_F(AppModelTest, ACaptureThatEndsByItselfSaysWhyAndEndsTheShare) {
+  launchAndWait();
+  startSharing();
+  onScreen(
+      [&] { screen.streams.back()->handlers.onStop(failure("the display was disconnected")); });
+  ASSERT_TRUE(mainQueue.runUntil([&] { return model->captureError().has_value(); }));
+  const std::string why = "Sharing stopped: the display was disconnected";
+  EXPECT_EQ(model->captureError(), why);
+  EXPECT_THAT(desktop.done, ElementsAre("awake", "notify Tarvinel: " + why, "may sleep"));
+  EXPECT_FALSE(model->isSharing());
+  EXPECT_EQ(model->statusLine(), "Not sharing");
+  startSharing();
+  EXPECT_EQ(model->captureError(), std::nullopt);
+}
+
 TEST_F(AppModelTest, ALateReportOfAStoppedCaptureLeavesTheNextShare) {
   launchAndWait();
   startSharing();
@@ -365,23 +385,6 @@ TEST_F(AppModelTest, ALateReportOfACaptureThatWasLeftForAnotherEndsNothing) {
   onScreen([&] { screen.streams.back()->handlers.onStop(failure("it was closed")); });
   ASSERT_TRUE(mainQueue.runUntil([&] { return model->captureError().has_value(); }));
   EXPECT_FALSE(model->isSharing());
-}
-
-}
-
-TEST_F(AppModelTest, ACaptureThatEndsByItselfSaysWhyAndEndsTheShare) {
-  launchAndWait();
-  startSharing();
-  onScreen(
-      [&] { screen.streams.back()->handlers.onStop(failure("the display was disconnected")); });
-  ASSERT_TRUE(mainQueue.runUntil([&] { return model->captureError().has_value(); }));
-  const std::string why = "Sharing stopped: the display was disconnected";
-  EXPECT_EQ(model->captureError(), why);
-  EXPECT_THAT(desktop.done, ElementsAre("awake", "notify Tarvinel: " + why, "may sleep"));
-  EXPECT_FALSE(model->isSharing());
-  EXPECT_EQ(model->statusLine(), "Not sharing");
-  startSharing();
-  EXPECT_EQ(model->captureError(), std::nullopt);
 }
 
 TEST_F(AppModelTest, AStopOvertakesAStartThatIsStillUnderWay) {
@@ -585,6 +588,9 @@ TEST_F(AppModelTest, APinnedMotionRateStaysWhateverTheViewers) {
   config.motionFps = 12;
   launchAndWait();
   startSharing();
+  EXPECT_EQ(model->motionFPS(), 12) << "from the start";
+  EXPECT_EQ(model->streamLine(), "Wi-Fi · 12 fps · 0 viewers · 0 Mbps");
+  EXPECT_THAT(status(), HasSubstr(R"("fps":12,)"));
   mainQueue.tick();
   EXPECT_EQ(model->motionFPS(), 12);
   const TestClient one = viewer();
@@ -623,6 +629,27 @@ TEST_F(AppModelTest, TwelveViewersOverWiFiGetTheRateThatThePolicyGivesForTheirFr
   EXPECT_EQ(std::ranges::count(lines, line), 1);
 }
 
+TEST_F(AppModelTest, TheStreamLineHasTheTrafficOfTheLastSecond) {
+  config.motionFps = 8;
+  launchAndWait();
+  startSharing();
+  TestClient one = viewer();
+  TestClient other = viewer();
+  ASSERT_TRUE(awaitViewers(2));
+  deliver(noise());
+  std::size_t bytes = 0;
+  for (int part = 0; part < 2; ++part)  // while it moves, and settled: no third follows
+    bytes += one.readPart().size() + other.readPart().size();
+  mainQueue.tick();
+  const double megabits = static_cast<double>(bytes) * 8 / 1e6;
+  ASSERT_GT(megabits, 2);
+  EXPECT_DOUBLE_EQ(model->measuredMbps(), std::round(megabits * 10) / 10);
+  EXPECT_EQ(model->streamLine(),
+            fmt::format("Wi-Fi · 8 fps · 2 viewers · {:.0f} Mbps", model->measuredMbps()));
+  mainQueue.tick();
+  EXPECT_EQ(model->streamLine(), "Wi-Fi · 8 fps · 2 viewers · 0 Mbps");
+}
+
 TEST_F(AppModelTest, ACableIsNoticedWithALogLine) {
   launchAndWait();
   startSharing();
@@ -636,9 +663,6 @@ TEST_F(AppModelTest, ACableIsNoticedWithALogLine) {
   EXPECT_EQ(model->streamLine(), "Wi-Fi · 8 fps · 0 viewers · 0 Mbps");
   EXPECT_THAT(log.lines(), IsSupersetOf({"app|info|network path is now Ethernet",
                                          "app|info|network path is now Wi-Fi"}));
-  EXPECT_EQ(model->motionFPS(), 12) << "from the start";
-  EXPECT_EQ(model->streamLine(), "Wi-Fi · 12 fps · 0 viewers · 0 Mbps");
-  EXPECT_THAT(status(), HasSubstr(R"("fps":12,)"));
 }
 
 TEST_F(AppModelTest, ALinkThatStaysAsItIsIsNotMentioned) {
@@ -809,8 +833,6 @@ TEST_F(AppModelTest, TellsOnceInALifeWhereItLives) {
   EXPECT_THAT(desktop.done, Contains(told).Times(1));
 }
 
-}  // namespace
-}  // namespace tarvinel
 TEST_F(AppModelTest, InvitesOnlyOnceTheServerListens) {
   launch();
   model->appearedInTray();
@@ -887,3 +909,5 @@ TEST_F(WithoutServerTest, AHelpFileThatCannotBeWrittenIsSaidAndNotOpened) {
                                                (folder / "cache/help.html").string())));
 }
 
+}  // namespace
+}  // namespace tarvinel

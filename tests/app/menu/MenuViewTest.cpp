@@ -5,6 +5,7 @@
 #include "tests/support/TestClient.h"
 
 #include <algorithm>
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -138,13 +139,26 @@ TEST_F(MenuViewTest, SharingIsStartedAndStopped) {
 TEST_F(MenuViewTest, OneViewerIsCountedInTheSingular) {
   launchAndWait();
   startSharing();
-  TestClient viewer(model->boundPort());
-  viewer.send("GET /stream HTTP/1.1\r\n\r\n");
-  viewer.readUntil("\r\n\r\n");
+  const TestClient one = viewer();
   while (model->viewerCount() != 1)
     mainQueue.tick();
   EXPECT_EQ(lines()[0], "text Sharing Display 1 (main) 1280×720 · 1 viewer");
   EXPECT_THAT(lines()[1], testing::HasSubstr(" · 1 viewer · 0 Mbps"));
+}
+
+TEST_F(MenuViewTest, TheStreamLineShowsWhatIsSent) {
+  config.motionFps = 12;
+  launchAndWait();
+  startSharing();
+  TestClient one = viewer();
+  while (model->viewerCount() != 1)
+    mainQueue.tick();
+  deliver(noise());
+  const std::size_t bytes = one.readPart().size() + one.readPart().size();  // moving, then settled
+  mainQueue.tick();
+  const auto megabits = std::lround(static_cast<double>(bytes) * 8 / 1e6);
+  ASSERT_GT(megabits, 1);
+  EXPECT_EQ(lines()[1], "text Wi-Fi · 12 fps · 1 viewer · " + std::to_string(megabits) + " Mbps");
 }
 
 TEST_F(MenuViewTest, WhatWentWrongWithTheShareIsAText) {
