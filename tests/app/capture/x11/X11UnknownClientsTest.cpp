@@ -15,7 +15,7 @@ namespace tarvinel {
 namespace {
 
 constexpr std::int32_t claimed = 4321;
-const XWindow::Look onBlue{.background = blue};
+const XWindow::Look plainBlue{.background = blue};
 
 /// Clients whose process the server cannot tell; what their windows claim is all that is known.
 class X11UnknownClients : public testing::Test {
@@ -56,7 +56,7 @@ class X11UnknownClients : public testing::Test {
 
   /// Shares what is listed of a window and of its program.
   static void shareBoth(Screen& screen) {
-    XWindow window(screen.client, {10, 20, 300, 200}, onBlue);
+    XWindow window(screen.client, {10, 20, 300, 200}, plainBlue);
     EXPECT_EQ(screen.listedProcess(window), 0);
     claim(window, claimed);
     ASSERT_EQ(screen.listedProcess(window), claimed);
@@ -64,7 +64,7 @@ class X11UnknownClients : public testing::Test {
     screen.frameWith(blue, 299, 199);
     screen.x11.run.startApplication(claimed, screen.x11.onlyDisplay());
     screen.frameWith(blue, 309, 219);
-    const XWindow dialog(screen.client, {400, 300, 50, 50}, {.background = green});
+    const XWindow second(screen.client, {400, 300, 50, 50}, {.background = green});
     screen.frameWith(green, 449, 349);
   }
 };
@@ -80,7 +80,7 @@ TEST_F(X11UnknownClients, TheSameWithoutXRes) {
 
 TEST_F(X11UnknownClients, OneWindowTellsForTheOthersOfItsClient) {
   overNetwork([](Screen& screen) {
-    XWindow window(screen.client, {10, 20, 300, 200}, onBlue);
+    XWindow window(screen.client, {10, 20, 300, 200}, plainBlue);
     const XWindow silent(screen.client, {400, 20, 300, 200}, {.background = red});
     claim(window, claimed);
     ASSERT_EQ(screen.listedProcess(silent), claimed);
@@ -94,7 +94,7 @@ TEST_F(X11UnknownClients, OneWindowTellsForTheOthersOfItsClient) {
 TEST_F(X11UnknownClients, CannotPassForAClientThatTheServerKnows) {
   overNetwork([](Screen& screen) {
     XWindow stranger(screen.client, {10, 20, 300, 200}, {.background = red});
-    const XWindow own(screen.x11.client, {400, 20, 300, 200}, onBlue);
+    const XWindow own(screen.x11.client, {400, 20, 300, 200}, plainBlue);
     claim(stranger, getpid());
     EXPECT_EQ(screen.listedProcess(stranger), 0);
     EXPECT_EQ(screen.listedProcess(own), getpid());
