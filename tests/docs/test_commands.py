@@ -44,7 +44,7 @@ CASES = {
         prints="Sharing Display 1", stays=True),
     "tarvinel --autostart off": Case(before="tarvinel --autostart on"),
     "tarvinel --doctor": Case(statuses=(0, 1)),
-    "tarvinel --list-sources\ntarvinel --version\ntarvinel --help": Case(prints="display-1\t"),
+    "tarvinel --list-sources": Case(prints="display-1\t"),
     "curl http://127.0.0.1/status": Case(prints='"sharing":false', meanwhile=PROGRAM),
     "sudo ss --listening --tcp --processes 'sport = :80'": Case(prints="tarvinel",
                                                                  meanwhile=PROGRAM),
@@ -90,7 +90,7 @@ def stays(machine, command, case):
 
 
 def ends(machine, command, case):
-    done = machine.run(command, within=120)
+    done = machine.run(command, within=600)
     assert done.returncode in case.statuses, f"{done.stdout}\n{done.stderr}"
     assert case.prints in done.stdout
 
