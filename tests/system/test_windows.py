@@ -262,12 +262,13 @@ def test_a_minimised_window_is_shared_by_its_program_too(manage, start, x, owner
     mine = owner("mine")
     mine.open("document", 100, 100, 400, 300, BLUE)
     program = start("--capture", "x11", display=x.name)
-    identifier = eventually(lambda: windows_of(sources_on(x, tmp_path), "Owner (app)"), 10,
+    identifier = eventually(lambda: windows_of(sources_on(x, tmp_path), "Owner (app)"), LIMIT,
                             "it is listed")[0]
     program.command(f"share {identifier}")
     program.wait_until_sharing()
     mine.hide("document")
-    eventually(lambda: "Iconic" in x.run("xprop", "-name", "document", "WM_STATE"), 10, "minimised")
+    eventually(lambda: "Iconic" in x.run("xprop", "-name", "document", "WM_STATE"), LIMIT,
+               "minimised")
     program.command(f"share {identifier}")
     program.command("sources")
     program.wait_for_line(f"{identifier}\tOwner \\(app\\)")
