@@ -122,7 +122,7 @@ TEST_F(LocalAddressesHere, ContainersAndTunnelsAreLeftOutWhileSomethingElseRemai
   sysfs.virtualInterface("tun0");
   inNetwork(
       "link add docker0 type bridge\naddress add 172.17.0.1/16 dev docker0\n"
-      "tuntap add dev tun0 mode tun\naddress add 10.8.0.2/24 dev tun0\n"
+      "link add tun0 type veth peer name far0\nlink set far0 up\naddress add 10.8.0.2/24 dev tun0\n"
       "link add wlan0 type veth peer name peer0\naddress add 192.168.1.20/24 dev wlan0\n"
       "link set docker0 up\nlink set tun0 up\nlink set wlan0 up\n",
       [this] {

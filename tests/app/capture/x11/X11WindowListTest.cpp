@@ -116,7 +116,7 @@ TEST(ShareableWindow, OfAnotherRunOfThisProgramIsKnownByItsClass) {
   X11WindowFacts facts;
   facts.processID = 200;
   facts.className = "Editor";
-  EXPECT_EQ(shareableWindow(facts, 1, ownProcess).application->bundleID, std::nullopt);
+  EXPECT_EQ(shareableWindow(facts, 1, ownProcess).application->bundleID, "Editor");
   facts.className = "Tarvinel";
   EXPECT_EQ(shareableWindow(facts, 1, ownProcess).application->bundleID, applicationIdentifier);
 }
