@@ -65,13 +65,17 @@ Directory Directory::open(const std::filesystem::path& path) {
   return {std::move(fd), path};
 }
 
-Directory Directory::subdirectory(const std::string& name) const {
-  const std::filesystem::path path = path_ / name;
+Directory Directory::madeSubdirectory(const std::string& name) const {
   if (mkdirat(fd_.get(), name.c_str(), newDirectoryMode) == 0) {
     sync();
   } else if (errno != EEXIST) {
-    fail(path);
+    fail(path_ / name);
   }
+  return subdirectory(name);
+}
+
+Directory Directory::subdirectory(const std::string& name) const {
+  const std::filesystem::path path = path_ / name;
   UniqueFd fd(openat(fd_.get(), name.c_str(), directoryFlags));
   if (!fd) fail(path);
   return {std::move(fd), path};
@@ -94,16 +98,20 @@ bool Directory::isWritable() const {
   return faccessat(fd_.get(), ".", W_OK | X_OK, AT_EACCESS) == 0;
 }
 
+// Most file systems tell the type with the name, which spares a look at each entry.
 std::vector<Directory::Entry> Directory::entries() const {
   std::vector<Entry> entries;
   const DirectoryStream stream = streamOf(*this);
   while (const dirent* next = readdir(stream.get())) {
     std::string name = next->d_name;
     if (isDotOrDotDot(name)) continue;
-    const auto status = find(name);
-    if (!status) continue;  // gone meanwhile
-    entries.push_back({std::move(name), S_ISDIR(status->st_mode), S_ISREG(status->st_mode),
-                       static_cast<std::int64_t>(status->st_size)});
+    mode_t type = DTTOIF(next->d_type);
+    if (next->d_type == DT_UNKNOWN) {
+      const auto status = find(name);
+      if (!status) continue;  // gone meanwhile
+      type = status->st_mode;
+    }
+    entries.push_back({std::move(name), S_ISDIR(type), S_ISREG(type)});
   }
   return entries;
 }

@@ -23,15 +23,17 @@ class Directory {
     std::string name;
     bool isDirectory = false;
     bool isRegularFile = false;
-    std::int64_t size = 0;  ///< bytes
   };
 
   /// Opens the folder at an absolute path that no part of which may be a symbolic link.
   static Directory open(const std::filesystem::path& path);
 
-  /// Opens a folder in this one. Makes it first when it is missing, so that it would survive a
-  /// power cut.
+  /// Opens a folder in this one.
   Directory subdirectory(const std::string& name) const;
+
+  /// Makes a folder in this one where it is missing, so that it would survive a power cut, and
+  /// opens it.
+  Directory madeSubdirectory(const std::string& name) const;
 
   /// Where it was opened; something else may be there by now.
   const std::filesystem::path& path() const { return path_; }

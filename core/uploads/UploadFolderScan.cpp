@@ -34,13 +34,23 @@ void forEachParticipant(const Directory& root, Visit visit) {
   }
 }
 
+/// In bytes; 0 when it cannot be found out.
+std::int64_t sizeOf(const Directory& directory, const Directory::Entry& entry) {
+  try {
+    const auto status = directory.find(entry.name);
+    return status ? status->st_size : 0;
+  } catch (const std::system_error&) {
+    return 0;
+  }
+}
+
 /// Adds the files directly in a folder; returns how many.
 std::int64_t addFiles(const Directory& directory, UploadFolderCount& count) {
   std::int64_t files = 0;
   for (const Directory::Entry& entry : entriesOrNone(directory)) {
     if (entry.isDirectory || isHidden(entry)) continue;
     ++files;
-    count.bytes += entry.size;
+    count.bytes += sizeOf(directory, entry);
   }
   count.files += files;
   return files;

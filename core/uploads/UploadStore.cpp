@@ -85,7 +85,7 @@ Directory UploadStore::directoryOf(const std::string& participant) const {
   if (!perParticipant_) return root;
   requireInsideRoot(root_, participant);
   try {
-    return root.subdirectory(participant);
+    return root.madeSubdirectory(participant);
   } catch (const std::system_error&) {
     throw UploadStoreError::rootUnavailable(root_ / participant);
   }
