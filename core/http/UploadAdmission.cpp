@@ -24,35 +24,54 @@ UploadRefusal refusalFor(UploadController::Admission admission) {
   fatalError("an admitted upload is not refused");
 }
 
+UploadRefusal couldNotReserve(const UploadRequest& request, const std::exception_ptr& error,
+                              const Logger& logger) {
+  logger->error("reserve {}/{} failed: {}", request.label, request.filename, describe(error));
+  return {UploadRefusal::internalError, "could not create the file"};
+}
+
+UploadRefusal couldNotOpen(const std::string& file, const std::exception_ptr& error,
+                           const Logger& logger) {
+  logger->error("open {} failed: {}", file, describe(error));
+  return {UploadRefusal::internalError, "could not write the file"};
+}
+
+/// Opens the file of the first name that is free. A name that the store has reserved can be taken
+/// all the same, by another program that uses the folder: then the next one is tried.
+AdmissionOutcome openUpload(
+    UploadSlot slot, const std::shared_ptr<UploadStore>& store, const UploadRequest& request,
+    const Logger& logger,
+    const std::function<std::shared_ptr<UploadSink>(const UploadStore::Reservation&)>& openSink) {
+  for (int attempt = 1;;) {
+    const auto reserved =
+        resultOf([&] { return store->reserve(request.label, request.filename, attempt); });
+    if (!reserved.ok()) return couldNotReserve(request, reserved.error(), logger);
+    const UploadStore::Reservation& reservation = reserved.value();
+    const auto sink = resultOf([&] { return openSink(reservation); });
+    if (sink.ok() && sink.value()) {
+      return std::make_shared<ActiveUpload>(std::move(slot), store, reservation, sink.value(),
+                                            logger);
+    }
+    store->release(reservation);
+    if (!sink.ok()) return couldNotOpen(reservation.partialName(), sink.error(), logger);
+    attempt = reservation.attempt + 1;
+  }
+}
+
 }  // namespace
 
 AdmissionOutcome performAdmission(const std::shared_ptr<UploadController>& controller,
                                   const UploadRequest& request, BlockingPool& pool,
-                                  std::function<void()> onStall) {
+                                  const std::function<void()>& onStall) {
   const auto admission = controller->admit(request.declaredBytes);
   if (admission != UploadController::Admission::admitted) return refusalFor(admission);
   UploadSlot slot(controller, request.declaredBytes);
   const Logger& logger = controller->logger();
-  const auto store = controller->store();
-
-  const auto reservation =
-      resultOf([&] { return store->reserve(request.label, request.filename); });
-  if (!reservation.ok()) {
-    logger->error("reserve {}/{} failed: {}", request.label, request.filename,
-                  describe(reservation.error()));
-    return UploadRefusal{UploadRefusal::internalError, "could not create the file"};
-  }
-  const auto sink = resultOf([&] {
-    return UploadSink::open(pool, reservation.value(), controller->limits().stall,
-                            std::move(onStall), logger);
-  });
-  if (!sink.ok()) {
-    logger->error("open {} failed: {}", reservation.value().partialName(), describe(sink.error()));
-    store->abort(reservation.value());
-    return UploadRefusal{UploadRefusal::internalError, "could not write the file"};
-  }
-  return std::make_shared<ActiveUpload>(std::move(slot), store, reservation.value(), sink.value(),
-                                        logger);
+  return openUpload(std::move(slot), controller->store(), request, logger,
+                    [&](const UploadStore::Reservation& reservation) {
+                      return UploadSink::open(pool, reservation, controller->limits().stall,
+                                              onStall, logger);
+                    });
 }
 
 }  // namespace tarvinel

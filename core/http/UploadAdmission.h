@@ -18,6 +18,6 @@ using AdmissionOutcome = std::variant<std::shared_ptr<ActiveUpload>, UploadRefus
 /// queue ".upload-admission". `onStall` is called at most once, on the queue of the upload's sink.
 AdmissionOutcome performAdmission(const std::shared_ptr<UploadController>& controller,
                                   const UploadRequest& request, BlockingPool& pool,
-                                  std::function<void()> onStall);
+                                  const std::function<void()>& onStall);
 
 }  // namespace tarvinel

@@ -42,7 +42,7 @@ ActiveUpload::Outcome ActiveUpload::finished(const Result<void>& flushed) {
 
 std::string ActiveUpload::commit() {
   const std::int64_t bytes = sink_->bytesWritten();
-  std::string name = store_->commit(reservation_, bytes).filename();
+  std::string name = store_->commit(reservation_, sink_->file(), bytes).filename();
   ended_ = true;
   slot_.release();
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - startedAt_;
@@ -59,7 +59,7 @@ void ActiveUpload::abandon(std::function<void()> done) {
 
 void ActiveUpload::discard() {
   if (std::exchange(ended_, true)) return;
-  store_->abort(reservation_);
+  store_->abort(reservation_, sink_->file());
   slot_.release();
 }
 

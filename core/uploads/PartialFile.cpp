@@ -1,12 +1,12 @@
 #include "core/uploads/PartialFile.h"
 
+#include "core/support/FileLock.h"
+
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -14,7 +14,7 @@ namespace tarvinel {
 
 namespace {
 
-constexpr int maxTries = 10;
+constexpr int maxTries = 10;  // others may go on taking the name
 constexpr std::int64_t writebackBytes = std::int64_t{8} << 20U;
 constexpr mode_t ordinaryMode = 0666;  // less what the user's mask takes away
 
@@ -22,30 +22,48 @@ constexpr mode_t ordinaryMode = 0666;  // less what the user's mask takes away
   throw std::system_error(code, std::generic_category());
 }
 
-enum class Lock : std::uint8_t { taken, heldByAnother, notSupported };
-
-Lock tryLock(int file) {
-  if (flock(file, LOCK_EX | LOCK_NB) == 0) return Lock::taken;
-  return errno == EWOULDBLOCK ? Lock::heldByAnother : Lock::notSupported;
-}
-
-/// Whether the name still stands for the open file: between opening and locking it another process
-/// may have removed it.
+/// Whether a name stands for an open file.
 bool isNamed(const Directory& directory, const std::string& name, int file) {
   struct stat opened {};
-  if (fstat(file, &opened) != 0) return false;
+  if (fstat(file, &opened) != 0) fail();
   const auto named = directory.find(name);
   return named && named->st_ino == opened.st_ino && named->st_dev == opened.st_dev;
 }
 
-/// Nothing when the name is taken.
+/// Makes a locked file without a name; none where the file system has no such files.
+UniqueFd makeNameless(const Directory& directory) {
+  UniqueFd file(
+      openat(directory.descriptor(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, ordinaryMode));
+  return file && tryLock(file.get()) == FileLock::taken ? std::move(file) : UniqueFd();
+}
+
+/// Gives a file without a name one. Sets errno when it returns false.
+bool nameFile(const Directory& directory, const std::string& name, int file) {
+  const std::string itself = "/proc/self/fd/" + std::to_string(file);
+  return linkat(AT_FDCWD, itself.c_str(), directory.descriptor(), name.c_str(),
+                AT_SYMLINK_FOLLOW) == 0;
+}
+
+/// Makes a file with a name and locks it; returns nothing when the name is taken or when another
+/// process took the file for a left-over before it was locked.
+std::optional<UniqueFd> makeAndLock(const Directory& directory, const std::string& name) {
+  UniqueFd file(openat(directory.descriptor(), name.c_str(),
+                       O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, ordinaryMode));
+  if (!file && errno == EEXIST) return std::nullopt;
+  if (!file) fail();
+  if (tryLock(file.get()) == FileLock::heldByAnother) return std::nullopt;
+  if (!isNamed(directory, name, file.get())) return std::nullopt;
+  return file;
+}
+
+/// Makes a locked file, which has its name only once it is locked, where the file system can do
+/// that; returns nothing when the name is taken.
 std::optional<UniqueFd> makeFile(const Directory& directory, const std::string& name) {
-  try {
-    return directory.openFile(name, O_WRONLY | O_CREAT | O_EXCL, ordinaryMode);
-  } catch (const std::system_error& error) {
-    if (error.code() != std::errc::file_exists) throw;
-    return std::nullopt;
+  if (UniqueFd file = makeNameless(directory)) {
+    if (nameFile(directory, name, file.get())) return file;
+    if (errno == EEXIST) return std::nullopt;
   }
+  return makeAndLock(directory, name);
 }
 
 /// An existing file for a look at its lock; nothing when it is gone or is no ordinary file. A pipe
@@ -69,31 +87,37 @@ PartialFile::PartialFile(std::shared_ptr<const Directory> directory, UniqueFd fi
   if (!lock_) fail();
 }
 
-PartialFile PartialFile::create(std::shared_ptr<const Directory> directory,
-                                const std::string& name) {
+std::optional<PartialFile> PartialFile::create(std::shared_ptr<const Directory> directory,
+                                               const std::string& name) {
   for (int i = 0; i < maxTries; ++i) {
-    auto file = makeFile(*directory, name);
-    if (!file) {
-      if (!removeLeftOver(*directory, name)) fail(EEXIST);
-    } else if (tryLock(file->get()) != Lock::heldByAnother &&
-               isNamed(*directory, name, file->get())) {
-      return {std::move(directory), std::move(*file)};
-    }  // else another process took the new file for a left-over
+    if (auto file = makeFile(*directory, name)) {
+      return PartialFile(std::move(directory), std::move(*file));
+    }
+    if (!removeLeftOver(*directory, name)) break;
   }
-  fail(EBUSY);
-}
-
-bool PartialFile::isAvailable(const Directory& directory, const std::string& name) {
-  if (!directory.find(name)) return true;
-  const auto file = openExisting(directory, name);
-  return file && tryLock(file->get()) != Lock::heldByAnother;
+  return std::nullopt;
 }
 
 bool PartialFile::removeLeftOver(const Directory& directory, const std::string& name) {
+  if (!directory.find(name)) return true;
   const auto file = openExisting(directory, name);
-  if (!file || tryLock(file->get()) == Lock::heldByAnother) return false;
+  if (!file || tryLock(file->get()) != FileLock::taken) return false;
+  // between opening and locking its owner may have given it another name, or removed it
   if (isNamed(directory, name, file->get())) directory.removeFile(name);
   return true;
+}
+
+bool PartialFile::hasName(const std::string& name) const {
+  return isNamed(*directory_, name, lock_.get());
+}
+
+bool PartialFile::removeName(const std::string& name) const noexcept {
+  try {
+    if (hasName(name)) directory_->removeFile(name);
+    return true;
+  } catch (const std::system_error&) {
+    return false;
+  }
 }
 
 void PartialFile::append(std::span<const std::uint8_t> bytes) {

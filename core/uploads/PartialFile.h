@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -12,21 +13,27 @@ namespace tarvinel {
 
 /// The hidden file that an upload is written into. It is locked (flock) for as long as this object
 /// lives, so that another store or another process can tell it from the left-over of a crash, which
-/// nobody holds.
+/// nobody holds. Where the file system knows no locks, nothing is taken for a left-over.
 ///
-/// Blocks as long as the disk does. Not safe from several threads at once.
+/// Blocks as long as the disk does. `hasName` and `removeName` may be called from any thread, the
+/// rest from one at a time.
 class PartialFile {
  public:
-  /// Makes the file; a left-over under its name gives way. Throws std::system_error, also when the
-  /// name is held or is not a file of ours.
-  static PartialFile create(std::shared_ptr<const Directory> directory, const std::string& name);
-
-  /// Whether `create` could make a file of this name now.
-  static bool isAvailable(const Directory& directory, const std::string& name);
+  /// Makes the file; a left-over under its name gives way. Returns nothing when the name is taken:
+  /// by a file that is held, or by anything else that is no left-over. Throws std::system_error.
+  static std::optional<PartialFile> create(std::shared_ptr<const Directory> directory,
+                                           const std::string& name);
 
   /// Removes a file that nobody holds; true when it is gone. Anything else, such as a link or a
-  /// folder, stays.
+  /// folder, stays. Throws std::system_error.
   static bool removeLeftOver(const Directory& directory, const std::string& name);
+
+  /// Whether a name in the folder stands for this file. Others may have removed the file or put
+  /// another in its place. Throws std::system_error.
+  bool hasName(const std::string& name) const;
+
+  /// Removes a name, if it stands for this file; true when it does so no longer. Never throws.
+  bool removeName(const std::string& name) const noexcept;
 
   /// Writes all of it. Throws std::system_error.
   void append(std::span<const std::uint8_t> bytes);

@@ -3,6 +3,7 @@
 #include "core/support/UUID.h"
 #include "core/uploads/UploadSinkError.h"
 
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -10,7 +11,7 @@ namespace tarvinel {
 
 namespace {
 
-PartialFile partialFileOf(const UploadStore::Reservation& reservation) {
+std::optional<PartialFile> partialFileOf(const UploadStore::Reservation& reservation) {
   try {
     return PartialFile::create(reservation.directory, reservation.partialName());
   } catch (const std::system_error&) {
@@ -24,8 +25,10 @@ std::shared_ptr<UploadSink> UploadSink::open(BlockingPool& pool,
                                              const UploadStore::Reservation& reservation,
                                              const StallRule& rule, std::function<void()> onStall,
                                              Logger logger) {
-  std::shared_ptr<UploadSink> sink(new UploadSink(pool, partialFileOf(reservation), rule,
-                                                  std::move(onStall), std::move(logger)));
+  auto file = partialFileOf(reservation);
+  if (!file) return nullptr;
+  std::shared_ptr<UploadSink> sink(
+      new UploadSink(pool, std::move(*file), rule, std::move(onStall), std::move(logger)));
   sink->queue_.post([sink] { sink->awaitCheck(); });
   return sink;
 }

@@ -25,8 +25,9 @@ namespace tarvinel {
 /// partial file stays locked until the sink goes.
 class UploadSink : public std::enable_shared_from_this<UploadSink> {
  public:
-  /// Makes the partial file of a reservation; blocks as long as the disk does. `onStall` is called
-  /// at most once, on the sink's queue. Throws UploadSinkError.
+  /// Makes the partial file of a reservation; blocks as long as the disk does. Returns null when
+  /// another program has taken the name. `onStall` is called at most once, on the sink's queue.
+  /// Throws UploadSinkError.
   static std::shared_ptr<UploadSink> open(BlockingPool& pool,
                                           const UploadStore::Reservation& reservation,
                                           const StallRule& rule, std::function<void()> onStall,
@@ -45,6 +46,9 @@ class UploadSink : public std::enable_shared_from_this<UploadSink> {
   std::int64_t bytesWritten() const { return bytesWritten_; }
 
   const PooledQueue& queue() const { return queue_; }
+
+  /// For its names, which the store gives and takes.
+  const PartialFile& file() const { return file_; }
 
  private:
   using Clock = std::chrono::steady_clock;

@@ -1,7 +1,6 @@
 #include "core/uploads/UploadStore.h"
 
 #include "core/support/FatalError.h"
-#include "core/uploads/PartialFile.h"
 #include "core/uploads/Placement.h"
 #include "core/uploads/UploadFolderScan.h"
 #include "core/uploads/UploadNaming.h"
@@ -30,6 +29,13 @@ std::filesystem::path preparedRoot(const std::filesystem::path& root) {
   } catch (const std::system_error&) {
     throw UploadStoreError::rootUnavailable(root);
   }
+}
+
+/// A file is placed by its name: whatever has the name by now must be what was uploaded.
+void requireInPlace(const PartialFile& file, const UploadStore::Reservation& reservation) {
+  if (file.hasName(reservation.partialName())) return;
+  throw std::system_error(std::make_error_code(std::errc::no_such_file_or_directory),
+                          reservation.partialPath().string() + " was removed or replaced");
 }
 
 void add(std::int64_t& sum, std::int64_t amount) {
@@ -65,12 +71,12 @@ Directory UploadStore::openRoot() const {
 }
 
 UploadStore::Reservation UploadStore::reserve(const std::string& participant,
-                                              const std::string& filename) {
+                                              const std::string& filename, int firstAttempt) {
   const std::scoped_lock lock(namesMutex_);
   const auto directory = std::make_shared<const Directory>(directoryOf(participant));
   const std::string baseName =
       perParticipant_ ? filename : UploadNaming::flatName(participant, filename);
-  for (int attempt = 1; attempt <= UploadNaming::maxAttempts; ++attempt) {
+  for (int attempt = firstAttempt; attempt <= UploadNaming::maxAttempts; ++attempt) {
     std::string name = UploadNaming::collisionName(baseName, attempt);
     requireInsideRoot(directory->path(), name);
     if (!isFree(*directory, name)) continue;
@@ -102,35 +108,33 @@ void UploadStore::requireInsideRoot(const std::filesystem::path& directory,
 }
 
 bool UploadStore::isFree(const Directory& directory, const std::string& name) const {
-  return !reservedPaths_.contains(directory.path() / name) && !directory.find(name) &&
-         PartialFile::isAvailable(directory, UploadNaming::partialName(name));
+  return !reservedPaths_.contains(directory.path() / name) && !directory.find(name);
 }
 
-std::filesystem::path UploadStore::commit(const Reservation& reservation, std::int64_t bytes) {
-  const std::string name = place(reservation);
+std::filesystem::path UploadStore::commit(const Reservation& reservation, const PartialFile& file,
+                                          std::int64_t bytes) {
+  const std::string name = place(reservation, file);
   reservation.directory->sync();
   recordCommit(reservation.participant, bytes);
   logger_->info("committed {} ({} bytes) for {}", name, bytes, reservation.participant);
   return reservation.directory->path() / name;
 }
 
-std::string UploadStore::place(const Reservation& reservation) {
+std::string UploadStore::place(const Reservation& reservation, const PartialFile& file) {
   const std::scoped_lock lock(namesMutex_);
   reservedPaths_.erase(reservation.finalPath());
   for (int attempt = reservation.attempt; attempt <= UploadNaming::maxAttempts; ++attempt) {
     std::string name = UploadNaming::collisionName(reservation.baseName, attempt);
     requireInsideRoot(reservation.directory->path(), name);
+    requireInPlace(file, reservation);
     const auto outcome = Placement::place(*reservation.directory, reservation.partialName(), name);
     if (outcome == Placement::Outcome::placed) return name;
   }
   throw UploadStoreError::collisionExhausted(reservation.baseName);
 }
 
-void UploadStore::abort(const Reservation& reservation) noexcept {
-  try {
-    reservation.directory->removeFile(reservation.partialName());
-  } catch (const std::system_error&) {  // it was never made, or is gone with its folder
-  }
+void UploadStore::abort(const Reservation& reservation, const PartialFile& file) noexcept {
+  file.removeName(reservation.partialName());
   release(reservation);
   logger_->info("aborted {} for {}", reservation.finalName, reservation.participant);
 }

@@ -2,6 +2,7 @@
 
 #include "core/support/Directory.h"
 #include "core/support/Log.h"
+#include "core/uploads/PartialFile.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -50,17 +51,24 @@ class UploadStore {
 
   const std::filesystem::path& root() const { return root_; }
 
-  /// Takes a label and a file name from UploadNaming. Throws UploadStoreError or std::system_error.
-  Reservation reserve(const std::string& participant, const std::string& filename);
+  /// Takes a label and a file name from UploadNaming. Names before `firstAttempt` are left out.
+  /// Throws UploadStoreError or std::system_error.
+  Reservation reserve(const std::string& participant, const std::string& filename,
+                      int firstAttempt = 1);
+
+  /// Gives the name of a reservation back that no file was made for.
+  void release(const Reservation& reservation);
 
   /// Gives the finished partial file its final name, the next free one when another file has that
   /// by now; returns its path once the name would survive a power cut. Throws UploadStoreError or
-  /// std::system_error; the partial file is then still to be removed by `abort`.
-  std::filesystem::path commit(const Reservation& reservation, std::int64_t bytes);
+  /// std::system_error, also when the partial file was removed or replaced; it is then still to be
+  /// removed by `abort`.
+  std::filesystem::path commit(const Reservation& reservation, const PartialFile& file,
+                               std::int64_t bytes);
 
-  /// Removes the partial file, if there is one, and gives the name back. To be called while the
-  /// partial file is still locked. Never throws.
-  void abort(const Reservation& reservation) noexcept;
+  /// Removes the partial file, unless another has its name by now, and gives the name back. Never
+  /// throws.
+  void abort(const Reservation& reservation, const PartialFile& file) noexcept;
 
   /// Bytes that can still be written; nothing when that cannot be found out.
   std::optional<std::int64_t> freeSpace() const;
@@ -72,8 +80,7 @@ class UploadStore {
   Directory directoryOf(const std::string& participant) const;
   void requireInsideRoot(const std::filesystem::path& directory, const std::string& name) const;
   bool isFree(const Directory& directory, const std::string& name) const;
-  void release(const Reservation& reservation);
-  std::string place(const Reservation& reservation);
+  std::string place(const Reservation& reservation, const PartialFile& file);
   void recordCommit(const std::string& participant, std::int64_t bytes);
 
   std::filesystem::path root_;  ///< without symbolic links; fixed

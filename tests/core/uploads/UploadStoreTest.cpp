@@ -51,7 +51,7 @@ class UploadStoreTest : public testing::Test {
   /// What a sink does: the file stays locked until the returned object goes.
   static PartialFile written(const UploadStore::Reservation& reservation,
                              std::string_view content = "photo") {
-    PartialFile file = PartialFile::create(reservation.directory, reservation.partialName());
+    auto file = PartialFile::create(reservation.directory, reservation.partialName()).value();
     file.append({reinterpret_cast<const std::uint8_t*>(content.data()), content.size()});
     file.finish();
     return file;
@@ -61,7 +61,8 @@ class UploadStoreTest : public testing::Test {
                        std::string_view content = "photo") {
     const auto reservation = store->reserve(participant, file);
     const PartialFile partial = written(reservation, content);
-    return store->commit(reservation, static_cast<std::int64_t>(content.size())).filename();
+    return store->commit(reservation, partial, static_cast<std::int64_t>(content.size()))
+        .filename();
   }
 
   TemporaryFolder folder;
@@ -146,7 +147,7 @@ TEST_F(UploadStoreTest, AFileThatIsBeingWrittenIsNoLeftOver) {
   const auto reservation = open().reserve("Sam", "a.jpg");
   const PartialFile held = written(reservation);
   UploadStore second(root, false, log.category("upload"));
-  EXPECT_EQ(store->commit(reservation, 5), root / "Sam-a.jpg");
+  EXPECT_EQ(store->commit(reservation, held, 5), root / "Sam-a.jpg");
 }
 
 // Reserving
@@ -169,11 +170,8 @@ TEST_F(UploadStoreTest, AReleasedNameIsFreeAgain) {
   open();
   const auto first = store->reserve("Sam", "DSC_1234.NEF");
   const auto second = store->reserve("Sam", "DSC_1234.NEF");
-  {
-    const PartialFile held = written(first);
-    store->commit(first, 5);
-  }
-  store->abort(second);
+  store->commit(first, written(first), 5);
+  store->abort(second, written(second));
   EXPECT_EQ(store->reserve("Sam", "DSC_1234.NEF").finalName, "Sam-DSC_1234-2.NEF");
 }
 
@@ -203,20 +201,50 @@ TEST_F(UploadStoreTest, AnythingUnderTheNameMakesItTaken) {
   open();
   std::filesystem::create_directory(root / "Sam-a.jpg");
   std::filesystem::create_symlink("nowhere", root / "Sam-a-2.jpg");
-  std::filesystem::create_symlink(folder / "elsewhere.jpg", root / ".Sam-a-3.jpg.partial");
-  EXPECT_EQ(store->reserve("Sam", "a.jpg").finalName, "Sam-a-4.jpg");
+  EXPECT_EQ(store->reserve("Sam", "a.jpg").finalName, "Sam-a-3.jpg");
 }
 
-TEST_F(UploadStoreTest, ALeftOverOfACrashDoesNotMakeItTakenButAHeldFileDoes) {
+TEST_F(UploadStoreTest, ALeftOverOfACrashDoesNotMakeItTaken) {
   open();
   folder.write("uploads/.Sam-a.jpg.partial", "half of an earlier upload");
-  const auto first = store->reserve("Sam", "a.jpg");
-  EXPECT_EQ(first.finalName, "Sam-a.jpg");
-  const PartialFile held = written(first);
-  UploadStore second(root, false, log.category("upload"));
-  EXPECT_EQ(second.reserve("Sam", "a.jpg").finalName, "Sam-a-2.jpg");
-  store->commit(first, 5);
+  EXPECT_EQ(uploaded("Sam", "a.jpg"), "Sam-a.jpg");
   EXPECT_EQ(folder.read("uploads/Sam-a.jpg"), "photo");
+}
+
+TEST_F(UploadStoreTest, NamesBeforeTheFirstToTryAreLeftOut) {
+  open();
+  EXPECT_EQ(store->reserve("Sam", "a.jpg", 3).finalName, "Sam-a-3.jpg");
+  EXPECT_EQ(refusalOf([&] { store->reserve("Sam", "a.jpg", 101); })->which,
+            UploadStoreError::Case::collisionExhausted);
+}
+
+// Another program with the same folder
+
+TEST_F(UploadStoreTest, AFileThatAnotherProgramMadeUnderTheReservedNameIsLeftToIt) {
+  open();
+  UploadStore other(root, false, log.category("upload"));
+  const auto ours = store->reserve("Sam", "a.jpg");
+  const auto theirs = other.reserve("Sam", "a.jpg");
+  ASSERT_EQ(ours.finalName, theirs.finalName);
+  const PartialFile held = written(theirs, "theirs");
+  EXPECT_FALSE(PartialFile::create(ours.directory, ours.partialName()));
+  store->release(ours);
+  other.commit(theirs, held, 6);
+  EXPECT_EQ(folder.read("uploads/Sam-a.jpg"), "theirs");
+  EXPECT_EQ(store->reserve("Sam", "a.jpg").finalName, "Sam-a-2.jpg");
+}
+
+TEST_F(UploadStoreTest, APartialFileThatWasReplacedIsNeitherPlacedNorRemoved) {
+  open();
+  const auto reservation = store->reserve("Sam", "a.jpg");
+  const PartialFile ours = written(reservation, "ours");
+  std::filesystem::remove(reservation.partialPath());
+  const PartialFile theirs = written(reservation, "theirs");
+  EXPECT_THROW(store->commit(reservation, ours, 4), std::system_error);
+  store->abort(reservation, ours);
+  EXPECT_THAT(folder.files(), ElementsAre("uploads/.Sam-a.jpg.partial"));
+  EXPECT_EQ(folder.read("uploads/.Sam-a.jpg.partial"), "theirs");
+  EXPECT_EQ(store->stats(), UploadStore::Stats{});
 }
 
 TEST_F(UploadStoreTest, NamesThatLeadOutAreRefused) {
@@ -268,7 +296,7 @@ TEST_F(UploadStoreTest, ARootReplacedByALinkDuringAnUploadLeadsNothingElsewhere)
   std::filesystem::create_directory_symlink(folder / "outside", root);
   {
     const PartialFile held = written(reservation);
-    store->commit(reservation, 5);
+    store->commit(reservation, held, 5);
   }
   EXPECT_EQ(refusalOf([&] { store->reserve("Sam", "b.jpg"); })->which,
             UploadStoreError::Case::rootUnavailable);
@@ -296,7 +324,7 @@ TEST_F(UploadStoreTest, AFilePutThereMeanwhileIsNotOverwritten) {
   const PartialFile held = written(reservation);
   folder.write("uploads/Sam-a.jpg", "by hand");
   folder.write("uploads/Sam-a-2.jpg", "by hand");
-  EXPECT_EQ(store->commit(reservation, 5), root / "Sam-a-3.jpg");
+  EXPECT_EQ(store->commit(reservation, held, 5), root / "Sam-a-3.jpg");
   EXPECT_EQ(folder.read("uploads/Sam-a.jpg"), "by hand");
   EXPECT_EQ(folder.read("uploads/Sam-a-2.jpg"), "by hand");
   EXPECT_EQ(folder.read("uploads/Sam-a-3.jpg"), "photo");
@@ -309,20 +337,22 @@ TEST_F(UploadStoreTest, With100FilesPutThereMeanwhileTheCommitFailsAndCountsNoth
   for (int attempt = 1; attempt <= 100; ++attempt) {
     folder.write("uploads/" + UploadNaming::collisionName("Sam-a.jpg", attempt), "");
   }
-  EXPECT_EQ(refusalOf([&] { store->commit(reservation, 5); })->which,
+  EXPECT_EQ(refusalOf([&] { store->commit(reservation, held, 5); })->which,
             UploadStoreError::Case::collisionExhausted);
   EXPECT_EQ(store->stats(), UploadStore::Stats{});
   EXPECT_TRUE(std::filesystem::exists(reservation.partialPath()));
-  store->abort(reservation);
+  store->abort(reservation, held);
   EXPECT_FALSE(std::filesystem::exists(reservation.partialPath()));
   EXPECT_THAT(log.lines(), Contains("upload|info|aborted Sam-a.jpg for Sam"));
 }
 
-TEST_F(UploadStoreTest, AFailedRenameGivesTheNameBackAndPassesTheErrorOn) {
+TEST_F(UploadStoreTest, AFailedCommitGivesTheNameBackAndPassesTheErrorOn) {
   open();
   const auto reservation = store->reserve("Sam", "a.jpg");
+  const PartialFile held = written(reservation);
+  std::filesystem::remove(reservation.partialPath());
   try {
-    store->commit(reservation, 5);  // nothing was written
+    store->commit(reservation, held, 5);
     FAIL();
   } catch (const std::system_error& error) {
     EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);

@@ -1,0 +1,130 @@
+#include "core/uploads/PartialFile.h"
+#include "tests/support/FailingCalls.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sys/syscall.h>
+
+#include <atomic>
+#include <cerrno>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+
+namespace tarvinel {
+namespace {
+
+using test::TemporaryFolder;
+using test::whileCallsFail;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+const std::string name = ".a.jpg.partial";
+
+class PartialFileTest : public testing::Test {
+ protected:
+  std::optional<PartialFile> create() const { return PartialFile::create(directory, name); }
+  bool removeLeftOver() const { return PartialFile::removeLeftOver(*directory, name); }
+
+  TemporaryFolder folder;
+  std::shared_ptr<const Directory> directory =
+      std::make_shared<const Directory>(Directory::open(folder.path()));
+};
+
+TEST_F(PartialFileTest, AFileThatIsHeldIsNeitherMadeAgainNorRemoved) {
+  const auto held = create();
+  ASSERT_TRUE(held);
+  EXPECT_FALSE(create());
+  EXPECT_FALSE(removeLeftOver());
+  EXPECT_TRUE(held->hasName(name));
+}
+
+TEST_F(PartialFileTest, ALeftOverGivesWay) {
+  folder.write(name, "half of an earlier upload");
+  const auto file = create();
+  ASSERT_TRUE(file);
+  EXPECT_EQ(folder.read(name), "");
+}
+
+TEST_F(PartialFileTest, WhatIsNoOrdinaryFileStays) {
+  std::filesystem::create_directory(folder / name);
+  EXPECT_FALSE(create());
+  EXPECT_FALSE(removeLeftOver());
+  std::filesystem::remove(folder / name);
+  std::filesystem::create_symlink("elsewhere", folder / name);
+  EXPECT_FALSE(create());
+  EXPECT_TRUE(std::filesystem::is_symlink(folder / name));
+}
+
+TEST_F(PartialFileTest, KnowsWhetherItsNameStandsForAnother) {
+  const auto file = create();
+  folder.write("elsewhere", "of another program");
+  std::filesystem::rename(folder / "elsewhere", folder / name);
+  EXPECT_FALSE(file->hasName(name));
+  EXPECT_TRUE(file->removeName(name));
+  EXPECT_EQ(folder.read(name), "of another program");
+  std::filesystem::remove(folder / name);
+  EXPECT_FALSE(file->hasName(name));
+  EXPECT_TRUE(file->removeName(name));
+}
+
+TEST_F(PartialFileTest, RemovesAnyNameThatStandsForIt) {
+  const auto file = create();
+  std::filesystem::rename(folder / name, folder / "a.jpg");
+  EXPECT_TRUE(file->removeName("a.jpg"));
+  EXPECT_THAT(folder.files(), IsEmpty());
+}
+
+TEST_F(PartialFileTest, TellsThatItCouldNotBeRemoved) {
+  const auto file = create();
+  whileCallsFail({SYS_unlinkat}, EROFS, [&] { EXPECT_FALSE(file->removeName(name)); });
+  EXPECT_TRUE(file->hasName(name));
+}
+
+// A search for left-overs looks at every file that it finds, just then.
+TEST_F(PartialFileTest, IsNeverFoundWithoutItsLock) {
+  std::atomic<bool> over = false;
+  std::thread search([&] {
+    while (!over)
+      removeLeftOver();
+  });
+  int taken = 0;
+  for (int i = 0; i < 20'000; ++i) {
+    const auto file = create();
+    if (!file || !file->hasName(name)) ++taken;
+    if (file) file->removeName(name);
+  }
+  over = true;
+  search.join();
+  EXPECT_EQ(taken, 0);
+}
+
+TEST_F(PartialFileTest, TheSameWhereAFileHasANameFromTheBeginning) {
+  whileCallsFail({SYS_linkat}, EOPNOTSUPP, [&] {
+    folder.write(name, "half of an earlier upload");
+    const auto held = create();
+    ASSERT_TRUE(held);
+    EXPECT_EQ(folder.read(name), "");
+    EXPECT_FALSE(create());
+    EXPECT_FALSE(removeLeftOver());
+    EXPECT_TRUE(held->hasName(name));
+  });
+}
+
+TEST_F(PartialFileTest, WithoutLocksNothingIsTakenForALeftOver) {
+  whileCallsFail({SYS_flock}, ENOLCK, [&] {
+    const auto held = create();
+    ASSERT_TRUE(held);
+    EXPECT_FALSE(removeLeftOver());
+    EXPECT_FALSE(create());
+    EXPECT_TRUE(held->hasName(name));
+  });
+  EXPECT_THAT(folder.files(), ElementsAre(name));
+}
+
+}  // namespace
+}  // namespace tarvinel
