@@ -52,7 +52,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     Desktop& desktop;
     Log log;
     CaptureEngine::ServiceFactory captureService;
-    std::filesystem::path userDefaultsFile;
+    UserDefaults::Place userDefaults;
     /// Kept in the user defaults; none where no desktop gives any.
     std::shared_ptr<RestoreTokens> restoreTokens = {};
     std::filesystem::path sysfs = "/sys";  ///< where that is mounted

@@ -30,7 +30,7 @@ AppModel::Platform platformFor(const CommandLineOptions& options, const ChosenCa
           .desktop = surroundings.desktop,
           .log = log,
           .captureService = capture.makeService,
-          .userDefaultsFile = UserDefaults::defaultFile(),
+          .userDefaults = UserDefaults::defaultPlace(),
           .restoreTokens = capture.restoreTokens,
           .sysfs = options.sysfs,
           .listenerForPort80 = [helper = PortHelper::ofThisProgram()](std::error_code refusal) {

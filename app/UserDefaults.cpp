@@ -1,10 +1,15 @@
 #include "app/UserDefaults.h"
 
 #include "core/support/ApplicationSupport.h"
+#include "core/support/FileLock.h"
 #include "core/support/RegularFile.h"
 #include "core/support/ReplacedFile.h"
+#include "core/support/UniqueFd.h"
 
-#include <exception>
+#include <fcntl.h>
+
+#include <chrono>
+#include <thread>
 #include <utility>
 
 namespace tarvinel {
@@ -13,23 +18,31 @@ namespace {
 
 constexpr std::size_t maxPreferencesBytes = std::size_t{1} << 20U;
 
-nlohmann::json objectIn(const std::filesystem::path& file) {
-  try {
-    auto values =
-        nlohmann::json::parse(textOf(readRegularFile(file, maxPreferencesBytes)), nullptr, false);
-    if (values.is_object()) return values;
-  } catch (const FileReadError&) {  // there is none
+constexpr int triesForLock = 100;
+constexpr std::chrono::milliseconds pauseBetweenTries{10};
+
+/// Keeps other programs from writing until it goes. One that hangs is not waited for.
+UniqueFd lockedFolder(const std::filesystem::path& folder) {
+  std::filesystem::create_directories(folder);
+  UniqueFd opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  for (int i = 0; i < triesForLock && opened; ++i) {
+    if (tryLock(opened.get()) != FileLock::heldByAnother) break;
+    std::this_thread::sleep_for(pauseBetweenTries);
   }
-  return nlohmann::json::object();
+  return opened;
 }
 
 }  // namespace
 
-UserDefaults::UserDefaults(std::filesystem::path file, Logger logger)
-    : file_(std::move(file)), logger_(std::move(logger)), values_(objectIn(file_)) {}
+UserDefaults::UserDefaults(Place place, Logger logger)
+    : place_(std::move(place)), logger_(std::move(logger)) {
+  values_ = stored();
+}
 
-std::filesystem::path UserDefaults::defaultFile() {
-  return SupportEnvironment::current().configFolder() / "Tarvinel/preferences.json";
+UserDefaults::Place UserDefaults::defaultPlace() {
+  const SupportEnvironment environment = SupportEnvironment::current();
+  const std::filesystem::path name = "Tarvinel/preferences.json";
+  return {preferencesFolder(environment) / name, environment.configFolder() / name};
 }
 
 bool UserDefaults::boolean(const std::string& key) const {
@@ -46,21 +59,50 @@ std::optional<std::string> UserDefaults::text(const std::string& key) const {
 }
 
 void UserDefaults::set(const std::string& key, bool value) {
-  values_[key] = value;
-  save();
+  remember(key, value);
 }
 
 void UserDefaults::set(const std::string& key, const std::string& value) {
+  remember(key, value);
+}
+
+void UserDefaults::remember(const std::string& key, nlohmann::json value) {
   values_[key] = value;
+  unsaved_[key] = std::move(value);
   save();
 }
 
-void UserDefaults::save() const {
+void UserDefaults::save() {
   try {
-    replaceFile(file_, values_.dump(2) + "\n");
+    const UniqueFd lock = lockedFolder(place_.file.parent_path());
+    auto values = stored();
+    values.update(unsaved_);
+    replaceFile(place_.file, values.dump(2) + "\n");
+    unsaved_.clear();
+  } catch (const nlohmann::json::exception& error) {
+    couldNotSave(error);
+    unsaved_.clear();  // a path that is no text, which would keep all others from being saved
   } catch (const std::exception& error) {
-    logger_->error("preferences at {} could not be written: {}", file_.string(), error.what());
+    couldNotSave(error);
   }
+}
+
+void UserDefaults::couldNotSave(const std::exception& error) const {
+  logger_->error("preferences at {} could not be written: {}", place_.file.string(), error.what());
+}
+
+/// What the file holds by now; what this run knows where that cannot be read.
+nlohmann::json UserDefaults::stored() const {
+  for (const auto& file : {place_.file, place_.earlier}) {
+    try {
+      const Bytes text = readRegularFile(file, maxPreferencesBytes);
+      auto values = nlohmann::json::parse(textOf(text), nullptr, false);
+      return values.is_object() ? values : values_;
+    } catch (const FileReadError& error) {
+      if (!error.isAbsent()) return values_;
+    }
+  }
+  return nlohmann::json::object();
 }
 
 }  // namespace tarvinel

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <exception>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -11,20 +12,27 @@
 namespace tarvinel {
 
 /// What the program remembers of the presenter's choices from one run to the next: one JSON object
-/// in a file that is replaced by a rename. Values that it does not know stay.
+/// in a file that is replaced by a rename. Only what was set is changed in it: other programs with
+/// the same file keep what they have set meanwhile, and values that nobody knows stay.
 ///
 /// Lives on the main queue. Never fails: what cannot be read is unset, and what cannot be written
-/// is logged and remembered for this run.
+/// is logged, remembered for this run and written with the next value.
 class UserDefaults {
  public:
   /// The key of the folder that the presenter chose for uploads.
   static constexpr const char* uploadFolder = "uploadFolder";
 
-  /// Takes the file; its folder is made when something is to be remembered.
-  UserDefaults(std::filesystem::path file, Logger logger);
+  /// Where the values are kept.
+  struct Place {
+    std::filesystem::path file;          ///< its folder is made when something is to be remembered
+    std::filesystem::path earlier = {};  ///< read while there is no `file`
+  };
 
-  /// "preferences.json" in the user's folder for settings: $XDG_CONFIG_HOME, else ~/.config.
-  static std::filesystem::path defaultFile();
+  UserDefaults(Place place, Logger logger);
+
+  /// "preferences.json" beside the user's config.json, else in the folder where that is looked for
+  /// first, which is also where the preferences were before there was a config.json.
+  static Place defaultPlace();
 
   /// False when unset.
   bool boolean(const std::string& key) const;
@@ -36,11 +44,15 @@ class UserDefaults {
   void set(const std::string& key, const std::string& value);
 
  private:
-  void save() const;
+  void remember(const std::string& key, nlohmann::json value);
+  void save();
+  void couldNotSave(const std::exception& error) const;
+  nlohmann::json stored() const;
 
-  const std::filesystem::path file_;
+  const Place place_;
   const Logger logger_;
-  nlohmann::json values_;
+  nlohmann::json unsaved_ = nlohmann::json::object();  ///< set, and not yet in the file
+  nlohmann::json values_ = nlohmann::json::object();
 };
 
 }  // namespace tarvinel

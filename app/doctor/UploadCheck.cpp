@@ -21,7 +21,7 @@ using Folder = UploadFacts::Folder;
 
 fs::path folderFor(const CommandLineOptions& options) {
   if (options.uploadFolder) return fs::absolute(*options.uploadFolder);
-  const UserDefaults chosen(UserDefaults::defaultFile(), Log::silent().category("app"));
+  const UserDefaults chosen(UserDefaults::defaultPlace(), Log::silent().category("app"));
   return chosen.text(UserDefaults::uploadFolder).value_or(defaultUploadFolder(std::time(nullptr)));
 }
 

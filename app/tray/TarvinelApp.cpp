@@ -153,11 +153,12 @@ AppModel::Platform TarvinelApp::platform(const CommandLineOptions& options,
   AppModel::Platform platform = platformFor(options, capture, log_, {queue_, desktop_});
   platform.updateController = [this](UpdateController::Delegate& delegate) {
     return std::make_unique<FeedUpdateController>(
-        delegate, FeedUpdateController::Environment{
-                      .desktop = desktop_,
-                      .mainQueue = queue_,
-                      .logger = log_.category("app"),
-                      .memory = UserDefaults::defaultFile().replace_filename("updates.json")});
+        delegate,
+        FeedUpdateController::Environment{
+            .desktop = desktop_,
+            .mainQueue = queue_,
+            .logger = log_.category("app"),
+            .memory = UserDefaults::defaultPlace().file.replace_filename("updates.json")});
   };
   platform.portAdvice = adviceOnPort;
   platform.helpFile = cacheFolder() / "Tarvinel/help.html";

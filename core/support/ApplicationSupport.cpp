@@ -39,4 +39,9 @@ std::filesystem::path applicationSupportFolder(const SupportEnvironment& environ
   return environment.configHome ? configHome : library;
 }
 
+std::filesystem::path preferencesFolder(const SupportEnvironment& environment) {
+  auto folder = applicationSupportFolder(environment);
+  return hasConfiguration(folder) ? folder : environment.configFolder();
+}
+
 }  // namespace tarvinel

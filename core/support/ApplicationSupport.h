@@ -27,4 +27,8 @@ std::filesystem::path cacheFolder();
 /// set, else the latter. Creates nothing.
 std::filesystem::path applicationSupportFolder(const SupportEnvironment& environment);
 
+/// The folder that holds "Tarvinel/preferences.json": the one above where there is a
+/// "Tarvinel/config.json", else $XDG_CONFIG_HOME (~/.config unless set). Creates nothing.
+std::filesystem::path preferencesFolder(const SupportEnvironment& environment);
+
 }  // namespace tarvinel

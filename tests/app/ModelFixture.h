@@ -41,7 +41,7 @@ class ModelFixture : public testing::Test {
                   screen.queue = &captureQueue;
                   return std::make_unique<FakeCaptureService>(screen);
                 },
-            .userDefaultsFile = folder / "preferences.json",
+            .userDefaults = {folder / "preferences.json"},
             .sysfs = folder.path(),
             .networkPath = network.factory(),
             .updateController = updateController};

@@ -1,11 +1,18 @@
 #include "app/UserDefaults.h"
+#include "core/support/FileLock.h"
+#include "core/support/UniqueFd.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+
+#include <filesystem>
 #include <optional>
+#include <string>
+#include <thread>
 
 namespace tarvinel {
 namespace {
@@ -13,11 +20,16 @@ namespace {
 using test::CapturedLog;
 using test::TemporaryFolder;
 using testing::ElementsAre;
+using testing::IsEmpty;
 using testing::StartsWith;
 
 class UserDefaultsTest : public testing::Test {
  protected:
-  UserDefaults defaults() { return {folder / "Tarvinel/preferences.json", log.category("app")}; }
+  UserDefaults defaults() { return {{folder / "Tarvinel/preferences.json"}, log.category("app")}; }
+
+  nlohmann::json content() const {
+    return nlohmann::json::parse(folder.read("Tarvinel/preferences.json"));
+  }
 
   TemporaryFolder folder;
   CapturedLog log;
@@ -49,8 +61,50 @@ TEST_F(UserDefaultsTest, AnEmptyTextIsUnset) {
 TEST_F(UserDefaultsTest, WhatItDoesNotKnowStays) {
   folder.write("Tarvinel/preferences.json", R"({"other": [1, 2], "uploadFolder": "/a"})");
   defaults().set("uploadFolder", std::string("/b"));
-  EXPECT_EQ(nlohmann::json::parse(folder.read("Tarvinel/preferences.json")),
-            nlohmann::json::parse(R"({"other": [1, 2], "uploadFolder": "/b"})"));
+  EXPECT_EQ(content(), nlohmann::json::parse(R"({"other": [1, 2], "uploadFolder": "/b"})"));
+}
+
+TEST_F(UserDefaultsTest, WhatAnotherProgramSetMeanwhileStays) {
+  UserDefaults first = defaults();
+  UserDefaults second = defaults();
+  first.set("uploadFolder", std::string("/a"));
+  second.set("uploadPerParticipant", true);
+  EXPECT_EQ(content(),
+            nlohmann::json::parse(R"({"uploadFolder": "/a", "uploadPerParticipant": true})"));
+}
+
+TEST_F(UserDefaultsTest, TwoProgramsAtTheSameTimeLoseNothing) {
+  constexpr int values = 100;
+  const auto setMany = [this](const std::string& prefix) {
+    UserDefaults program = defaults();
+    for (int i = 0; i < values; ++i)
+      program.set(prefix + std::to_string(i), true);
+  };
+  std::thread other([&] { setMany("other"); });
+  setMany("this");
+  other.join();
+  EXPECT_EQ(content().size(), 2U * values);
+  EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST_F(UserDefaultsTest, AProgramThatKeepsTheFolderLockedIsNotWaitedForWithoutEnd) {
+  folder.write("Tarvinel/preferences.json", "{}");
+  const UniqueFd held(open((folder / "Tarvinel").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  ASSERT_EQ(tryLock(held.get()), FileLock::taken);
+  defaults().set("uploadFolder", std::string("/a"));
+  EXPECT_EQ(defaults().text("uploadFolder"), "/a");
+}
+
+TEST_F(UserDefaultsTest, WhatWasKeptInTheEarlierPlaceIsTakenOver) {
+  folder.write("earlier.json", R"({"uploadFolder": "/a", "uploadPerParticipant": true})");
+  const UserDefaults::Place place{folder / "Tarvinel/preferences.json", folder / "earlier.json"};
+  UserDefaults moved(place, log.category("app"));
+  EXPECT_EQ(moved.text("uploadFolder"), "/a");
+  moved.set("uploadFolder", std::string("/b"));
+  EXPECT_EQ(content(),
+            nlohmann::json::parse(R"({"uploadFolder": "/b", "uploadPerParticipant": true})"));
+  moved.set("uploadPerParticipant", false);
+  EXPECT_EQ(UserDefaults(place, log.category("app")).text("uploadFolder"), "/b");
 }
 
 TEST_F(UserDefaultsTest, WhatCannotBeReadIsUnset) {
@@ -62,7 +116,7 @@ TEST_F(UserDefaultsTest, WhatCannotBeReadIsUnset) {
   }
 }
 
-TEST_F(UserDefaultsTest, WhatCannotBeWrittenIsLoggedAndHoldsForThisRun) {
+TEST_F(UserDefaultsTest, WhatCannotBeWrittenIsLoggedAndHoldsForThisRunUntilItCan) {
   folder.write("Tarvinel", "a file in place of the folder");
   UserDefaults stuck = defaults();
   stuck.set("uploadPerParticipant", true);
@@ -71,6 +125,28 @@ TEST_F(UserDefaultsTest, WhatCannotBeWrittenIsLoggedAndHoldsForThisRun) {
   EXPECT_THAT(log.lines().front(), StartsWith("app|error|preferences at " +
                                               (folder / "Tarvinel/preferences.json").string() +
                                               " could not be written: "));
+  std::filesystem::remove(folder / "Tarvinel");
+  stuck.set("uploadFolder", std::string("/a"));
+  EXPECT_EQ(content(),
+            nlohmann::json::parse(R"({"uploadPerParticipant": true, "uploadFolder": "/a"})"));
+}
+
+TEST_F(UserDefaultsTest, APathThatIsNoTextDoesNotKeepTheRestFromBeingSaved) {
+  UserDefaults program = defaults();
+  program.set("uploadFolder", std::string("/\xFF"));
+  EXPECT_EQ(program.text("uploadFolder"), "/\xFF");
+  EXPECT_EQ(log.lines().size(), 1U);
+  program.set("uploadPerParticipant", true);
+  EXPECT_EQ(content(), nlohmann::json::parse(R"({"uploadPerParticipant": true})"));
+}
+
+TEST_F(UserDefaultsTest, AFileThatCannotBeReadMeanwhileIsWrittenWithWhatThisRunKnows) {
+  UserDefaults program = defaults();
+  program.set("uploadFolder", std::string("/a"));
+  folder.write("Tarvinel/preferences.json", "{");
+  program.set("uploadPerParticipant", true);
+  EXPECT_EQ(content(),
+            nlohmann::json::parse(R"({"uploadPerParticipant": true, "uploadFolder": "/a"})"));
 }
 
 }  // namespace

@@ -11,6 +11,7 @@ import pytest
 from harness import http, pixels
 from harness.program import Program
 from harness.viewer import Viewer
+from harness.waiting import eventually
 
 DOCS = Path(__file__).resolve().parents[2] / "docs"
 NOT_FOUND = b"HTTP/1.1 404 Not Found\r\n"
@@ -53,6 +54,38 @@ def test_the_default_places_in_their_order(start, tmp_path):
     assert page_title() == b"in the library"
     write("config", "in the config home")  # XDG_CONFIG_HOME of the tests
     assert page_title() == b"in the config home"
+
+
+def preferences(tmp_path, place):
+    file = tmp_path / place / "Tarvinel/preferences.json"
+    return json.loads(file.read_text()) if file.exists() else {}
+
+
+def choose(program, folder):
+    program.command(f"folder {folder}")
+    program.wait_for_line(f"upload folder set to {folder}", source="stderr")
+
+
+def test_preferences_lie_beside_the_users_file(start, tmp_path):
+    choose(start("--capture", "pattern"), tmp_path / "a")
+    assert preferences(tmp_path, "config")["uploadFolder"] == str(tmp_path / "a")
+    library = tmp_path / "Library/Application Support/Tarvinel"
+    library.mkdir(parents=True)
+    (library / "config.json").write_text("{}")
+    program = start("--capture", "pattern", "--uploads")
+    program.wait_for_line(f"folder {tmp_path / 'a'}")  # what was chosen before is not forgotten
+    choose(program, tmp_path / "b")
+    assert preferences(tmp_path, library.parent)["uploadFolder"] == str(tmp_path / "b")
+    assert preferences(tmp_path, "config")["uploadFolder"] == str(tmp_path / "a")
+
+
+def test_two_programs_keep_each_others_preferences(start, tmp_path):
+    first, second = (start("--capture", "pattern") for _ in range(2))
+    choose(first, tmp_path / "a")
+    second.command("per-participant on")
+    eventually(lambda: preferences(tmp_path, "config") ==
+               {"uploadFolder": str(tmp_path / "a"), "uploadPerParticipant": True}, 60,
+               "both choices are remembered")
 
 
 def test_the_port_of_the_file(tmp_path):

@@ -9,7 +9,7 @@ namespace tarvinel {
 FeedUpdateController::FeedUpdateController(Delegate& delegate, Environment environment)
     : delegate_(delegate),
       environment_(std::move(environment)),
-      memory_(environment_.memory, environment_.logger),
+      memory_({environment_.memory}, environment_.logger),
       schedule_({environment_.mainQueue, memory_, environment_.now},
                 [this] { check(Check::scheduled); }) {}
 

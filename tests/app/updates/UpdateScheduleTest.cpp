@@ -43,7 +43,8 @@ class UpdateScheduleTest : public testing::Test {
   /// A run of the program: what it remembers is in the file.
   void start() {
     schedule.reset();
-    memory = std::make_unique<UserDefaults>(folder / "updates.json", log.category("app"));
+    memory = std::make_unique<UserDefaults>(UserDefaults::Place{folder / "updates.json"},
+                                            log.category("app"));
     schedule = std::make_unique<UpdateSchedule>(
         UpdateSchedule::Environment{queue, *memory, [this] { return now; }}, [this] { ++due; });
   }

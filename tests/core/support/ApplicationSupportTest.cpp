@@ -57,8 +57,19 @@ TEST_F(ApplicationSupportTest, SettingsThatCannotBeReadAreFoundAllTheSame) {
   EXPECT_EQ(folder(), dotConfig);
 }
 
+TEST_F(ApplicationSupportTest, PreferencesLieBesideTheSettingsElseInTheFirstPlace) {
+  EXPECT_EQ(preferencesFolder({home.path(), {}}), dotConfig);
+  EXPECT_EQ(preferencesFolder({home.path(), home / "xdg"}), home / "xdg");
+  home.write("Library/Application Support/Tarvinel/config.json", "{}");
+  EXPECT_EQ(preferencesFolder({home.path(), {}}), library);
+  EXPECT_EQ(preferencesFolder({home.path(), home / "xdg"}), library);
+  home.write(".config/Tarvinel/config.json", "{}");
+  EXPECT_EQ(preferencesFolder({home.path(), {}}), dotConfig);
+}
+
 TEST_F(ApplicationSupportTest, NothingIsCreated) {
   folder();
+  preferencesFolder({home.path(), {}});
   folder(home / "xdg");
   EXPECT_TRUE(std::filesystem::is_empty(home.path()));
 }
