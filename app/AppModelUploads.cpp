@@ -69,7 +69,10 @@ void AppModel::reloadUploadStore() {
       });
   uploadFolderQueue_.post([folder = uploadFolder_, perParticipant = uploadPerParticipant_,
                            logger = platform_.log.category("upload"), opened = std::move(opened)] {
-    opened(resultOf([&] { return std::make_shared<UploadStore>(folder, perParticipant, logger); }));
+    const auto store =
+        resultOf([&] { return std::make_shared<UploadStore>(folder, perParticipant, logger); });
+    opened(store);
+    if (store.ok()) store.value()->removeLeftOversOfOtherDays();
   });
 }
 

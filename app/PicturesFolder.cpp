@@ -4,6 +4,7 @@
 #include "core/support/ApplicationSupport.h"
 #include "core/support/Bytes.h"
 #include "core/support/RegularFile.h"
+#include "core/uploads/UploadFolderScan.h"
 
 #include <fmt/chrono.h>
 
@@ -72,7 +73,7 @@ std::filesystem::path picturesFolder() {
 }
 
 std::filesystem::path defaultUploadFolder(std::time_t now) {
-  return picturesFolder() / "Tarvinel Uploads" / fmt::format("{:%Y-%m-%d}", fmt::localtime(now));
+  return picturesFolder() / folderOfDays / fmt::format("{:%Y-%m-%d}", fmt::localtime(now));
 }
 
 }  // namespace tarvinel

@@ -1,8 +1,10 @@
 #include "core/uploads/UploadFolderScan.h"
 
+#include "core/support/Result.h"
 #include "core/uploads/PartialFile.h"
 #include "core/uploads/UploadNaming.h"
 
+#include <algorithm>
 #include <system_error>
 #include <vector>
 
@@ -22,13 +24,21 @@ bool isHidden(const Directory::Entry& entry) {
   return entry.name.starts_with('.');
 }
 
-/// Calls `visit` with each visible folder in the root.
+/// Whether a name is a date such as "2026-11-15".
+bool isDay(std::string_view name) {
+  constexpr std::string_view pattern = "0000-00-00";
+  return std::ranges::equal(name, pattern, [](char character, char expected) {
+    return expected == '0' ? character >= '0' && character <= '9' : character == expected;
+  });
+}
+
+/// Calls `visit` with each visible folder in another one.
 template <class Visit>
-void forEachParticipant(const Directory& root, Visit visit) {
-  for (const Directory::Entry& entry : entriesOrNone(root)) {
+void forEachFolder(const Directory& directory, Visit visit) {
+  for (const Directory::Entry& entry : entriesOrNone(directory)) {
     if (!entry.isDirectory || isHidden(entry)) continue;
     try {
-      visit(root.subdirectory(entry.name), entry.name);
+      visit(directory.subdirectory(entry.name), entry.name);
     } catch (const std::system_error&) {  // gone meanwhile, or closed to us
     }
   }
@@ -74,7 +84,7 @@ UploadFolderCount countUploads(const Directory& root, bool perParticipant) {
     addFiles(root, count);
     return count;
   }
-  forEachParticipant(root, [&count](const Directory& directory, const std::string& participant) {
+  forEachFolder(root, [&count](const Directory& directory, const std::string& participant) {
     const std::int64_t files = addFiles(directory, count);
     if (files > 0) count.perParticipant[participant] = files;
   });
@@ -84,8 +94,19 @@ UploadFolderCount countUploads(const Directory& root, bool perParticipant) {
 void removeLeftOvers(const Directory& root, bool perParticipant) {
   removeLeftOversIn(root);
   if (!perParticipant) return;
-  forEachParticipant(root, [](const Directory& directory, const std::string& /*participant*/) {
+  forEachFolder(root, [](const Directory& directory, const std::string& /*participant*/) {
     removeLeftOversIn(directory);
+  });
+}
+
+void removeLeftOversOfOtherDays(const Directory& root) {
+  const auto days = root.path().parent_path();
+  const std::string today = root.path().filename();
+  if (!isDay(today) || days.filename() != folderOfDays) return;
+  const auto directory = resultOf([&] { return Directory::open(days); });
+  if (!directory.ok()) return;
+  forEachFolder(directory.value(), [&today](const Directory& day, const std::string& name) {
+    if (isDay(name) && name != today) removeLeftOvers(day, true);
   });
 }
 

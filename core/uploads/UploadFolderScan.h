@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 
 namespace tarvinel {
 
@@ -24,5 +25,13 @@ UploadFolderCount countUploads(const Directory& root, bool perParticipant);
 
 /// Removes the partial files that nobody holds. Nothing else is touched, and nothing is reported.
 void removeLeftOvers(const Directory& root, bool perParticipant);
+
+/// The folder in which each day has an upload folder of its own, unless the presenter chose another
+/// place.
+inline constexpr std::string_view folderOfDays = "Tarvinel Uploads";
+
+/// Does the same in the folders of the other days, when the root is the folder of a day. Blocks as
+/// long as the disk takes for many folders.
+void removeLeftOversOfOtherDays(const Directory& root);
 
 }  // namespace tarvinel

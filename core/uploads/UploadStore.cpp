@@ -1,6 +1,7 @@
 #include "core/uploads/UploadStore.h"
 
 #include "core/support/FatalError.h"
+#include "core/support/Result.h"
 #include "core/uploads/Placement.h"
 #include "core/uploads/UploadFolderScan.h"
 #include "core/uploads/UploadNaming.h"
@@ -68,6 +69,11 @@ Directory UploadStore::openRoot() const {
   } catch (const std::system_error&) {
     throw UploadStoreError::rootUnavailable(root_);
   }
+}
+
+void UploadStore::removeLeftOversOfOtherDays() {
+  const auto directory = resultOf([this] { return openRoot(); });
+  if (directory.ok()) tarvinel::removeLeftOversOfOtherDays(directory.value());
 }
 
 UploadStore::Reservation UploadStore::reserve(const std::string& participant,

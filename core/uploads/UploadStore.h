@@ -51,6 +51,10 @@ class UploadStore {
 
   const std::filesystem::path& root() const { return root_; }
 
+  /// Where each day has an upload folder of its own: removes what crashes on the other days left in
+  /// theirs. May take long where there are many.
+  void removeLeftOversOfOtherDays();
+
   /// Takes a label and a file name from UploadNaming. Names before `firstAttempt` are left out.
   /// Throws UploadStoreError or std::system_error.
   Reservation reserve(const std::string& participant, const std::string& filename,

@@ -90,6 +90,18 @@ def test_choices_are_remembered_and_uploads_closed_again(start, tmp_path):
     assert uploads.visible(tmp_path / "chosen") == [Path("Sam/a.jpg")]
 
 
+def test_what_a_crash_on_another_day_left_is_removed(start, tmp_path):
+    days = tmp_path / "Pictures/Tarvinel Uploads"
+    for day in ("2024-02-29", "2025-01-01"):
+        (days / day).mkdir(parents=True)
+        (days / day / ".Sam-a.jpg.partial").write_bytes(b"half")
+        (days / day / "Sam-b.jpg").write_bytes(b"whole")
+    program = start("--capture", "pattern", "--uploads")
+    eventually(lambda: not uploads.hidden(days), 60, "the left-overs are removed")
+    assert uploads.visible(days) == [Path("2024-02-29/Sam-b.jpg"), Path("2025-01-01/Sam-b.jpg")]
+    assert uploads.upload(program.address, "Sam", "a.jpg", b"x") == (201, {"file": "Sam-a.jpg"})
+
+
 def test_nine_at_once(program, folder):
     with contextlib.ExitStack() as stack:
         eight = [stack.enter_context(uploads.start(program.address, "Sam", "a.jpg", 2, b"x"))

@@ -143,6 +143,36 @@ TEST_F(UploadStoreTest, RemovesTheLeftOversOfEveryParticipant) {
   EXPECT_THAT(folder.files(), IsEmpty());
 }
 
+TEST_F(UploadStoreTest, RemovesTheLeftOversOfOtherDays) {
+  const std::string days = "Tarvinel Uploads/";
+  folder.write(days + "2026-11-13/.Sam-a.jpg.partial", "half");
+  folder.write(days + "2026-11-13/Sam-a.jpg", "whole");
+  folder.write(days + "2026-11-14/Sam/.a.jpg.partial", "half");
+  folder.write(days + "2026-11-16/.Sam-a.jpg.partial", "half: the clock was wrong");
+  folder.write(days + "2026-11-16b/.Sam-a.jpg.partial", "no day");
+  folder.write(days + ".Sam-a.jpg.partial", "above the days");
+  root = folder / (days + "2026-11-12");
+  UploadStore other(root, false, log.category("upload"));
+  const auto reservation = other.reserve("Sam", "a.jpg");
+  const PartialFile held = written(reservation);
+  root = folder / (days + "2026-11-15");
+  open().removeLeftOversOfOtherDays();
+  EXPECT_THAT(folder.files(),
+              ElementsAre(days + ".Sam-a.jpg.partial", days + "2026-11-12/.Sam-a.jpg.partial",
+                          days + "2026-11-13/Sam-a.jpg", days + "2026-11-16b/.Sam-a.jpg.partial"));
+}
+
+TEST_F(UploadStoreTest, FoldersBesideOneThatThePresenterChoseAreNotSearched) {
+  folder.write("weddings/2026-11-14/.Sam-a.jpg.partial", "of another program");
+  folder.write("Tarvinel Uploads/2026-11-14/.Sam-a.jpg.partial", "beside no day");
+  for (const char* chosen : {"weddings/2026-11-15", "Tarvinel Uploads/wedding"}) {
+    root = folder / chosen;
+    open().removeLeftOversOfOtherDays();
+  }
+  EXPECT_THAT(folder.files(), ElementsAre("Tarvinel Uploads/2026-11-14/.Sam-a.jpg.partial",
+                                          "weddings/2026-11-14/.Sam-a.jpg.partial"));
+}
+
 TEST_F(UploadStoreTest, AFileThatIsBeingWrittenIsNoLeftOver) {
   const auto reservation = open().reserve("Sam", "a.jpg");
   const PartialFile held = written(reservation);
