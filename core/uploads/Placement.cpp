@@ -58,7 +58,8 @@ Placement::Outcome Placement::byLink(const Directory& directory, const std::stri
   if (linkat(folder, from.c_str(), folder, to.c_str(), 0) != 0) {
     return outcomeOfFailure(directory, to);
   }
-  directory.removeFile(from);
+  // should the first name stay, it is removed with the left-overs
+  unlinkat(folder, from.c_str(), 0);
   return Outcome::placed;
 }
 

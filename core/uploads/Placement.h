@@ -28,7 +28,8 @@ class Placement {
   static Outcome byRename(const Directory& directory, const std::string& from,
                           const std::string& to);
 
-  /// A second name for the file, which fails when that is taken, before the first one goes.
+  /// A second name for the file, which fails when that is taken, before the first one goes. The
+  /// file is placed also when that cannot be removed.
   static Outcome byLink(const Directory& directory, const std::string& from, const std::string& to);
 
   /// Makes an empty file under the name, which fails when it is taken, and renames over that. The

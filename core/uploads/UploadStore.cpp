@@ -120,7 +120,13 @@ bool UploadStore::isFree(const Directory& directory, const std::string& name) co
 std::filesystem::path UploadStore::commit(const Reservation& reservation, const PartialFile& file,
                                           std::int64_t bytes) {
   const std::string name = place(reservation, file);
-  reservation.directory->sync();
+  try {
+    reservation.directory->sync();
+  } catch (const std::system_error&) {
+    // the participant is told of a failure and sends it again; what cannot be taken back is there
+    if (!file.removeName(name)) recordCommit(reservation.participant, bytes);
+    throw;
+  }
   recordCommit(reservation.participant, bytes);
   logger_->info("committed {} ({} bytes) for {}", name, bytes, reservation.participant);
   return reservation.directory->path() / name;

@@ -65,8 +65,9 @@ class UploadStore {
 
   /// Gives the finished partial file its final name, the next free one when another file has that
   /// by now; returns its path once the name would survive a power cut. Throws UploadStoreError or
-  /// std::system_error, also when the partial file was removed or replaced; it is then still to be
-  /// removed by `abort`.
+  /// std::system_error, also when the partial file was removed or replaced; the file is then not
+  /// visible, and still to be removed by `abort`. Should it have become visible and not go again, it
+  /// counts.
   std::filesystem::path commit(const Reservation& reservation, const PartialFile& file,
                                std::int64_t bytes);
 

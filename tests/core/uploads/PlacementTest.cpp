@@ -1,9 +1,13 @@
 #include "core/uploads/Placement.h"
+#include "tests/support/FailingCalls.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/syscall.h>
+
+#include <cerrno>
 #include <filesystem>
 #include <system_error>
 
@@ -49,6 +53,16 @@ TEST_P(PlacementTest, NeverReplacesOrFollowsALink) {
 TEST_P(PlacementTest, AFileThatIsNotThereFailsAndLeavesNothing) {
   EXPECT_THROW(place(), std::system_error);
   EXPECT_THAT(folder.files(), ElementsAre());
+}
+
+TEST(PlacementByLinkTest, AFirstNameThatCannotBeRemovedLeavesTheFilePlaced) {
+  const TemporaryFolder folder;
+  folder.write(".a.partial", "new");
+  const Directory directory = Directory::open(folder.path());
+  test::whileCallsFail({SYS_unlinkat}, EIO, [&] {
+    EXPECT_EQ(Placement::byLink(directory, ".a.partial", "a"), Outcome::placed);
+  });
+  EXPECT_EQ(folder.read("a"), "new");
 }
 
 INSTANTIATE_TEST_SUITE_P(Roads, PlacementTest,

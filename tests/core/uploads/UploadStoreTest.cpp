@@ -3,13 +3,16 @@
 #include "core/uploads/UploadStore.h"
 #include "core/uploads/UploadStoreError.h"
 #include "tests/support/CapturedLog.h"
+#include "tests/support/FailingCalls.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+#include <sys/syscall.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -23,6 +26,7 @@ namespace {
 
 using test::CapturedLog;
 using test::TemporaryFolder;
+using test::whileCallsFail;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -389,6 +393,28 @@ TEST_F(UploadStoreTest, AFailedCommitGivesTheNameBackAndPassesTheErrorOn) {
   }
   EXPECT_EQ(store->stats(), UploadStore::Stats{});
   EXPECT_EQ(store->reserve("Sam", "a.jpg").attempt, 1);
+}
+
+TEST_F(UploadStoreTest, AFileWhoseNameMightNotSurviveAPowerCutIsTakenBack) {
+  open();
+  const auto reservation = store->reserve("Sam", "a.jpg");
+  const PartialFile held = written(reservation);
+  whileCallsFail({SYS_fsync}, EIO,
+                 [&] { EXPECT_THROW(store->commit(reservation, held, 5), std::system_error); });
+  EXPECT_THAT(folder.files(), IsEmpty());
+  EXPECT_EQ(store->stats(), UploadStore::Stats{});
+  EXPECT_EQ(uploaded("Sam", "a.jpg"), "Sam-a.jpg");
+}
+
+TEST_F(UploadStoreTest, IfItCannotBeTakenBackItCounts) {
+  open();
+  const auto reservation = store->reserve("Sam", "a.jpg");
+  const PartialFile held = written(reservation);
+  whileCallsFail({SYS_fsync, SYS_unlinkat}, EIO,
+                 [&] { EXPECT_THROW(store->commit(reservation, held, 5), std::system_error); });
+  store->abort(reservation, held);
+  EXPECT_THAT(folder.files(), ElementsAre("uploads/Sam-a.jpg"));
+  EXPECT_EQ(store->stats(), (UploadStore::Stats{1, 5, 1, "Sam", 1}));
 }
 
 TEST_F(UploadStoreTest, CountsWhoSentWhat) {
