@@ -200,6 +200,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   void useUploadStore(const std::shared_ptr<UploadStore>& store);
   void applyUploadsEnabled();
   void refreshUploadStatus();
+  void tellUploadProblem(const std::optional<std::string>& reason);
 
   void publishName(const std::optional<std::string>& address);
   void namePublishingFailed(const NamePublisherError& error);
@@ -280,6 +281,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   bool uploadPerParticipant_ = false;
   std::optional<UploadStatus> uploadStatus_;
   std::optional<std::string> uploadError_;
+  bool uploadFolderRefused_ = false;  ///< the newest choice: nothing is taken meanwhile
   std::shared_ptr<UploadController> uploadController_;  ///< once a folder could be used
   std::int64_t tickCount_ = 0;
 

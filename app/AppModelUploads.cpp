@@ -13,6 +13,10 @@ namespace {
 
 const std::string perParticipantKey = "uploadPerParticipant";
 
+std::string folderError(const std::string& reason) {
+  return "Can't use upload folder: " + reason;
+}
+
 }  // namespace
 
 void AppModel::readUploadDefaults(const UploadLaunch& launch) {
@@ -77,13 +81,14 @@ void AppModel::reloadUploadStore() {
 }
 
 void AppModel::uploadStoreOpened(const Result<std::shared_ptr<UploadStore>>& store) {
+  uploadFolderRefused_ = !store.ok();
   if (store.ok()) {
     useUploadStore(store.value());
     update(uploadError_, {});
   } else {
     const std::string reason = describe(store.error());
     logger_->error("upload store at {} failed: {}", uploadFolder_.string(), reason);
-    update(uploadError_, std::optional("Can't use upload folder: " + reason));
+    update(uploadError_, std::optional(folderError(reason)));
   }
   applyUploadsEnabled();
   startServer();
@@ -102,12 +107,23 @@ void AppModel::useUploadStore(const std::shared_ptr<UploadStore>& store) {
 // With a folder that cannot be used nothing is taken, lest it goes where it was not wanted.
 void AppModel::applyUploadsEnabled() {
   if (!uploadController_) return;
-  uploadController_->setEnabled(uploadsEnabled_ && !uploadError_);
+  uploadController_->setEnabled(uploadsEnabled_ && !uploadFolderRefused_);
   refreshUploadStatus();
 }
 
 void AppModel::refreshUploadStatus() {
-  if (uploadController_) update(uploadStatus_, std::optional(uploadController_->snapshot()));
+  if (!uploadController_) return;
+  update(uploadStatus_, std::optional(uploadController_->snapshot()));
+  if (!uploadFolderRefused_) tellUploadProblem(uploadController_->store()->problem());
+}
+
+// The presenter may be looking at something else while photos are refused. Uploads stay open: they
+// are taken as soon as the folder is back.
+void AppModel::tellUploadProblem(const std::optional<std::string>& reason) {
+  const auto error = reason ? std::optional(folderError(*reason)) : std::nullopt;
+  if (error == uploadError_) return;
+  update(uploadError_, error);
+  if (error) platform_.desktop.notify("Tarvinel", *error);
 }
 
 std::optional<std::string> AppModel::uploadURL() const {

@@ -63,11 +63,27 @@ UploadStore::UploadStore(const std::filesystem::path& root, bool perParticipant,
 
 // The folder is opened anew for each upload, so that none is held open while nothing arrives: a
 // removable disk can be taken out. It is found under its path only if no link leads elsewhere.
-Directory UploadStore::openRoot() const {
+Directory UploadStore::openRoot() {
   try {
     return Directory::open(root_);
   } catch (const std::system_error&) {
-    throw UploadStoreError::rootUnavailable(root_);
+    const auto error = UploadStoreError::rootUnavailable(root_);
+    noteProblem(error.what());
+    throw error;
+  }
+}
+
+// Said once, however many participants find it so.
+void UploadStore::noteProblem(const std::optional<std::string>& problem) {
+  {
+    const std::scoped_lock lock(statsMutex_);
+    if (problem == problem_) return;
+    problem_ = problem;
+  }
+  if (problem) {
+    logger_->error("upload store at {} failed: {}", root_.string(), *problem);
+  } else {
+    logger_->info("upload store at {} can be used again", root_.string());
   }
 }
 
@@ -92,7 +108,7 @@ UploadStore::Reservation UploadStore::reserve(const std::string& participant,
   throw UploadStoreError::collisionExhausted(baseName);
 }
 
-Directory UploadStore::directoryOf(const std::string& participant) const {
+Directory UploadStore::directoryOf(const std::string& participant) {
   Directory root = openRoot();
   if (!perParticipant_) return root;
   requireInsideRoot(root_, participant);
@@ -156,12 +172,16 @@ void UploadStore::release(const Reservation& reservation) {
   reservedPaths_.erase(reservation.finalPath());
 }
 
-std::optional<std::int64_t> UploadStore::freeSpace() const {
+std::optional<std::int64_t> UploadStore::freeSpace() {
   try {
-    return openRoot().freeBytes();
-  } catch (const std::exception&) {
-    return std::nullopt;
+    const std::int64_t bytes = openRoot().freeBytes();
+    noteProblem({});
+    return bytes;
+  } catch (const UploadStoreError&) {  // noted already
+  } catch (const std::system_error& error) {
+    noteProblem(error.what());
   }
+  return std::nullopt;
 }
 
 void UploadStore::recordCommit(const std::string& participant, std::int64_t bytes) {
@@ -178,6 +198,11 @@ void UploadStore::recordCommit(const std::string& participant, std::int64_t byte
 UploadStore::Stats UploadStore::stats() const {
   const std::scoped_lock lock(statsMutex_);
   return stats_;
+}
+
+std::optional<std::string> UploadStore::problem() const {
+  const std::scoped_lock lock(statsMutex_);
+  return problem_;
 }
 
 }  // namespace tarvinel

@@ -18,8 +18,8 @@ namespace tarvinel {
 /// The upload folder: gives out names before a file arrives, turns a complete partial file into its
 /// final name without ever overwriting anything, and counts.
 ///
-/// Safe from any thread. All but `stats` block as long as the disk does; `stats` never waits for
-/// the disk, since the server's queue reads it.
+/// Safe from any thread. All but `stats` and `problem` block as long as the disk does; these never
+/// wait for the disk, since the server's and the main queue read them.
 class UploadStore {
  public:
   /// A name that no other upload is given until it is committed or aborted.
@@ -76,13 +76,17 @@ class UploadStore {
   void abort(const Reservation& reservation, const PartialFile& file) noexcept;
 
   /// Bytes that can still be written; nothing when that cannot be found out.
-  std::optional<std::int64_t> freeSpace() const;
+  std::optional<std::int64_t> freeSpace();
 
   Stats stats() const;
 
+  /// Why the folder could not be used when an upload last needed it; nothing when it could.
+  std::optional<std::string> problem() const;
+
  private:
-  Directory openRoot() const;
-  Directory directoryOf(const std::string& participant) const;
+  Directory openRoot();
+  void noteProblem(const std::optional<std::string>& problem);
+  Directory directoryOf(const std::string& participant);
   void requireInsideRoot(const std::filesystem::path& directory, const std::string& name) const;
   bool isFree(const Directory& directory, const std::string& name) const;
   std::string place(const Reservation& reservation, const PartialFile& file);
@@ -97,6 +101,7 @@ class UploadStore {
 
   mutable std::mutex statsMutex_;  ///< never held while the disk is asked
   Stats stats_;                    // guarded by statsMutex_
+  std::optional<std::string> problem_;  // guarded by statsMutex_
   std::map<std::string, std::int64_t> participantFileCounts_;  // guarded by statsMutex_
 };
 

@@ -800,6 +800,24 @@ TEST_F(AppModelTest, WithAFolderThatCannotBeUsedNothingIsTakenIntoTheOneBefore) 
   EXPECT_TRUE(model->uploadsEnabled());
 }
 
+TEST_F(AppModelTest, AFolderThatIsGoneIsSaidAndUsedAgainOnceItIsBack) {
+  uploads.open = true;
+  launchAndWait();
+  std::filesystem::rename(folder / "uploads", folder / "elsewhere");
+  EXPECT_THAT(uploaded("a.jpg"), StartsWith("HTTP/1.1 507 Insufficient Storage\r\n"));
+  EXPECT_THAT(uploaded("a.jpg"), StartsWith("HTTP/1.1 507 Insufficient Storage\r\n"));
+  mainQueue.tick();
+  mainQueue.tick();
+  const std::string said = "Can't use upload folder: could not create or use upload root \"" +
+                           (folder / "uploads").string() + "\"";
+  EXPECT_EQ(model->uploadError(), said);
+  EXPECT_THAT(desktop.done, Contains("notify Tarvinel: " + said).Times(1));
+  std::filesystem::rename(folder / "elsewhere", folder / "uploads");
+  EXPECT_THAT(uploaded("a.jpg"), StartsWith("HTTP/1.1 201 Created\r\n"));
+  mainQueue.tick();
+  EXPECT_EQ(model->uploadError(), std::nullopt);
+}
+
 TEST_F(AppModelTest, AFolderThatHangsDoesNotKeepTheServerFromStarting) {
   launch();  // the outcome waits on the main queue, which does not run yet
   for (int i = 0; i < 3; ++i)

@@ -228,11 +228,14 @@ def test_a_folder_that_goes_and_returns(program, folder):
         shutil.rmtree(folder)
         connection.sendall(b"67890")
         assert uploads.answer_on(connection) == (500, {"error": "could not place the file"})
-    # a volume that cannot be asked counts as full
+    # a volume that cannot be asked counts as full, for participants; the presenter reads why
     assert uploads.upload(program.address, "Sam", "a.jpg", b"x") == \
         (507, {"error": "not enough space on the Pro's disk"})
+    program.wait_for_line("Can't use upload folder: could not create or use upload root")
+    program.wait_for_line(f"upload store at {folder} failed: ", source="stderr")
     folder.mkdir()
     assert uploads.upload(program.address, "Sam", "a.jpg", b"x") == (201, {"file": "Sam-a.jpg"})
+    program.wait_for_line(f"upload store at {folder} can be used again", source="stderr")
 
 
 def test_a_folder_replaced_by_a_link_leads_nothing_elsewhere(program, folder, tmp_path):

@@ -29,6 +29,7 @@ using test::TemporaryFolder;
 using test::whileCallsFail;
 using testing::Contains;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 
 struct Refusal {
@@ -320,6 +321,33 @@ TEST_F(UploadStoreTest, ARemovedRootIsUnavailable) {
   EXPECT_EQ(refusalOf([&] { store->reserve("Sam", "a.jpg"); })->which,
             UploadStoreError::Case::rootUnavailable);
   EXPECT_EQ(store->freeSpace(), std::nullopt);
+}
+
+TEST_F(UploadStoreTest, AProblemWithTheFolderIsNotedOnceUntilItIsOver) {
+  open();
+  EXPECT_NE(store->freeSpace(), std::nullopt);
+  EXPECT_EQ(store->problem(), std::nullopt);
+  std::filesystem::rename(root, folder / "elsewhere");
+  EXPECT_EQ(store->freeSpace(), std::nullopt);
+  EXPECT_EQ(store->freeSpace(), std::nullopt);
+  const std::string problem = "could not create or use upload root \"" + root.string() + "\"";
+  EXPECT_EQ(store->problem(), problem);
+  std::filesystem::rename(folder / "elsewhere", root);
+  EXPECT_NE(store->freeSpace(), std::nullopt);
+  EXPECT_EQ(store->problem(), std::nullopt);
+  EXPECT_THAT(log.lines(),
+              ElementsAre("upload|error|upload store at " + root.string() + " failed: " + problem,
+                          "upload|info|upload store at " + root.string() + " can be used again"));
+}
+
+TEST_F(UploadStoreTest, ADiskThatDoesNotTellItsFreeSpaceIsAProblem) {
+  open();
+  whileCallsFail({SYS_fstatfs}, EIO, [&] {
+    EXPECT_EQ(store->freeSpace(), std::nullopt);
+    EXPECT_EQ(store->freeSpace(), std::nullopt);
+  });
+  EXPECT_THAT(store->problem().value(), HasSubstr("Input/output error"));
+  EXPECT_EQ(log.lines().size(), 1U);
 }
 
 TEST_F(UploadStoreTest, ARootReplacedByALinkDuringAnUploadLeadsNothingElsewhere) {
