@@ -142,21 +142,27 @@ void UploadTransfer::complete() {
 void UploadTransfer::completed(const ActiveUpload::Outcome& outcome) {
   if (const auto* name = std::get_if<std::string>(&outcome)) {
     connection_.answer(HTTPResponse::json("201 Created", nlohmann::json{{"file", *name}}.dump()));
-  } else if (std::get<ActiveUpload::Failure>(outcome) == ActiveUpload::Failure::write) {
-    answer({UploadRefusal::internalError, "could not write the file"});
-  } else {
-    answer({UploadRefusal::internalError, "could not place the file"});
+    return;
   }
+  const bool written = std::get<ActiveUpload::Failure>(outcome) == ActiveUpload::Failure::place;
+  const UploadRefusal refusal{UploadRefusal::internalError,
+                              written ? "could not place the file" : "could not write the file"};
+  logAbort(refusal);
+  answer(refusal);
 }
 
 void UploadTransfer::fail(std::string_view status, std::string message) {
   const auto upload = std::exchange(upload_, nullptr);
   if (!upload) return;  // it has ended by another way
-  controller_->logger()->info("abort ({}): {}", status, message);
   const UploadRefusal refusal{status, std::move(message)};
+  logAbort(refusal);
   upload->abandon([answerOnServer = onServer<UploadRefusal>(&UploadTransfer::answer), refusal] {
     answerOnServer(refusal);
   });
+}
+
+void UploadTransfer::logAbort(const UploadRefusal& refusal) const {
+  controller_->logger()->info("abort ({}): {}", refusal.status, refusal.message);
 }
 
 void UploadTransfer::answer(const UploadRefusal& refusal) {

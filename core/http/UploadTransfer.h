@@ -65,6 +65,7 @@ class UploadTransfer : public std::enable_shared_from_this<UploadTransfer> {
   void complete();
   void completed(const ActiveUpload::Outcome& outcome);
   void fail(std::string_view status, std::string message);
+  void logAbort(const UploadRefusal& refusal) const;
   void answer(const UploadRefusal& refusal);
 
   /// Wraps a step so that it can be called on any queue: it runs on the server's while the transfer

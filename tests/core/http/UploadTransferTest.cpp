@@ -4,6 +4,7 @@
 #include "tests/support/Await.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/Eventually.h"
+#include "tests/support/FailingCalls.h"
 #include "tests/support/HangingDisk.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/TestClient.h"
@@ -12,7 +13,9 @@
 #include <gtest/gtest.h>
 
 #include <fmt/format.h>
+#include <sys/syscall.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <future>
 #include <memory>
@@ -285,7 +288,25 @@ TEST_F(UploadTransferTest, AFolderThatGoesDuringAnUploadIsTold) {
   std::filesystem::remove_all(folder / "uploads");
   client.send("oto");
   EXPECT_EQ(client.readToEnd(), refused("500 Internal Server Error", "could not place the file"));
-  EXPECT_THAT(log.lines(), Contains(StartsWith("upload|error|commit failed: ")));
+  EXPECT_THAT(log.lines(),
+              AllOf(Contains(StartsWith("upload|error|commit failed: ")),
+                    Contains("upload|info|abort (500 Internal Server Error): could not place the "
+                             "file")));
+  expectNothingLeft();
+}
+
+TEST_F(UploadTransferTest, ADiskThatBreaksAtTheEndIsTold) {
+  std::filesystem::create_directory(folder / "uploads");
+  test::whileCallsFail({SYS_fsync}, EIO, [this] {
+    serve();
+    EXPECT_EQ(answer(put("Sam/a.jpg", "a photo")),
+              refused("500 Internal Server Error", "could not write the file"));
+    server.reset();
+  });
+  EXPECT_THAT(log.lines(),
+              AllOf(Contains("upload|error|finish failed: Input/output error"),
+                    Contains("upload|info|abort (500 Internal Server Error): could not write the "
+                             "file")));
   expectNothingLeft();
 }
 
