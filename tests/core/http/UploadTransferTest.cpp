@@ -1,6 +1,12 @@
+#include "core/http/HTTPRequest.h"
 #include "core/http/HTTPResponse.h"
+#include "core/http/Route.h"
 #include "core/http/StreamServer.h"
+#include "core/http/UploadTransfer.h"
 #include "core/pages/UploadPage.h"
+#include "core/support/BlockingPool.h"
+#include "core/support/SerialQueue.h"
+#include "core/uploads/PartialFile.h"
 #include "tests/support/Await.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/Eventually.h"
@@ -295,6 +301,27 @@ TEST_F(UploadTransferTest, AFolderThatGoesDuringAnUploadIsTold) {
   expectNothingLeft();
 }
 
+TEST_F(UploadTransferTest, AFileThatWasReplacedMeanwhileIsNotTakenForThePhoto) {
+  serve();
+  TestClient client = sent(head("Sam/a.jpg", 7) + "a ph");
+  ASSERT_TRUE(logged("start Sam"));
+  std::filesystem::remove(folder / "uploads/.Sam-a.jpg.partial");
+  folder.write("uploads/.Sam-a.jpg.partial", "of another program");
+  client.send("oto");
+  EXPECT_EQ(client.readToEnd(), refused("500 Internal Server Error", "could not place the file"));
+  EXPECT_THAT(folder.files(), ElementsAre("uploads/.Sam-a.jpg.partial"));
+  EXPECT_EQ(folder.read("uploads/.Sam-a.jpg.partial"), "of another program");
+  EXPECT_EQ(controller->snapshot().files, 0);
+}
+
+TEST_F(UploadTransferTest, AFileThatAnotherProgramHoldsIsLeftToIt) {
+  serve();
+  const auto held = PartialFile::create(
+      std::make_shared<const Directory>(Directory::open(folder / "uploads")), ".Sam-a.jpg.partial");
+  EXPECT_EQ(answer(put("Sam/a.jpg", "a photo")), created("Sam-a-2.jpg"));
+  EXPECT_TRUE(held->hasName(".Sam-a.jpg.partial"));
+}
+
 TEST_F(UploadTransferTest, ADiskThatBreaksAtTheEndIsTold) {
   std::filesystem::create_directory(folder / "uploads");
   test::whileCallsFail({SYS_fsync}, EIO, [this] {
@@ -405,6 +432,70 @@ TEST_F(UploadTransferTest, AServerThatStopsWhileTheDiskIsAskedLeavesNothing) {
   stopped.wait();
   EXPECT_THAT(folder.files(), IsEmpty());
   EXPECT_EQ(controller->debugInFlight(), 0);
+}
+
+/// Holds up a queue until it is opened.
+class Gate {
+ public:
+  /// Returns when it is opened; called on the queue.
+  void pass() {
+    reached_.set_value();
+    opened_.get_future().wait();
+  }
+
+  void waitUntilReached() { reached_.get_future().wait(); }
+  void open() { opened_.set_value(); }
+
+ private:
+  std::promise<void> reached_;
+  std::promise<void> opened_;
+};
+
+// The pool has one thread, so that a gate holds up the disk, and the server is held up between the
+// end of the writing and the beginning of the finishing.
+TEST_F(UploadTransferTest, AResetWhileTheUploadIsFinishingKeepsTheFile) {
+  Gate writingGate;
+  Gate serverGate;
+  Gate finishingGate;
+  BlockingPool pool(1);
+  PooledQueue admission(pool, ".upload-admission");
+  PooledQueue disk(pool, ".disk");
+  SerialQueue queue(".server");
+  controller = std::make_shared<UploadController>(
+      storeIn("uploads"), true, UploadController::Limits{}, log.category("upload"), [&] {
+        disk.post([&] { writingGate.pass(); });
+        return std::optional(plenty);
+      });
+  asio::ip::tcp::socket unused(queue.context());  // the body comes with the head
+  bool answered = false;
+  const auto transfer = std::make_shared<UploadTransfer>(
+      UploadQueues{queue, admission, pool},
+      UploadTransfer::Connection{unused, "", [&](const Bytes&) { answered = true; }, [] {}},
+      controller);
+  queue.sync([&] {
+    HTTPRequest request;
+    request.headers["content-length"] = "7";
+    transfer->start({Route::Kind::uploadFile, "Sam", "a.jpg"}, request, "a photo");
+  });
+  writingGate.waitUntilReached();
+  ASSERT_TRUE(logged("start Sam"));
+  queue.post([&] { serverGate.pass(); });
+  serverGate.waitUntilReached();
+  writingGate.open();
+  ASSERT_TRUE(eventually([&] { return folder.read("uploads/.Sam-a.jpg.partial") == "a photo"; }));
+  disk.post([&] { finishingGate.pass(); });
+  finishingGate.waitUntilReached();
+  serverGate.open();
+  queue.sync([&] { transfer->connectionClosed(); });  // the finishing waits for the disk by now
+  EXPECT_THAT(folder.files(), ElementsAre("uploads/.Sam-a.jpg.partial"));
+  finishingGate.open();
+  pool.finish();
+  queue.sync([] {});
+  EXPECT_THAT(folder.files(), ElementsAre("uploads/Sam-a.jpg"));
+  EXPECT_EQ(folder.read("uploads/Sam-a.jpg"), "a photo");
+  EXPECT_EQ(controller->snapshot().files, 1);
+  EXPECT_EQ(controller->debugInFlight(), 0);
+  EXPECT_FALSE(answered);
 }
 
 // What else the server answers

@@ -88,6 +88,15 @@ TEST_F(UploadControllerTest, AGigabyteIsKeptFree) {
   EXPECT_EQ(controllerWith(true, 5 * gib / 2)->admit(3 * gib / 2), Admission::admitted);
 }
 
+TEST_F(UploadControllerTest, AnUploadThatLeavesExactlyAGigabyteIsAdmitted) {
+  EXPECT_EQ(controllerWith(true, gib + 1)->admit(1), Admission::admitted);
+  EXPECT_EQ(controllerWith(true, gib + 1)->admit(2), Admission::noSpace);
+  const auto controller = controllerWith(true, 4 * gib);
+  EXPECT_EQ(controller->admit(3 * gib / 2), Admission::admitted);
+  EXPECT_EQ(controller->admit(3 * gib / 2), Admission::admitted);  // 4 - 1.5 is 1.5 + 1
+  EXPECT_EQ(controller->admit(1), Admission::noSpace);
+}
+
 TEST_F(UploadControllerTest, WhatOthersWereGivenIsNotGivenAgain) {
   const auto controller = controllerWith(true, 4 * gib);
   EXPECT_EQ(controller->admit(3 * gib / 2), Admission::admitted);

@@ -202,6 +202,21 @@ TEST_F(UploadSinkTest, SilenceIsReportedOnceAndEndsTheFile) {
                                                  "[0-9]+\\.[0-9]+s, age [0-9]+\\.[0-9]+s")));
 }
 
+// The second upload is silent for as long as the first one after its end.
+TEST_F(UploadSinkTest, SilenceAfterTheEndIsNoStall) {
+  open({20ms, 0});
+  EXPECT_TRUE(written("one").ok());
+  EXPECT_TRUE(finished().ok());
+  std::promise<void> secondStalled;
+  const auto second = UploadSink::open(
+      pool, store.reserve("Sam", "b.jpg"), {20ms, 0}, [&] { secondStalled.set_value(); },
+      log.category("upload"));
+  secondStalled.get_future().wait();
+  EXPECT_EQ(stalled.get_future().wait_for(0s), std::future_status::timeout);
+  EXPECT_EQ(log.lines().size(), 1U);
+  EXPECT_EQ(content(), "one");
+}
+
 TEST_F(UploadSinkTest, MayGoWhileItIsWatched) {
   open({1ms, 0});
   stalled.get_future().wait();
