@@ -78,6 +78,7 @@ AppModel::AppModel(TarvinelConfig config, Platform platform, const UploadLaunch&
                .brand = config_.brand,
                .hostname = config_.hostname,
                .listenerFallback = config_.port == 80 ? platform_.listenerForPort80 : nullptr}),
+      uploadStores_(std::make_shared<UploadStores>(platform_.log.category("upload"))),
       userDefaults_(platform_.userDefaults, logger_),
       quietCard_(waitingText(config_.brand)),
       namePublisher_(platform_.nameRegistrar, platform_.log.category("mdns")) {

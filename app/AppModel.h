@@ -24,6 +24,7 @@
 #include "core/support/SerialQueue.h"
 #include "core/uploads/UploadController.h"
 #include "core/uploads/UploadStore.h"
+#include "core/uploads/UploadStores.h"
 
 #include <cstdint>
 #include <exception>
@@ -246,7 +247,8 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   FrameBroadcaster broadcaster_;
   CaptureEngine captureEngine_;
   StreamServer server_;
-  SerialQueue uploadFolderQueue_{".upload-folder"};  ///< opens upload folders
+  SerialQueue uploadFolderQueue_{".upload-folder"};   ///< opens upload folders
+  const std::shared_ptr<UploadStores> uploadStores_;  ///< used on uploadFolderQueue_ alone
   UserDefaults userDefaults_;
   QuietCard quietCard_;
   NamePublisher namePublisher_;

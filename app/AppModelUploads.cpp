@@ -72,9 +72,8 @@ void AppModel::reloadUploadStore() {
         if (reload == self.currentReload_) self.uploadStoreOpened(store);
       });
   uploadFolderQueue_.post([folder = uploadFolder_, perParticipant = uploadPerParticipant_,
-                           logger = platform_.log.category("upload"), opened = std::move(opened)] {
-    const auto store =
-        resultOf([&] { return std::make_shared<UploadStore>(folder, perParticipant, logger); });
+                           stores = uploadStores_, opened = std::move(opened)] {
+    const auto store = resultOf([&] { return stores->open(folder, perParticipant); });
     opened(store);
     if (store.ok()) store.value()->removeLeftOversOfOtherDays();
   });

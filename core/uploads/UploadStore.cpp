@@ -52,13 +52,20 @@ std::string UploadStore::Reservation::partialName() const {
 UploadStore::UploadStore(const std::filesystem::path& root, bool perParticipant, Logger logger)
     : root_(preparedRoot(root)), perParticipant_(perParticipant), logger_(std::move(logger)) {
   const Directory directory = openRoot();
-  if (!directory.isWritable()) throw UploadStoreError::rootUnavailable(root);
+  const auto status = directory.find(".");
+  if (!status || !directory.isWritable()) throw UploadStoreError::rootUnavailable(root);
+  identity_ = {status->st_dev, status->st_ino};
   removeLeftOvers(directory, perParticipant_);
   UploadFolderCount found = countUploads(directory, perParticipant_);
   stats_.files = found.files;
   stats_.bytes = found.bytes;
   stats_.participants = static_cast<std::int64_t>(found.perParticipant.size());
   participantFileCounts_ = std::move(found.perParticipant);
+}
+
+bool UploadStore::isContinuedBy(const UploadStore& later) const {
+  return root_ == later.root_ && perParticipant_ == later.perParticipant_ &&
+         identity_ == later.identity_;
 }
 
 // The folder is opened anew for each upload, so that none is held open while nothing arrives: a

@@ -4,6 +4,8 @@
 #include "core/support/Log.h"
 #include "core/uploads/PartialFile.h"
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <filesystem>
 #include <map>
@@ -12,6 +14,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 
 namespace tarvinel {
 
@@ -51,6 +54,10 @@ class UploadStore {
 
   const std::filesystem::path& root() const { return root_; }
 
+  /// Whether a store that was opened later has the same folder, not one that took its place, and
+  /// uses it in the same way.
+  bool isContinuedBy(const UploadStore& later) const;
+
   /// Where each day has an upload folder of its own: removes what crashes on the other days left in
   /// theirs. May take long where there are many.
   void removeLeftOversOfOtherDays();
@@ -66,8 +73,8 @@ class UploadStore {
   /// Gives the finished partial file its final name, the next free one when another file has that
   /// by now; returns its path once the name would survive a power cut. Throws UploadStoreError or
   /// std::system_error, also when the partial file was removed or replaced; the file is then not
-  /// visible, and still to be removed by `abort`. Should it have become visible and not go again, it
-  /// counts.
+  /// visible, and still to be removed by `abort`. Should it have become visible and not go again,
+  /// it counts.
   std::filesystem::path commit(const Reservation& reservation, const PartialFile& file,
                                std::int64_t bytes);
 
@@ -94,13 +101,14 @@ class UploadStore {
 
   std::filesystem::path root_;  ///< without symbolic links; fixed
   const bool perParticipant_;
+  std::pair<dev_t, ino_t> identity_;  ///< of the folder when it was opened; fixed
   const Logger logger_;
 
   std::mutex namesMutex_;                          ///< held while the disk is asked
   std::set<std::filesystem::path> reservedPaths_;  // guarded by namesMutex_
 
-  mutable std::mutex statsMutex_;  ///< never held while the disk is asked
-  Stats stats_;                    // guarded by statsMutex_
+  mutable std::mutex statsMutex_;       ///< never held while the disk is asked
+  Stats stats_;                         // guarded by statsMutex_
   std::optional<std::string> problem_;  // guarded by statsMutex_
   std::map<std::string, std::int64_t> participantFileCounts_;  // guarded by statsMutex_
 };

@@ -738,8 +738,38 @@ TEST_F(AppModelTest, UploadsAreOpenedAndClosedByCommand) {
   EXPECT_THAT(uploaded("b.jpg"), StartsWith("HTTP/1.1 403 Forbidden\r\n"));
   EXPECT_THAT(log.lines(),
               Contains("app|info|uploads disabled into " + (folder / "uploads").string()));
+}
+
+TEST_F(AppModelTest, WhatHasArrivedStaysCountedWhenUploadsAreClosedAndOpened) {
+  uploads.defaultFolder = folderOfToday;
+  launchAndWait();
+  openUploads();
+  uploaded("a.jpg");
+  for (int i = 0; i < 2; ++i) {
+    thenOpensFolder([&] { model->toggleUploads(); });
+    mainQueue.tick();
+    EXPECT_EQ(model->uploadStatusLine(), "Uploads: 1 file, 0 MB, 1 participant");
+    EXPECT_EQ(model->uploadLastLine(), "Last: Sam (1 file)");
+  }
+  EXPECT_TRUE(model->uploadStatus()->enabled);
+}
+
+TEST_F(AppModelTest, TheSameFolderChosenAgainGoesOnCounting) {
+  uploads.defaultFolder = folderOfToday;
+  launchAndWait();
+  openUploads();
+  uploaded("a.jpg");
+  TestClient underWay(model->boundPort());
+  underWay.send("PUT /upload/Alex/a.jpg HTTP/1.1\r\nContent-Length: 2000000\r\n\r\n" +
+                std::string(1'000'000, 'x'));
+  const auto partial = folderOfToday / ".Alex-a.jpg.partial";
+  ASSERT_TRUE(eventually([&] { return std::filesystem::exists(partial); }));
+  thenOpensFolder([&] { model->chooseUploadFolder(folderOfToday); });
+  underWay.send(std::string(1'000'000, 'x'));
+  EXPECT_THAT(underWay.readToEnd(), StartsWith("HTTP/1.1 201 Created\r\n"));
   mainQueue.tick();
-  EXPECT_EQ(model->uploadStatusLine(), "Uploads: 1 file, 0 MB, 1 participant");
+  EXPECT_EQ(model->uploadStatusLine(), "Uploads: 2 files, 2 MB, 2 participants");
+  EXPECT_EQ(model->uploadLastLine(), "Last: Alex (1 file)");
 }
 
 TEST_F(AppModelTest, AChosenFolderIsUsedAtOnceAndRemembered) {

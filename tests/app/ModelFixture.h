@@ -4,6 +4,7 @@
 #include "core/frames/MemoryPixelBuffer.h"
 #include "tests/app/capture/FakeCaptureService.h"
 #include "tests/support/CapturedLog.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/FakeDesktop.h"
 #include "tests/support/FakeNetwork.h"
 #include "tests/support/ManualMainQueue.h"
@@ -15,6 +16,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <random>
@@ -101,7 +103,19 @@ class ModelFixture : public testing::Test {
     ASSERT_TRUE(mainQueue.runUntil([&done] { return done; }));
   }
 
+  /// Gives a command that opens the upload folder, which is `folderOfToday`, and returns when the
+  /// model knows what came of it: right after that what a crash left on another day is removed.
+  void thenOpensFolder(const std::function<void()>& command) {
+    const auto leftOver = folder.write("Tarvinel Uploads/2026-11-14/.a.jpg.partial", "");
+    command();
+    ASSERT_TRUE(test::eventually([&] { return !std::filesystem::exists(leftOver); }));
+    bool known = false;
+    mainQueue.post([&known] { known = true; });
+    ASSERT_TRUE(mainQueue.runUntil([&known] { return known; }));
+  }
+
   test::TemporaryFolder folder;
+  const std::filesystem::path folderOfToday = folder / "Tarvinel Uploads/2026-11-15";
   AppModel::UploadLaunch uploads{folder / "uploads", {}, false};
   test::CapturedLog log;
   test::ManualMainQueue mainQueue;
