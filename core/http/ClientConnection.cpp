@@ -189,7 +189,7 @@ void ClientConnection::startUpload(const Route& route, const HTTPRequest& reques
     sendAndClose(HTTPResponse::notFound());
     return;
   }
-  UploadTransfer::Connection connection{connection_, remote_,
+  UploadTransfer::Connection connection{connection_, remote_, remoteAddressText(connection_),
                                         [weak = weak_from_this()](Bytes response) {
                                           const auto self = weak.lock();
                                           if (self) self->sendAndClose(std::move(response));

@@ -93,8 +93,9 @@ class StreamServer {
   void closeVanished();
   void closeAll();
 
-  /// One for each upload, one for admission and some to spare.
-  static constexpr std::size_t blockingThreads = 12;
+  /// One for each upload, one for each that has given way and may still wait for its disk, one for
+  /// admission and some to spare.
+  static constexpr std::size_t blockingThreads = 16;
 
   BlockingPool blockingPool_{blockingThreads};  // outlives what waits on queue_ for its files
   SerialQueue queue_{".server"};

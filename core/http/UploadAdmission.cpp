@@ -15,7 +15,7 @@ UploadRefusal refusalFor(UploadController::Admission admission) {
     case UploadController::Admission::disabled:
       return {"403 Forbidden", "Uploads are closed right now, ask your Pro to open them"};
     case UploadController::Admission::busy:
-      return {"503 Service Unavailable", "busy, retry in a few seconds"};
+      return UploadRefusal::busy();
     case UploadController::Admission::noSpace:
       return {"507 Insufficient Storage", "not enough space on the Pro's disk"};
     case UploadController::Admission::admitted:
@@ -61,11 +61,12 @@ AdmissionOutcome openUpload(
 }  // namespace
 
 AdmissionOutcome performAdmission(const std::shared_ptr<UploadController>& controller,
-                                  const UploadRequest& request, BlockingPool& pool,
-                                  const std::function<void()>& onStall) {
-  const auto admission = controller->admit(request.declaredBytes);
+                                  const UploadRequest& request,
+                                  const std::shared_ptr<const UploadPlace>& place,
+                                  BlockingPool& pool, const std::function<void()>& onStall) {
+  const auto admission = controller->admit(request.declaredBytes, place);
   if (admission != UploadController::Admission::admitted) return refusalFor(admission);
-  UploadSlot slot(controller, request.declaredBytes);
+  UploadSlot slot(controller, request.declaredBytes, place);
   const Logger& logger = controller->logger();
   return openUpload(std::move(slot), controller->store(), request, logger,
                     [&](const UploadStore::Reservation& reservation) {

@@ -17,7 +17,8 @@ using AdmissionOutcome = std::variant<std::shared_ptr<ActiveUpload>, UploadRefus
 /// Asks the gate, reserves a name and opens the file. Blocks as long as the disk does: runs on the
 /// queue ".upload-admission". `onStall` is called at most once, on the queue of the upload's sink.
 AdmissionOutcome performAdmission(const std::shared_ptr<UploadController>& controller,
-                                  const UploadRequest& request, BlockingPool& pool,
-                                  const std::function<void()>& onStall);
+                                  const UploadRequest& request,
+                                  const std::shared_ptr<const UploadPlace>& place,
+                                  BlockingPool& pool, const std::function<void()>& onStall);
 
 }  // namespace tarvinel

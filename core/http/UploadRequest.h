@@ -16,6 +16,11 @@ struct UploadRefusal {
   std::string_view status;  ///< what follows "HTTP/1.1 "
   std::string message;
 
+  /// The only one after which the page tries again by itself.
+  static UploadRefusal busy() {
+    return {"503 Service Unavailable", "busy, retry in a few seconds"};
+  }
+
   bool operator==(const UploadRefusal&) const = default;
 };
 

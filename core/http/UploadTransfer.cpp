@@ -51,25 +51,30 @@ void UploadTransfer::start(const Route& route, const HTTPRequest& request,
 // Nothing is read meanwhile: what the client sends, its end included, waits in the kernel.
 void UploadTransfer::requestAdmission(const UploadRequest& request) {
   filename_ = request.filename;
-  const auto onStall = [weak = weak_from_this(), &server = queues_.server] {
-    server.post([weak] {
-      if (const auto self = weak.lock()) {
-        self->fail("408 Request Timeout", "connection stalled, retry");
-      }
+  const auto place = std::make_shared<const UploadPlace>(
+      UploadPlace{connection_.address, failing(UploadRefusal::busy())});
+  const auto onStall = failing({"408 Request Timeout", "connection stalled, retry"});
+  queues_.admission.post([weak = weak_from_this(), queues = queues_, controller = controller_,
+                          request, place, onStall] {
+    queues.server.post(
+        [weak, outcome = performAdmission(controller, request, place, queues.blocking, onStall)] {
+          const auto self = weak.lock();
+          if (self && !self->closed_) {
+            self->completeAdmission(outcome);
+          } else {
+            discard(outcome);
+          }
+        });
+  });
+}
+
+/// Ends the upload that way; can be called on any queue.
+std::function<void()> UploadTransfer::failing(const UploadRefusal& refusal) {
+  return [weak = weak_from_this(), &server = queues_.server, refusal] {
+    server.post([weak, refusal] {
+      if (const auto self = weak.lock()) self->fail(refusal);
     });
   };
-  queues_.admission.post(
-      [weak = weak_from_this(), queues = queues_, controller = controller_, request, onStall] {
-        queues.server.post(
-            [weak, outcome = performAdmission(controller, request, queues.blocking, onStall)] {
-              const auto self = weak.lock();
-              if (self && !self->closed_) {
-                self->completeAdmission(outcome);
-              } else {
-                discard(outcome);
-              }
-            });
-      });
 }
 
 void UploadTransfer::completeAdmission(const AdmissionOutcome& outcome) {
@@ -90,7 +95,7 @@ void UploadTransfer::completeAdmission(const AdmissionOutcome& outcome) {
 void UploadTransfer::feed(std::size_t count) {
   const auto size = static_cast<std::int64_t>(count);
   if (size > upload_->declaredBytes() - received_) {
-    fail("400 Bad Request", "body longer than Content-Length");
+    fail({"400 Bad Request", "body longer than Content-Length"});
     return;
   }
   received_ += size;
@@ -105,7 +110,7 @@ void UploadTransfer::written(const Result<void>& outcome) {
   if (!upload_) return;
   if (!outcome.ok()) {
     controller_->logger()->error("write failed: {}", describe(outcome.error()));
-    fail(UploadRefusal::internalError, "could not write the file");
+    fail({UploadRefusal::internalError, "could not write the file"});
   } else if (received_ == upload_->declaredBytes()) {
     complete();
   } else {
@@ -151,10 +156,9 @@ void UploadTransfer::completed(const ActiveUpload::Outcome& outcome) {
   answer(refusal);
 }
 
-void UploadTransfer::fail(std::string_view status, std::string message) {
+void UploadTransfer::fail(const UploadRefusal& refusal) {
   const auto upload = std::exchange(upload_, nullptr);
   if (!upload) return;  // it has ended by another way
-  const UploadRefusal refusal{status, std::move(message)};
   logAbort(refusal);
   upload->abandon([answerOnServer = onServer<UploadRefusal>(&UploadTransfer::answer), refusal] {
     answerOnServer(refusal);

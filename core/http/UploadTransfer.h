@@ -38,7 +38,8 @@ class UploadTransfer : public std::enable_shared_from_this<UploadTransfer> {
   /// What it needs of its connection. `answer` and `close` may destroy the transfer.
   struct Connection {
     asio::ip::tcp::socket& socket;
-    std::string remote;
+    std::string remote;                 ///< the endpoint, for the log
+    std::string address;                ///< of the client's computer
     std::function<void(Bytes)> answer;  ///< sends a response and closes
     std::function<void()> close;
   };
@@ -64,7 +65,8 @@ class UploadTransfer : public std::enable_shared_from_this<UploadTransfer> {
   void written(const Result<void>& outcome);
   void complete();
   void completed(const ActiveUpload::Outcome& outcome);
-  void fail(std::string_view status, std::string message);
+  void fail(const UploadRefusal& refusal);
+  std::function<void()> failing(const UploadRefusal& refusal);
   void logAbort(const UploadRefusal& refusal) const;
   void answer(const UploadRefusal& refusal);
 

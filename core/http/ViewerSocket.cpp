@@ -58,6 +58,12 @@ void askForViewerFor(asio::ip::tcp::socket& socket, std::chrono::milliseconds li
   setOption(socket.native_handle(), IPPROTO_TCP, TCP_USER_TIMEOUT, static_cast<int>(limit.count()));
 }
 
+std::string remoteAddressText(const asio::ip::tcp::socket& socket) {
+  std::error_code gone;
+  const auto endpoint = socket.remote_endpoint(gone);
+  return gone ? "unknown" : unmapped(endpoint.address()).to_string();
+}
+
 std::string remoteEndpointText(const asio::ip::tcp::socket& socket) {
   std::error_code gone;
   const auto endpoint = socket.remote_endpoint(gone);

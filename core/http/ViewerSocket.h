@@ -19,6 +19,9 @@ std::chrono::milliseconds silenceOf(asio::ip::tcp::socket& socket);
 /// Goes on asking whether a silent client is there for so long, instead of giving it up.
 void askForViewerFor(asio::ip::tcp::socket& socket, std::chrono::milliseconds limit);
 
+/// The remote address alone; "unknown" once it is gone.
+std::string remoteAddressText(const asio::ip::tcp::socket& socket);
+
 /// The remote endpoint for a log line, such as "192.168.1.20:51234"; "unknown" once it is gone.
 std::string remoteEndpointText(const asio::ip::tcp::socket& socket);
 

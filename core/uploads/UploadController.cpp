@@ -1,6 +1,7 @@
 #include "core/uploads/UploadController.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace tarvinel {
@@ -35,32 +36,64 @@ void UploadController::setStore(std::shared_ptr<UploadStore> store) {
 
 // Nothing but another decision takes a place, so what was free before the disk was asked is free
 // afterwards; only the gate may have been closed meanwhile.
-UploadController::Admission UploadController::admit(std::int64_t declaredBytes) {
+UploadController::Admission UploadController::admit(
+    std::int64_t declaredBytes, const std::shared_ptr<const UploadPlace>& place) {
   const std::scoped_lock oneDecision(admissionMutex_);
-  if (const auto refusal = refusalWithoutAskingTheDisk()) return *refusal;
+  if (const auto refusal = refusalWithoutAskingTheDisk(place.get())) return *refusal;
   const auto free = freeSpace();
-  const std::scoped_lock lock(mutex_);
-  if (!isEnabled_) return Admission::disabled;
-  if (!free || *free - reservedBytes_ < declaredBytes + headroom) return Admission::noSpace;
-  ++inFlight_;
-  reservedBytes_ += declaredBytes;
+  std::shared_ptr<const UploadPlace> yielding;
+  {
+    const std::scoped_lock lock(mutex_);
+    if (!isEnabled_) return Admission::disabled;
+    if (!free || *free - reservedBytes_ < declaredBytes + headroom) return Admission::noSpace;
+    if (isFull()) {
+      const auto found = placeThatYieldsTo(place.get());
+      yielding = *found;
+      places_.erase(found);
+    }
+    places_.push_back(place);
+    reservedBytes_ += declaredBytes;
+  }
+  if (yielding) yielding->giveWay();
   return Admission::admitted;
 }
 
-std::optional<UploadController::Admission> UploadController::refusalWithoutAskingTheDisk() const {
+std::optional<UploadController::Admission> UploadController::refusalWithoutAskingTheDisk(
+    const UploadPlace* place) const {
   const std::scoped_lock lock(mutex_);
   if (!isEnabled_) return Admission::disabled;
-  if (inFlight_ >= limits_.maxInFlight) return Admission::busy;
+  if (isFull() && placeThatYieldsTo(place) == places_.end()) return Admission::busy;
   return std::nullopt;
+}
+
+bool UploadController::isFull() const {
+  return places_.size() >= static_cast<std::size_t>(limits_.maxInFlight);
+}
+
+std::int64_t UploadController::placesOf(const std::string& address) const {
+  return std::ranges::count_if(places_,
+                               [&](const auto& held) { return held && held->address == address; });
+}
+
+UploadController::Places::const_iterator UploadController::placeThatYieldsTo(
+    const UploadPlace* place) const {
+  const std::int64_t half = limits_.maxInFlight / 2;
+  if (place == nullptr || placesOf(place->address) >= half) return places_.end();
+  const auto newest = std::find_if(places_.rbegin(), places_.rend(), [&](const auto& held) {
+    return held && placesOf(held->address) > half;
+  });
+  return newest == places_.rend() ? places_.end() : std::prev(newest.base());
 }
 
 std::optional<std::int64_t> UploadController::freeSpace() const {
   return freeSpaceOverride_ ? freeSpaceOverride_() : store()->freeSpace();
 }
 
-void UploadController::release(std::int64_t declaredBytes) {
+void UploadController::release(std::int64_t declaredBytes,
+                               const std::shared_ptr<const UploadPlace>& place) {
   const std::scoped_lock lock(mutex_);
-  inFlight_ = std::max(inFlight_ - 1, 0);
+  const auto held = std::ranges::find(places_, place);  // none: it has yielded
+  if (held != places_.end()) places_.erase(held);
   reservedBytes_ = std::max(reservedBytes_ - declaredBytes, std::int64_t{0});
 }
 
@@ -77,7 +110,7 @@ UploadStatus UploadController::snapshot() const {
 
 int UploadController::debugInFlight() const {
   const std::scoped_lock lock(mutex_);
-  return inFlight_;
+  return static_cast<int>(places_.size());
 }
 
 std::int64_t UploadController::debugReservedBytes() const {

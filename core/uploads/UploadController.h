@@ -10,11 +10,23 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace tarvinel {
 
+/// One of the places for uploads, as it is asked for and held.
+struct UploadPlace {
+  std::string address;  ///< of the client's computer
+  /// Ends the upload in favour of a client at another address; never blocks.
+  std::function<void()> giveWay;
+};
+
 /// The one gate that every upload passes: whether uploads are open, how many run at once, whether
 /// the disk has room.
+///
+/// One address may hold all places while nobody else wants one. To others it yields those beyond
+/// half of them, the newest first, so that no single computer keeps everybody else out.
 ///
 /// Safe from any thread. `admit` asks the disk and blocks as long as it does; nothing else waits
 /// for that, so the rest may be called where nothing may block.
@@ -50,9 +62,10 @@ class UploadController {
   void setStore(std::shared_ptr<UploadStore> store);
 
   /// Decides about an upload of so many bytes. One that is `admitted` holds a place until exactly
-  /// one `release` with the same size.
-  Admission admit(std::int64_t declaredBytes);
-  void release(std::int64_t declaredBytes);
+  /// one `release` with the same arguments. Without a `place` it neither yields to others nor do
+  /// others yield to it.
+  Admission admit(std::int64_t declaredBytes, const std::shared_ptr<const UploadPlace>& place = {});
+  void release(std::int64_t declaredBytes, const std::shared_ptr<const UploadPlace>& place = {});
 
   UploadStatus snapshot() const;
 
@@ -60,8 +73,13 @@ class UploadController {
   std::int64_t debugReservedBytes() const;
 
  private:
-  std::optional<Admission> refusalWithoutAskingTheDisk() const;
+  using Places = std::vector<std::shared_ptr<const UploadPlace>>;
+
+  std::optional<Admission> refusalWithoutAskingTheDisk(const UploadPlace* place) const;
   std::optional<std::int64_t> freeSpace() const;
+  bool isFull() const;
+  std::int64_t placesOf(const std::string& address) const;
+  Places::const_iterator placeThatYieldsTo(const UploadPlace* place) const;
 
   const Limits limits_;
   const Logger logger_;
@@ -72,7 +90,7 @@ class UploadController {
   mutable std::mutex mutex_;            ///< never held while the disk is asked
   bool isEnabled_;                      // guarded by mutex_
   std::shared_ptr<UploadStore> store_;  // guarded by mutex_
-  int inFlight_ = 0;                    // guarded by mutex_
+  Places places_;                       // guarded by mutex_; the newest last
   std::int64_t reservedBytes_ = 0;      // guarded by mutex_
 };
 

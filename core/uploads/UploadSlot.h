@@ -8,12 +8,16 @@
 
 namespace tarvinel {
 
-/// One admitted upload's place; gives it back when it goes. Movable value.
+/// What one admitted upload holds, a place and room on the disk; gives it back when it goes.
+/// Movable value.
 class UploadSlot {
  public:
   /// Takes over what `admit` has just given.
-  UploadSlot(std::shared_ptr<UploadController> controller, std::int64_t declaredBytes)
-      : controller_(std::move(controller)), declaredBytes_(declaredBytes) {}
+  UploadSlot(std::shared_ptr<UploadController> controller, std::int64_t declaredBytes,
+             std::shared_ptr<const UploadPlace> place = {})
+      : controller_(std::move(controller)),
+        declaredBytes_(declaredBytes),
+        place_(std::move(place)) {}
   ~UploadSlot() { release(); }
   UploadSlot(UploadSlot&&) = default;
   UploadSlot& operator=(UploadSlot&&) = delete;
@@ -25,13 +29,14 @@ class UploadSlot {
   /// Idempotent.
   void release() {
     if (const auto controller = std::exchange(controller_, nullptr)) {
-      controller->release(declaredBytes_);
+      controller->release(declaredBytes_, place_);
     }
   }
 
  private:
   std::shared_ptr<UploadController> controller_;
   std::int64_t declaredBytes_;
+  std::shared_ptr<const UploadPlace> place_;
 };
 
 }  // namespace tarvinel

@@ -44,10 +44,13 @@ def program(start, folder):
 
 @pytest.fixture
 def taken(program, folder, page, network):
-    """Others keep every place of the program until this stack of connections is closed."""
+    """Two others keep every place of the program until this stack of connections is closed; one of
+    them alone would have to yield."""
+    _, port = program.address
     with contextlib.ExitStack() as stack:
         for number in range(PLACES):
-            stack.enter_context(uploads.start(program.address, "Other", f"{number}.jpg", 1000,
+            address = ("127.0.0.1", network.SERVER_ADDRESS)[number % 2]
+            stack.enter_context(uploads.start((address, port), "Other", f"{number}.jpg", 1000,
                                               b"x", network.connect_at_server))
         page.eventually(lambda: len(uploads.hidden(folder)) == PLACES, "all places are taken")
         yield stack

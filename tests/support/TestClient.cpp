@@ -23,6 +23,11 @@ void check(int result, const char* what) {
 }  // namespace
 
 TestClient::TestClient(std::uint16_t port, int receiveBuffer)
+    : TestClient(port, receiveBuffer, "127.0.0.1") {}
+
+TestClient::TestClient(std::uint16_t port, const char* from) : TestClient(port, 0, from) {}
+
+TestClient::TestClient(std::uint16_t port, int receiveBuffer, const char* from)
     : fd_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
   check(fd_.get(), "socket");
   if (receiveBuffer > 0) {
@@ -33,6 +38,8 @@ TestClient::TestClient(std::uint16_t port, int receiveBuffer)
   check(setsockopt(fd_.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience), "SO_RCVTIMEO");
   sockaddr_in address{};
   address.sin_family = AF_INET;
+  address.sin_addr.s_addr = inet_addr(from);
+  check(bind(fd_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), "bind");
   address.sin_port = htons(port);
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   check(connect(fd_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), "connect");

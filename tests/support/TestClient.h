@@ -17,6 +17,9 @@ class TestClient {
   /// the system's own size.
   explicit TestClient(std::uint16_t port, int receiveBuffer = 0);
 
+  /// Connects from another address of this computer, such as "127.0.0.2".
+  TestClient(std::uint16_t port, const char* from);
+
   void send(std::string_view bytes);
 
   /// Sends what the connection takes; false once it is broken.
@@ -44,6 +47,8 @@ class TestClient {
   void reset();
 
  private:
+  TestClient(std::uint16_t port, int receiveBuffer, const char* from);
+
   UniqueFd fd_;
 };
 

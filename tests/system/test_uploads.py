@@ -117,6 +117,24 @@ def test_nine_at_once(program, folder):
     assert len(uploads.visible(folder)) == 9
 
 
+def from_another_address(address):
+    return socket.create_connection(address, timeout=http.LIMIT, source_address=("127.0.0.2", 0))
+
+
+def test_one_device_keeps_nobody_else_out(program, folder):
+    with contextlib.ExitStack() as stack:
+        for number in range(12):
+            stack.enter_context(uploads.start(program.address, "Eve", f"{number}.jpg", 2, b"x"))
+        wait_for_partial(folder, 8)
+        others = [stack.enter_context(uploads.start(program.address, "Sam", f"{number}.jpg", 2,
+                                                    b"x", connect=from_another_address))
+                  for number in range(4)]
+        for connection in others:
+            connection.sendall(b"x")
+            assert uploads.answer_on(connection)[0] == 201
+    assert len(uploads.visible(folder)) == 4
+
+
 def test_a_hundred_at_once(program, folder):
     contents = [os.urandom(200_000) for _ in range(100)]
     with concurrent.futures.ThreadPoolExecutor(100) as pool:

@@ -260,6 +260,27 @@ TEST_F(UploadTransferTest, TheNinthAtOnceIsTurnedAwayUntilOneEnds) {
   EXPECT_EQ(answer(put("Sam/a.jpg", "xx")), created("Sam-a-9.jpg"));
 }
 
+TEST_F(UploadTransferTest, SilentConnectionsOfOneAddressKeepNobodyElseOut) {
+  serve();
+  std::vector<TestClient> silent;
+  for (int i = 0; i < 8; ++i) {
+    silent.push_back(sent(head(fmt::format("Eve/{}.jpg", i), 2) + "x"));
+    ASSERT_TRUE(logged(fmt::format("start Eve {}.jpg", i)));
+  }
+  const std::string busy = refused("503 Service Unavailable", "busy, retry in a few seconds");
+  EXPECT_EQ(answer(put("Eve/8.jpg", "xx")), busy);
+  for (int i = 0; i < 4; ++i) {
+    TestClient other(port, "127.0.0.2");
+    other.send(put("Sam/a.jpg", "a photo"));
+    EXPECT_THAT(other.readToEnd(), StartsWith("HTTP/1.1 201 Created\r\n"));
+  }
+  EXPECT_EQ(silent.back().readToEnd(), busy);
+  EXPECT_THAT(log.lines(), Contains("upload|info|abort (503 Service Unavailable): busy, retry in a "
+                                    "few seconds"));
+  EXPECT_TRUE(inFlight(7));
+  EXPECT_FALSE(std::filesystem::exists(folder / "uploads/.Eve-7.jpg.partial"));
+}
+
 TEST_F(UploadTransferTest, AFullDiskIsTold) {
   serve({}, [] { return std::optional<std::int64_t>(1'000'000); });
   EXPECT_EQ(answer(put("Sam/a.jpg", "x")),
@@ -470,7 +491,7 @@ TEST_F(UploadTransferTest, AResetWhileTheUploadIsFinishingKeepsTheFile) {
   bool answered = false;
   const auto transfer = std::make_shared<UploadTransfer>(
       UploadQueues{queue, admission, pool},
-      UploadTransfer::Connection{unused, "", [&](const Bytes&) { answered = true; }, [] {}},
+      UploadTransfer::Connection{unused, "", "", [&](const Bytes&) { answered = true; }, [] {}},
       controller);
   queue.sync([&] {
     HTTPRequest request;

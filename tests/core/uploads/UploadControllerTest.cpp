@@ -5,19 +5,25 @@
 #include "tests/support/HangingDisk.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
+#include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace tarvinel {
 namespace {
 
 using test::CapturedLog;
 using test::TemporaryFolder;
+using testing::ElementsAre;
+using testing::IsEmpty;
 using Admission = UploadController::Admission;
 
 constexpr std::int64_t gib = std::int64_t{1} << 30U;
@@ -65,6 +71,71 @@ TEST_F(UploadControllerTest, TheNinthAtOnceIsBusyUntilOneEnds) {
   controller->release(1);
   EXPECT_EQ(controller->admit(1), Admission::admitted);
   EXPECT_EQ(controller->admit(1), Admission::busy);
+}
+
+class UploadPlacesTest : public UploadControllerTest {
+ protected:
+  /// Asks for a place for one byte; who gives way is noted under its address and number.
+  Admission ask(const std::string& address) {
+    const std::string name = address + " " + std::to_string(++asked);
+    const auto place = std::make_shared<const UploadPlace>(
+        UploadPlace{address, [this, name] { gaveWay.push_back(name); }});
+    const Admission admission = controller->admit(1, place);
+    if (admission == Admission::admitted) places[name] = place;
+    return admission;
+  }
+
+  void release(const std::string& name) { controller->release(1, places.at(name)); }
+
+  std::shared_ptr<UploadController> controller = controllerWith(true, 100 * gib);
+  int asked = 0;
+  std::map<std::string, std::shared_ptr<const UploadPlace>> places;
+  std::vector<std::string> gaveWay;
+};
+
+TEST_F(UploadPlacesTest, OneAddressMayHoldAllWhileNobodyElseAsks) {
+  for (int i = 0; i < 8; ++i)
+    EXPECT_EQ(ask("a"), Admission::admitted);
+  EXPECT_EQ(ask("a"), Admission::busy);
+  EXPECT_THAT(gaveWay, IsEmpty());
+}
+
+TEST_F(UploadPlacesTest, BeyondHalfItYieldsToOthersTheNewestFirst) {
+  for (int i = 0; i < 8; ++i)
+    ask("a");
+  for (const char* other : {"b", "c", "b", "d"})
+    EXPECT_EQ(ask(other), Admission::admitted);
+  EXPECT_THAT(gaveWay, ElementsAre("a 8", "a 7", "a 6", "a 5"));
+  for (const char* anybody : {"a", "b", "e"})
+    EXPECT_EQ(ask(anybody), Admission::busy) << anybody;
+  EXPECT_EQ(controller->debugInFlight(), 8);
+}
+
+TEST_F(UploadPlacesTest, WithHalfOfThemNobodyIsYieldedTo) {
+  for (const char* address : {"a", "a", "a", "a", "b", "b", "b", "b"})
+    ask(address);
+  EXPECT_EQ(ask("c"), Admission::busy);
+  EXPECT_THAT(gaveWay, IsEmpty());
+}
+
+TEST_F(UploadPlacesTest, WhatHasYieldedKeepsItsRoomOnTheDiskUntilItsEnd) {
+  for (int i = 0; i < 8; ++i)
+    ask("a");
+  ask("b");
+  EXPECT_EQ(controller->debugReservedBytes(), 9);
+  release("a 8");
+  EXPECT_EQ(controller->debugReservedBytes(), 8);
+  EXPECT_EQ(controller->debugInFlight(), 8);
+  release("a 1");
+  EXPECT_EQ(controller->debugInFlight(), 7);
+}
+
+TEST_F(UploadPlacesTest, WithoutRoomNobodyGivesWay) {
+  controller = controllerWith(true, gib + 8);
+  for (int i = 0; i < 8; ++i)
+    EXPECT_EQ(ask("a"), Admission::admitted);
+  EXPECT_EQ(ask("b"), Admission::noSpace);
+  EXPECT_THAT(gaveWay, IsEmpty());
 }
 
 TEST_F(UploadControllerTest, ClosedComesBeforeBusyAndBusyBeforeFull) {
