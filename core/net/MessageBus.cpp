@@ -134,7 +134,8 @@ void MessageBus::process() {
 }
 
 void MessageBus::awaitEvents(int events) {
-  const auto await = [this](asio::posix::descriptor_base::wait_type event, bool MessageBus::*flag) {
+  const auto await = [this](asio::posix::descriptor_base::wait_type event,
+                            bool MessageBus::* flag) {
     if (std::exchange(this->*flag, true)) return;
     descriptor_.async_wait(event, [weak = std::weak_ptr(self_), flag](const std::error_code&) {
       auto* self = existing(weak);

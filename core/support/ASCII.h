@@ -35,8 +35,7 @@ inline std::string_view trimmed(std::string_view text) {
 /// terminal's cursor or begin a new line of a log.
 inline std::string withoutControls(std::string_view text) {
   std::string shown(text);
-  std::ranges::replace_if(
-      shown, [](char c) { return (c >= 0 && c < ' ') || c == '\x7f'; }, '?');
+  std::ranges::replace_if(shown, [](char c) { return (c >= 0 && c < ' ') || c == '\x7f'; }, '?');
   return shown;
 }
 

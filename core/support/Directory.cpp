@@ -88,7 +88,7 @@ UniqueFd Directory::openFile(const std::string& name, int flags, mode_t mode) co
 }
 
 std::optional<struct stat> Directory::find(const std::string& name) const {
-  struct stat status {};
+  struct stat status{};
   if (fstatat(fd_.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) return status;
   if (errno != ENOENT) fail(path_ / name);
   return std::nullopt;
@@ -121,7 +121,7 @@ void Directory::removeFile(const std::string& name) const {
 }
 
 std::int64_t Directory::freeBytes() const {
-  struct statvfs volume {};
+  struct statvfs volume{};
   if (fstatvfs(fd_.get(), &volume) != 0) fail(path_);
   std::int64_t bytes = 0;
   const bool overflows = __builtin_mul_overflow(volume.f_bavail, volume.f_frsize, &bytes);

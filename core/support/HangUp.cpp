@@ -5,7 +5,7 @@
 namespace tarvinel {
 
 bool endsWithItsTerminal() {
-  struct sigaction handling {};
+  struct sigaction handling{};
   return sigaction(SIGHUP, nullptr, &handling) == 0 && handling.sa_handler != SIG_IGN;
 }
 

@@ -46,7 +46,7 @@ std::size_t checked(const struct stat& status, const path& file, std::size_t max
 /// the file may have become a pipe meanwhile.
 UniqueFd opened(const path& file, std::size_t maxBytes) {
   if (file.native().find('\0') != std::string::npos) fail(file, std::errc::invalid_argument);
-  struct stat status {};
+  struct stat status{};
   if (::stat(file.c_str(), &status) != 0) failWithErrno(file);
   checked(status, file, maxBytes);
   UniqueFd fd(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
@@ -72,7 +72,7 @@ bool readMore(int fd, const path& file, std::size_t count, Bytes& bytes) {
 Bytes readRegularFile(const path& file, std::size_t maxBytes) {
   constexpr std::size_t leastRead = 4096;
   const UniqueFd fd = opened(file, maxBytes);
-  struct stat status {};
+  struct stat status{};
   if (::fstat(fd.get(), &status) != 0) failWithErrno(file);
   // one byte of room beyond the size tells in one read that nothing follows
   std::size_t room = std::max(checked(status, file, maxBytes) + 1, leastRead);

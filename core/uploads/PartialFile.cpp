@@ -24,7 +24,7 @@ constexpr mode_t ordinaryMode = 0666;  // less what the user's mask takes away
 
 /// Whether a name stands for an open file.
 bool isNamed(const Directory& directory, const std::string& name, int file) {
-  struct stat opened {};
+  struct stat opened{};
   if (fstat(file, &opened) != 0) fail();
   const auto named = directory.find(name);
   return named && named->st_ino == opened.st_ino && named->st_dev == opened.st_dev;

@@ -80,9 +80,8 @@ class ModelFixture : public testing::Test {
 
   /// The newest stream's next picture.
   void deliver(std::shared_ptr<MemoryPixelBuffer> picture) {
-    onScreen([&] {
-      screen.streams.back()->handlers.onFrame({std::move(picture), {}, {}, {}, {}, {}});
-    });
+    onScreen(
+        [&] { screen.streams.back()->handlers.onFrame({std::move(picture), {}, {}, {}, {}, {}}); });
   }
 
   /// Who has read the head of the stream.

@@ -77,7 +77,7 @@ UniqueFd claimDisplay(int number) {
   if (made) fchmod(made.get(), 0666);  // other users run tests as well
   UniqueFd claim(open(claims, O_RDWR | O_CLOEXEC));
   if (!claim) throw std::runtime_error(std::string("cannot open ") + claims);
-  struct flock lock {};
+  struct flock lock{};
   lock.l_type = F_WRLCK;
   lock.l_whence = SEEK_SET;
   lock.l_start = number;

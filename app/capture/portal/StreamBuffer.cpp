@@ -23,7 +23,7 @@ RawRegion regionOf(const spa_meta_region& meta) {
 // A producer may say more than its memory has: looking further would end the program.
 std::size_t readableBytes(const spa_data& data) {
   if (data.type == SPA_DATA_MemPtr) return data.maxsize;
-  struct stat file {};
+  struct stat file{};
   if (data.type != SPA_DATA_MemFd || fstat(static_cast<int>(data.fd), &file) != 0) return 0;
   const std::int64_t there = std::max<std::int64_t>(file.st_size - data.mapoffset, 0);
   return std::min<std::size_t>(static_cast<std::size_t>(there), data.maxsize);

@@ -26,7 +26,7 @@ TruncationGuard::TruncationGuard(const SharedMap& map)
       offset_(map.offset - static_cast<std::int64_t>(bytesIntoPage(map.begin))) {
   if (bytes_ == 0) return;
   guarding = this;
-  struct sigaction handling {};
+  struct sigaction handling{};
   handling.sa_sigaction = handle;
   handling.sa_flags = SA_SIGINFO;
   sigaction(SIGBUS, &handling, &before_);

@@ -39,7 +39,7 @@ class TruncationGuard {
   std::size_t bytes_;
   int file_;
   std::int64_t offset_;
-  struct sigaction before_ {};
+  struct sigaction before_{};
   volatile std::sig_atomic_t truncated_ = 0;
 };
 

@@ -86,16 +86,15 @@ class CaptureEngineTest : public testing::Test {
   }
 
   CaptureTools tools() {
-    return {[this] { return now; },
-            [this](PixelBuffer& buffer, double quality, const std::optional<Rect>& crop,
-                   double scale, ChromaSampling chroma) {
-              return encode({&buffer, quality, crop, scale, chroma});
-            },
-            [this](SerialQueue& queue, std::function<void()> onTick) {
-              captureQueue = &queue;
-              tick = std::move(onTick);
-              return std::make_unique<HandDrivenTimer>(timerRuns);
-            }};
+    return {
+        [this] { return now; },
+        [this](PixelBuffer& buffer, double quality, const std::optional<Rect>& crop, double scale,
+               ChromaSampling chroma) { return encode({&buffer, quality, crop, scale, chroma}); },
+        [this](SerialQueue& queue, std::function<void()> onTick) {
+          captureQueue = &queue;
+          tick = std::move(onTick);
+          return std::make_unique<HandDrivenTimer>(timerRuns);
+        }};
   }
 
   Frame encode(const Encoding& encoding) {

@@ -374,7 +374,7 @@ TEST_F(UploadStoreTest, ACommittedFileIsVisibleCompleteAndOrdinary) {
   EXPECT_EQ(folder.read("uploads/Sam-a.jpg"), "all of it");
   const mode_t mask = umask(0);
   umask(mask);
-  struct stat status {};
+  struct stat status{};
   ASSERT_EQ(stat((root / "Sam-a.jpg").c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777U, 0666U & ~mask);
   EXPECT_THAT(log.lines(), Contains("upload|info|committed Sam-a.jpg (9 bytes) for Sam"));

@@ -90,10 +90,12 @@ TEST_F(TruncationGuardTest, guardsNothingWhereThereIsNoMap) {
 }
 
 TEST_F(TruncationGuardTest, leavesTheSignalAsItWas) {
-  struct sigaction before {};
-  struct sigaction after {};
+  struct sigaction before{};
+  struct sigaction after{};
   sigaction(SIGBUS, nullptr, &before);
-  { const TruncationGuard guard(whole()); }
+  {
+    const TruncationGuard guard(whole());
+  }
   sigaction(SIGBUS, nullptr, &after);
   EXPECT_EQ(after.sa_sigaction, before.sa_sigaction);
   EXPECT_EQ(after.sa_flags, before.sa_flags);
