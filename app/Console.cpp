@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include <filesystem>
+#include <system_error>
 #include <utility>
 
 namespace tarvinel {
@@ -154,11 +155,12 @@ void Console::share(const std::string& sourceID) {
 }
 
 void Console::chooseFolder(const std::string& folder) {
-  if (folder.empty()) {
-    print("folder needs a path");
-  } else {
-    model_.chooseUploadFolder(std::filesystem::absolute(expandingTilde(folder)));
-  }
+  if (folder.empty()) return print("folder needs a path");
+  std::error_code gone;
+  const auto path = std::filesystem::absolute(expandingTilde(folder), gone);
+  if (gone)
+    return print("The folder that Tarvinel was started in is gone: folder needs a path from /");
+  model_.chooseUploadFolder(path);
 }
 
 void Console::printSources() {

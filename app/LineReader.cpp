@@ -1,33 +1,21 @@
 #include "app/LineReader.h"
 
 #include <poll.h>
-#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstdint>
 #include <string_view>
-#include <system_error>
 #include <utility>
 
 namespace tarvinel {
 
-namespace {
-
-UniqueFd makeEvent() {
-  UniqueFd event(eventfd(0, EFD_CLOEXEC));
-  if (!event) throw std::system_error(errno, std::generic_category(), "eventfd");
-  return event;
-}
-
-}  // namespace
-
 LineReader::LineReader(int fd, std::function<void(std::string)> onLine)
-    : onLine_(std::move(onLine)), stopEvent_(makeEvent()), thread_([this, fd] { run(fd); }) {}
+    : onLine_(std::move(onLine)), thread_([this, fd] { run(fd); }) {}
 
 LineReader::~LineReader() {
-  eventfd_write(stopEvent_.get(), 1);
+  stop_.set();
   thread_.join();
 }
 
@@ -45,7 +33,7 @@ void LineReader::run(int fd) {
 
 /// False once the reader is to stop.
 bool LineReader::waitForInput(int fd) const {
-  std::array<pollfd, 2> waiting{{{fd, POLLIN, 0}, {stopEvent_.get(), POLLIN, 0}}};
+  std::array<pollfd, 2> waiting{{{fd, POLLIN, 0}, {stop_.fd(), POLLIN, 0}}};
   while (poll(waiting.data(), waiting.size(), -1) < 0 && errno == EINTR) {
   }
   return waiting[1].revents == 0;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/support/UniqueFd.h"
+#include "core/support/StopEvent.h"
 
 #include <functional>
 #include <string>
@@ -34,7 +34,7 @@ class LineReader {
   const std::function<void(std::string)> onLine_;
   std::string line_;
   bool overlong_ = false;
-  UniqueFd stopEvent_;
+  const StopEvent stop_;
   std::thread thread_;
 };
 

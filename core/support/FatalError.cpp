@@ -1,12 +1,16 @@
 #include "core/support/FatalError.h"
 
-#include <cstdio>
+#include "core/support/NonBlockingOutput.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
 #include <cstdlib>
 
 namespace tarvinel {
 
 void fatalError(std::string_view why) noexcept {
-  std::fprintf(stderr, "tarvinel: fatal: %.*s\n", static_cast<int>(why.size()), why.data());
+  writeWithoutWaiting(STDERR_FILENO, fmt::format("tarvinel: fatal: {}\n", why));
   std::abort();
 }
 

@@ -1,20 +1,32 @@
-// the macros would add where in this file a line comes from
-#define SD_JOURNAL_SUPPRESS_LOCATION
-
 #include "core/support/JournalSink.h"
 
 #include <fmt/format.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/uio.h>
+#include <sys/un.h>
 #include <syslog.h>
-#include <systemd/sd-journal.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <string_view>
 
 namespace tarvinel {
 
 namespace {
+
+constexpr std::string_view socketPath = "/run/systemd/journal/socket";
+
+/// Invalid while there is no journal.
+UniqueFd connectToJournal() {
+  UniqueFd socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::ranges::copy(socketPath, address.sun_path);
+  if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    socket.reset();
+  }
+  return socket;
+}
 
 int priorityOf(spdlog::level::level_enum level) {
   switch (level) {
@@ -32,14 +44,34 @@ int priorityOf(spdlog::level::level_enum level) {
   }
 }
 
+/// A value of several lines is preceded by its length, as eight bytes, the least significant first.
+void append(std::string& datagram, std::string_view field) {
+  const auto sign = field.find('=');
+  const std::string_view value = field.substr(sign + 1);
+  if (value.find('\n') == std::string_view::npos) {
+    datagram.append(field);
+  } else {
+    datagram.append(field.substr(0, sign)) += '\n';
+    for (unsigned shift = 0; shift < 64; shift += 8)
+      datagram += static_cast<char>(std::uint64_t{value.size()} >> shift & 0xFFU);
+    datagram.append(value);
+  }
+  datagram += '\n';
+}
+
 std::string_view viewOf(spdlog::string_view_t text) {
   return {text.data(), text.size()};
 }
 
 }  // namespace
 
+JournalSink::JournalSink()
+    : writer_(connectToJournal, [](const std::string& sentence) {
+        return datagramOf(fieldsOf({"app", spdlog::level::warn, sentence}));
+      }) {}
+
 bool JournalSink::isBehind(int fd, const char* stream) {
-  struct stat status {};
+  struct stat status{};
   if (stream == nullptr || ::fstat(fd, &status) != 0) return false;
   return fmt::format("{}:{}", status.st_dev, status.st_ino) == stream;
 }
@@ -50,13 +82,19 @@ std::vector<std::string> JournalSink::fieldsOf(const spdlog::details::log_msg& m
           fmt::format("TARVINEL_CATEGORY={}", viewOf(message.logger_name))};
 }
 
+std::string JournalSink::datagramOf(const std::vector<std::string>& fields) {
+  std::string datagram;
+  for (const std::string& field : fields)
+    append(datagram, field);
+  return datagram;
+}
+
 void JournalSink::sink_it_(const spdlog::details::log_msg& message) {
-  auto fields = fieldsOf(message);
-  std::vector<iovec> parts(fields.size());
-  std::transform(fields.begin(), fields.end(), parts.begin(), [](std::string& field) {
-    return iovec{field.data(), field.size()};
-  });
-  sd_journal_sendv(parts.data(), static_cast<int>(parts.size()));
+  writer_.write(datagramOf(fieldsOf(message)));
+}
+
+void JournalSink::flush_() {
+  writer_.flush(LineWriter::endLimit);
 }
 
 }  // namespace tarvinel

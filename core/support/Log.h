@@ -21,10 +21,14 @@ class Log {
 
   /// A log on standard error, where a line said again and again is counted and written once an
   /// hour; in the journal, every line of it with fields, where systemd has connected that to it.
+  /// Logging never waits for either: see LineWriter.
   static Log standardError(spdlog::level::level_enum level = spdlog::level::info);
 
   /// A log that drops everything.
   static Log silent();
+
+  /// Waits, but not for long, until everything logged so far has been written.
+  void flush() const;
 
   /// The channel of a category: "app", "config", "server", "upload", "capture" or "mdns".
   Logger category(const std::string& name) const;

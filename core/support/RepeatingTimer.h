@@ -29,6 +29,7 @@ class QueueTimer : public RepeatingTimer {
   QueueTimer(SerialQueue& queue, std::chrono::milliseconds interval, std::function<void()> onTick);
 
   void run(bool wanted) override;
+  bool isRunning() const { return running_; }
 
  private:
   void awaitTick();

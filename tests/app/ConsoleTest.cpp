@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <optional>
 #include <sstream>
 
@@ -74,6 +75,19 @@ TEST_F(ConsoleTest, AServerThatCannotListenEndsTheProgramWithStatus1) {
   EXPECT_EQ(status, 1);
   EXPECT_THAT(secondOut.str(), HasSubstr("Can't listen on port " + std::to_string(taken) +
                                          ": Address already in use\n"));
+}
+
+TEST_F(ConsoleTest, AFolderBesideOneThatIsGoneIsRejected) {
+  launchQuietly();
+  const auto before = std::filesystem::current_path();
+  std::filesystem::create_directory(folder / "gone");
+  std::filesystem::current_path(folder / "gone");
+  std::filesystem::remove(folder / "gone");
+  const auto uploadFolder = model->uploadFolder();
+  EXPECT_EQ(printedBy("folder photos"),
+            "The folder that Tarvinel was started in is gone: folder needs a path from /\n");
+  std::filesystem::current_path(before);
+  EXPECT_EQ(model->uploadFolder(), uploadFolder);
 }
 
 TEST_F(ConsoleTest, ListsSources) {

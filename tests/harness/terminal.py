@@ -25,6 +25,11 @@ class Terminal:
         self._reader.start()
 
     @property
+    def pid(self):
+        """The program's: what gives it the terminal becomes it."""
+        return self._child.pid
+
+    @property
     def shown(self):
         """Everything that was printed, line ends as in a file."""
         return self._shown.decode(errors="replace").replace("\r\n", "\n")

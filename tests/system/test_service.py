@@ -1,19 +1,13 @@
 """Run by a service manager: what it is told, and what the journal gets."""
+import contextlib
 import os
 import socket
 import subprocess
 
 import pytest
 
+from harness.journal import Journal, datagrams
 from harness.waiting import LIMIT, eventually
-
-
-def datagrams(path):
-    """A socket that takes whole messages."""
-    listening = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
-    listening.bind(str(path))
-    listening.settimeout(LIMIT)
-    return listening
 
 
 def wait_for(listening, wanted):
@@ -47,25 +41,17 @@ def test_a_server_that_cannot_listen_is_never_ready(start, tmp_path):
         assert any("STATUS=Can't listen on port" in message for message in told)
 
 
-# a journal of its own, and standard error connected to it as systemd does
-BY_SYSTEMD = """mount -t tmpfs run /run && mkdir -p /run/systemd/journal &&
-mount --bind "$0" /run/systemd/journal &&
-exec env JOURNAL_STREAM="$(stat -Lc %d:%i /proc/self/fd/2)" "$@" """
-
-
 @pytest.fixture
 def journal(tmp_path):
     if os.geteuid() != 0:
         pytest.skip("mounts need root")
-    (tmp_path / "journal").mkdir()
-    with datagrams(tmp_path / "journal/socket") as listening:
-        yield listening
+    with contextlib.closing(Journal(tmp_path)) as made:
+        yield made
 
 
-def test_lines_in_the_journal_have_fields(start, journal, tmp_path):
-    program = start("--capture", "pattern", listening=False,
-                    prefix=["unshare", "--mount", "sh", "-c", BY_SYSTEMD, tmp_path / "journal"])
-    line = wait_for(journal, lambda message: "listening on port" in message)[-1]
+def test_lines_in_the_journal_have_fields(start, journal):
+    program = start("--capture", "pattern", listening=False, prefix=journal.prefix)
+    line = wait_for(journal.socket, lambda message: "listening on port" in message)[-1]
     fields = dict(field.split("=", 1) for field in line.splitlines())
     assert fields.pop("MESSAGE").startswith("listening on port ")
     assert fields == {"PRIORITY": "6", "SYSLOG_IDENTIFIER": "tarvinel",

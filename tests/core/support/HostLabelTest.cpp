@@ -23,5 +23,22 @@ TEST(HostLabel, EverythingElseIsNot) {
   EXPECT_FALSE(isValidHostLabel(std::string_view("a\0b", 3)));
 }
 
+TEST(HostName, IsLabelsWithDotsBetween) {
+  for (const char* name : {"a", "a.b", "Screen.example-1.org", "1.2"}) {
+    EXPECT_TRUE(isValidHostName(name)) << name;
+  }
+  for (const char* name : {"", ".", "a.", ".a", "a..b", "a.-b", "a b", "a:80", "*.a", "a/b"}) {
+    EXPECT_FALSE(isValidHostName(name)) << name;
+  }
+}
+
+TEST(HostName, Has253CharactersAtTheMost) {
+  std::string name(1, 'a');
+  while (name.size() < 253)
+    name += ".a";
+  EXPECT_TRUE(isValidHostName(name));
+  EXPECT_FALSE(isValidHostName(name + ".a"));
+}
+
 }  // namespace
 }  // namespace tarvinel

@@ -25,6 +25,12 @@ TEST(JournalSinkTest, SendsTheLineAsItIsWithItsCategory) {
                           "TARVINEL_CATEGORY=server"));
 }
 
+TEST(JournalSinkTest, AFieldOfSeveralLinesIsPrecededByItsLength) {
+  using namespace std::string_literals;
+  EXPECT_EQ(JournalSink::datagramOf({"PRIORITY=6", "MESSAGE=a=b\nc", "EMPTY="}),
+            "PRIORITY=6\nMESSAGE\n\x05\0\0\0\0\0\0\0a=b\nc\nEMPTY=\n"s);
+}
+
 TEST(JournalSinkTest, KeepsTheSeverity) {
   EXPECT_THAT(fieldsAt(spdlog::level::debug), Contains("PRIORITY=7"));
   EXPECT_THAT(fieldsAt(spdlog::level::warn), Contains("PRIORITY=4"));
@@ -35,7 +41,7 @@ TEST(JournalSinkTest, KeepsTheSeverity) {
 TEST(JournalSinkTest, TheJournalIsBehindTheFileThatTheVariableNamesAlone) {
   const test::TemporaryFolder folder;
   const UniqueFd fd(open(folder.write("output", "").c_str(), O_WRONLY | O_CLOEXEC));
-  struct stat status {};
+  struct stat status{};
   ASSERT_EQ(fstat(fd.get(), &status), 0);
   const auto itself = fmt::format("{}:{}", status.st_dev, status.st_ino);
   EXPECT_TRUE(JournalSink::isBehind(fd.get(), itself.c_str()));

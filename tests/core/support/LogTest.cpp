@@ -11,7 +11,8 @@ namespace tarvinel {
 namespace {
 
 /// What was written since CaptureStderr(), line by line and without times.
-std::vector<std::string> writtenLines() {
+std::vector<std::string> writtenLines(const Log& log) {
+  log.flush();
   std::istringstream text(testing::internal::GetCapturedStderr());
   std::vector<std::string> lines;
   for (std::string line; std::getline(text, line);) {
@@ -23,11 +24,12 @@ std::vector<std::string> writtenLines() {
 
 TEST(LogTest, countsWhatIsSaidAgainOnStandardError) {
   testing::internal::CaptureStderr();
-  const auto logger = Log::standardError().category("capture");
+  const Log log = Log::standardError();
+  const auto logger = log.category("capture");
   for (int i = 0; i < 4; ++i)
     logger->info("sources: 1 displays, 2 windows, 1 apps");
   logger->info("sources: 1 displays, 3 windows, 1 apps");
-  EXPECT_EQ(writtenLines(),
+  EXPECT_EQ(writtenLines(log),
             (std::vector<std::string>{"info [capture] sources: 1 displays, 2 windows, 1 apps",
                                       "info [capture] Skipped 3 duplicate messages..",
                                       "info [capture] sources: 1 displays, 3 windows, 1 apps"}));
@@ -35,20 +37,22 @@ TEST(LogTest, countsWhatIsSaidAgainOnStandardError) {
 
 TEST(LogTest, writesAgainWhatWasSaidBeforeSomethingElse) {
   testing::internal::CaptureStderr();
-  const auto logger = Log::standardError().category("server");
+  const Log log = Log::standardError();
+  const auto logger = log.category("server");
   logger->info("listening");
   logger->warn("stopped");
   logger->info("listening");
-  EXPECT_EQ(writtenLines(),
+  EXPECT_EQ(writtenLines(log),
             (std::vector<std::string>{"info [server] listening", "warning [server] stopped",
                                       "info [server] listening"}));
 }
 
 TEST(LogTest, leavesOutWhatIsBelowItsLevel) {
   testing::internal::CaptureStderr();
-  const auto logger = Log::standardError(spdlog::level::info).category("app");
+  const Log log = Log::standardError(spdlog::level::info);
+  const auto logger = log.category("app");
   logger->debug("detail");
-  EXPECT_EQ(writtenLines(), std::vector<std::string>{});
+  EXPECT_EQ(writtenLines(log), std::vector<std::string>{});
 }
 
 }  // namespace

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "core/support/StopEvent.h"
+#include "core/support/UniqueFd.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+
+namespace tarvinel {
+
+/// Writes lines on a thread of its own, so that nobody else waits for a terminal that is held
+/// (Ctrl+S), a pipe that nobody reads or a connection that is dead.
+///
+/// The queue is bounded: from the first line that does not fit, lines are dropped until everything
+/// queued has been written; then one line reports how many are missing at that place. Safe from any
+/// thread.
+class LineWriter {
+ public:
+  static constexpr std::size_t maxQueuedBytes = std::size_t{1} << 20U;
+
+  /// How long the destructor waits for what is queued.
+  static constexpr std::chrono::seconds endLimit{1};
+
+  /// Opens what is written to, a descriptor such as `nonBlockingOutput` returns; called by the
+  /// constructor, and on the writer's thread after an error. Each line is one datagram where it
+  /// takes datagrams.
+  using Open = std::function<UniqueFd()>;
+
+  /// Makes a line of the sentence that reports missing lines; called on the writer's thread.
+  using LineOf = std::function<std::string(const std::string& sentence)>;
+
+  LineWriter(Open open, LineOf lineOf);
+
+  /// Writes what is queued, but drops it after `endLimit`. Waits longer only for an ordinary file
+  /// on a disk that hangs.
+  ~LineWriter();
+  LineWriter(const LineWriter&) = delete;
+  LineWriter& operator=(const LineWriter&) = delete;
+
+  /// Queues one line, its end included. Never blocks.
+  void write(std::string line);
+
+  /// Waits until everything queued has been written; returns false when it has not by the limit.
+  bool flush(std::chrono::milliseconds limit);
+
+ private:
+  void run();
+  std::optional<std::string> next();
+  void written(std::size_t bytes);
+  void deliver(std::string_view line);
+  bool send(std::string_view line) const;
+  bool waitUntilWritable() const;
+
+  const Open open_;
+  const LineOf lineOf_;
+  const StopEvent givenUp_;  ///< set once what is queued is to be dropped
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  // guarded by mutex_
+  std::deque<std::string> queue_;
+  std::size_t queuedBytes_ = 0;  ///< the line that is being written included
+  std::size_t dropped_ = 0;      ///< since the last report
+  bool ending_ = false;
+
+  UniqueFd output_;  ///< of the thread
+  std::thread thread_;
+};
+
+}  // namespace tarvinel
