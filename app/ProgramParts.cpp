@@ -12,12 +12,12 @@ namespace tarvinel {
 ChosenCapture chooseCapture(const CommandLineOptions& options, const Log& log) {
   const CaptureEnvironment environment = CaptureEnvironment::current();
   const CaptureDecision decision = decideCaptureRoad(options.capture, environment, xServerAnswers);
-  const auto tokens = std::make_shared<RestoreTokens>();
+  const CaptureMeans means{std::make_shared<RestoreTokens>(), std::make_shared<X11Interrupt>()};
   return {decision,
-          [road = decision.road, environment, tokens, log](SerialQueue& queue) {
-            return makeCaptureService(road, environment, tokens, log, queue);
+          [road = decision.road, environment, means, log](SerialQueue& queue) {
+            return makeCaptureService(road, environment, means, log, queue);
           },
-          tokens};
+          means};
 }
 
 Log logFor(const CommandLineOptions& options) {
@@ -31,11 +31,11 @@ AppModel::Platform platformFor(const CommandLineOptions& options, const ChosenCa
           .log = log,
           .captureService = capture.makeService,
           .userDefaults = UserDefaults::defaultPlace(),
-          .restoreTokens = capture.restoreTokens,
+          .restoreTokens = capture.means.tokens,
+          .interruptCapture = [interrupt = capture.means.interrupt] { interrupt->interrupt(); },
           .sysfs = options.sysfs,
-          .listenerForPort80 = [helper = PortHelper::ofThisProgram()](std::error_code refusal) {
-            return helper.listen(refusal);
-          }};
+          .listenerForPort80 = [helper = PortHelper::ofThisProgram()](
+                                   std::error_code refusal) { return helper.listen(refusal); }};
 }
 
 AppModel::UploadLaunch uploadsFor(const CommandLineOptions& options) {

@@ -11,10 +11,11 @@ namespace tarvinel {
 struct ChosenCapture {
   CaptureDecision decision;
   CaptureEngine::ServiceFactory makeService;
-  std::shared_ptr<RestoreTokens> restoreTokens;  ///< for what makes the service
+  CaptureMeans means;  ///< of what makes the service
 };
 
-/// Chooses by the command line and by what the session offers. Blocks while an X server is asked.
+/// Chooses by the command line and by what the session offers. Blocks while an X server is asked, a
+/// few seconds at the most.
 /// Call it before there are other threads.
 ChosenCapture chooseCapture(const CommandLineOptions& options, const Log& log);
 

@@ -51,21 +51,23 @@ CaptureDecision decideCaptureRoad(CaptureRoad wanted, const CaptureEnvironment& 
 
 bool xServerAnswers(const std::string& display) {
   try {
-    const X11Connection connection(display);
+    const X11Connection connection(display, {.replyTimeout = X11Options::probeLimit});
     return true;
   } catch (const X11Error&) {
     return false;
   }
 }
 
-std::unique_ptr<ScreenCaptureService> makeCaptureService(
-    CaptureRoad road, const CaptureEnvironment& environment,
-    const std::shared_ptr<RestoreTokens>& tokens, const Log& log, SerialQueue& queue) {
+std::unique_ptr<ScreenCaptureService> makeCaptureService(CaptureRoad road,
+                                                         const CaptureEnvironment& environment,
+                                                         const CaptureMeans& means, const Log& log,
+                                                         SerialQueue& queue) {
   if (road == CaptureRoad::x11) {
-    return std::make_unique<X11CaptureService>(queue, environment.display);
+    return std::make_unique<X11CaptureService>(queue, environment.display,
+                                               X11Options{.interrupt = means.interrupt});
   }
   if (road == CaptureRoad::portal) {
-    return std::make_unique<PortalCaptureService>(queue, log.category("capture"), tokens);
+    return std::make_unique<PortalCaptureService>(queue, log.category("capture"), means.tokens);
   }
   return std::make_unique<PatternCaptureService>(queue);
 }

@@ -2,6 +2,7 @@
 
 #include "app/capture/ScreenCaptureService.h"
 #include "app/capture/portal/RestoreTokens.h"
+#include "app/capture/x11/X11Interrupt.h"
 #include "core/support/SerialQueue.h"
 
 #include <cstdint>
@@ -37,13 +38,19 @@ struct CaptureDecision {
 CaptureDecision decideCaptureRoad(CaptureRoad wanted, const CaptureEnvironment& environment,
                                   const std::function<bool(const std::string&)>& answers);
 
-/// True when an X server answers under the name such as ":0".
+/// True when an X server answers under the name such as ":0". Blocks a few seconds when it hangs.
 bool xServerAnswers(const std::string& display);
 
-/// Makes the service of a decided road on the capture queue, which must outlive it. `tokens` are
-/// for the desktop's portal.
-std::unique_ptr<ScreenCaptureService> makeCaptureService(
-    CaptureRoad road, const CaptureEnvironment& environment,
-    const std::shared_ptr<RestoreTokens>& tokens, const Log& log, SerialQueue& queue);
+/// What services share with their owner.
+struct CaptureMeans {
+  std::shared_ptr<RestoreTokens> tokens;    ///< for the desktop's portal
+  std::shared_ptr<X11Interrupt> interrupt;  ///< ends every wait for an X server
+};
+
+/// Makes the service of a decided road on the capture queue, which must outlive it.
+std::unique_ptr<ScreenCaptureService> makeCaptureService(CaptureRoad road,
+                                                         const CaptureEnvironment& environment,
+                                                         const CaptureMeans& means, const Log& log,
+                                                         SerialQueue& queue);
 
 }  // namespace tarvinel

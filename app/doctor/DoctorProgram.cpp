@@ -35,10 +35,6 @@ Findings screenFindings(const CommandLineOptions& options, const CaptureEnvironm
   return findings;
 }
 
-Finding late(const std::string& display) {
-  return display.empty() ? Check{}.late : hangingServer(display);
-}
-
 }  // namespace
 
 int runDoctor(const CommandLineOptions& options, bool hasTray) {
@@ -54,7 +50,7 @@ std::vector<Check> allChecks(const CommandLineOptions& options, bool hasTray) {
   const auto& environment = session.environment;
   return {
       {"Session", [=] { return judge(session); }},
-      {"Screen", [=] { return screenFindings(options, environment); }, late(environment.display)},
+      {"Screen", [=] { return screenFindings(options, environment); }},
       {"Tray", [=] { return hasTray ? judge(TrayFacts::of(session)) : withoutTray(); }},
       {"Configuration", [=] { return judge(ConfigurationFacts::of(options)); }},
       {"Address",

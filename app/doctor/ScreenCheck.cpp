@@ -76,10 +76,16 @@ Finding unreachable(const ScreenFacts& facts) {
            "XAUTHORITY)."}};
 }
 
+Finding hangingServer(const std::string& display) {
+  return {toBeMended,
+          fmt::format("The X server {} takes connections but does not answer.", display),
+          {"Look whether DISPLAY is right, or log in anew."}};
+}
+
 }  // namespace
 
-X11Facts X11Facts::of(const std::string& display) try {
-  const X11Connection connection(display);
+X11Facts X11Facts::of(const std::string& display, std::chrono::milliseconds limit) try {
+  const X11Connection connection(display, {.replyTimeout = limit});
   const PixelRect area = connection.rootArea();
   return {.error = "",
           .width = area.width,
@@ -87,11 +93,11 @@ X11Facts X11Facts::of(const std::string& display) try {
           .displays = static_cast<int>(listDisplays(connection).size()),
           .missing = missingFrom(connection)};
 } catch (const X11Error& error) {
-  return {.error = error.what()};
+  return {.error = error.what(), .hangs = error.kind() == X11Error::Case::notAnswering};
 }
 
 ScreenFacts ScreenFacts::of(CaptureRoad wanted, const CaptureEnvironment& environment) {
-  ScreenFacts facts{.wanted = wanted};
+  ScreenFacts facts{.wanted = wanted, .display = environment.display};
   const auto answers = [&facts](const std::string& display) {
     facts.server = X11Facts::of(display);
     return facts.server.error.empty();
@@ -102,6 +108,7 @@ ScreenFacts ScreenFacts::of(CaptureRoad wanted, const CaptureEnvironment& enviro
 }
 
 Findings judge(const ScreenFacts& facts) {
+  if (facts.server.hangs) return {hangingServer(facts.display)};
   if (!facts.server.error.empty()) return {unreachable(facts)};
   const CaptureRoad road = facts.decision.road;
   if (road != CaptureRoad::x11) {
@@ -112,12 +119,6 @@ Findings judge(const ScreenFacts& facts) {
   for (const Extension missing : facts.server.missing)
     findings.push_back(without(missing));
   return findings;
-}
-
-Finding hangingServer(const std::string& display) {
-  return {toBeMended,
-          fmt::format("The X server {} takes connections but does not answer.", display),
-          {"Look whether DISPLAY is right, or log in anew."}};
 }
 
 }  // namespace tarvinel

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "app/capture/CaptureServiceFactory.h"
+#include "app/capture/x11/X11Connection.h"
 #include "app/doctor/Finding.h"
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -18,16 +20,19 @@ struct X11Facts {
   int height = 0;
   int displays = 0;
   std::vector<Extension> missing = {};
+  bool hangs = false;  ///< it takes connections but does not answer
 
-  /// Asks the server of a display such as ":0". Blocks, forever when the server hangs.
-  static X11Facts of(const std::string& display);
+  /// Asks the server of a display such as ":0". `limit` is for each reply.
+  static X11Facts of(const std::string& display,
+                     std::chrono::milliseconds limit = X11Options::probeLimit);
 };
 
 /// What is known of the screen where it is not the portal's.
 struct ScreenFacts {
   CaptureRoad wanted = CaptureRoad::automatic;
   CaptureDecision decision = {};
-  X11Facts server = {};  ///< without an error where it was not asked
+  X11Facts server = {};      ///< without an error where it was not asked
+  std::string display = {};  ///< such as ":0"
 
   /// Decides by what the session offers, and asks the X server if there is one. Blocks.
   static ScreenFacts of(CaptureRoad wanted, const CaptureEnvironment& environment);
@@ -35,8 +40,5 @@ struct ScreenFacts {
 
 /// Whether the X11 screen can be shared, or what is shown in its place. Pure.
 Findings judge(const ScreenFacts& facts);
-
-/// What it means when the X server does not answer in time.
-Finding hangingServer(const std::string& display);
 
 }  // namespace tarvinel

@@ -25,7 +25,7 @@ bool hasRegisteredHost(BusInquiry& bus) {
 }
 
 bool selectionHasOwner(const std::string& display) try {
-  const X11Connection connection(display);
+  const X11Connection connection(display, {.replyTimeout = X11Options::probeLimit});
   const std::string name = traySelection(display.c_str());
   const auto atom = connection.reply(
       xcb_intern_atom_reply,

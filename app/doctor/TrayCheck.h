@@ -13,7 +13,7 @@ struct TrayFacts {
   bool hasNotifierHost = false;                        ///< a panel shows status notifier items
   bool hasEmbeddingTray = false;                       ///< the X display has a tray for windows
 
-  /// Looks. Blocks for some seconds at the most, forever when the X server hangs.
+  /// Looks. Blocks for some seconds at the most.
   static TrayFacts of(const SessionFacts& session);
 };
 

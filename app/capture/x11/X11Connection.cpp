@@ -28,19 +28,20 @@ const xcb_screen_t* screenNumbered(xcb_connection_t* connection, int number) {
   return screens.rem > 0 ? screens.data : nullptr;
 }
 
-}  // namespace
-
-X11Connection::X11Connection(const std::string& display, const X11Options& options)
-    : options_(options) {
+X11Link linkTo(const std::string& display, const X11Options& options) {
   if (display.empty()) {
     throw X11Error(X11Error::Case::noDisplayName, "there is no X server: DISPLAY is not set");
   }
   blockBrokenPipeSignal();
-  connection_.reset(xcb_connect(display.c_str(), &screenNumber_));
-  if (xcb_connection_has_error(get()) == 0) screen_ = screenNumbered(get(), screenNumber_);
-  if (screen_ == nullptr) {
-    throw X11Error(X11Error::Case::cannotConnect, "cannot connect to the X server " + display);
-  }
+  return {display, X11Link::Clock::now() + options.replyTimeout, options.interrupt};
+}
+
+}  // namespace
+
+X11Connection::X11Connection(const std::string& display, const X11Options& options)
+    : options_(options), link_(linkTo(display, options)) {
+  screen_ = screenNumbered(get(), screenNumber());
+  if (screen_ == nullptr) throw X11Error::cannotConnect(display);
 }
 
 PixelRect X11Connection::rootArea() const {
@@ -108,9 +109,7 @@ bool X11Connection::pollReply(unsigned int sequence, void** reply) const {
 void X11Connection::awaitBytes(std::chrono::steady_clock::time_point deadline) const {
   const auto left =
       std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-  if (left.count() <= 0) {
-    throw X11Error(X11Error::Case::notAnswering, "the X server does not answer");
-  }
+  if (left.count() <= 0) throw X11Error::notAnswering();
   pollfd descriptor{xcb_get_file_descriptor(get()), POLLIN, 0};
   poll(&descriptor, 1, static_cast<int>(left.count()));
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/capture/PixelRect.h"
+#include "app/capture/x11/X11Link.h"
 
 #include <xcb/xcb.h>
 
@@ -14,8 +15,12 @@ namespace tarvinel {
 
 /// How to talk to an X server.
 struct X11Options {
+  /// Long enough to find out whether a server answers at all.
+  static constexpr std::chrono::milliseconds probeLimit{5000};
+
   bool sharedMemory = true;                       ///< false: pixels come over the connection
   std::chrono::milliseconds replyTimeout{10000};  ///< a server silent for longer counts as dead
+  std::shared_ptr<X11Interrupt> interrupt = {};   ///< ends every wait; may be null
 };
 
 struct XcbFree {
@@ -37,12 +42,12 @@ class X11Connection {
   /// Connects to a display such as ":0". Throws X11Error.
   explicit X11Connection(const std::string& display, const X11Options& options = {});
 
-  xcb_connection_t* get() const { return connection_.get(); }
+  xcb_connection_t* get() const { return link_.get(); }
   const X11Options& options() const { return options_; }
 
   /// The screen that the display's name selects.
   const xcb_screen_t& screen() const { return *screen_; }
-  int screenNumber() const { return screenNumber_; }
+  int screenNumber() const { return link_.screenNumber(); }
   xcb_window_t root() const { return screen_->root; }
 
   /// The root window's size now; unlike `screen()` it follows changes. Throws X11Error.
@@ -84,18 +89,13 @@ class X11Connection {
   void flush() const;
 
  private:
-  struct Disconnect {
-    void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-  };
-
   void* awaitReply(unsigned int sequence) const;
   void* awaitReplyIfAny(unsigned int sequence) const;
   bool pollReply(unsigned int sequence, void** reply) const;
   void awaitBytes(std::chrono::steady_clock::time_point deadline) const;
 
   X11Options options_;
-  std::unique_ptr<xcb_connection_t, Disconnect> connection_;
-  int screenNumber_ = 0;
+  X11Link link_;
   const xcb_screen_t* screen_ = nullptr;
 };
 

@@ -9,6 +9,14 @@ X11Error X11Error::refused(std::uint8_t code) {
   return error;
 }
 
+X11Error X11Error::cannotConnect(const std::string& display) {
+  return {Case::cannotConnect, "cannot connect to the X server " + display};
+}
+
+X11Error X11Error::notAnswering() {
+  return {Case::notAnswering, "the X server does not answer"};
+}
+
 X11Error X11Error::connectionLost() {
   return {Case::connectionLost, "the connection to the X server was lost"};
 }

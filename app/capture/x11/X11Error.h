@@ -30,6 +30,8 @@ class X11Error : public std::runtime_error {
 
   /// The server refused a request with one of the protocol's error codes.
   static X11Error refused(std::uint8_t code);
+  static X11Error cannotConnect(const std::string& display);
+  static X11Error notAnswering();
   static X11Error connectionLost();
   static X11Error malformedReply();
   static X11Error windowTooLarge();

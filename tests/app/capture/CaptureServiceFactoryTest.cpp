@@ -88,13 +88,13 @@ TEST(XServerAnswers, OnlyWhenThereIsOne) {
 
 TEST(MakeCaptureService, MakesTheServiceOfTheRoad) {
   SerialQueue queue(".capture");
-  const auto tokens = std::make_shared<RestoreTokens>();
+  const CaptureMeans means{std::make_shared<RestoreTokens>(), nullptr};
   const Log log = Log::silent();
-  const auto x11 = makeCaptureService(CaptureRoad::x11, {":0", "", ""}, tokens, log, queue);
+  const auto x11 = makeCaptureService(CaptureRoad::x11, {":0", "", ""}, means, log, queue);
   EXPECT_NE(dynamic_cast<X11CaptureService*>(x11.get()), nullptr);
-  const auto portal = makeCaptureService(CaptureRoad::portal, {":0", "", ""}, tokens, log, queue);
+  const auto portal = makeCaptureService(CaptureRoad::portal, {":0", "", ""}, means, log, queue);
   EXPECT_NE(dynamic_cast<PortalCaptureService*>(portal.get()), nullptr);
-  const auto pattern = makeCaptureService(CaptureRoad::pattern, {":0", "", ""}, tokens, log, queue);
+  const auto pattern = makeCaptureService(CaptureRoad::pattern, {":0", "", ""}, means, log, queue);
   EXPECT_NE(dynamic_cast<PatternCaptureService*>(pattern.get()), nullptr);
 }
 

@@ -99,9 +99,16 @@ TEST(ScreenCheck, NoServer) {
 }
 
 TEST(ScreenCheck, AServerThatHangsIsToBeMended) {
-  EXPECT_EQ(hangingServer(":5"), (Finding{toBeMended,
-                                          "The X server :5 takes connections but does not answer.",
-                                          {"Look whether DISPLAY is right, or log in anew."}}));
+  const XServer server;
+  server.freeze();
+  const auto facts = X11Facts::of(server.display(), std::chrono::milliseconds(50));
+  server.thaw();
+  EXPECT_TRUE(facts.hangs);
+  EXPECT_EQ(
+      judge(ScreenFacts{.decision = {CaptureRoad::x11, ""}, .server = facts, .display = ":5"}),
+      (Findings{{toBeMended,
+                 "The X server :5 takes connections but does not answer.",
+                 {"Look whether DISPLAY is right, or log in anew."}}}));
 }
 
 }  // namespace

@@ -1,4 +1,8 @@
 #include "app/capture/x11/X11Error.h"
+#include "core/support/UniqueFd.h"
+#include "tests/support/EnvironmentVariable.h"
+#include "tests/support/SilentDisplay.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tests/support/X11Capture.h"
 #include "tests/support/XWindow.h"
 
@@ -7,9 +11,15 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <filesystem>
 #include <iterator>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
 
 namespace tarvinel {
 namespace {
@@ -29,6 +39,19 @@ X11Error::Case failureOf(const Operation& operation) {
     return error.kind();
   }
   throw std::runtime_error("nothing failed");
+}
+
+/// What xauth(1) writes: a cookie for every display of this computer.
+std::string cookieFile(const std::string& cookie) {
+  std::array<char, 256> host{};
+  gethostname(host.data(), host.size() - 1);
+  std::string file("\x01\0", 2);  // FamilyLocal
+  for (const std::string& field :
+       {std::string(host.data()), std::string(), std::string("MIT-MAGIC-COOKIE-1"), cookie}) {
+    file += {'\0', static_cast<char>(field.size())};
+    file += field;
+  }
+  return file;
 }
 
 TEST(X11Failure, AServerThatDiesEndsTheStreamOnceAndLeavesNothingOpen) {
@@ -74,6 +97,55 @@ TEST(X11Failure, AServerThatDoesNotAnswerIsNotWaitedForWithoutEnd) {
   server.freeze();
   EXPECT_EQ(failureOf([&] { connection.rootArea(); }), X11Error::Case::notAnswering);
   server.thaw();
+}
+
+TEST(X11Failure, AServerThatHangsIsNotConnectedToWithoutEnd) {
+  const XServer server;
+  server.freeze();
+  EXPECT_EQ(failureOf([&] { X11Connection(server.display(), {true, 50ms}); }),
+            X11Error::Case::notAnswering);
+  server.thaw();
+}
+
+TEST(X11Failure, ASocketThatTakesNoMoreConnectionsIsNotWaitedForWithoutEnd) {
+  const test::SilentDisplay silent;
+  std::vector<UniqueFd> waiting;
+  while (UniqueFd next = silent.connect())
+    waiting.push_back(std::move(next));
+  EXPECT_EQ(failureOf([&] { X11Connection(silent.name(), {true, 50ms}); }),
+            X11Error::Case::notAnswering);
+}
+
+TEST(X11Failure, WhatSaysNothingAtAllIsNotWaitedForWithoutEnd) {
+  const test::SilentDisplay silent;
+  EXPECT_EQ(failureOf([&] { X11Connection(silent.name(), {true, 50ms}); }),
+            X11Error::Case::notAnswering);
+}
+
+TEST(X11Failure, AnInterruptionEndsEveryWaitForGood) {
+  const XServer server;
+  const auto interrupt = std::make_shared<X11Interrupt>();
+  const X11Options options{.replyTimeout = 10min, .interrupt = interrupt};
+  const X11Connection before(server.display(), options);
+  server.freeze();
+  const std::jthread interrupting([&] { interrupt->interrupt(); });
+  EXPECT_EQ(failureOf([&] { before.rootArea(); }), X11Error::Case::connectionLost);
+  EXPECT_EQ(failureOf([&] { X11Connection(server.display(), options); }),
+            X11Error::Case::cannotConnect);
+  server.thaw();
+}
+
+TEST(X11Failure, TheCookieOfTheServerIsShown) {
+  const test::TemporaryFolder folder;
+  const std::string right = folder.write("right", cookieFile("0123456789abcdef"));
+  const std::string wrong = folder.write("wrong", cookieFile("fedcba9876543210"));
+  const XServer server("320x240x24", {"-auth", right});
+  {
+    const test::EnvironmentVariable variable("XAUTHORITY", wrong);
+    EXPECT_EQ(failureOf([&] { X11Connection(server.display()); }), X11Error::Case::cannotConnect);
+  }
+  const test::EnvironmentVariable variable("XAUTHORITY", right);
+  EXPECT_NO_THROW(X11Connection(server.display()).rootArea());
 }
 
 TEST(X11Failure, SixteenBitColourIsRefused) {
