@@ -6,11 +6,14 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace tarvinel {
 
@@ -69,6 +72,16 @@ class Entries {
     if (value == nullptr) return std::nullopt;
     if (!value->is_string()) fail(key, "must be a text in double quotes");
     return value->get<std::string>();
+  }
+
+  std::vector<std::string> texts(const char* key) const {
+    const json* value = find(key);
+    if (value == nullptr) return {};
+    const bool isRight = value->is_array() && std::ranges::all_of(*value, [](const json& entry) {
+                           return entry.is_string();
+                         });
+    if (!isRight) fail(key, "must be a list of texts in double quotes");
+    return value->get<std::vector<std::string>>();
   }
 
   const json* object(const char* key) const {
@@ -132,6 +145,7 @@ TarvinelConfig decodeConfig(const json& object) {
   config.motionFps = entries.integer("motionFps");
   config.hostname = asciiLowercased(entries.text("hostname").value_or(config.hostname));
   if (const json* brand = entries.object("brand")) config.brand = decodeBrand(*brand);
+  config.allowedHosts = entries.texts("allowedHosts");
   return config;
 }
 
@@ -142,7 +156,8 @@ json encodeConfig(const TarvinelConfig& config) {
               {"scale", config.scale},
               {"motionQuality", config.motionQuality},
               {"budgetMbps", config.budgetMbps},
-              {"hostname", config.hostname}};
+              {"hostname", config.hostname},
+              {"allowedHosts", config.allowedHosts}};
   if (config.motionFps) object["motionFps"] = *config.motionFps;
   if (config.brand) object["brand"] = encodeBrand(*config.brand);
   return object;

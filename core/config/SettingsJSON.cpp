@@ -62,27 +62,13 @@ class SettingsBuilder : public json::json_sax_t {
   }
 
   bool start_object(std::size_t /*unknown in a text*/) override {
-    const bool keepsEntries = passedOver_ == 0 && open_.size() < deepestKept;
-    place(json::object());
-    if (keepsEntries) {
-      open_.push_back(placed_);
-    } else {
-      ++passedOver_;
-    }
-    return true;
+    return begin(json::object(), open_.size() < deepestKept);
   }
-  bool end_object() override {
-    if (passedOver_ > 0) return endPassedOver();
-    open_.pop_back();
-    return true;
-  }
-
+  bool end_object() override { return end(); }
   bool start_array(std::size_t /*unknown in a text*/) override {
-    place(json::array());
-    ++passedOver_;
-    return true;
+    return begin(json::array(), open_.size() == 1);
   }
-  bool end_array() override { return endPassedOver(); }
+  bool end_array() override { return end(); }
 
   bool parse_error(std::size_t position, const std::string& /*token*/,
                    const json::exception& error) override {
@@ -93,21 +79,43 @@ class SettingsBuilder : public json::json_sax_t {
  private:
   static constexpr std::size_t deepestKept = 2;  ///< the document and its brand
 
+  bool begin(json container, bool keepsEntries) {
+    place(std::move(container));
+    if (keepsEntries && passedOver_ == 0) {
+      open_.push_back(placed_);
+    } else {
+      ++passedOver_;
+    }
+    return true;
+  }
+
+  bool end() {
+    if (passedOver_ > 0) {
+      --passedOver_;
+    } else {
+      open_.pop_back();
+    }
+    return true;
+  }
+
   bool place(json value) {
     if (passedOver_ > 0) return true;
-    placed_ = open_.empty() ? &document_ : &(*open_.back())[key_];
+    placed_ = &newPlace();
     *placed_ = std::move(value);
     return true;
   }
 
-  bool endPassedOver() {
-    --passedOver_;
-    return true;
+  json& newPlace() {
+    if (open_.empty()) return document_;
+    json& around = *open_.back();
+    if (around.is_object()) return around[key_];
+    around.push_back(nullptr);
+    return around.back();
   }
 
   const std::string_view text_;
   json document_;
-  std::vector<json*> open_;     ///< the objects around the next value that are kept
+  std::vector<json*> open_;     ///< the containers around the next value that are kept
   std::size_t passedOver_ = 0;  ///< how many more around it are not
   json* placed_ = nullptr;      ///< the last value that was kept
   string_t key_;

@@ -32,6 +32,15 @@ std::exception_ptr correctColor(std::optional<BrandConfig>& brand) {
   return std::make_exception_ptr(TarvinelConfigError::invalidBrandColor(*color));
 }
 
+/// Drops what is no host name; returns what is wrong with the first of it.
+std::exception_ptr correctAllowedHosts(std::vector<std::string>& names) {
+  const auto wrong = std::ranges::find_if_not(names, isValidHostName);
+  if (wrong == names.end()) return nullptr;
+  const std::string first = *wrong;
+  std::erase_if(names, [](const std::string& name) { return !isValidHostName(name); });
+  return std::make_exception_ptr(TarvinelConfigError::invalidAllowedHost(first));
+}
+
 }  // namespace
 
 std::filesystem::path TarvinelConfig::defaultURL() {
@@ -64,8 +73,11 @@ TarvinelConfig::Loaded TarvinelConfig::load(
     if (const auto problem = correctColor(config.brand); problem && !pending) {
       return {config, problem};
     }
+    if (const auto problem = correctAllowedHosts(config.allowedHosts); problem && !pending) {
+      return {config, problem};
+    }
     if (!profile.object.empty()) {
-      logger->debug("loaded bundled profile hostname={}", config.hostname);
+      logger->info("loaded bundled profile hostname={}", config.hostname);
     }
     return {config, pending};
   } catch (const std::exception& error) {

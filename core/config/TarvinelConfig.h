@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tarvinel {
 
@@ -25,6 +26,7 @@ struct TarvinelConfig {
   std::optional<std::int64_t> motionFps;  ///< pins the motion rate, 1 to 60
   std::string hostname{defaultHostname};  ///< DNS label published under .local; empty: none
   std::optional<BrandConfig> brand;       ///< marks the pages
+  std::vector<std::string> allowedHosts;  ///< more names under which viewers may ask
 
   struct Loaded;
 

@@ -13,7 +13,7 @@ namespace tarvinel {
 /// characters of the value as question marks.
 class TarvinelConfigError : public std::runtime_error {
  public:
-  enum class Case : std::uint8_t { invalidHostname, invalidBrandColor };
+  enum class Case : std::uint8_t { invalidHostname, invalidBrandColor, invalidAllowedHost };
 
   static TarvinelConfigError invalidHostname(const std::string& value) {
     return {Case::invalidHostname, value,
@@ -23,6 +23,11 @@ class TarvinelConfigError : public std::runtime_error {
   static TarvinelConfigError invalidBrandColor(const std::string& value) {
     return {Case::invalidBrandColor, value,
             "brand.color \"" + withoutControls(value) + "\" must be #rrggbb; ignoring it"};
+  }
+  static TarvinelConfigError invalidAllowedHost(const std::string& value) {
+    return {Case::invalidAllowedHost, value,
+            "allowedHosts \"" + withoutControls(value) +
+                "\" must be a host name without port and path; ignoring it"};
   }
 
   Case which() const { return which_; }

@@ -2,13 +2,17 @@
 
 #include "core/http/HTTPResponse.h"
 #include "core/http/MJPEGFramer.h"
+#include "core/http/PercentEncoding.h"
 #include "core/http/Router.h"
 #include "core/http/ViewerSocket.h"
 #include "core/pages/HelpPage.h"
 #include "core/pages/UploadPage.h"
 #include "core/pages/ViewerPage.h"
+#include "core/support/UTF8.h"
 
 #include <asio/write.hpp>
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <limits>
@@ -69,8 +73,9 @@ void ClientConnection::scheduleHeadDeadline() {
   headDeadline_.async_wait([weak = weak_from_this()](std::error_code) {
     const auto self = weak.lock();
     if (!self || self->handled_ || self->closed_) return;
-    self->environment_.logger->info("request head not received in {:f}s from {}; closing",
-                                    self->environment_.headTimeout.count(), self->remote_);
+    self->environment_.lateHeads.log(
+        fmt::format("request head not received in {:f}s from {}; closing",
+                    self->environment_.headTimeout.count(), self->remote_));
     self->close();
   });
 }
@@ -114,12 +119,19 @@ void ClientConnection::headIncomplete() {
     receive();
     return;
   }
-  environment_.logger->error("request head over 16 KiB from {}; closing", remote_);
+  environment_.longHeads.log(fmt::format("request head over 16 KiB from {}; closing", remote_));
   close();
 }
 
 void ClientConnection::handle(const HTTPRequest& request, std::string_view initialBody) {
-  environment_.logger->debug("{} {} from {}", request.method, request.path, remote_);
+  if (environment_.logger->should_log(spdlog::level::debug)) {
+    environment_.logger->debug("{} {} from {}", withEscapedControls(request.method),
+                               withEscapedControls(request.path), remote_);
+  }
+  if (!environment_.allowedHosts.admits(request.header("host"))) {
+    redirect(request);
+    return;
+  }
   const Route route = Router::route(request);
   switch (route.kind) {
     case Route::Kind::uploadFile:
@@ -156,6 +168,20 @@ void ClientConnection::handle(const HTTPRequest& request, std::string_view initi
       sendAndClose(HTTPResponse::notFound());
       break;
   }
+}
+
+// Under the address by number a person sees what was asked for, and a foreign page may read
+// nothing.
+void ClientConnection::redirect(const HTTPRequest& request) {
+  const auto here = localURL(connection_);
+  if (!here) {
+    close();
+    return;
+  }
+  const std::string location = *here + percentEncodedPath(request.path).substr(1);
+  environment_.logger->debug("{} was asked for under the name {}; redirecting to {}", remote_,
+                             withEscapedControls(request.header("host")), location);
+  sendAndClose(HTTPResponse::temporaryRedirect(location));
 }
 
 void ClientConnection::answerStatus() {

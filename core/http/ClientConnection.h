@@ -3,11 +3,13 @@
 #include "core/config/BrandConfig.h"
 #include "core/frames/Frame.h"
 #include "core/frames/FrameBroadcaster.h"
+#include "core/http/AllowedHosts.h"
 #include "core/http/BrandAnswers.h"
 #include "core/http/HTTPRequest.h"
 #include "core/http/LingeringSockets.h"
 #include "core/http/PeerWatch.h"
 #include "core/http/StatusSnapshot.h"
+#include "core/http/ThrottledLine.h"
 #include "core/http/UploadTransfer.h"
 #include "core/http/VanishedViewers.h"
 #include "core/support/Log.h"
@@ -32,10 +34,13 @@ struct ConnectionEnvironment {
   SerialQueue& queue;
   FrameBroadcaster& broadcaster;
   Logger logger;
+  ThrottledLine& lateHeads;  ///< about heads that were not received in time
+  ThrottledLine& longHeads;  ///< about heads over the limit
   std::chrono::duration<double> headTimeout;
   std::function<StatusSnapshot()> status;  ///< called on the queue, must not block
   std::optional<BrandConfig> brand;        ///< marks the pages
   std::string hostname;                    ///< named by the help page
+  AllowedHosts allowedHosts;               ///< others are redirected
   BrandAnswers brandAnswers;               ///< filled when the server starts
   PeerWatch& peerWatch;
   LingeringSockets& lingeringSockets;
@@ -90,6 +95,7 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
   void headIncomplete();
 
   void handle(const HTTPRequest& request, std::string_view initialBody);
+  void redirect(const HTTPRequest& request);
   void answerStatus();
   void answerWith(const std::shared_ptr<const Bytes>& file);
   void sendAndClose(Bytes response);

@@ -84,6 +84,12 @@ Bytes HTTPResponse::notFound() {
   return full({"404 Not Found", plainText}, "Not found\n");
 }
 
+Bytes HTTPResponse::temporaryRedirect(std::string_view location) {
+  const std::string locationHeader = std::string("Location: ").append(location);
+  return full({"307 Temporary Redirect", plainText, noCache, locationHeader},
+              std::string("Look at ").append(location).append("\n"));
+}
+
 Bytes HTTPResponse::methodNotAllowed(std::string_view allow) {
   const std::string allowHeader = std::string("Allow: ").append(allow);
   return full({"405 Method Not Allowed", plainText, noCache, allowHeader}, "Method not allowed\n");

@@ -24,6 +24,9 @@ class HTTPResponse {
   static Bytes jsonError(std::string_view status, std::string_view message);
 
   static Bytes notFound();
+
+  /// Sends the client to another address, where it is to repeat the same request.
+  static Bytes temporaryRedirect(std::string_view location);
   static Bytes methodNotAllowed(std::string_view allow = "GET");
 
   /// A brand asset: may be kept for five minutes, and may load or run nothing when it is opened as

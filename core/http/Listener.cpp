@@ -4,6 +4,7 @@
 
 #include <sys/socket.h>
 
+#include <cerrno>
 #include <chrono>
 #include <system_error>
 #include <utility>
@@ -34,12 +35,14 @@ tcp::acceptor acceptorOf(asio::io_context& context, UniqueFd socket) {
   const tcp protocol = address.ss_family == AF_INET6 ? tcp::v6() : tcp::v4();
   tcp::acceptor acceptor(context, protocol, socket.get());
   socket.release();
+  acceptor.non_blocking(true);
   return acceptor;
 }
 
 /// The connection or this moment is at fault, not the listening socket (accept(2)).
 bool isPassing(const std::error_code& error) {
-  return error == std::errc::connection_aborted || error == std::errc::interrupted ||
+  return error == std::errc::resource_unavailable_try_again ||
+         error == std::errc::connection_aborted || error == std::errc::interrupted ||
          error == std::errc::protocol_error || error == std::errc::operation_not_permitted ||
          error == std::errc::network_down || error == std::errc::network_unreachable ||
          error == std::errc::host_unreachable || error == std::errc::timed_out;
@@ -58,6 +61,7 @@ Listener::Listener(SerialQueue& queue, std::uint16_t port) : Listener(queue, lis
 Listener::Listener(SerialQueue& queue, UniqueFd listeningSocket)
     : queue_(queue),
       acceptor_(acceptorOf(queue.context(), std::move(listeningSocket))),
+      protocol_(acceptor_.local_endpoint().protocol()),
       pauseTimer_(queue.context()),
       port_(acceptor_.local_endpoint().port()) {}
 
@@ -68,21 +72,35 @@ void Listener::start(ConnectionHandler onConnection, FailureHandler onFailure) {
 }
 
 void Listener::acceptNext() {
-  acceptor_.async_accept([weak = weak_from_this()](std::error_code error, tcp::socket socket) {
-    if (const auto self = weak.lock()) self->accepted(systemError(error), std::move(socket));
+  acceptor_.async_wait(tcp::acceptor::wait_read, [weak = weak_from_this()](std::error_code error) {
+    if (const auto self = weak.lock()) self->readable(systemError(error));
   });
 }
 
-void Listener::accepted(std::error_code error, tcp::socket socket) {
+void Listener::readable(std::error_code error) {
   queue_.assertCurrent();
+  if (!error) error = accept();
   if (isShortage(error)) {
     pause();
   } else if (error && !isPassing(error)) {
     onFailure_(error);
   } else {
-    if (!error) onConnection_(std::move(socket));
     acceptNext();
   }
+}
+
+// Asio's own accept leaves the descriptor open to a program that is started at the same moment, on
+// another thread, which would then keep the connection.
+std::error_code Listener::accept() {
+  UniqueFd fd(::accept4(acceptor_.native_handle(), nullptr, nullptr, SOCK_CLOEXEC));
+  if (!fd) return {errno, std::system_category()};
+  tcp::socket socket(queue_.context());
+  std::error_code failed;
+  socket.assign(protocol_, fd.get(), failed);
+  if (failed) return systemError(failed);
+  fd.release();
+  onConnection_(std::move(socket));
+  return {};
 }
 
 // The waiting connection stays in the kernel's queue, so accepting again at once would spin.

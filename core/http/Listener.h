@@ -36,11 +36,13 @@ class Listener : public std::enable_shared_from_this<Listener> {
 
  private:
   void acceptNext();
-  void accepted(std::error_code error, asio::ip::tcp::socket socket);
+  void readable(std::error_code error);
+  std::error_code accept();
   void pause();
 
   SerialQueue& queue_;
   asio::ip::tcp::acceptor acceptor_;
+  const asio::ip::tcp protocol_;
   asio::steady_timer pauseTimer_;
   std::uint16_t port_ = 0;
   ConnectionHandler onConnection_;

@@ -2,6 +2,8 @@
 
 #include "core/support/UTF8.h"
 
+#include <fmt/format.h>
+
 #include <charconv>
 
 namespace tarvinel {
@@ -16,6 +18,12 @@ std::optional<char> decodedEscape(std::string_view twoDigits) {
     return std::nullopt;
   }
   return static_cast<char>(value);
+}
+
+bool standsForItself(char c) {
+  constexpr std::string_view marks = "-._~!$&'()*+,;=:@/%";
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+         marks.find(c) != std::string_view::npos;
 }
 
 }  // namespace
@@ -34,6 +42,18 @@ std::optional<std::string> percentDecoded(std::string_view text) {
   }
   if (!isValidUTF8(decoded)) return std::nullopt;
   return decoded;
+}
+
+std::string percentEncodedPath(std::string_view path) {
+  std::string encoded;
+  for (const char c : path) {
+    if (standsForItself(c)) {
+      encoded += c;
+    } else {
+      encoded += fmt::format("%{:02X}", static_cast<unsigned char>(c));
+    }
+  }
+  return encoded;
 }
 
 }  // namespace tarvinel

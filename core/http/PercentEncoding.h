@@ -10,4 +10,8 @@ namespace tarvinel {
 /// digits or the result is not UTF-8.
 std::optional<std::string> percentDecoded(std::string_view text);
 
+/// Encodes what may not stand in the path of an address (RFC 3986 section 3.3), such as blanks,
+/// control characters and everything that is not ASCII. Escapes that are there stay.
+std::string percentEncodedPath(std::string_view path);
+
 }  // namespace tarvinel

@@ -3,6 +3,8 @@
 #include "core/http/StreamServerError.h"
 #include "core/http/ViewerSocket.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <system_error>
 #include <utility>
@@ -29,14 +31,20 @@ StreamServer::StreamServer(FrameBroadcaster& broadcaster, Logger logger, Options
     : logger_(std::move(logger)),
       options_(std::move(options)),
       vanishedViewers_(queue_, options_.silenceLimit),
+      refusals_(queue_, logger_, spdlog::level::info),
+      lateHeads_(queue_, logger_, spdlog::level::info),
+      longHeads_(queue_, logger_, spdlog::level::err),
       readBuffer_(ClientConnection::maxReadBytes),
       environment_{.queue = queue_,
                    .broadcaster = broadcaster,
                    .logger = logger_,
+                   .lateHeads = lateHeads_,
+                   .longHeads = longHeads_,
                    .headTimeout = options_.headTimeout,
                    .status = options_.status,
                    .brand = options_.brand,
                    .hostname = options_.hostname,
+                   .allowedHosts = AllowedHosts(options_.allowedHosts),
                    .brandAnswers = {},
                    .peerWatch = peerWatch_,
                    .lingeringSockets = lingeringSockets_,
@@ -101,8 +109,8 @@ std::uint16_t StreamServer::listen(const Start& start,
 
 void StreamServer::accept(asio::ip::tcp::socket socket) {
   if (connections_.size() >= options_.maxConnections) {
-    logger_->info("connection cap ({}) reached; refusing {}", options_.maxConnections,
-                  remoteEndpointText(socket));
+    refusals_.log(fmt::format("connection cap ({}) reached; refusing {}", options_.maxConnections,
+                              remoteEndpointText(socket)));
     return;  // dropping the socket closes it
   }
   const auto connection =
@@ -125,6 +133,8 @@ void StreamServer::stop() {
     lingeringSockets_.clear();
     vanishedViewers_.clear();
     vanishedTimer_.run(false);
+    for (ThrottledLine* line : {&refusals_, &lateHeads_, &longHeads_})
+      line->finish();
   });
 }
 

@@ -8,6 +8,7 @@
 #include "core/http/Listener.h"
 #include "core/http/PeerWatch.h"
 #include "core/http/StatusSnapshot.h"
+#include "core/http/ThrottledLine.h"
 #include "core/http/VanishedViewers.h"
 #include "core/support/BlockingPool.h"
 #include "core/support/Log.h"
@@ -26,6 +27,7 @@
 #include <string>
 #include <system_error>
 #include <unordered_map>
+#include <vector>
 
 namespace tarvinel {
 
@@ -51,6 +53,8 @@ class StreamServer {
     std::function<StatusSnapshot()> status;  ///< fills "/status"; called on the queue, never blocks
     std::optional<BrandConfig> brand = {};   ///< marks the pages
     std::string hostname = {};               ///< named by the help page
+    /// Under which it may be asked for besides those that `AllowedHosts` admits anyway.
+    std::vector<std::string> allowedHosts = {};
     ListenerFallback listenerFallback = {};  ///< called on a queue of its own; may be absent
   };
 
@@ -110,6 +114,9 @@ class StreamServer {
   PeerWatch peerWatch_{queue_};
   LingeringSockets lingeringSockets_;
   VanishedViewers vanishedViewers_;
+  ThrottledLine refusals_;  ///< about connections over the cap
+  ThrottledLine lateHeads_;
+  ThrottledLine longHeads_;
   Bytes readBuffer_;
   ConnectionEnvironment environment_;
   std::shared_ptr<UploadController> uploads_;  ///< null: there are none

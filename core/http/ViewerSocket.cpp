@@ -1,6 +1,7 @@
 #include "core/http/ViewerSocket.h"
 
-#include <fcntl.h>
+#include "core/net/LocalAddresses.h"
+
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -31,13 +32,24 @@ asio::ip::address unmapped(const asio::ip::address& address) {
   return asio::ip::make_address_v4(asio::ip::v4_mapped, address.to_v6());
 }
 
+/// As it stands in an address.
+std::string hostText(const asio::ip::address& address) {
+  const std::string text = address.to_string();
+  return address.is_v6() ? "[" + text + "]" : text;
+}
+
+/// Browsers take no zones in addresses.
+asio::ip::address withoutZone(const asio::ip::address& address) {
+  if (!address.is_v6()) return address;
+  return asio::ip::address_v6(address.to_v6().to_bytes());
+}
+
 }  // namespace
 
 void prepareViewerSocket(asio::ip::tcp::socket& socket) {
   std::error_code ignored;
   socket.non_blocking(true, ignored);
   const int fd = socket.native_handle();
-  fcntl(fd, F_SETFD, FD_CLOEXEC);
   setOption(fd, IPPROTO_TCP, TCP_NODELAY, 1);
   setOption(fd, IPPROTO_TCP, TCP_NOTSENT_LOWAT, maxUnsentBytes);
   setOption(fd, SOL_SOCKET, SO_KEEPALIVE, 1);
@@ -68,9 +80,14 @@ std::string remoteEndpointText(const asio::ip::tcp::socket& socket) {
   std::error_code gone;
   const auto endpoint = socket.remote_endpoint(gone);
   if (gone) return "unknown";
-  const auto address = unmapped(endpoint.address());
-  const std::string host = address.to_string();
-  return (address.is_v6() ? "[" + host + "]" : host) + ":" + std::to_string(endpoint.port());
+  return hostText(unmapped(endpoint.address())) + ":" + std::to_string(endpoint.port());
+}
+
+std::optional<std::string> localURL(const asio::ip::tcp::socket& socket) {
+  std::error_code gone;
+  const auto endpoint = socket.local_endpoint(gone);
+  if (gone) return std::nullopt;
+  return LocalAddresses::url(hostText(withoutZone(unmapped(endpoint.address()))), endpoint.port());
 }
 
 }  // namespace tarvinel

@@ -3,6 +3,7 @@
 #include <asio/ip/tcp.hpp>
 
 #include <chrono>
+#include <optional>
 #include <string>
 
 namespace tarvinel {
@@ -24,5 +25,9 @@ std::string remoteAddressText(const asio::ip::tcp::socket& socket);
 
 /// The remote endpoint for a log line, such as "192.168.1.20:51234"; "unknown" once it is gone.
 std::string remoteEndpointText(const asio::ip::tcp::socket& socket);
+
+/// The address of the server that the client has connected to, such as "http://192.168.1.20/" or
+/// "http://[fd00::1]:8080/"; nothing once the connection is gone.
+std::optional<std::string> localURL(const asio::ip::tcp::socket& socket);
 
 }  // namespace tarvinel

@@ -16,9 +16,9 @@ class HelpPage {
   HelpPage() = delete;
 
   /// The settings that the page explains, in its order.
-  static constexpr std::array<std::string_view, 9> documentedConfigKeys{
+  static constexpr std::array<std::string_view, 10> documentedConfigKeys{
       "port",      "scale",      "jpegQuality", "motionQuality", "fps",
-      "motionFps", "budgetMbps", "hostname",    "brand"};
+      "motionFps", "budgetMbps", "hostname",    "brand",         "allowedHosts"};
 
   /// The headings, in their order.
   static constexpr std::array<std::string_view, 8> sectionTitles{

@@ -2,13 +2,16 @@
 import ctypes
 import itertools
 import os
+import shutil
 import socket
 import subprocess
 import threading
+from pathlib import Path
 
 from .waiting import LIMIT
 
 CLONE_NEWNET = 0x40000000
+NAMESPACE_FILES = Path("/etc/netns")  # seen in place of those in /etc (ip-netns(8))
 
 
 class Lan:
@@ -22,6 +25,7 @@ class Lan:
         self._namespaces = {host: f"{tag}{index}" for index, host in enumerate(hosts)}
         self._switch = f"{tag}b"
         self._made = []
+        self._folders = []
         try:
             self._build()
         except BaseException:
@@ -54,6 +58,13 @@ class Lan:
     def take_address(self, host, address):
         self.configure(host, "address", "del", f"{address}/24", "dev", "eth0")
 
+    def use_name_server(self, host, address):
+        """Programs that are started on the host from now on ask that name server."""
+        folder = NAMESPACE_FILES / self.namespace(host)
+        folder.mkdir(parents=True)
+        self._folders.append(folder)
+        (folder / "resolv.conf").write_text(f"nameserver {address}\n")
+
     def cut(self, host):
         """Pulls the host's cable: it is told, the others are not."""
         _ip("-n", self._switch, "link", "set", host, "down")
@@ -71,6 +82,8 @@ class Lan:
     def remove(self):
         for name in self._made:
             subprocess.run(["ip", "netns", "del", name], check=False, capture_output=True)
+        for folder in self._folders:
+            shutil.rmtree(folder)
 
     def _build(self):
         for name in (*self._namespaces.values(), self._switch):

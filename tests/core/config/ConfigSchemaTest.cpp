@@ -117,6 +117,15 @@ TEST(ConfigSchema, ThePatternsAgreeWithTheProgram) {
   for (const std::string text : {"#E2791b", "#E2791", "E2791BA", "#E2791G", "#FFF", ""}) {
     EXPECT_EQ(std::regex_match(text, color), BrandConfig::isValidColor(text)) << text;
   }
+  const std::regex host(settings()["allowedHosts"]["items"]["pattern"].get<std::string>());
+  for (const std::string& name :
+       {std::string(), std::string("a"), std::string("Screen.example-1.org"), std::string("a.b."),
+        std::string(".a"), std::string("a..b"), std::string("a.-b"), std::string("a.b:80"),
+        std::string("*.b"), std::string("http://a"), std::string("a/b"),
+        "a." + std::string(63, 'b'), "a." + std::string(64, 'b')}) {
+    EXPECT_EQ(std::regex_match(name, host), !isRefused("allowedHosts", json::array({name})))
+        << name;
+  }
 }
 
 TEST(ConfigSchema, TheSampleHoldsTheDefaultsOfEveryKey) {

@@ -24,14 +24,15 @@ std::string problemOf(std::string_view text) {
   return "";
 }
 
-TEST(SettingsJSON, KeepsTheValuesOfADocumentAndOfItsObjects) {
-  const char* text = R"({"a":1,"b":-2,"c":2.5,"d":"x","e":true,"f":null,"g":{"h":"y","i":[]}})";
+TEST(SettingsJSON, KeepsTheValuesOfADocumentAndOfItsObjectsAndLists) {
+  const char* text =
+      R"({"a":1,"b":-2,"c":2.5,"d":"x","e":true,"f":null,"g":{"h":"y","i":[]},"j":["k",1,null]})";
   EXPECT_EQ(parseSettingsJSON(text), json::parse(text));
 }
 
 TEST(SettingsJSON, OfWhatLiesDeeperOnlyTheKindIsKept) {
   EXPECT_EQ(parseSettingsJSON(R"({"a":[1,{"b":2},[3]],"c":{"d":{"e":[1]},"f":[{}]},"g":1})"),
-            json::parse(R"({"a":[],"c":{"d":{},"f":[]},"g":1})"));
+            json::parse(R"({"a":[1,{},[]],"c":{"d":{},"f":[]},"g":1})"));
 }
 
 TEST(SettingsJSON, ADocumentNeedNotBeAnObject) {

@@ -280,6 +280,39 @@ TEST_F(TarvinelConfigTest, BrandTextsMayHoldAnythingAndBeLong) {
   EXPECT_EQ(name, repeated(std::string_view("<b onclick='x'>\0&amp;\"\n", 23), 3500));
 }
 
+// Allowed hosts
+
+TEST_F(TarvinelConfigTest, AllowedHostsAreAListOfNames) {
+  EXPECT_THAT(load("{}").allowedHosts, IsEmpty());
+  EXPECT_THAT(load(R"({"allowedHosts":null})").allowedHosts, IsEmpty());
+  EXPECT_THAT(load(R"({"allowedHosts":["Screen.example.org","b"]})").allowedHosts,
+              ElementsAre("Screen.example.org", "b"));
+  EXPECT_EQ(error, "");
+}
+
+TEST_F(TarvinelConfigTest, AllowedHostsOfAnotherTypeAreRejected) {
+  for (const char* value : {R"("screen.example.org")", "1", "{}", "[1]", "[null]", "[[]]"}) {
+    EXPECT_EQ(errorOf(std::string(R"({"allowedHosts":)") + value + "}"),
+              "\"allowedHosts\" must be a list of texts in double quotes");
+  }
+}
+
+TEST_F(TarvinelConfigTest, AnInvalidAllowedHostIsDroppedAndTheFirstIsReported) {
+  EXPECT_THAT(
+      load(R"({"allowedHosts":["a.example","http://b.example/","c.example:80"]})").allowedHosts,
+      ElementsAre("a.example"));
+  EXPECT_EQ(error,
+            "allowedHosts \"http://b.example/\" must be a host name without port and path; "
+            "ignoring it");
+}
+
+TEST_F(TarvinelConfigTest, TheUsersAllowedHostsReplaceTheProfiles) {
+  profile(R"({"allowedHosts":["a.example"]})");
+  EXPECT_THAT(load("{}").allowedHosts, ElementsAre("a.example"));
+  EXPECT_THAT(load(R"({"allowedHosts":["b.example"]})").allowedHosts, ElementsAre("b.example"));
+  EXPECT_THAT(load(R"({"allowedHosts":null})").allowedHosts, IsEmpty());
+}
+
 // Profile
 
 TEST_F(TarvinelConfigTest, TheUsersKeysWinOverTheProfiles) {
@@ -289,7 +322,7 @@ TEST_F(TarvinelConfigTest, TheUsersKeysWinOverTheProfiles) {
   EXPECT_EQ(config.fps, 15);
   EXPECT_EQ(config.scale, 1.5);
   EXPECT_EQ(error, "");
-  EXPECT_THAT(log.lines(), ElementsAre("config|debug|loaded bundled profile hostname=tarvinel"));
+  EXPECT_THAT(log.lines(), ElementsAre("config|info|loaded bundled profile hostname=tarvinel"));
 }
 
 TEST_F(TarvinelConfigTest, AnEmptyProfileIsNotWorthALine) {
@@ -373,7 +406,7 @@ TEST_F(TarvinelConfigTest, AfterAColourTheProfileIsNamedOnlyWhenAnotherErrorIsRe
   EXPECT_THAT(log.lines(), IsEmpty());
   load("x");
   EXPECT_THAT(error, StartsWith("config.json is not valid JSON: "));
-  EXPECT_THAT(log.lines(), ElementsAre("config|debug|loaded bundled profile hostname=tarvinel"));
+  EXPECT_THAT(log.lines(), ElementsAre("config|info|loaded bundled profile hostname=tarvinel"));
 }
 
 // Files that cannot be used

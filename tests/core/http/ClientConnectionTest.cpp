@@ -50,13 +50,17 @@ class ClientConnectionTest : public testing::Test {
   LingeringSockets lingeringSockets;
   VanishedViewers vanishedViewers{queue, std::chrono::minutes(1)};
   Bytes readBuffer = Bytes(ClientConnection::maxReadBytes);
+  ThrottledLine throttledLine{queue, log.category("server"), spdlog::level::info};
   const ConnectionEnvironment environment{.queue = queue,
                                           .broadcaster = broadcaster,
                                           .logger = log.category("server"),
+                                          .lateHeads = throttledLine,
+                                          .longHeads = throttledLine,
                                           .headTimeout = std::chrono::minutes(1),
                                           .status = [] { return StatusSnapshot{}; },
                                           .brand = {},
                                           .hostname = "",
+                                          .allowedHosts = AllowedHosts({}),
                                           .brandAnswers = {},
                                           .peerWatch = peerWatch,
                                           .lingeringSockets = lingeringSockets,

@@ -24,6 +24,19 @@ TEST(HTTPResponse, NotFoundByteForByte) {
             "Not found\n");
 }
 
+TEST(HTTPResponse, TemporaryRedirectByteForByte) {
+  EXPECT_EQ(text(HTTPResponse::temporaryRedirect("http://10.0.0.1/help")),
+            "HTTP/1.1 307 Temporary Redirect\r\n"
+            "Content-Type: text/plain; charset=utf-8\r\n"
+            "Content-Length: 29\r\n"
+            "Cache-Control: no-cache\r\n"
+            "Connection: close\r\n"
+            "X-Content-Type-Options: nosniff\r\n"
+            "X-Frame-Options: DENY\r\n"
+            "Location: http://10.0.0.1/help\r\n\r\n"
+            "Look at http://10.0.0.1/help\n");
+}
+
 TEST(HTTPResponse, MethodNotAllowedCarriesOneExtraLine) {
   EXPECT_EQ(text(HTTPResponse::methodNotAllowed()),
             "HTTP/1.1 405 Method Not Allowed\r\n"

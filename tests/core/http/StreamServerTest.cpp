@@ -14,6 +14,8 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <future>
 #include <memory>
@@ -81,6 +83,24 @@ class StreamServerTest : public testing::Test {
     EXPECT_EQ(client.readUntil("\r\n\r\n"), bytes(HTTPResponse::mjpegHead()));
     EXPECT_TRUE(eventually([&] { return broadcaster.viewerCount() == before + 1; }));
     return client;
+  }
+
+  std::vector<std::string> linesWith(std::string_view text) const {
+    std::vector<std::string> lines = log.lines();
+    std::erase_if(lines,
+                  [&](const std::string& line) { return line.find(text) == std::string::npos; });
+    return lines;
+  }
+
+  /// How many refusals some throttled lines stand for.
+  static int refusedBy(const std::vector<std::string>& lines) {
+    constexpr std::string_view before = "(the last of ";
+    int count = 0;
+    for (const std::string& line : lines) {
+      const auto at = line.find(before);
+      count += at == std::string::npos ? 1 : std::stoi(line.substr(at + before.size()));
+    }
+    return count;
   }
 
   CapturedLog log;
@@ -169,6 +189,60 @@ TEST_F(StreamServerTest, OverTheCapAConnectionIsClosedWithoutAByteUntilOneIsFree
 }
 
 // Answers
+
+TEST_F(StreamServerTest, AFloodOfRefusedConnectionsIsLoggedOnceASecondWithACount) {
+  auto limited = options();
+  limited.maxConnections = 1;
+  serve(limited);
+  const TestClient admitted(port);
+  constexpr int refused = 500;
+  const auto begin = std::chrono::steady_clock::now();
+  for (int i = 0; i < refused; ++i)
+    TestClient(port).readToEnd();
+  server->stop();  // logs what is still to be logged
+  const auto end = std::chrono::steady_clock::now();
+  const auto lines = linesWith("connection cap (1) reached; refusing 127.0.0.1:");
+  EXPECT_EQ(refusedBy(lines), refused);
+  EXPECT_LE(static_cast<std::int64_t>(lines.size()),
+            std::chrono::ceil<std::chrono::seconds>(end - begin).count() + 1);
+}
+
+TEST_F(StreamServerTest, ASingleRefusalIsLoggedAtOnceAndTheNextOneToo) {
+  auto limited = options();
+  limited.maxConnections = 1;
+  serve(limited);
+  const TestClient admitted(port);
+  for (std::size_t count = 1; count < 3; ++count) {
+    TestClient(port).readToEnd();
+    EXPECT_TRUE(eventually(
+        [&] { return linesWith("connection cap (1) reached; refusing 127").size() == count; }));
+  }
+}
+
+TEST_F(StreamServerTest, AFloodOfTooLongHeadsIsLoggedOnceASecondWithACount) {
+  serve();
+  constexpr int flood = 200;
+  const auto begin = std::chrono::steady_clock::now();
+  for (int i = 0; i < flood; ++i) {
+    TestClient client(port);
+    client.trySend("GET / HTTP/1.1\r\nX: " + std::string(20000, 'a'));
+    client.readToEnd();
+  }
+  server->stop();
+  const auto end = std::chrono::steady_clock::now();
+  const auto lines = linesWith("request head over 16 KiB from 127.0.0.1:");
+  EXPECT_EQ(refusedBy(lines), flood);
+  EXPECT_LE(static_cast<std::int64_t>(lines.size()),
+            std::chrono::ceil<std::chrono::seconds>(end - begin).count() + 1);
+}
+
+TEST_F(StreamServerTest, WhatAClientSentCannotBeginALineOfTheLogOrSteerATerminal) {
+  serve();
+  answer("G\x1bT /a\nserver|info|\u009b31m HTTP/1.1\r\n\r\n");
+  EXPECT_THAT(linesWith("server|debug|"),
+              ElementsAre(StartsWith(
+                  R"(server|debug|G\x1bT /a\x0aserver|info|\u009b31m from 127.0.0.1:)")));
+}
 
 TEST_F(StreamServerTest, ServesTheViewerPage) {
   serve();
@@ -321,6 +395,61 @@ TEST_F(StreamServerTest, AnAnsweredConnectionIsNoLongerCounted) {
   TestClient client = requested("GET / HTTP/1.1\r\n\r\n");
   EXPECT_TRUE(eventually([&] { return server->debugConnectionCount() == 0; }));
   client.readToEnd();
+}
+
+// Foreign names
+
+TEST_F(StreamServerTest, UnderAForeignNameEverythingIsRedirectedToTheAddressByNumber) {
+  serve();
+  const std::string here = "http://127.0.0.1:" + std::to_string(port);
+  for (const char* path : {"/", "/status", "/stream", "/nowhere", "/upload/Sam/a.jpg"}) {
+    for (const char* method : {"GET", "HEAD", "PUT", "POST"}) {
+      EXPECT_EQ(answer(std::string(method) + " " + path +
+                       "?query HTTP/1.1\r\nHost: evil.example\r\n\r\n"),
+                bytes(HTTPResponse::temporaryRedirect(here + path)));
+    }
+  }
+}
+
+TEST_F(StreamServerTest, UnderItsOwnNamesAndWithoutAnyItAnswers) {
+  auto named = options();
+  named.allowedHosts = {"screen.example.org"};
+  serve(named);
+  for (const char* host : {"Host: 127.0.0.1\r\n", "Host: tarvinel.local:8080\r\n", "Host:\r\n", "",
+                           "Host: Screen.Example.org\r\n", "host:  localhost  \r\n"}) {
+    EXPECT_EQ(answer(std::string("GET /nowhere HTTP/1.1\r\n") + host + "\r\n"),
+              bytes(HTTPResponse::notFound()))
+        << host;
+  }
+}
+
+TEST_F(StreamServerTest, OfSeveralHostLinesTheLastOneCounts) {
+  serve();
+  const std::string request = "GET /nowhere HTTP/1.1\r\n";
+  const std::string own = "Host: localhost\r\n";
+  const std::string foreign = "Host: evil.example\r\n";
+  EXPECT_EQ(answer(request + foreign + own + "\r\n"), bytes(HTTPResponse::notFound()));
+  EXPECT_THAT(answer(request + own + foreign + "\r\n"), StartsWith("HTTP/1.1 307 "));
+}
+
+TEST_F(StreamServerTest, AnAbsoluteTargetIsNoRequest) {
+  serve();
+  TestClient client = requested("GET http://localhost/status HTTP/1.1\r\nHost: localhost\r\n\r\n");
+  client.shutdownSend();
+  EXPECT_EQ(client.readToEnd(), "");
+}
+
+TEST_F(StreamServerTest, ARedirectCarriesNothingButAPath) {
+  serve();
+  const std::string here = "http://127.0.0.1:" + std::to_string(port);
+  const auto redirected = [&](const std::string& path) {
+    return answer("GET " + path + " HTTP/1.1\r\nHost: evil.example\r\n\r\n");
+  };
+  EXPECT_EQ(
+      redirected("/a\nSet-Cookie:\tb\rc\u00e9\x7f<>%41"),
+      bytes(HTTPResponse::temporaryRedirect(here + "/a%0ASet-Cookie:%09b%0Dc%C3%A9%7F%3C%3E%41")));
+  EXPECT_EQ(redirected("//evil.example/"),
+            bytes(HTTPResponse::temporaryRedirect(here + "//evil.example/")));
 }
 
 // Bad heads

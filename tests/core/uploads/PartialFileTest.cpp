@@ -23,12 +23,12 @@ using test::whileCallsFail;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const std::string name = ".a.jpg.partial";
+const std::string partialName = ".a.jpg.partial";
 
 class PartialFileTest : public testing::Test {
  protected:
-  std::optional<PartialFile> create() const { return PartialFile::create(directory, name); }
-  bool removeLeftOver() const { return PartialFile::removeLeftOver(*directory, name); }
+  std::optional<PartialFile> create() const { return PartialFile::create(directory, partialName); }
+  bool removeLeftOver() const { return PartialFile::removeLeftOver(*directory, partialName); }
 
   TemporaryFolder folder;
   std::shared_ptr<const Directory> directory =
@@ -40,49 +40,49 @@ TEST_F(PartialFileTest, AFileThatIsHeldIsNeitherMadeAgainNorRemoved) {
   ASSERT_TRUE(held);
   EXPECT_FALSE(create());
   EXPECT_FALSE(removeLeftOver());
-  EXPECT_TRUE(held->hasName(name));
+  EXPECT_TRUE(held->hasName(partialName));
 }
 
 TEST_F(PartialFileTest, ALeftOverGivesWay) {
-  folder.write(name, "half of an earlier upload");
+  folder.write(partialName, "half of an earlier upload");
   const auto file = create();
   ASSERT_TRUE(file);
-  EXPECT_EQ(folder.read(name), "");
+  EXPECT_EQ(folder.read(partialName), "");
 }
 
 TEST_F(PartialFileTest, WhatIsNoOrdinaryFileStays) {
-  std::filesystem::create_directory(folder / name);
+  std::filesystem::create_directory(folder / partialName);
   EXPECT_FALSE(create());
   EXPECT_FALSE(removeLeftOver());
-  std::filesystem::remove(folder / name);
-  std::filesystem::create_symlink("elsewhere", folder / name);
+  std::filesystem::remove(folder / partialName);
+  std::filesystem::create_symlink("elsewhere", folder / partialName);
   EXPECT_FALSE(create());
-  EXPECT_TRUE(std::filesystem::is_symlink(folder / name));
+  EXPECT_TRUE(std::filesystem::is_symlink(folder / partialName));
 }
 
 TEST_F(PartialFileTest, KnowsWhetherItsNameStandsForAnother) {
   const auto file = create();
   folder.write("elsewhere", "of another program");
-  std::filesystem::rename(folder / "elsewhere", folder / name);
-  EXPECT_FALSE(file->hasName(name));
-  EXPECT_TRUE(file->removeName(name));
-  EXPECT_EQ(folder.read(name), "of another program");
-  std::filesystem::remove(folder / name);
-  EXPECT_FALSE(file->hasName(name));
-  EXPECT_TRUE(file->removeName(name));
+  std::filesystem::rename(folder / "elsewhere", folder / partialName);
+  EXPECT_FALSE(file->hasName(partialName));
+  EXPECT_TRUE(file->removeName(partialName));
+  EXPECT_EQ(folder.read(partialName), "of another program");
+  std::filesystem::remove(folder / partialName);
+  EXPECT_FALSE(file->hasName(partialName));
+  EXPECT_TRUE(file->removeName(partialName));
 }
 
 TEST_F(PartialFileTest, RemovesAnyNameThatStandsForIt) {
   const auto file = create();
-  std::filesystem::rename(folder / name, folder / "a.jpg");
+  std::filesystem::rename(folder / partialName, folder / "a.jpg");
   EXPECT_TRUE(file->removeName("a.jpg"));
   EXPECT_THAT(folder.files(), IsEmpty());
 }
 
 TEST_F(PartialFileTest, TellsThatItCouldNotBeRemoved) {
   const auto file = create();
-  whileCallsFail({SYS_unlinkat}, EROFS, [&] { EXPECT_FALSE(file->removeName(name)); });
-  EXPECT_TRUE(file->hasName(name));
+  whileCallsFail({SYS_unlinkat}, EROFS, [&] { EXPECT_FALSE(file->removeName(partialName)); });
+  EXPECT_TRUE(file->hasName(partialName));
 }
 
 // A search for left-overs looks at every file that it finds, just then.
@@ -95,8 +95,8 @@ TEST_F(PartialFileTest, IsNeverFoundWithoutItsLock) {
   int taken = 0;
   for (int i = 0; i < 20'000; ++i) {
     const auto file = create();
-    if (!file || !file->hasName(name)) ++taken;
-    if (file) file->removeName(name);
+    if (!file || !file->hasName(partialName)) ++taken;
+    if (file) file->removeName(partialName);
   }
   over = true;
   search.join();
@@ -105,13 +105,13 @@ TEST_F(PartialFileTest, IsNeverFoundWithoutItsLock) {
 
 TEST_F(PartialFileTest, TheSameWhereAFileHasANameFromTheBeginning) {
   whileCallsFail({SYS_linkat}, EOPNOTSUPP, [&] {
-    folder.write(name, "half of an earlier upload");
+    folder.write(partialName, "half of an earlier upload");
     const auto held = create();
     ASSERT_TRUE(held);
-    EXPECT_EQ(folder.read(name), "");
+    EXPECT_EQ(folder.read(partialName), "");
     EXPECT_FALSE(create());
     EXPECT_FALSE(removeLeftOver());
-    EXPECT_TRUE(held->hasName(name));
+    EXPECT_TRUE(held->hasName(partialName));
   });
 }
 
@@ -121,9 +121,9 @@ TEST_F(PartialFileTest, WithoutLocksNothingIsTakenForALeftOver) {
     ASSERT_TRUE(held);
     EXPECT_FALSE(removeLeftOver());
     EXPECT_FALSE(create());
-    EXPECT_TRUE(held->hasName(name));
+    EXPECT_TRUE(held->hasName(partialName));
   });
-  EXPECT_THAT(folder.files(), ElementsAre(name));
+  EXPECT_THAT(folder.files(), ElementsAre(partialName));
 }
 
 }  // namespace
