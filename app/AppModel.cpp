@@ -4,6 +4,7 @@
 #include "core/frames/JPEGSize.h"
 #include "core/frames/StreamPolicy.h"
 #include "core/http/StreamServerError.h"
+#include "core/net/ComputerNames.h"
 #include "core/net/LocalAddresses.h"
 #include "core/pages/HelpPage.h"
 #include "core/pages/ViewerPage.h"
@@ -14,6 +15,7 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <future>
 #include <utility>
 
 namespace tarvinel {
@@ -21,6 +23,7 @@ namespace tarvinel {
 namespace {
 
 constexpr std::chrono::seconds tickInterval{1};
+constexpr std::chrono::seconds orderlyCaptureEnd{1};
 constexpr std::int64_t ticksBetweenSourceLists = 10;
 constexpr std::int64_t ticksBetweenAddresses = 5;
 constexpr std::int64_t ticksBeforeServerWithoutUploads = 3;
@@ -58,6 +61,12 @@ std::string waitingText(const std::optional<BrandConfig>& brand) {
   return brand && brand->waiting ? *brand->waiting : std::string(ViewerPage::defaultWaiting);
 }
 
+std::vector<std::string> allowedHosts(const TarvinelConfig& config) {
+  std::vector<std::string> names = namesOfThisComputer();
+  names.insert(names.end(), config.allowedHosts.begin(), config.allowedHosts.end());
+  return names;
+}
+
 }  // namespace
 
 std::shared_ptr<AppModel> AppModel::create(TarvinelConfig config, Platform platform,
@@ -71,14 +80,15 @@ AppModel::AppModel(TarvinelConfig config, Platform platform, const UploadLaunch&
     : config_(std::move(config)),
       platform_(std::move(platform)),
       logger_(platform_.log.category("app")),
-      captureEngine_(broadcaster_, platform_.log.category("capture"), platform_.captureService),
       server_(broadcaster_, platform_.log.category("server"),
               {.port = config_.port,
                .status = [sharingFlag = sharingFlag_] { return sharingFlag->snapshot(); },
                .brand = config_.brand,
                .hostname = config_.hostname,
+               .allowedHosts = allowedHosts(config_),
                .listenerFallback = config_.port == 80 ? platform_.listenerForPort80 : nullptr}),
       uploadStores_(std::make_shared<UploadStores>(platform_.log.category("upload"))),
+      captureEngine_(broadcaster_, platform_.log.category("capture"), platform_.captureService),
       userDefaults_(platform_.userDefaults, logger_),
       quietCard_(waitingText(config_.brand)),
       namePublisher_(platform_.nameRegistrar, platform_.log.category("mdns")) {
@@ -86,16 +96,37 @@ AppModel::AppModel(TarvinelConfig config, Platform platform, const UploadLaunch&
   readUploadDefaults(uploads);
 }
 
-AppModel::~AppModel() = default;
+AppModel::~AppModel() {
+  end();
+}
+
+void AppModel::end() {
+  if (std::exchange(hasEnded_, true)) return;
+  onChange_ = nullptr;
+  ticker_.reset();
+  server_.stop();
+  broadcaster_.clearLatest();
+  endShare();
+  endCapture();
+  namePublisher_.stop();
+}
+
+// In order where the display answers; one that hangs is not waited for.
+void AppModel::endCapture() {
+  const auto stopped = std::make_shared<std::promise<void>>();
+  captureEngine_.stop([stopped](const Result<void>&) { stopped->set_value(); });
+  const bool inOrder =
+      stopped->get_future().wait_for(orderlyCaptureEnd) == std::future_status::ready;
+  if (!inOrder && platform_.interruptCapture) platform_.interruptCapture();
+}
 
 void AppModel::begin() {
   if (platform_.restoreTokens) keepRestoreTokens();
   using CaptureEnd = std::pair<std::uint64_t, Result<void>>;
-  captureEngine_.setOnStop([report = onMain<CaptureEnd>([](AppModel& self, const CaptureEnd& end) {
-                              self.captureDidStop(end.first, end.second);
-                            })](std::uint64_t capture, const Result<void>& why) {
-    report({capture, why});
-  });
+  captureEngine_.setOnStop(
+      [report = onMain<CaptureEnd>([](AppModel& self, const CaptureEnd& end) {
+         self.captureDidStop(end.first, end.second);
+       })](std::uint64_t capture, const Result<void>& why) { report({capture, why}); });
   linkMonitor_.emplace(platform_.networkPath, onMain<bool>([](AppModel& self, bool isWired) {
                          self.linkChanged(isWired);
                        }));
@@ -113,10 +144,9 @@ void AppModel::keepRestoreTokens() {
   const auto save = onMain<Token>([](AppModel& self, const Token& token) {
     self.userDefaults_.set(token.first, token.second);
   });
-  platform_.restoreTokens->begin([this](const std::string& key) { return userDefaults_.text(key); },
-                                 [save](const std::string& key, const std::string& token) {
-                                   save({key, token});
-                                 });
+  platform_.restoreTokens->begin(
+      [this](const std::string& key) { return userDefaults_.text(key); },
+      [save](const std::string& key, const std::string& token) { save({key, token}); });
 }
 
 void AppModel::startUpdater() {

@@ -56,6 +56,9 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     UserDefaults::Place userDefaults;
     /// Kept in the user defaults; none where no desktop gives any.
     std::shared_ptr<RestoreTokens> restoreTokens = {};
+    /// Makes whatever the capture waits for fail, for good; called at the end when something there
+    /// hangs. May be null.
+    std::function<void()> interruptCapture = {};
     std::filesystem::path sysfs = "/sys";  ///< where that is mounted
     NetworkPath::Factory networkPath = kernelNetworkPath(sysfs);
     std::function<std::optional<std::string>()> preferredHost = [root = sysfs] {
@@ -82,9 +85,16 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   static std::shared_ptr<AppModel> create(TarvinelConfig config, Platform platform,
                                           const UploadLaunch& uploads);
 
+  /// Ends it as `end` does, then waits for disks and for the display; how long is for the owner to
+  /// limit.
   ~AppModel();
   AppModel(const AppModel&) = delete;
   AppModel& operator=(const AppModel&) = delete;
+
+  /// Ends the share and the server: once this has returned, viewers get nothing more and nobody new
+  /// gets anything. Then withdraws the name. Waits for no disk. From then on nothing is reported
+  /// and nothing starts by itself. Idempotent.
+  void end();
 
   void setOnChange(std::function<void()> onChange) { onChange_ = std::move(onChange); }
 
@@ -194,6 +204,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   void setSharing(bool sharing);
   void hidePicture();
   void startUpdater();
+  void endCapture();
 
   void readUploadDefaults(const UploadLaunch& launch);
   void reloadUploadStore();
@@ -235,7 +246,8 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     return [weak = weak_from_this(), &mainQueue = platform_.mainQueue,
             step = std::move(step)](Argument argument) {
       mainQueue.post([weak, step, argument = std::move(argument)] {
-        if (const auto self = weak.lock()) step(*self, argument);
+        const auto self = weak.lock();
+        if (self && !self->hasEnded_) step(*self, argument);
       });
     };
   }
@@ -245,10 +257,13 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   const Logger logger_;
   const std::shared_ptr<SharingFlag> sharingFlag_ = std::make_shared<SharingFlag>();
   FrameBroadcaster broadcaster_;
-  CaptureEngine captureEngine_;
+
+  // these wait for disks when they go, so they go last
   StreamServer server_;
   SerialQueue uploadFolderQueue_{".upload-folder"};   ///< opens upload folders
   const std::shared_ptr<UploadStores> uploadStores_;  ///< used on uploadFolderQueue_ alone
+
+  CaptureEngine captureEngine_;
   UserDefaults userDefaults_;
   QuietCard quietCard_;
   NamePublisher namePublisher_;
@@ -278,6 +293,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
   std::uint16_t boundPort_ = 80;
   bool serverAsked_ = false;  ///< to start
   bool isInTray_ = false;
+  bool hasEnded_ = false;
   bool uploadsEnabled_ = false;
   std::filesystem::path uploadFolder_;
   bool uploadPerParticipant_ = false;

@@ -3,13 +3,17 @@
 #include "app/AppModel.h"
 #include "app/Configuration.h"
 #include "app/Console.h"
+#include "app/EndingLimit.h"
 #include "app/LineReader.h"
 #include "app/ProgramParts.h"
 #include "app/ServiceNotice.h"
 #include "app/TerminalDesktop.h"
 #include "app/TerminalLoop.h"
+#include "app/TerminationSignals.h"
 #include "app/capture/CaptureEngine.h"
 #include "core/support/ApplicationIdentifier.h"
+#include "core/support/LineStream.h"
+#include "core/support/NonBlockingOutput.h"
 
 #include <unistd.h>
 
@@ -27,21 +31,32 @@ std::string introductionFor(const CommandLineOptions& options) {
   return R"(Type "sources", then "share ID", or "help" for more; Ctrl+C ends Tarvinel)";
 }
 
+void adviseOnPort(const Log& log) {
+  log.flush();
+  writeWithoutWaiting(STDERR_FILENO, "tarvinel: --doctor tells what to do about the port\n");
+}
+
 }  // namespace
 
 int runHeadless(const CommandLineOptions& options) {
+  EndingLimit ending;
   const Log log = logFor(options);
   const ChosenCapture capture = chooseCapture(options, log);
-  std::cout << capture.decision.reason << std::endl;
+  LineStream out(STDOUT_FILENO);
+  out << capture.decision.reason << std::endl;
   const Configuration configuration = Configuration::load(options, log);
-  if (configuration.problem) std::cout << *configuration.problem << std::endl;
+  if (configuration.problem) out << *configuration.problem << std::endl;
   TerminalLoop loop;
+  const TerminationSignals signals([&] {
+    ending.begin();
+    loop.post([&loop] { loop.quit(0); });
+  });
   TerminalDesktop desktop;
   const auto model =
       AppModel::create(configuration.config, platformFor(options, capture, log, {loop, desktop}),
                        uploadsFor(options));
   const auto console = std::make_shared<Console>(
-      *model, std::cout, [&loop](int status) { loop.quit(status); },
+      *model, out, [&loop](int status) { loop.quit(status); },
       isatty(STDOUT_FILENO) == 1 ? QRColours::terminal : QRColours::none);
   ServiceNotice notice(*model);
   model->setOnChange([&console, &notice] {
@@ -56,7 +71,9 @@ int runHeadless(const CommandLineOptions& options) {
     });
   });
   const int status = loop.run();
-  if (model->serverError()) std::cerr << "tarvinel: --doctor tells what to do about the port\n";
+  ending.begin();
+  model->end();
+  if (model->serverError()) adviseOnPort(log);
   return status;
 }
 
@@ -72,6 +89,7 @@ int listSources(const CommandLineOptions& options) {
                      });
   const auto sources = listed.get_future().get();
   if (!sources.ok()) {
+    log.flush();
     std::cerr << "tarvinel: there is nothing to list, as the log says above; --doctor tells what "
                  "to do\n";
     return 1;

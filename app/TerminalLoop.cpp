@@ -1,13 +1,10 @@
 #include "app/TerminalLoop.h"
 
-#include "core/support/HangUp.h"
-
 #include <asio/executor_work_guard.hpp>
 #include <asio/post.hpp>
 #include <asio/steady_timer.hpp>
 
 #include <algorithm>
-#include <csignal>
 #include <utility>
 
 namespace tarvinel {
@@ -49,13 +46,6 @@ class TimerHandle : public MainQueue::Timer {
 };
 
 }  // namespace
-
-TerminalLoop::TerminalLoop() : signals_(context_, SIGINT, SIGTERM) {
-  if (endsWithItsTerminal()) signals_.add(SIGHUP);
-  signals_.async_wait([this](std::error_code cancelled, int) {
-    if (!cancelled) quit(0);
-  });
-}
 
 void TerminalLoop::post(std::function<void()> task) {
   asio::post(context_, std::move(task));

@@ -3,16 +3,12 @@
 #include "app/MainQueue.h"
 
 #include <asio/io_context.hpp>
-#include <asio/signal_set.hpp>
 
 namespace tarvinel {
 
-/// The main queue of a program in a terminal: the main thread, inside `run`. SIGINT, SIGTERM and
-/// the end of the terminal end it in order.
+/// The main queue of a program in a terminal: the main thread, inside `run`.
 class TerminalLoop : public MainQueue {
  public:
-  TerminalLoop();
-
   void post(std::function<void()> task) override;
   std::unique_ptr<Timer> repeat(std::chrono::milliseconds interval,
                                 std::function<void()> task) override;
@@ -25,7 +21,6 @@ class TerminalLoop : public MainQueue {
 
  private:
   asio::io_context context_{1};
-  asio::signal_set signals_;
   int status_ = 0;
 };
 

@@ -9,6 +9,7 @@
 #include "app/tray/updates/FeedUpdateController.h"
 #include "core/support/ApplicationIdentifier.h"
 #include "core/support/ApplicationSupport.h"
+#include "core/support/NonBlockingOutput.h"
 
 #include <QApplication>
 #include <QPalette>
@@ -19,6 +20,8 @@
 #include <unistd.h>
 
 #include <iostream>
+#include <memory>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -38,10 +41,17 @@ void makeDisabledTextLegible() {
   QApplication::setPalette(palette);
 }
 
+/// The toolkit's own messages must not block the main queue either.
+void print(QtMsgType type, const QMessageLogContext& context, const QString& message) {
+  const QByteArray line = qFormatLogMessage(type, context, message).toLocal8Bit() + '\n';
+  writeWithoutWaiting(STDERR_FILENO, {line.constData(), static_cast<std::size_t>(line.size())});
+}
+
 /// The toolkit's application, with the arguments that it keeps pointers to.
 class Toolkit {
  public:
   explicit Toolkit(std::string platform) : platform_(std::move(platform)) {
+    qInstallMessageHandler(print);
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setApplicationName(QString::fromUtf8(windowClass.data(), windowClass.size()));
     QApplication::setApplicationDisplayName(QStringLiteral("Tarvinel"));
@@ -76,16 +86,14 @@ std::vector<std::string> adviceOnPort(std::uint16_t port, std::error_code refusa
 
 /// Whether a person or a program reads what is printed, rather than a desktop's log.
 bool isRead(int fd) {
-  struct stat status {};
+  struct stat status{};
   return isatty(fd) == 1 || (fstat(fd, &status) == 0 && S_ISFIFO(status.st_mode));
 }
 
-/// What is wrong with the settings is told where somebody reads it.
-TarvinelConfig settingsFor(const CommandLineOptions& options, const Log& log) {
+/// What is wrong with the settings is told where somebody reads it: on `out`, if there is one.
+TarvinelConfig settingsFor(const CommandLineOptions& options, const Log& log, std::ostream* out) {
   Configuration configuration = Configuration::load(options, log);
-  if (configuration.problem && isRead(STDOUT_FILENO)) {
-    std::cout << *configuration.problem << std::endl;
-  }
+  if (configuration.problem && out != nullptr) *out << *configuration.problem << std::endl;
   return std::move(configuration.config);
 }
 
@@ -116,6 +124,7 @@ int TarvinelApp::run(const CommandLineOptions& options) {
                  "tells what is missing\n";
     return 1;
   }
+  EndingLimit ending;
   const Log log = logFor(options);
   const ChosenCapture capture = chooseCapture(options, log);
   const Toolkit toolkit(*platform);
@@ -123,17 +132,23 @@ int TarvinelApp::run(const CommandLineOptions& options) {
   std::function<void()> launchedAgain;
   const SingleInstance instance(bus, [&launchedAgain] { launchedAgain(); });
   if (!instance.isFirst()) return showFirstInstance(instance, options.given);
-  TarvinelApp app(options, capture, log, bus);
+  TarvinelApp app(options, capture, log, bus, ending);
   launchedAgain = [&app] { app.openWindow(); };
-  return Toolkit::run();
+  const int status = Toolkit::run();
+  ending.begin();
+  return status;
 }
 
 TarvinelApp::TarvinelApp(const CommandLineOptions& options, const ChosenCapture& capture, Log log,
-                         const QDBusConnection& bus)
+                         const QDBusConnection& bus, EndingLimit& ending)
     : log_(std::move(log)),
-      signals_([this] { queue_.post([] { QCoreApplication::exit(0); }); }),
+      out_(isRead(STDOUT_FILENO) ? std::make_unique<LineStream>(STDOUT_FILENO) : nullptr),
+      signals_([this, &ending] {
+        ending.begin();
+        queue_.post([] { QCoreApplication::exit(0); });
+      }),
       desktop_(bus, [] { QCoreApplication::exit(0); }),
-      model_(AppModel::create(settingsFor(options, log_), platform(options, capture),
+      model_(AppModel::create(settingsFor(options, log_, out_.get()), platform(options, capture),
                               uploadsFor(options))),
       view_(*model_, desktop_),
       window_([this](const MenuCommand& command) { perform(command); }),
@@ -142,10 +157,15 @@ TarvinelApp::TarvinelApp(const CommandLineOptions& options, const ChosenCapture&
   trayPatience_.setSingleShot(true);
   trayPatience_.callOnTimeout([this] { traysAreMissed(); });
   model_->setOnChange([this] { modelChanged(); });
-  if (isRead(STDOUT_FILENO)) console_ = std::make_shared<Console>(*model_, std::cout, nullptr);
+  if (out_) console_ = std::make_shared<Console>(*model_, *out_, nullptr);
   if (options.share) share(*options.share);
   draw();
   traysChanged();
+}
+
+// Before icon and window go: the display that they are on may hang.
+TarvinelApp::~TarvinelApp() {
+  model_->end();
 }
 
 AppModel::Platform TarvinelApp::platform(const CommandLineOptions& options,

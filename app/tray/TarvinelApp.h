@@ -3,15 +3,17 @@
 #include "app/AppModel.h"
 #include "app/CommandLine.h"
 #include "app/Console.h"
+#include "app/EndingLimit.h"
 #include "app/ProgramParts.h"
+#include "app/TerminationSignals.h"
 #include "app/menu/MenuView.h"
 #include "app/tray/DesktopShell.h"
 #include "app/tray/MenuWindow.h"
 #include "app/tray/QtMainQueue.h"
 #include "app/tray/SingleInstance.h"
-#include "app/tray/TerminationSignals.h"
 #include "app/tray/TrayHosts.h"
 #include "app/tray/TrayIcon.h"
+#include "core/support/LineStream.h"
 
 #include <QDBusConnection>
 #include <QTimer>
@@ -35,8 +37,10 @@ class TarvinelApp {
   static int run(const CommandLineOptions& options);
 
  private:
+  /// `ending` begins with the first order to end, whoever gives it.
   TarvinelApp(const CommandLineOptions& options, const ChosenCapture& capture, Log log,
-              const QDBusConnection& bus);
+              const QDBusConnection& bus, EndingLimit& ending);
+  ~TarvinelApp();
 
   AppModel::Platform platform(const CommandLineOptions& options, const ChosenCapture& capture);
   void share(const std::string& sourceID);
@@ -50,6 +54,7 @@ class TarvinelApp {
   void openWindow();
 
   const Log log_;
+  const std::unique_ptr<LineStream> out_;  ///< standard output; null where nobody reads it
   QtMainQueue queue_;
   TerminationSignals signals_;
   DesktopShell desktop_;

@@ -212,6 +212,19 @@ TEST_F(AppModelTest, WhenIdleTheListIsReadAgainEveryTenTicksWhileSharingNever) {
 
 // Sharing
 
+TEST_F(AppModelTest, TheEndClosesTheServerForThoseWhoWatchAndForAllOthers) {
+  launchAndWait();
+  startSharing();
+  const std::uint16_t port = model->boundPort();
+  TestClient watching = viewer();
+  changes = 0;
+  model->end();
+  watching.readToEnd();
+  EXPECT_THROW(TestClient{port}, std::system_error);
+  EXPECT_FALSE(model->isSharing());
+  EXPECT_EQ(changes, 0) << "who looks at the model may have gone already";
+}
+
 TEST_F(AppModelTest, WithoutASelectionStartDoesNothing) {
   launchAndWait();
   model->startSharing();

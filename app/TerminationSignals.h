@@ -8,9 +8,12 @@
 
 namespace tarvinel {
 
-/// Catches SIGINT, SIGTERM and the end of the terminal while it lives. A thread of its own waits
-/// for them: the toolkit's loop knows no signals, and blocking them instead would block them in
-/// every program started from here.
+/// Catches SIGINT, SIGTERM and the end of the terminal while it lives. The first one asks the
+/// program to end; from then on they have their default effect again, so that a second one ends the
+/// program at once, whatever it is waiting for.
+///
+/// A thread of its own waits for them: a desktop toolkit's loop knows no signals, the main queue
+/// may be busy, and blocking them instead would block them in every program started from here.
 class TerminationSignals {
  public:
   /// `caught` is called at the first signal, on another thread.

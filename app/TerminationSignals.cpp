@@ -1,16 +1,20 @@
-#include "app/tray/TerminationSignals.h"
+#include "app/TerminationSignals.h"
 
 #include "core/support/HangUp.h"
 
 #include <csignal>
+#include <system_error>
 #include <utility>
 
 namespace tarvinel {
 
 TerminationSignals::TerminationSignals(std::function<void()> caught) {
   if (endsWithItsTerminal()) signals_.add(SIGHUP);
-  signals_.async_wait([caught = std::move(caught)](std::error_code cancelled, int) {
-    if (!cancelled) caught();
+  signals_.async_wait([this, caught = std::move(caught)](std::error_code cancelled, int) {
+    if (cancelled) return;
+    std::error_code ignored;
+    signals_.clear(ignored);
+    caught();
   });
 }
 
