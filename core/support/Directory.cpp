@@ -105,7 +105,7 @@ std::vector<Directory::Entry> Directory::entries() const {
   while (const dirent* next = readdir(stream.get())) {
     std::string name = next->d_name;
     if (isDotOrDotDot(name)) continue;
-    mode_t type = DTTOIF(next->d_type);
+    auto type = static_cast<mode_t>(DTTOIF(next->d_type));
     if (next->d_type == DT_UNKNOWN) {
       const auto status = find(name);
       if (!status) continue;  // gone meanwhile

@@ -1,7 +1,6 @@
 #include "core/uploads/UploadStores.h"
 
 #include <algorithm>
-#include <ranges>
 #include <system_error>
 #include <utility>
 
@@ -21,10 +20,9 @@ std::shared_ptr<UploadStore> UploadStores::open(const std::filesystem::path& roo
 }
 
 std::shared_ptr<UploadStore> UploadStores::storeBefore(const UploadStore& opened) const {
-  const auto newestFirst = stores_ | std::views::reverse;
-  const auto found = std::ranges::find_if(
-      newestFirst, [&](const auto& store) { return store->isContinuedBy(opened); });
-  return found == newestFirst.end() ? nullptr : *found;
+  const auto newest = std::find_if(stores_.rbegin(), stores_.rend(),
+                                   [&](const auto& store) { return store->isContinuedBy(opened); });
+  return newest == stores_.rend() ? nullptr : *newest;
 }
 
 }  // namespace tarvinel

@@ -130,7 +130,7 @@ def test_a_problem_is_logged_and_told_and_the_program_starts(start_with, tmp_pat
     program = start_with(text)
     line = f"config at {tmp_path}/config.json{problem}"
     assert line in program.stdout
-    assert f" error [config] {line}" in program.stderr
+    program.wait_for_line(re.escape(f" error [config] {line}"), source="stderr")
     assert b"<title>Tarvinel</title>" in get(program, "/")
 
 
@@ -151,7 +151,8 @@ def test_the_scale_is_that_of_still_pictures(start_with, scale, settled):
 def test_a_file_that_is_not_there(start, tmp_path):
     program = start("--capture", "pattern", "--config", str(tmp_path / "typo.json"))
     assert f"config at {tmp_path}/typo.json does not exist\n" in program.stdout
-    assert "[config]" not in program.stderr
+    program.wait_for_line(r"\[server\] listening on port", source="stderr")
+    assert re.findall(r"\[config\] (.*)", program.stderr) == ["loaded bundled profile hostname="]
 
 
 def test_special_files_hold_nothing_up(start, tmp_path):

@@ -113,7 +113,7 @@ def test_taken_by_another_computer_until_it_leaves(room, air, responder, present
     second = present(room.other)
     wait_until_taken(second)
     assert not lines(second, URL)
-    assert "[app] tarvinel.local name conflict" in second.stderr
+    second.wait_for_line(r"\[app\] tarvinel\.local name conflict", source="stderr")
     wait_until_answered(air, room.ADDRESSES["presenter"])
 
     first.terminate()
@@ -265,7 +265,7 @@ def test_handed_over_to_a_daemon_and_back(room, air, present):
     address = room.ADDRESSES["presenter"]
     room.presenter.start_bus()
     program = wait_until_registered(present())
-    assert "publishing by a responder of our own" in program.stderr
+    program.wait_for_line("publishing by a responder of our own", source="stderr")
     air.forget()
     daemon = room.presenter.start_avahi()
     program.wait_for_line("publishing through the Avahi daemon", source="stderr")
@@ -327,7 +327,7 @@ def test_a_daemon_that_does_not_permit_it(room, publish, present):
     room.presenter.start_avahi(publish=publish)
     program = present()
     program.wait_for_line(failed(-65555))
-    assert f"[app] {NAME} registration failed: -65555" in program.stderr
+    program.wait_for_line(rf"\[app\] {re.escape(NAME)} registration failed: -65555", source="stderr")
 
 
 def test_a_bus_that_does_not_permit_it(room, present):

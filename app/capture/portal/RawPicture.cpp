@@ -7,7 +7,7 @@ namespace tarvinel {
 
 namespace {
 
-constexpr std::size_t mostBytes = std::numeric_limits<int>::max();
+constexpr std::size_t maxPictureBytes = std::numeric_limits<int>::max();
 
 // The part of [start, start + length) in [low, high), as its start and length.
 struct Span {
@@ -40,7 +40,7 @@ std::optional<RawPicture> pictureIn(const RawBuffer& buffer, const VideoFormat& 
   const bool fits = stride >= rowBytes && needed <= buffer.size && buffer.offset <= buffer.mapped &&
                     needed <= buffer.mapped - buffer.offset;
   // the library that rotates pictures counts bytes in an int and the distance of rows in pixels
-  const bool canBeTurned = stride % bytesPerPixel == 0 && needed <= mostBytes;
+  const bool canBeTurned = stride % bytesPerPixel == 0 && needed <= maxPictureBytes;
   if (!fits || !canBeTurned) return std::nullopt;
   return RawPicture{buffer.data + buffer.offset, format.width, format.height, stride, format.order};
 }

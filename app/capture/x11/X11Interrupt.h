@@ -10,6 +10,7 @@ namespace tarvinel {
 class X11Interrupt {
  public:
   X11Interrupt() = default;
+  ~X11Interrupt() = default;
   X11Interrupt(const X11Interrupt&) = delete;
   X11Interrupt& operator=(const X11Interrupt&) = delete;
 
