@@ -98,8 +98,8 @@ X11Facts X11Facts::of(const std::string& display, std::chrono::milliseconds limi
 
 ScreenFacts ScreenFacts::of(CaptureRoad wanted, const CaptureEnvironment& environment) {
   ScreenFacts facts{.wanted = wanted, .display = environment.display};
-  const auto answers = [&facts](const std::string& display) {
-    facts.server = X11Facts::of(display);
+  const auto answers = [&facts](const std::string& name) {
+    facts.server = X11Facts::of(name);
     return facts.server.error.empty();
   };
   facts.decision = decideCaptureRoad(wanted, environment, answers);

@@ -29,6 +29,9 @@ namespace tarvinel {
 /// the same items where no tray is. Lives on the main queue, of which there is one in a process.
 class TarvinelApp {
  public:
+  TarvinelApp(const TarvinelApp&) = delete;
+  TarvinelApp& operator=(const TarvinelApp&) = delete;
+
   /// How long the presenter waits for a tray before the window opens.
   static constexpr std::chrono::seconds trayPatience{5};
 

@@ -11,9 +11,8 @@
 
 namespace tarvinel {
 
-X11CaptureService::X11CaptureService(SerialQueue& queue, std::string server,
-                                     const X11Options& options)
-    : queue_(queue), server_(std::move(server)), options_(options) {}
+X11CaptureService::X11CaptureService(SerialQueue& queue, std::string server, X11Options options)
+    : queue_(queue), server_(std::move(server)), options_(std::move(options)) {}
 
 void X11CaptureService::shareableContent(Completion<ShareableContent> completion) {
   queue_.assertCurrent();

@@ -18,7 +18,7 @@ class X11CaptureService final : public ScreenCaptureService {
  public:
   /// `server` is the display's name such as ":0", empty when the environment has none: listing and
   /// streams then fail with a text that says so.
-  X11CaptureService(SerialQueue& queue, std::string server, const X11Options& options = {});
+  X11CaptureService(SerialQueue& queue, std::string server, X11Options options = {});
 
   void shareableContent(Completion<ShareableContent> completion) override;
 

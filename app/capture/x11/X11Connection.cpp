@@ -39,8 +39,9 @@ X11Link linkTo(const std::string& display, const X11Options& options) {
 }  // namespace
 
 X11Connection::X11Connection(const std::string& display, const X11Options& options)
-    : options_(options), link_(linkTo(display, options)) {
-  screen_ = screenNumbered(get(), screenNumber());
+    : options_(options),
+      link_(linkTo(display, options)),
+      screen_(screenNumbered(get(), screenNumber())) {
   if (screen_ == nullptr) throw X11Error::cannotConnect(display);
 }
 
