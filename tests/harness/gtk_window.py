@@ -28,6 +28,9 @@ class Window:
         self._colour.parse(colour)
         self._area.queue_draw()
 
+    def resize(self, width, height):
+        self._window.resize(int(width), int(height))
+
     def maximise(self):
         self._window.maximize()
 
