@@ -81,7 +81,13 @@ def frozen(x):
     x.thaw()
 
 
+def see_a_frame(program):
+    with Viewer(program.address) as viewer:
+        viewer.next_frame(LIMIT)
+
+
 def test_a_display_that_hangs_does_not_hold_up_the_end(sharing, frozen):
+    see_a_frame(sharing)
     frozen()
     sharing.command("sources")  # now the capture waits for the display
     end(sharing)
@@ -92,6 +98,7 @@ def test_a_display_that_hangs_under_the_desktop_program(desktop, start, x, tmp_p
     program = start("--capture", "x11", "--share", display_ids(tmp_path, x)[0], headless=False,
                     display=x.name, variables=desktop.variables)
     program.wait_until_sharing()
+    see_a_frame(program)
     frozen()
     end(program)
     assert program.wait(LIMIT) in (0, 1), "the toolkit may wait for the display as well"
