@@ -142,7 +142,7 @@ write_units() {
     printf 'Type=oneshot\nUser=sam\nWorkingDirectory=/home/sam\n'
     printf 'Environment=%s\n' XDG_RUNTIME_DIR=/run/user/1000 PYTHONDONTWRITEBYTECODE=1 \
       DBUS_SESSION_BUS_ADDRESS=unix:path=/run/user/1000/bus PYTHONUNBUFFERED=1
-    printf 'ExecStartPre=+%s\n' "/bin/sh /tree/tests/desktops/network.sh"
+    printf 'ExecStartPre=+%s\n' "/tree/tests/desktops/network.sh"
     printf 'ExecStart=%s\n' "/usr/bin/python3 /tree/tests/desktops/$desktop.py /results"
     printf 'StandardOutput=file:/results/log\nStandardError=inherit\n'
     printf 'ExecStopPost=+%s\n' '/bin/sh -c "journalctl --no-pager > /results/journal"' \

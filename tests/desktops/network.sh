@@ -1,3 +1,4 @@
+#!/bin/sh
 # Gives the container a link, so that there is an address to tell the room.
 set -e
 ip link set lo up
