@@ -13,7 +13,7 @@ from harness.waiting import eventually
 ROOM = ("127.0.0.1", 80)
 LIMIT = 60
 RED, GREEN, BLUE = (255, 0, 0), (0, 160, 0), (0, 0, 255)
-WINDOW = Path(__file__).parents[1] / "harness/gtk_window.py"
+WINDOW = Path(__file__).parents[1] / "harness/gtk/decorated_window.py"
 LARGEST_POINTER = 64  # pixels
 
 

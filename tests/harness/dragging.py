@@ -6,7 +6,7 @@ from pathlib import Path
 from .process import Process
 from .waiting import LIMIT, eventually
 
-PROGRAM = Path(__file__).with_name("drag_source.py")
+PROGRAM = Path(__file__).with_name("gtk") / "drag_source.py"
 
 
 class Dragging:

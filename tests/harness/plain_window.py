@@ -5,11 +5,11 @@ from pathlib import Path
 
 from .waiting import LIMIT, eventually
 
-PROGRAM = Path(__file__).parent / "paint_window.py"
+PROGRAM = Path(__file__).parent / "gtk/plain_window.py"
 
 
 class PlainWindow:
-    """One run of paint_window.py; `start` starts a program in a session under a name."""
+    """One run of gtk/plain_window.py; `start` starts a program in a session under a name."""
 
     def __init__(self, start, name, width, height):
         self.process = start(sys.executable, PROGRAM, str(width), str(height),

@@ -8,14 +8,14 @@ from . import pixels
 from .process import Process
 from .waiting import LIMIT, eventually
 
-GTK_WINDOW = Path(__file__).with_name("gtk_window.py")
+GTK_WINDOW = Path(__file__).with_name("gtk") / "decorated_window.py"
 
 
 class GtkWindow(Process):
-    """One run of gtk_window.py."""
+    """One run of gtk/decorated_window.py."""
 
-    title = "Gtk_window.py: Notes"
-    application = "Gtk_window.py (app)"
+    title = "Decorated_window.py: Notes"
+    application = "Decorated_window.py (app)"
 
     def __init__(self, server, folder, colour, width, height):
         super().__init__(["/usr/bin/python3", GTK_WINDOW, "Notes", _text(colour), width, height],

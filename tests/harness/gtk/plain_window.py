@@ -1,13 +1,13 @@
 """A window without any decoration that is painted as it is told on standard input.
 
-    paint_window.py WIDTH HEIGHT
+    plain_window.py WIDTH HEIGHT
 
 Answers each line with "done" once the window shows it, the first time once the window is there.
 Its pointer is a plain white square. It ends with its input.
 """
 import sys
 
-import told_window
+import scripted_window
 from gi.repository import Gdk, GdkPixbuf, Gtk
 
 POINTER = 16  # pixels
@@ -55,4 +55,4 @@ class PlainWindow:
         self._window.queue_draw()
 
 
-told_window.run(PlainWindow(int(sys.argv[1]), int(sys.argv[2])).do)
+scripted_window.run(PlainWindow(int(sys.argv[1]), int(sys.argv[2])).do)

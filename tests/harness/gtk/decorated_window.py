@@ -1,13 +1,13 @@
 """A GTK window that draws its title bar, its rounded corners and its shadow by itself.
 
-    gtk_window.py TITLE COLOUR WIDTH HEIGHT
+    decorated_window.py TITLE COLOUR WIDTH HEIGHT
 
 Below the title bar it is of one colour. Answers each line of its standard input with "done" when
 it has been carried out; it ends with its input.
 """
 import sys
 
-import told_window
+import scripted_window
 from gi.repository import Gdk, Gtk
 
 
@@ -60,4 +60,4 @@ class Window:
         return True
 
 
-told_window.run(Window(sys.argv[1], sys.argv[2], int(sys.argv[3]), int(sys.argv[4])).do)
+scripted_window.run(Window(sys.argv[1], sys.argv[2], int(sys.argv[3]), int(sys.argv[4])).do)
