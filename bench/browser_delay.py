@@ -18,7 +18,7 @@ from harness.browsers import ENGINES
 from harness.machine import Machine
 from harness.network import Network
 from harness.page import Page
-from harness.xserver import Watch
+from harness.x11.server import Watch
 
 WIDTH, HEIGHT = 1920, 1080
 MARK = (960, 544, 8, 17)  # what is watched, in the middle of the screen

@@ -20,10 +20,10 @@ from measuring import shared_screen
 
 from harness import pixels
 from harness.documents import TREE, Document
-from harness.motion import Motion
 from harness.process import Process
 from harness.viewer import Viewer
 from harness.waiting import eventually
+from harness.x11.motion import Motion
 
 COLOURS = [0xE05050, 0x50C050, 0x6090FF, 0xE0C040, 0xC060D0, 0x30C0C0, 0xF0F0F0, 0x202020]
 LIMIT = 30

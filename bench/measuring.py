@@ -8,9 +8,9 @@ from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "tests"))
 
-from harness.canvas import Canvas  # noqa: E402
 from harness.program import Program, display_ids  # noqa: E402
-from harness.xserver import XServer  # noqa: E402
+from harness.x11.canvas import Canvas  # noqa: E402
+from harness.x11.server import XServer  # noqa: E402
 
 
 @contextlib.contextmanager

@@ -12,8 +12,8 @@ import time
 from measuring import shared_screen
 
 from harness import http
-from harness.motion import Motion
 from harness.waiting import eventually
+from harness.x11.motion import Motion
 
 VIEWERS = 200
 WATCHED_SECONDS = 5

@@ -4,10 +4,10 @@ import numpy
 import pytest
 
 from harness import pixels
-from harness.canvas import Canvas, read_number
-from harness.motion import Motion
 from harness.page import Page
 from harness.program import display_ids
+from harness.x11.canvas import Canvas, read_number
+from harness.x11.motion import Motion
 
 WHITE = 0xFFFFFF
 MARK = 24  # side of the squares in the corners of a framed canvas

@@ -4,9 +4,9 @@ import numpy
 import pytest
 
 from harness import pixels
-from harness.canvas import Canvas
 from harness.program import list_sources
-from harness.windows import Owner
+from harness.x11.canvas import Canvas
+from harness.x11.window_owner import Owner
 
 SECRET = 0xFF00FF
 LEFT, TOP = -50, 40  # of the window

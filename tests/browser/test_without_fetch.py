@@ -1,10 +1,10 @@
 """An old browser that cannot read a response as it arrives: the image alone does what it can."""
 import pytest
 
-from harness.canvas import read_number
-from harness.motion import Motion
 from harness.page import Page
 from harness.relay import unavailable
+from harness.x11.canvas import read_number
+from harness.x11.motion import Motion
 
 WITHOUT_FETCH = "<script>delete window.fetch;</script>"
 

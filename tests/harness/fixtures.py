@@ -6,12 +6,12 @@ import contextlib
 
 import pytest
 
-from .canvas import Canvas
 from .desktop import DesktopSession
 from .program import Program, display_ids, executable
 from .waiting import LIMIT, eventually
-from .windows import Owner, sources_on, windows_of
-from .xserver import XServer
+from .x11.canvas import Canvas
+from .x11.server import XServer
+from .x11.window_owner import Owner, sources_on, windows_of
 
 
 def pytest_sessionstart(session):

@@ -4,10 +4,10 @@ import subprocess
 import pytest
 
 from harness import pixels
-from harness.canvas import Canvas
 from harness.program import display_ids, executable, private_env
 from harness.viewer import Viewer
 from harness.waiting import LIMIT, eventually
+from harness.x11.canvas import Canvas
 
 SMALL = ["small", "23.75", "640", "664", "720", "800", "480", "483", "487", "500"]
 

@@ -4,12 +4,12 @@ import socket
 import pytest
 
 from harness import pixels
-from harness.canvas import Canvas
-from harness.motion import Motion
 from harness.program import display_ids
 from harness.viewer import Viewer
 from harness.waiting import LIMIT, eventually
-from harness.xserver import XServer
+from harness.x11.canvas import Canvas
+from harness.x11.motion import Motion
+from harness.x11.server import XServer
 
 # The keep-alive would find them too, after ten seconds of silence: they must be noticed without it.
 NOTICED_WITHIN = 9

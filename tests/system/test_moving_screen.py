@@ -4,10 +4,10 @@ import time
 import pytest
 
 from harness import pixels
-from harness.canvas import read_number
-from harness.motion import Motion
 from harness.viewer import Viewer
 from harness.waiting import LIMIT
+from harness.x11.canvas import read_number
+from harness.x11.motion import Motion
 
 # What one viewer that stands still may cost the program: two frames and the kernel's bounded queue
 # are far below it; the frames it misses meanwhile are far above.

@@ -1,7 +1,7 @@
 """The X displays of the tests themselves are used by nobody else, so that two runs never meet."""
 import os
 
-from harness.xserver import XServer, claim_display
+from harness.x11.server import XServer, claim_display
 
 
 def is_free(number):

@@ -12,7 +12,7 @@ from harness import pixels
 from harness.process import Process
 from harness.program import executable, private_env
 from harness.waiting import LIMIT, eventually
-from harness.xserver import XServer
+from harness.x11.server import XServer
 
 SCREENSHOTS = Path(__file__).resolve().parents[2] / "build/screenshots"
 HALVES = {" ": (False, False), "▀": (True, False), "▄": (False, True), "█": (True, True)}

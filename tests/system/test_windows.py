@@ -7,9 +7,9 @@ import pytest
 from harness import pixels
 from harness.viewer import Viewer
 from harness.waiting import LIMIT, eventually
-from harness.watcher import SECRET, Watcher, amount, keep, rgb
-from harness.window_managers import KWin, Mutter, PlainKWin, Xfwm4, openbox, picom
-from harness.windows import sources_on, windows_of
+from harness.x11.privacy_viewer import SECRET, Watcher, amount, keep, rgb
+from harness.x11.window_managers import KWin, Mutter, PlainKWin, Xfwm4, openbox, picom
+from harness.x11.window_owner import sources_on, windows_of
 
 BLUE, GREEN, ORANGE = 0x2040A0, 0x20A040, 0xE08020
 DESKTOPS = {"bare": [], "openbox": [openbox], "composited": [openbox, picom], "xfwm4": [Xfwm4],

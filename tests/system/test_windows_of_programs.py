@@ -2,11 +2,11 @@
 import pytest
 
 from harness import pixels
-from harness.toolkit_windows import GtkWindow, glxgears, oclock, on_screen, xterm
 from harness.waiting import LIMIT, eventually
-from harness.watcher import SECRET, Watcher, amount, keep
-from harness.window_managers import KWin, PlainKWin, Xfwm4, openbox, picom
-from harness.windows import sources_on, windows_of
+from harness.x11.privacy_viewer import SECRET, Watcher, amount, keep
+from harness.x11.programs import GtkWindow, glxgears, oclock, on_screen, xterm
+from harness.x11.window_managers import KWin, PlainKWin, Xfwm4, openbox, picom
+from harness.x11.window_owner import sources_on, windows_of
 
 BLUE, GREEN, ORANGE = 0x2040A0, 0x20A040, 0xE08020
 # Not mutter: its screen, which is what pictures are compared with, was seen to keep the last picture but

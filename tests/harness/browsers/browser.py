@@ -7,7 +7,7 @@ from pathlib import Path
 from .. import pixels
 from ..process import Process
 from ..waiting import LIMIT, eventually
-from ..xserver import XServer
+from ..x11.server import XServer
 
 LONGEST_SIDE = 1600  # of a display that is turned, or made that of a phone
 PHONE_ZOOM = 1.4  # at the least: no browser's window is then narrower than it wants to be

@@ -4,11 +4,11 @@ import subprocess
 from pathlib import Path
 from typing import NamedTuple
 
-from . import pixels
-from .process import Process
-from .waiting import LIMIT, eventually
+from .. import pixels
+from ..process import Process
+from ..waiting import LIMIT, eventually
 
-GTK_WINDOW = Path(__file__).with_name("gtk") / "decorated_window.py"
+GTK_WINDOW = Path(__file__).parents[1] / "gtk/decorated_window.py"
 
 
 class GtkWindow(Process):

@@ -1,9 +1,9 @@
 """Window and compositing managers on an X server: each is started and waited for."""
 from Xlib.display import Display
 
-from .process import Process
-from .session_bus import SessionBus
-from .waiting import LIMIT, eventually
+from ..process import Process
+from ..session_bus import SessionBus
+from ..waiting import LIMIT, eventually
 
 
 def openbox(server, folder):

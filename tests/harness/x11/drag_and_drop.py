@@ -3,10 +3,10 @@ import contextlib
 import sys
 from pathlib import Path
 
-from .process import Process
-from .waiting import LIMIT, eventually
+from ..process import Process
+from ..waiting import LIMIT, eventually
 
-PROGRAM = Path(__file__).with_name("gtk") / "drag_source.py"
+PROGRAM = Path(__file__).parents[1] / "gtk/drag_source.py"
 
 
 class Dragging:

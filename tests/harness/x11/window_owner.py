@@ -1,9 +1,9 @@
 """Windows of other programs on an X display: each program is a process of its own."""
 import subprocess
 
-from .process import Process
-from .program import list_sources
-from .waiting import LIMIT, eventually
+from ..process import Process
+from ..program import list_sources
+from ..waiting import LIMIT, eventually
 
 OWNER = """
 import sys

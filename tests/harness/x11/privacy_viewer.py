@@ -1,10 +1,10 @@
 """A viewer of a window or an application that must see nothing else."""
 import numpy
 
-from . import pixels
-from .shown_page import SCREENSHOTS
-from .viewer import Viewer
-from .waiting import LIMIT, eventually
+from .. import pixels
+from ..shown_page import SCREENSHOTS
+from ..viewer import Viewer
+from ..waiting import LIMIT, eventually
 
 SECRET = 0xFF00FF  # only of windows that are not shared
 

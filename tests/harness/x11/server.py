@@ -12,8 +12,8 @@ from pathlib import Path
 from Xlib import X
 from Xlib.display import Display
 
-from .process import Process
-from .waiting import LIMIT, eventually
+from ..process import Process
+from ..waiting import LIMIT, eventually
 
 NUMBERS = range(10000, 50000)  # far above those that servers choose by themselves, upwards from 0
 CLAIMS = "/tmp/.tarvinel-test-displays"  # tests/support/XServer.cpp claims its numbers there as well

@@ -1,0 +1,1 @@
+"""X servers, X clients and window managers, and what is to be seen on their displays."""
