@@ -11,7 +11,7 @@ import time
 from measuring import drain, print_costs
 
 from harness.viewer import Viewer
-from harness.wayland import WaylandSession
+from harness.wayland.sway import WaylandSession
 
 CHANGES_A_SECOND = 20
 

@@ -4,7 +4,7 @@ import pytest
 
 from harness import pixels
 from harness.viewer import Viewer
-from harness.wayland import WaylandSession
+from harness.wayland.sway import WaylandSession
 
 pytestmark = pytest.mark.parametrize(
     "engine", [pytest.param("chromium", marks=pytest.mark.xdist_group("chromium"))], indirect=True)

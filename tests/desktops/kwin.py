@@ -12,7 +12,7 @@ from gi.repository import Gio, GLib
 from PIL import Image
 
 from harness.waiting import eventually
-from harness.wayland_client import WaylandClient, fixed, text
+from harness.wayland.client import WaylandClient, fixed, text
 
 LIMIT_MS = 60_000
 LIMIT = 60

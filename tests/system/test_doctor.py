@@ -14,7 +14,7 @@ from harness.panel import Tint2
 from harness.program import executable, private_env
 from harness.session_bus import SessionBus
 from harness.terminal import Terminal
-from harness.wayland import WaylandSession
+from harness.wayland.sway import WaylandSession
 
 FINE, KNOW, MEND = "fine", "worth knowing", "to be mended"
 

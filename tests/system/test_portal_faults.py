@@ -10,7 +10,7 @@ from harness.process import Process
 from harness.session_bus import SessionBus
 from harness.waiting import LIMIT, eventually
 
-FAKE_PORTAL = Path(harness.__file__).with_name("fake_portal.py")
+FAKE_PORTAL = Path(harness.__file__).with_name("wayland") / "fake_portal.py"
 SCREEN = "display-1"
 GIVEN_UP_WITHIN = 25 + LIMIT  # the bus waits 25 seconds for an answer
 

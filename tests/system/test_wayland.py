@@ -10,7 +10,7 @@ from harness import pixels
 from harness.shown_page import SCREENSHOTS
 from harness.viewer import Viewer
 from harness.waiting import LIMIT, eventually
-from harness.wayland import OUTPUT, WaylandSession
+from harness.wayland.sway import OUTPUT, WaylandSession
 
 SCREEN = "display-1"
 ANOTHER = "display-2"

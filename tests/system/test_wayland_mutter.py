@@ -3,9 +3,9 @@ of a larger picture."""
 import pytest
 
 from harness import pixels
-from harness.mutter import CURSOR_EMBEDDED, CURSOR_HIDDEN, MutterDesktop
 from harness.pixels import is_about
 from harness.viewer import Viewer
+from harness.wayland.mutter import CURSOR_EMBEDDED, CURSOR_HIDDEN, MutterDesktop
 
 SCREEN, WINDOW = "display-1", "window-1"
 RED, GREEN, BLUE, GREY = (255, 0, 0), (0, 255, 0), (0, 0, 255), (128, 128, 128)

@@ -6,11 +6,11 @@ import pytest
 
 from harness import pixels
 from harness.pixels import is_about
-from harness.producer import ProducerDesktop
 from harness.program import executable
-from harness.screen_cast_back_end import METADATA
 from harness.viewer import Viewer
 from harness.waiting import LIMIT, eventually
+from harness.wayland.producer import ProducerDesktop
+from harness.wayland.scripted_backend import METADATA
 
 SCREEN = "display-1"
 WIDTH, HEIGHT = 320, 240

@@ -2,10 +2,10 @@
 import pytest
 
 from harness import pixels
-from harness.mutter import TRANSFORM_90, MutterDesktop
 from harness.pixels import is_about
 from harness.viewer import Viewer
-from harness.wayland import OUTPUT, WaylandSession
+from harness.wayland.mutter import TRANSFORM_90, MutterDesktop
+from harness.wayland.sway import OUTPUT, WaylandSession
 
 SCREEN = "display-1"
 RED, GREEN, BLUE, GREY = (255, 0, 0), (0, 255, 0), (0, 0, 255), (128, 128, 128)

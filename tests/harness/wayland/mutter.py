@@ -1,10 +1,10 @@
 """A session at mutter without a screen of its own, and what it shows, shared as the test says."""
 from gi.repository import GLib
 
-from .bus_service import LIMIT_MS, connect
-from .granting_desktop import GrantingDesktop
-from .screen_cast_back_end import METADATA
-from .waiting import LIMIT, eventually
+from ..bus_service import LIMIT_MS, connect
+from ..waiting import LIMIT, eventually
+from .scripted_backend import METADATA
+from .scripted_session import GrantingDesktop
 
 MONITOR = "Meta-0"
 CURSOR_HIDDEN, CURSOR_EMBEDDED, CURSOR_METADATA = 0, 1, 2  # mutter's own numbers

@@ -2,8 +2,8 @@
 import subprocess
 from pathlib import Path
 
-from .granting_desktop import GrantingDesktop
-from .waiting import LIMIT, eventually
+from ..waiting import LIMIT, eventually
+from .scripted_session import GrantingDesktop
 
 SOURCE = Path(__file__).parent / "producer.c"
 LIBRARY = "libpipewire-0.3"

@@ -1,5 +1,5 @@
 """A mouse of a Wayland compositor that offers virtual ones, as a hand would move it."""
-from .wayland_client import WaylandClient
+from .client import WaylandClient
 
 CREATE_POINTER = 0
 MOVE_TO, END_OF_FRAME = 1, 4

@@ -7,9 +7,9 @@ from pathlib import Path
 import numpy
 from PIL import Image
 
-from .portal_desktop import LIMIT, PortalDesktop
-from .waiting import eventually
-from .wayland_pointer import WaylandPointer
+from ..waiting import eventually
+from .pointer import WaylandPointer
+from .portal_session import LIMIT, PortalDesktop
 
 OUTPUT = "HEADLESS-1"
 KEYBOARD_STAYS = 600_000  # milliseconds: longer than any test

@@ -3,9 +3,9 @@ import subprocess
 import sys
 from pathlib import Path
 
-from .waiting import LIMIT, eventually
+from ..waiting import LIMIT, eventually
 
-PROGRAM = Path(__file__).parent / "gtk/plain_window.py"
+PROGRAM = Path(__file__).parents[1] / "gtk/plain_window.py"
 
 
 class PlainWindow:

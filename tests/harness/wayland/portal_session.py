@@ -11,13 +11,13 @@ import subprocess
 import tempfile
 from pathlib import Path
 
-from . import http
-from .desktop import TOOLKIT_LEAKS
+from .. import http
+from ..desktop import TOOLKIT_LEAKS
+from ..process import Process
+from ..program import Program
+from ..session_bus import CONFIGURATION as BUS_CONFIGURATION
+from ..waiting import LIMIT, eventually
 from .plain_window import PlainWindow
-from .process import Process
-from .program import Program
-from .session_bus import CONFIGURATION as BUS_CONFIGURATION
-from .waiting import LIMIT, eventually
 
 USER = "nobody"
 

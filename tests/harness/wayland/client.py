@@ -3,7 +3,7 @@ import itertools
 import socket
 import struct
 
-from .waiting import LIMIT
+from ..waiting import LIMIT
 
 DISPLAY = 1
 SYNC, GET_REGISTRY = 0, 1

@@ -1,6 +1,6 @@
 """A desktop that shares what the test says."""
-from .portal_desktop import PortalDesktop
-from .screen_cast_back_end import PORTAL_FILE, ScreenCastBackEnd
+from .portal_session import PortalDesktop
+from .scripted_backend import PORTAL_FILE, ScreenCastBackEnd
 
 
 class GrantingDesktop(PortalDesktop):
