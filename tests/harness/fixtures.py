@@ -6,7 +6,7 @@ import contextlib
 
 import pytest
 
-from .desktop import DesktopSession
+from .desktop.session import DesktopSession
 from .program import Program, display_ids, executable
 from .waiting import LIMIT, eventually
 from .x11.canvas import Canvas

@@ -6,13 +6,13 @@ import socket
 
 import pytest
 
-from harness.desktop import NO_BUS
+from harness.desktop.panels import Tint2
+from harness.desktop.session import NO_BUS
+from harness.desktop.session_bus import SessionBus
 from harness.doctor import look
 from harness.fake_firewalld import FakeFirewalld
 from harness.installed import AS_USER, give_capability
-from harness.panel import Tint2
 from harness.program import executable, private_env
-from harness.session_bus import SessionBus
 from harness.terminal import Terminal
 from harness.wayland.sway import WaylandSession
 

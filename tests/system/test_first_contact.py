@@ -7,7 +7,7 @@ from pathlib import Path
 
 import pytest
 
-from harness.notifications import Notifications
+from harness.desktop.notifications import Notifications
 from harness.program import executable, private_env
 from harness.terminal import Terminal
 from harness.waiting import LIMIT, eventually

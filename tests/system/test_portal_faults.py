@@ -6,8 +6,8 @@ from pathlib import Path
 import pytest
 
 import harness
+from harness.desktop.session_bus import SessionBus
 from harness.process import Process
-from harness.session_bus import SessionBus
 from harness.waiting import LIMIT, eventually
 
 FAKE_PORTAL = Path(harness.__file__).with_name("wayland") / "fake_portal.py"

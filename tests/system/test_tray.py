@@ -9,10 +9,10 @@ import pytest
 from Xlib.display import Display
 from Xlib.ext import screensaver
 
-from harness import panel as panels
 from harness import pixels, uploads
-from harness.desktop import NO_BUS
-from harness.panel import LXQtPanel, Tint2
+from harness.desktop import panels
+from harness.desktop.panels import LXQtPanel, Tint2
+from harness.desktop.session import NO_BUS
 from harness.program import WITH_TERMINAL, display_ids, executable, private_env
 from harness.shown_page import SCREENSHOTS
 from harness.viewer import Viewer

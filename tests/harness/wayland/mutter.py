@@ -1,7 +1,7 @@
 """A session at mutter without a screen of its own, and what it shows, shared as the test says."""
 from gi.repository import GLib
 
-from ..bus_service import LIMIT_MS, connect
+from ..desktop.bus_service import LIMIT_MS, connect
 from ..waiting import LIMIT, eventually
 from .scripted_backend import METADATA
 from .scripted_session import GrantingDesktop

@@ -12,10 +12,10 @@ import tempfile
 from pathlib import Path
 
 from .. import http
-from ..desktop import TOOLKIT_LEAKS
+from ..desktop.session import TOOLKIT_LEAKS
+from ..desktop.session_bus import CONFIGURATION as BUS_CONFIGURATION
 from ..process import Process
 from ..program import Program
-from ..session_bus import CONFIGURATION as BUS_CONFIGURATION
 from ..waiting import LIMIT, eventually
 from .plain_window import PlainWindow
 

@@ -5,7 +5,7 @@ be shared.
 """
 from gi.repository import GLib
 
-from ..bus_service import BusService
+from ..desktop.bus_service import BusService
 
 NAME = "org.freedesktop.impl.portal.desktop.tarvineltest"
 SCREEN_CAST = "org.freedesktop.impl.portal.ScreenCast"

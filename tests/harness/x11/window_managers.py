@@ -1,8 +1,8 @@
 """Window and compositing managers on an X server: each is started and waited for."""
 from Xlib.display import Display
 
+from ..desktop.session_bus import SessionBus
 from ..process import Process
-from ..session_bus import SessionBus
 from ..waiting import LIMIT, eventually
 
 

@@ -4,11 +4,11 @@ import re
 import subprocess
 from pathlib import Path
 
-from .process import Process
-from .program import executable, private_env
+from ..process import Process
+from ..program import executable, private_env
+from ..waiting import LIMIT, eventually
 from .session_bus import SessionBus
 from .tray_host import TrayHost
-from .waiting import LIMIT, eventually
 
 NO_BUS = "unix:path=/nowhere"
 TOOLKIT_LEAKS = Path(__file__).with_name("toolkit_leaks.supp")

@@ -2,8 +2,8 @@
 import re
 from pathlib import Path
 
-from .process import Process
-from .waiting import LIMIT, eventually
+from ..process import Process
+from ..waiting import LIMIT, eventually
 
 # Of any user, since what is tested may run as another one than the test.
 CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"

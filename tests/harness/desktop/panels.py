@@ -3,9 +3,9 @@ from pathlib import Path
 
 import numpy
 
-from . import pixels
-from .process import Process
-from .waiting import LIMIT, eventually
+from .. import pixels
+from ..process import Process
+from ..waiting import LIMIT, eventually
 
 HEIGHT = 36
 

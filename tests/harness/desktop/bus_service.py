@@ -6,7 +6,7 @@ import gi
 gi.require_version("Gio", "2.0")
 from gi.repository import Gio, GLib  # noqa: E402  (the version comes first)
 
-from .waiting import LIMIT  # noqa: E402
+from ..waiting import LIMIT  # noqa: E402
 
 LIMIT_MS = LIMIT * 1000
 

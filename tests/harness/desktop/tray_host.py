@@ -4,8 +4,8 @@ import gi
 gi.require_version("Gio", "2.0")
 from gi.repository import GLib  # noqa: E402  (the version comes first)
 
+from ..waiting import LIMIT, eventually  # noqa: E402
 from .bus_service import LIMIT_MS, BusService  # noqa: E402
-from .waiting import LIMIT, eventually  # noqa: E402
 
 WATCHER = "org.kde.StatusNotifierWatcher"
 ITEM = "org.kde.StatusNotifierItem"

@@ -1,0 +1,1 @@
+"""A desktop session: its session bus, the services on it, trays and panels."""
