@@ -16,7 +16,7 @@ from measuring import median_and_p95, shared_screen
 
 from harness.browsers import ENGINES
 from harness.machine import Machine
-from harness.network import Network
+from harness.network.lan import Network
 from harness.page import Page
 from harness.x11.server import Watch
 

@@ -6,9 +6,9 @@ import pytest
 
 from harness.browsers import ENGINES
 from harness.machine import Machine
-from harness.network import Network
+from harness.network.intercepting_proxy import Relay
+from harness.network.lan import Network
 from harness.page import Page
-from harness.relay import Relay
 
 pytest_plugins = ["harness.fixtures"]
 

@@ -4,9 +4,9 @@ import time
 
 import pytest
 
+from harness.network.intercepting_proxy import slam, unavailable
 from harness.page import Page
 from harness.program import display_ids
-from harness.relay import slam, unavailable
 
 PAUSE = 2  # between two attempts
 

@@ -1,8 +1,8 @@
 """An old browser that cannot read a response as it arrives: the image alone does what it can."""
 import pytest
 
+from harness.network.intercepting_proxy import unavailable
 from harness.page import Page
-from harness.relay import unavailable
 from harness.x11.canvas import read_number
 from harness.x11.motion import Motion
 

@@ -2,7 +2,7 @@
 from pathlib import Path
 
 from . import pixels
-from .network import Network
+from .network.lan import Network
 from .waiting import LIMIT, eventually
 
 SCREENSHOTS = Path(__file__).resolve().parents[2] / "build/screenshots"

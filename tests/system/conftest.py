@@ -4,9 +4,9 @@ import os
 import pytest
 
 from harness.installed import installation
-from harness.network import Network
-from harness.room import Room
-from harness.two_links import TwoLinks
+from harness.network.lan import Network
+from harness.network.mdns_network import Room
+from harness.network.two_links import TwoLinks
 
 pytest_plugins = ["harness.fixtures"]
 

@@ -4,7 +4,7 @@ import signal
 
 import pytest
 
-from harness.multicast import Multicast
+from harness.network.mdns_observer import Multicast
 from harness.waiting import LIMIT, eventually
 
 NAME = "tarvinel.local"

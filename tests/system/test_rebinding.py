@@ -9,8 +9,8 @@ import pytest
 
 from harness.browsers import Chromium
 from harness.machine import Machine
-from harness.name_server import NameServer
-from harness.network import Lan
+from harness.network.dns_server import NameServer
+from harness.network.lan import Lan
 from harness.waiting import eventually
 
 PRESENTER, VISITOR, ATTACKER = "10.99.1.1", "10.99.1.2", "10.99.1.3"

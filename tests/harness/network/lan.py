@@ -8,7 +8,7 @@ import subprocess
 import threading
 from pathlib import Path
 
-from .waiting import LIMIT
+from ..waiting import LIMIT
 
 CLONE_NEWNET = 0x40000000
 NAMESPACE_FILES = Path("/etc/netns")  # seen in place of those in /etc (ip-netns(8))

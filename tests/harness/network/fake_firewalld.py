@@ -1,7 +1,7 @@
 """A stand-in for firewalld on a bus, which answers as version 1.3 does."""
 from gi.repository import Gio, GLib
 
-from .desktop.bus_service import BusService
+from ..desktop.bus_service import BusService
 
 NAME = "org.fedoraproject.FirewallD1"
 PATH = "/org/fedoraproject/FirewallD1"

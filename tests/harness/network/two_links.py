@@ -4,8 +4,8 @@ import os
 import subprocess
 from pathlib import Path
 
-from .network import connect_inside, listen_inside
-from .waiting import LIMIT
+from ..waiting import LIMIT
+from .lan import connect_inside, listen_inside
 
 
 class TwoLinks:

@@ -4,9 +4,9 @@ import json
 import subprocess
 from pathlib import Path
 
-from .network import Lan
-from .process import Process
-from .waiting import LIMIT, eventually
+from ..process import Process
+from ..waiting import LIMIT, eventually
+from .lan import Lan
 
 MOUNTS = """mount --bind "$0/run" /run &&
 mount --bind "$0/nsswitch.conf" /etc/nsswitch.conf && exec "$@" """
