@@ -14,10 +14,9 @@ import time
 
 from measuring import median_and_p95, shared_screen
 
-from harness.browsers import ENGINES
-from harness.machine import Machine
+from harness.browsers import ENGINES, BrowserHost
+from harness.browsers.viewer_page import ViewerPage
 from harness.network.lan import Network
-from harness.page import Page
 from harness.x11.server import Watch
 
 WIDTH, HEIGHT = 1920, 1080
@@ -52,10 +51,10 @@ def page_in(engine, folder):
         canvas.draft(0)
         canvas.draft_rectangle(next(COLOURS), *MARK)
         canvas.show()
-        browser = engine(folder, Machine(network.exec_in_client(), network.connect_at_client),
-                         WIDTH, HEIGHT)
+        host = BrowserHost(network.exec_in_client(), network.connect_at_client)
+        browser = engine(folder, host, WIDTH, HEIGHT)
         stack.callback(browser.stop)
-        page = Page(browser)
+        page = ViewerPage(browser)
         page.open(program.listening_port())
         page.eventually(lambda: browser.hint() is None, "there is a picture")
         watch = stack.enter_context(Watch(browser.screen, MARK[0] + 4, MARK[1] + 8))

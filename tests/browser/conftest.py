@@ -4,11 +4,10 @@ from collections import defaultdict
 
 import pytest
 
-from harness.browsers import ENGINES
-from harness.machine import Machine
+from harness.browsers import ENGINES, BrowserHost
+from harness.browsers.viewer_page import ViewerPage
 from harness.network.intercepting_proxy import Relay
 from harness.network.lan import Network
-from harness.page import Page
 
 pytest_plugins = ["harness.fixtures"]
 
@@ -37,8 +36,8 @@ def network(engine):
 
 @pytest.fixture(scope="session")
 def running_browser(engine, network, tmp_path_factory):
-    machine = Machine(network.exec_in_client(), network.connect_at_client)
-    browser = ENGINES[engine](tmp_path_factory.mktemp(engine), machine)
+    host = BrowserHost(network.exec_in_client(), network.connect_at_client)
+    browser = ENGINES[engine](tmp_path_factory.mktemp(engine), host)
     yield browser
     browser.stop()
 
@@ -53,7 +52,7 @@ def browser(running_browser):
 
 @pytest.fixture
 def page(browser):
-    return Page(browser)
+    return ViewerPage(browser)
 
 
 @pytest.fixture

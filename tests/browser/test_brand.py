@@ -6,7 +6,7 @@ from pathlib import Path
 import numpy
 import pytest
 
-from harness.shown_page import ShownPage
+from harness.browsers.page import BrowserPage
 
 LOGO = Path("/usr/share/icons/hicolor/scalable/apps/xterm-color.svg")
 FONT = Path("/usr/share/fonts/woff2/dejavu/DejaVuSerif.woff2")
@@ -16,7 +16,7 @@ PHONE, DESKTOP = (390, 844), (1440, 900)
 SIZES = pytest.mark.parametrize("size", [PHONE, DESKTOP], ids=["phone", "desktop"])
 
 
-class BrandedPage(ShownPage):
+class BrandedPage(BrowserPage):
     """Any page of the program, on a screen of a size."""
 
     def __init__(self, browser):

@@ -4,8 +4,8 @@ import time
 
 import pytest
 
+from harness.browsers.viewer_page import ViewerPage
 from harness.network.intercepting_proxy import slam, unavailable
-from harness.page import Page
 from harness.program import display_ids
 
 PAUSE = 2  # between two attempts
@@ -26,7 +26,7 @@ def test_server_killed_and_restarted(page, sharing, share_again, x, canvas):
     page.open(sharing.listening_port())
     page.wait_for_picture(x)
     sharing.kill()
-    page.wait_for_hint(Page.DISCONNECTED)
+    page.wait_for_hint(ViewerPage.DISCONNECTED)
     page.keep_screenshot("disconnected")
     canvas.text(4)
     again = share_again(sharing.listening_port())
@@ -38,7 +38,7 @@ def test_server_stopped_cleanly_and_restarted(page, sharing, share_again, x, can
     page.open(sharing.listening_port())
     page.wait_for_picture(x)
     sharing.terminate()
-    page.wait_for_hint(Page.DISCONNECTED)
+    page.wait_for_hint(ViewerPage.DISCONNECTED)
     canvas.text(5)
     share_again(sharing.listening_port())
     page.wait_for_picture(x)
@@ -65,7 +65,7 @@ def test_server_answers_but(page, sharing, relay, x, canvas, answer):
     page.wait_for_picture(x)
     door.answer_stream = answer
     broken = door.break_streams()
-    page.wait_for_hint(Page.DISCONNECTED)
+    page.wait_for_hint(ViewerPage.DISCONNECTED)
     page.eventually(lambda: len(attempts(door, broken)) >= 3, "it tries again and again")
     door.answer_stream = None
     canvas.text(2)

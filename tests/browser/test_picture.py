@@ -4,7 +4,7 @@ import numpy
 import pytest
 
 from harness import pixels
-from harness.page import Page
+from harness.browsers.viewer_page import ViewerPage
 from harness.program import display_ids
 from harness.x11.canvas import Canvas, read_number
 from harness.x11.motion import Motion
@@ -39,7 +39,7 @@ def test_join_while_the_screen_is_still(page, sharing, x):
 def test_join_before_any_sharing(page, x_program, x, canvas, tmp_path):
     canvas.text(3)
     page.open(x_program.listening_port())
-    page.wait_for_hint(Page.WAITING)
+    page.wait_for_hint(ViewerPage.WAITING)
     page.keep_screenshot("waiting")
     x_program.share(display_ids(tmp_path, x)[0])
     page.wait_for_picture(x)
@@ -182,7 +182,7 @@ def test_screen_readers_and_fingers(page, x_program, x, canvas, tmp_path):
     """What happens is said; the picture is no text to select and nothing scrolls."""
     canvas.text(1)
     page.open(x_program.listening_port())
-    page.wait_for_hint(Page.WAITING)
+    page.wait_for_hint(ViewerPage.WAITING)
     assert page.browser.evaluate("document.querySelector('#hint[role=status]') !== null")
     x_program.share(display_ids(tmp_path, x)[0])
     page.wait_for_picture(x)

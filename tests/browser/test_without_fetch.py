@@ -1,8 +1,8 @@
 """An old browser that cannot read a response as it arrives: the image alone does what it can."""
 import pytest
 
+from harness.browsers.viewer_page import ViewerPage
 from harness.network.intercepting_proxy import unavailable
-from harness.page import Page
 from harness.x11.canvas import read_number
 from harness.x11.motion import Motion
 
@@ -28,7 +28,7 @@ def test_motion_without_fetch(page, door, sharing, canvas):
 def test_refusal_without_fetch(page, door, canvas):
     door.answer_stream = unavailable
     page.open(door.port)
-    page.wait_for_hint(Page.DISCONNECTED)
+    page.wait_for_hint(ViewerPage.DISCONNECTED)
     first = len(door.stream_times)
     page.eventually(lambda: len(door.stream_times) >= first + 2, "it tries again and again")
     door.answer_stream = None

@@ -1,10 +1,12 @@
 """Pictures as arrays of pixels, and how far two of them differ."""
 import io
+from pathlib import Path
 from typing import NamedTuple
 
 import numpy
 from PIL import Image, ImageGrab
 
+SCREENSHOTS = Path(__file__).resolve().parents[2] / "build/screenshots"
 BLOCK = 16
 
 

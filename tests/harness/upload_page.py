@@ -3,7 +3,7 @@ from typing import NamedTuple
 
 import numpy
 
-from .shown_page import ShownPage
+from .browsers.page import BrowserPage
 from .waiting import LIMIT
 from .x11.drag_and_drop import Dragging
 
@@ -27,7 +27,7 @@ OPEN_ZONE = DraggedOver(BLUE, "upload-over")
 CLOSED_ZONE = DraggedOver((PAGE + BLUE) // 2, "upload-over-closed")
 
 
-class UploadPage(ShownPage):
+class UploadPage(BrowserPage):
     """What it says, and what its participant does: a name typed, files picked or dropped."""
 
     CLOSED = "Uploads are closed right now, ask your Pro to open them"

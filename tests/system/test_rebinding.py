@@ -7,8 +7,7 @@ import threading
 
 import pytest
 
-from harness.browsers import Chromium
-from harness.machine import Machine
+from harness.browsers import BrowserHost, Chromium
 from harness.network.dns_server import NameServer
 from harness.network.lan import Lan
 from harness.waiting import eventually
@@ -96,9 +95,9 @@ def foreign_server(lan):
 
 @pytest.fixture
 def browser(lan, names, tmp_path):
-    machine = Machine(lan.exec_in("visitor"),
-                      lambda port: lan.connect_at("visitor", ("127.0.0.1", port)))
-    made = Chromium(tmp_path, machine)
+    host = BrowserHost(lan.exec_in("visitor"),
+                       lambda port: lan.connect_at("visitor", ("127.0.0.1", port)))
+    made = Chromium(tmp_path, host)
     yield made
     made.stop()
 

@@ -14,7 +14,6 @@ from harness.desktop import panels
 from harness.desktop.panels import LXQtPanel, Tint2
 from harness.desktop.session import NO_BUS
 from harness.program import WITH_TERMINAL, display_ids, executable, private_env
-from harness.shown_page import SCREENSHOTS
 from harness.viewer import Viewer
 from harness.waiting import LIMIT, eventually
 
@@ -332,4 +331,4 @@ def wait_for_menu(desktop, empty, is_open=True):
 
 
 def keep_screenshot(desktop, name):
-    pixels.save(pixels.grab(desktop.screen), SCREENSHOTS / f"tray-{name}.png")
+    pixels.save(pixels.grab(desktop.screen), pixels.SCREENSHOTS / f"tray-{name}.png")

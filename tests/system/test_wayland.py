@@ -7,7 +7,6 @@ import numpy
 import pytest
 
 from harness import pixels
-from harness.shown_page import SCREENSHOTS
 from harness.viewer import Viewer
 from harness.waiting import LIMIT, eventually
 from harness.wayland.sway import OUTPUT, WaylandSession
@@ -93,7 +92,7 @@ def test_a_terminal_is_seen_as_it_is_and_costs_nothing_at_rest(session, sharing)
         expect_rest(sharing, viewer)
     with Viewer(sharing.address) as late:
         seen = pixels.decode(late.next_frame())
-    pixels.save(seen, SCREENSHOTS / "terminal-at-sway.png")
+    pixels.save(seen, pixels.SCREENSHOTS / "terminal-at-sway.png")
     assert pixels.same(seen, session.screenshot())
 
 

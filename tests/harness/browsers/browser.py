@@ -3,6 +3,7 @@ import os
 import re
 import tempfile
 from pathlib import Path
+from typing import Callable, NamedTuple
 
 from .. import pixels
 from ..process import Process
@@ -13,19 +14,26 @@ LONGEST_SIDE = 1600  # of a display that is turned, or made that of a phone
 PHONE_ZOOM = 1.4  # at the least: no browser's window is then narrower than it wants to be
 
 
+class BrowserHost(NamedTuple):
+    """Where a browser runs: `prefix` is the command that runs a program there, `connect` opens a
+    connection to a port of its loopback interface."""
+    prefix: list
+    connect: Callable
+
+
 class Browser:
     """One browser, full-screen on an X display and under a window manager of its own.
 
-    `machine` is where it runs: a command prefix and connections to what listens there. A subclass
-    names the engine, starts it (`_launch`) and returns the session that it is driven through.
-    What is on the page is judged by pixels(); evaluate() is for what cannot be seen.
+    `host` is a BrowserHost. A subclass names the engine and starts it: `_launch` returns the session
+    through which it is driven. Tests judge the page by pixels(); evaluate() is for what cannot be
+    seen.
     """
 
     name = ""
     hands_over_dropped_files = True
 
-    def __init__(self, folder, machine, width=800, height=600):
-        self._machine = machine
+    def __init__(self, folder, host, width=800, height=600):
+        self._host = host
         self._started = []
         self._session = None
         self._folder = Path(tempfile.mkdtemp(dir=folder, prefix=f"{self.name}-"))
@@ -141,7 +149,7 @@ class Browser:
         return self._started[-1].pid
 
     def _start(self, argv, name, **variables):
-        process = Process([*self._machine.prefix, *argv], self._folder, name,
+        process = Process([*self._host.prefix, *argv], self._folder, name,
                           env={**self._env, **variables})
         self._started.append(process)
         return process

@@ -19,5 +19,5 @@ class Chromium(Browser):
         arguments = [*FLAGS, f"--window-size={self.screen.width},{self.screen.height}",
                      f"--user-data-dir={self._folder / 'profile'}"]
         options = {"args": arguments, "excludeSwitches": ["enable-automation"]}
-        return WebDriver(lambda: self._machine.connect(PORT),
+        return WebDriver(lambda: self._host.connect(PORT),
                          {"browserName": "chrome", "goog:chromeOptions": options})

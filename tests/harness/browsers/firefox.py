@@ -37,7 +37,7 @@ class Firefox(Browser):
                      "--profile", profile, "--kiosk", "about:blank"], "firefox")
         port = eventually(lambda: port_file.exists() and port_file.read_text(), LIMIT,
                           "Firefox tells its port")
-        return Marionette(self._machine.connect(int(port)))
+        return Marionette(self._host.connect(int(port)))
 
 
 def _literal(value):

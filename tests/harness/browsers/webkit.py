@@ -18,12 +18,12 @@ class WebKit(Browser):
                     WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS="1")
         eventually(self._listens, LIMIT, "WebKitWebDriver listens")
         options = {"binary": str(_mini_browser()), "args": ["--automation", "--full-screen"]}
-        return WebDriver(lambda: self._machine.connect(PORT),
+        return WebDriver(lambda: self._host.connect(PORT),
                          {"browserName": "MiniBrowser", "webkitgtk:browserOptions": options})
 
     def _listens(self):
         try:
-            self._machine.connect(PORT).close()
+            self._host.connect(PORT).close()
         except OSError:
             return False
         return True

@@ -2,7 +2,6 @@
 import numpy
 
 from .. import pixels
-from ..shown_page import SCREENSHOTS
 from ..viewer import Viewer
 from ..waiting import LIMIT, eventually
 
@@ -59,5 +58,5 @@ class Watcher:
 
 
 def keep(picture, name):
-    pixels.save(picture, SCREENSHOTS / f"{name}.png")
+    pixels.save(picture, pixels.SCREENSHOTS / f"{name}.png")
     return "a window that is not shared was seen"

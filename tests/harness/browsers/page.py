@@ -1,14 +1,10 @@
 """What a browser shows, whichever page it is."""
-from pathlib import Path
-
-from . import pixels
-from .network.lan import Network
-from .waiting import LIMIT, eventually
-
-SCREENSHOTS = Path(__file__).resolve().parents[2] / "build/screenshots"
+from .. import pixels
+from ..network.lan import Network
+from ..waiting import LIMIT, eventually
 
 
-class ShownPage:
+class BrowserPage:
     """A page in the foreground tab of a browser."""
 
     def __init__(self, browser):
@@ -35,7 +31,7 @@ class ShownPage:
             " return [box.left, box.top, box.right, box.bottom].map(Math.round); })()")
 
     def keep_screenshot(self, name):
-        pixels.save(self.pixels(), SCREENSHOTS / f"{name}-{self.browser.name}.png")
+        pixels.save(self.pixels(), pixels.SCREENSHOTS / f"{name}-{self.browser.name}.png")
 
     def eventually(self, condition, what, within=LIMIT, every=0.02):
         try:

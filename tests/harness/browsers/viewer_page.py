@@ -1,14 +1,14 @@
 """The viewer page as its visitor sees it."""
 import numpy
 
-from . import pixels
-from .shown_page import ShownPage
-from .waiting import LIMIT
+from .. import pixels
+from ..waiting import LIMIT
+from .page import BrowserPage
 
 GIVEN_UP_WITHIN = 30 + LIMIT  # seconds: the server gives up a silent connection after 30
 
 
-class Page(ShownPage):
+class ViewerPage(BrowserPage):
     """The stream, or the hint that stands in for it."""
 
     WAITING = "Tarvinel - waiting for the presenter to start sharing"
