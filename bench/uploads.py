@@ -48,7 +48,7 @@ def send(address, name, source):
         sent = 0
         while sent < size:
             sent += os.sendfile(connection.fileno(), file.fileno(), sent, size - sent)
-        status, document = uploads.answer_on(connection)
+        status, document = uploads.read_response(connection)
         assert status == 201, document
 
 

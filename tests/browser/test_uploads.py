@@ -10,7 +10,7 @@ import pytest
 from PIL import Image
 
 from harness import uploads
-from harness.upload_page import ORANGE, RED, UploadPage
+from harness.uploads.page import ORANGE, RED, UploadPage
 
 MEGABYTE = 1 << 20
 PLACES = 8  # uploads that the program takes at once

@@ -6,8 +6,8 @@ import signal
 import pytest
 
 from harness import http
-from harness.hanging_disk import HangingDisk
 from harness.program import display_ids
+from harness.uploads.hanging_disk import HangingDisk
 from harness.viewer import Viewer
 
 LIMIT = 60

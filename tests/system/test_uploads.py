@@ -109,11 +109,11 @@ def test_nine_at_once(program, folder):
         wait_for_partial(folder, 8)
         assert uploads.upload(program.address, "Sam", "a.jpg", b"xx") == BUSY
         eight[0].sendall(b"x")
-        assert uploads.answer_on(eight[0])[0] == 201
+        assert uploads.read_response(eight[0])[0] == 201
         assert uploads.upload(program.address, "Sam", "a.jpg", b"xx")[0] == 201
         for connection in eight[1:]:
             connection.sendall(b"x")
-            assert uploads.answer_on(connection)[0] == 201
+            assert uploads.read_response(connection)[0] == 201
     assert len(uploads.visible(folder)) == 9
 
 
@@ -131,7 +131,7 @@ def test_one_device_keeps_nobody_else_out(program, folder):
                   for number in range(4)]
         for connection in others:
             connection.sendall(b"x")
-            assert uploads.answer_on(connection)[0] == 201
+            assert uploads.read_response(connection)[0] == 201
     assert len(uploads.visible(folder)) == 4
 
 
@@ -204,10 +204,10 @@ def test_a_trickle_is_cut_off_after_ten_seconds(program, folder):
         with pytest.raises(TimeoutError):
             connection.recv(1)
         connection.settimeout(LIMIT)
-        assert uploads.answer_on(connection) == (408, {"error": "connection stalled, retry"})
+        assert uploads.read_response(connection) == (408, {"error": "connection stalled, retry"})
         assert 9 < time.monotonic() - started < 9 + SILENCE_ALLOWED
         quick.sendall(bytes(MEGABYTE))
-        assert uploads.answer_on(quick)[0] in (201, 408)  # it has been silent for as long
+        assert uploads.read_response(quick)[0] in (201, 408)  # it has been silent for as long
     wait_until_nothing_is_left(folder)
 
 
@@ -223,11 +223,11 @@ def test_the_clock_may_be_set(start, folder, tmp_path):
         for year, piece in ((2041, pieces[1]), (2011, pieces[2])):
             clock.write_text(f"@{year}-06-15 12:00:00")
             with uploads.start(program.address, "Sam", f"{year}.jpg", 1, b"x") as other:
-                assert uploads.answer_on(other) == (201, {"file": f"Sam-{year}.jpg"})
+                assert uploads.read_response(other) == (201, {"file": f"Sam-{year}.jpg"})
             eventually(lambda: f"{year}-06-15" in program.stderr, LIMIT, "the clock is set")
             time.sleep(STALL_CHECK + 1)  # nothing is to happen
             connection.sendall(piece)
-        assert uploads.answer_on(connection) == (201, {"file": "Sam-a.jpg"})
+        assert uploads.read_response(connection) == (201, {"file": "Sam-a.jpg"})
     assert (folder / "Sam-a.jpg").read_bytes() == b"".join(pieces)
 
 
@@ -245,7 +245,7 @@ def test_a_folder_that_goes_and_returns(program, folder):
         wait_for_partial(folder)
         shutil.rmtree(folder)
         connection.sendall(b"67890")
-        assert uploads.answer_on(connection) == (500, {"error": "could not place the file"})
+        assert uploads.read_response(connection) == (500, {"error": "could not place the file"})
     # a volume that cannot be asked counts as full, for participants; the presenter reads why
     assert uploads.upload(program.address, "Sam", "a.jpg", b"x") == \
         (507, {"error": "not enough space on the Pro's disk"})
@@ -264,7 +264,7 @@ def test_a_folder_replaced_by_a_link_leads_nothing_elsewhere(program, folder, tm
         folder.rename(tmp_path / "moved")
         folder.symlink_to(outside)
         connection.sendall(b"67890")
-        assert uploads.answer_on(connection) == (201, {"file": "Sam-a.jpg"})
+        assert uploads.read_response(connection) == (201, {"file": "Sam-a.jpg"})
     assert uploads.upload(program.address, "Sam", "b.jpg", b"x")[0] == 507
     assert not list(outside.iterdir())
     assert (tmp_path / "moved/Sam-a.jpg").read_bytes() == b"1234567890"
@@ -292,7 +292,7 @@ def test_a_read_only_folder(start, folder):
         folder.chmod(0o555)
         try:
             connection.sendall(b"67890")
-            assert uploads.answer_on(connection) == (500, {"error": "could not place the file"})
+            assert uploads.read_response(connection) == (500, {"error": "could not place the file"})
             assert uploads.upload(program.address, "Sam", "b.jpg", b"x") == \
                 (500, {"error": "could not write the file"})
             program.command("per-participant on")
@@ -323,7 +323,7 @@ def test_a_disk_that_fills_up_in_the_middle(start, folder, small_disk):
         wait_for_partial(folder)
         small_disk(4 * MEGABYTE)
         connection.sendall(bytes(19 * MEGABYTE))
-        assert uploads.answer_on(connection) == (500, {"error": "could not write the file"})
+        assert uploads.read_response(connection) == (500, {"error": "could not write the file"})
     wait_until_nothing_is_left(folder)
     assert not uploads.visible(folder)
     program.wait_for_line("write failed: No space left on device", source="stderr")
@@ -414,7 +414,7 @@ def test_a_disk_that_hangs_stalls_only_uploads_to_it(start, folder, freezable_di
         assert uploads.upload(program.address, "Sam", "a.jpg", b"x") == BUSY
         freezable_disk(False)
         for number, connection in enumerate(eight):
-            assert uploads.answer_on(connection) == (201, {"file": f"Sam-{number}.jpg"})
+            assert uploads.read_response(connection) == (201, {"file": f"Sam-{number}.jpg"})
     for number, content in enumerate(contents):
         assert (folder / f"Sam-{number}.jpg").read_bytes() == content
 
@@ -426,7 +426,7 @@ def test_a_second_program_on_the_same_folder(start, program, folder):
         assert uploads.upload(second.address, "Sam", "a.jpg", b"second") == \
             (201, {"file": "Sam-a-2.jpg"})
         connection.sendall(b"67890")
-        assert uploads.answer_on(connection) == (201, {"file": "Sam-a.jpg"})
+        assert uploads.read_response(connection) == (201, {"file": "Sam-a.jpg"})
     assert (folder / "Sam-a.jpg").read_bytes() == b"1234567890"
 
 

@@ -3,9 +3,9 @@ from typing import NamedTuple
 
 import numpy
 
-from .browsers.page import BrowserPage
-from .waiting import LIMIT
-from .x11.drag_and_drop import Dragging
+from ..browsers.page import BrowserPage
+from ..waiting import LIMIT
+from ..x11.drag_and_drop import Dragging
 
 ROWS = ("Array.from(document.querySelectorAll('#queue li'), (row) =>"
         " [row.querySelector('.label').textContent, row.querySelector('progress').value,"

@@ -4,7 +4,7 @@ import json
 from pathlib import Path
 from urllib.parse import quote
 
-from . import http
+from .. import http
 
 
 def head(participant, filename, length):
@@ -20,7 +20,7 @@ def start(address, participant, filename, length, sent=b"", connect=http.connect
     return connection
 
 
-def answer_on(connection):
+def read_response(connection):
     """Status code and JSON document of an answer."""
     return parsed(http.read_to_end(connection))
 
@@ -35,7 +35,7 @@ def upload(address, participant, filename, content):
     """Sends a whole file and returns its answer."""
     with start(address, participant, filename, len(content)) as connection:
         connection.sendall(content)
-        return answer_on(connection)
+        return read_response(connection)
 
 
 def status(address):

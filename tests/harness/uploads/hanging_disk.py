@@ -3,8 +3,8 @@ import signal
 import subprocess
 from pathlib import Path
 
-from .process import Process
-from .waiting import eventually
+from ..process import Process
+from ..waiting import eventually
 
 SIZE = 3 << 30
 
