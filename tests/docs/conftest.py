@@ -4,7 +4,7 @@ import os
 import pytest
 
 from harness.documents import TREE
-from harness.scratch_machine import ScratchMachine
+from harness.host.scratch_machine import ScratchMachine
 
 pytest_plugins = ["harness.fixtures"]
 

@@ -3,7 +3,7 @@ import os
 
 import pytest
 
-from harness.installed import installation
+from harness.host.installation import installation
 from harness.network.lan import Network
 from harness.network.mdns_network import Room
 from harness.network.two_links import TwoLinks

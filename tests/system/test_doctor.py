@@ -10,10 +10,10 @@ from harness.desktop.panels import Tint2
 from harness.desktop.session import NO_BUS
 from harness.desktop.session_bus import SessionBus
 from harness.doctor import look
-from harness.installed import AS_USER, give_capability
+from harness.host.installation import AS_USER, give_capability
+from harness.host.terminal import Terminal
 from harness.network.fake_firewalld import FakeFirewalld
 from harness.program import executable, private_env
-from harness.terminal import Terminal
 from harness.wayland.sway import WaylandSession
 
 FINE, KNOW, MEND = "fine", "worth knowing", "to be mended"

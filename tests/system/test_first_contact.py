@@ -8,8 +8,8 @@ from pathlib import Path
 import pytest
 
 from harness.desktop.notifications import Notifications
+from harness.host.terminal import Terminal
 from harness.program import executable, private_env
-from harness.terminal import Terminal
 from harness.waiting import LIMIT, eventually
 
 ADDRESS = r"Open http://[\d.]+:\d+/ in any browser\n"

@@ -13,9 +13,9 @@ from pathlib import Path
 import pytest
 
 from harness import http
-from harness.journal import Journal
+from harness.host.journal import Journal
+from harness.host.terminal import Terminal
 from harness.program import executable, private_env, without_name
-from harness.terminal import Terminal
 from harness.viewer import Viewer
 from harness.waiting import eventually
 

@@ -6,8 +6,8 @@ from pathlib import Path
 
 import pytest
 
+from harness.host.shells import Bash, Fish, Zsh
 from harness.program import executable, private_env
-from harness.shells import Bash, Fish, Zsh
 from harness.waiting import LIMIT
 
 TREE = Path(__file__).resolve().parents[2]

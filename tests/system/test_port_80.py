@@ -8,7 +8,7 @@ from pathlib import Path
 import pytest
 
 from harness import http
-from harness.installed import AS_USER, USER, give_capability
+from harness.host.installation import AS_USER, USER, give_capability
 from harness.program import executable
 from harness.waiting import LIMIT
 

@@ -6,7 +6,7 @@ import subprocess
 
 import pytest
 
-from harness.journal import Journal, datagrams
+from harness.host.journal import Journal, datagrams
 from harness.waiting import LIMIT, eventually
 
 

@@ -4,11 +4,11 @@ import re
 import subprocess
 from pathlib import Path
 
-from .program import executable, private_env
+from ..program import executable, private_env
+from ..waiting import LIMIT, eventually
 from .terminal import Terminal
-from .waiting import LIMIT, eventually
 
-COMPLETIONS = Path(__file__).resolve().parents[2] / "resources/completions"
+COMPLETIONS = Path(__file__).resolve().parents[3] / "resources/completions"
 PROMPT = "ready> "
 ESCAPES = re.compile(r"\x1b\[[\d;?]*[A-Za-z]|\x1b[=>]|\r")
 

@@ -5,7 +5,7 @@ import tempfile
 from contextlib import contextmanager
 from pathlib import Path
 
-from .program import executable
+from ..program import executable
 
 USER = 65534
 AS_USER = ["setpriv", "--reuid", str(USER), "--regid", str(USER), "--clear-groups"]

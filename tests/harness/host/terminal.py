@@ -7,7 +7,7 @@ import subprocess
 import termios
 import threading
 
-from .waiting import LIMIT, eventually
+from ..waiting import LIMIT, eventually
 
 
 class Terminal:

@@ -2,9 +2,9 @@
 import subprocess
 from pathlib import Path
 
-from .process import Process
-from .program import executable
-from .waiting import LIMIT, eventually
+from ..process import Process
+from ..program import executable
+from ..waiting import LIMIT, eventually
 
 # As the packages are installed and a user has logged in; no service of the machine around is in reach.
 MAKE = """

@@ -1,0 +1,1 @@
+"""The computer around the program: its installation, the journal, terminals and shells."""
