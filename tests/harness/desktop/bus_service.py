@@ -1,4 +1,4 @@
-"""A service on a bus, made by a test."""
+"""A D-Bus service that a test implements."""
 import threading
 
 import gi
@@ -12,18 +12,18 @@ LIMIT_MS = LIMIT * 1000
 
 
 def connect(bus_address):
-    """A connection of one's own."""
+    """Opens a private connection to the bus."""
     return Gio.DBusConnection.new_for_address_sync(
         bus_address, Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT
         | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION, None, None)
 
 
 class BusService:
-    """Has a name on a bus and an object with one interface, on a connection of its own.
+    """Owns a bus name and exports an object with one interface, on a private connection.
 
-    It answers on a thread of its own, so that a test may wait for the program meanwhile. What it
-    does is for a subclass to say in called() and asked(), or, with several objects, in _called()
-    and _asked().
+    It serves calls on a thread of its own, so that a test may wait for the program at the same time.
+    A subclass implements handle_call() and get_property(), or overrides _handle_call() and
+    _get_property() if it exports several objects.
     """
 
     def __init__(self, bus_address, name, path, xml):
@@ -39,11 +39,11 @@ class BusService:
             "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
             GLib.Variant("(su)", (name, 0)), None, 0, LIMIT_MS, None)
 
-    def called(self, sender, method, arguments):
-        """The reply to a call, a GLib.Variant; None is an empty one."""
+    def handle_call(self, sender, method, arguments):
+        """Returns the reply as a GLib.Variant, or None for an empty reply."""
 
-    def asked(self, name):
-        """The value of a property, a GLib.Variant."""
+    def get_property(self, name):
+        """Returns the value of a property as a GLib.Variant."""
 
     def emit(self, interface, signal):
         self._connection.emit_signal(None, self._path, interface, signal, None)
@@ -54,15 +54,15 @@ class BusService:
         self._context.invoke_full(GLib.PRIORITY_DEFAULT, lambda *_: self._loop.quit())
         self._thread.join()
 
-    def _called(self, connection, sender, path, interface, method, arguments, invocation):
-        invocation.return_value(self.called(sender, method, arguments))
+    def _handle_call(self, connection, sender, path, interface, method, arguments, invocation):
+        invocation.return_value(self.handle_call(sender, method, arguments))
 
-    def _asked(self, connection, sender, path, interface, name):
-        return self.asked(name)
+    def _get_property(self, connection, sender, path, interface, name):
+        return self.get_property(name)
 
     def _export(self, path, xml):
         interface = Gio.DBusNodeInfo.new_for_xml(xml).interfaces[0]
-        return self._connection.register_object(path, interface, self._called, self._asked, None)
+        return self._connection.register_object(path, interface, self._handle_call, self._get_property, None)
 
     def _serve(self, xml):
         self._context.push_thread_default()

@@ -1,4 +1,4 @@
-"""A desktop's service for notifications."""
+"""The notification service of a desktop."""
 import gi
 
 gi.require_version("Gio", "2.0")
@@ -19,13 +19,13 @@ XML = f"""<node><interface name="{NAME}">
 
 
 class Notifications(BusService):
-    """Keeps what it is told to show: a title and a text each."""
+    """Records the notifications that it receives, as pairs of title and text."""
 
     def __init__(self, bus_address):
         self.shown = []
         super().__init__(bus_address, NAME, "/org/freedesktop/Notifications", XML)
 
-    def called(self, sender, method, arguments):
+    def handle_call(self, sender, method, arguments):
         _, _, _, title, text, *_ = arguments.unpack()
         self.shown.append((title, text))
         return GLib.Variant("(u)", (len(self.shown),))

@@ -1,4 +1,4 @@
-"""Real panels with a tray: one that shows status notifier items, and one that embeds icons."""
+"""Real panels with a tray: one that shows StatusNotifierItems, and one that embeds icon windows."""
 from pathlib import Path
 
 import numpy
@@ -53,9 +53,9 @@ strut_policy = follow_size
 
 
 class Panel:
-    """A panel along the lower edge of a display, on which nothing but a tray is to be seen.
+    """A panel along the lower edge of a display that shows nothing but a tray.
 
-    `dark` chooses its colour.
+    `dark` selects its background colour.
     """
 
     def __init__(self, folder, screen, env, dark=True):
@@ -71,7 +71,7 @@ class Panel:
             raise
 
     def icon(self):
-        """Where the one icon in the tray is: its middle."""
+        """Waits for the only icon in the tray and returns its centre."""
         return eventually(self._find_icon, LIMIT, f"an icon is seen in {self.name}", every=0.2)
 
     def click_icon(self, button=1):
@@ -85,7 +85,7 @@ class Panel:
         return self._mark in self._screen.window_tree()
 
     def _find_icon(self):
-        """Something of another colour than the panel's, at rest."""
+        """Returns the centre of what differs from the panel's background, or None if nothing does."""
         strip = pixels.grab(self._screen)[-HEIGHT + 4:-4].astype(int)
         foreground = (abs(strip - numpy.median(strip, axis=(0, 1))).max(axis=2) > 60)
         columns = numpy.flatnonzero(foreground.any(axis=0))
@@ -95,7 +95,7 @@ class Panel:
 
 
 class LXQtPanel(Panel):
-    """Shows status notifier items; is watcher and host of them."""
+    """Shows StatusNotifierItems; it is their watcher and host."""
 
     name = "lxqt-panel"
     _mark = '"lxqt-panel"'
@@ -109,7 +109,7 @@ class LXQtPanel(Panel):
 
 
 class Tint2(Panel):
-    """Embeds the icons' windows."""
+    """Embeds icon windows (XEmbed)."""
 
     name = "tint2"
     _mark = '"tint2"'

@@ -1,4 +1,4 @@
-"""A desktop session for the program: an X display, a session bus, and what a test adds to them."""
+"""A desktop session for the program: an X display, a session bus, and what a test starts there."""
 import contextlib
 import re
 import subprocess
@@ -15,7 +15,7 @@ TOOLKIT_LEAKS = Path(__file__).with_name("toolkit_leaks.supp")
 
 
 class DesktopSession:
-    """A session on an X server. stop() ends everything that was started in it."""
+    """A session on an X server. stop() ends every process that was started in it."""
 
     def __init__(self, folder, screen):
         self.screen = screen
@@ -26,7 +26,7 @@ class DesktopSession:
 
     @property
     def variables(self):
-        """What the program's environment needs to be in this session."""
+        """The environment variables that put the program into this session."""
         return {"DBUS_SESSION_BUS_ADDRESS": self.bus.address,
                 "XDG_RUNTIME_DIR": str(self._folder),
                 "LSAN_OPTIONS": f"suppressions={TOOLKIT_LEAKS}"}
@@ -36,11 +36,11 @@ class DesktopSession:
         return {**private_env(self._folder, self.screen.name), **self.variables}
 
     def start_tray(self, hosting=True):
-        """A tray that is no panel but a test."""
+        """Starts a tray that the test controls over D-Bus."""
         return self._keep(TrayHost(self.bus.address, hosting))
 
     def start_panel(self, panel, dark=True):
-        """A real panel; `panel` is its class."""
+        """Starts a real panel of the given class."""
         return self._keep(panel(self._folder, self.screen, self.env, dark))
 
     def start_window_manager(self):
@@ -49,14 +49,14 @@ class DesktopSession:
             "xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), LIMIT, "the window manager")
 
     def launch_again(self):
-        """Starts the program once more, to its end; returns what it printed."""
+        """Runs a second instance of the program to its end and returns its standard output."""
         done = subprocess.run([executable()], env=self.env, capture_output=True, text=True,
                               timeout=LIMIT)
         assert done.returncode == 0, done.stderr
         return done.stdout
 
     def window(self):
-        """The program's window, when it can be seen."""
+        """Returns the ID of the program's window, or None unless it is visible."""
         tree = self.screen.window_tree()
         for found in re.finditer(r'^ +(0x[0-9a-f]+) "Tarvinel":.* (\d+)x(\d+)\+', tree, re.M):
             if int(found[2]) > 50 and "IsViewable" in self._window_state(found[1]):

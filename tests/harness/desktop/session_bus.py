@@ -1,11 +1,11 @@
-"""A session bus of a test's own."""
+"""A private session bus."""
 import re
 from pathlib import Path
 
 from ..process import Process
 from ..waiting import LIMIT, eventually
 
-# Of any user, since what is tested may run as another one than the test.
+# Any user may connect, because the program may run as another user than the test.
 CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
@@ -22,7 +22,7 @@ CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Con
 
 
 class SessionBus:
-    """One dbus-daemon. It starts no services by itself: who is there was started by the test."""
+    """One dbus-daemon. It activates no services: only what the test started is on the bus."""
 
     def __init__(self, folder):
         configuration = Path(folder) / "bus.conf"
@@ -31,7 +31,7 @@ class SessionBus:
             ["dbus-daemon", f"--config-file={configuration}", "--print-address", "--nofork",
              "--nopidfile"], folder, "dbus-daemon")
         try:
-            eventually(lambda: re.search(r"^unix:.*\n", self._process.stdout), LIMIT, "the bus is there")
+            eventually(lambda: re.search(r"^unix:.*\n", self._process.stdout), LIMIT, "the bus listens")
         except BaseException:
             self._process.stop()
             raise

@@ -1,4 +1,4 @@
-"""A tray: what a desktop's panel is to a program over D-Bus, without the panel."""
+"""A StatusNotifier tray: the D-Bus side of a desktop's panel, without the panel."""
 import gi
 
 gi.require_version("Gio", "2.0")
@@ -23,7 +23,7 @@ WATCHER_XML = f"""<node><interface name="{WATCHER}">
 
 
 class TrayHost(BusService):
-    """The watcher and, unless it is to come later, a host."""
+    """The StatusNotifierWatcher and, if `hosting`, a host; begin_hosting() registers a host later."""
 
     def __init__(self, bus_address, hosting=True):
         self._items = []
@@ -35,25 +35,25 @@ class TrayHost(BusService):
         self.emit(WATCHER, "StatusNotifierHostRegistered")
 
     def item(self, within=LIMIT):
-        """The one icon that is shown."""
+        """Waits for the icon and returns it."""
         eventually(lambda: self._items, within, "an icon is in the tray")
         return TrayItem(self._connection, self._items[-1])
 
     def items(self):
         return list(self._items)
 
-    def called(self, sender, method, arguments):
+    def handle_call(self, sender, method, arguments):
         if method == "RegisterStatusNotifierItem":
             self._items.append(sender)
 
-    def asked(self, name):
+    def get_property(self, name):
         return {"RegisteredStatusNotifierItems": lambda: GLib.Variant("as", self._items),
                 "IsStatusNotifierHostRegistered": lambda: GLib.Variant("b", self._hosting),
                 "ProtocolVersion": lambda: GLib.Variant("i", 0)}[name]()
 
 
 class TrayItem:
-    """An icon in the tray, and the menu behind it."""
+    """An icon in the tray, with its menu."""
 
     def __init__(self, connection, service):
         self._connection = connection
@@ -65,11 +65,11 @@ class TrayItem:
                           GLib.Variant("(ss)", (ITEM, name)))[0]
 
     def activate(self):
-        """A click with the first button, where the host leaves the menu to the program."""
+        """Activates the icon, as a host does on a left click when it does not show the menu itself."""
         self._call("/StatusNotifierItem", ITEM, "Activate", GLib.Variant("(ii)", (0, 0)))
 
     def entries(self):
-        """The menu's entries, top to bottom, submenus included in theirs."""
+        """Returns the menu's entries from top to bottom; a submenu is in `children` of its entry."""
         layout = self._call(self._menu_path, MENU, "GetLayout", GLib.Variant("(iias)", (0, -1, [])))
         return [MenuEntry(self, child) for child in layout[1][2]]
 
@@ -77,7 +77,7 @@ class TrayItem:
         return [entry.label for entry in self.entries()]
 
     def entry(self, label, within=LIMIT):
-        """The entry that reads so, in the menu or in one of its submenus."""
+        """Waits for the entry with this label, in the menu or in one of its submenus."""
         return eventually(lambda: self._find(self.entries(), label), within, f"an entry {label!r}")
 
     def click(self, label):
@@ -94,9 +94,9 @@ class TrayItem:
         return None
 
     def _call(self, path, interface, method, arguments):
-        answer = self._connection.call_sync(self.service, path, interface, method, arguments, None,
-                                            0, LIMIT_MS, None)
-        return answer.unpack()
+        reply = self._connection.call_sync(self.service, path, interface, method, arguments, None,
+                                           0, LIMIT_MS, None)
+        return reply.unpack()
 
 
 class MenuEntry:

@@ -31,7 +31,7 @@ class FakeFirewalld(BusService):
         self._lets_in, self._zones, self._default = lets_in, dict(zones), default
         super().__init__(bus_address, NAME, PATH, XML)
 
-    def called(self, sender, method, arguments):
+    def handle_call(self, sender, method, arguments):
         if method == "getDefaultZone":
             return GLib.Variant("(s)", (self._default,))
         if method == "getZoneOfInterface":
@@ -39,12 +39,12 @@ class FakeFirewalld(BusService):
         zone, *what = arguments
         return GLib.Variant("(b)", ("/".join(what) in self._lets_in.get(zone or self._default, ()),))
 
-    def _called(self, connection, sender, path, interface, method, arguments, invocation):
+    def _handle_call(self, connection, sender, path, interface, method, arguments, invocation):
         if self._lets_in is None and method.startswith("query"):
             invocation.return_dbus_error(REFUSAL, "Not Authorized(polkit)")
         else:
-            invocation.return_value(self.called(sender, method, arguments))
+            invocation.return_value(self.handle_call(sender, method, arguments))
 
     def _export(self, path, xml):
         for interface in Gio.DBusNodeInfo.new_for_xml(xml).interfaces:
-            self._connection.register_object(path, interface, self._called, None, None)
+            self._connection.register_object(path, interface, self._handle_call, None, None)
