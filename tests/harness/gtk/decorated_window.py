@@ -1,9 +1,9 @@
-"""A GTK window that draws its title bar, its rounded corners and its shadow by itself.
+"""A GTK window with client-side decorations: title bar, rounded corners and shadow.
 
     decorated_window.py TITLE COLOUR WIDTH HEIGHT
 
-Below the title bar it is of one colour. Answers each line of its standard input with "done" when
-it has been carried out; it ends with its input.
+The area below the title bar has one colour. The program prints "done" after each command from its
+standard input and ends when that is closed.
 """
 import sys
 
@@ -50,8 +50,8 @@ class Window:
         menu.attach_to_widget(self._window)
         menu.popup_at_widget(self._area, Gdk.Gravity.CENTER, Gdk.Gravity.NORTH_WEST, None)
 
-    def do(self, verb, *words):
-        getattr(self, verb)(*words)
+    def execute(self, verb, *arguments):
+        getattr(self, verb)(*arguments)
         print("done", flush=True)
 
     def _draw(self, _, canvas):
@@ -60,4 +60,4 @@ class Window:
         return True
 
 
-scripted_window.run(Window(sys.argv[1], sys.argv[2], int(sys.argv[3]), int(sys.argv[4])).do)
+scripted_window.run(Window(sys.argv[1], sys.argv[2], int(sys.argv[3]), int(sys.argv[4])).execute)

@@ -1,9 +1,9 @@
-"""A window without any decoration that is painted as it is told on standard input.
+"""A window without decorations that executes painting commands from its standard input.
 
     plain_window.py WIDTH HEIGHT
 
-Answers each line with "done" once the window shows it, the first time once the window is there.
-Its pointer is a plain white square. It ends with its input.
+It prints "done" when the window is first drawn, and again after each command when the window shows the
+result. Its cursor is a white square. It ends when its input is closed.
 """
 import sys
 
@@ -17,16 +17,16 @@ class PlainWindow:
     def __init__(self, width, height):
         self._colours = [Gdk.RGBA(0.5, 0.5, 0.5, 1)] * 4
         self._size = (width, height)
-        self._owes = True
+        self._reply_pending = True
         self._window = Gtk.Window()
         self._window.set_decorated(False)
         self._window.set_default_size(width, height)
         self._window.connect("draw", self._draw)
-        self._window.connect("realize", self._set_pointer)
+        self._window.connect("realize", self._set_cursor)
         self._window.set_app_paintable(True)
         self._window.show_all()
 
-    def _set_pointer(self, window):
+    def _set_cursor(self, window):
         square = GdkPixbuf.Pixbuf.new(GdkPixbuf.Colorspace.RGB, True, 8, POINTER, POINTER)
         square.fill(0xffffffff)
         window.get_window().set_cursor(
@@ -38,21 +38,21 @@ class PlainWindow:
             Gdk.cairo_set_source_rgba(canvas, colour)
             canvas.rectangle(number % 2 * (width // 2), number // 2 * (height // 2), width, height)
             canvas.fill()
-        if self._owes and (width, height) == self._size:
-            self._owes = False
+        if self._reply_pending and (width, height) == self._size:
+            self._reply_pending = False
             print("done", flush=True)
         return True
 
-    def do(self, verb, *words):
-        self._owes = True
+    def execute(self, verb, *arguments):
+        self._reply_pending = True
         if verb == "paint":
-            for number, word in enumerate(words):
+            for number, argument in enumerate(arguments):
                 self._colours[number] = colour = Gdk.RGBA()
-                colour.parse(word)
+                colour.parse(argument)
         if verb == "resize":
-            self._size = tuple(map(int, words))
+            self._size = tuple(map(int, arguments))
             self._window.resize(*self._size)
         self._window.queue_draw()
 
 
-scripted_window.run(PlainWindow(int(sys.argv[1]), int(sys.argv[2])).do)
+scripted_window.run(PlainWindow(int(sys.argv[1]), int(sys.argv[2])).execute)

@@ -1,4 +1,4 @@
-"""A GTK program that does what it is told on its standard input, and ends with that."""
+"""The main loop of a GTK program that executes commands from its standard input until it closes."""
 import sys
 
 import gi
@@ -8,14 +8,14 @@ gi.require_version("Gdk", "3.0")
 from gi.repository import GLib, Gtk  # noqa: E402  (the versions come first)
 
 
-def run(do):
-    """Runs the program; do(verb, *words) carries a line out."""
+def run(execute):
+    """Runs the main loop; calls execute(verb, *arguments) for every line."""
     def read(*_):
         line = sys.stdin.readline()
         if not line:
             Gtk.main_quit()
             return False
-        do(*line.split())
+        execute(*line.split())
         return True
 
     GLib.io_add_watch(sys.stdin, GLib.PRIORITY_DEFAULT, GLib.IO_IN | GLib.IO_HUP, read)

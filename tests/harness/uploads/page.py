@@ -5,7 +5,7 @@ import numpy
 
 from ..browsers.page import BrowserPage
 from ..waiting import LIMIT
-from ..x11.drag_and_drop import Dragging
+from ..x11.drag_and_drop import DragAndDrop
 
 ROWS = ("Array.from(document.querySelectorAll('#queue li'), (row) =>"
         " [row.querySelector('.label').textContent, row.querySelector('progress').value,"
@@ -62,13 +62,13 @@ class UploadPage(BrowserPage):
     def drag(self, folder, *paths):
         """Drags files with the mouse from another program's window and drops them."""
         state = CLOSED_ZONE if self.text("#closed") else OPEN_ZONE
-        with Dragging(self.browser.screen, folder, paths) as dragging:
-            dragging.hold(*self._drop_zone())
-            self.eventually(lambda: dragging.tremble() or self._is_dragged_over(),
+        with DragAndDrop(self.browser.screen, folder, paths) as drag:
+            drag.drag_to(*self._drop_zone())
+            self.eventually(lambda: drag.jiggle() or self._is_dragged_over(),
                             "the drop zone is ready to take them")
             self.wait_until_seen("#drop", state.edge)
             self.keep_screenshot(state.screenshot)
-            dragging.release()
+            drag.drop()
         self.eventually(lambda: not self._is_dragged_over(), "the drop zone is at rest")
         if not self.browser.hands_over_dropped_files:
             assert self.labels() == []

@@ -1,4 +1,4 @@
-"""Files dragged with the mouse from another program onto a page."""
+"""Files that are dragged with the mouse from another program onto a page."""
 import contextlib
 import sys
 from pathlib import Path
@@ -9,31 +9,31 @@ from ..waiting import LIMIT, eventually
 PROGRAM = Path(__file__).parents[1] / "gtk/drag_source.py"
 
 
-class Dragging:
-    """One drag on an X display. `hold` takes the files to a place, `release` lets go of them."""
+class DragAndDrop:
+    """One drag on an X display: drag_to() drags the files to a position, drop() drops them there."""
 
     def __init__(self, screen, folder, paths):
         self._screen = screen
         self._source = Process([sys.executable, PROGRAM, *paths], folder, "drag-source",
                                env={**screen.env, "NO_AT_BRIDGE": "1"})
-        eventually(lambda: "shown" in self._source.stdout, LIMIT, "there is something to drag")
+        eventually(lambda: "shown" in self._source.stdout, LIMIT, "the drag source is mapped")
 
-    def hold(self, x, y):
-        """Takes hold and moves to (x, y), without letting go."""
+    def drag_to(self, x, y):
+        """Presses the mouse button on the files and moves to (x, y), without releasing it."""
         self._mouse("mousemove", 12, 12, "mousedown", 1)
         for step in range(1, 11):
             self._mouse("mousemove", 12 + (x - 12) * step // 10, 12 + (y - 12) * step // 10,
                         "sleep", 0.02)
 
-    def tremble(self):
-        """Moves a little, as any hand does: what is below asks again whether to take the files."""
+    def jiggle(self):
+        """Moves the pointer a little, so that the target is asked again whether it accepts the files."""
         self._mouse("mousemove_relative", 1, 0, "mousemove_relative", "--", -1, 0)
 
-    def release(self):
-        """Lets go; returns when the other side has taken the files."""
+    def drop(self):
+        """Drops the files and returns when the target has accepted them."""
         self._mouse("mouseup", 1)
         eventually(lambda: "over" in self._source.stdout, LIMIT, "the drag is over")
-        assert "refused" not in self._source.stdout
+        assert "rejected" not in self._source.stdout
 
     def __enter__(self):
         return self
