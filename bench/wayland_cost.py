@@ -11,7 +11,7 @@ import time
 from measuring import drain, print_costs
 
 from harness.viewer import Viewer
-from harness.wayland.sway import WaylandSession
+from harness.wayland.sway import SwaySession
 
 CHANGES_A_SECOND = 20
 
@@ -38,7 +38,7 @@ def measure(session, program, change, seconds):
 
 
 def run(_, width, height, seconds):
-    session = WaylandSession(width, height)
+    session = SwaySession(width, height)
     try:
         program = session.program("--share", "display-1")
         program.wait_until_sharing()

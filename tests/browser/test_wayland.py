@@ -1,10 +1,10 @@
-"""A Wayland desktop's screen in a browser. What is captured is the matter of the system tests."""
+"""A Wayland desktop's screen in a browser. The system tests cover what is captured."""
 import numpy
 import pytest
 
 from harness import pixels
 from harness.viewer import Viewer
-from harness.wayland.sway import WaylandSession
+from harness.wayland.sway import SwaySession
 
 pytestmark = pytest.mark.parametrize(
     "engine", [pytest.param("chromium", marks=pytest.mark.xdist_group("chromium"))], indirect=True)
@@ -12,7 +12,7 @@ pytestmark = pytest.mark.parametrize(
 
 @pytest.fixture
 def session():
-    with WaylandSession() as made:
+    with SwaySession() as made:
         yield made
 
 
@@ -33,7 +33,7 @@ def test_the_screen_is_seen(page, session, network, place):
 
 
 def fill_until_captured(session, viewer, colour):
-    """Once in some hundred times this desktop's portal keeps a first picture to itself."""
+    """Repeats the change, because this desktop's portal withholds about one first frame in a hundred."""
     wanted = numpy.frombuffer(colour.to_bytes(3, "big"), numpy.uint8).astype(int)
     viewer.frame_after(lambda: session.show(f"#{colour:06x}"),
                        lambda jpeg: (abs(pixels.decode(jpeg) - wanted) < 12).all(), patience=5)

@@ -14,7 +14,7 @@ from harness.host.installation import AS_USER, give_capability
 from harness.host.terminal import Terminal
 from harness.network.fake_firewalld import FakeFirewalld
 from harness.program import executable, private_env
-from harness.wayland.sway import WaylandSession
+from harness.wayland.sway import SwaySession
 
 FINE, KNOW, MEND = "fine", "worth knowing", "to be mended"
 
@@ -131,7 +131,7 @@ def test_a_system_bus_that_hangs(tmp_path, silent_bus):
 
 @pytest.fixture
 def wayland():
-    made = WaylandSession()
+    made = SwaySession()
     yield made
     made.stop()
 

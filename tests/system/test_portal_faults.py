@@ -1,4 +1,4 @@
-"""A desktop portal that answers late, not at all, or with what makes no sense."""
+"""A desktop portal that responds late, not at all, or with invalid values."""
 import json
 import os
 from pathlib import Path
@@ -12,7 +12,7 @@ from harness.waiting import LIMIT, eventually
 
 FAKE_PORTAL = Path(harness.__file__).with_name("wayland") / "fake_portal.py"
 SCREEN = "display-1"
-GIVEN_UP_WITHIN = 25 + LIMIT  # the bus waits 25 seconds for an answer
+GIVEN_UP_WITHIN = 25 + LIMIT  # the bus waits 25 seconds for a reply
 
 NO_SHARING = "this desktop offers no sharing of its screen"
 NOT_STARTED = "the desktop could not start sharing its screen"
@@ -29,7 +29,7 @@ def bus(tmp_path):
 
 @pytest.fixture
 def portal(tmp_path, bus, clients):
-    """Starts a portal that does as told, see fake_portal.py."""
+    """Starts a portal with this script, see fake_portal.py."""
     def start_portal(script):
         fake = Process(["/usr/bin/python3", FAKE_PORTAL, json.dumps(script)], tmp_path, "portal",
                        env={**os.environ, "DBUS_SESSION_BUS_ADDRESS": bus.address})
@@ -41,7 +41,7 @@ def portal(tmp_path, bus, clients):
 
 @pytest.fixture
 def start_on_portal(start, bus, portal):
-    """Starts the program on a portal that does as told, and asks for the screen."""
+    """Starts the program with a scripted portal and returns both."""
     def start_it(script, *arguments):
         fake = portal(script)
         program = start("--capture", "portal", *arguments,
@@ -52,7 +52,7 @@ def start_on_portal(start, bus, portal):
 
 @pytest.fixture
 def sharing_fails(start_on_portal):
-    """Expects that sharing fails for a reason, which is said once, and that the program goes on."""
+    """Expects that sharing fails, that the program prints the reason and keeps running."""
     def expect(script, reason, within=LIMIT):
         program, _ = start_on_portal(script, "--share", SCREEN)
         program.wait_for_line(reason, within)
@@ -62,9 +62,9 @@ def sharing_fails(start_on_portal):
     return expect
 
 
-@pytest.mark.parametrize("told", [{"error": "org.freedesktop.DBus.Error.AccessDenied"}])
-def test_a_listing_that_is_refused(start_on_portal, told):
-    program, _ = start_on_portal({"GetAll": told})
+@pytest.mark.parametrize("behaviour", [{"error": "org.freedesktop.DBus.Error.AccessDenied"}])
+def test_a_listing_that_is_refused(start_on_portal, behaviour):
+    program, _ = start_on_portal({"GetAll": behaviour})
     program.wait_for_line(f"shareable content failed: {NO_SHARING}", source="stderr")
 
 
@@ -95,17 +95,17 @@ def test_a_portal_of_the_future(start_on_portal):
 
 
 @pytest.mark.parametrize("method", ["CreateSession", "SelectSources", "Start"])
-@pytest.mark.parametrize("told, reason", [
+@pytest.mark.parametrize("behaviour, reason", [
     ({"error": "org.freedesktop.portal.Error.Failed"}, NOT_STARTED),
     ({"code": 2}, NOT_STARTED),
     ({"code": 4294967295}, NOT_STARTED),
 ])
-def test_a_request_that_fails(sharing_fails, method, told, reason):
-    sharing_fails({method: told}, reason)
+def test_a_request_that_fails(sharing_fails, method, behaviour, reason):
+    sharing_fails({method: behaviour}, reason)
 
 
 def test_a_desktops_part_that_is_just_being_started(start_on_portal):
-    """As that of GNOME 43 answers then, and after another program's dialog made it crash."""
+    """GNOME 43 replies like this at that time, and after another program's dialog made it crash."""
     program, fake = start_on_portal({"CreateSession": [{"code": 2}, {"code": 2}, {}],
                                      "Start": {"code": 1}}, "--share", SCREEN)
     program.wait_for_line("startCapture failed .*Operation canceled", source="stderr")
@@ -158,7 +158,7 @@ def test_a_request_that_is_never_taken(sharing_fails, method):
 
 @pytest.mark.parametrize("method", ["CreateSession", "SelectSources", "Start"])
 def test_a_response_that_never_comes_can_be_given_up(start_on_portal, method):
-    program, fake = start_on_portal({method: "unanswered"}, "--share", SCREEN)
+    program, fake = start_on_portal({method: "no response"}, "--share", SCREEN)
     eventually(lambda: method in fake.stdout.split(), LIMIT, "it was asked")
     program.command("stop")
     program.command("status")

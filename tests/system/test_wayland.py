@@ -9,7 +9,7 @@ import pytest
 from harness import pixels
 from harness.viewer import Viewer
 from harness.waiting import LIMIT, eventually
-from harness.wayland.sway import OUTPUT, WaylandSession
+from harness.wayland.sway import OUTPUT, SwaySession
 
 SCREEN = "display-1"
 ANOTHER = "display-2"
@@ -19,7 +19,7 @@ RED, GREEN, BLUE = (255, 0, 0), (0, 255, 0), (0, 0, 255)
 
 @pytest.fixture
 def session():
-    with WaylandSession() as made:
+    with SwaySession() as made:
         yield made
 
 
@@ -33,7 +33,7 @@ def is_filled(jpeg, colour):
 
 
 def sees(session, viewer, colour):
-    """Fills the screen and waits until the viewer sees that."""
+    """Fills the screen with a colour and waits until the viewer sees it."""
     show(session, colour)
     return viewer.frame_where(lambda jpeg: is_filled(jpeg, colour))
 
@@ -53,7 +53,7 @@ def sharing(session):
 
 
 def expect_end(program, reason):
-    """The share ends with its reason, and the program lives on."""
+    """Waits until the share has ended for this reason, and checks that the program still runs."""
     program.wait_for_line(f"Sharing stopped: {reason}")
     program.wait_until_sharing(False)
     assert program.running()
@@ -73,7 +73,7 @@ def test_a_still_screen_sends_nothing(session, sharing):
 
 
 def expect_rest(program, viewer):
-    """Soon nothing is sent any more, and nothing done."""
+    """Waits until the program sends nothing and uses no processor time."""
     while viewer.readable(1.5):
         viewer.next_frame()
     before = program.cpu_seconds()
@@ -82,7 +82,7 @@ def expect_rest(program, viewer):
 
 
 def test_a_terminal_is_seen_as_it_is_and_costs_nothing_at_rest(session, sharing):
-    """The compositor's own screenshot is what the picture is compared with."""
+    """The picture is compared with the compositor's own screenshot."""
     session.terminal()
     empty = ink(session.screenshot())
     with Viewer(sharing.address) as viewer:
@@ -97,7 +97,7 @@ def test_a_terminal_is_seen_as_it_is_and_costs_nothing_at_rest(session, sharing)
 
 
 def ink(picture):
-    """The number of bright pixels."""
+    """Returns the number of bright pixels."""
     return (picture.min(axis=2) > 150).sum()
 
 
@@ -111,7 +111,7 @@ def test_the_pointer_is_seen_and_its_movements_are_motion(session, sharing):
 
 
 def has_pointer_at(picture, place):
-    """Whether an arrow with its tip there is all that is not blue."""
+    """Returns whether an arrow with its tip there is the only thing that is not blue."""
     rows, columns = numpy.nonzero(abs(picture.astype(int) - BLUE).max(axis=2) > 100)
     if not len(rows):
         return False
@@ -166,14 +166,14 @@ def test_a_token_that_means_nothing_opens_the_dialog(session, token):
 
 
 def test_a_refusal_leaves_things_as_they_were(session):
-    session.answer("")
+    session.choose_output("")
     program = session.program("--share", SCREEN)
     program.wait_for_line("startCapture failed", source="stderr")
     program.command("status")
     eventually(lambda: program.stdout.count("Not sharing") > 1, LIMIT, "it tells the status")
     assert program.status()["sharing"] is False
     assert "anceled" not in program.stdout and "stopped" not in program.stdout
-    session.answer(OUTPUT)
+    session.choose_output(OUTPUT)
     program.share(SCREEN)
     assert session.dialogs() == 2
 
@@ -196,8 +196,8 @@ def test_another_screen_is_asked_for_again(session, sharing):
 def test_a_refusal_while_sharing_leaves_the_share_on(session, sharing):
     with Viewer(sharing.address) as viewer:
         sees(session, viewer, RED)
-        session.answer("")
-        with session.dialog_held_open():  # this back end sends no pictures meanwhile
+        session.choose_output("")
+        with session.dialog_held_open():  # this backend sends no frames while the dialog is open
             sharing.command(f"share {ANOTHER}")
             eventually(lambda: session.dialogs() == 2, LIMIT, "the dialog is open")
             assert sharing.status()["sharing"] is True
@@ -239,7 +239,7 @@ def test_the_portal_dies_while_sharing(session, sharing):
 
 
 def test_the_back_end_dies_while_sharing(session, sharing):
-    session.back_end.kill()
+    session.backend.kill()
     expect_end(sharing, "the desktop ended it")
 
 
@@ -257,9 +257,9 @@ def test_the_media_server_comes_back(session, sharing):
     session.pipewire.kill()
     expect_end(sharing, r"the desktop's media server \(PipeWire\) ended")
     session.session_manager.stop()
-    session.back_end.stop()
+    session.backend.stop()
     session.pipewire = session.start_pipewire()
-    session.back_end = session.start_back_end()
+    session.backend = session.start_backend()
     sharing.share(SCREEN)
     with Viewer(sharing.address) as viewer:
         sees(session, viewer, GREEN)

@@ -1,23 +1,23 @@
-"""Screens and windows as mutter gives them: it never tells what changed, and shows a window as a part
-of a larger picture."""
+"""Screens and windows as mutter delivers them: without damage, and a window as a crop of a larger
+picture."""
 import pytest
 
 from harness import pixels
 from harness.pixels import is_about
 from harness.viewer import Viewer
-from harness.wayland.mutter import CURSOR_EMBEDDED, CURSOR_HIDDEN, MutterDesktop
+from harness.wayland.mutter import CURSOR_EMBEDDED, CURSOR_HIDDEN, MutterSession
 
 SCREEN, WINDOW = "display-1", "window-1"
 RED, GREEN, BLUE, GREY = (255, 0, 0), (0, 255, 0), (0, 0, 255), (128, 128, 128)
 WHITE = (255, 255, 255)
-WIDTH, HEIGHT = 400, 300  # of the window
+WIDTH, HEIGHT = 400, 300  # size of the window
 GONE = "the desktop ended it, or it is gone"
-POINTER = 16  # its sides
+POINTER = 16  # its width and height
 
 
 @pytest.fixture
 def session():
-    with MutterDesktop() as made:
+    with MutterSession() as made:
         yield made
 
 
@@ -30,13 +30,13 @@ def window(session):
 
 @pytest.fixture
 def cast(session, window):
-    """A share of the desktop's, made when the window is there."""
+    """A screen cast, which is created after the window."""
     return session.cast()
 
 
 def share(session, cast, source):
     node = cast.share_monitor() if source == SCREEN else cast.share_window()
-    session.back_end.grant(node, cast.told_size())
+    session.backend.approve(node, cast.announced_size())
     program = session.program("--share", source)
     program.wait_until_sharing()
     return program
@@ -63,19 +63,19 @@ def shows_quarters(jpeg, *place):
 
 
 def rest(viewer):
-    """Takes what still comes of the last picture."""
+    """Reads frames until no more follow."""
     while viewer.readable(1.5):
         viewer.next_frame()
 
 
 def painted(window, *colours):
-    """Paints the window; to be done again until it is seen: mutter skips a picture when the media
-    server is busy with the one before."""
+    """Returns a function that paints the window. It has to be repeated until the viewer sees the
+    result, because mutter skips a frame while the media server is busy with the one before."""
     return lambda: window.paint(*colours)
 
 
 def moved(cast, x, y):
-    """Moves the pointer there, likewise."""
+    """Returns a function that moves the pointer, which has to be repeated in the same way."""
     def move():
         cast.move_pointer(x + 1, y)
         cast.move_pointer(x, y)
@@ -89,7 +89,7 @@ def expect_end(program, reason):
 
 
 def expect_window(viewer, window, width=WIDTH, height=HEIGHT):
-    """Waits until the window is seen, and nothing else."""
+    """Waits until the viewer sees the window and nothing else."""
     return viewer.frame_after(
         painted(window, RED, GREEN, BLUE, GREY),
         lambda jpeg: size_of(jpeg) == (width, height) and shows_quarters(jpeg, width, height))
@@ -193,7 +193,7 @@ def test_the_desktop_ends_the_share(session, window, cast):
     cast.stop()
     expect_end(program, GONE)
     cast = session.cast()
-    session.back_end.grant(cast.share_monitor())
+    session.backend.approve(cast.share_monitor())
     program.share(SCREEN)
     with Viewer(program.address) as viewer:
         viewer.frame_after(painted(window, RED), lambda jpeg: place_of(jpeg, RED))

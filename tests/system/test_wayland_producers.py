@@ -1,6 +1,6 @@
-"""Producers other than the usual ones, and such as say what makes no sense.
+"""PipeWire producers other than the usual ones, and producers whose metadata is invalid.
 
-Whatever comes, the right picture is shown or the buffer is passed over, and the program goes on.
+The program either shows the right picture or skips the buffer, and it keeps running in every case.
 """
 import pytest
 
@@ -9,12 +9,12 @@ from harness.pixels import is_about
 from harness.program import executable
 from harness.viewer import Viewer
 from harness.waiting import LIMIT, eventually
-from harness.wayland.producer import ProducerDesktop
-from harness.wayland.scripted_backend import METADATA
+from harness.wayland.producer import ProducerSession
+from harness.wayland.scripted_portal import METADATA
 
 SCREEN = "display-1"
 WIDTH, HEIGHT = 320, 240
-BUFFERS = 4  # that a producer has
+BUFFERS = 4  # buffers of a producer
 SIZE = f"{WIDTH} {HEIGHT}"
 BYTES = WIDTH * HEIGHT * 4
 RED, GREEN, BLUE, GREY = (255, 0, 0), (0, 255, 0), (0, 0, 255), (128, 128, 128)
@@ -22,19 +22,19 @@ WHITE = (255, 255, 255)
 GONE = "the desktop ended it, or it is gone"
 STOPPED = f"Sharing stopped: {GONE}"
 NOT_STARTED = "the desktop could not start sharing its screen"
-NOTHING_FOLLOWS = 0.6  # seconds: a wait in which nothing is to happen
+NOTHING_FOLLOWS = 0.6  # seconds to wait when no frame is expected
 CHUNK_IS_RIGHT, FLAGS_ARE_RIGHT = "chunk right right right", "flags 0 0"
 
 
 @pytest.fixture(scope="module")
 def session():
-    with ProducerDesktop(cursor_modes=METADATA) as made:
+    with ProducerSession(cursor_modes=METADATA) as made:
         yield made
 
 
 @pytest.fixture
 def program(session, request):
-    """The program, nothing shared yet; it still runs at the end."""
+    """The program before it shares; the fixture checks that it still runs after the test."""
     made = session.program(name=request.node.name.replace("/", "-"))
     yield made
     assert made.running()
@@ -44,14 +44,14 @@ def program(session, request):
 
 @pytest.fixture
 def start(session, program):
-    """Shares a producer that was told these things."""
+    """Starts a producer with these commands and shares it."""
     started = []
 
-    def share(*commands, layout="BGRx", told_size=None):
-        producer = session.producer(f"format {layout} {SIZE}", *commands, told_size=told_size)
+    def share(*commands, layout="BGRx", announced_size=None):
+        producer = session.producer(f"format {layout} {SIZE}", *commands, announced_size=announced_size)
         started.append(producer)
         program.command(f"share {SCREEN}")
-        producer.wait_until_taken()
+        producer.wait_until_streaming()
         program.wait_until_sharing()
         return producer
 
@@ -79,7 +79,7 @@ def filled(colour):
 
 
 def shows(jpeg, quarters, width=WIDTH, height=HEIGHT):
-    """Whether the middles of the quarters have these colours, and the picture its size."""
+    """Returns whether the picture has this size and its quarters have these colours at their centres."""
     picture = pixels.decode(jpeg)
     middles = [(height // 4, width // 4), (height // 4, 3 * width // 4),
                (3 * height // 4, width // 4), (3 * height // 4, 3 * width // 4)]
@@ -92,25 +92,25 @@ def near(pixel, colour):
 
 
 def send_until(producer, viewer, seen, *commands):
-    """Sends a picture until it is seen: the media server may lose one."""
-    producer.tell(*commands)
+    """Sends a picture until the viewer sees it, because the media server may lose one."""
+    producer.send_commands(*commands)
     return viewer.frame_after(producer.send, seen)
 
 
 def show(producer, viewer, *quarters, **size):
-    """Sends a picture of one or four colours until it is seen just so."""
+    """Sends a picture of one or four colours until the viewer sees exactly that."""
     paint = colours(*quarters * (4 // len(quarters)))
-    return expect(producer, viewer, *quarters, told=[paint], **size)
+    return expect(producer, viewer, *quarters, commands=[paint], **size)
 
 
-def expect(producer, viewer, *quarters, told=(), **size):
-    """Sends what is told until the viewer sees these colours."""
+def expect(producer, viewer, *quarters, commands=(), **size):
+    """Sends pictures with these commands until the viewer sees these colours."""
     quarters *= 4 // len(quarters)
-    return send_until(producer, viewer, lambda jpeg: shows(jpeg, quarters, **size), *told)
+    return send_until(producer, viewer, lambda jpeg: shows(jpeg, quarters, **size), *commands)
 
 
 def rest(viewer):
-    """Takes what still comes of the last picture."""
+    """Reads frames until no more follow."""
     while viewer.readable(NOTHING_FOLLOWS):
         viewer.next_frame()
 
@@ -139,10 +139,10 @@ def test_pictures_that_are_the_same_send_nothing(start, viewer):
 
 
 def test_only_what_is_told_to_be_damaged_is_taken_over(start, viewer):
-    producer = start("facts damage")
+    producer = start("metadata damage")
     show(producer, viewer, RED)
     expect(producer, viewer, GREEN, RED, RED, RED,
-           told=[f"damage 0 0 {WIDTH // 2} {HEIGHT // 2}", filled(GREEN)])
+           commands=[f"damage 0 0 {WIDTH // 2} {HEIGHT // 2}", filled(GREEN)])
 
 
 @pytest.mark.parametrize("damage", [
@@ -153,24 +153,24 @@ def test_only_what_is_told_to_be_damaged_is_taken_over(start, viewer):
     "damage",
 ])
 def test_damage_out_of_the_frame_does_no_harm(start, viewer, damage):
-    producer = start("facts damage")
+    producer = start("metadata damage")
     show(producer, viewer, RED)
-    producer.tell(damage)
+    producer.send_commands(damage)
     show(producer, viewer, GREEN, BLUE, GREY, WHITE)
 
 
 def test_the_crop_is_all_that_is_seen(start, viewer):
-    producer = start("facts crop damage", f"crop {WIDTH // 2} 0 {WIDTH // 2} {HEIGHT}")
+    producer = start("metadata crop damage", f"crop {WIDTH // 2} 0 {WIDTH // 2} {HEIGHT}")
     expect(producer, viewer, GREEN, GREEN, BLUE, BLUE, width=WIDTH // 2,
-           told=[colours(RED, GREEN, RED, BLUE)])
+           commands=[colours(RED, GREEN, RED, BLUE)])
     expect(producer, viewer, BLUE, GREY, BLUE, GREY, height=HEIGHT // 2,
-           told=[f"crop 0 {HEIGHT // 2} {WIDTH} {HEIGHT // 2}", colours(RED, RED, BLUE, GREY)])
+           commands=[f"crop 0 {HEIGHT // 2} {WIDTH} {HEIGHT // 2}", colours(RED, RED, BLUE, GREY)])
 
 
 @pytest.mark.parametrize("crop", ["crop 0 0 0 0", "crop 400 300 10 10",
                                   "crop -2147483648 -2147483648 4294967295 4294967295"])
 def test_a_crop_that_makes_no_sense_is_none(start, viewer, crop):
-    producer = start("facts crop", crop)
+    producer = start("metadata crop", crop)
     show(producer, viewer, RED, GREEN, BLUE, GREY)
 
 
@@ -192,12 +192,12 @@ WRONG_BUFFERS = {
 
 @pytest.mark.parametrize("wrong", WRONG_BUFFERS.values(), ids=WRONG_BUFFERS)
 def test_a_buffer_that_makes_no_sense_is_passed_over(start, viewer, wrong):
-    producer = start("facts header")
+    producer = start("metadata header")
     show(producer, viewer, GREEN)
     rest(viewer)
     producer.send(wrong, filled(RED))
     assert not viewer.readable(NOTHING_FOLLOWS)
-    producer.tell(CHUNK_IS_RIGHT, FLAGS_ARE_RIGHT)
+    producer.send_commands(CHUNK_IS_RIGHT, FLAGS_ARE_RIGHT)
     show(producer, viewer, BLUE)
 
 
@@ -207,10 +207,10 @@ def test_a_size_larger_than_the_memory_does_no_harm(start, viewer):
 
 
 def test_what_changed_in_a_buffer_that_was_passed_over_is_not_lost(start, viewer):
-    producer = start("facts damage header")
+    producer = start("metadata damage header")
     show(producer, viewer, RED)
     producer.send("flags 2 0", filled(GREEN))
-    producer.tell(FLAGS_ARE_RIGHT, f"damage 0 0 {WIDTH // 2} {HEIGHT // 2}")
+    producer.send_commands(FLAGS_ARE_RIGHT, f"damage 0 0 {WIDTH // 2} {HEIGHT // 2}")
     show(producer, viewer, GREEN)
 
 
@@ -225,7 +225,7 @@ def test_memory_that_is_cut_off_later_is_not_read(start, viewer):
     producer = start()
     show(producer, viewer, RED)
     rest(viewer)
-    producer.tell("shrink 0")
+    producer.send_commands("shrink 0")
     producer.wait_for("shrunk")
     producer.send(filled(GREEN))
     assert not viewer.readable(NOTHING_FOLLOWS)
@@ -237,7 +237,7 @@ NONSENSE = "ignored a picture: the desktop describes its memory in a way that ma
 @pytest.mark.parametrize("transform", [0, 1, 2, 5])
 def test_rows_that_are_not_whole_pixels_apart_are_passed_over(start, program, viewer, transform):
     size = seen_size(transform)
-    producer = start("facts header transform", f"memory {2 * BYTES} {2 * BYTES}",
+    producer = start("metadata header transform", f"memory {2 * BYTES} {2 * BYTES}",
                      f"transform {transform}")
     show(producer, viewer, WHITE, **size)
     rest(viewer)
@@ -245,7 +245,7 @@ def test_rows_that_are_not_whole_pixels_apart_are_passed_over(start, program, vi
         producer.send(f"chunk 0 {2 * BYTES} {stride}", filled(RED))
     program.wait_for_line(NONSENSE, source="stderr")
     assert not viewer.readable(NOTHING_FOLLOWS)
-    producer.tell(CHUNK_IS_RIGHT)
+    producer.send_commands(CHUNK_IS_RIGHT)
     show(producer, viewer, BLUE, **size)
     assert program.stderr.count(NONSENSE) == 1, "said once"
 
@@ -254,57 +254,57 @@ LOST = "lost a picture: the desktop gave less memory than it said, or took it ba
 
 
 def test_memory_that_is_cut_off_while_it_is_read_does_no_harm(start, program, viewer):
-    size = {"width": 4 * WIDTH, "height": 4 * HEIGHT}  # takes its time
+    size = {"width": 4 * WIDTH, "height": 4 * HEIGHT}  # large enough to be still read meanwhile
     producer = start("format BGRx {width} {height}".format(**size))
     show(producer, viewer, RED, **size)
-    producer.tell("flicker")
+    producer.send_commands("flicker")
     for _ in range(100):
         producer.send()
         assert program.running()
     program.wait_for_line(LOST, source="stderr")
-    producer.tell("steady")
+    producer.send_commands("steady")
     show(producer, viewer, GREEN, **size)
 
 
 def test_a_picture_of_which_nobody_was_told_is_seen(start, viewer):
-    producer = start("facts header")
-    producer.forget(filled(RED))
+    producer = start("metadata header")
+    producer.withhold(filled(RED))
     viewer.frame_where(lambda jpeg: shows(jpeg, [RED] * 4))
     producer.change_format("BGRx", WIDTH * 2, HEIGHT * 2)
-    producer.forget(filled(GREEN))
+    producer.withhold(filled(GREEN))
     viewer.frame_where(lambda jpeg: shows(jpeg, [GREEN] * 4, WIDTH * 2, HEIGHT * 2))
 
 
 def test_the_newest_of_the_pictures_of_which_nobody_was_told_is_seen(start, viewer):
-    producer = start("facts header")
-    producer.forget(filled(RED))
-    producer.forget(filled(GREEN))
+    producer = start("metadata header")
+    producer.withhold(filled(RED))
+    producer.withhold(filled(GREEN))
     viewer.frame_where(lambda jpeg: shows(jpeg, [GREEN] * 4))
 
 
 @pytest.mark.parametrize("rounds", [1, 4])
 def test_buffers_that_come_without_memory_come_again(start, viewer, rounds):
-    producer = start(f"forgetful {rounds * BUFFERS}")
+    producer = start(f"unallocated {rounds * BUFFERS}")
     show(producer, viewer, RED)
 
 
 def test_buffers_that_never_have_memory_are_asked_for_a_few_times(start, viewer):
-    producer = start(f"forgetful {1000 * BUFFERS}")
-    eventually(lambda: len(producer.agreements()) == 6, LIMIT, "all questions were answered")
+    producer = start(f"unallocated {1000 * BUFFERS}")
+    eventually(lambda: len(producer.negotiated_formats()) == 6, LIMIT, "all negotiations have ended")
     assert not viewer.readable(NOTHING_FOLLOWS)
-    assert len(producer.agreements()) == 6
+    assert len(producer.negotiated_formats()) == 6
 
 
 def test_a_picture_that_is_not_sent_yet_is_not_seen_once_others_came(start, viewer):
-    producer = start("facts header")
+    producer = start("metadata header")
     show(producer, viewer, RED)
     rest(viewer)
-    producer.forget(filled(GREEN))
+    producer.withhold(filled(GREEN))
     assert not viewer.readable(NOTHING_FOLLOWS)
 
 
 def test_another_size_is_seen_in_full_although_the_desktop_told_the_first(start, viewer, session):
-    producer = start(told_size=(WIDTH, HEIGHT))
+    producer = start(announced_size=(WIDTH, HEIGHT))
     show(producer, viewer, RED)
     producer.change_format("BGRx", WIDTH * 4, HEIGHT * 3)
     show(producer, viewer, RED, GREEN, BLUE, GREY, width=WIDTH * 4, height=HEIGHT * 3)
@@ -312,7 +312,7 @@ def test_another_size_is_seen_in_full_although_the_desktop_told_the_first(start,
 
 
 def test_another_format_in_the_middle(start, viewer):
-    producer = start("facts damage crop")
+    producer = start("metadata damage crop")
     show(producer, viewer, RED)
     producer.change_format("RGBA", 160, 120)
     show(producer, viewer, RED, GREEN, BLUE, GREY, width=160, height=120)
@@ -337,8 +337,8 @@ def test_a_picture_for_which_there_is_no_memory_ends_the_share(session, start, p
 
 
 def test_a_stream_that_another_format_has_halted_is_taken_anew(start, viewer):
-    """KWin's, when a window that is shared grows."""
-    producer = start("halting")
+    """KWin stalls its stream like this when a shared window grows."""
+    producer = start("stall-on-format")
     show(producer, viewer, RED)
     producer.change_format("BGRx", 160, 120)
     show(producer, viewer, GREEN, width=160, height=120)
@@ -354,17 +354,17 @@ def test_buffers_that_never_come_end_the_share(session, program):
     producer.process.stop()
 
 
-# What becomes of the picture's quarters (top left, top right, bottom left, bottom right).
+# The quarters (top left, top right, bottom left, bottom right) after the transform was undone.
 TURNS = {
     0: (RED, GREEN, BLUE, GREY),
-    1: (BLUE, RED, GREY, GREEN),  # was turned counter-clockwise: back again
+    1: (BLUE, RED, GREY, GREEN),  # was rotated counter-clockwise
     2: (GREY, BLUE, GREEN, RED),
     3: (GREEN, GREY, RED, BLUE),
-    4: (GREEN, RED, GREY, BLUE),  # was mirrored
+    4: (GREEN, RED, GREY, BLUE),  # was flipped
     5: (RED, BLUE, GREEN, GREY),
     6: (BLUE, GREY, RED, GREEN),
     7: (GREY, GREEN, BLUE, RED),
-    8: (RED, GREEN, BLUE, GREY),  # makes no sense
+    8: (RED, GREEN, BLUE, GREY),  # not a valid transform
 }
 
 
@@ -374,16 +374,16 @@ def seen_size(transform):
 
 
 def test_a_picture_is_turned_upright(start, viewer):
-    producer = start("facts transform")
+    producer = start("metadata transform")
     show(producer, viewer, WHITE)
     for transform, quarters in TURNS.items():
         expect(producer, viewer, *quarters, **seen_size(transform),
-               told=[f"transform {transform}", colours(RED, GREEN, BLUE, GREY)])
+               commands=[f"transform {transform}", colours(RED, GREEN, BLUE, GREY)])
 
 
 @pytest.mark.parametrize("transform", [1, 2, 3, 4, 5, 6, 7])
 def test_damage_and_crop_are_turned_with_the_picture(start, viewer, transform):
-    producer = start("facts transform damage crop", f"transform {transform}",
+    producer = start("metadata transform damage crop", f"transform {transform}",
                      f"crop 20 10 {WIDTH - 20} {HEIGHT - 10}")
     size = seen_size(transform)
     dx, dy = (10, 20) if transform in (1, 3, 5, 7) else (20, 10)
@@ -391,7 +391,7 @@ def test_damage_and_crop_are_turned_with_the_picture(start, viewer, transform):
     show(producer, viewer, RED, **size)
     seen = (GREEN if quarter == RED else RED for quarter in TURNS[transform])
     expect(producer, viewer, *seen, **size,
-           told=[f"damage 0 0 {WIDTH // 2} {HEIGHT // 2}", filled(GREEN)])
+           commands=[f"damage 0 0 {WIDTH // 2} {HEIGHT // 2}", filled(GREEN)])
 
 
 POINTER = "bitmap BGRA 16 16 64 20 ffffffff"
@@ -401,12 +401,12 @@ def pointer_at(jpeg):
     return pixels.place_of(pixels.decode(jpeg), WHITE, tolerance=55)
 
 
-def expect_pointer(producer, viewer, place, *told):
-    send_until(producer, viewer, lambda jpeg: is_about(pointer_at(jpeg), place), *told)
+def expect_pointer(producer, viewer, place, *commands):
+    send_until(producer, viewer, lambda jpeg: is_about(pointer_at(jpeg), place), *commands)
 
 
 def test_the_pointer_is_drawn_where_it_is_told_to_be(start, viewer):
-    producer = start("facts cursor", "cursor 1 100 50 2 1", POINTER, filled(RED))
+    producer = start("metadata cursor", "cursor 1 100 50 2 1", POINTER, filled(RED))
     expect_pointer(producer, viewer, (98, 49, 114, 65))
     without_picture = "chunk 0 0 right"
     expect_pointer(producer, viewer, (198, 149, 214, 165), "cursor 1 200 150 2 1", "nobitmap",
@@ -415,14 +415,14 @@ def test_the_pointer_is_drawn_where_it_is_told_to_be(start, viewer):
 
 
 def test_the_pointer_is_turned_with_the_picture(start, viewer):
-    producer = start("facts cursor transform", "transform 1", "cursor 1 100 50 0 0",
+    producer = start("metadata cursor transform", "transform 1", "cursor 1 100 50 0 0",
                      "bitmap BGRA 16 8 64 20 ffffffff", filled(RED))
     left = HEIGHT - 50 - 8
     expect_pointer(producer, viewer, (left, 100, left + 8, 116))
 
 
 def test_the_pointer_stays_in_its_place_when_the_crop_moves(start, viewer):
-    producer = start("facts cursor crop", "cursor 1 100 50 0 0", POINTER, "crop 20 10 200 200",
+    producer = start("metadata cursor crop", "cursor 1 100 50 0 0", POINTER, "crop 20 10 200 200",
                      filled(RED))
     expect_pointer(producer, viewer, (80, 40, 96, 56))
     expect_pointer(producer, viewer, (60, 30, 76, 46), "nobitmap", "crop 40 20 200 200")
@@ -442,26 +442,26 @@ WRONG_POINTERS = [
 
 
 def test_a_pointer_that_makes_no_sense_is_not_drawn(start, viewer):
-    producer = start("facts cursor")
+    producer = start("metadata cursor")
     places = ("cursor 1 100 50 0 0", "cursor 1 2147483647 -2147483648 2147483647 2147483647")
     show(producer, viewer, GREEN)
-    told = [*((places[0], wrong) for wrong in WRONG_POINTERS), (places[1], POINTER),
+    cases = [*((places[0], wrong) for wrong in WRONG_POINTERS), (places[1], POINTER),
             (places[0], POINTER, "bitmapat 4294967295"), (places[0], POINTER, "bitmapat 1")]
-    for number, commands in enumerate(told):
-        producer.tell(*commands)
+    for number, commands in enumerate(cases):
+        producer.send_commands(*commands)
         jpeg = show(producer, viewer, (RED, BLUE)[number % 2])
         assert pointer_at(jpeg) is None, commands
 
 
 def test_the_pointer_is_seen_at_the_edge(start, viewer):
-    producer = start("facts cursor", "cursor 1 -8 -8 0 0", POINTER, filled(RED))
+    producer = start("metadata cursor", "cursor 1 -8 -8 0 0", POINTER, filled(RED))
     expect_pointer(producer, viewer, (0, 0, 8, 8))
 
 
 def test_a_producer_that_goes_away_while_shared(start, program, viewer):
     producer = start()
     show(producer, viewer, RED)
-    producer.tell("close")
+    producer.send_commands("close")
     program.wait_for_line(STOPPED)
     program.wait_until_sharing(False)
     again = start()
@@ -485,7 +485,7 @@ def test_a_producer_that_goes_away_before_its_first_picture(start, program):
 
 
 def test_a_node_that_never_was(session, program):
-    session.back_end.grant(987654)
+    session.backend.approve(987654)
     program.command(f"share {SCREEN}")
     program.wait_for_line("startCapture failed", source="stderr")
     assert program.status()["sharing"] is False
@@ -493,6 +493,6 @@ def test_a_node_that_never_was(session, program):
 
 def test_the_desktop_ends_the_session(session, start, program):
     start()
-    session.back_end.end_sessions()
+    session.backend.end_sessions()
     program.wait_for_line("Sharing stopped: the desktop ended it")
     program.wait_until_sharing(False)

@@ -1,11 +1,11 @@
-"""Screens that their user has turned are seen upright."""
+"""Screens that their user has rotated are shown upright."""
 import pytest
 
 from harness import pixels
 from harness.pixels import is_about
 from harness.viewer import Viewer
-from harness.wayland.mutter import TRANSFORM_90, MutterDesktop
-from harness.wayland.sway import OUTPUT, WaylandSession
+from harness.wayland.mutter import TRANSFORM_90, MutterSession
+from harness.wayland.sway import OUTPUT, SwaySession
 
 SCREEN = "display-1"
 RED, GREEN, BLUE, GREY = (255, 0, 0), (0, 255, 0), (0, 0, 255), (128, 128, 128)
@@ -13,18 +13,18 @@ RED, GREEN, BLUE, GREY = (255, 0, 0), (0, 255, 0), (0, 0, 255), (128, 128, 128)
 
 @pytest.fixture
 def sway():
-    with WaylandSession() as made:
+    with SwaySession() as made:
         yield made
 
 
 @pytest.fixture
 def mutter():
-    with MutterDesktop() as made:
+    with MutterSession() as made:
         yield made
 
 
 def is_upright(jpeg, screen, window):
-    """Whether a screen of that size is seen with the four colours of the window in their places."""
+    """Returns whether the picture has this size and the four colours of the window in their places."""
     picture = pixels.decode(jpeg)
     red = pixels.place_of(picture, RED)
     if picture.shape[1::-1] != screen or red is None:
@@ -56,10 +56,10 @@ def test_sway(sway, transform):
 
 
 def test_mutter(mutter):
-    mutter.turn_monitor(TRANSFORM_90)
+    mutter.rotate_monitor(TRANSFORM_90)
     window = mutter.window(400, 300)
     cast = mutter.cast()
-    mutter.back_end.grant(cast.share_monitor(), cast.told_size())
+    mutter.backend.approve(cast.share_monitor(), cast.announced_size())
     program = mutter.program("--share", SCREEN)
     program.wait_until_sharing()
     expect_upright(program, (600, 800), window, (400, 300))

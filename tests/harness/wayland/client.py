@@ -1,4 +1,4 @@
-"""A program that speaks to a Wayland compositor without any toolkit."""
+"""A minimal client of the Wayland wire protocol, without a toolkit."""
 import itertools
 import socket
 import struct
@@ -12,7 +12,7 @@ BIND = 0
 
 
 class WaylandClient:
-    """One connection; `address` is the compositor's socket."""
+    """One connection to the compositor whose socket is `address`."""
 
     def __init__(self, address):
         self._socket = socket.socket(socket.AF_UNIX)
@@ -24,11 +24,11 @@ class WaylandClient:
         self._socket.close()
 
     def bind(self, interface, version):
-        """The compositor's only object of that interface."""
+        """Binds the only global of that interface and returns the object's ID."""
         registry = self.new_id()
         self.send(DISPLAY, GET_REGISTRY, registry)
-        offered = [arguments for sender, arguments in self.wait() if sender == registry]
-        name = next(arguments[:4] for arguments in offered if interface + b"\0" in arguments)
+        globals_ = [arguments for sender, arguments in self.wait() if sender == registry]
+        name = next(arguments[:4] for arguments in globals_ if interface + b"\0" in arguments)
         bound = self.new_id()
         self.send(registry, BIND, name, *text(interface), version, bound)
         return bound
@@ -37,13 +37,14 @@ class WaylandClient:
         return next(self._ids)
 
     def send(self, receiver, request, *arguments):
-        """Arguments are numbers, or bytes that are already in the protocol's form."""
+        """Sends a request; arguments are integers, or bytes in the wire format."""
         body = b"".join(argument if isinstance(argument, bytes) else struct.pack("=I", argument)
                         for argument in arguments)
         self._socket.sendall(struct.pack("=II", receiver, len(body) + 8 << 16 | request) + body)
 
     def wait(self):
-        """Until all that was sent has been done; gives the events that came, sender and rest."""
+        """Waits until the compositor has processed all requests; returns the events of that time
+        as pairs of sender and arguments."""
         callback = self.new_id()
         self.send(DISPLAY, SYNC, callback)
         events = []
@@ -67,10 +68,10 @@ class WaylandClient:
 
 
 def text(content):
-    """A string as two arguments of a request."""
+    """Encodes a string as two arguments of a request."""
     return len(content) + 1, content + b"\0" * (4 - len(content) % 4)
 
 
 def fixed(number):
-    """A number with a fraction as an argument of a request."""
+    """Encodes a number as a fixed-point argument of a request."""
     return round(number * 256) & 0xFFFFFFFF

@@ -1,12 +1,13 @@
-"""A stand-in for the desktop's portal that misbehaves as told, for what no real one can be made to do.
+"""A fake of the desktop portal with scripted faults, which no real portal can be made to show.
 
     fake_portal.py SCRIPT
 
-SCRIPT is a JSON object. A method's name gives "silent" (no answer at all), "unanswered" (the call
-returns, its response never comes), {"error": NAME}, or {"code": NUMBER, "results": RESULTS}. A
-list of these is for one call after the other, the last for all that follow. RESULTS
-and "properties" are lists of [name, D-Bus signature, value]. "media server" is what the descriptor
-of the media server leads to: "nothing" (/dev/null), "closed", "silent" or "garbage".
+SCRIPT is a JSON object. It maps the name of a method to its behaviour: "silent" (the call gets no
+reply), "no response" (the call returns, but its Response signal is never sent), {"error": NAME}, or
+{"code": NUMBER, "results": RESULTS}. A list of behaviours applies to one call after the other, and its
+last element to all calls that follow. RESULTS and "properties" are lists of [name, D-Bus signature,
+value]. "media server" selects what the descriptor of the media server is connected to: "nothing"
+(/dev/null), "closed", "silent" or "garbage".
 """
 import json
 import os
@@ -29,7 +30,7 @@ METHODS = ("GetAll", "CreateSession", "SelectSources", "Start", "OpenPipeWireRem
 def dictionary(entries):
     values = {}
     for name, signature, value in entries:
-        # a value of a signature of its own comes out of a message that holds it
+        # appending the value to a message converts it to its D-Bus type
         message = dbus.lowlevel.SignalMessage("/", "a.b", "c")
         message.append(value, signature=signature)
         values[name] = message.get_args_list()[0]
@@ -59,22 +60,22 @@ class Portal:
         if message.get_type() != 1 or message.get_member() not in METHODS:
             return dbus.lowlevel.HANDLER_RESULT_NOT_YET_HANDLED
         print(message.get_member(), flush=True)
-        told = self.told(message.get_member())
-        if told != "silent":
-            connection.send_message(self.reply(message, told))
+        behaviour = self.behaviour_of(message.get_member())
+        if behaviour != "silent":
+            connection.send_message(self.reply(message, behaviour))
         if message.get_member() in ("CreateSession", "SelectSources", "Start"):
-            self.respond(connection, message, told)
+            self.respond(connection, message, behaviour)
         return dbus.lowlevel.HANDLER_RESULT_HANDLED
 
-    def told(self, member):
-        told = self.script.get(member)
-        if not isinstance(told, list):
-            return told
-        return told.pop(0) if len(told) > 1 else told[0]
+    def behaviour_of(self, member):
+        scripted = self.script.get(member)
+        if not isinstance(scripted, list):
+            return scripted
+        return scripted.pop(0) if len(scripted) > 1 else scripted[0]
 
-    def reply(self, message, told):
-        if isinstance(told, dict) and "error" in told:
-            return dbus.lowlevel.ErrorMessage(message, told["error"], "as told")
+    def reply(self, message, behaviour):
+        if isinstance(behaviour, dict) and "error" in behaviour:
+            return dbus.lowlevel.ErrorMessage(message, behaviour["error"], "scripted error")
         reply = dbus.lowlevel.MethodReturnMessage(message)
         member = message.get_member()
         if member == "GetAll":
@@ -94,17 +95,18 @@ class Portal:
     def options(self, message):
         return message.get_args_list()[-1]
 
-    def respond(self, connection, message, told):
-        if told in ("silent", "unanswered") or (isinstance(told, dict) and "error" in told):
+    def respond(self, connection, message, behaviour):
+        if behaviour in ("silent", "no response") or (
+                isinstance(behaviour, dict) and "error" in behaviour):
             return
-        told = told or {}
+        behaviour = behaviour or {}
         signal = dbus.lowlevel.SignalMessage(self.request_path(message),
                                              "org.freedesktop.portal.Request", "Response")
-        results = told.get("results", self.usual_results(message))
-        signal.append(told.get("code", 0), dictionary(results), signature="ua{sv}")
+        results = behaviour.get("results", self.default_results(message))
+        signal.append(behaviour.get("code", 0), dictionary(results), signature="ua{sv}")
         connection.send_message(signal)
 
-    def usual_results(self, message):
+    def default_results(self, message):
         if message.get_member() == "Start":
             return [STREAM]
         if message.get_member() == "SelectSources":

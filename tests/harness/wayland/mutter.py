@@ -1,21 +1,21 @@
-"""A session at mutter without a screen of its own, and what it shows, shared as the test says."""
+"""A headless session at mutter, whose screens and windows a test shares through a scripted portal."""
 from gi.repository import GLib
 
 from ..desktop.bus_service import LIMIT_MS, connect
 from ..waiting import LIMIT, eventually
-from .scripted_backend import METADATA
-from .scripted_session import GrantingDesktop
+from .scripted_portal import METADATA
+from .scripted_portal import ScriptedPortalSession
 
 MONITOR = "Meta-0"
-CURSOR_HIDDEN, CURSOR_EMBEDDED, CURSOR_METADATA = 0, 1, 2  # mutter's own numbers
+CURSOR_HIDDEN, CURSOR_EMBEDDED, CURSOR_METADATA = 0, 1, 2  # mutter's values
 SCREEN_CAST = "org.gnome.Mutter.ScreenCast"
 REMOTE_DESKTOP = "org.gnome.Mutter.RemoteDesktop"
 DISPLAY_CONFIG = "org.gnome.Mutter.DisplayConfig"
 TRANSFORM_90 = 1
 
 
-class MutterDesktop(GrantingDesktop):
-    """The session of one user at mutter."""
+class MutterSession(ScriptedPortalSession):
+    """A user's session at mutter."""
 
     def __init__(self, width=800, height=600, cursor_modes=METADATA):
         self.width, self.height = width, height
@@ -31,10 +31,10 @@ class MutterDesktop(GrantingDesktop):
         self._wait_for_name(REMOTE_DESKTOP)
 
     def cast(self, cursor=CURSOR_METADATA):
-        return Cast(self.bus_address, cursor)
+        return ScreenCast(self.bus_address, cursor)
 
-    def turn_monitor(self, transform):
-        """Turns the screen as its user would in the desktop's settings."""
+    def rotate_monitor(self, transform):
+        """Rotates the screen as its user would in the desktop's settings."""
         bus = connect(self.bus_address)
 
         def call(method, arguments=None):
@@ -49,8 +49,9 @@ class MutterDesktop(GrantingDesktop):
         bus.close_sync(None)
 
 
-class Cast:
-    """One share of mutter's, with a pointer of the test's own; share(...) gives its node."""
+class ScreenCast:
+    """One screen cast of mutter with a virtual pointer; share_monitor() and share_window() return its
+    PipeWire node."""
 
     def __init__(self, bus_address, cursor):
         self._cursor = GLib.Variant("u", cursor)
@@ -68,16 +69,16 @@ class Cast:
         return self._share("RecordMonitor", "(sa{sv})", MONITOR)
 
     def share_window(self):
-        """The window with the focus."""
+        """Shares the focused window."""
         return self._share("RecordWindow", "(a{sv})")
 
-    def told_size(self):
-        """The size of what is shared as mutter tells it, None when it does not."""
+    def announced_size(self):
+        """Returns the stream's size as mutter announces it, or None if it does not."""
         return self._call(SCREEN_CAST, self._stream, "org.freedesktop.DBus.Properties", "Get",
                           "(ss)", f"{SCREEN_CAST}.Stream", "Parameters")[0].get("size")
 
     def move_pointer(self, x, y):
-        """To a place in what is shared, in its pixels."""
+        """Moves the pointer to a position in the stream, in pixels."""
         self._call(REMOTE_DESKTOP, self._desktop, f"{REMOTE_DESKTOP}.Session",
                    "NotifyPointerMotionAbsolute", "(sdd)", self._stream, x, y)
 

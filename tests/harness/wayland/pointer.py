@@ -1,4 +1,4 @@
-"""A mouse of a Wayland compositor that offers virtual ones, as a hand would move it."""
+"""A virtual pointer of a Wayland compositor (wlr-virtual-pointer-unstable-v1)."""
 from .client import WaylandClient
 
 CREATE_POINTER = 0
@@ -6,11 +6,11 @@ MOVE_TO, END_OF_FRAME = 1, 4
 MANAGER = b"zwlr_virtual_pointer_manager_v1"
 
 
-class WaylandPointer:
-    """It is plugged in until close(). Every movement returns when the compositor knows of it."""
+class VirtualPointer:
+    """It exists until close(). move() returns after the compositor has processed the movement."""
 
     def __init__(self, address, width, height):
-        """`address` is the compositor's socket; the size is that of its screen."""
+        """`address` is the compositor's socket, the size that of its screen."""
         self._client = WaylandClient(address)
         self._size = width, height
         manager = self._client.bind(MANAGER, 1)

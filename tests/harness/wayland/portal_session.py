@@ -1,7 +1,7 @@
-"""A user's session with a bus, a media server and the desktop portal's front end.
+"""A user's session with a session bus, a media server and the desktop portal's frontend.
 
-All of it runs as an ordinary user, since compositors refuse root. What is shared in it, and who
-answers for the desktop, is a matter of the subclasses.
+All of it runs as an ordinary user, because compositors refuse to run as root. Subclasses start a
+compositor and the portal's backend.
 """
 import contextlib
 import os
@@ -22,9 +22,9 @@ from .plain_window import PlainWindow
 USER = "nobody"
 
 
-class PortalDesktop:
-    """One session. stop() ends everything that was started in it; as a context it also expects that
-    every run of the program ends in order."""
+class PortalSession:
+    """One session. stop() ends every process that was started in it; as a context manager it also
+    expects that every run of the program ends with status 0."""
 
     def __init__(self):
         self.folder = Path(tempfile.mkdtemp(prefix="tarvinel-wayland-"))
@@ -46,20 +46,20 @@ class PortalDesktop:
             raise
 
     def _start_desktop(self):
-        """Starts what is shared, and the portal's back end."""
+        """Starts the compositor and the portal's backend."""
         raise NotImplementedError
 
     def _files(self):
-        """Files that are needed, by name."""
+        """Returns the configuration files of the session, by name."""
         return {"bus.conf": BUS_CONFIGURATION}
 
     def _variables(self):
-        """What the desktop adds to the environment."""
+        """Returns the environment variables that the desktop adds."""
         return {}
 
     def start_pipewire(self):
         address = self._runtime / "pipewire-0"
-        address.unlink(missing_ok=True)  # of one that was killed
+        address.unlink(missing_ok=True)  # left by one that was killed
         pipewire = self._start("pipewire")
         self._wait_for(address)
         self.session_manager = self._start("wireplumber")
@@ -71,7 +71,7 @@ class PortalDesktop:
         return portal
 
     def program(self, *arguments, name="tarvinel", headless=True, prefix=(), connect=http.connect):
-        """The program in this session, on a free port; `prefix` and `connect` as in Program."""
+        """Starts the program in this session on a free port; `prefix` and `connect` are those of Program."""
         profile = self.folder / "without-name"
         program = Program(self.folder, *(["--headless", "--port", "0"] if headless else []),
                           "--profile", profile, *arguments, prefix=[*prefix, *self._as_user()],
@@ -83,12 +83,12 @@ class PortalDesktop:
         return program.wait_until_listening() if headless else program
 
     def window(self, width, height):
-        """A window of which every pixel is known, on top of all others."""
+        """Opens a window whose every pixel is known, above all others."""
         self._windows += 1
         return PlainWindow(self._start, f"window-{self._windows}", width, height)
 
     def write(self, name, text):
-        """Makes a file of the user's."""
+        """Writes a file that the session's user owns."""
         path = self.folder / name
         path.parent.mkdir(exist_ok=True)
         path.write_text(text)
@@ -101,7 +101,7 @@ class PortalDesktop:
         return done.stdout
 
     def end_programs(self):
-        """Ends every run of the program; what sanitizers said of them."""
+        """Ends every run of the program and returns the sanitizers' reports."""
         for program in self._programs:
             program.terminate()
         statuses = [program.wait(LIMIT) for program in self._programs]
@@ -110,7 +110,7 @@ class PortalDesktop:
 
     @property
     def prefix(self):
-        """The command prefix that runs a program as the session's user."""
+        """The command prefix that runs another as the session's user."""
         return self._as_user()
 
     def __enter__(self):

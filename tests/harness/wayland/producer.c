@@ -1,28 +1,28 @@
-/* A producer of pictures that does what it is told on standard input, one command a line, whether
- * that makes sense or not. Answers on standard output.
+/* A scripted PipeWire producer. It reads commands from standard input, one per line, and carries them
+ * out whether they are valid or not. It replies on standard output.
  *
- *   open                        offers the node: "node N", then "streaming" once it is taken
- *   format NAME W H             what it offers; told again it offers another one in the middle;
- *                               "agreed W H" once somebody takes it
- *   facts NAME...               what it tells beside the pictures: header damage crop transform cursor
- *   memory TOLD TRUE            bytes of a buffer as told and as they are (0: as the format needs)
- *   buffers never               asks for buffers that nobody has
- *   colours RGB RGB RGB RGB     of the quarters: top left, top right, bottom left, bottom right
- *   chunk OFFSET SIZE STRIDE    as told; "right" for any of them: what is right
- *   flags HEADER CHUNK          flags of both
- *   damage X Y W H ...          up to four; none: the fact is there and empty
+ *   open                        creates the node; prints "node N", then "streaming" when it is linked
+ *   format NAME W H             sets the format on offer; after "open" it renegotiates; prints
+ *                               "negotiated W H" when a consumer has accepted the format
+ *   metadata NAME...            adds kinds of metadata: header damage crop transform cursor
+ *   memory DECLARED ACTUAL      bytes of a buffer as declared and as allocated (0: as the format needs)
+ *   buffers never               requests a type of buffer that no consumer has
+ *   colours RGB RGB RGB RGB     sets the quarters: top left, top right, bottom left, bottom right
+ *   chunk OFFSET SIZE STRIDE    sets the chunk; "right" in place of a number means the right value
+ *   flags HEADER CHUNK          sets the flags of the header and of the chunk
+ *   damage X Y W H ...          sets up to four regions; without any, the metadata is present and empty
  *   crop X Y W H     transform N
  *   cursor ID X Y HOTX HOTY     bitmap FORMAT W H STRIDE OFFSET RGBA | nobitmap
- *   bitmapat OFFSET             where in the facts the bitmap is said to be
- *   send                        "sent", or "none" when there is no free buffer
- *   forget                      the same but for telling anybody, as if that got lost: "forgotten"
- *   halting                     sends nothing more after another format until it is taken anew, as
- *                               if the way to who takes it had been left closed
- *   forgetful BUFFERS           gives so many of the buffers that will come no memory at all
- *   shrink BYTES                cuts off the memory of all buffers: "shrunk"
- *   flicker                     cuts it off and gives it back all the time, beside what else it does
- *   steady                      ends that, the memory given back: "steady"
- *   close                       takes the node away
+ *   bitmapat OFFSET             sets the offset of the bitmap in the cursor metadata
+ *   send                        fills a buffer and queues it: "sent", or "none" without a free buffer
+ *   withhold                    fills a buffer but does not queue it, as if the notification were
+ *                               lost: "withheld", or "none"
+ *   stall-on-format             after another format sends nothing until the stream is restarted
+ *   unallocated BUFFERS         allocates no memory for that many of the next buffers
+ *   shrink BYTES                truncates the memory of all buffers: "shrunk"
+ *   flicker                     starts a thread that truncates and restores the memory repeatedly
+ *   steady                      ends that thread and restores the memory: "steady"
+ *   close                       destroys the node
  */
 #define _GNU_SOURCE
 #include <pipewire/pipewire.h>
@@ -45,23 +45,23 @@ static struct {
   struct spa_hook hook;
   uint32_t format, width, height;
   bool header, damage, crop, transform, cursor, never;
-  uint32_t told, true_size;
+  uint32_t declared_size, actual_size;
   uint32_t colours[4];
   char chunk[3][32];
-  uint32_t header_flags, chunk_flags, told_pictures;
+  uint32_t header_flags, chunk_flags, frame_count;
   uint32_t damage_count;
   struct spa_region damages[most_damage], cropped;
   uint32_t transformed;
-  struct spa_meta_cursor cursor_facts;
+  struct spa_meta_cursor cursor_metadata;
   bool has_bitmap;
   struct spa_meta_bitmap bitmap;
   uint32_t bitmap_colour;
   int fds[most_buffers];
-  uint32_t without_memory;
+  uint32_t unallocated;
   pthread_t flickering;
   atomic_bool flickers;
   uint32_t named;
-  bool halting, halted;
+  bool stalls_on_format, stalled;
 } own;
 
 static void say(const char *text) {
@@ -98,7 +98,7 @@ static struct spa_pod *offered_format(struct spa_pod_builder *builder) {
                                     &SPA_FRACTION(60, 1)));
 }
 
-static struct spa_pod *fact(struct spa_pod_builder *builder, uint32_t type, int size) {
+static struct spa_pod *metadata_param(struct spa_pod_builder *builder, uint32_t type, int size) {
   return spa_pod_builder_add_object(builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
                                     SPA_PARAM_META_type, SPA_POD_Id(type), SPA_PARAM_META_size,
                                     SPA_POD_Int(size));
@@ -116,14 +116,16 @@ static void format_chosen(void) {
       SPA_PARAM_BUFFERS_size, SPA_POD_Int((int)picture_bytes()), SPA_PARAM_BUFFERS_stride,
       SPA_POD_Int((int)row_bytes()), SPA_PARAM_BUFFERS_dataType, SPA_POD_CHOICE_FLAGS_Int(kinds));
   if (own.header)
-    params[count++] = fact(&builder, SPA_META_Header, sizeof(struct spa_meta_header));
+    params[count++] = metadata_param(&builder, SPA_META_Header, sizeof(struct spa_meta_header));
   if (own.damage)
-    params[count++] = fact(&builder, SPA_META_VideoDamage,
-                           most_damage * (int)sizeof(struct spa_meta_region));
-  if (own.crop) params[count++] = fact(&builder, SPA_META_VideoCrop, sizeof(struct spa_meta_region));
+    params[count++] = metadata_param(&builder, SPA_META_VideoDamage,
+                                     most_damage * (int)sizeof(struct spa_meta_region));
+  if (own.crop)
+    params[count++] = metadata_param(&builder, SPA_META_VideoCrop, sizeof(struct spa_meta_region));
   if (own.transform)
-    params[count++] = fact(&builder, SPA_META_VideoTransform, sizeof(struct spa_meta_videotransform));
-  if (own.cursor) params[count++] = fact(&builder, SPA_META_Cursor, cursor_room);
+    params[count++] =
+        metadata_param(&builder, SPA_META_VideoTransform, sizeof(struct spa_meta_videotransform));
+  if (own.cursor) params[count++] = metadata_param(&builder, SPA_META_Cursor, cursor_room);
   pw_stream_update_params(own.stream, params, count);
 }
 
@@ -131,7 +133,7 @@ static void param_changed(void *data, uint32_t id, const struct spa_pod *param) 
   (void)data;
   if (id != SPA_PARAM_Format || param == NULL) return;
   format_chosen();
-  printf("agreed %u %u\n", own.width, own.height);
+  printf("negotiated %u %u\n", own.width, own.height);
   fflush(stdout);
 }
 
@@ -143,25 +145,25 @@ static void state_changed(void *data, enum pw_stream_state before, enum pw_strea
     own.named = node;
     printf("node %u\n", node);
   }
-  if (state == PW_STREAM_STATE_STREAMING) own.halted = false;
+  if (state == PW_STREAM_STATE_STREAMING) own.stalled = false;
   say(pw_stream_state_as_string(state));
 }
 
 static void add_buffer(void *data, struct pw_buffer *buffer) {
   (void)data;
-  if (own.without_memory > 0) {
-    --own.without_memory;
+  if (own.unallocated > 0) {
+    --own.unallocated;
     return;
   }
-  struct spa_data *told = &buffer->buffer->datas[0];
-  const uint32_t size = own.true_size ? own.true_size : picture_bytes();
+  struct spa_data *memory = &buffer->buffer->datas[0];
+  const uint32_t size = own.actual_size ? own.actual_size : picture_bytes();
   const int fd = memfd_create("producer", MFD_CLOEXEC);
   if (ftruncate(fd, size) != 0) abort();
-  told->type = SPA_DATA_MemFd;
-  told->flags = SPA_DATA_FLAG_READWRITE;
-  told->fd = fd;
-  told->mapoffset = 0;
-  told->maxsize = own.told ? own.told : size;
+  memory->type = SPA_DATA_MemFd;
+  memory->flags = SPA_DATA_FLAG_READWRITE;
+  memory->fd = fd;
+  memory->mapoffset = 0;
+  memory->maxsize = own.declared_size ? own.declared_size : size;
   for (int i = 0; i < most_buffers; ++i)
     if (own.fds[i] == 0) {
       own.fds[i] = fd;
@@ -185,7 +187,7 @@ static void put_pixel(uint8_t *pixel, uint32_t rgb) {
   pixel[3] = 0;
 }
 
-/* As large as the picture, whatever memory there is for it. */
+/* Writes as much of the picture as the memory of the buffer holds. */
 static void paint(int fd) {
   uint8_t *picture = malloc(picture_bytes());
   for (uint32_t y = 0; y < own.height; ++y)
@@ -197,26 +199,26 @@ static void paint(int fd) {
   free(picture);
 }
 
-static uint32_t as_told(int which, uint32_t right) {
+static uint32_t chunk_value(int which, uint32_t right) {
   return strcmp(own.chunk[which], "right") == 0 ? right : (uint32_t)strtoll(own.chunk[which], NULL, 0);
 }
 
-static void tell_cursor(struct spa_buffer *buffer) {
+static void write_cursor(struct spa_buffer *buffer) {
   struct spa_meta *meta = spa_buffer_find_meta(buffer, SPA_META_Cursor);
   if (meta == NULL) return;
-  memcpy(meta->data, &own.cursor_facts, sizeof own.cursor_facts);
-  if (!own.has_bitmap || own.cursor_facts.bitmap_offset + sizeof own.bitmap > meta->size) return;
-  uint8_t *bitmap = SPA_PTROFF(meta->data, own.cursor_facts.bitmap_offset, uint8_t);
+  memcpy(meta->data, &own.cursor_metadata, sizeof own.cursor_metadata);
+  if (!own.has_bitmap || own.cursor_metadata.bitmap_offset + sizeof own.bitmap > meta->size) return;
+  uint8_t *bitmap = SPA_PTROFF(meta->data, own.cursor_metadata.bitmap_offset, uint8_t);
   memcpy(bitmap, &own.bitmap, sizeof own.bitmap);
   uint8_t *end = SPA_PTROFF(meta->data, meta->size, uint8_t);
   for (uint8_t *at = bitmap + sizeof own.bitmap; at + 4 <= end; at += 4)
     for (int i = 0; i < 4; ++i) at[i] = (uint8_t)(own.bitmap_colour >> (24 - 8 * i));
 }
 
-static void tell_facts(struct spa_buffer *buffer) {
+static void write_metadata(struct spa_buffer *buffer) {
   struct spa_meta_header *header =
       spa_buffer_find_meta_data(buffer, SPA_META_Header, sizeof *header);
-  if (header) header->flags = own.header_flags, header->pts = -1, header->seq = own.told_pictures++;
+  if (header) header->flags = own.header_flags, header->pts = -1, header->seq = own.frame_count++;
   struct spa_meta *damage = spa_buffer_find_meta(buffer, SPA_META_VideoDamage);
   if (damage) {
     struct spa_region *regions = damage->data;
@@ -229,19 +231,19 @@ static void tell_facts(struct spa_buffer *buffer) {
   struct spa_meta_videotransform *transform =
       spa_buffer_find_meta_data(buffer, SPA_META_VideoTransform, sizeof *transform);
   if (transform) transform->transform = own.transformed;
-  tell_cursor(buffer);
+  write_cursor(buffer);
 }
 
 static struct pw_buffer *filled_buffer(void) {
-  struct pw_buffer *buffer = own.stream && !own.halted ? pw_stream_dequeue_buffer(own.stream) : NULL;
+  struct pw_buffer *buffer = own.stream && !own.stalled ? pw_stream_dequeue_buffer(own.stream) : NULL;
   if (buffer == NULL) return NULL;
   struct spa_data *data = &buffer->buffer->datas[0];
   if (data->type == SPA_DATA_MemFd) paint((int)data->fd);
-  data->chunk->offset = as_told(0, 0);
-  data->chunk->size = as_told(1, picture_bytes());
-  data->chunk->stride = (int32_t)as_told(2, row_bytes());
+  data->chunk->offset = chunk_value(0, 0);
+  data->chunk->size = chunk_value(1, picture_bytes());
+  data->chunk->stride = (int32_t)chunk_value(2, row_bytes());
   data->chunk->flags = (int32_t)own.chunk_flags;
-  tell_facts(buffer->buffer);
+  write_metadata(buffer->buffer);
   return buffer;
 }
 
@@ -252,7 +254,7 @@ static void send_picture(void) {
   say("sent");
 }
 
-static void forget_picture(void) { say(filled_buffer() ? "forgotten" : "none"); }
+static void withhold_picture(void) { say(filled_buffer() ? "withheld" : "none"); }
 
 static const struct pw_stream_events events = {
     PW_VERSION_STREAM_EVENTS,
@@ -281,7 +283,7 @@ static void close_node(void) {
 }
 
 static void set_format(const char *name, uint32_t width, uint32_t height) {
-  own.halted = own.halting;
+  own.stalled = own.stalls_on_format;
   own.format = format_named(name);
   own.width = width;
   own.height = height;
@@ -297,7 +299,7 @@ static void truncate_all(const int *fds, uint32_t size) {
     if (fds[i] != 0 && ftruncate(fds[i], size) != 0) abort();
 }
 
-/* The buffers may go meanwhile: it has descriptors of its own. */
+/* It works on duplicates of the descriptors, because the buffers may be removed at any time. */
 static void *flicker(void *unused) {
   (void)unused;
   int fds[most_buffers];
@@ -333,21 +335,21 @@ static void command(char **words, int count) {
   if (strcmp(verb, "open") == 0) open_node();
   if (strcmp(verb, "close") == 0) close_node();
   if (strcmp(verb, "send") == 0) send_picture();
-  if (strcmp(verb, "forget") == 0) forget_picture();
-  if (strcmp(verb, "forgetful") == 0) own.without_memory = number(given[0]);
-  if (strcmp(verb, "halting") == 0) own.halting = true;
+  if (strcmp(verb, "withhold") == 0) withhold_picture();
+  if (strcmp(verb, "unallocated") == 0) own.unallocated = number(given[0]);
+  if (strcmp(verb, "stall-on-format") == 0) own.stalls_on_format = true;
   if (strcmp(verb, "shrink") == 0) truncate_all(own.fds, number(given[0])), say("shrunk");
   if (strcmp(verb, "flicker") == 0) begin_flickering();
   if (strcmp(verb, "steady") == 0) end_flickering(), say("steady");
   if (strcmp(verb, "format") == 0) set_format(given[0], number(given[1]), number(given[2]));
-  for (int i = 1; strcmp(verb, "facts") == 0 && i < count; ++i) {
+  for (int i = 1; strcmp(verb, "metadata") == 0 && i < count; ++i) {
     own.header |= strcmp(words[i], "header") == 0;
     own.damage |= strcmp(words[i], "damage") == 0;
     own.crop |= strcmp(words[i], "crop") == 0;
     own.transform |= strcmp(words[i], "transform") == 0;
     own.cursor |= strcmp(words[i], "cursor") == 0;
   }
-  if (strcmp(verb, "memory") == 0) own.told = number(given[0]), own.true_size = number(given[1]);
+  if (strcmp(verb, "memory") == 0) own.declared_size = number(given[0]), own.actual_size = number(given[1]);
   if (strcmp(verb, "buffers") == 0) own.never = true;
   for (int i = 0; strcmp(verb, "colours") == 0 && i < 4; ++i)
     own.colours[i] = (uint32_t)strtoul(given[i], NULL, 16);
@@ -362,21 +364,21 @@ static void command(char **words, int count) {
   if (strcmp(verb, "crop") == 0) own.cropped = region(given);
   if (strcmp(verb, "transform") == 0) own.transformed = number(given[0]);
   if (strcmp(verb, "cursor") == 0) {
-    own.cursor_facts.id = number(given[0]);
-    own.cursor_facts.position = SPA_POINT((int32_t)number(given[1]), (int32_t)number(given[2]));
-    own.cursor_facts.hotspot = SPA_POINT((int32_t)number(given[3]), (int32_t)number(given[4]));
+    own.cursor_metadata.id = number(given[0]);
+    own.cursor_metadata.position = SPA_POINT((int32_t)number(given[1]), (int32_t)number(given[2]));
+    own.cursor_metadata.hotspot = SPA_POINT((int32_t)number(given[3]), (int32_t)number(given[4]));
   }
   if (strcmp(verb, "bitmap") == 0) {
     own.has_bitmap = true;
-    own.cursor_facts.bitmap_offset = sizeof own.cursor_facts;
+    own.cursor_metadata.bitmap_offset = sizeof own.cursor_metadata;
     own.bitmap.format = format_named(given[0]);
     own.bitmap.size = SPA_RECTANGLE(number(given[1]), number(given[2]));
     own.bitmap.stride = (int32_t)number(given[3]);
     own.bitmap.offset = number(given[4]);
     own.bitmap_colour = (uint32_t)strtoul(given[5], NULL, 16);
   }
-  if (strcmp(verb, "nobitmap") == 0) own.has_bitmap = false, own.cursor_facts.bitmap_offset = 0;
-  if (strcmp(verb, "bitmapat") == 0) own.cursor_facts.bitmap_offset = number(given[0]);
+  if (strcmp(verb, "nobitmap") == 0) own.has_bitmap = false, own.cursor_metadata.bitmap_offset = 0;
+  if (strcmp(verb, "bitmapat") == 0) own.cursor_metadata.bitmap_offset = number(given[0]);
 }
 
 static void line_came(void *data, int fd, uint32_t mask) {

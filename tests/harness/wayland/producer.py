@@ -1,16 +1,16 @@
-"""A desktop whose pictures come from a producer that does what the test says."""
+"""A session whose PipeWire node comes from a scripted producer."""
 import subprocess
 from pathlib import Path
 
 from ..waiting import LIMIT, eventually
-from .scripted_session import GrantingDesktop
+from .scripted_portal import ScriptedPortalSession
 
 SOURCE = Path(__file__).parent / "producer.c"
 LIBRARY = "libpipewire-0.3"
 
 
 def compiled(folder):
-    """The producer's program."""
+    """Compiles producer.c into the folder, unless it is there, and returns the executable."""
     program = Path(folder) / "producer"
     if not program.exists():
         options = subprocess.run(["pkg-config", "--cflags", "--libs", LIBRARY], check=True,
@@ -20,20 +20,20 @@ def compiled(folder):
     return program
 
 
-class ProducerDesktop(GrantingDesktop):
-    """A session in which one producer after another can be started."""
+class ProducerSession(ScriptedPortalSession):
+    """A session in which producers can be started one after the other."""
 
-    def __init__(self, **back_end):
+    def __init__(self, **backend):
         self._producers = 0
-        super().__init__(**back_end)
+        super().__init__(**backend)
 
-    def producer(self, *commands, told_size=None):
-        """Starts one; it offers its node and is shared from now on, as being of that size."""
+    def producer(self, *commands, announced_size=None):
+        """Starts a producer and approves requests with its node, announced with that size."""
         self._producers += 1
         made = Producer(self._start(compiled(self.folder), stdin=subprocess.PIPE,
                                     name=f"producer-{self._producers}"))
-        made.tell(*commands, "open")
-        self.back_end.grant(made.node(), told_size)
+        made.send_commands(*commands, "open")
+        self.backend.approve(made.node(), announced_size)
         return made
 
 
@@ -43,51 +43,51 @@ class Producer:
     def __init__(self, process):
         self.process = process
 
-    def tell(self, *commands):
+    def send_commands(self, *commands):
         for line in commands:
             self.process.stdin.write(f"{line}\n".encode())
         self.process.stdin.flush()
 
     def node(self):
-        line = eventually(lambda: next((line for line in self._said() if line.startswith("node ")),
+        line = eventually(lambda: next((line for line in self._output_lines() if line.startswith("node ")),
                                        None), LIMIT, "the producer's node")
         return int(line.split()[1])
 
     def wait_for(self, line):
-        eventually(lambda: line in self._said(), LIMIT, f"the producer says {line!r}")
+        eventually(lambda: line in self._output_lines(), LIMIT, f"the producer prints {line!r}")
 
-    def wait_until_taken(self):
+    def wait_until_streaming(self):
         self.wait_for("streaming")
 
     def change_format(self, layout, width, height):
-        """Offers another one, and waits until that is taken."""
-        self.tell(f"format {layout} {width} {height}")
-        self.wait_for(f"agreed {width} {height}")
+        """Offers another format and waits until it has been negotiated."""
+        self.send_commands(f"format {layout} {width} {height}")
+        self.wait_for(f"negotiated {width} {height}")
 
     def send(self, *commands):
-        """One picture, as told before."""
+        """Runs the commands, then queues one buffer."""
         self._fill("send", *commands)
 
-    def forget(self, *commands):
-        """One picture that is put into its buffer, of which nobody is told."""
-        self._fill("forget", *commands)
+    def withhold(self, *commands):
+        """Runs the commands, then fills one buffer without queueing it: consumers are not notified."""
+        self._fill("withhold", *commands)
 
     def _fill(self, verb, *commands):
-        self.tell(*commands)
-        eventually(lambda: self._answer(verb) != "none", LIMIT, "there is a buffer to fill")
+        self.send_commands(*commands)
+        eventually(lambda: self._reply_to(verb) != "none", LIMIT, "there is a buffer to fill")
 
-    def _answer(self, verb):
-        before = len(self._answers())
-        self.tell(verb)
-        eventually(lambda: len(self._answers()) > before, LIMIT, "the producer answers")
-        return self._answers()[-1]
+    def _reply_to(self, verb):
+        before = len(self._replies())
+        self.send_commands(verb)
+        eventually(lambda: len(self._replies()) > before, LIMIT, "the producer replies")
+        return self._replies()[-1]
 
-    def agreements(self):
-        """What formats were agreed upon, one after the other."""
-        return [line for line in self._said() if line.startswith("agreed ")]
+    def negotiated_formats(self):
+        """Returns the format negotiations so far, in their order."""
+        return [line for line in self._output_lines() if line.startswith("negotiated ")]
 
-    def _answers(self):
-        return [line for line in self._said() if line in ("sent", "forgotten", "none")]
+    def _replies(self):
+        return [line for line in self._output_lines() if line in ("sent", "withheld", "none")]
 
-    def _said(self):
+    def _output_lines(self):
         return self.process.stdout.splitlines()

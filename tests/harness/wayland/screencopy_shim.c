@@ -1,6 +1,6 @@
-/* Preloaded into the desktop portal's back end, which gives up on a compositor that offers no graphics
- * card's memory: tells it of a format of that kind before each picture. It never uses it, since the
- * compositor offers no way to. */
+/* Preloaded into the portal's backend, which gives up on a compositor without linux-dmabuf. The shim
+ * announces a DMA-BUF format before each frame. The backend never uses that format, because the
+ * compositor does not offer the protocol to allocate such a buffer. */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <stdint.h>

@@ -1,18 +1,19 @@
-"""A desktop's side of the screen-cast portal that answers as the test says.
+"""A scripted backend of the screen-cast portal, and a session that uses it.
 
-The portal's real front end asks it instead of a desktop, so that any node of the media server can
-be shared.
+The portal's real frontend calls it in place of a desktop's backend, so that any PipeWire node can be
+shared without a dialog.
 """
 from gi.repository import GLib
 
 from ..desktop.bus_service import BusService
+from .portal_session import PortalSession
 
 NAME = "org.freedesktop.impl.portal.desktop.tarvineltest"
 SCREEN_CAST = "org.freedesktop.impl.portal.ScreenCast"
 SESSION = "org.freedesktop.impl.portal.Session"
-DISPLAY, WINDOW = 1, 2  # types of sources
-HIDDEN, EMBEDDED, METADATA = 1, 2, 4  # modes of the cursor
-SUCCESS, REFUSED, FAILED = 0, 1, 2
+DISPLAY, WINDOW = 1, 2  # source types
+HIDDEN, EMBEDDED, METADATA = 1, 2, 4  # cursor modes
+SUCCESS, FAILED = 0, 2  # codes of a response
 
 PORTAL_FILE = f"""[portal]
 DBusName={NAME}
@@ -48,45 +49,61 @@ SESSION_XML = f"""<node><interface name="{SESSION}">
 </interface></node>"""
 
 
-class ScreenCastBackEnd(BusService):
-    """Grants the node that was set last, with its properties ("size", "source_type", ...)."""
+class ScriptedBackend(BusService):
+    """Approves every request with the node of the last call to approve(); fails requests before that."""
 
     def __init__(self, bus_address, source_types=DISPLAY | WINDOW, cursor_modes=HIDDEN):
-        self._numbers = {"AvailableSourceTypes": source_types,
-                         "AvailableCursorModes": cursor_modes, "version": 4}
+        self._properties = {"AvailableSourceTypes": source_types,
+                            "AvailableCursorModes": cursor_modes, "version": 4}
         self._sessions = {}
-        self._answer = (FAILED, {})
-        self.selections = []  # what was asked for, each time
+        self._start_response = (FAILED, {})
+        self.selections = []  # the options of each SelectSources call
         super().__init__(bus_address, NAME, "/org/freedesktop/portal/desktop", XML)
 
-    def grant(self, node, size=None):
-        """Shares this node from now on; `size` is what the desktop tells of it."""
+    def approve(self, node, size=None):
+        """Shares this node from now on; `size` is the stream's size in the response."""
         properties = {"size": GLib.Variant("(ii)", size)} if size else {}
-        self._answer = (SUCCESS, {"streams": GLib.Variant("a(ua{sv})", [(node, properties)])})
-
-    def refuse(self):
-        self._answer = (REFUSED, {})
+        self._start_response = (SUCCESS, {"streams": GLib.Variant("a(ua{sv})", [(node, properties)])})
 
     def open_sessions(self):
         return list(self._sessions)
 
     def end_sessions(self):
-        """What a desktop does when its user ends the sharing there."""
+        """Closes all sessions, as a desktop does when its user stops the sharing there."""
         for path in list(self._sessions):
             self._connection.emit_signal(None, path, SESSION, "Closed", None)
 
-    def _called(self, connection, sender, path, interface, method, arguments, invocation):
+    def _handle_call(self, connection, sender, path, interface, method, arguments, invocation):
         if method == "Close":
             connection.unregister_object(self._sessions.pop(path))
             return invocation.return_value(None)
-        answer = (SUCCESS, {})
+        response = (SUCCESS, {})
         if method == "CreateSession":
             self._sessions[arguments[1]] = self._export(arguments[1], SESSION_XML)
         if method == "SelectSources":
             self.selections.append(arguments.unpack()[3])
         if method == "Start":
-            answer = self._answer
-        invocation.return_value(GLib.Variant("(ua{sv})", answer))
+            response = self._start_response
+        invocation.return_value(GLib.Variant("(ua{sv})", response))
 
-    def _asked(self, connection, sender, path, interface, name):
-        return GLib.Variant("u", 1 if interface == SESSION else self._numbers[name])
+    def _get_property(self, connection, sender, path, interface, name):
+        return GLib.Variant("u", 1 if interface == SESSION else self._properties[name])
+
+
+class ScriptedPortalSession(PortalSession):
+    """A session whose portal backend is a ScriptedBackend; `backend` holds the backend's keywords."""
+
+    def __init__(self, **backend):
+        self._backend_options = backend
+        super().__init__()
+
+    def _start_desktop(self):
+        (self.folder / "portals").mkdir()
+        (self.folder / "portals/test.portal").write_text(PORTAL_FILE)
+        self._give(self.folder / "portals")
+        self.backend = ScriptedBackend(self.bus_address, **self._backend_options)
+        self._started.callback(self.backend.stop)
+
+    def _variables(self):
+        return {"XDG_CURRENT_DESKTOP": "tarvineltest",
+                "XDG_DESKTOP_PORTAL_DIR": str(self.folder / "portals")}
