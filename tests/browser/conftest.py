@@ -6,7 +6,7 @@ import pytest
 
 from harness.browsers import ENGINES, BrowserHost
 from harness.browsers.viewer_page import ViewerPage
-from harness.network.intercepting_proxy import Relay
+from harness.network.intercepting_proxy import InterceptingProxy
 from harness.network.lan import Network
 
 pytest_plugins = ["harness.fixtures"]
@@ -62,12 +62,12 @@ def place(network):
 
 
 @pytest.fixture
-def relay(network):
-    """Makes a relay in front of a program; relay(program, inject="...")."""
+def make_proxy(network):
+    """Starts a proxy in front of a program: make_proxy(program, inject="...")."""
     made = []
 
     def make(program, **keywords):
-        made.append(Relay(network.listen_at_server(),
+        made.append(InterceptingProxy(network.listen_at_server(),
                           lambda: network.connect_at_server(program.address), **keywords))
         return made[-1]
 

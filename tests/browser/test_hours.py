@@ -68,15 +68,15 @@ def _part(picture):
 
 
 @pytest.fixture
-def show(page, sharing, relay):
+def show(page, sharing, make_proxy):
     """Opens a page that is sent a film; the film ends with the test at the latest."""
     shown = []
 
     def start(film):
         shown.append(film)
-        door = relay(sharing, inject=COUNT_URLS)
-        door.answer_stream = film
-        page.open(door.port)
+        proxy = make_proxy(sharing, inject=COUNT_URLS)
+        proxy.stream_handler = film
+        page.open(proxy.port)
 
     yield start
     for film in shown:

@@ -5,7 +5,7 @@ import time
 import pytest
 
 from harness.browsers.viewer_page import ViewerPage
-from harness.network.intercepting_proxy import slam, unavailable
+from harness.network.intercepting_proxy import close_without_response, respond_unavailable
 from harness.program import display_ids
 
 PAUSE = 2  # between two attempts
@@ -57,29 +57,29 @@ def test_server_restarted_while_the_page_is_hidden(page, sharing, share_again, x
     page.wait_for_picture(x)
 
 
-@pytest.mark.parametrize("answer", [unavailable, slam])
-def test_server_answers_but(page, sharing, relay, x, canvas, answer):
+@pytest.mark.parametrize("handler", [respond_unavailable, close_without_response])
+def test_server_answers_but(page, sharing, make_proxy, x, canvas, handler):
     """One attempt at a time and two seconds between them, as long as it takes."""
-    door = relay(sharing)
-    page.open(door.port)
+    proxy = make_proxy(sharing)
+    page.open(proxy.port)
     page.wait_for_picture(x)
-    door.answer_stream = answer
-    broken = door.break_streams()
+    proxy.stream_handler = handler
+    broken = proxy.break_streams()
     page.wait_for_hint(ViewerPage.DISCONNECTED)
-    page.eventually(lambda: len(attempts(door, broken)) >= 3, "it tries again and again")
-    door.answer_stream = None
+    page.eventually(lambda: len(attempts(proxy, broken)) >= 3, "it tries again and again")
+    proxy.stream_handler = None
     canvas.text(2)
     page.wait_for_picture(x)
-    times = [broken, *attempts(door, broken)]
+    times = [broken, *attempts(proxy, broken)]
     assert min(later - earlier for earlier, later in itertools.pairwise(times)) > 0.95 * PAUSE
-    assert door.most_streams == 1
+    assert proxy.max_streams == 1
 
 
-def attempts(door, since):
+def attempts(proxy, since):
     """When the page began to try. Firefox itself repeats a request whose connection ended without
     an answer, up to nine times and each within milliseconds: all of them are one attempt."""
     times = []
-    for time_ in door.stream_times:
+    for time_ in proxy.stream_times:
         if time_ > since and (not times or time_ - times[-1] > 1):
             times.append(time_)
     return times
@@ -110,13 +110,13 @@ def test_cable_pulled_and_put_back(page, sharing, network, x, canvas):
     page.wait_for_viewers(sharing)
 
 
-def test_browser_says_that_it_is_online_again(page, sharing, relay, x):
-    door = relay(sharing)
-    page.open(door.port)
+def test_browser_says_that_it_is_online_again(page, sharing, make_proxy, x):
+    proxy = make_proxy(sharing)
+    page.open(proxy.port)
     page.wait_for_picture(x)
-    before = len(door.stream_times)
+    before = len(proxy.stream_times)
     page.browser.evaluate("dispatchEvent(new Event('online'))")
-    page.eventually(lambda: len(door.stream_times) == before + 1, "a new connection")
+    page.eventually(lambda: len(proxy.stream_times) == before + 1, "a new connection")
     page.wait_for_picture(x)
     page.wait_for_viewers(sharing)
 

@@ -2,7 +2,7 @@
 import pytest
 
 from harness.browsers.viewer_page import ViewerPage
-from harness.network.intercepting_proxy import unavailable
+from harness.network.intercepting_proxy import respond_unavailable
 from harness.x11.canvas import read_number
 from harness.x11.motion import Motion
 
@@ -10,13 +10,13 @@ WITHOUT_FETCH = "<script>delete window.fetch;</script>"
 
 
 @pytest.fixture
-def door(sharing, relay):
-    return relay(sharing, inject=WITHOUT_FETCH)
+def proxy(sharing, make_proxy):
+    return make_proxy(sharing, inject=WITHOUT_FETCH)
 
 
-def test_motion_without_fetch(page, door, sharing, canvas):
+def test_motion_without_fetch(page, proxy, sharing, canvas):
     """One frame late at the most in some browsers, which takes no harm from motion."""
-    page.open(door.port)
+    page.open(proxy.port)
     with Motion(canvas) as motion:
         page.eventually(lambda: motion.latest > 20
                         and abs(read_number(page.pixels()) - motion.latest) < 10,
@@ -25,13 +25,13 @@ def test_motion_without_fetch(page, door, sharing, canvas):
         page.wait_for_viewers(sharing)
 
 
-def test_refusal_without_fetch(page, door, canvas):
-    door.answer_stream = unavailable
-    page.open(door.port)
+def test_refusal_without_fetch(page, proxy, canvas):
+    proxy.stream_handler = respond_unavailable
+    page.open(proxy.port)
     page.wait_for_hint(ViewerPage.DISCONNECTED)
-    first = len(door.stream_times)
-    page.eventually(lambda: len(door.stream_times) >= first + 2, "it tries again and again")
-    door.answer_stream = None
+    first = len(proxy.stream_times)
+    page.eventually(lambda: len(proxy.stream_times) >= first + 2, "it tries again and again")
+    proxy.stream_handler = None
     with Motion(canvas) as motion:
         page.eventually(lambda: motion.latest > 20
                         and abs(read_number(page.pixels()) - motion.latest) < 10,

@@ -5,14 +5,14 @@ import pytest
 
 from harness.host.installation import installation
 from harness.network.lan import Network
-from harness.network.mdns_network import Room
+from harness.network.mdns_network import MDNSNetwork
 from harness.network.two_links import TwoLinks
 
 pytest_plugins = ["harness.fixtures"]
 
 
 def _made_by_root(make):
-    """What makes network namespaces, removed in the end."""
+    """Yields what make() builds from network namespaces, and removes it in the end."""
     if os.geteuid() != 0:
         pytest.skip("network namespaces and capabilities need root")
     made = make()
@@ -22,23 +22,25 @@ def _made_by_root(make):
 
 @pytest.fixture
 def network():
+    """A server and a client on one switch."""
     yield from _made_by_root(Network)
 
 
 @pytest.fixture
-def room(tmp_path):
-    yield from _made_by_root(lambda: Room(tmp_path))
+def lan(tmp_path):
+    """The hosts presenter, viewer and other on one network with mDNS."""
+    yield from _made_by_root(lambda: MDNSNetwork(tmp_path))
 
 
 @pytest.fixture
 def machine(tmp_path):
-    """A machine of its own: port 80 is free there, and privileged for certain."""
+    """A host with two links, on which port 80 is free and privileged."""
     yield from _made_by_root(lambda: TwoLinks(tmp_path))
 
 
 @pytest.fixture
 def installed(monkeypatch):
-    """Copies of the program and the helper that an ordinary user can run."""
+    """An installation that an ordinary user can run; TARVINEL names its program."""
     with installation() as prefix:
         monkeypatch.setenv("TARVINEL", str(prefix / "bin/tarvinel"))
         yield prefix

@@ -238,45 +238,45 @@ def look_from(host, folder):
     return look(folder, prefix=host.prefix)
 
 
-def test_the_name_without_a_daemon(room, tmp_path):
-    assert look_from(room.presenter, tmp_path).findings["Name"] == [
+def test_the_name_without_a_daemon(lan, tmp_path):
+    assert look_from(lan.presenter, tmp_path).findings["Name"] == [
         (FINE, "No Avahi daemon runs: Tarvinel itself answers for tarvinel.local.", ())]
 
 
-def test_the_name_with_a_daemon(room, tmp_path):
-    room.presenter.start_bus()
-    room.presenter.start_avahi()
-    room.viewer.start_bus()
-    room.viewer.start_avahi()
-    assert look_from(room.presenter, tmp_path).findings["Name"] == [
+def test_the_name_with_a_daemon(lan, tmp_path):
+    lan.presenter.start_bus()
+    lan.presenter.start_avahi()
+    lan.viewer.start_bus()
+    lan.viewer.start_avahi()
+    assert look_from(lan.presenter, tmp_path).findings["Name"] == [
         (FINE, "The Avahi daemon runs and will publish tarvinel.local.", ())]
-    assert room.viewer.avahi_resolves("tarvinel.local") is None, "nothing is published"
+    assert lan.viewer.avahi_resolves("tarvinel.local") is None, "nothing is published"
 
 
-def test_a_name_that_is_taken(room, tmp_path):
-    room.presenter.start_bus()
-    room.presenter.start_avahi()
-    room.other.start_bus()
-    room.other.start_avahi(host_name="tarvinel")
-    report = look_from(room.presenter, tmp_path)
+def test_a_name_that_is_taken(lan, tmp_path):
+    lan.presenter.start_bus()
+    lan.presenter.start_avahi()
+    lan.other.start_bus()
+    lan.other.start_avahi(host_name="tarvinel")
+    report = look_from(lan.presenter, tmp_path)
     assert report.status == 1
     assert report.findings["Name"] == [
-        (MEND, f"tarvinel.local is taken in this network, by {room.ADDRESSES['other']}.",
+        (MEND, f"tarvinel.local is taken in this network, by {lan.ADDRESSES['other']}.",
          ('Set "hostname" in config.json to another name.',))]
 
 
-def test_the_name_is_the_computers_own(room, tmp_path):
-    room.presenter.start_bus()
-    room.presenter.start_avahi(host_name="tarvinel")
-    assert look_from(room.presenter, tmp_path).texts("Name") == [
+def test_the_name_is_the_computers_own(lan, tmp_path):
+    lan.presenter.start_bus()
+    lan.presenter.start_avahi(host_name="tarvinel")
+    assert look_from(lan.presenter, tmp_path).texts("Name") == [
         "tarvinel.local is this computer's own name, which Avahi publishes."]
 
 
-def test_a_daemon_that_hangs(room, tmp_path):
-    room.presenter.start_bus()
-    daemon = room.presenter.start_avahi()
+def test_a_daemon_that_hangs(lan, tmp_path):
+    lan.presenter.start_bus()
+    daemon = lan.presenter.start_avahi()
     daemon.signal(signal.SIGSTOP)
-    report = look_from(room.presenter, tmp_path)
+    report = look_from(lan.presenter, tmp_path)
     daemon.signal(signal.SIGCONT)
     assert report.texts("Name") == [
         "tarvinel.local cannot be published: the Avahi daemon does not answer."]
@@ -321,13 +321,13 @@ ONLY_FOR_ROOT = (
 
 
 @pytest.mark.parametrize("firewall, findings", [
-    ({"lets_in": {"public": ["ssh"]}}, [shut("public"), without_names("public")]),
-    ({"lets_in": {"public": ["80/tcp", "mdns"]}}, [OPEN]),
-    ({"lets_in": {"public": ["http", "5353/udp"]}}, [OPEN]),
-    ({"lets_in": {}, "default": "trusted"}, [OPEN]),
-    ({"lets_in": {"public": ["http", "mdns"], "home": []}, "zones": {"eth0": "home"}},
+    ({"allowed": {"public": ["ssh"]}}, [shut("public"), without_names("public")]),
+    ({"allowed": {"public": ["80/tcp", "mdns"]}}, [OPEN]),
+    ({"allowed": {"public": ["http", "5353/udp"]}}, [OPEN]),
+    ({"allowed": {}, "default": "trusted"}, [OPEN]),
+    ({"allowed": {"public": ["http", "mdns"], "home": []}, "zones": {"eth0": "home"}},
      [shut("home"), without_names("home")]),
-    ({"lets_in": None}, [ONLY_FOR_ROOT]),
+    ({"allowed": None}, [ONLY_FOR_ROOT]),
 ], ids=["shut", "port", "service", "trusted", "another zone", "only for root"])
 def test_firewalld(network, tmp_path, firewall, findings):
     bus = SessionBus(tmp_path)

@@ -1,49 +1,49 @@
-"""The name under .local: found, followed, withdrawn, refused, with and without an Avahi daemon."""
+"""The name under .local: resolved, updated, withdrawn and rejected, with and without an Avahi daemon."""
 import re
 import signal
 
 import pytest
 
-from harness.network.mdns_observer import Multicast
+from harness.network.mdns_observer import MDNSObserver
 from harness.waiting import LIMIT, eventually
 
 NAME = "tarvinel.local"
 URL = "http://tarvinel.local/"
-RETRIED_WITHIN = 30 + LIMIT  # every thirty seconds what failed is tried again
+RETRIED_WITHIN = 30 + LIMIT  # a failed publication is retried every thirty seconds
 BEFORE_THE_RETRY = 20
 
 FETCH = "import sys, urllib.request; print(urllib.request.urlopen(sys.argv[1]).read().decode())"
 
 
 @pytest.fixture
-def viewer(room):
-    """Who looks for the name: a computer with everything that finds names."""
-    room.viewer.start_bus()
-    room.viewer.start_avahi()
-    return room.viewer
+def viewer(lan):
+    """A host with an Avahi daemon, which resolves the name."""
+    lan.viewer.start_bus()
+    lan.viewer.start_avahi()
+    return lan.viewer
 
 
 @pytest.fixture
-def air(room):
-    """What is heard of names where the viewer is."""
-    listening = Multicast(room.viewer, room.ADDRESSES["viewer"])
-    yield listening
-    listening.close()
+def mdns(lan):
+    """Observes mDNS on the viewer's host."""
+    observer = MDNSObserver(lan.viewer, lan.ADDRESSES["viewer"])
+    yield observer
+    observer.close()
 
 
 @pytest.fixture
-def present(room, start):
-    """Starts the program on a host on port 80, where it publishes its name."""
-    def start_program(host=room.presenter, **keywords):
+def present(lan, start):
+    """Starts the program on a host and port 80, where it publishes its name."""
+    def start_program(host=lan.presenter, **keywords):
         return start("--capture", "pattern", "--verbose", port=80, named=True, prefix=host.prefix,
                      connect=host.connect, **keywords)
     return start_program
 
 
 @pytest.fixture(params=["daemon", "no-daemon", "no-bus"])
-def responder(request, room):
-    """What there is on the presenter's computer: an Avahi daemon, only a bus, neither."""
-    return prepare(room.presenter, request.param)
+def responder(request, lan):
+    """Prepares the presenter's host: with an Avahi daemon, with a bus only, or with neither."""
+    return prepare(lan.presenter, request.param)
 
 
 def prepare(host, responder):
@@ -59,32 +59,32 @@ def wait_until_registered(program):
     return program
 
 
-def wait_until_answered(air, address):
-    """Somebody answers with this address, and nobody with another after that."""
+def wait_until_answered(mdns, address):
+    """Waits until the latest response to a query has this address."""
     def answered():
-        air.ask(NAME)
-        return air.records(NAME)[-1:] == [(120, address)]
+        mdns.query(NAME)
+        return mdns.records(NAME)[-1:] == [(120, address)]
 
-    air.forget()
-    eventually(answered, LIMIT, f"an answer with {address}", every=0.5)
+    mdns.clear()
+    eventually(answered, LIMIT, f"a response with {address}", every=0.5)
 
 
 def lines(program, text):
     return [line for line in program.stdout.splitlines() if text in line]
 
 
-def test_found_followed_and_withdrawn(room, viewer, air, responder, present):
+def test_found_followed_and_withdrawn(lan, viewer, mdns, responder, present):
     program = wait_until_registered(present())
-    address = room.ADDRESSES["presenter"]
-    road = "the Avahi daemon" if responder == "daemon" else "a responder of our own"
-    assert re.findall("publishing (?:through|by) (.*)", program.stderr) == [road]
-    eventually(lambda: (120, address) in air.records(NAME), LIMIT, "announced")
+    address = lan.ADDRESSES["presenter"]
+    publisher = "the Avahi daemon" if responder == "daemon" else "a responder of our own"
+    assert re.findall("publishing (?:through|by) (.*)", program.stderr) == [publisher]
+    eventually(lambda: (120, address) in mdns.records(NAME), LIMIT, "announced")
     assert viewer.avahi_resolves(NAME) == address
     assert viewer.system_resolves(NAME) == address
     assert '"sharing":false' in viewer.run("python3", "-c", FETCH, URL + "status")
 
-    room.presenter.take_address(address)
-    room.presenter.give_address("10.98.0.77")
+    lan.presenter.remove_address(address)
+    lan.presenter.add_address("10.98.0.77")
     eventually(lambda: viewer.system_resolves(NAME) == "10.98.0.77", LIMIT, "followed")
     assert '"sharing":false' in viewer.run("python3", "-c", FETCH, URL + "status")
     assert len(lines(program, URL)) == 1
@@ -92,11 +92,11 @@ def test_found_followed_and_withdrawn(room, viewer, air, responder, present):
 
     program.command("quit")
     assert program.wait(LIMIT) == 0
-    eventually(lambda: air.withdrawn(NAME), LIMIT, "withdrawn")
-    assert air.silent_about(NAME)
+    eventually(lambda: mdns.withdrawn(NAME), LIMIT, "withdrawn")
+    assert mdns.is_unanswered(NAME)
 
 
-# Someone else has the name
+# The name is taken
 
 TAKEN = f'{NAME} is taken on this network; set "hostname" in config.json to use another name'
 
@@ -107,14 +107,14 @@ def wait_until_taken(program):
 
 @pytest.mark.slow
 @pytest.mark.parametrize("responder", ["daemon", "no-bus"])
-def test_taken_by_another_computer_until_it_leaves(room, air, responder, present):
+def test_taken_by_another_computer_until_it_leaves(lan, mdns, responder, present):
     first = wait_until_registered(present())
-    prepare(room.other, responder)
-    second = present(room.other)
+    prepare(lan.other, responder)
+    second = present(lan.other)
     wait_until_taken(second)
     assert not lines(second, URL)
     second.wait_for_line(r"\[app\] tarvinel\.local name conflict", source="stderr")
-    wait_until_answered(air, room.ADDRESSES["presenter"])
+    wait_until_answered(mdns, lan.ADDRESSES["presenter"])
 
     first.terminate()
     second.wait_for_line(f"Open {URL} in any browser", RETRIED_WITHIN)
@@ -123,10 +123,10 @@ def test_taken_by_another_computer_until_it_leaves(room, air, responder, present
 
 
 @pytest.mark.parametrize("responder", ["daemon", "no-bus"])
-def test_taken_by_both_at_once(room, responder, present):
-    for host in (room.presenter, room.other):
+def test_taken_by_both_at_once(lan, responder, present):
+    for host in (lan.presenter, lan.other):
         prepare(host, responder)
-    programs = [present(host) for host in (room.presenter, room.other)]
+    programs = [present(host) for host in (lan.presenter, lan.other)]
     eventually(lambda: all(lines(program, URL) or lines(program, TAKEN) for program in programs),
                LIMIT, "both know")
     eventually(lambda: sorted(bool(lines(program, TAKEN)) for program in programs) == [False, True],
@@ -134,186 +134,186 @@ def test_taken_by_both_at_once(room, responder, present):
 
 
 @pytest.mark.parametrize("responder", ["daemon", "no-bus"])
-def test_taken_when_two_networks_become_one(room, air, responder, present):
-    for host in (room.presenter, room.other):
+def test_taken_when_two_networks_become_one(lan, mdns, responder, present):
+    for host in (lan.presenter, lan.other):
         prepare(host, responder)
-    room.other.cut_silently()
-    programs = [wait_until_registered(present(host)) for host in (room.presenter, room.other)]
-    room.other.restore_silently()
+    lan.other.cut_silently()
+    programs = [wait_until_registered(present(host)) for host in (lan.presenter, lan.other)]
+    lan.other.restore_silently()
 
     def someone_noticed():
-        air.ask(NAME)  # as viewers do
+        mdns.query(NAME)  # as viewers' computers do
         return any(lines(program, TAKEN) for program in programs)
 
     eventually(someone_noticed, LIMIT, "one of them gives way", every=0.5)
 
 
 @pytest.mark.parametrize("responder", ["daemon", "no-bus"])
-def test_two_programs_on_one_computer_share_the_name(room, air, responder, present, start):
-    prepare(room.presenter, responder)
+def test_two_programs_on_one_computer_share_the_name(lan, mdns, responder, present, start):
+    prepare(lan.presenter, responder)
     first = wait_until_registered(present())
-    second = start("--capture", "pattern", named=True, prefix=room.presenter.prefix,
-                   connect=room.presenter.connect)
+    second = start("--capture", "pattern", named=True, prefix=lan.presenter.prefix,
+                   connect=lan.presenter.connect)
     second.wait_for_line(f"Open http://{NAME}:{second.listening_port()}/ in any browser")
     first.terminate()
     assert first.wait(LIMIT) == 0
-    wait_until_answered(air, room.ADDRESSES["presenter"])
+    wait_until_answered(mdns, lan.ADDRESSES["presenter"])
 
 
-def test_the_computers_own_name_counts_as_published(room, air, present):
-    room.presenter.start_bus()
-    room.presenter.start_avahi(host_name="Tarvinel")
+def test_the_computers_own_name_counts_as_published(lan, mdns, present):
+    lan.presenter.start_bus()
+    lan.presenter.start_avahi(host_name="Tarvinel")
     program = wait_until_registered(present())
-    wait_until_answered(air, room.ADDRESSES["presenter"])
+    wait_until_answered(mdns, lan.ADDRESSES["presenter"])
 
-    air.forget()
-    room.presenter.run("avahi-set-host-name", "elsewhere")
-    eventually(lambda: air.records("elsewhere.local"), LIMIT, "the computer is called otherwise")
-    wait_until_answered(air, room.ADDRESSES["presenter"])
+    mdns.clear()
+    lan.presenter.run("avahi-set-host-name", "elsewhere")
+    eventually(lambda: mdns.records("elsewhere.local"), LIMIT, "the computer is renamed")
+    wait_until_answered(mdns, lan.ADDRESSES["presenter"])
     assert len(lines(program, URL)) == 1
     assert not lines(program, TAKEN)
 
 
-def test_a_daemon_that_appears_and_gives_the_computer_this_name(room, air, present):
-    room.presenter.start_bus()
+def test_a_daemon_that_appears_and_gives_the_computer_this_name(lan, mdns, present):
+    lan.presenter.start_bus()
     program = wait_until_registered(present())
-    room.presenter.start_avahi(host_name="tarvinel")
+    lan.presenter.start_avahi(host_name="tarvinel")
     program.wait_for_line("publishing through the Avahi daemon", source="stderr")
-    wait_until_answered(air, room.ADDRESSES["presenter"])
+    wait_until_answered(mdns, lan.ADDRESSES["presenter"])
     assert not lines(program, TAKEN)
 
 
 # Addresses
 
-def test_without_a_network_until_there_is_one(room, air, present):
-    address = room.ADDRESSES["presenter"]
-    room.presenter.configure("link", "set", "eth0", "down")
-    room.presenter.take_address(address)
+def test_without_a_network_until_there_is_one(lan, mdns, present):
+    address = lan.ADDRESSES["presenter"]
+    lan.presenter.configure("link", "set", "eth0", "down")
+    lan.presenter.remove_address(address)
     program = present()
     trouble = f"No network address to publish {NAME} for"
     program.wait_for_line(trouble)
-    program.wait_for_line(r"sources:[^$]*sources:", source="stderr")  # ten seconds later
+    program.wait_for_line(r"sources:[^$]*sources:", source="stderr")  # after ten seconds
     assert "Open http://localhost/ in any browser\n" in program.stdout
     assert program.stdout.count(trouble) == 1
     assert "mdns" not in program.stderr
 
-    room.presenter.give_address(address)
-    room.presenter.configure("link", "set", "eth0", "up")
+    lan.presenter.add_address(address)
+    lan.presenter.configure("link", "set", "eth0", "up")
     wait_until_registered(program)
     assert len(lines(program, trouble)) == 1
-    eventually(lambda: (120, address) in air.records(NAME), LIMIT, "heard")
+    eventually(lambda: (120, address) in mdns.records(NAME), LIMIT, "heard")
 
-    room.presenter.take_address(address)
-    eventually(lambda: len(lines(program, trouble)) == 2, LIMIT, "it is said again")
+    lan.presenter.remove_address(address)
+    eventually(lambda: len(lines(program, trouble)) == 2, LIMIT, "the message is printed again")
     assert lines(program, "Open")[-1] == "Open http://localhost/ in any browser"
 
 
 @pytest.mark.parametrize("moment", ["registering", "registered"])
 @pytest.mark.parametrize("responder", ["daemon", "no-bus"])
-def test_an_address_that_changes_twenty_times_in_a_second(room, air, responder, moment, present):
-    presenter = room.presenter
+def test_an_address_that_changes_twenty_times_in_a_second(lan, mdns, responder, moment, present):
+    presenter = lan.presenter
     prepare(presenter, responder)
     program = present()
     program.wait_for_line(rf"tarvinel\.local.* {moment}|{moment} tarvinel\.local",
                           source="stderr")
-    address = room.ADDRESSES["presenter"]
+    address = lan.ADDRESSES["presenter"]
     for number in range(20):
         presenter.configure("link", "set", "eth0", "down")
-        presenter.take_address(address)
+        presenter.remove_address(address)
         address = f"10.98.0.{100 + number}"
-        presenter.give_address(address)
+        presenter.add_address(address)
         presenter.configure("link", "set", "eth0", "up")
 
-    wait_until_answered(air, address)
+    wait_until_answered(mdns, address)
     eventually(lambda: lines(program, "Open")[-1] in (
         f"Open {URL} in any browser", f"Open http://{address}/ in any browser"), LIMIT, "shown")
     program.terminate()
     assert program.wait(LIMIT) == 0
-    eventually(lambda: air.withdrawn(NAME), LIMIT, "withdrawn")
+    eventually(lambda: mdns.withdrawn(NAME), LIMIT, "withdrawn")
 
 
-def test_more_interfaces_than_a_socket_can_listen_on(room, air, present):
-    """The kernel's limit is twenty."""
+def test_more_interfaces_than_a_socket_can_listen_on(lan, mdns, present):
+    """The kernel limits the memberships of a socket to twenty."""
     for number in range(25):
-        room.presenter.configure("link", "add", f"x{number}", "type", "veth",
+        lan.presenter.configure("link", "add", f"x{number}", "type", "veth",
                                  "peer", "name", f"y{number}")
-        room.presenter.configure("address", "add", f"10.97.{number}.1/24", "dev", f"x{number}")
+        lan.presenter.configure("address", "add", f"10.97.{number}.1/24", "dev", f"x{number}")
         for end in "xy":
-            room.presenter.configure("link", "set", f"{end}{number}", "up")
-    address = room.ADDRESSES["presenter"]
+            lan.presenter.configure("link", "set", f"{end}{number}", "up")
+    address = lan.ADDRESSES["presenter"]
     program = wait_until_registered(present())
-    eventually(lambda: (120, address) in air.records(NAME), LIMIT, "announced")
-    wait_until_answered(air, address)
+    eventually(lambda: (120, address) in mdns.records(NAME), LIMIT, "announced")
+    wait_until_answered(mdns, address)
 
-    room.presenter.take_address(address)
-    room.presenter.give_address("10.98.0.77")
-    eventually(lambda: air.records(NAME)[-1:] == [(120, "10.98.0.77")], LIMIT,
+    lan.presenter.remove_address(address)
+    lan.presenter.add_address("10.98.0.77")
+    eventually(lambda: mdns.records(NAME)[-1:] == [(120, "10.98.0.77")], LIMIT,
                "followed")
     program.terminate()
     assert program.wait(LIMIT) == 0
-    eventually(lambda: air.withdrawn(NAME), LIMIT, "withdrawn")
+    eventually(lambda: mdns.withdrawn(NAME), LIMIT, "withdrawn")
 
 
-# Daemons that come, go, refuse and hang
+# Daemons that appear, disappear, reject and hang
 
 def failed(code):
     return re.escape(f"Couldn't publish {NAME} (error {code})")
 
 
 @pytest.mark.slow
-def test_handed_over_to_a_daemon_and_back(room, air, present):
-    address = room.ADDRESSES["presenter"]
-    room.presenter.start_bus()
+def test_handed_over_to_a_daemon_and_back(lan, mdns, present):
+    address = lan.ADDRESSES["presenter"]
+    lan.presenter.start_bus()
     program = wait_until_registered(present())
     program.wait_for_line("publishing by a responder of our own", source="stderr")
-    air.forget()
-    daemon = room.presenter.start_avahi()
+    mdns.clear()
+    daemon = lan.presenter.start_avahi()
     program.wait_for_line("publishing through the Avahi daemon", source="stderr")
-    eventually(lambda: (0, address) in air.records(NAME)
-               and air.records(NAME)[-1] == (120, address), LIMIT, "withdrawn, then announced anew")
+    eventually(lambda: (0, address) in mdns.records(NAME)
+               and mdns.records(NAME)[-1] == (120, address), LIMIT, "withdrawn, then announced again")
     assert not lines(program, "Couldn't")
 
     daemon.kill()
     program.wait_for_line(failed(-65537))
     eventually(lambda: len(lines(program, URL)) == 2, RETRIED_WITHIN, "published again")
     assert program.stderr.count("publishing by a responder of our own") == 2
-    wait_until_answered(air, address)
+    wait_until_answered(mdns, address)
     assert len(lines(program, "Couldn't")) == 1
 
 
-def test_a_daemon_that_restarts_is_used_again_at_once(room, air, present):
-    room.presenter.start_bus()
-    daemon = room.presenter.start_avahi()
+def test_a_daemon_that_restarts_is_used_again_at_once(lan, mdns, present):
+    lan.presenter.start_bus()
+    daemon = lan.presenter.start_avahi()
     program = wait_until_registered(present())
     daemon.kill()
     program.wait_for_line(failed(-65537))
-    room.presenter.start_avahi()
+    lan.presenter.start_avahi()
     eventually(lambda: len(lines(program, URL)) == 2, BEFORE_THE_RETRY, "published again")
-    wait_until_answered(air, room.ADDRESSES["presenter"])
+    wait_until_answered(mdns, lan.ADDRESSES["presenter"])
 
 
-def test_a_bus_that_restarts_with_a_daemon_on_it(room, air, present):
-    bus = room.presenter.start_bus()
+def test_a_bus_that_restarts_with_a_daemon_on_it(lan, mdns, present):
+    bus = lan.presenter.start_bus()
     program = wait_until_registered(present())
     bus.kill()
-    wait_until_answered(air, room.ADDRESSES["presenter"])
-    prepare(room.presenter, "daemon")
+    wait_until_answered(mdns, lan.ADDRESSES["presenter"])
+    prepare(lan.presenter, "daemon")
     program.wait_for_line("publishing through the Avahi daemon", source="stderr")
-    wait_until_answered(air, room.ADDRESSES["presenter"])
+    wait_until_answered(mdns, lan.ADDRESSES["presenter"])
     assert not lines(program, "Couldn't")
 
 
-def test_a_bus_that_dies_with_the_daemon_in_use(room, present):
-    bus = room.presenter.start_bus()
-    room.presenter.start_avahi()
+def test_a_bus_that_dies_with_the_daemon_in_use(lan, present):
+    bus = lan.presenter.start_bus()
+    lan.presenter.start_avahi()
     program = wait_until_registered(present())
     bus.kill()
     program.wait_for_line(failed(-65537))
 
 
-def test_a_daemon_that_still_registers_the_computers_name_is_waited_for(room, present):
-    room.presenter.start_bus()
-    daemon = room.presenter.start_avahi(ready=False)
+def test_a_daemon_that_still_registers_the_computers_name_is_waited_for(lan, present):
+    lan.presenter.start_bus()
+    daemon = lan.presenter.start_avahi(ready=False)
     eventually(lambda: "Server startup" in daemon.stderr or "New relevant" in daemon.stderr, 10,
                "it has begun")
     program = wait_until_registered(present())
@@ -322,18 +322,18 @@ def test_a_daemon_that_still_registers_the_computers_name_is_waited_for(room, pr
 
 @pytest.mark.parametrize("publish", ["disable-publishing=yes",
                                      "disable-user-service-publishing=yes"])
-def test_a_daemon_that_does_not_permit_it(room, publish, present):
-    room.presenter.start_bus()
-    room.presenter.start_avahi(publish=publish)
+def test_a_daemon_that_does_not_permit_it(lan, publish, present):
+    lan.presenter.start_bus()
+    lan.presenter.start_avahi(publish=publish)
     program = present()
     program.wait_for_line(failed(-65555))
     program.wait_for_line(rf"\[app\] {re.escape(NAME)} registration failed: -65555", source="stderr")
 
 
-def test_a_bus_that_does_not_permit_it(room, present):
-    room.presenter.start_bus(policy="""<deny send_destination="org.freedesktop.Avahi"
+def test_a_bus_that_does_not_permit_it(lan, present):
+    lan.presenter.start_bus(policy="""<deny send_destination="org.freedesktop.Avahi"
                                              send_interface="org.freedesktop.Avahi.Server"/>""")
-    room.presenter.start_avahi()
+    lan.presenter.start_avahi()
     present().wait_for_line(failed(-65555))
 
 
@@ -351,18 +351,18 @@ def test_a_bus_that_does_not_permit_it(room, present):
     ({"GetState": 1, "server states": [3, 1, 2], "states": [1, 2]}, re.escape(URL)),
 ], ids=["failure", "not-a-state", "no-such-method", "no-path", "too-many", "taken", "bad-state",
         "silent", "taken-later", "failing-later", "not-yet-running"])
-def test_a_daemon_that_misbehaves(room, script, shown, present):
-    room.presenter.start_bus()
-    room.presenter.start_fake_avahi(script)
+def test_a_daemon_that_misbehaves(lan, script, shown, present):
+    lan.presenter.start_bus()
+    lan.presenter.start_fake_avahi(script)
     program = present()
     program.wait_for_line(shown)
     assert len(lines(program, NAME)) == (2 if script.get("states", [])[2:] else 1)
 
 
 @pytest.mark.parametrize("what_hangs", ["bus", "daemon"])
-def test_what_hangs_is_given_up_and_holds_nobody_up(room, what_hangs, present):
-    bus = room.presenter.start_bus()
-    daemon = room.presenter.start_avahi()
+def test_what_hangs_is_given_up_and_holds_nobody_up(lan, what_hangs, present):
+    bus = lan.presenter.start_bus()
+    daemon = lan.presenter.start_avahi()
     hanging = {"bus": bus, "daemon": daemon}[what_hangs]
     hanging.signal(signal.SIGSTOP)
     try:

@@ -1,5 +1,6 @@
-"""A web page whose name points to the presenter's computer after it was loaded: a real browser, which
-asks a real name server, lets its scripts read nothing. People who use such a name see the page."""
+"""DNS rebinding: a foreign page whose name is changed to the presenter's address after it was loaded. Its
+scripts can read nothing in a real browser with a real DNS server. People who open such a name see the
+viewer page."""
 import contextlib
 import os
 import socket
@@ -8,12 +9,12 @@ import threading
 import pytest
 
 from harness.browsers import BrowserHost, Chromium
-from harness.network.dns_server import NameServer
+from harness.network.dns_server import DNSServer
 from harness.network.lan import Lan
 from harness.waiting import eventually
 
 PRESENTER, VISITOR, ATTACKER = "10.99.1.1", "10.99.1.2", "10.99.1.3"
-LIMIT = 180  # browsers remember an address for a minute
+LIMIT = 180  # browsers cache an address for a minute
 FOREIGN_PAGE = b"""<!DOCTYPE html><title>foreign</title><script>
   const seen = { last: "" };
   async function look() {
@@ -30,7 +31,7 @@ FOREIGN_PAGE = b"""<!DOCTYPE html><title>foreign</title><script>
 
 
 class ForeignServer:
-    """Serves the foreign page under every address, and an answer of its own as "/status"."""
+    """Serves the foreign page under every path, and a document of its own as "/status"."""
 
     def __init__(self, listening):
         self._listening = listening
@@ -63,8 +64,8 @@ def lan():
     try:
         for host, address in (("presenter", PRESENTER), ("visitor", VISITOR),
                               ("attacker", ATTACKER)):
-            made.give_address(host, address)
-        # a browser takes a machine without a default route for one that is offline
+            made.add_address(host, address)
+        # browsers consider a machine without a default route offline
         made.configure("visitor", "route", "add", "default", "via", PRESENTER)
         made.use_name_server("visitor", ATTACKER)
         yield made
@@ -74,9 +75,9 @@ def lan():
 
 @pytest.fixture
 def names(lan):
-    """The addresses that the visitor's browser is told, by name."""
+    """The addresses to which the DNS server resolves names for the visitor's browser."""
     listening = lan.inside("attacker", lambda: udp_socket((ATTACKER, 53)))
-    with contextlib.closing(NameServer(listening, {})) as server:
+    with contextlib.closing(DNSServer(listening, {})) as server:
         yield server.addresses
 
 
@@ -104,7 +105,7 @@ def browser(lan, names, tmp_path):
 
 @pytest.fixture
 def program(start, lan):
-    """It shares, on the web's port, which the attacker's page has as well."""
+    """The program shares on port 80, the same port as the attacker's page."""
     shared = start("--capture", "pattern", "--share", "display-1", "--verbose", port=80,
                    prefix=lan.exec_in("presenter"),
                    connect=lambda address: lan.connect_at("presenter", address))
@@ -118,7 +119,7 @@ def test_a_foreign_page_whose_name_points_here_reads_nothing(program, browser, n
     browser.open("http://page.evil.example/")
     eventually(lambda: browser.evaluate("seen.last") == "foreign", LIMIT, "the page is at work")
     names["page.evil.example"] = PRESENTER
-    lan.give_address("visitor", "10.99.1.4")  # a changed network makes browsers ask again
+    lan.add_address("visitor", "10.99.1.4")  # browsers resolve names again after a network change
     program.wait_for_line(rf"GET /status from {VISITOR}", LIMIT, source="stderr")
     read = eventually(lambda: other_than("foreign", browser.evaluate("seen.last")), LIMIT,
                       "the page has the presenter's answer")

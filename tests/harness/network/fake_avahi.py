@@ -1,10 +1,10 @@
-"""A stand-in for the Avahi daemon that misbehaves as told, for what the real one cannot be made to do.
+"""A fake Avahi daemon with scripted faults, which the real daemon cannot be made to show.
 
     fake_avahi.py SCRIPT
 
-SCRIPT is a JSON object: a method's name gives {"error": NAME}, "silent" (no answer) or a value to
-return in place of the usual one; "states" are the states that a committed group goes through,
-"server states" those that the server goes through after it was asked for its state.
+SCRIPT is a JSON object. It maps the name of a method to {"error": NAME}, "silent" (no reply) or a value
+that replaces the default one. "states" are the states that a committed group enters, "server states"
+those that the server enters after a call of GetState.
 """
 import json
 import sys
@@ -16,7 +16,7 @@ from gi.repository import GLib
 
 SERVICE = "org.freedesktop.Avahi"
 GROUP = "/Client1/EntryGroup1"
-ANSWERS = {
+REPLIES = {
     "GetState": ("i", 2),
     "GetHostNameFqdn": ("s", "fake.local"),
     "EntryGroupNew": ("o", GROUP),
@@ -29,14 +29,14 @@ def types_of(value):
     return "s" if isinstance(value, str) else "i"
 
 
-def answer(script, call):
-    """The reply to a call: an answer, an error or None."""
-    told = script.get(call.get_member())
-    if told == "silent":
+def reply_to(script, call):
+    """Returns the reply to a call, which may be an error, or None for no reply."""
+    scripted = script.get(call.get_member())
+    if scripted == "silent":
         return None
-    if isinstance(told, dict):
-        return dbus.lowlevel.ErrorMessage(call, told["error"], "as told")
-    types, value = ANSWERS[call.get_member()] if told is None else (types_of(told), told)
+    if isinstance(scripted, dict):
+        return dbus.lowlevel.ErrorMessage(call, scripted["error"], "scripted error")
+    types, value = REPLIES[call.get_member()] if scripted is None else (types_of(scripted), scripted)
     reply = dbus.lowlevel.MethodReturnMessage(call)
     if types:
         reply.append(value, signature=types)
@@ -55,9 +55,9 @@ def main():
     bus = dbus.SystemBus()
 
     def handle(connection, message):
-        if message.get_type() != 1 or message.get_member() not in ANSWERS:
+        if message.get_type() != 1 or message.get_member() not in REPLIES:
             return dbus.lowlevel.HANDLER_RESULT_NOT_YET_HANDLED
-        reply = answer(script, message)
+        reply = reply_to(script, message)
         if reply is not None:
             connection.send_message(reply)
         if message.get_member() == "Commit":

@@ -1,11 +1,11 @@
-"""A stand-in for firewalld on a bus, which answers as version 1.3 does."""
+"""A fake firewalld that replies like version 1.3."""
 from gi.repository import Gio, GLib
 
 from ..desktop.bus_service import BusService
 
 NAME = "org.fedoraproject.FirewallD1"
 PATH = "/org/fedoraproject/FirewallD1"
-REFUSAL = f"{NAME}.NotAuthorizedException"
+NOT_AUTHORIZED = f"{NAME}.NotAuthorizedException"
 XML = f"""<node>
 <interface name="{NAME}">
   <method name="getDefaultZone"><arg type="s" direction="out"/></method>
@@ -23,12 +23,11 @@ XML = f"""<node>
 
 
 class FakeFirewalld(BusService):
-    """Its default zone is "public", unless another is the `default`; `zones` names those that network
-    cards are in. `lets_in` has lists of services, and of ports as "80/tcp", by zone; None where only
-    root is told."""
+    """`default` is the default zone, `zones` maps network interfaces to their zones. `allowed` maps zones
+    to lists of services and of ports such as "80/tcp"; with None, queries require authorization."""
 
-    def __init__(self, bus_address, lets_in, zones=(), default="public"):
-        self._lets_in, self._zones, self._default = lets_in, dict(zones), default
+    def __init__(self, bus_address, allowed, zones=(), default="public"):
+        self._allowed, self._zones, self._default = allowed, dict(zones), default
         super().__init__(bus_address, NAME, PATH, XML)
 
     def handle_call(self, sender, method, arguments):
@@ -37,11 +36,11 @@ class FakeFirewalld(BusService):
         if method == "getZoneOfInterface":
             return GLib.Variant("(s)", (self._zones.get(arguments[0], ""),))
         zone, *what = arguments
-        return GLib.Variant("(b)", ("/".join(what) in self._lets_in.get(zone or self._default, ()),))
+        return GLib.Variant("(b)", ("/".join(what) in self._allowed.get(zone or self._default, ()),))
 
     def _handle_call(self, connection, sender, path, interface, method, arguments, invocation):
-        if self._lets_in is None and method.startswith("query"):
-            invocation.return_dbus_error(REFUSAL, "Not Authorized(polkit)")
+        if self._allowed is None and method.startswith("query"):
+            invocation.return_dbus_error(NOT_AUTHORIZED, "Not Authorized(polkit)")
         else:
             invocation.return_value(self.handle_call(sender, method, arguments))
 

@@ -1,4 +1,4 @@
-"""A server in front of the program, to see and to change what passes between page and program."""
+"""An HTTP proxy in front of the program that records and changes what passes between page and program."""
 import contextlib
 import re
 import socket
@@ -10,12 +10,12 @@ UNAVAILABLE = (b"HTTP/1.1 503 Service Unavailable\r\nContent-Type: text/plain\r\
                b"Content-Length: 5\r\nConnection: close\r\n\r\nbusy\n")
 
 
-class Relay:
-    """Hands every connection on to what `connect` reaches.
+class InterceptingProxy:
+    """Forwards every connection to the server that `connect` reaches.
 
-    `inject` is put at the start of the page's head. `answer_stream`, while set, is called with the
-    connection of a "/stream" request instead of handing it on. `stream_times` are the moments at
-    which such requests came; `most_streams` is how many were open at once.
+    `inject` is inserted at the start of the page's <head>. While `stream_handler` is set, it is called
+    with the connection of each "/stream" request instead of forwarding that. `stream_times` are the
+    times of such requests, `max_streams` the maximum number that was open at once.
     """
 
     def __init__(self, listener, connect, inject=""):
@@ -23,17 +23,17 @@ class Relay:
         self._connect = connect
         self._inject = inject.encode()
         self._lock = threading.Lock()
-        self.answer_stream = None
+        self.stream_handler = None
         self.stream_times = []
-        self.most_streams = 0
+        self.max_streams = 0
         self._open = set()
         threading.Thread(target=self._accept, daemon=True).start()
 
     def break_streams(self):
-        """Breaks all streams that are open; returns when. Counts the most anew."""
+        """Breaks all open streams, resets `max_streams` and returns the time."""
         with self._lock:
             open_streams = list(self._open)
-            self.most_streams = 0
+            self.max_streams = 0
         now = time.monotonic()
         for client in open_streams:
             with contextlib.suppress(OSError):
@@ -63,53 +63,53 @@ class Relay:
             if head.startswith(b"GET /stream"):
                 self._serve_stream(client, head)
             elif head:
-                client.sendall(self._with_injection(self._whole_answer(head)))
+                client.sendall(self._with_injection(self._fetch_response(head)))
 
     def _serve_stream(self, client, head):
         with self._lock:
             self.stream_times.append(time.monotonic())
             self._open.add(client)
-            self.most_streams = max(self.most_streams, len(self._open))
+            self.max_streams = max(self.max_streams, len(self._open))
         try:
-            if self.answer_stream:
-                self.answer_stream(client)
+            if self.stream_handler:
+                self.stream_handler(client)
             else:
-                self._hand_on(client, head)
+                self._forward(client, head)
         finally:
             with self._lock:
                 self._open.discard(client)
 
-    def _hand_on(self, client, head):
+    def _forward(self, client, head):
         with self._connect() as server:
             server.settimeout(None)
-            # its end is a reset: a page that leaves does not read what is still on its way
+            # It closes with a reset, because a page that leaves does not read the rest of the stream.
             server.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
             server.sendall(head)
             back = threading.Thread(target=_pump, args=[client, server], daemon=True)
             back.start()
             _pump(server, client)
 
-    def _whole_answer(self, head):
+    def _fetch_response(self, head):
         with self._connect() as server:
             server.sendall(head)
-            answer = bytearray()
+            response = bytearray()
             while piece := server.recv(65536):
-                answer += piece
-        return bytes(answer)
+                response += piece
+        return bytes(response)
 
-    def _with_injection(self, answer):
-        head, _, body = answer.partition(b"\r\n\r\n")
+    def _with_injection(self, response):
+        head, _, body = response.partition(b"\r\n\r\n")
         body = body.replace(b"<head>", b"<head>" + self._inject, 1)
         head = re.sub(rb"Content-Length: \d+", b"Content-Length: %d" % len(body), head)
         return head + b"\r\n\r\n" + body
 
 
-def unavailable(connection):
+def respond_unavailable(connection):
     connection.sendall(UNAVAILABLE)
 
 
-def slam(connection):
-    """Ends the connection without an answer."""
+def close_without_response(connection):
+    """Closes the connection without a response."""
 
 
 def _read_head(connection):
@@ -123,7 +123,7 @@ def _read_head(connection):
 
 
 def _pump(source, sink):
-    """Hands bytes on until either side ends; then both connections end."""
+    """Forwards bytes until either side closes, then closes both connections."""
     with contextlib.suppress(OSError):
         while piece := source.recv(1 << 20):
             sink.sendall(piece)

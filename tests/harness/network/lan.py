@@ -1,4 +1,4 @@
-"""Machines with a switch between them, made of network namespaces."""
+"""Hosts on a switch, made of network namespaces."""
 import ctypes
 import itertools
 import os
@@ -11,16 +11,16 @@ from pathlib import Path
 from ..waiting import LIMIT
 
 CLONE_NEWNET = 0x40000000
-NAMESPACE_FILES = Path("/etc/netns")  # seen in place of those in /etc (ip-netns(8))
+NAMESPACE_FILES = Path("/etc/netns")  # files here replace those in /etc (ip-netns(8))
 
 
 class Lan:
-    """Hosts on one switch, each a namespace with an interface "eth0". Needs root."""
+    """Hosts on one switch; each is a namespace with an interface "eth0". Requires root."""
 
     _numbers = itertools.count()
 
     def __init__(self, *hosts):
-        """`hosts` are names; their addresses are for the caller to give."""
+        """`hosts` are names; the caller assigns addresses to them."""
         tag = f"tv{os.getpid()}n{next(self._numbers)}"
         self._namespaces = {host: f"{tag}{index}" for index, host in enumerate(hosts)}
         self._switch = f"{tag}b"
@@ -40,40 +40,40 @@ class Lan:
         return ["ip", "netns", "exec", self.namespace(host)]
 
     def inside(self, host, action):
-        """Runs the action on a thread that has moved to the host: a socket stays in the
-        namespace that it was made in."""
+        """Runs the action on a thread in the host's namespace. A socket stays in the namespace in
+        which it was created."""
         return _inside(self.namespace(host), action)
 
     def connect_at(self, host, address):
-        """A socket of the host, for what it serves on its loopback interface."""
+        """Connects from the host to an address, such as one of its loopback interface."""
         return self.inside(host, lambda: socket.create_connection(address, 10))
 
     def configure(self, host, *arguments):
-        """An "ip" command on that host."""
+        """Runs an "ip" command on that host."""
         _ip("-n", self.namespace(host), *arguments)
 
-    def give_address(self, host, address):
+    def add_address(self, host, address):
         self.configure(host, "address", "add", f"{address}/24", "dev", "eth0")
 
-    def take_address(self, host, address):
+    def remove_address(self, host, address):
         self.configure(host, "address", "del", f"{address}/24", "dev", "eth0")
 
     def use_name_server(self, host, address):
-        """Programs that are started on the host from now on ask that name server."""
+        """Makes programs that are started on the host from now on use that DNS server."""
         folder = NAMESPACE_FILES / self.namespace(host)
         folder.mkdir(parents=True)
         self._folders.append(folder)
         (folder / "resolv.conf").write_text(f"nameserver {address}\n")
 
     def cut(self, host):
-        """Pulls the host's cable: it is told, the others are not."""
+        """Takes the host's link down: only the host notices."""
         _ip("-n", self._switch, "link", "set", host, "down")
 
     def restore(self, host):
         _ip("-n", self._switch, "link", "set", host, "up")
 
     def cut_silently(self, host):
-        """Makes the switch forget the host: every link stays up, nothing comes through."""
+        """Disconnects the host from the switch: every link stays up, but no packets pass."""
         _ip("-n", self._switch, "link", "set", host, "nomaster")
 
     def restore_silently(self, host):
@@ -103,51 +103,51 @@ class Lan:
 
 
 class Network:
-    """A server and a client with a switch between them. Needs root."""
+    """A server and a client on one switch. Requires root."""
 
     SERVER_ADDRESS = "10.99.0.1"
     CLIENT_ADDRESS = "10.99.0.2"
 
     def __init__(self):
         self._lan = Lan("server", "client")
-        self._lan.give_address("server", self.SERVER_ADDRESS)
-        self._lan.give_address("client", self.CLIENT_ADDRESS)
-        # a browser takes a machine without a default route for one that is offline
+        self._lan.add_address("server", self.SERVER_ADDRESS)
+        self._lan.add_address("client", self.CLIENT_ADDRESS)
+        # browsers consider a machine without a default route offline
         self._lan.configure("client", "route", "add", "default", "via", self.SERVER_ADDRESS)
 
     def exec_in_server(self):
-        """The command prefix that runs a program on the server's side."""
+        """The command prefix that runs a program on the server."""
         return self._lan.exec_in("server")
 
     def exec_in_client(self):
         return self._lan.exec_in("client")
 
     def connect_from_client(self, port):
-        """A socket of the client's side, connected to the server's."""
+        """Connects from the client to a port of the server."""
         return self._lan.connect_at("client", (self.SERVER_ADDRESS, port))
 
     def connect_at_server(self, address):
-        """A socket of the server's side, for what it serves on its loopback interface."""
+        """Connects on the server to an address, such as one of its loopback interface."""
         return self._lan.connect_at("server", address)
 
     def connect_at_client(self, port):
-        """A socket of the client's side, for what it serves on its loopback interface."""
+        """Connects on the client to a port of its loopback interface."""
         return self._lan.connect_at("client", ("127.0.0.1", port))
 
     def listen_at_server(self):
-        """A listening socket of the server's side, on a free port."""
+        """Returns a listening socket on a free port of the server."""
         return self._lan.inside("server",
                                 lambda: socket.create_server((self.SERVER_ADDRESS, 0)))
 
     def cut(self):
-        """Pulls the client's cable: the client is told, the server is not."""
+        """Takes the client's link down: only the client notices."""
         self._lan.cut("client")
 
     def restore(self):
         self._lan.restore("client")
 
     def cut_silently(self):
-        """Makes the switch forget the client: every link stays up, nothing comes through."""
+        """Disconnects the client from the switch: every link stays up, but no packets pass."""
         self._lan.cut_silently("client")
 
     def restore_silently(self):
@@ -158,12 +158,12 @@ class Network:
 
 
 def connect_inside(namespace, address):
-    """A socket of a namespace, connected to an address there."""
+    """Connects to an address in a namespace."""
     return _inside(namespace, lambda: socket.create_connection(address, 10))
 
 
 def listen_inside(namespace, port):
-    """A listening socket of a namespace, on all its addresses."""
+    """Returns a listening socket in a namespace, on all its addresses."""
     return _inside(namespace, lambda: socket.create_server(("", port)))
 
 

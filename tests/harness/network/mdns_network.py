@@ -1,5 +1,5 @@
-"""Computers in one room, with what finds names on them: each has a network namespace, a /run and a
-name service of its own, so that its daemons are seen by nobody else."""
+"""A network of hosts with mDNS: each host has a network namespace, a /run and a name service of its own,
+so that its daemons are invisible to others."""
 import json
 import subprocess
 from pathlib import Path
@@ -34,7 +34,7 @@ publish-hinfo=no
 
 
 class Host:
-    """One computer. What is started on it ends with the room."""
+    """One host. Every process that is started on it ends with the network."""
 
     def __init__(self, lan, name, folder):
         self._lan = lan
@@ -53,30 +53,30 @@ class Host:
         return self._lan.connect_at(self.name, address)
 
     def run(self, *argv, within=LIMIT):
-        """Standard output of a command that runs here, None when it failed."""
+        """Returns the standard output of a command that runs here, or None if it failed."""
         done = subprocess.run([*map(str, self.prefix), *argv], capture_output=True, text=True,
                               timeout=within)
         return done.stdout if done.returncode == 0 else None
 
     def start(self, name, *argv):
-        """A process that ends with the room."""
+        """Starts a process, which ends with the network."""
         process = Process([*self.prefix, *argv], self.folder, f"{name}-{len(self._processes)}")
         self._processes.append(process)
         return process
 
     def start_bus(self, policy=""):
-        """A system bus of its own on which everybody may do everything but what `policy` says."""
+        """Starts a private system bus that permits everything except what `policy` denies."""
         config = self.folder / "bus.conf"
         config.write_text(BUS.format(policy=policy))
         socket = self.folder / "run/dbus/system_bus_socket"
-        socket.unlink(missing_ok=True)  # of a bus before
+        socket.unlink(missing_ok=True)  # left by an earlier bus
         bus = self.start("bus", "dbus-daemon", f"--config-file={config}", "--nofork",
                          "--nopidfile")
         eventually(socket.exists, LIMIT, "the bus listens")
         return bus
 
     def start_avahi(self, host_name=None, publish="", ready=True):
-        """The daemon, waited for until it has registered the host's own name."""
+        """Starts the Avahi daemon and, if `ready`, waits until it has registered the host's own name."""
         config = self.folder / "avahi.conf"
         config.write_text(AVAHI.format(host_name=host_name or self.name, publish=publish))
         daemon = self.start("avahi", "avahi-daemon", "-f", config, "--no-drop-root", "--no-chroot",
@@ -87,27 +87,27 @@ class Host:
         return daemon
 
     def start_fake_avahi(self, script):
-        """A daemon that misbehaves as told, see fake_avahi.py."""
+        """Starts a fake Avahi daemon with this script, see fake_avahi.py."""
         fake = self.start("fake-avahi", "/usr/bin/python3",
                           Path(__file__).with_name("fake_avahi.py"), json.dumps(script))
         eventually(lambda: "ready" in fake.stdout, LIMIT, "the fake daemon runs")
         return fake
 
     def avahi_resolves(self, name):
-        """The address that the Avahi daemon here finds under a name."""
+        """Returns the address to which the Avahi daemon here resolves a name, or None."""
         found = self.run("avahi-resolve", "-4", "-n", name)
         return found.split()[1] if found else None
 
     def system_resolves(self, name):
-        """The address that programs here find under a name."""
+        """Returns the address to which the system resolver here resolves a name, or None."""
         found = self.run("getent", "hosts", name)
         return found.split()[0] if found else None
 
-    def give_address(self, address):
-        self._lan.give_address(self.name, address)
+    def add_address(self, address):
+        self._lan.add_address(self.name, address)
 
-    def take_address(self, address):
-        self._lan.take_address(self.name, address)
+    def remove_address(self, address):
+        self._lan.remove_address(self.name, address)
 
     def configure(self, *arguments):
         self._lan.configure(self.name, *arguments)
@@ -126,8 +126,8 @@ class Host:
             process.stop()
 
 
-class Room:
-    """Hosts "presenter", "viewer" and "other" on one switch, each with an address."""
+class MDNSNetwork:
+    """The hosts "presenter", "viewer" and "other" on one switch, each with an address."""
 
     ADDRESSES = {"presenter": "10.98.0.1", "viewer": "10.98.0.2", "other": "10.98.0.3"}
 
@@ -136,7 +136,7 @@ class Room:
         self._hosts = [Host(self._lan, name, folder) for name in self.ADDRESSES]
         self.presenter, self.viewer, self.other = self._hosts
         for host in self._hosts:
-            host.give_address(self.ADDRESSES[host.name])
+            host.add_address(self.ADDRESSES[host.name])
 
     def remove(self):
         for host in self._hosts:

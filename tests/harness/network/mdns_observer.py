@@ -1,4 +1,4 @@
-"""Multicast DNS as it passes by on a host's network."""
+"""Observation of multicast DNS (RFC 6762) on a host's network."""
 import select
 import socket
 import struct
@@ -8,39 +8,39 @@ GROUP, PORT = "224.0.0.251", 5353
 TYPE_A = 1
 
 
-class Multicast:
-    """Listens to the group on one interface of one host and keeps the address records it sees."""
+class MDNSObserver:
+    """Joins the group on one interface of a host and records the address records that it receives."""
 
     def __init__(self, host, address):
         self._socket = host.inside(lambda: _group_member(address))
         self._address = address
         self._seen = []
 
-    def ask(self, name):
-        """Asks the group for the address of a name, once."""
+    def query(self, name):
+        """Sends one query for the address of a name."""
         labels = b"".join(bytes([len(label)]) + label.encode() for label in name.split("."))
         question = struct.pack(">6H", 0, 0, 1, 0, 0, 0) + labels + struct.pack(">BHH", 0, TYPE_A, 1)
         self._socket.sendto(question, (GROUP, PORT))
 
     def records(self, name):
-        """(time to live, address) of every record for the name seen so far, in their order."""
+        """Returns (TTL, address) of every record for the name so far, in their order."""
         while select.select([self._socket], [], [], 0)[0]:
             self._seen += _address_records(self._socket.recv(9000))
         return [(ttl, address) for found, ttl, address in self._seen if found == name]
 
-    def forget(self):
+    def clear(self):
         self.records("")
         self._seen = []
 
     def withdrawn(self, name):
-        """Whether the last that was heard of the name is that it goes."""
+        """Returns whether the last record for the name was a goodbye, with a TTL of 0."""
         records = self.records(name)
         return bool(records) and records[-1][0] == 0
 
-    def silent_about(self, name, seconds=1.5):
-        """Whether nobody answers a question for the name."""
-        self.forget()
-        self.ask(name)
+    def is_unanswered(self, name, seconds=1.5):
+        """Returns whether no host responds to a query for the name within some seconds."""
+        self.clear()
+        self.query(name)
         deadline = time.monotonic() + seconds
         while time.monotonic() < deadline:
             if self.records(name):
@@ -65,7 +65,7 @@ def _group_member(address):
 
 
 def _address_records(packet):
-    """(name, time to live, address) of the A records that are answers in a packet."""
+    """Returns (name, TTL, address) of the A records in the answer section of a packet."""
     _, flags, questions, answers, _, _ = struct.unpack(">6H", packet[:12])
     if not flags & 0x8000:
         return []
@@ -84,7 +84,7 @@ def _address_records(packet):
 
 
 def _name(packet, at):
-    """The name that begins at an offset, in lower case, and the offset behind it."""
+    """Returns the name at an offset in lower case, and the offset behind it."""
     labels, behind = [], None
     while packet[at]:
         if packet[at] & 0xC0:

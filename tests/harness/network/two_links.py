@@ -1,4 +1,4 @@
-"""A machine with a cable and Wi-Fi, made of a network namespace and a folder in place of sysfs."""
+"""A host with Ethernet and Wi-Fi, made of a network namespace and a folder in place of sysfs."""
 import itertools
 import os
 import subprocess
@@ -9,8 +9,8 @@ from .lan import connect_inside, listen_inside
 
 
 class TwoLinks:
-    """Interfaces "eth0" and "wlan0" with a neighbour each; `sysfs` says what they are. Nothing is
-    routed anywhere until route_over() does. Needs root."""
+    """Interfaces "eth0" and "wlan0" with one neighbour each; the folder `sysfs` describes them. There is
+    no default route until route_over(). Requires root."""
 
     GATEWAYS = {"eth0": "10.1.0.2", "wlan0": "10.2.0.2"}
     _numbers = itertools.count()
@@ -33,11 +33,11 @@ class TwoLinks:
         return ["ip", "netns", "exec", self.name]
 
     def connect(self, address, _receive_buffer=None):
-        """A socket to what is served on its loopback interface."""
+        """Connects to an address of its loopback interface."""
         return connect_inside(self.name, address)
 
     def listen(self, port):
-        """A listening socket on all its addresses."""
+        """Returns a listening socket on all its addresses."""
         return listen_inside(self.name, port)
 
     def route_over(self, link):
@@ -45,12 +45,11 @@ class TwoLinks:
         _ip("-n", self.name, "route", "replace", "default", "via", self.GATEWAYS[link])
 
     def pull(self, link):
-        """Takes the neighbour at the other end of a link away: the link stays up, with its address
-        and its routes, but without a carrier."""
+        """Removes the carrier of a link: the link stays up, with its address and its routes."""
         _ip("-n", self.name, "link", "set", self._neighbour(link), "down")
 
     def unplug(self):
-        """Takes both links away."""
+        """Takes both links down."""
         for link in self.GATEWAYS:
             _ip("-n", self.name, "link", "set", link, "down")
 
