@@ -17,7 +17,7 @@ from measuring import median_and_p95, shared_screen
 from harness.browsers import ENGINES, BrowserHost
 from harness.browsers.viewer_page import ViewerPage
 from harness.network.lan import Network
-from harness.x11.server import Watch
+from harness.x11.server import PixelProbe
 
 WIDTH, HEIGHT = 1920, 1080
 MARK = (960, 544, 8, 17)  # what is watched, in the middle of the screen
@@ -57,7 +57,7 @@ def page_in(engine, folder):
         page = ViewerPage(browser)
         page.open(program.listening_port())
         page.eventually(lambda: browser.hint() is None, "there is a picture")
-        watch = stack.enter_context(Watch(browser.screen, MARK[0] + 4, MARK[1] + 8))
+        watch = stack.enter_context(PixelProbe(browser.screen, MARK[0] + 4, MARK[1] + 8))
         yield watch, canvas
 
 

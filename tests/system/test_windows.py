@@ -1,4 +1,5 @@
-"""Single windows and applications are shared, whatever covers them; nothing else is ever seen."""
+"""Single windows and applications are shared even when they are covered; viewers never see anything
+else."""
 import contextlib
 import threading
 
@@ -7,7 +8,8 @@ import pytest
 from harness import pixels
 from harness.viewer import Viewer
 from harness.waiting import LIMIT, eventually
-from harness.x11.privacy_viewer import SECRET, Watcher, amount, keep, rgb
+from harness.x11.privacy_viewer import (SECRET, PrivacyViewer, colour_fraction, rgb,
+                                        save_screenshot)
 from harness.x11.window_managers import KWin, Mutter, PlainKWin, Xfwm4, openbox, picom
 from harness.x11.window_owner import sources_on, windows_of
 
@@ -19,15 +21,15 @@ DESKTOPS = {"bare": [], "openbox": [openbox], "composited": [openbox, picom], "x
 
 @pytest.fixture(params=DESKTOPS)
 def desktop(request, manage):
-    """The X server with that window manager, and a compositing manager or none."""
+    """Starts these window and compositing managers on the X server; there may be none."""
     for manager in DESKTOPS[request.param]:
         manage(manager)
     return request.param
 
 
-def painted_again(owner, watcher, name, colour, x, y):
-    """Paints as owners do that are asked to, until it is seen: somewhere, since a window that has
-    grown is shown smaller while it moves."""
+def painted_again(owner, viewer, name, colour, x, y):
+    """Paints repeatedly, as programs do on expose events, until the viewer sees the colour. It may be
+    anywhere in the picture, because a window that has grown is shown smaller while it moves."""
     seen = threading.Event()
 
     def paint():
@@ -38,7 +40,7 @@ def painted_again(owner, watcher, name, colour, x, y):
     thread = threading.Thread(target=paint)
     thread.start()
     try:
-        return watcher.until(lambda picture: amount(picture, colour) > 0)
+        return viewer.wait_for(lambda picture: colour_fraction(picture, colour) > 0)
     finally:
         seen.set()
         thread.join()
@@ -48,24 +50,24 @@ def test_covered_window(desktop, owner, share):
     mine, other = owner("mine"), owner("other")
     mine.open("document", 100, 100, 400, 300, BLUE)
     other.open("cover", 0, 0, 800, 600, SECRET, 1)
-    with Watcher(share("Owner: document")) as watcher:
-        picture = watcher.until_colour(BLUE, 200, 150)
+    with PrivacyViewer(share("Owner: document")) as viewer:
+        picture = viewer.wait_for_colour(BLUE, 200, 150)
         assert picture.shape == (300, 400, 3)
         mine.paint("document", GREEN, 0, 0, 100, 100)
-        picture = watcher.until_colour(GREEN, 50, 50)
+        picture = viewer.wait_for_colour(GREEN, 50, 50)
         assert abs(picture[250, 350] - rgb(BLUE)).max() < 12
 
 
 def test_nothing_else_is_ever_seen(desktop, owner, share):
-    """The shared window paints nothing by itself: what the server puts there is the screen's."""
+    """The shared window has no background, so the server fills it with the contents of the screen."""
     mine, other = owner("mine"), owner("other")
     other.open("below", 0, 0, 800, 600, SECRET, 1)
     mine.open("document", 100, 100, 400, 300, BLUE, 0, 1)
     mine.lift("document")
     mine.paint("document", BLUE, 0, 0, 400, 300)
     other.open("menu", 150, 150, 200, 200, SECRET, 1)
-    with Watcher(share("Owner: document")) as watcher:
-        painted_again(mine, watcher, "document", GREEN, 0, 0)
+    with PrivacyViewer(share("Owner: document")) as viewer:
+        painted_again(mine, viewer, "document", GREEN, 0, 0)
         sizes = [(500, 350), (300, 400), (600, 200), (450, 420)]
         for step, (width, height) in enumerate(sizes):
             mine.place("document", 40 + 30 * step, 60, width, height)
@@ -74,20 +76,20 @@ def test_nothing_else_is_ever_seen(desktop, owner, share):
             other.open(f"popup {step}", 60, 60, 300, 300, SECRET, 1)
             colour = (ORANGE, GREEN)[step % 2]
             mine.paint("document", BLUE, 0, 0, width, height)
-            painted_again(mine, watcher, "document", colour, 20 + 40 * step, 40)
+            painted_again(mine, viewer, "document", colour, 20 + 40 * step, 40)
             other.close(f"popup {step}")
             mine.lift("document")
-        watcher.until(lambda picture: picture.shape == (420, 450, 3))
+        viewer.wait_for(lambda picture: picture.shape == (420, 450, 3))
 
 
 def test_partly_off_the_screen(desktop, owner, share):
     mine = owner("mine")
     mine.open("document", 100, 100, 400, 300, BLUE)
     program = share("Owner: document")
-    with Watcher(program) as watcher:
-        watcher.until_colour(BLUE, 10, 10)
+    with PrivacyViewer(program) as viewer:
+        viewer.wait_for_colour(BLUE, 10, 10)
         mine.place("document", 600, 450, 400, 300)
-        picture = painted_again(mine, watcher, "document", GREEN, 370, 270)
+        picture = painted_again(mine, viewer, "document", GREEN, 370, 270)
         assert picture.shape == (300, 400, 3)
 
 
@@ -100,7 +102,7 @@ def test_whole_display_that_is_composed(desktop, x, owner, share):
     with Viewer(program.address) as viewer:
         for colour in (GREEN, ORANGE):
             mine.paint("document", colour, 0, 0, 400, 300)
-            viewer.frame_where(lambda jpeg: amount(pixels.decode(jpeg), colour) > 0.2
+            viewer.frame_where(lambda jpeg: colour_fraction(pixels.decode(jpeg), colour) > 0.2
                                and pixels.same(pixels.decode(jpeg), pixels.grab(x)))
     with Viewer(program.address) as late:
         assert pixels.same(pixels.decode(late.last_frame()), pixels.grab(x))
@@ -113,26 +115,26 @@ def test_minimised_and_restored(desktop, x, owner, share):
     mine.open("document", 100, 100, 400, 300, BLUE)
     other.open("below", 0, 0, 800, 600, SECRET)
     program = share("Owner: document")
-    with Watcher(program) as watcher:
-        watcher.until_colour(BLUE, 200, 150)
+    with PrivacyViewer(program) as viewer:
+        viewer.wait_for_colour(BLUE, 200, 150)
         mine.hide("document")
         eventually(lambda: "Iconic" in x.run("xprop", "-name", "document", "WM_STATE"), LIMIT,
                    "minimised")
         program.command("sources")
         program.wait_for_line("window-[0-9]+\tOwner: document")
         assert program.status()["sharing"]
-        with Watcher(program) as late:
-            late.until_colour(BLUE, 200, 150)
+        with PrivacyViewer(program) as late:
+            late.wait_for_colour(BLUE, 200, 150)
         mine.show("document")
-        painted_again(mine, watcher, "document", GREEN, 30, 30)
+        painted_again(mine, viewer, "document", GREEN, 30, 30)
 
 
 def test_closing_ends_the_share(desktop, owner, share, x, tmp_path):
     mine = owner("mine")
     mine.open("document", 100, 100, 400, 300, BLUE)
     program = share("Owner: document")
-    with Watcher(program) as watcher:
-        watcher.until_colour(BLUE, 200, 150)
+    with PrivacyViewer(program) as viewer:
+        viewer.wait_for_colour(BLUE, 200, 150)
         mine.close("document")
         program.wait_for_line("Sharing stopped: the window was closed")
         program.wait_until_sharing(False)
@@ -144,19 +146,19 @@ def test_application_with_menu_and_dialog(desktop, owner, share):
     mine.open("document", 100, 80, 400, 300, BLUE)
     other.open("below", 0, 0, 800, 600, SECRET, 1)
     program = share("Owner (app)")
-    with Watcher(program) as watcher:
-        picture = watcher.until(lambda seen: amount(seen, BLUE) > 0.2)
+    with PrivacyViewer(program) as viewer:
+        picture = viewer.wait_for(lambda seen: colour_fraction(seen, BLUE) > 0.2)
         assert picture.shape == (600, 800, 3)
         mine.open("menu", 110, 110, 150, 200, ORANGE, 1)
-        watcher.until_colour(ORANGE, 150, 200)
+        viewer.wait_for_colour(ORANGE, 150, 200)
         other.lift("below")
         mine.open("dialog", 300, 250, 250, 200, GREEN)
-        with_dialog = watcher.until(lambda seen: amount(seen, GREEN) > 0.05)
-        keep(with_dialog, f"application-{desktop}")
-        rest = 1 - sum(amount(with_dialog, colour) for colour in (BLUE, ORANGE, GREEN))
-        assert amount(with_dialog, 0) > 0.9 * rest
+        with_dialog = viewer.wait_for(lambda seen: colour_fraction(seen, GREEN) > 0.05)
+        save_screenshot(with_dialog, f"application-{desktop}")
+        rest = 1 - sum(colour_fraction(with_dialog, colour) for colour in (BLUE, ORANGE, GREEN))
+        assert colour_fraction(with_dialog, 0) > 0.9 * rest
         mine.close("menu")
-        watcher.until(lambda seen: amount(seen, ORANGE) == 0)
+        viewer.wait_for(lambda seen: colour_fraction(seen, ORANGE) == 0)
         mine.close("dialog")
         mine.close("document")
         program.wait_for_line("Sharing stopped: the application was closed")
@@ -170,17 +172,19 @@ def test_what_the_presenter_put_away_is_not_seen(desktop, x, owner, share, tmp_p
     mine.open("document", 50, 50, 300, 200, BLUE)
     mine.open("notes", 420, 300, 300, 200, ORANGE)
     program = share("Owner (app)")
-    with Watcher(program) as watcher:
-        watcher.until(lambda seen: amount(seen, BLUE) > 0.1 and amount(seen, ORANGE) > 0.1)
+    with PrivacyViewer(program) as viewer:
+        viewer.wait_for(lambda seen: colour_fraction(seen, BLUE) > 0.1
+                        and colour_fraction(seen, ORANGE) > 0.1)
         mine.hide("notes")
-        watcher.until(lambda seen: amount(seen, BLUE) > 0.1 and amount(seen, ORANGE) == 0)
+        viewer.wait_for(lambda seen: colour_fraction(seen, BLUE) > 0.1 and colour_fraction(seen, ORANGE) == 0)
         x.run("xdotool", "search", "--name", "^notes$", "windowactivate")
-        watcher.until(lambda seen: amount(seen, ORANGE) > 0.1)
+        viewer.wait_for(lambda seen: colour_fraction(seen, ORANGE) > 0.1)
         x.run("xdotool", "set_desktop", "1")
-        watcher.until(lambda seen: amount(seen, BLUE) == 0 == amount(seen, ORANGE))
+        viewer.wait_for(lambda seen: colour_fraction(seen, BLUE) == 0 == colour_fraction(seen, ORANGE))
         assert "Owner: notes" not in sources_on(x, tmp_path).values()
         x.run("xdotool", "set_desktop", "0")
-        watcher.until(lambda seen: amount(seen, BLUE) > 0.1 and amount(seen, ORANGE) > 0.1)
+        viewer.wait_for(lambda seen: colour_fraction(seen, BLUE) > 0.1
+                        and colour_fraction(seen, ORANGE) > 0.1)
 
 
 def test_compositing_manager_comes_and_goes(manage, owner, share):
@@ -189,13 +193,13 @@ def test_compositing_manager_comes_and_goes(manage, owner, share):
     mine.open("document", 100, 100, 400, 300, BLUE)
     other.open("cover", 0, 0, 800, 600, SECRET, 1)
     program = share("Owner: document")
-    with Watcher(program) as watcher:
-        watcher.until_colour(BLUE, 200, 150)
+    with PrivacyViewer(program) as viewer:
+        viewer.wait_for_colour(BLUE, 200, 150)
         for step in range(2):
             manager = manage(picom)
-            painted_again(mine, watcher, "document", GREEN, 0, 0)
+            painted_again(mine, viewer, "document", GREEN, 0, 0)
             manager.kill() if step else manager.stop()
-            painted_again(mine, watcher, "document", ORANGE, 0, 0)
+            painted_again(mine, viewer, "document", ORANGE, 0, 0)
     assert program.status()["sharing"]
 
 
@@ -204,13 +208,13 @@ def test_window_manager_restarts(window_manager, manage, owner, share):
     mine = owner("mine")
     mine.open("document", 100, 100, 400, 300, BLUE)
     program = share("Owner: document")
-    with Watcher(program) as watcher:
-        watcher.until_colour(BLUE, 200, 150)
+    with PrivacyViewer(program) as viewer:
+        viewer.wait_for_colour(BLUE, 200, 150)
         for step in range(2):
             manager = manage(window_manager)
-            painted_again(mine, watcher, "document", GREEN, 0, 0)
+            painted_again(mine, viewer, "document", GREEN, 0, 0)
             manager.kill()
-            painted_again(mine, watcher, "document", ORANGE, 0, 0)
+            painted_again(mine, viewer, "document", ORANGE, 0, 0)
     assert program.status()["sharing"]
 
 
@@ -287,8 +291,8 @@ def test_windows_beyond_the_coordinates_leave_the_x_server_alone(start, x, owner
     assert not windows_of(titles, "Owner: huge")
     program.command(f"share {windows_of(titles, 'Owner (app)')[0]}")
     program.wait_until_sharing()
-    with Watcher(program) as watcher:
-        watcher.until_colour(BLUE, 200, 150)
+    with PrivacyViewer(program) as viewer:
+        viewer.wait_for_colour(BLUE, 200, 150)
     assert sources_on(x, tmp_path) == titles
 
 

@@ -1,4 +1,4 @@
-"""A client that paints known pixels on an X display."""
+"""An X client that paints known pixels."""
 import random
 
 from Xlib import X, Xcursorfont
@@ -12,13 +12,13 @@ NUMBER_SQUARE = 32
 
 
 class Canvas:
-    """One window over a rectangle of the display, above everything, with its own connection.
+    """One window over a rectangle of the display, above all others, with its own connection.
 
-    Every painting call returns when the server has carried it out.
+    Every painting call returns when the server has executed it.
     """
 
     def __init__(self, server, x=0, y=0, width=None, height=None, title=None):
-        """With a title it is an ordinary window instead of one above everything."""
+        """With a title, the window is an ordinary managed window instead."""
         self.width, self.height = width or server.width, height or server.height
         self._display = Display(server.name)
         screen = self._display.screen()
@@ -38,7 +38,7 @@ class Canvas:
         self._display.close()
 
     def point_at(self, x, y):
-        """Moves the pointer as a hand on a mouse would."""
+        """Moves the pointer, as a mouse does."""
         self._display.xtest_fake_input(X.MotionNotify, x=x, y=y)
         self._display.sync()
 
@@ -51,13 +51,13 @@ class Canvas:
         self.rectangle(colour, 0, 0, self.width, self.height)
 
     def text(self, seed, number=None):
-        """Shows coloured lines of text, what a blurry frame shows worst, and perhaps a number
-        for read_number. Appears in one step, so that no capture sees it half painted."""
+        """Shows coloured lines of text, which suffer most from lossy compression, and optionally a
+        number for read_number(). It appears in one step, so that no capture sees half of it."""
         self.draft(seed, number)
         self.show()
 
     def draft(self, seed, number=None):
-        """Prepares what text() would show."""
+        """Paints off screen what text() shows."""
         self._draft_text(random.Random(seed))
         if number is not None:
             self._draft_number(number)
@@ -68,32 +68,32 @@ class Canvas:
         self._draft.fill_rectangle(self._gc, x, y, width, height)
 
     def _arrow(self):
-        """A server without a desktop shows no pointer until a client asks for one."""
+        """Creates a cursor: a server without a desktop shows none until a client sets one."""
         shapes = self._display.open_font("cursor")
         return shapes.create_glyph_cursor(shapes, Xcursorfont.left_ptr, Xcursorfont.left_ptr + 1,
                                           (65535, 65535, 65535), (0, 0, 0))
 
     def show(self, x=0, y=0, width=None, height=None):
-        """Shows a part of the draft, or all of it."""
+        """Shows a part of the draft, or the whole draft."""
         self._window.copy_area(self._gc, self._draft, x, y, width or self.width,
                                height or self.height, x, y)
         self._display.sync()
 
     def scroll(self, distance):
-        """Moves everything up; what was at the top comes in at the bottom."""
+        """Scrolls up; the top of the draft appears at the bottom."""
         rest = self.height - distance
         self._draft.copy_area(self._gc, self._window, 0, 0, self.width, distance, 0, 0)
         self._window.copy_area(self._gc, self._window, 0, distance, self.width, rest, 0, 0)
         self._window.copy_area(self._gc, self._draft, 0, 0, self.width, distance, 0, rest)
         self._display.sync()
 
-    def _draft_text(self, chance):
+    def _draft_text(self, generator):
         self.draft_rectangle(GROUND, 0, 0, self.width, self.height)
         for line in range(20, self.height, 16):
             x = 8
             while x < self.width - 60:
-                word = chance.choice(WORDS)
-                self._gc.change(foreground=chance.choice(COLOURS))
+                word = generator.choice(WORDS)
+                self._gc.change(foreground=generator.choice(COLOURS))
                 self._draft.draw_text(self._gc, x, line, word)
                 x += 6 * len(word) + 8
 
@@ -108,7 +108,7 @@ class Canvas:
 
 
 def read_number(picture):
-    """The number painted by Canvas.text, from a picture as an array of pixels."""
+    """Decodes the number that Canvas.text() painted from an array of pixels."""
     middle = NUMBER_SQUARE // 2
     return sum(1 << bit for bit in range(NUMBER_BITS)
                if picture[middle, bit * NUMBER_SQUARE + middle].mean() > 127)

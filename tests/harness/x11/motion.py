@@ -1,10 +1,10 @@
-"""A screen that never rests."""
+"""A screen that changes continuously."""
 import threading
 
 
 class Motion:
-    """While entered, a thread repaints the canvas some twenty times a second, each time with
-    the next number. The canvas belongs to that thread meanwhile."""
+    """A context manager in which a thread repaints the canvas about twenty times a second, each time
+    with the next number. Nothing else may use the canvas during that time."""
 
     INTERVAL = 0.05
 

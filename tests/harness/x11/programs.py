@@ -1,4 +1,4 @@
-"""Real programs with a window on an X display, which they draw by themselves."""
+"""Real programs with a window on an X display."""
 import re
 import subprocess
 from pathlib import Path
@@ -23,9 +23,9 @@ class GtkWindow(Process):
         self._done = 0
 
     def paint(self, colour):
-        self.tell("paint", _text(colour))
+        self.execute("paint", _text(colour))
 
-    def tell(self, *words):
+    def execute(self, *words):
         self._done += 1
         self.stdin.write((" ".join(words) + "\n").encode())
         self.stdin.flush()
@@ -33,10 +33,10 @@ class GtkWindow(Process):
 
 
 class Drawn(NamedTuple):
-    """A program's window by its title in the list of sources, and how to tell that it is drawn."""
+    """A program, the title of its window in the list of sources, and a check that it has been drawn."""
     program: Process
     title: str
-    is_drawn: object  # of a picture
+    is_drawn: object  # a predicate of a picture
 
 
 def xterm(server, folder):
@@ -48,22 +48,22 @@ def xterm(server, folder):
 
 
 def oclock(server, folder):
-    """A window that is not rectangular."""
+    """Starts a program whose window is not rectangular."""
     return Drawn(Process(["oclock", "-geometry", "300x200"], folder, "oclock",
                          env=_env(server, folder)),
                  "Clock: oclock", lambda picture: (picture.min(axis=2) > 200).mean() > 0.5)
 
 
 def glxgears(server, folder):
-    """Drawn by OpenGL, and never at rest."""
+    """Starts a program that draws continuously with OpenGL."""
     return Process(["glxgears"], folder, "glxgears", env=_env(server, folder))
 
 
 def on_screen(server, identifier):
-    """What the screen shows of the window with that source ID, without a shadow of its own."""
+    """Returns the screen's pixels of the window with that source ID, without its client-side shadow."""
     number = identifier.removeprefix("window-")
-    told = server.run("xwininfo", "-id", number)
-    left, top, width, height = (int(re.search(rf"{name}: +(-?\d+)", told)[1]) for name in (
+    info = server.run("xwininfo", "-id", number)
+    left, top, width, height = (int(re.search(rf"{name}: +(-?\d+)", info)[1]) for name in (
         "Absolute upper-left X", "Absolute upper-left Y", "Width", "Height"))
     shadow = [int(n) for n in re.findall(
         r"\d+", server.run("xprop", "-id", number, "_GTK_FRAME_EXTENTS").partition("=")[2])]

@@ -1,4 +1,4 @@
-"""A private X server without a screen of its own (Xvfb)."""
+"""A private virtual X server (Xvfb)."""
 import contextlib
 import fcntl
 import os
@@ -15,17 +15,17 @@ from Xlib.display import Display
 from ..process import Process
 from ..waiting import LIMIT, eventually
 
-NUMBERS = range(10000, 50000)  # far above those that servers choose by themselves, upwards from 0
+NUMBERS = range(10000, 50000)  # far above the numbers that servers choose, which start at 0
 CLAIMS = "/tmp/.tarvinel-test-displays"  # tests/support/XServer.cpp claims its numbers there as well
 ATTEMPTS = 5
 
 
 class XServer:
-    """One Xvfb. `name` is its display (":12345"); restart() brings it back under the same name.
+    """One Xvfb. `name` is its display (":12345"); restart() starts it again under the same name.
 
-    No other test run uses the number until stop(), also while the server is killed. The sockets do not
-    ensure that: a server in another network namespace replaces the file in /tmp/.X11-unix without
-    asking, and clients try the abstract socket first, which is not in that folder.
+    No other test run uses the number until stop(), even while the server is down. The sockets do not
+    ensure that: a server in another network namespace replaces the file in /tmp/.X11-unix, and clients
+    try the abstract socket first, which is not in that folder.
     """
 
     def __init__(self, folder, width=800, height=600, label="xvfb"):
@@ -44,7 +44,7 @@ class XServer:
         return {**os.environ, "DISPLAY": self.name}
 
     def resize(self, width, height):
-        """Gives the display another size, at most the one that it was started with."""
+        """Resizes the display, to at most the size that it was started with."""
         mode = f"{width}x{height}"
         if mode not in self._modes:
             self.run("xrandr", "--newmode", mode, "25", *_timing(width), *_timing(height))
@@ -57,7 +57,7 @@ class XServer:
         self._process.kill()
 
     def freeze(self):
-        """Lets it sleep without answering, until thaw()."""
+        """Stops the process, so that it does not reply until thaw()."""
         self._process.signal(signal.SIGSTOP)
 
     def thaw(self):
@@ -68,7 +68,7 @@ class XServer:
 
     def stop(self):
         self._process.stop()
-        Path(f"/tmp/.X11-unix/X{self.number}").unlink(missing_ok=True)  # a killed one leaves it
+        Path(f"/tmp/.X11-unix/X{self.number}").unlink(missing_ok=True)  # a killed server leaves it behind
         os.close(self._claim)
 
     def run(self, *argv):
@@ -78,21 +78,21 @@ class XServer:
         return done.stdout
 
     def window_tree(self):
-        """All its windows, as xwininfo lists them."""
+        """Returns the window tree as xwininfo prints it."""
         return eventually(self._listed_windows, LIMIT, "a list of the windows")
 
     def _listed_windows(self):
-        """None when a window went while the list was made."""
+        """Returns None if a window was destroyed while xwininfo ran."""
         done = subprocess.run(["xwininfo", "-root", "-tree"], env=self.env, capture_output=True,
                               text=True, timeout=LIMIT)
         return done.stdout if done.returncode == 0 else None
 
     def client(self, *argv):
-        """Starts a client that stays; the caller stops it."""
+        """Starts a long-running client, which the caller stops."""
         return Process(argv, self._folder, f"{self._label}-{argv[0]}", env=self.env)
 
     def _start_on_a_number_of_its_own(self):
-        """Tries again where a server that is no test's has the number."""
+        """Tries another number if a server outside the tests uses this one."""
         for attempt in range(1, ATTEMPTS + 1):
             self.number, self._claim = _claimed_number()
             try:
@@ -118,7 +118,7 @@ class XServer:
             os.close(read_end)
 
     def _wait_until_ready(self, descriptor):
-        """It writes its number once it listens."""
+        """Waits until the server writes its number, which it does when it listens."""
         text = b""
         while not text.endswith(b"\n"):
             ready, _, _ = select.select([descriptor], [], [], LIMIT)
@@ -127,8 +127,8 @@ class XServer:
             text += piece
 
 
-class Watch:
-    """Looks at one pixel of a display, again and again and at little cost."""
+class PixelProbe:
+    """Reads one pixel of a display repeatedly, at little cost."""
 
     def __init__(self, server, x, y):
         self._display = Display(server.name)
@@ -142,12 +142,12 @@ class Watch:
         self._display.close()
 
     def brightness(self):
-        """The least of its red, green and blue, 0 to 255."""
+        """Returns the minimum of red, green and blue, 0 to 255."""
         return min(self._root.get_image(*self._place, 1, 1, X.ZPixmap, 0xFFFFFFFF).data[:3])
 
 
 def _claimed_number():
-    """A number that no test run of this machine uses, and its claim."""
+    """Returns a display number that no test run on this machine uses, and its claim."""
     while True:
         number = random.choice(NUMBERS)
         claim = claim_display(number)
@@ -156,8 +156,8 @@ def _claimed_number():
 
 
 def claim_display(number):
-    """A descriptor that keeps the number from every other test run while it is open; None when another
-    has it."""
+    """Returns a descriptor that reserves the number while it is open, or None if another test run has
+    it."""
     with contextlib.suppress(FileExistsError):
         made = os.open(CLAIMS, os.O_CREAT | os.O_EXCL | os.O_WRONLY)
         os.fchmod(made, 0o666)  # other users run tests as well
@@ -173,5 +173,5 @@ def claim_display(number):
 
 
 def _timing(length):
-    """What a mode line says of one direction; nothing is ever sent to a tube."""
+    """Returns the timings of a mode line for one direction; a virtual display accepts any."""
     return [str(length + blank) for blank in (0, 8, 16, 24)]

@@ -1,4 +1,4 @@
-"""Window and compositing managers on an X server: each is started and waited for."""
+"""Window and compositing managers on an X server. Each function returns when the manager is ready."""
 from Xlib.display import Display
 
 from ..desktop.session_bus import SessionBus
@@ -12,15 +12,14 @@ def openbox(server, folder):
 
 
 def picom(server, folder):
-    """Composes the screen; the windows' frames and places are another's matter."""
+    """Composes the screen; a window manager has to draw the frames."""
     return _when_composing(server, Process(
         ["picom", "--config", "/dev/null", "--backend", "xrender"], folder, "picom",
         env=server.env))
 
 
 class _Desktop(Process):
-    """A window manager that composes the screen too. It insists on a session bus; nothing else has
-    to be on it."""
+    """A window manager that also composes the screen. It requires a session bus, which may be empty."""
 
     composes = True
 
@@ -40,21 +39,21 @@ class _Desktop(Process):
 
 
 class Xfwm4(_Desktop):
-    """Xfce's."""
+    """The window manager of Xfce."""
 
     def __init__(self, server, folder):
         super().__init__(server, folder, "xfwm4", "--compositor=on", "--vblank=off")
 
 
 class Mutter(_Desktop):
-    """GNOME's, without its shell."""
+    """The window manager of GNOME, without the shell."""
 
     def __init__(self, server, folder):
         super().__init__(server, folder, "mutter", "--x11")
 
 
 class KWin(_Desktop):
-    """KDE Plasma's, without its shell."""
+    """The window manager of KDE Plasma, without the shell."""
 
     def __init__(self, server, folder):
         settings = folder / ".config/kwinrc"
@@ -64,7 +63,7 @@ class KWin(_Desktop):
 
 
 class PlainKWin(KWin):
-    """The same, which does not compose."""
+    """KWin without compositing."""
 
     composes = False
 
@@ -75,7 +74,7 @@ def _when_managing(server, manager):
 
 
 def _when_composing(server, manager):
-    """A compositing manager owns the selection of that name."""
+    """Waits until the manager owns the selection that marks a compositing manager."""
     display = Display(server.name)
     selection = display.intern_atom("_NET_WM_CM_S0")
     try:

@@ -1,4 +1,4 @@
-"""Windows of other programs on an X display: each program is a process of its own."""
+"""Scripted X clients with windows; each client is a process of its own."""
 import subprocess
 
 from ..process import Process
@@ -70,9 +70,9 @@ for line in sys.stdin:
 
 
 class Owner(Process):
-    """A program whose windows do as they are told; it paints only when it is told to.
+    """A scripted X client. Each method is a command of OWNER; it paints only on command.
 
-    Every call returns when the server has carried it out.
+    Every call returns when the server has executed it.
     """
 
     def __init__(self, server, folder, name):
@@ -81,13 +81,13 @@ class Owner(Process):
         self._done = 0
 
     def open(self, name, x, y, width, height, colour, unmanaged=0, bare=0):
-        """`bare`: the server paints no background, so that only what is painted is there."""
-        self._tell("open_window", name, x, y, width, height, colour, unmanaged, bare)
+        """Opens a window; a `bare` one has no background, so that it shows only what is painted."""
+        self._execute("open_window", name, x, y, width, height, colour, unmanaged, bare)
 
     def __getattr__(self, verb):
-        return lambda *arguments: self._tell(verb, *arguments)
+        return lambda *arguments: self._execute(verb, *arguments)
 
-    def _tell(self, verb, *arguments):
+    def _execute(self, verb, *arguments):
         self._done += 1
         self.stdin.write(f"{verb} {arguments!r}\n".encode())
         self.stdin.flush()
@@ -97,10 +97,10 @@ class Owner(Process):
 
 
 def windows_of(sources, title):
-    """IDs of the sources with that title, as --list-sources gives them."""
+    """Returns the IDs of the sources with that title, as --list-sources prints them."""
     return [identifier for identifier, its_title in sources.items() if its_title == title]
 
 
 def sources_on(server, folder):
-    """ID and title of everything on an X display that can be shared."""
+    """Returns the titles of all sources on an X display, by their IDs."""
     return list_sources(folder, server.name, "--capture", "x11")
