@@ -20,7 +20,8 @@ REFERENCE = TREE / "docs/configuration.md"
 WRITER = TREE / "tools/write-configuration-reference"
 # What desktops and the system say, and what is no text of anybody's
 OTHERS = {"AppIndicator and KStatusNotifierItem Support", "client isolation", "Xorg",
-          "Privacy & Security", "Local Network",
+          "Privacy & Security", "Local Network", "Remember this selection",
+          "Allow restoring on future sessions",
           os.strerror(errno.EACCES), os.strerror(errno.EADDRINUSE)}
 IMAGES = TREE / "docs/images"
 LARGEST_IMAGE = 200_000
