@@ -56,8 +56,8 @@ def page(browser):
 
 
 @pytest.fixture
-def place(network):
-    """Programs run at the server's end of the network."""
+def program_keywords(network):
+    """Programs run on the server of the network."""
     return {"prefix": network.exec_in_server(), "connect": network.connect_at_server}
 
 

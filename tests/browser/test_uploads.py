@@ -176,7 +176,7 @@ def test_a_missing_name_is_asked_for(page, program, photos, name):
 
 def test_a_type_that_is_not_taken_is_not_sent_again(page, program, photos):
     page.open_as(program, "Sam")
-    page.hurry()
+    page.shorten_retry_delays()
     page.pick(photos / "clip.mov")
     page.wait_for_statuses(UploadPage.NOT_ACCEPTED)
     time.sleep(1)  # nothing is to happen
@@ -222,7 +222,7 @@ def test_busy_is_retried_and_arrives(page, program, taken, photos):
 
 def test_the_sixth_time_that_it_is_busy_is_final(page, program, folder, taken, photos):
     page.open_as(program, "Sam")
-    page.hurry()
+    page.shorten_retry_delays()
     page.pick(photos / "IMG 0001.jpg")
     page.wait_for_statuses("busy, retry in a few seconds")
     assert page.failed() == [True]

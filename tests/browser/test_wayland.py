@@ -36,7 +36,7 @@ def fill_until_captured(session, viewer, colour):
     """Repeats the change, because this desktop's portal withholds about one first frame in a hundred."""
     wanted = numpy.frombuffer(colour.to_bytes(3, "big"), numpy.uint8).astype(int)
     viewer.frame_after(lambda: session.show(f"#{colour:06x}"),
-                       lambda jpeg: (abs(pixels.decode(jpeg) - wanted) < 12).all(), patience=5)
+                       lambda jpeg: (abs(pixels.decode(jpeg) - wanted) < 12).all(), frame_timeout=5)
 
 
 def shows_news(page, session, before):

@@ -1,1 +1,1 @@
-"""What the tests of the running program are made of: real X servers, the real program, real viewers."""
+"""The parts of the tests of the running program; each folder groups what changes together."""

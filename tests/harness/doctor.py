@@ -1,4 +1,4 @@
-"""The program's look at the computer that it runs on."""
+"""Runs of `--doctor` and the findings in its report."""
 import os
 import re
 import subprocess
@@ -20,7 +20,7 @@ class Finding(NamedTuple):
 class Report(NamedTuple):
     status: int
     text: str
-    findings: dict  # lists, by topic
+    findings: dict  # from topics to lists of findings
 
     def states(self, topic):
         return [finding.state for finding in self.findings[topic]]
@@ -29,8 +29,8 @@ class Report(NamedTuple):
         return [finding.what for finding in self.findings[topic]]
 
 
-def look(folder, *arguments, display=None, prefix=(), variables=()):
-    """Runs --doctor to its end, and makes sure that it leaves no process behind."""
+def run_doctor(folder, *arguments, display=None, prefix=(), variables=()):
+    """Runs --doctor to its end, checks that it leaves no process behind and returns its Report."""
     env = {**private_env(folder, display), "DBUS_SESSION_BUS_ADDRESS": "unix:path=/nowhere",
            **dict(variables)}
     child = subprocess.Popen([*map(str, prefix), executable(), "--doctor", *map(str, arguments)],

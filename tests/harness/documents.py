@@ -1,4 +1,4 @@
-"""The documents, taken apart: what they tell the reader to type, what they link to."""
+"""The documents as data: their fenced blocks, code spans, links and headings."""
 import re
 import shlex
 from pathlib import Path
@@ -13,14 +13,14 @@ LANGUAGES = {"sh", "tarvinel", "json", "text"}
 
 
 class Block(NamedTuple):
-    """A fenced block: the document, its language, the text without indentation."""
+    """A fenced block: its document, its language and its text without indentation."""
     document: str
     language: str
     text: str
 
     @property
     def command(self):
-        """What is typed, with continued lines joined."""
+        """The command to type, with continued lines joined."""
         return self.text.replace("\\\n", " ").strip()
 
     def __str__(self):
@@ -39,25 +39,25 @@ class Document:
         return [block for block in found if not languages or block.language in languages]
 
     def prose(self):
-        """The text without its blocks."""
+        """Returns the text without its fenced blocks."""
         return FENCE.sub("", self.text)
 
     def codes(self):
-        """What stands between backquotes."""
+        """Returns the code spans of the prose."""
         return [code.replace(r"\|", "|") for code in CODE.findall(self.prose())]
 
     def links(self):
         return LINK.findall(CODE.sub("", self.prose()))
 
     def anchors(self):
-        """What a link to one of its headings says, as the forges make it."""
+        """Returns the anchors that code forges create for its headings."""
         titles = HEADING.findall(self.prose())
         return {re.sub(r"[^\w\- ]", "", title.replace("`", "").lower()).replace(" ", "-")
                 for title in titles}
 
 
 def user_documents():
-    """What is written for presenters: README and docs/."""
+    """Returns the documents for presenters: README and docs/."""
     return [Document(TREE / "README.md"), *map(Document, sorted((TREE / "docs").rglob("*.md")))]
 
 
@@ -73,7 +73,7 @@ def command_blocks():
 
 
 def words_of(command):
-    """The words of all its simple commands, as lists."""
+    """Returns the simple commands of a command line as lists of words."""
     lists = [[]]
     for word in shlex.split(command, comments=True):
         if word in ("|", "&&", ";"):

@@ -1,6 +1,6 @@
-"""Fixtures that every test of the running program needs: what is shared, and who shares it.
+"""Fixtures for all tests of the running program: X servers, windows and the program itself.
 
-Whatever a test starts is ended, whether it passes or fails.
+They end every process that a test starts, whether the test passes or fails.
 """
 import contextlib
 
@@ -31,7 +31,7 @@ def x(tmp_path):
 def canvas(x):
     painter = Canvas(x)
     yield painter
-    with contextlib.suppress(Exception):  # its server may be gone
+    with contextlib.suppress(Exception):  # its server may have ended
         painter.close()
 
 
@@ -45,7 +45,7 @@ def desktop(tmp_path, x):
 
 @pytest.fixture
 def clients():
-    """A list of processes that end with the test."""
+    """A list of processes that are stopped after the test."""
     started = []
     yield started
     for process in started:
@@ -54,7 +54,7 @@ def clients():
 
 @pytest.fixture
 def manage(x, tmp_path, clients):
-    """Starts a window or compositing manager on the X server: manage(openbox)."""
+    """Starts window or compositing managers on the X server: manage(openbox)."""
     def start_manager(manager):
         clients.append(manager(x, tmp_path))
         return clients[-1]
@@ -64,7 +64,7 @@ def manage(x, tmp_path, clients):
 
 @pytest.fixture
 def owner(x, tmp_path, clients):
-    """Makes programs with windows: owner("name")."""
+    """Starts scripted X clients with windows: owner("name")."""
     def make(name):
         clients.append(Owner(x, tmp_path, name))
         return clients[-1]
@@ -73,23 +73,23 @@ def owner(x, tmp_path, clients):
 
 
 @pytest.fixture
-def place():
-    """Where the programs of a test run, as keywords of Program."""
+def program_keywords():
+    """Default keywords of Program for all runs of a test, such as a network namespace."""
     return {}
 
 
 @pytest.fixture
-def start(tmp_path, place):
-    """Starts the program, headless unless told otherwise, on a free port; start(...) takes what
-    Program takes.
+def start(tmp_path, program_keywords):
+    """Starts the program on a free port, by default headless; start(...) takes the arguments of
+    Program.
 
-    At the end of the test every run that is still going must end in order on SIGTERM, and
-    none may have made a sanitizer speak.
+    After the test, every run that is still alive must end with status 0 on SIGTERM, and no run may
+    have printed a sanitizer's report.
     """
     programs = []
 
     def start_program(*arguments, port=0, listening=True, headless=True, **keywords):
-        keywords = {**place, **keywords}
+        keywords = {**program_keywords, **keywords}
         program = Program(tmp_path, *(["--headless"] if headless else []), "--port", str(port),
                           *arguments,
                           name=f"tarvinel-{len(programs)}", **keywords)
@@ -97,7 +97,7 @@ def start(tmp_path, place):
         return program.wait_until_listening() if listening else program
 
     yield start_program
-    _end_in_order(programs)
+    _end_all(programs)
 
 
 @pytest.fixture
@@ -115,13 +115,13 @@ def share(start, x, tmp_path):
 
 @pytest.fixture
 def x_program(start, x):
-    """The program with the X server in reach, nothing shared yet."""
+    """The program on the X server, before it shares anything."""
     return start("--capture", "x11", display=x.name)
 
 
 @pytest.fixture
 def sharing(x, canvas, start, tmp_path):
-    """The program sharing the X server's one display, which shows a still text."""
+    """The program while it shares the only display of the X server, which shows a still text."""
     canvas.text(1)
     program = start("--capture", "x11", "--share", display_ids(tmp_path, x)[0],
                     display=x.name)
@@ -129,13 +129,13 @@ def sharing(x, canvas, start, tmp_path):
     return program
 
 
-def _end_in_order(programs):
-    going = [program for program in programs if program.running()]
-    for program in going:
+def _end_all(programs):
+    alive = [program for program in programs if program.running()]
+    for program in alive:
         program.terminate()
-    statuses = [program.wait(LIMIT) for program in going]
+    statuses = [program.wait(LIMIT) for program in alive]
     reports = [report for report in map(Program.sanitizer_report, programs) if report]
     for program in programs:
         program.stop()
-    assert statuses == [0] * len(going)
+    assert statuses == [0] * len(alive)
     assert not reports

@@ -1,4 +1,4 @@
-"""One request on one raw connection, and the answers byte for byte."""
+"""HTTP requests on raw connections, with responses byte for byte."""
 import json
 import socket
 
@@ -6,7 +6,7 @@ from .waiting import LIMIT
 
 
 def connect(address, receive_buffer=None):
-    """A connected socket; a small receive buffer makes a viewer that is soon full."""
+    """Returns a connected socket; with a small receive buffer, its viewer is soon congested."""
     connection = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
     if receive_buffer:
         connection.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, receive_buffer)
@@ -20,7 +20,7 @@ def connect(address, receive_buffer=None):
 
 
 def read_to_end(connection):
-    """All bytes up to the end of the stream; a reset counts as the end."""
+    """Returns all bytes up to the end of the stream; a reset counts as the end."""
     pieces = []
     while True:
         try:
@@ -45,7 +45,7 @@ def request(method, path, *headers):
 
 
 def get_status(address, connect=connect):
-    """The "/status" document."""
+    """Returns the "/status" document."""
     head, body = exchange(address, request("GET", "/status"), connect).split(b"\r\n\r\n", 1)
     assert head.startswith(b"HTTP/1.1 200 OK\r\n"), head
     return json.loads(body)

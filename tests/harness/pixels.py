@@ -1,4 +1,4 @@
-"""Pictures as arrays of pixels, and how far two of them differ."""
+"""Pictures as arrays of pixels, and the difference between two of them."""
 import io
 from pathlib import Path
 from typing import NamedTuple
@@ -11,7 +11,7 @@ BLOCK = 16
 
 
 class Difference(NamedTuple):
-    """Absolute differences of 8-bit samples: over the whole picture, and in the worst block."""
+    """Mean absolute differences of 8-bit samples: of the whole picture and of its worst block."""
     mean: float
     worst_block: float
 
@@ -25,17 +25,17 @@ SIMILAR = Difference(16.0, 28.0)
 
 
 def grab(server):
-    """What an X display shows now, as height × width × 3 bytes; the pointer is not in it."""
+    """Returns what an X display shows, as height × width × 3 bytes without the pointer."""
     return numpy.asarray(ImageGrab.grab(xdisplay=server.name).convert("RGB"))
 
 
 def decode(jpeg):
-    """A complete JPEG file as pixels; fails on one that is cut off or broken."""
+    """Decodes a complete JPEG file; fails if it is truncated or corrupt."""
     return numpy.asarray(Image.open(io.BytesIO(jpeg)).convert("RGB"))
 
 
 def difference(left, right):
-    """FAR when the sizes differ. The corner where the pointer is parked is left out."""
+    """Returns the difference, or FAR if the sizes differ. The corner with the parked pointer is ignored."""
     if left.shape != right.shape:
         return FAR
     distance = numpy.abs(left.astype(numpy.int16) - right.astype(numpy.int16)).mean(axis=2)
@@ -48,19 +48,19 @@ def within(found, limit):
 
 
 def same(left, right, limit=SHARP):
-    """Whether two pictures are the same but for what JPEG does to them."""
+    """Returns whether two pictures differ only by JPEG artefacts."""
     return within(difference(left, right), limit)
 
 
 def place_of(picture, colour, tolerance=6):
-    """Left, top, right and bottom of all that has this colour; None when nothing has."""
+    """Returns left, top, right and bottom of all pixels of this colour, or None if there are none."""
     rows, columns = numpy.nonzero(
         numpy.abs(picture.astype(numpy.int16) - colour).max(axis=2) <= tolerance)
     return (columns.min(), rows.min(), columns.max() + 1, rows.max() + 1) if len(rows) else None
 
 
 def is_about(found, wanted):
-    """Whether a place is the wanted one but for a pixel."""
+    """Returns whether a rectangle is the wanted one, give or take a pixel."""
     return found is not None and max(abs(a - b) for a, b in zip(found, wanted)) <= 1
 
 

@@ -1,4 +1,4 @@
-"""A child process with its output in files, ended by its own id and never left behind."""
+"""A child process with its output in files, which is stopped by its own ID and never left behind."""
 import os
 import signal
 import subprocess
@@ -8,7 +8,7 @@ from pathlib import Path
 class Process:
     """Owns one child in a session of its own. stop() is idempotent and always succeeds.
 
-    The kernel ends the child should the test run itself be killed.
+    The kernel kills the child if the test run itself is killed.
     """
 
     def __init__(self, argv, folder, name, env=None, stdin=subprocess.DEVNULL, pass_fds=()):
@@ -43,19 +43,19 @@ class Process:
         self._child.send_signal(number)
 
     def wait(self, within):
-        """The exit status (negative: the signal that ended it); fails when it does not end."""
+        """Returns the exit status, or the negative signal number; fails after the timeout."""
         try:
             return self._child.wait(within)
         except subprocess.TimeoutExpired:
             raise AssertionError(f"process {self.pid} still runs after {within} s") from None
 
     def kill(self):
-        """Ends it as a crash would: at once, without a chance to clean up."""
+        """Kills it, so that it cannot clean up, as in a crash."""
         self.signal(signal.SIGKILL)
         self._child.wait()
 
     def stop(self, grace=5):
-        """Asks it to end, then makes its whole session end."""
+        """Terminates the process, then kills what is left of its session."""
         if self.running():
             self.signal(signal.SIGTERM)
             try:

@@ -1,4 +1,4 @@
-"""The real program: started, told what to do, measured, ended."""
+"""The real program: starting it, sending it commands, measuring it and ending it."""
 import os
 import re
 import signal
@@ -11,20 +11,20 @@ from .process import Process
 from .waiting import LIMIT, eventually
 
 HOST = "127.0.0.1"
-# a command that ends with its terminal also where the tests themselves run under nohup
+# a prefix for commands that must end with their terminal even if the tests run under nohup
 WITH_TERMINAL = ("env", "--default-signal=HUP")
 SANITIZER_MARKS = ("ERROR: AddressSanitizer", "ERROR: LeakSanitizer",
                    "WARNING: ThreadSanitizer", "runtime error:")
 
 
 def executable():
-    """The program under test: $TARVINEL, else the release build of this tree."""
+    """Returns the program under test: $TARVINEL, or the release build of this tree."""
     tree = Path(__file__).resolve().parents[2]
     return Path(os.environ.get("TARVINEL") or tree / "build/release/app/tarvinel").resolve()
 
 
 def private_env(folder, display=None):
-    """An environment in which the program finds no configuration and keeps nothing."""
+    """Returns an environment without a configuration, in which nothing of the user's is written."""
     env = {key: value for key, value in os.environ.items()
            if key not in ("DISPLAY", "WAYLAND_DISPLAY", "XAUTHORITY", "XDG_SESSION_TYPE")}
     env["HOME"] = str(folder)
@@ -35,7 +35,7 @@ def private_env(folder, display=None):
 
 
 def without_name(folder, arguments):
-    """The options that switch the name off, unless the arguments choose a profile."""
+    """Returns options that disable the name, unless the arguments choose a profile."""
     if "--profile" in arguments:
         return []
     profile = Path(folder) / "without-name"
@@ -45,9 +45,9 @@ def without_name(folder, arguments):
 
 
 class Program(Process):
-    """One run. `prefix` is a command that runs it, such as "ip netns exec ..."; `connect` makes a
-    connection to it, from wherever it can be reached; `variables` are added to its environment.
-    Unless it is to be `named`, it publishes no name: the machine's own network is left alone."""
+    """One run. `prefix` is a command that runs it, such as "ip netns exec ..."; `connect` opens a
+    connection to it; `variables` are added to its environment. It publishes a name only if `named`, so
+    that nothing is sent to the machine's own network."""
 
     def __init__(self, folder, *arguments, display=None, prefix=(), stdin=subprocess.PIPE,
                  connect=http.connect, name="tarvinel", named=False, variables=()):
@@ -82,12 +82,12 @@ class Program(Process):
         return self.status()["viewers"]
 
     def command(self, line):
-        """One line on its console."""
+        """Sends one line to its console."""
         self.stdin.write(line.encode() + b"\n")
         self.stdin.flush()
 
     def wait_for_line(self, pattern, within=LIMIT, source="stdout"):
-        """Waits for a line of its output that the pattern is found in."""
+        """Waits until its output matches the pattern, and returns the match."""
         return eventually(lambda: re.search(pattern, getattr(self, source)), within,
                           f"{pattern!r} on {source}")
 
@@ -105,7 +105,7 @@ class Program(Process):
         return self._memory("VmRSS")
 
     def virtual_bytes(self):
-        """All of its address space, used or not."""
+        """Returns the size of its address space, used or not."""
         return self._memory("VmSize")
 
     def _memory(self, kind):
@@ -113,11 +113,11 @@ class Program(Process):
         return int(re.search(rf"{kind}:\s+(\d+) kB", status)[1]) * 1024
 
     def cpu_seconds(self):
-        """Processor time of all its threads, those that ended included, to the nanosecond."""
+        """Returns the processor time of all its threads, including those that ended."""
         return time.clock_gettime((~self.pid << 3) | 2)
 
     def terminate(self):
-        """Asks it to end; it may have ended just now."""
+        """Sends SIGTERM, unless it has ended."""
         if self.running():
             self.signal(signal.SIGTERM)
 
@@ -126,7 +126,7 @@ class Program(Process):
 
 
 def list_sources(folder, display, *arguments):
-    """ID and title of everything that can be shared, from --list-sources."""
+    """Returns the titles of all sources by their IDs, from --list-sources."""
     done = subprocess.run([executable(), "--list-sources", *arguments], capture_output=True,
                           text=True, env=private_env(folder, display), timeout=LIMIT)
     assert done.returncode == 0, done.stderr
@@ -134,6 +134,6 @@ def list_sources(folder, display, *arguments):
 
 
 def display_ids(folder, server):
-    """The IDs of an X server's displays, in the order of the list."""
+    """Returns the IDs of an X server's displays, in the order of the list."""
     sources = list_sources(folder, server.name, "--capture", "x11")
     return [identifier for identifier in sources if identifier.startswith("display-")]

@@ -1,4 +1,4 @@
-"""A viewer on a raw socket that accepts the stream only byte for byte as promised."""
+"""A viewer on a raw socket that checks the stream byte for byte."""
 import select
 import socket
 import struct
@@ -18,7 +18,7 @@ PART_START = b"--tarvinelframe\r\nContent-Type: image/jpeg\r\nContent-Length: "
 
 
 class Viewer:
-    """One "/stream" request. The constructor returns once the head has arrived and is right."""
+    """One "/stream" request. The constructor returns when the expected head has arrived."""
 
     def __init__(self, address=None, headers=(), content_type=MULTIPART, receive_buffer=None,
                  connection=None):
@@ -36,7 +36,7 @@ class Viewer:
         self.close()
 
     def next_frame(self, within=LIMIT):
-        """The JPEG of the next part."""
+        """Returns the JPEG of the next part."""
         self.socket.settimeout(within)
         assert self._take(len(PART_START)) == PART_START
         jpeg = self._take(self._take_length())
@@ -45,7 +45,7 @@ class Viewer:
         return jpeg
 
     def frame_where(self, wanted, within=LIMIT):
-        """The first frame that `wanted` accepts."""
+        """Returns the first frame that `wanted` accepts."""
         deadline = time.monotonic() + within
         while time.monotonic() < deadline:
             jpeg = self.next_frame(max(0.1, deadline - time.monotonic()))
@@ -53,22 +53,23 @@ class Viewer:
                 return jpeg
         raise AssertionError(f"no such frame within {within} s")
 
-    def frame_after(self, act, wanted, within=LIMIT, patience=0.6):
-        """Does `act` until a frame comes that `wanted` accepts; gives that frame.
+    def frame_after(self, act, wanted, within=LIMIT, frame_timeout=0.6):
+        """Repeats `act` until a frame arrives that `wanted` accepts, and returns that frame.
 
-        For sources that may lose what they are shown once, but not for ever.
+        This is for sources that may lose some changes. `act` is repeated when no frame arrived for
+        `frame_timeout` seconds.
         """
         deadline = time.monotonic() + within
         while time.monotonic() < deadline:
             act()
-            while self.readable(patience):
+            while self.readable(frame_timeout):
                 jpeg = self.next_frame()
                 if wanted(jpeg):
                     return jpeg
         raise AssertionError(f"no such frame within {within} s")
 
     def last_frame(self, quiet=1.5, within=LIMIT):
-        """The frame after which nothing came for `quiet` seconds."""
+        """Returns the frame after which nothing arrived for `quiet` seconds."""
         deadline = time.monotonic() + within
         jpeg = self.next_frame()
         while self.readable(quiet):
@@ -77,11 +78,11 @@ class Viewer:
         return jpeg
 
     def readable(self, within):
-        """Whether anything, the end included, arrives within so many seconds."""
+        """Returns whether data or the end of the stream arrives within that many seconds."""
         return bool(self._buffer or select.select([self.socket], [], [], within)[0])
 
     def ended(self, within):
-        """Whether the server ends the stream within so many seconds; unread parts are dropped."""
+        """Returns whether the server ends the stream within that many seconds; drops unread parts."""
         deadline = time.monotonic() + within
         while (left := deadline - time.monotonic()) > 0:
             self.socket.settimeout(left)
@@ -98,7 +99,7 @@ class Viewer:
         self.socket.close()
 
     def reset(self):
-        """Leaves with a reset instead of an orderly end."""
+        """Closes the connection with a reset."""
         self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
         self.socket.close()
 

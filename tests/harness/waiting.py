@@ -1,12 +1,12 @@
-"""Waiting for a condition, within a bound."""
+"""Waiting for a condition with a timeout."""
 import time
 
-# Seconds: far beyond what a busy machine needs, so that it strikes only when something is broken.
+# Seconds. It is far longer than a busy machine needs, so that it expires only if something is broken.
 LIMIT = 60
 
 
 def eventually(condition, within, what, every=0.02):
-    """The first truthy value of condition(); fails naming `what` after `within` seconds."""
+    """Returns the first truthy value of condition(); fails with `what` after `within` seconds."""
     deadline = time.monotonic() + within
     while True:
         value = condition()

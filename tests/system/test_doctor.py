@@ -9,7 +9,7 @@ import pytest
 from harness.desktop.panels import Tint2
 from harness.desktop.session import NO_BUS
 from harness.desktop.session_bus import SessionBus
-from harness.doctor import look
+from harness.doctor import run_doctor
 from harness.host.installation import AS_USER, give_capability
 from harness.host.terminal import Terminal
 from harness.network.fake_firewalld import FakeFirewalld
@@ -24,7 +24,7 @@ def files_below(folder):
 
 
 def test_without_a_desktop(tmp_path):
-    report = look(tmp_path, "--port", "0")
+    report = run_doctor(tmp_path, "--port", "0")
     assert list(report.findings) == ["Session", "Screen", "Tray", "Configuration", "Address",
                                      "Name", "Port", "Firewall", "Uploads"]
     assert report.findings["Session"][0] == (
@@ -36,12 +36,12 @@ def test_without_a_desktop(tmp_path):
 
 
 def test_it_makes_no_file(tmp_path):
-    look(tmp_path, "--port", "0")
+    run_doctor(tmp_path, "--port", "0")
     assert files_below(tmp_path) == []
 
 
 def test_a_screen(x, tmp_path):
-    report = look(tmp_path, display=x.name)
+    report = run_doctor(tmp_path, display=x.name)
     assert report.findings["Session"] == [
         (FINE, f"An X11 session, display {x.name}.", ())]
     assert report.findings["Screen"] == [
@@ -49,7 +49,7 @@ def test_a_screen(x, tmp_path):
 
 
 def test_a_screen_that_is_not_there(tmp_path):
-    report = look(tmp_path, display=":3999")
+    report = run_doctor(tmp_path, display=":3999")
     assert report.status == 1
     assert report.findings["Screen"] == [
         (MEND, "Showing the built-in picture: the X server :3999 does not answer.",
@@ -60,7 +60,7 @@ def test_a_screen_that_is_not_there(tmp_path):
 def test_a_screen_that_hangs(x, tmp_path):
     x.freeze()
     try:
-        report = look(tmp_path, display=x.name)
+        report = run_doctor(tmp_path, display=x.name)
     finally:
         x.thaw()
     assert report.status == 1
@@ -69,12 +69,12 @@ def test_a_screen_that_hangs(x, tmp_path):
 
 
 def test_the_way_of_capture_that_was_asked_for(x, tmp_path):
-    report = look(tmp_path, "--capture", "pattern", display=x.name)
+    report = run_doctor(tmp_path, "--capture", "pattern", display=x.name)
     assert report.findings["Screen"] == [(FINE, "Showing the built-in picture, as asked for.", ())]
 
 
 def look_in(desktop, folder, **variables):
-    return look(folder, display=desktop.screen.name,
+    return run_doctor(folder, display=desktop.screen.name,
                 variables={**desktop.variables, **variables})
 
 
@@ -123,7 +123,7 @@ def test_a_session_bus_that_hangs(desktop, tmp_path, silent_bus):
 
 
 def test_a_system_bus_that_hangs(tmp_path, silent_bus):
-    report = look(tmp_path, variables={"DBUS_SYSTEM_BUS_ADDRESS": silent_bus})
+    report = run_doctor(tmp_path, variables={"DBUS_SYSTEM_BUS_ADDRESS": silent_bus})
     assert report.status == 1
     assert report.texts("Name") == [
         "tarvinel.local cannot be published: the Avahi daemon does not answer."]
@@ -137,7 +137,7 @@ def wayland():
 
 
 def look_on(wayland):
-    return look(wayland.folder, prefix=wayland.prefix, variables=wayland.env)
+    return run_doctor(wayland.folder, prefix=wayland.prefix, variables=wayland.env)
 
 
 def test_a_wayland_desktop(wayland):
@@ -175,7 +175,7 @@ def test_a_portal_that_hangs(wayland):
 
 def test_addresses(machine, tmp_path):
     machine.route_over("wlan0")
-    report = look(tmp_path, "--sysfs", machine.sysfs, prefix=machine.exec_in())
+    report = run_doctor(tmp_path, "--sysfs", machine.sysfs, prefix=machine.exec_in())
     assert report.findings["Address"] == [
         (FINE, "Viewers open http://10.1.0.1/ or http://tarvinel.local/. Pictures go out by Wi-Fi.",
          ()),
@@ -185,7 +185,7 @@ def test_addresses(machine, tmp_path):
 
 def test_no_address(machine, tmp_path):
     machine.unplug()
-    report = look(tmp_path, "--sysfs", machine.sysfs, prefix=machine.exec_in())
+    report = run_doctor(tmp_path, "--sysfs", machine.sysfs, prefix=machine.exec_in())
     assert report.status == 1
     assert report.findings["Address"] == [
         (MEND, "This computer has no network address: nobody can reach it.",
@@ -195,24 +195,24 @@ def test_no_address(machine, tmp_path):
 def test_a_port_that_is_taken(tmp_path):
     with socket.create_server(("", 0)) as holder:
         port = holder.getsockname()[1]
-        report = look(tmp_path, "--port", port)
+        report = run_doctor(tmp_path, "--port", port)
     assert report.status == 1
     state, what, advice = report.findings["Port"][0]
     assert state == MEND
     assert re.fullmatch(rf"Port {port} is taken by \S+ \(process {os.getpid()}, user \w+\)\.", what)
     assert "--port 8080" in advice[-1]
-    assert look(tmp_path, "--port", port).texts("Port") == [f"Port {port} is free."]
+    assert run_doctor(tmp_path, "--port", port).texts("Port") == [f"Port {port} is free."]
 
 
 def test_tarvinel_has_the_port_already(start, tmp_path):
     program = start("--capture", "pattern")
     port = program.listening_port()
-    assert look(tmp_path, "--port", port).findings["Port"] == [
+    assert run_doctor(tmp_path, "--port", port).findings["Port"] == [
         (KNOW, f"Tarvinel is running already and has port {port} (process {program.pid}).", ())]
 
 
 def look_as_user(machine, installed, *arguments):
-    return look(installed / "home", *arguments, prefix=[*machine.exec_in(), *AS_USER])
+    return run_doctor(installed / "home", *arguments, prefix=[*machine.exec_in(), *AS_USER])
 
 
 def test_port_80_for_an_ordinary_user(machine, installed):
@@ -234,12 +234,12 @@ def test_port_80_for_an_ordinary_user(machine, installed):
         f"The helper that may is not at {helper}: install Tarvinel again.")
 
 
-def look_from(host, folder):
-    return look(folder, prefix=host.prefix)
+def run_doctor_on(host, folder):
+    return run_doctor(folder, prefix=host.prefix)
 
 
 def test_the_name_without_a_daemon(lan, tmp_path):
-    assert look_from(lan.presenter, tmp_path).findings["Name"] == [
+    assert run_doctor_on(lan.presenter, tmp_path).findings["Name"] == [
         (FINE, "No Avahi daemon runs: Tarvinel itself answers for tarvinel.local.", ())]
 
 
@@ -248,7 +248,7 @@ def test_the_name_with_a_daemon(lan, tmp_path):
     lan.presenter.start_avahi()
     lan.viewer.start_bus()
     lan.viewer.start_avahi()
-    assert look_from(lan.presenter, tmp_path).findings["Name"] == [
+    assert run_doctor_on(lan.presenter, tmp_path).findings["Name"] == [
         (FINE, "The Avahi daemon runs and will publish tarvinel.local.", ())]
     assert lan.viewer.avahi_resolves("tarvinel.local") is None, "nothing is published"
 
@@ -258,7 +258,7 @@ def test_a_name_that_is_taken(lan, tmp_path):
     lan.presenter.start_avahi()
     lan.other.start_bus()
     lan.other.start_avahi(host_name="tarvinel")
-    report = look_from(lan.presenter, tmp_path)
+    report = run_doctor_on(lan.presenter, tmp_path)
     assert report.status == 1
     assert report.findings["Name"] == [
         (MEND, f"tarvinel.local is taken in this network, by {lan.ADDRESSES['other']}.",
@@ -268,7 +268,7 @@ def test_a_name_that_is_taken(lan, tmp_path):
 def test_the_name_is_the_computers_own(lan, tmp_path):
     lan.presenter.start_bus()
     lan.presenter.start_avahi(host_name="tarvinel")
-    assert look_from(lan.presenter, tmp_path).texts("Name") == [
+    assert run_doctor_on(lan.presenter, tmp_path).texts("Name") == [
         "tarvinel.local is this computer's own name, which Avahi publishes."]
 
 
@@ -276,7 +276,7 @@ def test_a_daemon_that_hangs(lan, tmp_path):
     lan.presenter.start_bus()
     daemon = lan.presenter.start_avahi()
     daemon.signal(signal.SIGSTOP)
-    report = look_from(lan.presenter, tmp_path)
+    report = run_doctor_on(lan.presenter, tmp_path)
     daemon.signal(signal.SIGCONT)
     assert report.texts("Name") == [
         "tarvinel.local cannot be published: the Avahi daemon does not answer."]
@@ -286,16 +286,16 @@ def test_a_firewall(tmp_path):
     ufw = tmp_path / "root/etc/ufw"
     ufw.mkdir(parents=True)
     (ufw / "ufw.conf").write_text("ENABLED=yes\n")
-    report = look(tmp_path, "--system-root", tmp_path / "root", "--port", "8080")
+    report = run_doctor(tmp_path, "--system-root", tmp_path / "root", "--port", "8080")
     assert report.findings["Firewall"] == [
         (KNOW, "ufw is on; which ports it lets in only root can see.",
          ("See: sudo ufw status", "Let viewers in: sudo ufw allow 8080/tcp"))]
     rule = "### tuple ### allow tcp {} 0.0.0.0/0 any 0.0.0.0/0 in\n"
     (ufw / "user.rules").write_text(rule.format(22))
-    report = look(tmp_path, "--system-root", tmp_path / "root", "--port", "8080")
+    report = run_doctor(tmp_path, "--system-root", tmp_path / "root", "--port", "8080")
     assert (report.status, report.states("Firewall")) == (1, [MEND])
     (ufw / "user.rules").write_text(rule.format(8080))
-    report = look(tmp_path, "--system-root", tmp_path / "root", "--port", "8080")
+    report = run_doctor(tmp_path, "--system-root", tmp_path / "root", "--port", "8080")
     assert report.texts("Firewall") == ["ufw is on and lets viewers in at port 8080."]
 
 
@@ -333,7 +333,7 @@ def test_firewalld(network, tmp_path, firewall, findings):
     bus = SessionBus(tmp_path)
     firewalld = FakeFirewalld(bus.address, **firewall)
     try:
-        report = look(tmp_path, "--system-root", tmp_path, prefix=network.exec_in_server(),
+        report = run_doctor(tmp_path, "--system-root", tmp_path, prefix=network.exec_in_server(),
                       variables={"DBUS_SYSTEM_BUS_ADDRESS": bus.address})
     finally:
         firewalld.stop()
@@ -342,7 +342,7 @@ def test_firewalld(network, tmp_path, firewall, findings):
 
 
 def test_no_firewall(tmp_path):
-    report = look(tmp_path, "--system-root", tmp_path)
+    report = run_doctor(tmp_path, "--system-root", tmp_path)
     assert report.findings["Firewall"] == [
         (FINE, "None is set up here, as far as can be told without being root.", ())]
 
@@ -351,24 +351,24 @@ def test_a_configuration_with_mistakes(tmp_path):
     folder = tmp_path / "config/Tarvinel"
     folder.mkdir(parents=True)
     file = folder / "config.json"
-    assert look(tmp_path).findings["Configuration"] == [
+    assert run_doctor(tmp_path).findings["Configuration"] == [
         (FINE, f"There is no {file}: everything is at its default.", ())]
     file.write_text('{"port": 8080, "Fps": 3, "fps": 99}')
-    report = look(tmp_path)
+    report = run_doctor(tmp_path)
     assert report.findings["Configuration"] == [
         (FINE, f"{file} is in force.", ()),
         (KNOW, "No such setting: Fps.", ("Look at its spelling; capital letters count.",)),
         (KNOW, "Out of range: fps is 60 instead of 99.", ())]
     assert "port 8080" in report.texts("Port")[0].lower()
     file.write_text('{"port": "80"}')
-    report = look(tmp_path)
+    report = run_doctor(tmp_path)
     assert (report.status, report.states("Configuration")) == (1, [MEND])
     assert report.texts("Configuration")[0].startswith(f"config at {file} ignored: ")
 
 
 def test_an_upload_folder_that_is_none(tmp_path):
     (tmp_path / "file").write_text("")
-    report = look(tmp_path, "--upload-folder", tmp_path / "file/photos")
+    report = run_doctor(tmp_path, "--upload-folder", tmp_path / "file/photos")
     assert report.status == 1
     assert report.findings["Uploads"] == [
         (MEND, f"Photos cannot go to {tmp_path}/file/photos: that is no folder.",
@@ -376,7 +376,7 @@ def test_an_upload_folder_that_is_none(tmp_path):
 
 
 def test_texts_from_elsewhere_cannot_move_the_cursor(tmp_path):
-    report = look(tmp_path, "--upload-folder", str(tmp_path / "a\x1b[2Jb\nc"))
+    report = run_doctor(tmp_path, "--upload-folder", str(tmp_path / "a\x1b[2Jb\nc"))
     assert "\x1b" not in report.text
     assert report.texts("Uploads")[0].startswith(f"Photos go to {tmp_path}/a?[2Jb?c, which")
 

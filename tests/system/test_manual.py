@@ -1,4 +1,4 @@
-"""What is written and offered about the command line: manual page and completion are those of the
+"""What is written and completions about the command line: manual page and completion are those of the
 program."""
 import re
 import subprocess
@@ -61,32 +61,32 @@ def test_the_manual_page_is_well_formed():
 
 
 def test_options_are_completed(shell, options):
-    offered = shell.offers("tarvinel --", "--headless", "--version", "--help")
-    assert set(OPTION.findall(offered)) == options
+    completions = shell.completions("tarvinel --", "--headless", "--version", "--help")
+    assert set(OPTION.findall(completions)) == options
 
 
 def test_ways_of_capture_are_completed(shell):
-    offered = shell.offers("tarvinel --capture ", "auto", "x11", "pattern", "portal")
-    assert not OPTION.findall(offered)
+    completions = shell.completions("tarvinel --capture ", "auto", "x11", "pattern", "portal")
+    assert not OPTION.findall(completions)
 
 
 def test_sources_are_completed(shell):
-    offered = shell.offers("tarvinel --capture pattern --share ", "display-1")
-    assert not OPTION.findall(offered)
+    completions = shell.completions("tarvinel --capture pattern --share ", "display-1")
+    assert not OPTION.findall(completions)
 
 
 def test_what_has_begun_is_completed(shell):
-    offered = shell.offers("tarvinel --capture p", "pattern", "portal")
-    assert "x11" not in offered and "auto" not in offered
+    completions = shell.completions("tarvinel --capture p", "pattern", "portal")
+    assert "x11" not in completions and "auto" not in completions
 
 
 @pytest.mark.parametrize("option", ["--upload-folder", "--profile"])
 def test_folders_are_completed(shell, option):
-    assert "file.json" not in shell.offers(f"tarvinel {option} ", "folder")
+    assert "file.json" not in shell.completions(f"tarvinel {option} ", "folder")
 
 
 def test_files_are_completed(shell):
-    shell.offers("tarvinel --config ", "folder", "file.json")
+    shell.completions("tarvinel --config ", "folder", "file.json")
 
 
 def test_an_installation_has_them(tmp_path):

@@ -1,4 +1,4 @@
-"""The browsers, each full-screen on an X display of its own."""
+"""Browsers, each full-screen on an X display of its own, and the pages in them."""
 from .browser import BrowserHost
 from .chromium import Chromium
 from .firefox import Firefox

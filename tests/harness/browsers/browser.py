@@ -1,4 +1,4 @@
-"""What all browsers have in common."""
+"""The base class of the browsers."""
 import os
 import re
 import tempfile
@@ -10,8 +10,8 @@ from ..process import Process
 from ..waiting import LIMIT, eventually
 from ..x11.server import XServer
 
-LONGEST_SIDE = 1600  # of a display that is turned, or made that of a phone
-PHONE_ZOOM = 1.4  # at the least: no browser's window is then narrower than it wants to be
+LONGEST_SIDE = 1600  # of a display, also when it is rotated or as large as a zoomed phone
+PHONE_ZOOM = 1.4  # the minimum, with which no browser's window is below its minimum width
 
 
 class BrowserHost(NamedTuple):
@@ -52,31 +52,31 @@ class Browser:
         raise NotImplementedError
 
     def open(self, url):
-        """Starts loading the page; does not wait for it."""
+        """Starts to load the page without waiting for it."""
         self._session.navigate(url)
 
     def back(self):
-        """Goes back to the page before, as its visitor does with the button."""
+        """Goes back to the previous page, as the back button does."""
         self._session.back()
 
     def evaluate(self, expression):
         return self._session.evaluate(expression)
 
     def write(self, selector, text):
-        """Types into a text field, in place of what is there."""
+        """Replaces the text of a text field by typing."""
         self._session.clear(selector)
         self._session.type_into(selector, text)
 
     def pick(self, selector, paths):
-        """Chooses files as a visitor does in the dialog of a file input."""
+        """Chooses files for a file input, as its dialog does."""
         self._session.type_into(selector, "\n".join(map(str, paths)))
 
     def pixels(self):
-        """What its visitor sees."""
+        """Returns the pixels of the display."""
         return pixels.grab(self.screen)
 
     def hint(self):
-        """The text that the visitor reads while there is no picture; None while there is one."""
+        """Returns the text that stands in for the picture, or None while there is a picture."""
         return self.evaluate(
             "(() => { const idle = document.getElementById('idle');"
             " const hint = document.getElementById('hint');"
@@ -86,13 +86,13 @@ class Browser:
         return self._session.tab()
 
     def new_tab(self):
-        """Opens a tab in front of the present one, and goes on in it."""
+        """Opens a new tab in the foreground and controls that from now on."""
         tab = self._session.new_tab()
         self._session.switch_to(tab)
         return tab
 
     def switch_to(self, tab):
-        """Brings a tab to the front, and goes on in it."""
+        """Brings a tab to the foreground and controls that from now on."""
         self._session.switch_to(tab)
 
     def close_tab(self):
@@ -107,12 +107,12 @@ class Browser:
         self._session.switch_to(tab)
 
     def resize(self, width, height):
-        """Gives its display another size, as turning a phone does."""
+        """Resizes the display, as rotating a phone does."""
         self.screen.resize(width, height)
         eventually(lambda: self.pixels().shape[:2] == (height, width), LIMIT, "the display's size")
 
     def become_phone(self, width, height):
-        """Zooms in, and gives its display the size with which the open page is so large."""
+        """Zooms in and resizes the display, so that the page has this size in CSS pixels."""
         usual = self._page_width()
         eventually(lambda: self._zoomed_in(usual), LIMIT, "the page is zoomed in", every=0.3)
         zoom = usual / self._page_width()
@@ -120,13 +120,13 @@ class Browser:
         eventually(lambda: abs(self._page_width() - width) <= 1, LIMIT, "the page's width")
 
     def leave_phone(self, width=800, height=600):
-        """Ends become_phone(), with a page of the same server open."""
+        """Undoes become_phone(), while a page of the same server is open."""
         self.screen.run("xdotool", "key", "ctrl+0")
         self.resize(width, height)
         eventually(lambda: self._page_width() == width, LIMIT, "the page's usual width")
 
     def memory_bytes(self):
-        """What all its processes use; shared pages count once."""
+        """Returns the proportional set size of all its processes."""
         return sum(_proportional_bytes(pid) for pid in _with_descendants(self._driver_pid()))
 
     def stop(self):
@@ -136,7 +136,7 @@ class Browser:
             started.stop()
 
     def _zoomed_in(self, usual):
-        """One step further, unless it is far enough."""
+        """Zooms in one step, unless the zoom is sufficient; returns whether it is."""
         if usual / self._page_width() >= PHONE_ZOOM:
             return True
         self.screen.run("xdotool", "key", "ctrl+plus")
@@ -155,7 +155,7 @@ class Browser:
         return process
 
     def _private_env(self):
-        """Nothing of the user's desktop is found, nothing is kept."""
+        """Returns an environment without the user's desktop and home."""
         env = {key: value for key, value in os.environ.items()
                if key not in ("WAYLAND_DISPLAY", "XAUTHORITY", "DBUS_SESSION_BUS_ADDRESS")}
         runtime = self._folder / "run"
@@ -169,7 +169,7 @@ def _with_descendants(pid):
     for task in Path(f"/proc/{pid}/task").glob("*/children"):
         try:
             children = task.read_text().split()
-        except OSError:  # ended meanwhile
+        except OSError:  # the process has ended
             continue
         for child in children:
             found += _with_descendants(int(child))
@@ -179,6 +179,6 @@ def _with_descendants(pid):
 def _proportional_bytes(pid):
     try:
         rollup = Path(f"/proc/{pid}/smaps_rollup").read_text()
-    except OSError:  # ended meanwhile
+    except OSError:  # the process has ended
         return 0
     return int(re.search(r"^Pss:\s+(\d+) kB", rollup, re.MULTILINE)[1]) * 1024

@@ -1,4 +1,4 @@
-"""Firefox, driven through Marionette, the protocol that it speaks itself."""
+"""Firefox, driven through its own protocol, Marionette."""
 from ..waiting import LIMIT, eventually
 from .browser import Browser
 from .marionette import Marionette
@@ -32,11 +32,11 @@ class Firefox(Browser):
         (profile / "user.js").write_text("".join(
             f'user_pref("{name}", {_literal(value)});\n' for name, value in PREFERENCES.items()))
         port_file = profile / "MarionetteActivePort"
-        # dbus-run-session: without a session bus it waits for one at every turn
+        # without a session bus it waits for one repeatedly
         self._start(["dbus-run-session", "firefox-esr", "--marionette", "--no-remote",
                      "--profile", profile, "--kiosk", "about:blank"], "firefox")
         port = eventually(lambda: port_file.exists() and port_file.read_text(), LIMIT,
-                          "Firefox tells its port")
+                          "Firefox writes its port")
         return Marionette(self._host.connect(int(port)))
 
 

@@ -2,14 +2,14 @@
 import itertools
 import json
 
-ANSWER_LIMIT = 60
+RESPONSE_TIMEOUT = 60
 
 
 class Marionette:
-    """One session on `connection`; the same operations as WebDriver."""
+    """One session on `connection`, with the same operations as WebDriver."""
 
     def __init__(self, connection):
-        connection.settimeout(ANSWER_LIMIT)
+        connection.settimeout(RESPONSE_TIMEOUT)
         self._connection = connection
         self._stream = connection.makefile("rb")
         self._numbers = itertools.count(1)
@@ -28,7 +28,7 @@ class Marionette:
                           args=[])["value"]
 
     def type_into(self, selector, text):
-        """Text that is typed, or the paths of files that are picked, one on a line."""
+        """Types the text, or picks files whose paths are given one per line."""
         self._call("WebDriver:ElementSendKeys", id=self._element(selector), text=text)
 
     def clear(self, selector):
@@ -62,13 +62,13 @@ class Marionette:
         number = next(self._numbers)
         message = json.dumps([0, number, name, parameters]).encode()
         self._connection.sendall(b"%d:%s" % (len(message), message))
-        _, answered, error, result = self._receive()
-        assert answered == number and not error, f"{name}: {error}"
+        _, response_number, error, result = self._receive()
+        assert response_number == number and not error, f"{name}: {error}"
         return result
 
     def _receive(self):
         length = bytearray()
         while (character := self._stream.read(1)) != b":":
-            assert character, "Firefox has gone"
+            assert character, "Firefox has closed the connection"
             length += character
         return json.loads(self._stream.read(int(length)))

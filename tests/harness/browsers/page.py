@@ -1,31 +1,31 @@
-"""What a browser shows, whichever page it is."""
+"""A page in a browser; the base class of the page objects."""
 from .. import pixels
 from ..network.lan import Network
 from ..waiting import LIMIT, eventually
 
 
 class BrowserPage:
-    """A page in the foreground tab of a browser."""
+    """The page in the foreground tab of a browser."""
 
     def __init__(self, browser):
         self.browser = browser
 
     def open(self, port, path="/"):
-        """Opens a page of the server that listens on this port."""
+        """Opens a page of the server on this port."""
         self.browser.open(f"http://{Network.SERVER_ADDRESS}:{port}{path}")
 
     def pixels(self):
         return self.browser.pixels()
 
     def pixels_of(self, selector):
-        """What is seen where an element is, as signed numbers."""
+        """Returns the pixels of an element as signed numbers."""
         zoom = self.browser.screen.width / self.browser.evaluate("innerWidth")
         left, top, right, bottom = (round(edge * zoom) for edge in self.box(selector))
         return self.pixels()[top:bottom, left:right].astype(int)
 
     def box(self, selector):
-        """Left, top, right and bottom of an element in the page's pixels, which are the display's unless
-        the page is zoomed in."""
+        """Returns left, top, right and bottom of an element in CSS pixels, which are the display's pixels
+        unless the page is zoomed."""
         return self.browser.evaluate(
             f"(() => {{ const box = document.querySelector('{selector}').getBoundingClientRect();"
             " return [box.left, box.top, box.right, box.bottom].map(Math.round); })()")

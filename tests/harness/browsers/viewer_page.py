@@ -1,15 +1,15 @@
-"""The viewer page as its visitor sees it."""
+"""The viewer page."""
 import numpy
 
 from .. import pixels
 from ..waiting import LIMIT
 from .page import BrowserPage
 
-GIVEN_UP_WITHIN = 30 + LIMIT  # seconds: the server gives up a silent connection after 30
+GIVEN_UP_WITHIN = 30 + LIMIT  # seconds; the server closes a silent connection after 30
 
 
 class ViewerPage(BrowserPage):
-    """The stream, or the hint that stands in for it."""
+    """The page with the stream, or with the hint in place of the stream."""
 
     WAITING = "Tarvinel - waiting for the presenter to start sharing"
     DISCONNECTED = "Stream disconnected - reconnecting"
@@ -19,17 +19,17 @@ class ViewerPage(BrowserPage):
         self.eventually(lambda: self.browser.hint() == text, f"the page reads {text!r}", within)
 
     def wait_for_text_alone(self, within=LIMIT):
-        """Waits until there is nothing but a text in the middle: the hint, or a card that says it."""
+        """Waits until the page shows only a text in the middle: the hint, or a card with that text."""
         self.eventually(self._only_a_text_is_seen, "nothing but a text is seen", within)
 
     def wait_for_picture(self, server, within=LIMIT):
-        """Waits until the visitor sees, sharply and in every corner, what the display shows."""
+        """Waits until the page shows the display, sharply and up to every corner."""
         self.eventually(lambda: pixels.same(self.pixels(), pixels.grab(server)),
                         "the shared picture is on the page", within)
         assert self.browser.hint() is None
 
     def wait_for_colour(self, colour, within=LIMIT):
-        """Waits until the middle of the page is of one colour, given as 0xRRGGBB."""
+        """Waits until the middle of the page has one colour, given as 0xRRGGBB."""
         wanted = numpy.frombuffer(colour.to_bytes(3, "big"), numpy.uint8).astype(int)
 
         def filled():
@@ -40,10 +40,10 @@ class ViewerPage(BrowserPage):
         self.eventually(filled, f"the page is of colour {colour:06x}", within)
 
     def wait_for_viewers(self, program, count=1):
-        """Waits until the program has so many viewers: one for each page.
+        """Waits until the program has this number of viewers, one for each page.
 
-        One page in fifty, WebKit neither reads nor closes a request that it has given up, until the
-        server gives up the connection as well.
+        For one page in fifty, WebKit neither reads nor closes a request that it has abandoned, until
+        the server closes the connection.
         """
         self.eventually(lambda: program.viewers() == count, f"viewers: {count}", GIVEN_UP_WITHIN)
 
@@ -51,7 +51,7 @@ class ViewerPage(BrowserPage):
         return pixels.same(self.pixels(), pixels.grab(server), pixels.SIMILAR)
 
     def _only_a_text_is_seen(self):
-        """Light letters in the middle of a dark page, which is otherwise empty."""
+        """Returns whether there are light letters in the middle of an otherwise dark page."""
         picture = self.pixels()
         quarter = picture.shape[0] // 4
         letters = (picture.max(axis=2) > 100).sum(axis=1)

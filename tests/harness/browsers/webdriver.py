@@ -1,19 +1,19 @@
-"""A browser driven through its driver's HTTP protocol (W3C WebDriver)."""
+"""A client of the W3C WebDriver protocol."""
 import http.client
 import json
 
-ANSWER_LIMIT = 60
+RESPONSE_TIMEOUT = 60
 
 
 class WebDriver:
-    """One session. `connect` makes a connection to the driver."""
+    """One session; `connect` opens a connection to the driver."""
 
     def __init__(self, connect, capabilities):
         self._connect = connect
         self._path = ""
         wanted = {"pageLoadStrategy": "none", **capabilities}
-        answer = self._call("POST", "", {"capabilities": {"alwaysMatch": wanted}})
-        self._path = "/" + answer["sessionId"]
+        session = self._call("POST", "", {"capabilities": {"alwaysMatch": wanted}})
+        self._path = "/" + session["sessionId"]
 
     def navigate(self, url):
         self._call("POST", "/url", {"url": url})
@@ -22,10 +22,10 @@ class WebDriver:
         self._call("POST", "/back", {})
 
     def evaluate(self, expression):
-        """A page that leaves in the middle of it is no answer: then the next one is asked.
+        """Returns the value of an expression; evaluates it again if the page is left meanwhile.
 
-        Chromium's driver does the same by itself. So nothing may be told here that leaves the page:
-        going back once in this way led two pages back at times.
+        Chromium's driver does the same by itself. An expression must therefore not leave the page:
+        `history.back()` sometimes went back two pages.
         """
         try:
             return self._execute(expression)
@@ -35,7 +35,7 @@ class WebDriver:
             return self._execute(expression)
 
     def type_into(self, selector, text):
-        """Text that is typed, or the paths of files that are picked, one on a line."""
+        """Types the text, or picks files whose paths are given one per line."""
         self._call("POST", f"/element/{self._element(selector)}/value", {"text": text})
 
     def clear(self, selector):
@@ -68,16 +68,16 @@ class WebDriver:
         return next(iter(found.values()))
 
     def _call(self, method, path, body=None):
-        connection = http.client.HTTPConnection("127.0.0.1", timeout=ANSWER_LIMIT)
+        connection = http.client.HTTPConnection("127.0.0.1", timeout=RESPONSE_TIMEOUT)
         connection.sock = self._connect()
-        connection.sock.settimeout(ANSWER_LIMIT)
+        connection.sock.settimeout(RESPONSE_TIMEOUT)
         try:
             connection.request(method, f"/session{self._path}{path}",
                                None if body is None else json.dumps(body),
                                {"Content-Type": "application/json"})
-            answer = connection.getresponse()
-            text = answer.read().decode()
+            response = connection.getresponse()
+            text = response.read().decode()
         finally:
             connection.close()
-        assert answer.status == 200, f"{method} {path}: {text}"
+        assert response.status == 200, f"{method} {path}: {text}"
         return json.loads(text)["value"]

@@ -1,4 +1,4 @@
-"""WebKitGTK's own small browser, driven through its driver."""
+"""WebKitGTK's MiniBrowser, driven through WebKitWebDriver."""
 from pathlib import Path
 
 from ..waiting import LIMIT, eventually
@@ -13,7 +13,7 @@ class WebKit(Browser):
     hands_over_dropped_files = False
 
     def _launch(self):
-        # the sandbox wants user namespaces, which root in a container may not have
+        # the sandbox needs user namespaces, which may be unavailable to root in a container
         self._start(["dbus-run-session", "WebKitWebDriver", f"--port={PORT}"], "webkitdriver",
                     WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS="1")
         eventually(self._listens, LIMIT, "WebKitWebDriver listens")

@@ -1,4 +1,4 @@
-"""The program as it is installed, for an ordinary user."""
+"""An installation of the program for an ordinary user."""
 import shutil
 import subprocess
 import tempfile
@@ -13,8 +13,8 @@ AS_USER = ["setpriv", "--reuid", str(USER), "--regid", str(USER), "--clear-group
 
 @contextmanager
 def installation():
-    """Copies of the program and the helper that an ordinary user can run, and a home for it; the
-    prefix that they are in."""
+    """Yields a prefix with copies of the program and the helper that an ordinary user can run, and a
+    home for that user."""
     with tempfile.TemporaryDirectory(prefix="tarvinel-installed-") as name:
         prefix = Path(name)
         prefix.chmod(0o755)

@@ -1,5 +1,5 @@
-"""A journal that is a socket of the test, and a program whose standard error leads there, as systemd
-connects a service."""
+"""A journal socket that the test reads, connected to a program's standard error as systemd does it for a
+service."""
 import socket
 from pathlib import Path
 
@@ -10,7 +10,7 @@ exec env JOURNAL_STREAM="$(stat -Lc %d:%i /proc/self/fd/2)" "$@" """
 
 
 def datagrams(path):
-    """A socket that takes whole messages."""
+    """Returns a datagram socket that is bound to the path."""
     listening = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
     listening.bind(str(path))
     listening.settimeout(LIMIT)
@@ -18,7 +18,7 @@ def datagrams(path):
 
 
 class Journal:
-    """Needs root, since it is mounted where the program looks for the real one."""
+    """The journal's socket. Requires root, because it is mounted in place of the real one."""
 
     def __init__(self, folder):
         self._folder = Path(folder) / "journal"

@@ -1,4 +1,4 @@
-"""This machine once more, to try things on: the same files, but all that is written is thrown away."""
+"""A container with the files of this machine, in which everything that is written is discarded."""
 import subprocess
 from pathlib import Path
 
@@ -6,7 +6,7 @@ from ..process import Process
 from ..program import executable
 from ..waiting import LIMIT, eventually
 
-# As the packages are installed and a user has logged in; no service of the machine around is in reach.
+# The state after the packages were installed and a user has logged in, without the services of this machine.
 MAKE = """
 mount -t tmpfs tmpfs "$0"
 mkdir "$0"/changes "$0"/work "$0"/root
@@ -36,9 +36,9 @@ exec sleep infinity
 
 
 class ScratchMachine:
-    """Has the address 192.168.1.20, an empty home, and a clone of the committed tree as the folder in
-    which commands run, by root, with a "sudo" that only runs the rest. stop() ends all that runs in it.
-    Needs root, and a disk that an overlay can lie over.
+    """A machine with the address 192.168.1.20 and an empty home. Commands run as root in a clone of the
+    committed tree, with a "sudo" that only executes its arguments. stop() ends every process in it.
+    Requires root, and a file system that supports overlays.
     """
 
     ADDRESS = "192.168.1.20"
@@ -62,16 +62,16 @@ class ScratchMachine:
             raise
 
     def path(self, inside):
-        """Where a file of the machine is seen from outside, while it lives."""
+        """Returns the path of a file of the machine as seen from outside while the machine runs."""
         return Path(f"/proc/{self._first_process()}/root{self._root}/root") / inside.lstrip("/")
 
     def run(self, command, within=LIMIT):
-        """Runs shell commands to their end."""
+        """Runs shell commands to their end and returns the completed process."""
         return subprocess.run(self._entering(command), capture_output=True, text=True,
                               timeout=within, stdin=subprocess.DEVNULL)
 
     def start(self, command):
-        """Starts a command that stays."""
+        """Starts a long-running command."""
         self._count += 1
         return Running(self, self._entering("echo $$ > /run/command-%d; exec %s"
                                             % (self._count, command)), self._count, self._folder)
@@ -92,14 +92,14 @@ class ScratchMachine:
 
 
 class Running(Process):
-    """A command that stays, in a scratch machine."""
+    """A long-running command in a scratch machine."""
 
     def __init__(self, machine, argv, number, folder):
         super().__init__(argv, folder, f"command-{number}")
         self._machine, self._number = machine, number
 
     def end(self):
-        """Tells it to end; returns its status."""
+        """Terminates the command and returns its status."""
         self._machine.run(f"kill -TERM $(cat /run/command-{self._number})")
         return self.wait(LIMIT)
 

@@ -1,4 +1,4 @@
-"""Real shells that complete command lines of the program."""
+"""Real shells with the program's completions."""
 import os
 import re
 import subprocess
@@ -20,7 +20,7 @@ def _env(folder):
 
 
 class TypedShell:
-    """A shell in a terminal: what a person who types sees. stop() ends it."""
+    """An interactive shell in a terminal. stop() ends it."""
 
     def __init__(self, folder, argv, setup, list_key):
         self._list_key = list_key
@@ -28,19 +28,19 @@ class TypedShell:
         for line in setup:
             self._terminal.type(line + "\n")
         self._terminal.type(f"cd {folder}\n")
-        self._terminal.type("PS1='ready''> '\n")  # not as it is typed
+        self._terminal.type("PS1='ready''> '\n")  # differs from the echo of this line
         self._terminal.wait_for(PROMPT)
 
     VARIABLES = {}
 
-    def offers(self, line, *expected):
-        """What is listed for the line, once the expected words are."""
+    def completions(self, line, *expected):
+        """Waits until the completions of the line contain the expected words; returns them as text."""
         before = len(self._text())
         self._terminal.type(line + self._list_key)
 
         def listed():
             text = self._text()[before:].partition(line)[2]
-            text = text.partition("tarvinel ")[0]  # and not the line anew
+            text = text.partition("tarvinel ")[0]  # without the repeated line
             return text if all(word in text for word in expected) else None
 
         text = eventually(listed, LIMIT, f"{expected} for {line!r}")
@@ -78,12 +78,12 @@ class Zsh(TypedShell):
 
 
 class Fish:
-    """fish tells by itself what it would offer."""
+    """fish, which prints completions on request."""
 
     def __init__(self, folder):
         self._folder = folder
 
-    def offers(self, line, *expected):
+    def completions(self, line, *expected):
         script = f'source {COMPLETIONS}/tarvinel.fish; complete -C "$argv[1]"'
         done = subprocess.run(["fish", "--no-config", "-c", script, line], cwd=self._folder,
                               env=_env(self._folder), capture_output=True, text=True, timeout=LIMIT)
@@ -92,4 +92,4 @@ class Fish:
         return done.stdout
 
     def stop(self):
-        """Nothing runs between two questions."""
+        """Does nothing: no process is left running."""

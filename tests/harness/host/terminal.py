@@ -1,4 +1,4 @@
-"""A terminal without a screen: what runs in it believes that a person sits there."""
+"""A pseudo-terminal in which a program runs interactively."""
 import fcntl
 import os
 import re
@@ -26,23 +26,23 @@ class Terminal:
 
     @property
     def pid(self):
-        """The program's: what gives it the terminal becomes it."""
+        """The ID of the program, which replaces the command that gives it the terminal."""
         return self._child.pid
 
     @property
     def shown(self):
-        """Everything that was printed, line ends as in a file."""
+        """All output so far, with line ends as in a file."""
         return self._shown.decode(errors="replace").replace("\r\n", "\n")
 
     def type(self, text):
         os.write(self._main, text.encode())
 
     def wait_for(self, pattern, within=LIMIT):
-        """Waits until something that was printed matches."""
+        """Waits until the output matches the pattern."""
         return eventually(lambda: re.search(pattern, self.shown), within, pattern)
 
     def wait(self, within=LIMIT):
-        """The exit status of the program."""
+        """Waits for the end of the program and returns its exit status."""
         status = self._child.wait(within)
         self._reader.join()
         return status

@@ -1,4 +1,4 @@
-"""Uploads on raw sockets, and what the folder must look like."""
+"""An upload client on raw sockets, and checks of the upload folder."""
 import hashlib
 import json
 from pathlib import Path
@@ -8,43 +8,43 @@ from .. import http
 
 
 def head(participant, filename, length):
-    """The head of an upload; without a length it announces none."""
+    """Returns the head of an upload request; with None it has no Content-Length."""
     path = f"/upload/{quote(participant, safe='')}/{quote(filename, safe='')}"
     return http.request("PUT", path, *([] if length is None else [f"Content-Length: {length}"]))
 
 
 def start(address, participant, filename, length, sent=b"", connect=http.connect):
-    """A connection on which an upload has begun."""
+    """Returns a connection on which an upload has begun."""
     connection = connect(address)
     connection.sendall(head(participant, filename, length) + sent)
     return connection
 
 
 def read_response(connection):
-    """Status code and JSON document of an answer."""
+    """Reads a response and returns its status code and JSON document."""
     return parsed(http.read_to_end(connection))
 
 
-def parsed(answer):
-    answer_head, _, body = answer.partition(b"\r\n\r\n")
-    assert answer_head.startswith(b"HTTP/1.1 "), answer
-    return int(answer_head.split()[1]), json.loads(body)
+def parsed(response):
+    response_head, _, body = response.partition(b"\r\n\r\n")
+    assert response_head.startswith(b"HTTP/1.1 "), response
+    return int(response_head.split()[1]), json.loads(body)
 
 
 def upload(address, participant, filename, content):
-    """Sends a whole file and returns its answer."""
+    """Uploads a whole file and returns the response."""
     with start(address, participant, filename, len(content)) as connection:
         connection.sendall(content)
         return read_response(connection)
 
 
 def status(address):
-    answer = http.exchange(address, http.request("GET", "/upload/status"))
-    return json.loads(answer.split(b"\r\n\r\n", 1)[1])
+    response = http.exchange(address, http.request("GET", "/upload/status"))
+    return json.loads(response.split(b"\r\n\r\n", 1)[1])
 
 
 def visible(folder):
-    """The files that a presenter sees."""
+    """Returns the visible files, sorted."""
     return sorted(path.relative_to(folder) for path in Path(folder).rglob("*")
                   if path.is_file() and not path.name.startswith("."))
 

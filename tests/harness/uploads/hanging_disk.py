@@ -1,4 +1,4 @@
-"""A memory card that hangs: whoever asks for anything on it waits until it is released."""
+"""A memory card that hangs: every access blocks until it is released."""
 import signal
 import subprocess
 from pathlib import Path
@@ -10,10 +10,10 @@ SIZE = 3 << 30
 
 
 class HangingDisk:
-    """An exFAT on a loop device, served by a process that sleeps. Needs root."""
+    """An exFAT file system on a loop device, served by a stopped FUSE process. Requires root."""
 
     def __init__(self, folder):
-        """Raises OSError where there is no loop device."""
+        """Raises OSError if no loop device is available."""
         self.path = Path(folder) / "hanging-disk"
         self.path.mkdir()
         image = Path(folder) / "hanging-disk.img"

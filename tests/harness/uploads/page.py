@@ -1,4 +1,4 @@
-"""The page from which participants send photos, used as they use it."""
+"""The upload page."""
 from typing import NamedTuple
 
 import numpy
@@ -18,7 +18,7 @@ RED = numpy.array([0xFF, 0x8A, 0x80])
 
 
 class DraggedOver(NamedTuple):
-    """The drop zone while files are held over it."""
+    """How the drop zone looks while files are dragged over it."""
     edge: numpy.ndarray
     screenshot: str
 
@@ -28,7 +28,7 @@ CLOSED_ZONE = DraggedOver((PAGE + BLUE) // 2, "upload-over-closed")
 
 
 class UploadPage(BrowserPage):
-    """What it says, and what its participant does: a name typed, files picked or dropped."""
+    """The page as its participant uses it: typing a name, picking and dropping files."""
 
     CLOSED = "Uploads are closed right now, ask your Pro to open them"
     NOT_ACCEPTED = ("file type not accepted; allowed: 3fr, arw, cr2, cr3, dng, fff, heic, heif, "
@@ -36,7 +36,7 @@ class UploadPage(BrowserPage):
     TOO_LARGE = "files over 2 GB are not accepted"
 
     def open_as(self, program, participant):
-        """Opens the page of a program whose uploads are open, and enters a name."""
+        """Opens the page of a program that accepts uploads, and enters a name."""
         self.visit(program)
         self.browser.write("#name", participant)
 
@@ -45,13 +45,13 @@ class UploadPage(BrowserPage):
         self.open(program.listening_port(), "/upload")
         self.eventually(lambda: self._opened_at() not in (before, None)
                         and self.text("#total").endswith(("participant", "participants")),
-                        "the page is there")
+                        "the page is loaded")
 
     def name(self):
         return self.browser.evaluate("document.getElementById('name').value")
 
     def text(self, selector):
-        """The text of an element, empty when there is none or it is hidden."""
+        """Returns the text of an element, or an empty string if it is missing or hidden."""
         return self.browser.evaluate(
             f"(() => {{ const found = document.querySelector('{selector}');"
             " return found && !found.hidden ? found.textContent : ''; })()")
@@ -60,29 +60,29 @@ class UploadPage(BrowserPage):
         self.browser.pick("#file-input", paths)
 
     def drag(self, folder, *paths):
-        """Drags files with the mouse from another program's window and drops them."""
+        """Drags files with the mouse from another program's window onto the drop zone."""
         state = CLOSED_ZONE if self.text("#closed") else OPEN_ZONE
         with DragAndDrop(self.browser.screen, folder, paths) as drag:
             drag.drag_to(*self._drop_zone())
             self.eventually(lambda: drag.jiggle() or self._is_dragged_over(),
-                            "the drop zone is ready to take them")
+                            "the drop zone reacts to the drag")
             self.wait_until_seen("#drop", state.edge)
             self.keep_screenshot(state.screenshot)
             drag.drop()
-        self.eventually(lambda: not self._is_dragged_over(), "the drop zone is at rest")
+        self.eventually(lambda: not self._is_dragged_over(), "the drop zone is idle")
         if not self.browser.hands_over_dropped_files:
             assert self.labels() == []
             self._drop_by_script(paths)
 
     def rows(self):
-        """Label, bar and status of every file."""
+        """Returns label, progress and status of every file."""
         return self.browser.evaluate(ROWS)
 
     def labels(self):
         return [label for label, _, _ in self.rows()]
 
     def bars(self):
-        """How far each file is, in percent."""
+        """Returns the progress of each file in percent."""
         return [bar for _, bar, _ in self.rows()]
 
     def statuses(self):
@@ -96,12 +96,12 @@ class UploadPage(BrowserPage):
         self.eventually(lambda: self.text(selector) == text, f"{selector} reads {text!r}")
 
     def wait_until_seen(self, selector, colour):
-        """Waits until there is something of this colour where the element is on the display."""
+        """Waits until the element contains a pixel of about this colour."""
         self.eventually(lambda: (abs(self.pixels_of(selector) - colour).max(axis=2) < 24).any(),
                         f"{selector} is seen in {colour}")
 
     def keep_screenshot(self, name):
-        """As soon as it is still; what a driver tells is not always painted yet."""
+        """Saves a screenshot when the page no longer changes: the display may lag behind the DOM."""
         before = [None]
 
         def still():
@@ -116,33 +116,33 @@ class UploadPage(BrowserPage):
             "['name', 'pick', 'file-input'].map((id) => document.getElementById(id).disabled)")
 
     def failed(self):
-        """Whether a file looks like one that was not taken: a reason in red, and no bar; for each file."""
+        """Returns for each file whether it is shown as failed, with a red reason and no progress bar."""
         return self.browser.evaluate(
             "Array.from(document.querySelectorAll('#queue li'), (row) =>"
             f" getComputedStyle(row.querySelector('.status')).color === 'rgb{tuple(map(int, RED))}'"
             " && row.querySelector('progress').offsetHeight === 0)")
 
-    def hurry(self):
-        """Makes what the page waits for before another attempt happen at once, and counts attempts."""
+    def shorten_retry_delays(self):
+        """Shortens the page's timers to 50 ms, and counts attempts from now on."""
         self.browser.evaluate(
             "(() => { const script = document.createElement('script');"
-            " script.textContent = 'const patient = setTimeout;'"
-            "   + ' window.setTimeout = (action) => patient(action, 50);'"
+            " script.textContent = 'const original = setTimeout;'"
+            "   + ' window.setTimeout = (action) => original(action, 50);'"
             "   + ' window.attempts = 0; const send = XMLHttpRequest.prototype.send;'"
             "   + ' XMLHttpRequest.prototype.send = function (file) {'"
             "   + '   ++window.attempts; send.call(this, file); };';"
             " document.head.append(script); })()")
 
     def attempts(self):
-        """How often files were sent since hurry()."""
+        """Returns how often files were sent since shorten_retry_delays()."""
         return self.browser.evaluate("window.attempts")
 
     def width(self):
-        """Of all its content, what can be scrolled to included."""
+        """Returns the width of all its content, including what can be scrolled to."""
         return self.browser.evaluate("document.documentElement.scrollWidth")
 
     def _drop_by_script(self, paths):
-        """A drop as a browser would report it; the files are picked in an input made for it."""
+        """Dispatches a drop event with files that are picked in a temporary input."""
         self.browser.evaluate(
             "void document.body.insertAdjacentHTML('beforeend',"
             " '<input type=file multiple id=dropped style=position:absolute;opacity:0>')")
@@ -154,7 +154,7 @@ class UploadPage(BrowserPage):
             " document.getElementById('drop').dispatchEvent(event); input.remove(); })()")
 
     def _opened_at(self):
-        """A number of its own for each time that it is opened; None on another page."""
+        """Returns the time at which the page was loaded, or None on another page."""
         return self.browser.evaluate("location.pathname === '/upload' ? performance.timeOrigin"
                                      " : null")
 
@@ -162,6 +162,6 @@ class UploadPage(BrowserPage):
         return self.browser.evaluate("document.getElementById('drop').classList.contains('over')")
 
     def _drop_zone(self):
-        """Its middle."""
+        """Returns the centre of the drop zone."""
         left, top, right, bottom = self.box("#drop")
         return (left + right) // 2, (top + bottom) // 2
