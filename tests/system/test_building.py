@@ -1,5 +1,5 @@
-"""What tools/build, and with it ./run, says when it cannot build. tests/clean/endings looks at what keeps
-packages from being installed."""
+"""The messages of tools/build, and so of ./run, when a build fails. tests/clean/endings tests failures to
+install packages."""
 import fcntl
 import os
 import subprocess
@@ -12,7 +12,7 @@ from harness.waiting import LIMIT
 
 @pytest.fixture
 def clone(tmp_path):
-    """The committed sources, with what is changed in the build step."""
+    """A clone of the committed sources with the uncommitted changes of the build step."""
     made = tmp_path / "clone"
     subprocess.run(["git", "clone", "--quiet", TREE, made], check=True, timeout=LIMIT)
     subprocess.run(["cp", "-r", TREE / "tools", TREE / "CMakePresets.json", made], check=True, timeout=LIMIT)

@@ -1,4 +1,4 @@
-"""The command line, the console and the ways to end."""
+"""The command line, the console and the ways in which the program ends."""
 import re
 import signal
 import socket
@@ -45,7 +45,7 @@ def test_wrong_command_line(tmp_path, arguments):
     ["--help"], ["--version"], ["--list-sources", "--capture", "pattern"], ["--doctor"],
     ["--autostart", "off"]], ids=" ".join)
 def test_what_could_not_be_printed_does_not_go_unnoticed(tmp_path, arguments):
-    """The disk that standard output goes to is full."""
+    """Standard output is redirected to a full disk."""
     with open("/dev/full", "wb", buffering=0) as full:
         done = subprocess.run([executable(), *arguments], stdout=full, stderr=subprocess.PIPE,
                               text=True, timeout=LIMIT, stdin=subprocess.DEVNULL,
@@ -112,7 +112,7 @@ def test_under_nohup_it_outlives_its_terminal(start):
 
 
 def test_signal_right_after_the_start(start):
-    """Too early to be handled or not: it ends, and without a crash."""
+    """The program ends without a crash, whether or not its signal handlers are installed yet."""
     program = start("--capture", "pattern", listening=False)
     program.signal(signal.SIGTERM)
     assert program.wait(LIMIT) in (0, -signal.SIGTERM)
@@ -177,7 +177,7 @@ def test_port_taken(start):
 
 
 def test_port_refused(network, start):
-    """In a namespace of its own, where the ports below 1024 are privileged for certain."""
+    """It runs in a network namespace in which the ports below 1024 are privileged."""
     program = start("--capture", "pattern", port=80, listening=False,
                     prefix=[*network.exec_in_server(),
                             "setpriv", "--bounding-set", "-net_bind_service"])
@@ -186,7 +186,7 @@ def test_port_refused(network, start):
 
 
 def test_port_is_free_again_at_once(start):
-    """Also with a viewer's connection still winding down."""
+    """The port is free even while a viewer's connection is still closing."""
     first = start("--capture", "pattern", "--share", "display-1")
     first.wait_until_sharing()
     port = first.listening_port()

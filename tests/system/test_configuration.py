@@ -31,7 +31,7 @@ def asset_head(content_type, length):
 
 @pytest.fixture
 def start_with(start, tmp_path):
-    """Starts the program with this text as the user's file."""
+    """Starts the program with this text as the user's configuration file."""
     def start_program(text, *arguments):
         file = tmp_path / "config.json"
         file.write_bytes(text.encode() if isinstance(text, str) else text)
@@ -52,7 +52,7 @@ def test_the_default_places_in_their_order(start, tmp_path):
     assert page_title() == b"Tarvinel"
     write("Library/Application Support", "in the library")
     assert page_title() == b"in the library"
-    write("config", "in the config home")  # XDG_CONFIG_HOME of the tests
+    write("config", "in the config home")  # the tests' XDG_CONFIG_HOME
     assert page_title() == b"in the config home"
 
 
@@ -73,7 +73,7 @@ def test_preferences_lie_beside_the_users_file(start, tmp_path):
     library.mkdir(parents=True)
     (library / "config.json").write_text("{}")
     program = start("--capture", "pattern", "--uploads")
-    program.wait_for_line(f"folder {tmp_path / 'a'}")  # what was chosen before is not forgotten
+    program.wait_for_line(f"folder {tmp_path / 'a'}")  # earlier choices are kept
     choose(program, tmp_path / "b")
     assert preferences(tmp_path, library.parent)["uploadFolder"] == str(tmp_path / "b")
     assert preferences(tmp_path, "config")["uploadFolder"] == str(tmp_path / "a")
@@ -144,7 +144,7 @@ def test_the_scale_is_that_of_still_pictures(start_with, scale, settled):
     program = start_with(json.dumps({"scale": scale}), "--share", "display-1")
     program.wait_until_sharing()
     with Viewer(program.address) as viewer:
-        viewer.frame_where(lambda jpeg: size(jpeg) == (1280, 720))  # it moves
+        viewer.frame_where(lambda jpeg: size(jpeg) == (1280, 720))  # the pattern moves
         assert size(viewer.last_frame()) == settled
 
 
@@ -199,8 +199,8 @@ def test_many_slow_readers_of_a_large_logo_share_one_copy(start, tmp_path):
 @pytest.mark.parametrize("path", ["/help", "/help/"])
 def test_help_page(start_with, method, path):
     program = start_with('{"hostname": "Studio-A"}')
-    answer = http.exchange(program.address, http.request(method, path))
-    head, body = answer.split(b"\r\n\r\n", 1)
+    response = http.exchange(program.address, http.request(method, path))
+    head, body = response.split(b"\r\n\r\n", 1)
     assert head == (b"HTTP/1.1 200 OK\r\nContent-Type: text/html; charset=utf-8\r\n"
                     b"Content-Length: %d\r\nCache-Control: no-cache\r\nConnection: close\r\n"
                     b"X-Content-Type-Options: nosniff\r\nX-Frame-Options: DENY" % len(body))

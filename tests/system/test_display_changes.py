@@ -1,4 +1,4 @@
-"""What happens to the X display happens while it is shared: the program lives on and serves."""
+"""Changes of the X display while it is shared: the program keeps running and serving."""
 import subprocess
 
 import pytest
@@ -13,7 +13,7 @@ SMALL = ["small", "23.75", "640", "664", "720", "800", "480", "483", "487", "500
 
 
 def shows_sharply(viewer, server):
-    """Waits for a frame that is what the display shows now."""
+    """Waits for a sharp frame of what the display shows now."""
     return viewer.frame_where(
         lambda jpeg: pixels.same(pixels.decode(jpeg), pixels.grab(server)))
 

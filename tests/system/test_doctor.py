@@ -1,4 +1,4 @@
-"""--doctor: what it finds on a computer with and without each thing, and that it only looks."""
+"""--doctor: its findings on computers with and without each component, and that it changes nothing."""
 import os
 import re
 import signal
@@ -109,7 +109,7 @@ def test_no_session_bus(desktop, tmp_path):
 
 @pytest.fixture
 def silent_bus(tmp_path_factory):
-    """The address of a bus that takes connections and never says a word."""
+    """The address of a bus that accepts connections but never replies."""
     path = tmp_path_factory.mktemp("silent") / "bus"
     with socket.socket(socket.AF_UNIX) as listening:
         listening.bind(str(path))
@@ -144,8 +144,8 @@ def test_a_wayland_desktop(wayland):
     report = look_on(wayland)
     assert report.findings["Session"] == [(FINE, "A Wayland session (sway).", ())]
     assert [finding.state for finding in report.findings["Screen"]] == [FINE] * 3
-    told, portal, pipewire = report.texts("Screen")
-    assert told == "Capturing what this Wayland desktop's own dialog offers."
+    capture, portal, pipewire = report.texts("Screen")
+    assert capture == "Capturing what this Wayland desktop's own dialog offers."
     assert re.fullmatch(r"The desktop's portal offers displays only \(screen cast, version \d\)\.",
                         portal)
     assert pipewire == f"PipeWire answers at {wayland.folder}/run/pipewire-0."

@@ -1,5 +1,5 @@
-"""However the program is made to end, and whatever hangs meanwhile: first viewers get nothing more,
-then it waits for what hangs, but not for long."""
+"""The program's end while something hangs: first it stops sending to viewers, then it waits for what hangs,
+with a timeout."""
 import os
 import signal
 
@@ -27,7 +27,7 @@ def hanging_disk(tmp_path):
 
 
 def shares_with(start, disk, **keywords):
-    """The program, which shares although its upload folder is on that disk."""
+    """Starts the program, which shares while its upload folder is on that disk."""
     program = start("--capture", "pattern", "--share", "display-1",
                     "--upload-folder", disk.path / "photos", **keywords)
     program.wait_until_sharing()
@@ -35,7 +35,7 @@ def shares_with(start, disk, **keywords):
 
 
 def end(program):
-    """Tells the program to end, and sees that viewers get nothing from then on."""
+    """Ends the program and checks that viewers receive nothing from then on."""
     with Viewer(program.address) as viewer:
         viewer.next_frame()
         program.terminate()
@@ -76,7 +76,7 @@ def test_a_disk_that_answers_again_is_waited_for(start, hanging_disk):
 
 @pytest.fixture
 def frozen(x):
-    """Lets the display hang: frozen()."""
+    """Returns a function that freezes the display."""
     yield x.freeze
     x.thaw()
 
@@ -89,7 +89,7 @@ def see_a_frame(program):
 def test_a_display_that_hangs_does_not_hold_up_the_end(sharing, frozen):
     see_a_frame(sharing)
     frozen()
-    sharing.command("sources")  # now the capture waits for the display
+    sharing.command("sources")  # now the capture blocks on the display
     end(sharing)
     assert sharing.wait(LIMIT) == 0
 

@@ -1,4 +1,4 @@
-"""What a person sees who starts the program for the first time, from wherever: never nothing."""
+"""The first start of the program from a terminal, a launcher or a pipe: the user always sees something."""
 import os
 import re
 import socket
@@ -20,7 +20,7 @@ CTRL_C = "\x03"
 
 @pytest.fixture
 def terminal(tmp_path):
-    """Starts the program in a terminal, as a person would; without its name."""
+    """Starts the program in a terminal, without publishing a name."""
     started = []
     profile = tmp_path / "without-name"
     profile.mkdir()
@@ -129,7 +129,7 @@ def test_a_second_start_with_options_tells_that_nothing_came_of_them(desktop, st
 
 
 def test_into_a_pipe(desktop, tmp_path):
-    """What a person reads through a pager or keeps in a file by "tee" is the same."""
+    """The output in a pager or in a file of "tee" is the same."""
     desktop.start_tray()
     profile = tmp_path / "profile"
     profile.mkdir()
@@ -148,7 +148,7 @@ def test_into_a_pipe(desktop, tmp_path):
 
 
 def start_from_a_launcher(start, desktop):
-    """Its output goes where nobody looks."""
+    """Starts the program as a launcher does, with its output discarded."""
     return start(headless=False, display=desktop.screen.name, variables=desktop.variables)
 
 
@@ -166,7 +166,7 @@ def test_the_first_start_in_a_tray_tells_where_it_is(desktop, start, notificatio
     eventually(lambda: len(tray.items()) == 2, LIMIT, "its icon again")
     tray.item().entry("Not sharing")
     assert again.running()
-    assert len(notifications.shown) == 1, "told once is enough"
+    assert len(notifications.shown) == 1, "one notification is enough"
 
 
 def test_the_first_start_without_its_port_tells_what_to_do(desktop, start, notifications, tmp_path):

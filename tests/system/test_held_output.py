@@ -1,6 +1,5 @@
-"""Standard error, standard output or the journal takes nothing: a pipe that nobody reads, a terminal
-that is held. Viewers notice nothing of it, the program ends when it is told to, and says later how
-much is missing."""
+"""Standard error, standard output or the journal blocks: a pipe that nobody reads, a stopped terminal.
+Viewers are not affected, the program ends on command, and it logs later how many lines were dropped."""
 import contextlib
 import fcntl
 import os
@@ -22,13 +21,13 @@ from harness.waiting import eventually
 LIMIT = 60
 CTRL_S, CTRL_Q = "\x13", "\x11"
 MISSING = rb"(\d+) lines are missing here: nothing took them in time"
-# with --verbose more than four times what the program keeps of lines that nobody takes
+# with --verbose more than four times the size of the program's queue of lines
 LONG_PATH, REQUESTS = "/" + "a" * 8000, 600
 SHARING = ["--capture", "pattern", "--share", "display-1", "--verbose"]
 
 
 class HeldPipe:
-    """A pipe that nobody reads, until read_until()."""
+    """A pipe that nobody reads before read_until()."""
 
     def __init__(self, folder):
         self.path = Path(folder) / "held"
@@ -37,7 +36,7 @@ class HeldPipe:
         fcntl.fcntl(self._end, fcntl.F_SETPIPE_SZ, 4096)
 
     def read_until(self, pattern):
-        """What matches."""
+        """Reads until the output matches the pattern, and returns the match."""
         text = b""
         while not (found := re.search(pattern, text)):
             readable, _, _ = select.select([self._end], [], [], LIMIT)
@@ -57,7 +56,7 @@ def held_pipe(tmp_path):
 
 @pytest.fixture
 def start_into(start, held_pipe):
-    """Starts the program with a descriptor that leads into the held pipe; gives the program and its
+    """Starts the program with a descriptor connected to the held pipe; returns the program and its
     address."""
     def start_with(descriptor):
         return start_with_prefix(start, ["sh", "-c",
@@ -83,7 +82,7 @@ def wait_until_sharing(address):
 
 
 def flood(address):
-    """Requests that --verbose writes a line about each."""
+    """Sends requests; --verbose logs a line about each."""
     for _ in range(REQUESTS):
         http.exchange(address, http.request("GET", LONG_PATH))
 

@@ -1,4 +1,4 @@
-"""Clients that send rubbish, nothing, or leave halfway cost nothing for long."""
+"""Clients that send garbage or nothing, or that disconnect halfway, occupy no resources for long."""
 import contextlib
 import resource
 import socket
@@ -13,13 +13,13 @@ from harness.waiting import LIMIT, eventually
 
 MAX_CONNECTIONS = 256
 HEAD_TIMEOUT = 15
-AT_ONCE = HEAD_TIMEOUT - 1  # not by the timeout
+AT_ONCE = HEAD_TIMEOUT - 1  # before the timeout
 GARBAGE = bytes(range(256)) * 16
 
 
 @pytest.fixture
 def program(sharing):
-    """Sharing and serving; and after the test as well, with not one descriptor more."""
+    """The program while it shares; after the test it still serves and has no additional descriptors."""
     sharing.status()
     settled = eventually(lambda: resting_descriptors(sharing), LIMIT, "descriptors rest")
     yield sharing
@@ -31,7 +31,7 @@ def program(sharing):
 
 
 def resting_descriptors(program):
-    """The count, once the sockets of answered requests are closed."""
+    """Returns the number of descriptors when the sockets of finished requests are closed."""
     first = program.descriptors()
     time.sleep(0.4)
     return first if program.descriptors() == first else None
@@ -122,12 +122,12 @@ def test_257th_connection_is_refused_without_a_byte(program):
         with http.connect(program.address) as extra:
             assert ended_without_a_byte(extra, AT_ONCE)
         held[0].close()
-        eventually(lambda: answered(program), AT_ONCE, "a new connection is taken")
+        eventually(lambda: accepts_connections(program), AT_ONCE, "a new connection is taken")
         program.wait_for_line(r"connection cap \(256\) reached; refusing 127\.0\.0\.1:\d+",
                               source="stderr")
 
 
-def answered(program):
+def accepts_connections(program):
     return http.exchange(program.address, http.request("GET", "/")).startswith(b"HTTP/1.1 200")
 
 
@@ -149,10 +149,10 @@ def test_out_of_descriptors_the_others_are_served_and_who_waits_gets_its_turn(pr
     before = resource.prlimit(program.pid, resource.RLIMIT_NOFILE)
     with Viewer(program.address) as viewer, contextlib.ExitStack() as stack:
         viewer.next_frame()
-        # room for two more
+        # allows two more
         resource.prlimit(program.pid, resource.RLIMIT_NOFILE, (program.descriptors() + 2, before[1]))
         held = [stack.enter_context(http.connect(program.address)) for _ in range(2)]
-        waiting = stack.enter_context(http.connect(program.address))  # the kernel has taken it
+        waiting = stack.enter_context(http.connect(program.address))  # the kernel has accepted it
         waiting.sendall(http.request("GET", "/"))
         spent = program.cpu_seconds()
         time.sleep(1)

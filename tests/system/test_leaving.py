@@ -1,4 +1,4 @@
-"""A viewer that left is noticed, whatever way it took, also while nothing is being sent."""
+"""Viewers that disconnect in any way are noticed, even while nothing is sent to them."""
 import socket
 
 import pytest
@@ -11,11 +11,11 @@ from harness.x11.canvas import Canvas
 from harness.x11.motion import Motion
 from harness.x11.server import XServer
 
-# The keep-alive would find them too, after ten seconds of silence: they must be noticed without it.
+# TCP keep-alive would find them after ten seconds of silence; they must be noticed earlier.
 NOTICED_WITHIN = 9
-RETURNED_WITHIN = 60 + LIMIT  # what was under way is sent again ever more seldom
+RETURNED_WITHIN = 60 + LIMIT  # the intervals of retransmission grow
 VANISHED_WITHIN = 30 + LIMIT
-STAYS = 3.5  # seconds: a wait in which nothing is to happen
+STAYS = 3.5  # seconds to wait when nothing is expected
 
 
 def wait_for_viewers(program, count, within=LIMIT):
@@ -80,7 +80,7 @@ def test_one_that_only_ended_its_side_stays_before_anything_was_shared(
 
 @pytest.mark.slow
 def test_vanished_viewers_are_found_and_told_on_their_return(network, start, x, canvas, tmp_path):
-    """One cable is pulled for two: a viewer of a still screen, and one with bytes under way."""
+    """Two viewers lose their link: one of a still screen, and one with unacknowledged data."""
     canvas.text(1)
     moving_x = XServer(tmp_path, label="moving")
     try:
@@ -93,8 +93,8 @@ def test_vanished_viewers_are_found_and_told_on_their_return(network, start, x, 
             wait_for_viewers(still, 0, VANISHED_WITHIN)
             wait_for_viewers(moving, 0, VANISHED_WITHIN)
             network.restore()
-            assert waiting.ended(RETURNED_WITHIN), "told that it was given up"
-            assert receiving.ended(RETURNED_WITHIN), "told that it was given up"
+            assert waiting.ended(RETURNED_WITHIN), "the server has closed the connection"
+            assert receiving.ended(RETURNED_WITHIN), "the server has closed the connection"
     finally:
         moving_x.stop()
 

@@ -1,4 +1,4 @@
-"""Cable or Wi-Fi: what the link is decides how fast a running share may move."""
+"""Ethernet or Wi-Fi: the link decides the frame rate of a running share."""
 import json
 import re
 
@@ -10,8 +10,8 @@ from harness.waiting import LIMIT, eventually
 
 @pytest.fixture
 def start_there(start, machine, tmp_path):
-    """Starts the program on the machine with two machine, sharing a picture that often moves. Two
-    viewers of it may have some 16 frames a second by cable and 8 over the air."""
+    """Starts the program on the host with two links, sharing a picture that changes often. Two viewers
+    may have about 16 frames a second over Ethernet and 8 over Wi-Fi."""
     (tmp_path / "config.json").write_text(json.dumps({"budgetMbps": 10, "motionQuality": 1.0}))
 
     def start_program():
@@ -27,7 +27,7 @@ def path_changes(program):
 
 
 def rates(program, link):
-    """The rates chosen for two viewers on a link so far, once frames had been measured."""
+    """Returns the rates chosen for two viewers on a link since frames were first measured."""
     return [int(rate) for rate in
             re.findall(rf"motion rate now (\d+) fps for 2 viewers on {link}", program.stderr)
             if rate != "20"]
@@ -42,7 +42,7 @@ def test_moving_between_cable_and_wifi_changes_the_motion_rate(start_there, mach
         by_cable = eventually(lambda: rates(program, "Ethernet"), LIMIT, "a rate by cable")
         machine.route_over("wlan0")
         program.wait_for_line("network path is now Wi-Fi", source="stderr")
-        by_air = eventually(lambda: rates(program, "Wi-Fi"), LIMIT, "a rate over the air")
+        by_air = eventually(lambda: rates(program, "Wi-Fi"), LIMIT, "a rate over Wi-Fi")
         assert by_air[0] < by_cable[-1]
         assert program.status()["fps"] in rates(program, "Wi-Fi")
         program.command("status")

@@ -1,5 +1,4 @@
-"""What is written and completions about the command line: manual page and completion are those of the
-program."""
+"""The manual page and the shell completions agree with the program."""
 import re
 import subprocess
 from pathlib import Path
@@ -17,7 +16,7 @@ OPTION = re.compile(r"(?<![\w-])--[a-z][\w-]*")
 
 @pytest.fixture
 def options(tmp_path):
-    """The options of --help."""
+    """Returns the options of --help."""
     done = subprocess.run([executable(), "--help"], capture_output=True, text=True, timeout=LIMIT,
                           env=private_env(tmp_path))
     return set(re.findall(r"^ +(?:-\w,)?(--[\w-]+)", done.stdout, re.M))

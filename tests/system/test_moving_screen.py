@@ -1,4 +1,4 @@
-"""While the screen moves: the newest frame wins, and a slow viewer is nobody else's problem."""
+"""A moving screen: viewers get the newest frame, and a slow viewer does not affect others."""
 import time
 
 import pytest
@@ -9,14 +9,14 @@ from harness.waiting import LIMIT
 from harness.x11.canvas import read_number
 from harness.x11.motion import Motion
 
-# What one viewer that stands still may cost the program: two frames and the kernel's bounded queue
-# are far below it; the frames it misses meanwhile are far above.
+# The memory that one stalled viewer may cost the program: two frames and the kernel's bounded queue are far
+# below it, the frames that it misses are far above.
 MOST_GROWTH = 12 << 20
 MISSED_BYTES = 2 * MOST_GROWTH
 RECEIVE_BUFFER = 64 << 10
 GIVEN_UP_AFTER = 30  # seconds
-# On its way to a viewer that does not read: its receive buffer (the kernel doubles what was asked
-# for), what the server's kernel has sent and not sent of it, and one part in the program.
+# In transit to a viewer that does not read: its receive buffer (the kernel doubles the requested size), the
+# send queue of the server's kernel, and one part in the program.
 MOST_BACKLOG = 2 * RECEIVE_BUFFER + (1 << 20)
 
 
@@ -31,14 +31,14 @@ def moving(sharing, canvas):
 
 
 def read_along(*viewers):
-    """Reads long enough for the kernels to trust each other with all the buffer they give."""
+    """Reads until TCP has grown its windows to the full size of the buffers."""
     for _ in range(30):
         for viewer in viewers:
             viewer.next_frame()
 
 
 def read_until_missed(viewer, count):
-    """Reads frames until `count` bytes went by; returns the last one's number."""
+    """Reads frames until `count` bytes were read; returns the number of the last frame."""
     passed = 0
     while passed < count:
         jpeg = viewer.next_frame()
@@ -71,7 +71,7 @@ def test_fast_viewer_keeps_up_beside_one_that_never_reads(sharing, moving):
 
 @pytest.mark.slow
 def test_one_that_reads_nothing_is_given_up_after_half_a_minute(sharing, moving):
-    """And not sooner: a device may well be busy for a while."""
+    """It is not closed earlier, because a device may be busy for a while."""
     with Viewer(sharing.address, receive_buffer=RECEIVE_BUFFER) as lazy, \
             Viewer(sharing.address) as reading:
         started = time.monotonic()
@@ -81,7 +81,7 @@ def test_one_that_reads_nothing_is_given_up_after_half_a_minute(sharing, moving)
         assert time.monotonic() - started > GIVEN_UP_AFTER - 5
         assert sharing.viewers() == 1
         reading.next_frame()
-        assert lazy.ended(LIMIT), "it is told when it reads again"
+        assert lazy.ended(LIMIT), "it notices when it reads again"
 
 
 def test_frames_arrive_in_order(sharing, moving):

@@ -1,4 +1,4 @@
-"""The X displays of the tests themselves are used by nobody else, so that two runs never meet."""
+"""The X displays of the tests are exclusive, so that two test runs never share one."""
 import os
 
 from harness.x11.server import XServer, claim_display

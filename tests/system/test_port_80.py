@@ -1,4 +1,4 @@
-"""Port 80 for an ordinary user, by the helper that has the privilege for it."""
+"""Port 80 for an ordinary user, through the helper with the capability."""
 import os
 import re
 import socket
@@ -9,7 +9,6 @@ import pytest
 
 from harness import http
 from harness.host.installation import AS_USER, USER, give_capability
-from harness.program import executable
 from harness.waiting import LIMIT
 
 
@@ -41,7 +40,7 @@ def test_the_program_itself_stays_an_ordinary_one(start_as_user, installed):
     program = start_as_user()
     for key in ("CapInh", "CapPrm", "CapEff", "CapAmb"):
         assert int(status_of(program, key), 16) == 0, key
-    # the files of a process that is not dumpable belong to root
+    # the /proc files of a non-dumpable process belong to root
     assert os.stat(f"/proc/{program.pid}/environ").st_uid == USER
     children = Path(f"/proc/{program.pid}/task/{program.pid}/children").read_text()
     assert children == "", "the helper is gone"
@@ -95,7 +94,7 @@ def test_run_by_hand_the_helper_tells_whether_it_may(installed, machine):
 
 
 def run_helper_with(channel, installed, machine):
-    """With an open file or socket where it expects its channel."""
+    """Runs the helper with this file or socket in place of its channel."""
     run_helper_in = [*machine.exec_in(), *AS_USER, "sh", "-c", 'exec "$0" 3<&0 0</dev/null']
     done = subprocess.run([*run_helper_in, installed / "libexec/tarvinel/tarvinel-bind"],
                           stdin=channel, capture_output=True, timeout=LIMIT)

@@ -1,4 +1,4 @@
-"""The QR code of the address, as other programs read it."""
+"""The QR code of the address, read by another program."""
 import os
 import re
 import subprocess
@@ -20,14 +20,14 @@ MODULE = 6
 
 
 def decoded(image):
-    """What a reader of QR codes finds in a picture; "" when it finds none."""
+    """Returns the text of the QR code in a picture, or "" if there is none."""
     done = subprocess.run(["zbarimg", "--quiet", "--raw", "-Sdisable", "-Sqrcode.enable", image],
                           capture_output=True, text=True, timeout=LIMIT)
     return done.stdout.strip()
 
 
 def painted(lines, path):
-    """Half blocks as a picture with square modules, dark on white."""
+    """Converts half blocks to a picture with square modules, dark on white."""
     rows = []
     for line in lines:
         halves = numpy.array([HALVES[character] for character in line])
@@ -55,7 +55,7 @@ def screen(tmp_path):
 
 
 class Terminal:
-    """The program in an xterm that fills the screen."""
+    """The program in an xterm that covers the screen."""
 
     def __init__(self, screen, folder, colours):
         self._commands = folder / "commands"

@@ -1,4 +1,4 @@
-"""A server that comes back finds all its viewers at the door at once."""
+"""All viewers reconnect at once to a server that was restarted."""
 import contextlib
 from concurrent.futures import ThreadPoolExecutor
 
@@ -6,7 +6,7 @@ from harness.program import display_ids
 from harness.viewer import Viewer
 from harness.waiting import LIMIT
 
-VIEWERS = 256  # as many as are served
+VIEWERS = 256  # the maximum number of viewers
 
 
 def test_all_viewers_return_at_once(sharing, start, x, tmp_path):

@@ -1,4 +1,5 @@
-"""The scripts of the pages are read by browsers of 2018: one that meets anything newer runs nothing of it."""
+"""The scripts of the pages use the language of 2018, because a browser runs nothing of a script that it
+cannot parse."""
 import subprocess
 
 import pytest
@@ -10,10 +11,10 @@ SCRIPTS = sorted((TREE / "core/pages").glob("*.js"))
 
 
 def reads(text):
-    """Whether a parser of that year's language takes it."""
+    """Returns whether a parser for the language of that year accepts the script."""
     done = subprocess.run(["acorn", "--ecma2018", "--silent"], input=text, text=True,
                           capture_output=True, timeout=LIMIT)
-    assert done.returncode == 0 or "(" in done.stderr, done.stderr  # a place in the script
+    assert done.returncode == 0 or "(" in done.stderr, done.stderr  # a position in the script
     return done.returncode == 0
 
 
@@ -24,7 +25,7 @@ def test_the_scripts_are_read(script):
 
 @pytest.mark.parametrize("script", SCRIPTS, ids=lambda script: script.name)
 def test_the_scripts_look_for_no_properties_of_characters(script):
-    """They belong to that year's language, but Firefox takes them only since 2020."""
+    """They are part of that language, but Firefox supports them only since 2020."""
     assert r"\p{" not in script.read_text()
 
 

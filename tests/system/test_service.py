@@ -1,4 +1,4 @@
-"""Run by a service manager: what it is told, and what the journal gets."""
+"""Under a service manager: the notifications to it and the entries in the journal."""
 import contextlib
 import os
 import socket
@@ -11,7 +11,7 @@ from harness.waiting import LIMIT, eventually
 
 
 def wait_for(listening, wanted):
-    """All messages up to the first that is wanted."""
+    """Returns all messages up to the first that `wanted` accepts."""
     received = []
     while not received or not wanted(received[-1]):
         received.append(listening.recv(65536).decode())
@@ -22,10 +22,10 @@ def test_the_service_manager_is_told(start, tmp_path):
     with datagrams(tmp_path / "notify") as manager:
         program = start("--capture", "pattern", "--share", "display-1", stdin=subprocess.DEVNULL,
                         variables={"NOTIFY_SOCKET": str(tmp_path / "notify")})
-        told = wait_for(manager, lambda message: "· Sharing" in message)
-        assert told[0] == "STATUS=Starting server…"
-        assert told.count("READY=1") == 1
-        assert told[-1].startswith("STATUS=http://")
+        messages = wait_for(manager, lambda message: "· Sharing" in message)
+        assert messages[0] == "STATUS=Starting server…"
+        assert messages.count("READY=1") == 1
+        assert messages[-1].startswith("STATUS=http://")
         program.terminate()
         assert program.wait(LIMIT) == 0
         assert wait_for(manager, lambda message: message == "STOPPING=1")
@@ -36,9 +36,9 @@ def test_a_server_that_cannot_listen_is_never_ready(start, tmp_path):
         program = start("--capture", "pattern", port=holder.getsockname()[1], listening=False,
                         variables={"NOTIFY_SOCKET": str(tmp_path / "notify")})
         assert program.wait(LIMIT) == 1
-        told = wait_for(manager, lambda message: message == "STOPPING=1")
-        assert "READY=1" not in told
-        assert any("STATUS=Can't listen on port" in message for message in told)
+        messages = wait_for(manager, lambda message: message == "STOPPING=1")
+        assert "READY=1" not in messages
+        assert any("STATUS=Can't listen on port" in message for message in messages)
 
 
 @pytest.fixture
@@ -60,6 +60,6 @@ def test_lines_in_the_journal_have_fields(start, journal):
 
 
 def test_a_variable_that_was_inherited_does_not_hide_the_log(start):
-    """A terminal on a desktop that systemd started passes it on."""
+    """Terminals on a desktop that systemd started inherit the variable."""
     program = start("--capture", "pattern", variables={"JOURNAL_STREAM": "8:12345"})
     eventually(lambda: "[server] listening on port" in program.stderr, LIMIT, "the log is shown")

@@ -1,4 +1,4 @@
-"""An X server that takes connections and says nothing: frozen, or no X server at all."""
+"""An X server that accepts connections but never replies: a frozen one, or something else on its socket."""
 import errno
 import socket
 import subprocess
@@ -14,7 +14,7 @@ FIRST_NUMBER = 60000
 
 @pytest.fixture(params=["frozen", "silent"])
 def display(request):
-    """The name of such a display."""
+    """The name of a display that never replies."""
     if request.param == "frozen":
         server = request.getfixturevalue("x")
         server.freeze()

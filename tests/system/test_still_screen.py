@@ -1,4 +1,4 @@
-"""A still screen costs nothing; a joining viewer has the picture at once all the same."""
+"""A still screen costs nothing, and a viewer that joins still gets a picture at once."""
 import contextlib
 import time
 
@@ -6,7 +6,7 @@ from harness import pixels
 from harness.viewer import Viewer
 
 MEASURED_SECONDS = 10
-MOST_CPU = 0.01  # of one core
+MOST_CPU = 0.01  # fraction of one core
 
 
 def test_a_late_viewer_is_sent_the_sharp_picture_at_once(sharing, x):

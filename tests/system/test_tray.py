@@ -1,4 +1,4 @@
-"""The program on a desktop: in a tray, in a window, under real panels."""
+"""The program on a desktop: in a tray, in a window and on real panels."""
 import re
 import signal
 import socket
@@ -21,7 +21,7 @@ from harness.waiting import LIMIT, eventually
 
 @pytest.fixture
 def launch(start, desktop, tmp_path):
-    """Starts the program in the session; it shares what the display shows when it is told to."""
+    """Starts the program in the session; on command it shares the display."""
     def launch_program(*arguments, **keywords):
         return start("--capture", "x11", "--upload-folder", str(tmp_path / "photos"), *arguments,
                      headless=False, display=desktop.screen.name, variables=desktop.variables,
@@ -30,7 +30,7 @@ def launch(start, desktop, tmp_path):
 
 
 def url_of(item):
-    """The viewer address that the menu shows."""
+    """Returns the viewer address in the menu."""
     return next(label for label in item.labels() if label.startswith("http://"))
 
 
@@ -143,7 +143,7 @@ def test_panel_comes_after_the_window(desktop, launch, panel):
 
 @pytest.mark.parametrize("headless", [False, True], ids=["tray", "terminal"])
 def test_screen_stays_on_while_sharing(desktop, start, tmp_path, headless):
-    """Without a service for it, the X server itself is asked not to blank."""
+    """Without a D-Bus service for it, the program suspends the X server's screen saver."""
     desktop.screen.run("xset", "s", "1", "1")
     eventually(lambda: is_blanked(desktop.screen), LIMIT, "the screen goes blank by itself")
     desktop.screen.run("xset", "s", "reset")
@@ -255,7 +255,7 @@ def test_at_rest_it_uses_next_to_no_processor_time(desktop, launch):
 
 @pytest.mark.parametrize("panel, dark", [(LXQtPanel, True), (Tint2, False)])
 def test_real_panel(desktop, launch, tmp_path, panel, dark):
-    """The icon is there, and a click with either button opens the menu."""
+    """The panel shows the icon, and a click with either button opens the menu."""
     desktop.start_window_manager()
     desktop.screen.run("xsetroot", "-solid", "#456078")
     shown = desktop.start_panel(panel, dark)
@@ -276,7 +276,7 @@ def test_real_panel(desktop, launch, tmp_path, panel, dark):
 
 @pytest.mark.parametrize("panel, dark", [(LXQtPanel, False), (Tint2, True)])
 def test_real_panel_while_sharing(desktop, launch, tmp_path, panel, dark):
-    """The menu under a panel stays open while its lines change."""
+    """The menu on a panel stays open while its items change."""
     desktop.start_window_manager()
     desktop.screen.run("xsetroot", "-solid", "#456078")
     shown = desktop.start_panel(panel, dark)
@@ -323,7 +323,7 @@ def wait_for_icon(panel, desktop, what, kind):
 
 
 def wait_for_menu(desktop, empty, is_open=True):
-    """Waits until something as large as a menu covers the ground above the panel, or no longer."""
+    """Waits until something as large as a menu covers the background above the panel, or until it does not."""
     def changed():
         difference = abs(pixels.grab(desktop.screen).astype(int) - empty.astype(int)).max(axis=2)
         return (difference[:-panels.HEIGHT] > 30).sum() > 20_000

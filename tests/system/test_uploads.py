@@ -1,4 +1,4 @@
-"""Files that participants send: stored whole, or not at all, whatever clients and disks do."""
+"""Uploads are stored completely or not at all, whatever clients and disks do."""
 import concurrent.futures
 import contextlib
 import hashlib
@@ -18,7 +18,7 @@ from harness.waiting import LIMIT, eventually
 
 BUSY = (503, {"error": "busy, retry in a few seconds"})
 MEGABYTE = 1 << 20
-STALL_CHECK = 5  # seconds between two looks for stalled uploads
+STALL_CHECK = 5  # seconds between two checks for stalled uploads
 SILENCE_ALLOWED = 30  # seconds
 FAKE_CLOCK = "faketime/libfaketimeMT.so.1"
 
@@ -138,12 +138,12 @@ def test_one_device_keeps_nobody_else_out(program, folder):
 def test_a_hundred_at_once(program, folder):
     contents = [os.urandom(200_000) for _ in range(100)]
     with concurrent.futures.ThreadPoolExecutor(100) as pool:
-        answers = list(pool.map(
+        responses = list(pool.map(
             lambda number: uploads.upload(program.address, "Sam", f"{number}.jpg",
                                           contents[number]), range(100)))
-    stored = [number for number, answer in enumerate(answers) if answer[0] == 201]
+    stored = [number for number, response in enumerate(responses) if response[0] == 201]
     assert len(stored) >= 8
-    assert all(answer == BUSY for number, answer in enumerate(answers) if number not in stored)
+    assert all(response == BUSY for number, response in enumerate(responses) if number not in stored)
     assert uploads.visible(folder) == sorted(Path(f"Sam-{number}.jpg") for number in stored)
     for number in stored:
         assert (folder / f"Sam-{number}.jpg").read_bytes() == contents[number]
@@ -151,16 +151,16 @@ def test_a_hundred_at_once(program, folder):
 
 def test_two_thousand_of_one_name(program, folder):
     def send(_):
-        while (answer := uploads.upload(program.address, "Sam", "a.jpg", b"x")) == BUSY:
+        while (response := uploads.upload(program.address, "Sam", "a.jpg", b"x")) == BUSY:
             time.sleep(0.01)
-        return answer
+        return response
 
     with concurrent.futures.ThreadPoolExecutor(8) as pool:
-        answers = list(pool.map(send, range(2000)))
-    assert sorted(answer[1]["file"] for answer in answers if answer[0] == 201) == \
+        responses = list(pool.map(send, range(2000)))
+    assert sorted(response[1]["file"] for response in responses if response[0] == 201) == \
         sorted(["Sam-a.jpg", *(f"Sam-a-{n}.jpg" for n in range(2, 101))])
-    refusals = [answer for answer in answers if answer[0] != 201]
-    assert refusals == [(500, {"error": "could not create the file"})] * 1900
+    rejections = [response for response in responses if response[0] != 201]
+    assert rejections == [(500, {"error": "could not create the file"})] * 1900
     assert len(uploads.visible(folder)) == 100
     assert not uploads.hidden(folder)
 
@@ -207,13 +207,13 @@ def test_a_trickle_is_cut_off_after_ten_seconds(program, folder):
         assert uploads.read_response(connection) == (408, {"error": "connection stalled, retry"})
         assert 9 < time.monotonic() - started < 9 + SILENCE_ALLOWED
         quick.sendall(bytes(MEGABYTE))
-        assert uploads.read_response(quick)[0] in (201, 408)  # it has been silent for as long
+        assert uploads.read_response(quick)[0] in (201, 408)  # it has been silent for the same time
     wait_until_nothing_is_left(folder)
 
 
 @pytest.mark.slow
 def test_the_clock_may_be_set(start, folder, tmp_path):
-    """A computer that sets its clock, by years and either way, cuts nobody off."""
+    """Setting the computer's clock by years in either direction ends no upload."""
     clock = tmp_path / "clock"
     program = start("--capture", "pattern", "--uploads", "--upload-folder", folder, prefix=[
         "env", f"LD_PRELOAD=/usr/$LIB/{FAKE_CLOCK}", f"FAKETIME_TIMESTAMP_FILE={clock}",
@@ -225,7 +225,7 @@ def test_the_clock_may_be_set(start, folder, tmp_path):
             with uploads.start(program.address, "Sam", f"{year}.jpg", 1, b"x") as other:
                 assert uploads.read_response(other) == (201, {"file": f"Sam-{year}.jpg"})
             eventually(lambda: f"{year}-06-15" in program.stderr, LIMIT, "the clock is set")
-            time.sleep(STALL_CHECK + 1)  # nothing is to happen
+            time.sleep(STALL_CHECK + 1)  # nothing is expected to happen
             connection.sendall(piece)
         assert uploads.read_response(connection) == (201, {"file": "Sam-a.jpg"})
     assert (folder / "Sam-a.jpg").read_bytes() == b"".join(pieces)
@@ -246,7 +246,7 @@ def test_a_folder_that_goes_and_returns(program, folder):
         shutil.rmtree(folder)
         connection.sendall(b"67890")
         assert uploads.read_response(connection) == (500, {"error": "could not place the file"})
-    # a volume that cannot be asked counts as full, for participants; the presenter reads why
+    # a volume that cannot be queried counts as full for participants; the presenter sees the reason
     assert uploads.upload(program.address, "Sam", "a.jpg", b"x") == \
         (507, {"error": "not enough space on the Pro's disk"})
     program.wait_for_line("Can't use upload folder: could not create or use upload root")
@@ -284,7 +284,7 @@ def test_links_planted_in_the_folder_are_not_followed(program, folder, tmp_path)
 
 
 def test_a_read_only_folder(start, folder):
-    # without the powers of root, to whom no folder is read-only
+    # without root's capabilities, for which no folder is read-only
     program = start("--capture", "pattern", "--uploads", "--upload-folder", folder,
                     prefix=["setpriv", "--bounding-set", "-dac_override,-dac_read_search"])
     with uploads.start(program.address, "Sam", "a.jpg", 10, b"12345") as connection:
@@ -306,7 +306,7 @@ def test_a_read_only_folder(start, folder):
 
 @pytest.fixture
 def small_disk(folder):
-    """A file system of its own under the upload folder; resize(bytes) changes its size."""
+    """A separate file system under the upload folder; resize(bytes) changes its size."""
     if os.geteuid() != 0:
         pytest.skip("mounting needs root")
     folder.mkdir()
@@ -335,8 +335,8 @@ def test_a_disk_that_fills_up_in_the_middle(start, folder, small_disk):
 
 @pytest.fixture
 def memory_card(folder, tmp_path):
-    """An exFAT under the upload folder, as cameras have it: it knows neither hard links nor a
-    rename that spares what is there."""
+    """An exFAT file system under the upload folder, as on cameras' cards: it supports neither hard links
+    nor renaming without replacing."""
     if os.geteuid() != 0:
         pytest.skip("mounting needs root")
     image = tmp_path / "card.img"
@@ -373,7 +373,7 @@ def test_nothing_is_overwritten_on_a_memory_card(start, folder, memory_card):
 
 @pytest.fixture
 def freezable_disk(folder, tmp_path):
-    """An ext4 of its own under the upload folder; freeze(True) makes it hang."""
+    """A separate ext4 file system under the upload folder; freeze(True) makes it hang."""
     if os.geteuid() != 0:
         pytest.skip("mounting needs root")
     image = tmp_path / "disk.img"
@@ -406,7 +406,7 @@ def test_a_disk_that_hangs_stalls_only_uploads_to_it(start, folder, freezable_di
         freezable_disk(True)
         for connection, content in zip(eight, contents):
             connection.sendall(content[1000:])
-        time.sleep(1)  # every upload has come to its first write to the frozen disk
+        time.sleep(1)  # every upload has reached its first write to the frozen disk
         for _ in range(20):
             assert uploads.status(program.address)["enabled"]
             assert http.exchange(program.address, http.request("GET", "/upload")).startswith(

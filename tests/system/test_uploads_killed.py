@@ -18,7 +18,7 @@ LONGEST_LIFE = 0.25  # seconds
 
 
 def content_of(name):
-    """What a file of this name must hold; its size is in the name."""
+    """Returns the content of the file of this name, which contains the size."""
     size = int(re.search(r"-(\d+)\.jpg$", name)[1])
     seed = hashlib.sha256(name.encode()).digest()
     return (seed * (size // len(seed) + 1))[:size]
@@ -27,15 +27,15 @@ def content_of(name):
 def send_until_it_dies(address, number, life, first_under_way, acknowledged):
     for count in itertools.count():
         name = f"{life}-{number}-{count}-{random.choice(SIZES)}.jpg"
-        answer = answer_if_it_lives(address, name, first_under_way)
-        if not answer.endswith(b"}"):
+        response = response_unless_killed(address, name, first_under_way)
+        if not response.endswith(b"}"):
             return
-        status, document = uploads.parsed(answer)
+        status, document = uploads.parsed(response)
         acknowledged.append((status, document.get("file")))
 
 
-def answer_if_it_lives(address, name, under_way):
-    """What came of an answer; nothing when the program had gone by then."""
+def response_unless_killed(address, name, under_way):
+    """Returns the received part of the response, which is empty if the program was killed before."""
     content = content_of(name)
     try:
         with uploads.start(address, "Sam", name, len(content)) as connection:
@@ -47,7 +47,7 @@ def answer_if_it_lives(address, name, under_way):
 
 
 def one_life(program, life):
-    """Lets clients send, kills the program; returns the answers that came whole."""
+    """Lets clients send files and kills the program; returns the complete responses."""
     first_under_way = threading.Event()
     acknowledged = []
     clients = [threading.Thread(target=send_until_it_dies,

@@ -1,5 +1,5 @@
-"""Two programs take photos into one folder, as the tray and a terminal do, whose default folder is
-the same: every photo that was answered 201 is there, with its own bytes."""
+"""Two programs store photos in one folder, as the tray and a terminal do with their common default: every
+photo with a 201 response exists with the right content."""
 import contextlib
 import hashlib
 import random
@@ -16,29 +16,29 @@ LIVES = 12
 
 
 def content_of(*number):
-    """What one photo holds: no other photo has the same bytes."""
+    """Returns the content of one photo, which is unique."""
     seed = hashlib.sha256(repr(number).encode()).digest()
     return seed * (random.choice(SIZES) // len(seed) + 1)
 
 
-def upload_if_it_lives(address, name, content):
-    """Status code and document of the answer; nothing when the program ended before."""
+def upload_unless_killed(address, name, content):
+    """Returns status code and document of the response, or None if the program ended before."""
     try:
         with uploads.start(address, "Sam", name, len(content), content) as connection:
-            answer = http.read_to_end(connection)
+            response = http.read_to_end(connection)
     except OSError:
         return None
-    return uploads.parsed(answer) if answer.endswith(b"}") else None
+    return uploads.parsed(response) if response.endswith(b"}") else None
 
 
 class Client(threading.Thread):
-    """Sends photos to one program; keeps the bytes of those that were acknowledged, by the name
-    that they were given, and every other answer. All clients send each name at the same time."""
+    """Sends photos to one program. It records the content of acknowledged photos by their final names,
+    and all other responses. All clients send each name at the same time."""
 
     def __init__(self, life, number, address, photos, together):
         super().__init__()
         self.acknowledged = []
-        self.refusals = []
+        self.rejections = []
         self._life = life
         self._number = number
         self._address = address
@@ -50,20 +50,20 @@ class Client(threading.Thread):
             with contextlib.suppress(threading.BrokenBarrierError):
                 self._together.wait()
             if not self._send(count):
-                self._together.abort()  # the others go on alone
+                self._together.abort()  # the others continue alone
                 return
 
     def _send(self, count):
-        """False when the program had gone before it answered."""
+        """Returns False if the program ended before it responded."""
         content = content_of(self._life, self._number, count)
-        answer = upload_if_it_lives(self._address, f"{self._life}-{count}.jpg", content)
-        if answer is None:
+        response = upload_unless_killed(self._address, f"{self._life}-{count}.jpg", content)
+        if response is None:
             return False
-        status, document = answer
+        status, document = response
         if status == 201:
             self.acknowledged.append((document["file"], content))
         else:
-            self.refusals.append(answer)
+            self.rejections.append(response)
         return True
 
 
@@ -93,7 +93,7 @@ def test_every_acknowledged_photo_is_there(start, tmp_path):
         client.join()
     acknowledged = [photo for client in clients for photo in client.acknowledged]
     expect_all_of(acknowledged, folder)
-    assert not [refusal for client in clients for refusal in client.refusals]
+    assert not [refusal for client in clients for refusal in client.rejections]
     assert len(acknowledged) == 2 * CLIENTS_OF_EACH * PHOTOS_OF_EACH
     assert len(uploads.visible(folder)) == len(acknowledged)
     assert not uploads.hidden(folder)
@@ -111,10 +111,10 @@ def test_the_same_while_one_is_killed_and_started_again_and_again(start, tmp_pat
     for life in range(LIVES):
         mortal = program()
         beside = clients_of(steady, mortal, photos=40, life=life)
-        threading.Event().wait(random.uniform(0, 0.3))  # any moment of their work
+        threading.Event().wait(random.uniform(0, 0.3))  # a random moment
         mortal.kill()
         for client in beside:
             client.join()
         clients += beside
     expect_all_of([photo for client in clients for photo in client.acknowledged], folder)
-    assert not [refusal for client in clients for refusal in client.refusals]
+    assert not [refusal for client in clients for refusal in client.rejections]

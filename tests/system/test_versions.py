@@ -1,4 +1,4 @@
-"""One version: what the program says, the packages and the changelog."""
+"""The version is the same in the program, the packages and the changelog."""
 import re
 import shutil
 import subprocess
@@ -19,7 +19,7 @@ def project_version(tree=TREE):
 
 
 def newest_in_changelog(tree=TREE):
-    """Nothing before the first version."""
+    """Returns the newest version in the changelog, or None before the first."""
     found = re.search(r"^## (\d\S*) \(", (tree / "CHANGELOG.md").read_text(), re.M)
     return found[1] if found else None
 
@@ -48,7 +48,7 @@ def test_the_newest_version_in_the_changelog_is_the_projects():
 
 @pytest.fixture
 def clone(tmp_path, monkeypatch):
-    """A repository with this tree's versions in it, where packages take no time."""
+    """A repository with this tree's versions, in which building packages does nothing."""
     for name in ("GIT_AUTHOR", "GIT_COMMITTER"):
         monkeypatch.setenv(f"{name}_NAME", "Sam")
         monkeypatch.setenv(f"{name}_EMAIL", "sam@example.com")

@@ -1,4 +1,4 @@
-"""Answers of the real server, byte for byte over a real socket."""
+"""Responses of the real server, byte for byte over a real socket."""
 import json
 
 import pytest
@@ -27,8 +27,8 @@ def html_head(body):
 @pytest.mark.parametrize("method", ["GET", "HEAD"])
 @pytest.mark.parametrize("path", ["/", "/index.html", "/?a=b"])
 def test_page(idle, method, path):
-    answer = http.exchange(idle.address, http.request(method, path))
-    head, body = answer.split(b"\r\n\r\n", 1)
+    response = http.exchange(idle.address, http.request(method, path))
+    head, body = response.split(b"\r\n\r\n", 1)
     assert head + b"\r\n\r\n" == html_head(body)
     assert body.startswith(b"<!DOCTYPE html>") and body.rstrip().endswith(b"</html>")
     assert b'<img id="screen" src="/stream" alt="">' in body
