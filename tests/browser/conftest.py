@@ -22,7 +22,7 @@ def pytest_configure(config):
 @pytest.fixture(scope="session", params=[
     pytest.param(name, marks=pytest.mark.xdist_group(name)) for name in ENGINES])
 def engine(request):
-    """The browsers are tested side by side, each by a process of its own."""
+    """The browsers are tested in parallel, each in a process of its own."""
     return request.param
 
 

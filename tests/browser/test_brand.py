@@ -1,5 +1,5 @@
-"""The pages with and without a brand, on a phone and on a desktop: a logo and a font from Debian's packages
-are really shown. The pictures are left in build/screenshots/."""
+"""The pages with and without a brand, on a phone and on a desktop, with a logo and a font from Debian's
+packages. The screenshots are kept in build/screenshots/."""
 import json
 from pathlib import Path
 
@@ -17,7 +17,7 @@ SIZES = pytest.mark.parametrize("size", [PHONE, DESKTOP], ids=["phone", "desktop
 
 
 class BrandedPage(BrowserPage):
-    """Any page of the program, on a screen of a size."""
+    """Any page of the program, on a screen of a given size."""
 
     def __init__(self, browser):
         super().__init__(browser)
@@ -26,7 +26,7 @@ class BrandedPage(BrowserPage):
     def visit(self, program, path, size=DESKTOP):
         port = program.listening_port()
         self.open(port, path)
-        # WebKit's waiting page never counts as loaded: it stops that itself
+        # WebKit's viewer page never counts as loaded while it waits; the page itself stops loading
         self.wait_for(f"location.port === '{port}' && location.pathname === '{path}'"
                       " && document.querySelector('#hint, #form, main') !== null")
         if size == PHONE:
@@ -45,7 +45,7 @@ class BrandedPage(BrowserPage):
         self.eventually(lambda: self.browser.evaluate(expression), expression)
 
     def wait_for_logo(self):
-        """Waits until the logo's own colours are seen where the logo is."""
+        """Waits until the logo's colours are visible at the position of the logo."""
         def seen():
             logo = self.pixels_of("#logo")
             ink = abs(logo - PAGE_BACKGROUND).max(axis=2, initial=0) > 30
@@ -59,7 +59,7 @@ class BrandedPage(BrowserPage):
                         f"{selector} is seen in {colour}")
 
     def wait_for_font(self, selector):
-        """Waits until a text like the element's is as wide as only the brand's font makes it."""
+        """Waits until a text in the element's style has the width that only the brand's font gives it."""
         self.wait_for("[...document.fonts].map((font) => font.status).join() === 'loaded'")
         with_brand, without = self.browser.evaluate(
             f"(() => {{ const copy = document.querySelector('{selector}').cloneNode(true);"
@@ -71,7 +71,7 @@ class BrandedPage(BrowserPage):
         assert abs(with_brand - without) > 5
 
     def assert_inside(self, *selectors):
-        """The elements are within the screen and the page does not scroll sideways."""
+        """Checks that the elements are within the screen and the page does not scroll horizontally."""
         width, height, whole = self.browser.evaluate(
             "[innerWidth, innerHeight, document.documentElement.scrollWidth]")
         for selector in selectors:
@@ -94,7 +94,7 @@ def plain(start):
 
 @pytest.fixture
 def branded(start, tmp_path):
-    """Starts the program with a brand of these entries."""
+    """Starts the program with these settings of the brand."""
     def start_program(**brand):
         file = tmp_path / "config.json"
         file.write_text(json.dumps({"hostname": "", "brand": brand}))
@@ -109,7 +109,7 @@ def studio(branded):
                    font=str(FONT), color="#e2791b")
 
 
-def keep(page, name, size):
+def save_screenshot(page, name, size):
     page.keep_screenshot(f"{name}-{'phone' if size == PHONE else 'desktop'}")
 
 
@@ -117,7 +117,7 @@ def keep(page, name, size):
 def test_idle_screen_without_a_brand(page, plain, size):
     page.visit(plain, "/", size)
     page.eventually(lambda: (page.pixels().max(axis=2) > 100).any(), "a text is seen")
-    keep(page, "idle", size)
+    save_screenshot(page, "idle", size)
     page.assert_inside("#hint")
     assert not page.browser.evaluate("document.querySelector('#logo, #name') !== null")
 
@@ -127,7 +127,7 @@ def test_idle_screen_with_logo_and_font(page, studio, size):
     page.visit(studio, "/", size)
     page.wait_for_logo()
     page.wait_for_font("#hint")
-    keep(page, "idle-logo", size)
+    save_screenshot(page, "idle-logo", size)
     page.assert_inside("#hint", "#logo")
     assert page.browser.evaluate("document.title") == "Studio Example"
 
@@ -136,7 +136,7 @@ def test_idle_screen_with_logo_and_font(page, studio, size):
 def test_idle_screen_with_a_name(page, branded, size):
     page.visit(branded(name="Studio <Example> & Sons", color="#e2791b"), "/", size)
     page.wait_for_colour("#name", ORANGE)
-    keep(page, "idle-name", size)
+    save_screenshot(page, "idle-name", size)
     page.assert_inside("#hint", "#name")
     assert page.browser.evaluate("document.getElementById('name').textContent") == \
         "Studio <Example> & Sons"
@@ -145,7 +145,7 @@ def test_idle_screen_with_a_name(page, branded, size):
 def test_idle_screen_with_long_words(page, branded):
     page.visit(branded(name="W" * 60, waiting="m" * 100), "/", PHONE)
     page.wait_for_colour("#name", (0xCC, 0xCC, 0xCC))
-    keep(page, "idle-long", PHONE)
+    save_screenshot(page, "idle-long", PHONE)
     page.assert_inside("#hint", "#name")
 
 
@@ -153,7 +153,7 @@ def test_idle_screen_with_long_words(page, branded):
 def test_idle_screen_with_a_logo_that_cannot_be_read(page, branded, size):
     page.visit(branded(image="/nowhere.png", font="/nowhere.woff2"), "/", size)
     page.wait_for("document.getElementById('logo').complete")
-    keep(page, "idle-lost", size)
+    save_screenshot(page, "idle-lost", size)
     page.assert_inside("#hint")
 
 
@@ -162,7 +162,7 @@ def test_upload_page_with_logo_and_font(page, studio, size):
     page.visit(studio, "/upload", size)
     page.wait_for_logo()
     page.wait_for_font("h1")
-    keep(page, "upload-logo", size)
+    save_screenshot(page, "upload-logo", size)
     page.assert_inside("#logo", "h1", "#form")
     assert page.browser.evaluate("document.title") == "Studio Example"
 
@@ -171,7 +171,7 @@ def test_upload_page_with_logo_and_font(page, studio, size):
 def test_help_page_without_a_brand(page, plain, size):
     page.visit(plain, "/help", size)
     page.assert_inside("h1", "#name")
-    keep(page, "help", size)
+    save_screenshot(page, "help", size)
     main_left, _, main_right, _ = page.box("main")
     assert main_right - main_left == min(720, page.browser.evaluate(
         "document.documentElement.clientWidth"))
@@ -182,7 +182,7 @@ def test_help_page_with_logo_and_font(page, studio, size):
     page.visit(studio, "/help", size)
     page.wait_for_logo()
     page.wait_for_font("h1")
-    keep(page, "help-logo", size)
+    save_screenshot(page, "help-logo", size)
     page.assert_inside("h1", "#logo")
     assert page.browser.evaluate("document.title") == "Studio Example Help"
 
@@ -191,12 +191,12 @@ def test_help_page_with_the_longest_host_name(page, start, tmp_path):
     file = tmp_path / "config.json"
     file.write_text(json.dumps({"hostname": "m" * 63}))
     page.visit(start("--capture", "pattern", "--config", str(file), named=True), "/help", PHONE)
-    keep(page, "help-long", PHONE)
+    save_screenshot(page, "help-long", PHONE)
     page.assert_inside("h1")
 
 
 def test_the_brand_sample_of_the_help_page_works_when_pasted(page, plain, start, tmp_path):
-    """With a logo and a font where the sample says, which is under the home of the tests."""
+    """The logo and the font are where the sample expects them, below the tests' home."""
     page.visit(plain, "/help")
     sample = page.browser.evaluate("document.getElementById('brand-sample').textContent")
     brand = json.loads(sample)["brand"]
@@ -210,4 +210,4 @@ def test_the_brand_sample_of_the_help_page_works_when_pasted(page, plain, start,
     page.visit(start("--capture", "pattern"), "/")
     page.wait_for_logo()
     page.wait_for_font("#hint")
-    keep(page, "idle-sample", DESKTOP)
+    save_screenshot(page, "idle-sample", DESKTOP)

@@ -1,4 +1,4 @@
-"""A page that stays open for hours, and one that is sent more than it can show."""
+"""A page that stays open for hours, and a page that receives more frames than it can show."""
 import io
 import math
 import threading
@@ -9,8 +9,8 @@ from PIL import Image
 
 from harness.waiting import eventually
 
-SHOWN = 700  # frames between two looks
-LOOKS = 7
+SHOWN = 700  # frames between two samples
+SAMPLES = 7
 INTERVAL = 1 / 80
 LIMIT = 120
 RED = 0xC02020
@@ -25,13 +25,13 @@ COUNT_URLS = """<script>
   URL.revokeObjectURL = (url) => { --window.liveURLs; revoke.call(URL, url); };
 </script>"""
 HEAD = b"HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\nConnection: close\r\n\r\n"
-# Chromium fills a cache with what it has decoded, within the first few hundred frames. Keeping the
-# frames themselves would take twice as much as this, keeping what is decoded thirty times.
-GROWTH = 40 << 20  # from one look to the next
+# Chromium fills a cache of decoded images within the first few hundred frames. Leaking the frames would take
+# twice as much as this, leaking the decoded images thirty times.
+GROWTH = 40 << 20  # from one sample to the next
 
 
 class Film:
-    """Sends so many frames, or until it is ended, and then one that is all red."""
+    """Sends a number of frames, or frames until end(), and then a red frame."""
 
     def __init__(self, size, interval, frames=math.inf):
         self.sent = 0
@@ -52,7 +52,7 @@ class Film:
             connection.sendall(self._noise[self.sent % len(self._noise)])
             self.sent += 1
         connection.sendall(self._red)
-        connection.recv(1)  # stays open until the page leaves
+        connection.recv(1)  # keeps the stream open until the page closes it
 
 
 def _noise(size, shade):
@@ -69,7 +69,7 @@ def _part(picture):
 
 @pytest.fixture
 def show(page, sharing, make_proxy):
-    """Opens a page that is sent a film; the film ends with the test at the latest."""
+    """Opens a page that receives a film, which ends with the test at the latest."""
     shown = []
 
     def start(film):
@@ -84,12 +84,12 @@ def show(page, sharing, make_proxy):
 
 
 def least_memory_until(browser, frames):
-    """What is left each time that the browser has collected its garbage, while it shows frames."""
+    """Returns samples of the memory in use after garbage collection while the page shows frames."""
     least = []
 
     def shown():
         least.append(browser.memory_bytes())
-        # nothing yet in the page that the browser is about to leave for this one
+        # the previous page may still be current
         return (browser.evaluate("window.allURLs") or 0) >= frames
 
     eventually(shown, LIMIT, f"{frames} frames are shown", every=0.2)
@@ -97,11 +97,11 @@ def least_memory_until(browser, frames):
 
 
 def settles(browser):
-    """Whether the memory ceases to grow. A browser may put its garbage off from one look to the next;
-    what is kept grows from every look to the next."""
+    """Returns whether the memory stops growing. A browser may delay its garbage collection from one
+    sample to the next, but a leak grows with every sample."""
     least_memory_until(browser, SHOWN)  # warms up
     before = least_memory_until(browser, 2 * SHOWN)
-    for look in range(3, LOOKS + 1):
+    for look in range(3, SAMPLES + 1):
         after = least_memory_until(browser, look * SHOWN)
         print(f"{look}: {(after - before) >> 20} MiB more")
         if after - before < GROWTH:
@@ -111,7 +111,7 @@ def settles(browser):
 
 
 def test_thousands_of_frames(page, show):
-    """Neither the memory nor the number of object URLs grows."""
+    """Neither memory nor the number of object URLs grows."""
     film = Film((960, 540), INTERVAL)
     show(film)
     assert settles(page.browser)
@@ -122,7 +122,7 @@ def test_thousands_of_frames(page, show):
 
 
 def test_more_and_larger_frames_than_the_browser_can_show(page, show):
-    """It skips some instead of falling behind."""
+    """The browser skips frames instead of lagging behind."""
     film = Film((3840, 2160), 0, frames=100)
     show(film)
     page.eventually(lambda: film.sent == 100, "all are taken")

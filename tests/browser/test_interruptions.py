@@ -1,4 +1,4 @@
-"""The server or the network goes and comes back, in every way; the page recovers by itself."""
+"""The server or the network fails and returns; the page recovers by itself."""
 import itertools
 import time
 
@@ -13,7 +13,7 @@ PAUSE = 2  # between two attempts
 
 @pytest.fixture
 def share_again(start, x, tmp_path):
-    """Starts the program once more, on the given port."""
+    """Starts the program again on the given port."""
     def share(port):
         program = start("--capture", "x11", "--share", display_ids(tmp_path, x)[0],
                         display=x.name, port=port)
@@ -59,7 +59,7 @@ def test_server_restarted_while_the_page_is_hidden(page, sharing, share_again, x
 
 @pytest.mark.parametrize("handler", [respond_unavailable, close_without_response])
 def test_server_answers_but(page, sharing, make_proxy, x, canvas, handler):
-    """One attempt at a time and two seconds between them, as long as it takes."""
+    """The page makes one attempt at a time, every two seconds, until it succeeds."""
     proxy = make_proxy(sharing)
     page.open(proxy.port)
     page.wait_for_picture(x)
@@ -76,8 +76,8 @@ def test_server_answers_but(page, sharing, make_proxy, x, canvas, handler):
 
 
 def attempts(proxy, since):
-    """When the page began to try. Firefox itself repeats a request whose connection ended without
-    an answer, up to nine times and each within milliseconds: all of them are one attempt."""
+    """Returns the times of the page's attempts. Firefox repeats a request whose connection was closed
+    without a response up to nine times within milliseconds; these count as one attempt."""
     times = []
     for time_ in proxy.stream_times:
         if time_ > since and (not times or time_ - times[-1] > 1):
@@ -86,24 +86,24 @@ def attempts(proxy, since):
 
 
 def test_network_cut_for_a_moment(page, sharing, network, x, canvas):
-    """Bytes that were lost meanwhile are sent again, and nobody has noticed anything."""
+    """TCP retransmits what was lost, and neither side notices."""
     page.open(sharing.listening_port())
     page.wait_for_picture(x)
     network.cut_silently()
     canvas.text(2)
-    time.sleep(3)  # nothing is to happen
+    time.sleep(3)  # nothing is expected to happen
     assert not page.shows_something_like(x)
     network.restore_silently()
     page.wait_for_picture(x)
 
 
 def test_cable_pulled_and_put_back(page, sharing, network, x, canvas):
-    """The browser is told, and may end its connections by itself."""
+    """The browser is notified of the link and may close its connections."""
     page.open(sharing.listening_port())
     page.wait_for_picture(x)
     network.cut()
     canvas.text(3)
-    time.sleep(3)  # nothing is to happen
+    time.sleep(3)  # nothing is expected to happen
     assert not page.shows_something_like(x)
     network.restore()
     page.wait_for_picture(x)
@@ -122,7 +122,7 @@ def test_browser_says_that_it_is_online_again(page, sharing, make_proxy, x):
 
 
 def test_network_cut_until_the_server_gave_up(page, sharing, network, x, canvas):
-    """No link goes down, nothing is sent: neither side can know before packets pass again."""
+    """No link goes down and no data is sent, so neither side can notice before packets pass again."""
     page.open(sharing.listening_port())
     page.wait_for_picture(x)
     network.cut_silently()

@@ -1,4 +1,4 @@
-"""The picture appears, changes and stays where it is."""
+"""The picture appears, changes and keeps its position."""
 
 import numpy
 import pytest
@@ -6,7 +6,7 @@ import pytest
 from harness import pixels
 from harness.browsers.viewer_page import ViewerPage
 from harness.program import display_ids
-from harness.x11.canvas import Canvas, read_number
+from harness.x11.canvas import read_number
 from harness.x11.motion import Motion
 
 WHITE = 0xFFFFFF
@@ -14,7 +14,7 @@ MARK = 24  # side of the squares in the corners of a framed canvas
 
 
 def show_framed(canvas, seed):
-    """A text with a white square in every corner."""
+    """Shows a text with a white square in every corner."""
     canvas.draft(seed)
     for x in (0, canvas.width - MARK):
         for y in (0, canvas.height - MARK):
@@ -23,7 +23,7 @@ def show_framed(canvas, seed):
 
 
 def corners_are_white(picture, distance=4):
-    """Whether the squares of show_framed are where the page's corners are."""
+    """Returns whether the squares of show_framed() are in the corners of the page."""
     near = picture[[distance, -1 - distance]][:, [distance, -1 - distance]]
     beside = picture[[MARK + 12, -1 - MARK - 12]][:, [distance, -1 - distance]]
     return near.min() > 200 and beside.max() < 200
@@ -56,7 +56,7 @@ def test_burst_and_then_stillness(page, sharing, x, canvas):
 
 
 def test_steady_motion(page, sharing, x, canvas):
-    """What is seen keeps up with the screen and never goes back."""
+    """The page keeps up with the screen and never shows an older frame."""
     canvas.text(0, number=0)
     page.open(sharing.listening_port())
     page.wait_for_picture(x)
@@ -73,7 +73,7 @@ def test_steady_motion(page, sharing, x, canvas):
 
 @pytest.fixture
 def double_scale(x):
-    """The shared desktop has two pixels to a point: motion frames are half as wide and high."""
+    """The shared desktop has scale 2, so motion frames have half the width and height."""
     x.run("sh", "-c", "echo 'Xft.dpi: 192' | xrdb -merge")
 
 
@@ -105,7 +105,7 @@ def test_presenter_stops_and_starts_again(page, sharing, x, canvas, tmp_path):
     sharing.wait_until_sharing(False)
     page.wait_for_text_alone()
     page.keep_screenshot("stopped")
-    assert page.browser.hint() is None  # it is a picture still
+    assert page.browser.hint() is None  # the picture is still shown
     canvas.text(2)
     sharing.share(display_ids(tmp_path, x)[0])
     page.wait_for_picture(x)
@@ -170,7 +170,7 @@ def test_window_turned(page, sharing, x, canvas):
 
 
 def fills_the_width(picture, width=600, height=800):
-    """Whether a 4:3 picture is in the middle from side to side, and nothing but ground around."""
+    """Returns whether a 4:3 picture fills the width, with only background above and below."""
     if picture.shape[:2] != (height, width):
         return False
     top = (height - width * 3 // 4) // 2
@@ -179,7 +179,7 @@ def fills_the_width(picture, width=600, height=800):
 
 
 def test_screen_readers_and_fingers(page, x_program, x, canvas, tmp_path):
-    """What happens is said; the picture is no text to select and nothing scrolls."""
+    """Changes are announced; the picture cannot be selected and nothing scrolls."""
     canvas.text(1)
     page.open(x_program.listening_port())
     page.wait_for_hint(ViewerPage.WAITING)
@@ -194,8 +194,7 @@ def test_screen_readers_and_fingers(page, x_program, x, canvas, tmp_path):
 
 
 def test_terminal_and_clock(page, sharing, x, clients):
-    """A terminal that scrolls and a clock that ticks; then the terminal rests, then the clock
-    goes."""
+    """A terminal scrolls and a clock ticks; then the terminal stops, then the clock is closed."""
     page.open(sharing.listening_port())
     page.wait_for_picture(x)
     clock = x.client("xclock", "-update", "1", "-geometry", "150x150+600+20")

@@ -1,5 +1,5 @@
-"""The presenter clicks in the tray's menu, and the room sees what the display shows. What the menu says
-is the matter of the system tests; one browser shows that it is what arrives."""
+"""The presenter clicks in the tray's menu, and viewers see the display. The system tests cover the menu; one
+browser suffices to show what arrives."""
 import pytest
 
 from harness.waiting import LIMIT, eventually
@@ -10,7 +10,7 @@ pytestmark = pytest.mark.parametrize(
 
 @pytest.fixture
 def item(desktop, start, tmp_path):
-    """The program's icon, and the program as `item.program`."""
+    """The program's icon; `item.program` is the program."""
     tray = desktop.start_tray()
     program = start("--capture", "x11", "--upload-folder", str(tmp_path / "photos"), headless=False,
                     display=desktop.screen.name, variables=desktop.variables)

@@ -1,4 +1,4 @@
-"""Photos are sent from the upload page: picked or dragged, in every script, and refused."""
+"""Photos are uploaded from the upload page: picked or dragged, with names in every script, or rejected."""
 import contextlib
 import os
 import shutil
@@ -13,10 +13,10 @@ from harness import uploads
 from harness.uploads.page import ORANGE, RED, UploadPage
 
 MEGABYTE = 1 << 20
-PLACES = 8  # uploads that the program takes at once
+PLACES = 8  # uploads that the program accepts at once
 SENDING_LIMIT = 600  # gigabytes, on a busy machine
 PHONE = (390, 844)
-STORED = {  # what is sent, and how its name reads in the folder
+STORED = {  # uploaded files, and their names in the folder
     "IMG 0001.jpg": "IMG 0001.jpg",
     "Φωτογραφία.TIFF": "Φωτογραφία.TIFF",
     "花 & 50% #1?.png": "花 50 1.png",
@@ -44,8 +44,8 @@ def program(start, folder):
 
 @pytest.fixture
 def taken(program, folder, page, network):
-    """Two others keep every place of the program until this stack of connections is closed; one of
-    them alone would have to yield."""
+    """Two other participants occupy every slot of the program until this stack of connections is closed;
+    one participant alone would have to yield."""
     _, port = program.address
     with contextlib.ExitStack() as stack:
         for number in range(PLACES):
@@ -58,7 +58,7 @@ def taken(program, folder, page, network):
 
 @pytest.fixture(scope="session")
 def photos(tmp_path_factory):
-    """Real pictures, a large raw file that no two parts of are the same, and a film."""
+    """Real pictures, a large raw file without repeated parts, and a film."""
     made = tmp_path_factory.mktemp("photos")
     noise = numpy.random.default_rng(1).integers(0, 255, (1200, 1600, 3), dtype=numpy.uint8)
     for name in list(STORED)[:-1]:
@@ -71,7 +71,7 @@ def photos(tmp_path_factory):
 
 @pytest.fixture
 def on_phone(page, program):
-    """The upload page of a program, open on a phone."""
+    """Opens the upload page of a program on a phone."""
     page.visit(program)
     page.browser.become_phone(*PHONE)
     yield page
@@ -85,7 +85,7 @@ def _write_noise(path, megabytes):
 
 
 def assert_received(page, program, folder, photos, participant):
-    """Every photo is in the folder byte for byte, and the page says under which name."""
+    """Checks that every photo is in the folder byte for byte, and that the page shows its name there."""
     stored = {sent: f"{participant}-{name}" for sent, name in STORED.items()}
     page.wait_for_statuses(*(f"done as {name}" for name in stored.values()), within=SENDING_LIMIT)
     assert page.labels() == list(stored)
@@ -118,7 +118,7 @@ def test_the_same_photo_twice(page, program, photos):
 
 
 def test_two_at_a_time_with_progress(page, program, photos, tmp_path):
-    """The program is halted, so that what is under way stays under way."""
+    """The program is stopped by a signal, so that the uploads stay in progress."""
     files = [tmp_path / f"{number}.nef" for number in range(10)]
     for file in files:
         file.touch()
@@ -179,7 +179,7 @@ def test_a_type_that_is_not_taken_is_not_sent_again(page, program, photos):
     page.shorten_retry_delays()
     page.pick(photos / "clip.mov")
     page.wait_for_statuses(UploadPage.NOT_ACCEPTED)
-    time.sleep(1)  # nothing is to happen
+    time.sleep(1)  # nothing is expected to happen
     assert page.attempts() == 1
     assert page.statuses() == [UploadPage.NOT_ACCEPTED]
 
@@ -227,7 +227,7 @@ def test_the_sixth_time_that_it_is_busy_is_final(page, program, folder, taken, p
     page.wait_for_statuses("busy, retry in a few seconds")
     assert page.failed() == [True]
     taken.close()
-    time.sleep(1)  # nothing is to happen, though there is a place now
+    time.sleep(1)  # nothing is expected to happen, although a slot is free now
     assert page.attempts() == 6
     assert page.statuses() == ["busy, retry in a few seconds"]
     assert uploads.visible(folder) == []

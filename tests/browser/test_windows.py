@@ -1,5 +1,5 @@
-"""One window or one application is shared while another covers it. What is captured is the matter of
-the system tests; one browser shows that it is what arrives."""
+"""One window or one application is shared while another covers it. The system tests cover what is captured;
+one browser suffices to show what arrives."""
 import numpy
 import pytest
 
@@ -9,7 +9,7 @@ from harness.x11.canvas import Canvas
 from harness.x11.window_owner import Owner
 
 SECRET = 0xFF00FF
-LEFT, TOP = -50, 40  # of the window
+LEFT, TOP = -50, 40  # size of the window
 
 pytestmark = pytest.mark.parametrize(
     "engine", [pytest.param("chromium", marks=pytest.mark.xdist_group("chromium"))], indirect=True)
@@ -17,7 +17,7 @@ pytestmark = pytest.mark.parametrize(
 
 @pytest.fixture
 def window(x):
-    """A window of the page's size that is partly off the screen."""
+    """Opens a window of the page's size that is partly off the screen."""
     painter = Canvas(x, LEFT, TOP, 800, 600, title="slides")
     yield painter
     painter.close()
@@ -25,7 +25,7 @@ def window(x):
 
 @pytest.fixture
 def cover(x, tmp_path):
-    """A window of another program over the whole display."""
+    """Opens a window of another program over the whole display."""
     other = Owner(x, tmp_path, "other")
     other.open("cover", 0, 0, x.width, x.height, SECRET, 1)
     yield other
@@ -45,7 +45,7 @@ def shows_secret(picture):
 
 
 def painting(server, seed):
-    """What a canvas of the display's size shows."""
+    """Returns the pixels of a canvas of the display's size."""
     painter = Canvas(server)
     painter.text(seed)
     picture = pixels.grab(server)

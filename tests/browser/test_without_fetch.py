@@ -1,4 +1,4 @@
-"""An old browser that cannot read a response as it arrives: the image alone does what it can."""
+"""An old browser without streaming responses: the page falls back to the image alone."""
 import pytest
 
 from harness.browsers.viewer_page import ViewerPage
@@ -15,7 +15,7 @@ def proxy(sharing, make_proxy):
 
 
 def test_motion_without_fetch(page, proxy, sharing, canvas):
-    """One frame late at the most in some browsers, which takes no harm from motion."""
+    """Some browsers show the picture one frame late, which does not matter in motion."""
     page.open(proxy.port)
     with Motion(canvas) as motion:
         page.eventually(lambda: motion.latest > 20

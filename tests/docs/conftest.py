@@ -11,7 +11,7 @@ pytest_plugins = ["harness.fixtures"]
 
 @pytest.fixture
 def machine(tmp_path):
-    """A machine on which everything in the documents may be typed."""
+    """A scratch machine on which every command of the documents may be run."""
     if os.geteuid() != 0:
         pytest.skip("a scratch machine needs root")
     made = ScratchMachine(tmp_path, TREE)

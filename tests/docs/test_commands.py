@@ -1,5 +1,5 @@
-"""Every command that the documents tell a reader to type is typed here, on a scratch machine. Unless the
-tables say otherwise it must end with status 0."""
+"""Runs every command of the documents on a scratch machine. It must end with status 0 unless the tables say
+otherwise."""
 from typing import NamedTuple
 
 import pytest
@@ -7,7 +7,7 @@ import pytest
 from harness.documents import TREE, Document, command_blocks, user_documents, words_of
 from harness.waiting import LIMIT, eventually
 
-# What a test of its own runs, because it needs packages or a network, or because it is a whole scenario.
+# Commands that another test runs, because they need packages or a network, or belong to a scenario.
 ELSEWHERE = {
     "./run": "tests/clean/machine",
     "./test": "tests/clean/machine",
@@ -24,8 +24,8 @@ GIVE_PRIVILEGE = "sudo setcap cap_net_bind_service=ep build/run/app/tarvinel-bin
 
 
 class Case(NamedTuple):
-    """What is special about a command: what it prints, where that says that it works; whether it stays;
-    statuses other than 0; what was typed before; what runs meanwhile."""
+    """The exceptions for a command: the output that proves success, whether it keeps running, statuses
+    other than 0, commands to run before it, and commands that run at the same time."""
     prints: str = ""
     stays: bool = False
     statuses: tuple = (0,)
@@ -51,7 +51,7 @@ CASES = {
     "sudo setcap -r build/run/app/tarvinel-bind": Case(before=GIVE_PRIVILEGE),
 }
 
-# A first word of a line of prose that makes it a command.
+# First words that make a code span in the prose a command.
 PROGRAMS = {"tarvinel", "sudo", "apt", "curl", "ffmpeg", "cmake", "./run", "./test"}
 
 
@@ -108,7 +108,7 @@ def test_no_table_names_a_command_that_no_document_has():
 
 @pytest.mark.parametrize("document", user_documents(), ids=lambda document: document.name)
 def test_commands_in_the_prose_stand_in_a_block_too(document):
-    """So that they are typed here as well."""
+    """Commands in the prose must also be in a block, so that they are run here."""
     written = [words for block in command_blocks() for words in words_of(block.command)]
     for code in document.codes():
         words = code.split()

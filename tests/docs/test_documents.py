@@ -1,4 +1,4 @@
-"""What the documents say of themselves and of the program is so."""
+"""The statements of the documents about themselves and about the program are true."""
 import errno
 import json
 import os
@@ -18,7 +18,7 @@ OPTION = re.compile(r"(?<![\w-])--[a-z][a-z-]*")
 SCHEMA = TREE / "docs/config.schema.json"
 REFERENCE = TREE / "docs/configuration.md"
 WRITER = TREE / "tools/write-configuration-reference"
-# What desktops and the system say, and what is no text of anybody's
+# Texts of desktops and of the system, and quoted terms
 OTHERS = {"AppIndicator and KStatusNotifierItem Support", "client isolation", "Xorg",
           "Privacy & Security", "Local Network", "Remember this selection",
           "Allow restoring on future sessions",
@@ -60,7 +60,7 @@ def test_every_block_says_what_it_is(document):
 
 @each(user_documents())
 def test_every_option_exists(document):
-    """Those in backquotes, and those in commands of the program."""
+    """This includes options in code spans and in commands."""
     known = set(OPTION.findall(help_text()))
     named = {option for code in document.codes()
              if code.startswith(("-", "tarvinel ", "./run "))
@@ -92,7 +92,7 @@ def test_configurations_are_right(block):
 
 
 def texts_of_the_program():
-    """All its sources, with the pieces of each long text put together."""
+    """Returns all sources of the program, with adjacent string literals joined."""
     sources = [path.read_text() for folder in ("app", "core") for path in (TREE / folder).rglob("*")
                if path.suffix in (".cpp", ".h", ".html", ".js")]
     return re.sub(r'"\s*"', "", "\n".join(sources)).replace('\\"', '"')
@@ -101,7 +101,7 @@ def texts_of_the_program():
 @each([document for document in user_documents()
        if document.name in ("docs/presenter.md", "docs/troubleshooting.md")])
 def test_quoted_texts_are_those_of_the_program(document):
-    """Numbers stand for what the program fills in, an ellipsis for anything."""
+    """In quoted texts, numbers stand for placeholders and an ellipsis for any text."""
     texts = texts_of_the_program()
     quoted = {" ".join(text.split())
               for text in re.findall(r'"([^"]+)"', CODE.sub("", document.prose()))}
@@ -112,7 +112,7 @@ def test_quoted_texts_are_those_of_the_program(document):
 
 
 def written_reference(tmp_path, change=lambda schema: None):
-    """Whether the reference is up to date with a schema that was changed."""
+    """Returns whether the reference agrees with a modified schema."""
     schema = json.loads(SCHEMA.read_text())
     change(schema["properties"])
     changed = tmp_path / "schema.json"
@@ -143,5 +143,5 @@ def test_images_are_small_and_used():
 
 
 def test_commands_are_read_at_all():
-    """The other tests would be content with nothing."""
+    """Without this, the other tests would also pass without commands."""
     assert len(command_blocks()) > 20

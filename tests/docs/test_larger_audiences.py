@@ -1,4 +1,4 @@
-"""The recipe for larger audiences, typed command by command on a media server beside the presenter."""
+"""Runs the commands of the recipe for larger audiences on a media server beside the presenter."""
 import io
 import json
 import shutil
@@ -15,7 +15,7 @@ PACKAGES = ("nginx", "nginx-common", "libnginx-mod-rtmp")
 DOWNLOADS = TREE / "build/downloads"
 RED, BLUE = (0xC0, 0x30, 0x30), (0x30, 0x40, 0xC0)
 
-# The presenter's computer becomes one of its own: it has the web's port there.
+# The presenter's computer is a network namespace of its own, so that port 80 is free there.
 MAKE_PRESENTER = """
 ip netns add presenter
 ip link set eth0 netns presenter
@@ -24,7 +24,7 @@ ip -n presenter link set eth0 up
 ip -n presenter link set lo up
 ip address add 192.168.1.30/24 dev socket
 """
-# What the packages do when they are installed, but for starting a service.
+# What installing the packages does, except for starting a service.
 INSTALL_NGINX = """
 mkdir -p /var/log/nginx /var/lib/nginx /var/www/html /etc/nginx/{sites,modules}-enabled
 ln -sf /etc/nginx/sites-available/default /etc/nginx/sites-enabled/default
@@ -34,7 +34,7 @@ INSTALL_RTMP = ("ln -sf /usr/share/nginx/modules-available/mod-rtmp.conf"
 
 
 class MediaServer:
-    """Types what it is given; installs the packages that are asked for."""
+    """Runs commands; installs the packages that they name."""
 
     def __init__(self, machine):
         self._machine = machine
@@ -56,7 +56,7 @@ class MediaServer:
         eventually(lambda: file.exists() and file.stat().st_size > 0, LIMIT, path)
 
     def wait_for_colour(self, video, colour):
-        """Waits until the newest picture of a live video is of that colour, away from the pointer."""
+        """Waits until the newest picture of a live video has that colour beside the pointer."""
         last = [None]
 
         def seen():
@@ -69,7 +69,8 @@ class MediaServer:
             raise AssertionError(f"{error}: {last[0]}") from None
 
     def _seen(self, video):
-        """The colour, in steps of JPEG's and the video's loss; what went wrong, where there is none."""
+        """Returns RED or BLUE if the picture has about that colour, else its colour, or the error message of
+        ffmpeg."""
         done = self._machine.run("timeout --kill-after=1 15 ffmpeg -v error -y -i "
                                  f"{video} -frames:v 1 /tmp/seen.png")
         if done.returncode != 0:
@@ -80,7 +81,7 @@ class MediaServer:
         return next((name for name in (RED, BLUE) if abs(found - name).max() < 12), tuple(found))
 
     def _install(self, packages):
-        """ffmpeg is there; the others are unpacked, with what they depend on."""
+        """Unpacks the packages except ffmpeg, which is installed, with their dependencies."""
         for package in packages:
             if package == "nginx":
                 self._unpack("nginx", "nginx-common")
@@ -109,7 +110,7 @@ def server(machine):
 
 @pytest.fixture
 def paint(machine):
-    """The presenter shares a screen of one colour; paint(colour) changes it."""
+    """Shares a screen of one colour; paint(colour) changes it."""
     machine.start("Xvfb :0 -screen 0 1280x720x24 -nolisten tcp -noreset")
     eventually(machine.path("/tmp/.X11-unix/X0").is_socket, LIMIT, "the X server is there")
 
@@ -143,7 +144,7 @@ def test_the_recipe(machine, server, paint):
     server.wait_for_file("/var/www/html/room/index.m3u8")
     served = "http://127.0.0.1/room/index.m3u8"
     server.wait_for_colour(served, RED)
-    # the screen is still, the video goes on
+    # the screen is still, but the video continues
     first = sequence(server.type(look))
     eventually(lambda: sequence(server.type(look)) > first + 2, LIMIT, "the video goes on")
     paint(BLUE)
