@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""Screen change to pixels: how long after a client changed a still screen the change is to be seen
-on the X display of a browser that shows the page full-screen. 1920 × 1080 on both sides, with the
-default configuration. Needs root, for the network that lies between them.
+"""Screen change to pixels: the time from a change of a still screen until it is visible on the X display of
+a browser that shows the page full-screen. 1920 × 1080 on both sides, with the
+default configuration. Requires root, for the network between them.
 
     bench/browser_delay.py [SAMPLES]
 """
@@ -20,15 +20,15 @@ from harness.network.lan import Network
 from harness.x11.server import PixelProbe
 
 WIDTH, HEIGHT = 1920, 1080
-MARK = (960, 544, 8, 17)  # what is watched, in the middle of the screen
+MARK = (960, 544, 8, 17)  # the observed area in the middle of the screen
 CHANGES = {"typed character (8x17)": MARK, "whole screen": (0, 0, WIDTH, HEIGHT)}
 COLOURS = itertools.cycle((0xFFFFFF, 0x000000))
-STILL_SECONDS = 1.2  # the settled frame has come as well
+STILL_SECONDS = 1.2  # the settled frame has arrived as well
 GIVE_UP = 10
 
 
 def measure(watch, canvas, seed, area):
-    """Milliseconds of one change."""
+    """Returns the milliseconds of one change."""
     time.sleep(STILL_SECONDS + random.random() / 10)
     colour = next(COLOURS)
     canvas.draft(seed)
@@ -42,7 +42,7 @@ def measure(watch, canvas, seed, area):
 
 @contextlib.contextmanager
 def page_in(engine, folder):
-    """Yields a canvas over the shared screen, and the middle of the browser's display."""
+    """Yields a canvas over the shared screen and the centre of the browser's display."""
     with contextlib.ExitStack() as stack:
         network = Network()
         stack.callback(network.remove)

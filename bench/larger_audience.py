@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""What the recipe of docs/larger-audiences.md costs: processor time of each step, as a multiple of what
-the program itself uses, and when a change of the screen has reached each step, as a multiple of when a
-viewer of the program has it. The commands are those of the document.
+"""The costs of the recipe in docs/larger-audiences.md: the processor time of each step as a multiple of the
+program's, and the delay of each step after a change of the screen as a multiple of the delay of a viewer.
+The commands are those of the document.
 
     bench/larger_audience.py [SECONDS]
 """
@@ -30,7 +30,7 @@ LIMIT = 30
 
 
 def recipe(program, folder):
-    """The two commands, with the address and the places of this run."""
+    """Returns the two commands of the document with the address and the paths of this run."""
     commands = [block.command for block in Document(TREE / "docs/larger-audiences.md").blocks("sh")
                 if block.command.startswith("ffmpeg")]
     places = {"http://192.168.1.20/": program.url, "/dev/shm/room.jpg": f"{folder}/room.jpg",
@@ -51,14 +51,14 @@ def close_to(picture, colour):
 
 
 def last_pixel(video):
-    """The colour of its last picture, as a picture of one pixel."""
+    """Returns the last picture of a video, scaled to one pixel."""
     done = subprocess.run(["ffmpeg", "-v", "quiet", "-i", video, "-vf", "scale=1:1", "-f", "rawvideo",
                            "-pix_fmt", "rgb24", "-"], capture_output=True)
     return numpy.frombuffer(done.stdout[-3:], numpy.uint8).reshape(1, 1, 3)
 
 
 def segment_has(folder, colour, seen):
-    """Whether a segment that was not looked at yet has it at its end."""
+    """Returns whether a new segment ends with the colour."""
     listed = re.findall(r"^.+\.ts$", (folder / "index.m3u8").read_text(), re.M)
     for name in listed:
         if name in seen:
@@ -70,8 +70,8 @@ def segment_has(folder, colour, seen):
 
 
 def delays(canvas, program, folder):
-    """Seconds until viewer, file and video have a new colour, for each of them. The screen rests
-    before each change, so that the next picture is the one that shows it."""
+    """Returns the seconds until viewer, file and video show a new colour. The screen is still before
+    each change, so that the next picture is the one that shows it."""
     found = {"viewer": [], "file": [], "video": []}
     with Viewer(program.address) as viewer:
         for colour in COLOURS:
@@ -90,7 +90,7 @@ def delays(canvas, program, folder):
 
 
 class FileWatch:
-    """Notes when a file is replaced for the first time."""
+    """Records when a file is first replaced."""
 
     def __init__(self, path):
         self._path = path
@@ -115,7 +115,7 @@ class FileWatch:
 
 
 def load(processes, seconds):
-    """Per cent of a core that each used."""
+    """Returns the processor time of each process in per cent of a core."""
     before = [cpu_seconds(process) for process in processes]
     time.sleep(seconds)
     return [100 * (cpu_seconds(process) - start) / seconds

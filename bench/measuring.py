@@ -1,4 +1,4 @@
-"""What the benchmarks that drive the real program share with the system tests."""
+"""Functions that the benchmarks of the running program share."""
 import contextlib
 import os
 import statistics
@@ -15,8 +15,8 @@ from harness.x11.server import XServer  # noqa: E402
 
 @contextlib.contextmanager
 def shared_screen(width=1920, height=1080, **keywords):
-    """The program sharing a display of that size: yields it and a canvas over the display. Takes
-    the keywords of Program."""
+    """Yields the program, which shares a display of that size, and a canvas over the display. Accepts the
+    keywords of Program."""
     with contextlib.ExitStack() as stack:
         folder = stack.enter_context(tempfile.TemporaryDirectory())
         server = XServer(folder, width, height)
@@ -36,15 +36,15 @@ SIZES = {"1080p": (1920, 1080), "4K": (3840, 2160)}
 
 
 def drain(viewer):
-    """Reads all that comes, until the connection ends."""
+    """Reads and discards data until the connection ends."""
     with contextlib.suppress(OSError, AssertionError):
         while True:
             viewer.next_frame(60)
 
 
 def print_costs(kinds, changes, run):
-    """A table of run(kind, width, height, seconds), which gives per cent by change; the command line
-    may give the seconds."""
+    """Prints a table of run(kind, width, height, seconds), which returns per cent by kind of change. The
+    command line may set the seconds."""
     seconds = float(sys.argv[1]) if len(sys.argv) > 1 else 10
     print(f"load before: {os.getloadavg()[0]:.1f}")
     print(f"{'':16}" + "".join(f"{name:>24}" for name in changes))

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""Screen change to last byte: how long after a client changed a still screen a viewer on loopback
-has the whole frame that shows it. On Xvfb 1920 × 1080, with the default configuration.
+"""Screen change to last byte: the time from a change of a still screen until a viewer on loopback has the
+whole frame that shows it. On Xvfb 1920 × 1080, with the default configuration.
 
     bench/screen_to_viewer.py [SAMPLES]
 """
@@ -11,18 +11,18 @@ from measuring import median_and_p95, shared_screen
 
 from harness.viewer import Viewer
 
-# x, y, width, height of what changes
+# x, y, width and height of the changes
 CHANGES = {
     "typed character (8x17)": (400, 300, 8, 17),
     "line of text (1900x16)": (0, 304, 1900, 16),
     "quarter of the height": (0, 270, 1920, 270),
     "whole screen": (0, 0, 1920, 1080),
 }
-STILL_SECONDS = 0.7  # longer than the pacer can hold a change back after the last frame
+STILL_SECONDS = 0.7  # longer than the pacer can delay a change after the last frame
 
 
 def measure(viewer, canvas, seed, area):
-    """Milliseconds and bytes of one change."""
+    """Returns the milliseconds and bytes of one change."""
     viewer.last_frame(quiet=STILL_SECONDS)
     canvas.draft(seed)
     started = time.perf_counter()

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""Uploads: one of 1 GB beside `cat` of the same bytes and fsync, alternately; eight of 200 MB at
-once; the program's memory meanwhile; and what eight uploads cost the viewers of a changing screen.
+"""Uploads: one of 1 GB alternating with `cat` of the same bytes and fsync; eight of 200 MB at once; the
+program's memory during these; and the effect of eight uploads on viewers of a changing screen.
 
     bench/uploads.py [RUNS]
 """
@@ -31,7 +31,7 @@ CHARACTER = (400, 300, 8, 17)
 
 
 def source_file(folder, size):
-    """A file in memory, so that reading it costs both sides the same."""
+    """Yields a file in memory, so that reading it costs both sides the same."""
     path = Path(folder) / f"{size}.source"
     with open(path, "wb") as file:
         block = os.urandom(1_000_000)
@@ -41,7 +41,7 @@ def source_file(folder, size):
 
 
 def send(address, name, source):
-    """Uploads a file without copying it in this process; waits for the answer."""
+    """Uploads a file without copying it in this process, and waits for the response."""
     size = source.stat().st_size
     with uploads.start(address, "Bench", name, size) as connection, open(source, "rb") as file:
         connection.settimeout(None)
@@ -59,7 +59,7 @@ def seconds(operation):
 
 
 def settle():
-    """Lets the disk come to rest, so that no run pays for the one before."""
+    """Waits until the disk is idle, so that runs do not affect each other."""
     os.sync()
     time.sleep(0.5)
 
@@ -75,7 +75,7 @@ def empty(folder):
 
 @contextlib.contextmanager
 def watched_memory(program):
-    """Yields a list whose only element is the program's highest resident size meanwhile."""
+    """Yields a list whose only element is the program's maximum resident size in the context."""
     highest = [program.resident_bytes()]
     over = threading.Event()
 
@@ -125,7 +125,7 @@ def eight_at_once(program, folder, source):
 
 
 def keep_sending(address, number, source, over):
-    os.nice(10)  # participants have computers of their own
+    os.nice(10)  # participants use other computers
     for count in itertools.count():
         if over.is_set():
             return
@@ -149,7 +149,7 @@ def eight_uploads_running(address, source):
 
 
 def changes_to_wire(viewer, canvas, seeds):
-    """Milliseconds from each change of the still screen to the last byte of its frame."""
+    """Returns the milliseconds from each change of the still screen to the last byte of its frame."""
     samples = []
     for seed in seeds:
         viewer.last_frame(quiet=STILL_SECONDS)

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""Memory per viewer: how much the program's resident memory grows from 1 to 200 viewers, of a
-still screen and of a moving one. On Xvfb 1920 × 1080, with the default configuration.
+"""Memory per viewer: the growth of the program's resident memory from 1 to 200 viewers of a still screen
+and of a moving one. On Xvfb 1920 × 1080, with the default configuration.
 
     bench/viewer_memory.py
 """
@@ -20,7 +20,7 @@ WATCHED_SECONDS = 5
 
 
 class Crowd:
-    """Viewers whose bytes are read and thrown away by one thread."""
+    """Viewers whose data one thread reads and discards."""
 
     def __init__(self, address):
         self._address = address
@@ -59,7 +59,7 @@ def highest_resident(program):
 
 
 def growth_per_viewer(program):
-    """Bytes per viewer, from the first to the last of them."""
+    """Returns the bytes per viewer, from the first to the last viewer."""
     crowd = Crowd(program.address)
     try:
         crowd.join(1)

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""What sharing the screen of a Wayland desktop costs: processor time of the program, in per cent of
-one core, while a terminal that fills the screen types, scrolls or is drawn anew, with one viewer on
-loopback. The compositor's work is not in it.
+"""The cost of sharing the screen of a Wayland desktop: processor time of the program in per cent of one
+core, while a terminal that fills the screen types, scrolls or redraws, with one viewer on loopback. The
+compositor's work is not included.
 
     bench/wayland_cost.py [SECONDS]
 """
@@ -15,7 +15,7 @@ from harness.wayland.sway import SwaySession
 
 CHANGES_A_SECOND = 20
 
-# what runs in the terminal: one change, then the next a twentieth of a second later
+# the script in the terminal: one change every twentieth of a second
 CHANGES = {
     "typing": "printf x",
     "scrolling (all of it)": "printf '%0200d\\n' $n",
@@ -25,11 +25,11 @@ SCRIPT = "n=0; while :; do {change}; n=$((n + 1)); sleep {pause}; done"
 
 
 def measure(session, program, change, seconds):
-    """Per cent of a core."""
+    """Returns the processor time in per cent of a core."""
     script = SCRIPT.format(change=change, pause=1 / CHANGES_A_SECOND)
     terminal = session.start_client("foot", "--fullscreen", "--log-level=error", "bash", "-c", script)
     session.wait_for_window()
-    time.sleep(2)  # its first picture is not what is measured
+    time.sleep(2)  # the first picture is not measured
     before, started = program.cpu_seconds(), time.monotonic()
     time.sleep(seconds)
     cost = 100 * (program.cpu_seconds() - before) / (time.monotonic() - started)

@@ -1,7 +1,6 @@
 #!/usr/bin/python3
-"""What sharing a display, one window or one application of an X server costs: processor time of the
-program, in per cent of one core, while the window types, scrolls or plays, with one viewer on
-loopback. The window fills the display.
+"""The cost of sharing a display, a window or an application of an X server: processor time of the program in
+per cent of one core, while the window types, scrolls or plays, with one viewer on loopback. The window fills the display.
 
     bench/x11_cost.py [SECONDS]
 """
@@ -9,7 +8,7 @@ import tempfile
 import threading
 import time
 
-from measuring import SIZES, Canvas, Program, XServer, drain, print_costs
+from measuring import Canvas, Program, XServer, drain, print_costs
 
 from harness.program import list_sources
 from harness.viewer import Viewer
@@ -35,10 +34,10 @@ CHANGES_A_SECOND = 20
 
 
 def measure(program, canvas, change, seconds):
-    """Per cent of a core."""
+    """Returns the processor time in per cent of a core."""
     canvas.text(1)
     canvas.draft(2)
-    time.sleep(1.5)  # the settled frame of that is not what is measured
+    time.sleep(1.5)  # its settled frame is not measured
     before, started = program.cpu_seconds(), time.monotonic()
     step = 0
     while (elapsed := time.monotonic() - started) < seconds:

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Parts of the scripts beside it: says how far a long step is, in one line that is rewritten on a terminal
-# and in a line every ten per cent elsewhere. To be sourced.
+# Functions for the scripts beside it that show the progress of a long step: in one line that is rewritten on a
+# terminal, or in a line for every ten per cent elsewhere. To be sourced.
 
 progress_shown=
 
@@ -15,7 +15,7 @@ show_progress() {
   fi
 }
 
-# end_progress: what is printed next begins a line of its own
+# end_progress: ends the line of the progress
 end_progress() {
   if [ "$progress_shown" = line ]; then printf '\r\033[K'; fi
   progress_shown=

@@ -1,14 +1,14 @@
 # shellcheck shell=bash
-# Parts of the scripts beside it: a Debian with nothing but its base system, in a folder. To be sourced by a
-# script that runs in mount and process namespaces of its own.
+# Functions for the scripts beside it: a Debian with only its base system, in a folder. To be sourced by a script
+# that runs in mount and process namespaces of its own.
 
 tree=$(git -C "$(dirname "${BASH_SOURCE[0]}")" rev-parse --show-toplevel)
 readonly tree
 
-# of_this_machine FIELD: its value in /etc/os-release
+# of_this_machine FIELD: prints the value of a field in /etc/os-release
 of_this_machine() { sed -n "s/^$1=\"\?\([^\"]*\)\"\?\$/\1/p" /etc/os-release; }
 
-# use_debian 12|13: the one that the rest is about. Its base system and what was downloaded are kept in $kept.
+# use_debian 12|13: selects the version for all functions below. $kept keeps its base system and downloads.
 # shellcheck disable=SC2034  # for the script that sources this
 use_debian() {
   case $1 in
@@ -20,7 +20,7 @@ use_debian() {
   mkdir -p "$kept/archives/partial"
 }
 
-# in_own_namespaces COMMAND...: whatever it mounts or starts goes with it
+# in_own_namespaces COMMAND...: runs it; its mounts and processes end with it
 in_own_namespaces() { unshare --mount --propagation private --pid --fork --kill-child "$@"; }
 
 step() {
@@ -37,7 +37,7 @@ expect() {
   "$@" || { echo "not so: $what"; return 1; }
 }
 
-# prepare_base: makes the base system where there is none yet
+# prepare_base: makes the base system unless it exists
 prepare_base() { [[ -d $kept/base ]] || step "a bare $suite" bootstrap; }
 
 bootstrap() {
@@ -53,14 +53,14 @@ bootstrap() {
   mv "$at" "$kept/base"
 }
 
-# layer_over FOLDER LAYERS: a system at FOLDER/root, whose changes go with the folder
+# layer_over FOLDER LAYERS: mounts a system at FOLDER/root, which writes its changes to the folder
 layer_over() {
   mkdir -p "$1"/{upper,work,root}
   mount -t overlay overlay -o "lowerdir=$2,upperdir=$1/upper,workdir=$1/work" "$1/root"
   mount_kernel_folders "$1/root"
 }
 
-# layer_over_base FOLDER PACKAGES: with the folder of packages in it
+# layer_over_base FOLDER PACKAGES: the same over the base system, with a folder of packages in it
 layer_over_base() {
   local at=$1/root
   prepare_base
@@ -70,16 +70,16 @@ layer_over_base() {
   cp "$2"/*.deb "$at/packages/"
 }
 
-# Nothing there survives the machine, so that no package needs to be on the disk before the next one.
+# The system is temporary, so dpkg does not have to flush packages to the disk.
 wait_for_no_disk() { echo force-unsafe-io > "$1/etc/dpkg/dpkg.cfg.d/no-disk-to-wait-for"; }
 
-# A package that is installed would start its daemon in this machine's own network.
+# Otherwise installed packages would start daemons in this machine's network.
 start_no_services() {
   printf '#!/bin/sh\nexit 101\n' > "$1/usr/sbin/policy-rc.d"
   chmod +x "$1/usr/sbin/policy-rc.d"
 }
 
-# mirror: where this machine has its packages from
+# mirror: prints the mirror of this machine's packages
 # shellcheck disable=SC2016  # the fields are apt's own, not the shell's
 mirror() {
   apt-get indextargets --format '$(SITE) $(RELEASE)' |
@@ -92,7 +92,7 @@ proxy_of_apt() {
   echo "$proxy"
 }
 
-# copy_package_sources ROOT: this machine's own, of the other Debian
+# copy_package_sources ROOT: copies this machine's package sources, adapted to the selected version
 copy_package_sources() {
   local at=$1 file
   rm -f "$at/etc/apt/sources.list"
@@ -122,13 +122,13 @@ mount_kernel_folders() {
   ln -s fd/0 "$at/dev/stdin"; ln -s fd/1 "$at/dev/stdout"; ln -s fd/2 "$at/dev/stderr"
 }
 
-# publish_no_name HOME: this machine's own network is left alone
+# publish_no_name HOME: disables the name, so that nothing is sent to this machine's network
 publish_no_name() {
   mkdir -p "$1/.config/Tarvinel"
   echo '{"hostname": ""}' > "$1/.config/Tarvinel/config.json"
 }
 
-# wait_for_port PID LOG LIMIT: prints the port that the program listens on
+# wait_for_port PID LOG LIMIT: waits until the program listens and prints the port
 wait_for_port() {
   local pid=$1 log=$2 deadline=$((SECONDS + $3))
   while ((SECONDS < deadline)) && kill -0 "$pid" 2>/dev/null; do
@@ -139,7 +139,7 @@ wait_for_port() {
   return 1
 }
 
-# look_from_outside PORT: page and stream are there
+# look_from_outside PORT: checks that page and stream are served
 look_from_outside() {
   local page stream
   page=$(curl -s --noproxy '*' --max-time 10 "http://127.0.0.1:$1/") || true
@@ -151,7 +151,7 @@ look_from_outside() {
   echo "page and stream are served on port $1"
 }
 
-# end_in_order PID: the program ends with status 0 when it is told to
+# end_in_order PID: terminates the program and checks that it ends with status 0
 end_in_order() {
   local status=0
   kill -TERM "$1"

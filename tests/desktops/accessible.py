@@ -1,4 +1,4 @@
-"""What programs tell assistive technology of their windows: which widgets there are, and where."""
+"""Widgets of programs' windows, found through AT-SPI."""
 import gi
 
 gi.require_version("Atspi", "2.0")
@@ -10,26 +10,26 @@ LIMIT = 30
 
 
 class Widget:
-    """A part of a window as found at some moment."""
+    """A widget as it was when it was found."""
 
     def __init__(self, accessible):
         self._accessible = accessible
 
     @property
     def centre(self):
-        """Its middle in the coordinates of its window; GTK 4 does not tell it rightly."""
+        """Its centre in the coordinates of its window; wrong for GTK 4."""
         place = self._accessible.get_extents(Atspi.CoordType.WINDOW)
         return place.x + place.width / 2, place.y + place.height / 2
 
     def press(self):
-        """Does what a click on it would do; whether that was done."""
+        """Performs its click action; returns whether that succeeded."""
         try:
             return self._accessible.get_action_iface().do_action(0)
-        except GLib.Error:  # it has just gone
+        except GLib.Error:  # it was destroyed meanwhile
             return False
 
     def has(self, *states):
-        """Whether it is in all of those states, named as in Atspi.StateType."""
+        """Returns whether it has all of these states, named as in Atspi.StateType."""
         try:
             found = self._accessible.get_state_set()
         except GLib.Error:
@@ -38,7 +38,7 @@ class Widget:
 
 
 def press(title, name, roles=()):
-    """Presses the widget of that name in the window with that title, once it can be pressed."""
+    """Waits for the widget of that name in the window with that title to be enabled, and presses it."""
     def pressed():
         found = _find_below(_titled(title), name, roles)
         return found and found.has("SENSITIVE") and found.press()
@@ -47,7 +47,7 @@ def press(title, name, roles=()):
 
 
 def find_in(program, name, roles=()):
-    """The widget of that name in whichever window of a program, once it is on the screen."""
+    """Waits for a visible widget of that name in any window of a program, and returns it."""
     def found():
         windows = [window for owner, window in _windows() if _name(owner) == program]
         return _find_below(windows, name, roles)
@@ -56,29 +56,30 @@ def find_in(program, name, roles=()):
 
 
 def find(title, name, roles=()):
-    """The widget of that name in the window with that title, once it is on the screen."""
-    return eventually(lambda: _find_below(_titled(title), name, roles), LIMIT, f"{name!r} in {title!r}", every=0.2)
+    """Waits for a visible widget of that name in the window with that title, and returns it."""
+    return eventually(lambda: _find_below(_titled(title), name, roles), LIMIT, f"{name!r} in {title!r}",
+                      every=0.2)
 
 
 def focused(title):
-    """The name of the widget that has the keyboard's focus there, None when none has."""
+    """Returns the name of the focused widget in that window, or None."""
     return next((_name(accessible) for accessible in _all_below(_titled(title))
                  if Widget(accessible).has("FOCUSED")), None)
 
 
 def size(title):
-    """Width and height of the window with that title, without what the desktop draws around it."""
+    """Returns width and height of the window with that title, without the desktop's decorations."""
     place = _titled(title)[0].get_extents(Atspi.CoordType.WINDOW)
     return place.width, place.height
 
 
 def texts(title):
-    """Everything that can be read in the window with that title."""
+    """Returns the names of all widgets in the window with that title."""
     return _texts_below(_titled(title))
 
 
 def texts_in(program):
-    """Everything that can be read in the windows of a program."""
+    """Returns the names of all widgets in the windows of a program."""
     return _texts_below([window for owner, window in _windows() if _name(owner) == program])
 
 
@@ -114,7 +115,7 @@ def _all_below(windows):
 
 
 def _windows():
-    while GLib.MainContext.default().iteration(False):  # what has changed is taken notice of there
+    while GLib.MainContext.default().iteration(False):  # processes pending change events
         pass
     for program in _children(Atspi.get_desktop(0)):
         for window in _children(program):
@@ -124,7 +125,7 @@ def _windows():
 def _children(accessible):
     try:
         children = [accessible.get_child_at_index(i) for i in range(accessible.get_child_count())]
-    except GLib.Error:  # it has just gone
+    except GLib.Error:  # it was destroyed meanwhile
         return []
     return [child for child in children if child]
 

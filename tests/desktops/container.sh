@@ -1,14 +1,14 @@
 # shellcheck shell=bash
-# Parts of the scripts beside it: a desktop in a Debian of its own, the program's package in it, and a
-# container in which a presenter's session runs. To be sourced by a script that has set
+# Functions for the scripts beside it: a Debian with a desktop and the program's package, booted as a container in
+# which a presenter's session runs. To be sourced by a script that has set
 #
-#   desktop      the name: folders and units are called after it
-#   packages     what the desktop is made of
+#   desktop      the name, also of folders and units
+#   packages     the packages of the desktop
 #   session      the command that starts the session
 #   variables    the environment that a login screen gives the session: NAME=VALUE ...
 #   prepare ROOT a function that changes the root before it is booted
 #
-# and that then calls present "$@". Everything happens in namespaces of its own.
+# and that then calls present "$@". Everything runs in namespaces of its own.
 
 readonly version=${1:-13}
 # shellcheck source=tests/clean/bare-debian.sh
@@ -18,7 +18,7 @@ readonly desktops=$tree/build/desktops
 readonly results=$desktops/$desktop-$version
 readonly session_limit=1500  # seconds
 
-# what the session and the script that drives it need on every desktop
+# packages for the session and the script that drives it, on every desktop
 readonly everywhere=(
   systemd-sysv libpam-systemd dbus-user-session iproute2 procps avahi-daemon
   at-spi2-core libgl1-mesa-dri xwayland fonts-dejavu-core
@@ -40,7 +40,7 @@ present() {
   step "a session" run_session "$3"
 }
 
-# mount_layers FOLDER LOWER...: the topmost of the lower ones first; what is changed is kept in the folder
+# mount_layers FOLDER LOWER...: mounts an overlay, topmost lower layer first; the folder keeps the changes
 mount_layers() {
   local at=$1 lower
   shift
@@ -49,26 +49,26 @@ mount_layers() {
   mount -t overlay overlay -o "lowerdir=$lower,upperdir=$at/upper,workdir=$at/work" "$at/root"
 }
 
-# mount_for_packages ROOT: so that apt works in it
+# mount_for_packages ROOT: mounts what apt needs
 mount_for_packages() {
   mount_kernel_folders "$1"
   mount --bind "$desktops/archives" "$1/var/cache/apt/archives"
 }
 
-# in_root ROOT COMMAND: by a shell, in the environment of a fresh login
+# in_root ROOT COMMAND: runs a shell command with the environment of a login
 in_root() {
   chroot "$1" /usr/bin/env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin TERM=dumb \
     DEBIAN_FRONTEND=noninteractive /bin/sh -ec "$2"
 }
 
-# logged LOG COMMAND...: its output is shown when it fails
+# logged LOG COMMAND...: writes the output to the log, and prints it if the command fails
 logged() {
   local log=$1
   shift
   "$@" > "$log" 2>&1 < /dev/null || { tail -40 "$log"; return 1; }
 }
 
-# The tree as it is, with what has not been committed; not again while only the tests change.
+# Builds the working tree, including uncommitted changes, unless only the tests have changed.
 make_package() {
   local packages=$desktops/$suite-packages stamp
   stamp=$(stamp_of_sources)
@@ -81,7 +81,7 @@ stamp_of_sources() {
   { git -C "$tree" ls-files --stage -- . ':!tests'; git -C "$tree" diff HEAD -- . ':!tests'; } | sha256sum
 }
 
-# Compiled files are kept in the compiler's cache.
+# The compiler's cache keeps compiled files.
 build_package() {
   local at=$desktops/$suite-build root=$desktops/$suite-build/root
   mount_layers "$at" "$kept/base"

@@ -1,4 +1,4 @@
-"""A talk at GNOME. It is run in the session by the script "gnome"."""
+"""A presentation on GNOME. The script "gnome" runs it in the session."""
 import json
 import sys
 from pathlib import Path
@@ -9,7 +9,7 @@ sys.path.insert(0, str(Path(__file__).parents[1]))
 import accessible  # noqa: E402  (the harness is found from here on)
 from gnome_shell import Shell  # noqa: E402
 from harness.waiting import eventually  # noqa: E402
-from room import BLUE, LIMIT, status, wait_until_served, wait_until_sharing  # noqa: E402
+from viewing import BLUE, LIMIT, status, wait_until_served, wait_until_sharing  # noqa: E402
 from talk import (ANOTHER_SCREEN, ANOTHER_WINDOW, AT_SLIDES, NAME, NUMBER, SLIDES,  # noqa: E402
                   TARVINEL, Talk)
 
@@ -27,7 +27,7 @@ class GnomeTalk(Talk):
     def __init__(self, results):
         super().__init__(Shell(), results)
         Gio.Settings.new("org.gnome.desktop.interface").set_boolean("toolkit-accessibility", True)
-        Gio.Settings.new("org.gnome.desktop.session").set_uint("idle-delay", 0)  # no screen goes blank
+        Gio.Settings.new("org.gnome.desktop.session").set_uint("idle-delay", 0)  # the screen is not blanked
 
     def steps(self):
         return [
@@ -90,7 +90,7 @@ class GnomeTalk(Talk):
         accessible.find(TARVINEL, "Start Sharing")
 
     def _start_from_overview(self):
-        """As somebody who types the name of the program there."""
+        """Starts the program by typing its name in the overview."""
         if not self._desktop.run("Main.overview.visible"):
             self._desktop.press("Super_L")
         eventually(lambda: self._desktop.run("Main.overview.visible && !Main.overview.animationInProgress"),
@@ -103,7 +103,7 @@ class GnomeTalk(Talk):
 
     def _choose(self, name, remember=True):
         self._desktop.wait_for_window(self.dialog)
-        if name != self.monitor:  # the only screen is chosen already
+        if name != self.monitor:  # the only screen is already selected
             self._focus(name)
             self._desktop.press("space")
         if not remember:
@@ -112,7 +112,7 @@ class GnomeTalk(Talk):
         self._desktop.wait_for_no_window(self.dialog)
 
     def _focus(self, name):
-        """Goes through the dialog with the Tab key."""
+        """Moves the focus to a widget of the dialog with the Tab key."""
         accessible.find(self.dialog, name)
         self._show(self.dialog, AT_DIALOG)
         for _ in range(MOST_TABS):
@@ -164,7 +164,7 @@ class GnomeTalk(Talk):
 
 
 def _item(label):
-    """The item of the icon's menu with that label, as a script."""
+    """Returns a script for the item of the icon's menu with that label."""
     return ("(function find(items) { for (const item of items) {"
             f" if (item.label?.text === {json.dumps(label)}) return item;"
             " const inside = item.menu && find(item.menu._getMenuItems()); if (inside) return inside; }"

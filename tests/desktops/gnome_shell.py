@@ -1,4 +1,4 @@
-"""GNOME's shell, driven as a hand would, and what it shows. It must run in its unsafe mode."""
+"""GNOME Shell, driven with virtual input devices. It must run in its unsafe mode."""
 import json
 
 from gi.repository import Gio, GLib
@@ -10,7 +10,7 @@ LIMIT = 60
 MADE = """
 const {Clutter, GLib} = imports.gi;
 const seat = Clutter.get_default_backend().get_default_seat();
-globalThis.hand = {
+globalThis.devices = {
   pointer: seat.create_virtual_device(Clutter.InputDeviceType.POINTER_DEVICE),
   keyboard: seat.create_virtual_device(Clutter.InputDeviceType.KEYBOARD_DEVICE),
   now: () => GLib.get_monotonic_time(),
@@ -30,25 +30,25 @@ class Shell:
 
     def __init__(self):
         self.bus = Gio.bus_get_sync(Gio.BusType.SESSION)
-        eventually(self._answers, LIMIT, "GNOME's shell")
+        eventually(self._is_ready, LIMIT, "GNOME's shell")
         self.run(MADE)
 
     def run(self, script):
-        """The value of a script in the shell."""
+        """Runs a script in the shell and returns its value."""
         done, value = self._call("org.gnome.Shell", "/org/gnome/Shell", "org.gnome.Shell", "Eval",
                                  "(s)", script)
         assert done, f"{script}: {value}"
         return json.loads(value) if value else None
 
     def screenshot(self, path):
-        """Everything on the screen, with the pointer."""
+        """Saves a screenshot of the whole screen with the pointer."""
         done, _ = self._call("org.gnome.Shell.Screenshot", "/org/gnome/Shell/Screenshot",
                              "org.gnome.Shell.Screenshot", "Screenshot", "(bbs)", True, False, path)
         assert done, path
 
     def move(self, x, y):
-        """Moves the pointer there; in the units of the screen's layout."""
-        self.run(f"hand.pointer.notify_absolute_motion(hand.now(), {x}, {y})")
+        """Moves the pointer to logical coordinates."""
+        self.run(f"devices.pointer.notify_absolute_motion(devices.now(), {x}, {y})")
         eventually(lambda: max(abs(a - b) for a, b in zip(self.pointer(), (x, y))) < 2, LIMIT, "the pointer is there")
 
     def pointer(self):
@@ -56,11 +56,11 @@ class Shell:
 
     def click(self, x, y):
         self.move(x, y)
-        self.run(" ".join(f"hand.pointer.notify_button(hand.now(), 1, {state});" for state in (1, 0))
+        self.run(" ".join(f"devices.pointer.notify_button(devices.now(), 1, {state});" for state in (1, 0))
                  + " true")
 
     def click_actor(self, actor):
-        """Clicks on a part of the shell's own, given as a script, once it has come to rest."""
+        """Clicks on an actor of the shell, given as a script, when it no longer moves."""
         places = [None]
 
         def rests():
@@ -71,9 +71,9 @@ class Shell:
         self.click(*places[-1])
 
     def press(self, *keys):
-        """Presses keys together, named as in Clutter.KEY_*; in one script, or a slow machine repeats them."""
+        """Presses keys together, named as in Clutter.KEY_*. One script does it, so that keys do not repeat."""
         order = [(key, 1) for key in keys] + [(key, 0) for key in keys[::-1]]
-        self.run(" ".join(f"hand.keyboard.notify_keyval(hand.now(), Clutter.KEY_{key}, {state});"
+        self.run(" ".join(f"devices.keyboard.notify_keyval(devices.now(), Clutter.KEY_{key}, {state});"
                           for key, state in order) + " true")
 
     def type(self, text):
@@ -81,15 +81,15 @@ class Shell:
             self.press(letter)
 
     def place_of_window(self, title):
-        """Left, top, width and height of the window with that title, None when there is none."""
+        """Returns left, top, width and height of the window with that title, or None."""
         return self.run(
             "(w => { const r = w?.get_frame_rect();"
             " return r?.width ? [r.x, r.y, r.width, r.height] : null; })"
             f"({_window(title)})")
 
     def margins(self, title):
-        """How far a share of that window reaches beyond it at the left, top, right and bottom: GNOME shares
-        the shadow that a program draws, too."""
+        """Returns the margins of a share of that window (left, top, right, bottom): GNOME includes the
+        shadow that a program draws."""
         return self.run("(w => { const r = w.get_frame_rect(), all = w.get_buffer_rect();"
                         " return [r.x - all.x, r.y - all.y, all.x + all.width - r.x - r.width,"
                         " all.y + all.height - r.y - r.height]; })"
@@ -102,8 +102,8 @@ class Shell:
         eventually(lambda: not self.place_of_window(title), LIMIT, f"{title!r} is closed")
 
     def move_window(self, title, left, top):
-        """Moves it there, to the front, with the keyboard's focus; gives its place then."""
-        def moved():  # again for a window that is still finding its first place
+        """Moves, raises and focuses the window; returns its rectangle."""
+        def moved():  # repeated for a window that is still being placed
             self.run(f"(w => {{ w.move_frame(true, {left}, {top});"
                      f" w.activate(global.get_current_time()); }})({_window(title)})")
             place = self.place_of_window(title)
@@ -112,11 +112,11 @@ class Shell:
         return eventually(moved, LIMIT, f"{title!r} is there", every=0.5)
 
     def window_count(self):
-        """Of all windows, their menus included."""
+        """Returns the number of all windows, including menus."""
         return self.run("global.get_window_actors().length")
 
     def set_scale(self, scale):
-        """Of the only monitor, as its user would in the settings."""
+        """Sets the scale of the only monitor, as its user would in the settings."""
         display = "org.gnome.Mutter.DisplayConfig"
 
         def call(method, signature="()", *arguments):
@@ -130,7 +130,7 @@ class Shell:
              [(0, 0, scale, 0, True, [(connector, mode, {})])], {})
         eventually(lambda: self.run("global.display.get_monitor_scale(0)") == scale, LIMIT, "the scale")
 
-    def _answers(self):
+    def _is_ready(self):
         try:
             return self.run("Main.layoutManager._startingUp === false")
         except GLib.Error:

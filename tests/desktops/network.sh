@@ -1,5 +1,5 @@
 #!/bin/sh
-# Gives the container a link, so that there is an address to tell the room.
+# Gives the container a link, so that the program has an address to show.
 set -e
 ip link set lo up
 ip link add room type veth peer name switch

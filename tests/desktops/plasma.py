@@ -1,4 +1,4 @@
-"""A talk at KDE Plasma. It is run in the session by the script "plasma"."""
+"""A presentation on KDE Plasma. The script "plasma" runs it in the session."""
 import sys
 from pathlib import Path
 
@@ -8,8 +8,8 @@ sys.path.insert(0, str(Path(__file__).parents[1]))
 import accessible  # noqa: E402  (the harness is found from here on)
 from harness.waiting import eventually  # noqa: E402
 from kwin import RIGHT_BUTTON, KWin  # noqa: E402
-from room import BLUE, LIMIT, status, wait_until_served, wait_until_sharing  # noqa: E402
-from talk import (ANOTHER_SCREEN, ASIDE, AT_SLIDES, NAME, NUMBER, SLIDES, TARVINEL,  # noqa: E402
+from viewing import BLUE, LIMIT, status, wait_until_served, wait_until_sharing  # noqa: E402
+from talk import (ANOTHER_SCREEN, AT_SLIDES, NAME, NUMBER, SLIDES, TARVINEL,  # noqa: E402
                   Talk)
 
 SHELL = "plasmashell"
@@ -85,7 +85,7 @@ class PlasmaTalk(Talk):
         accessible.find(TARVINEL, "Start Sharing")
 
     def _start_from_launcher(self):
-        """As somebody who types the name of the program there."""
+        """Starts the program by typing its name in the launcher."""
         self._click_in_panel(LAUNCHER)
         accessible.find_in(SHELL, "Search")
         self._desktop.type("tarvinel")
@@ -124,7 +124,7 @@ class PlasmaTalk(Talk):
         self._click_in_panel(TARVINEL, RIGHT_BUTTON)
 
     def _press_down(self, count):
-        """In a menu that is just being opened, and takes that item."""
+        """Presses the Down key `count` times in a menu that is being opened, and activates the item."""
         before = self._desktop.window_count()
         for _ in range(count):
             self._desktop.press("Down")
@@ -139,7 +139,7 @@ class PlasmaTalk(Talk):
         eventually(lambda: self._desktop.window_count() > before, LIMIT, f"what {name!r} opens")
 
     def _menu(self):
-        """The labels of the items of the icon's menu that can be chosen, in their order."""
+        """Returns the labels of the enabled items of the icon's menu, in their order."""
         items, = self._desktop.call(WATCHER, f"/{WATCHER.rsplit('.')[-1]}",
                                     "org.freedesktop.DBus.Properties", "Get", "(ss)", WATCHER,
                                     "RegisteredStatusNotifierItems")

@@ -1,17 +1,17 @@
-"""Steps that are taken one after the other, each with its seconds and its result."""
+"""Test steps that run one after the other, each with its duration and its result."""
 import time
 import traceback
 
 
 class Steps:
-    """Takes steps; `picture(name)` makes a screenshot of what a failed step has left."""
+    """Runs steps; `picture(name)` saves a screenshot after a failed step."""
 
     def __init__(self, picture):
         self._picture = picture
         self._passed = self._failed = 0
 
     def take(self, name, step):
-        """Calls step(). A step that fails does not keep the next one from being taken."""
+        """Calls step(). The next step runs even if this one fails."""
         started = time.monotonic()
         try:
             step()

@@ -1,19 +1,19 @@
-"""A talk at a desktop, from the first start to the end: what is the same on all of them."""
+"""A presentation on a desktop, from the first start to the end; the part that all desktops share."""
 import json
 import os
 from pathlib import Path
 
 import accessible
 from harness.waiting import eventually
-from room import (BLUE, GREEN, LIMIT, RED, PaintedWindow, fills, is_near, pointer_on, seen, size_of,
-                  soon, status, wait_until_served, wait_until_sharing)
+from viewing import (BLUE, GREEN, LIMIT, RED, PaintedWindow, fills, is_near, pointer_on, seen, size_of,
+                  becomes_true, status, wait_until_served, wait_until_sharing)
 from steps import Steps
 
 SCREEN = (1920, 1080)
-TITLE_BAR, NEAR = 60, 8  # pixels, at the most
+TITLE_BAR, NEAR = 60, 8  # maximum height in pixels
 TARVINEL, SLIDES, NOTES = "Tarvinel", "Slides", "Notes"
 AT_TARVINEL, AT_SLIDES, AT_NOTES, AT_SCALE_2 = (10, 40), (1100, 200), (1200, 300), (440, 40)
-ASIDE = 4, 300  # where the pointer is on nothing
+ASIDE = 4, 300  # a position outside all windows
 ENDED = "the desktop ended it"
 TOKEN = "PortalRestoreToken"
 SCREEN_AT_FIRST = "Screen (chosen in the desktop's dialog)"
@@ -25,25 +25,25 @@ NAME, NUMBER = "http://tarvinel.local/", "http://192.168.7.2/"
 
 
 class Talk:
-    """`desktop` is a Shell or a KWin. The steps take the program's window; what is particular to a
-    desktop is a matter of the subclasses."""
+    """`desktop` is a Shell or a KWin. The steps use the program's window; subclasses add what is specific
+    to a desktop."""
 
-    dialog = None  # the title of the desktop's dialog
-    monitor = None  # what the only screen is called there
+    dialog = None  # title of the desktop's dialog
+    monitor = None  # name of the only screen there
 
     def __init__(self, desktop, results):
         os.environ["WAYLAND_DISPLAY"] = "wayland-0"
         self._desktop = desktop
         self._results = results
         self._windows = {}
-        self._places = {}  # of windows: left, top, width and height
+        self._places = {}  # rectangles of windows: left, top, width and height
 
     def steps(self):
-        """Names and methods, in their order."""
+        """Returns the names and methods of the steps, in their order."""
         raise NotImplementedError
 
     def run(self):
-        """Takes all steps and tells how many passed."""
+        """Runs all steps and prints how many passed."""
         steps = Steps(self.picture)
         for name, step in self.steps():
             steps.take(name, step)
@@ -221,7 +221,7 @@ class Talk:
         wait_until_served(False)
 
     def _start(self):
-        """Starts the program as a presenter would, and opens its window."""
+        """Starts the program and opens its window."""
         raise NotImplementedError
 
     def _choose(self, name, remember=True):
@@ -238,7 +238,7 @@ class Talk:
         raise NotImplementedError
 
     def _notifications(self):
-        """The texts of the notifications that are there."""
+        """Returns the texts of the current notifications."""
         raise NotImplementedError
 
     def _open(self, title, colour, place, width, height):
@@ -250,8 +250,8 @@ class Talk:
         self._places[title] = self._desktop.move_window(title, *place)
 
     def _choose_source(self, name):
-        """In the window's list of sources, with the keyboard: assistive technology is not told of it.
-        What is shared already goes over to it; else sharing is started."""
+        """Chooses a source with the keyboard, because the window's list is not accessible through AT-SPI.
+        A running share switches to it; otherwise sharing is started."""
         button = eventually(self._button_of_sources, LIMIT, "the list is that of now", every=0.2)
         self._open_list(button)
         self._desktop.move(*ASIDE)
@@ -262,24 +262,24 @@ class Talk:
             accessible.press(TARVINEL, "Start Sharing")
 
     def _open_list(self, button):
-        """Clicks until the list is open: it does not open while there is nothing in it yet."""
+        """Clicks until the list is open, because it does not open while it is empty."""
         before = self._desktop.window_count()
 
         def opened():
             self._click(button)
-            return soon(lambda: self._desktop.window_count() > before)
+            return becomes_true(lambda: self._desktop.window_count() > before)
 
         eventually(opened, LIMIT, "the list is open")
 
     @staticmethod
     def _button_of_sources():
-        """The label of the button that opens the list; None while the list is not up to date."""
+        """Returns the label of the button that opens the list, or None while the list is outdated."""
         label = next((text for text in accessible.texts(TARVINEL) if text.startswith("Source")), "")
         chosen = label.partition(": ")[2]
         return label if status()["sharing"] or not chosen or chosen in _sources() else None
 
     def _click(self, name):
-        """On a widget of the program's window, below its title bar."""
+        """Clicks on a widget of the program's window, below its title bar."""
         self._show(TARVINEL, AT_TARVINEL)
         left, top, width, height = self._desktop.place_of_window(TARVINEL)
         x, y = accessible.find(TARVINEL, name).centre
@@ -291,21 +291,21 @@ class Talk:
         wait_until_sharing(False)
 
     def _expect_screen(self, colour, scale=1):
-        """The whole screen is shared, and the slides are where they are."""
+        """Expects that viewers see the whole screen, with the slides at their position."""
         left, top, width, height = (side * scale for side in self._places[SLIDES])
         picture = seen(lambda picture: fills(picture, colour, (left, top, left + width, top + height),
                                              TITLE_BAR * scale))
         assert size_of(picture) == SCREEN, size_of(picture)
 
     def _expect_window(self, title, colour, scale=1):
-        """That window is shared, and nothing else."""
+        """Expects that viewers see this window and nothing else."""
         width, height = (side * scale for side in self._places[title][2:])
         left, top, right, bottom = (side * scale for side in self._desktop.margins(title))
         seen(lambda picture: size_of(picture) == (left + width + right, top + height + bottom) and
              fills(picture, colour, (left, top, left + width, top + height), TITLE_BAR * scale))
 
     def _expect_pointer_in_window(self, at, colour, scale=1):
-        """The pointer is moved to a place in the slides, and seen there."""
+        """Moves the pointer to a position in the slides and expects that viewers see it there."""
         left, top, _, _ = self._places[SLIDES]
         beyond_left, beyond_top, _, _ = self._desktop.margins(SLIDES)
         self._expect_pointer((left + at[0], top + at[1]),
@@ -317,7 +317,7 @@ class Talk:
         seen(lambda picture: is_near(pointer_on(picture, colour), wanted, tolerance))
 
     def _expect_restored(self):
-        """The next share is what was shared last, and nobody is asked."""
+        """Expects that the next share restores the last one without a dialog."""
         self._choose_source(LAST_SCREEN)
         wait_until_sharing()
         assert not self._desktop.place_of_window(self.dialog)
@@ -331,7 +331,7 @@ class Talk:
 
 
 def _sources():
-    """The titles of what can be chosen, in their order: what was remembered gets an entry of its own."""
+    """Returns the titles of the sources in their order; a remembered source has an entry of its own."""
     preferences = Path.home() / ".config/Tarvinel/preferences.json"
     kept = json.loads(preferences.read_text()) if preferences.exists() else {}
     screens = [LAST_SCREEN, ANOTHER_SCREEN] if kept.get(f"{TOKEN}Display") else [SCREEN_AT_FIRST]

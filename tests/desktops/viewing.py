@@ -1,4 +1,4 @@
-"""What every desktop's script needs for a talk: windows to share, and what the room sees."""
+"""Windows to share, the server's status and what viewers see; the same on every desktop."""
 import subprocess
 import sys
 import time
@@ -10,7 +10,7 @@ from harness import http, pixels
 from harness.viewer import Viewer
 from harness.waiting import eventually
 
-ROOM = ("127.0.0.1", 80)
+SERVER = ("127.0.0.1", 80)
 LIMIT = 60
 RED, GREEN, BLUE = (255, 0, 0), (0, 160, 0), (0, 0, 255)
 WINDOW = Path(__file__).parents[1] / "harness/gtk/decorated_window.py"
@@ -18,7 +18,7 @@ LARGEST_POINTER = 64  # pixels
 
 
 class PaintedWindow:
-    """A window with a title bar and one colour."""
+    """A window with a title bar and a single colour."""
 
     def __init__(self, title, colour, width, height):
         self._child = subprocess.Popen(
@@ -26,23 +26,24 @@ class PaintedWindow:
             stdin=subprocess.PIPE, stdout=subprocess.DEVNULL)
 
     def paint(self, colour):
-        self._tell("paint", _text(colour))
+        self._execute("paint", _text(colour))
 
     def resize(self, width, height):
-        """To that size, without the title bar."""
-        self._tell("resize", width, height)
+        """Resizes the window to this size, without the title bar."""
+        self._execute("resize", width, height)
 
     def close(self):
         self._child.stdin.close()
         self._child.wait(LIMIT)
 
-    def _tell(self, *words):
+    def _execute(self, *words):
         self._child.stdin.write((" ".join(map(str, words)) + "\n").encode())
         self._child.stdin.flush()
 
 
-def soon(condition, within=4):
-    """Whether it comes true within so many seconds: for what is done again if not."""
+def becomes_true(condition, within=4):
+    """Returns the condition's value when it is truthy, or its last value after `within` seconds. The caller
+    then repeats an action."""
     deadline = time.monotonic() + within
     while not (found := condition()) and time.monotonic() < deadline:
         time.sleep(0.1)
@@ -50,11 +51,11 @@ def soon(condition, within=4):
 
 
 def status():
-    return http.get_status(ROOM)
+    return http.get_status(SERVER)
 
 
 def is_served():
-    """Whether the page is there."""
+    """Returns whether the server responds."""
     try:
         return bool(status())
     except OSError:
@@ -70,14 +71,14 @@ def wait_until_sharing(sharing=True):
 
 
 def seen(wanted):
-    """The first picture on /stream that `wanted` accepts."""
-    with Viewer(ROOM) as viewer:
+    """Returns the first picture on /stream that `wanted` accepts."""
+    with Viewer(SERVER) as viewer:
         return pixels.decode(viewer.frame_where(lambda jpeg: wanted(pixels.decode(jpeg)), LIMIT))
 
 
 def fills(picture, colour, place, bar):
-    """Whether exactly this place is of that colour, but for a title bar at its top that is at most
-    that high."""
+    """Returns whether the colour fills exactly this rectangle, except for a title bar of at most `bar`
+    pixels."""
     found = pixels.place_of(picture, colour)
     if found is None:
         return False
@@ -91,13 +92,13 @@ def size_of(picture):
 
 
 def pointer_on(picture, colour):
-    """Where on a ground of one colour the pointer's tip is; None when there is none."""
+    """Returns the position of the pointer's tip on a background of one colour, or None."""
     place = pixels.place_of(picture, colour)
     if place is None:
         return None
     left, top, right, bottom = place
-    ground = picture[top + 4:bottom - 4, left + 4:right - 4].astype(numpy.int16)
-    rows, columns = numpy.nonzero(numpy.abs(ground - colour).max(axis=2) > 100)
+    background = picture[top + 4:bottom - 4, left + 4:right - 4].astype(numpy.int16)
+    rows, columns = numpy.nonzero(numpy.abs(background - colour).max(axis=2) > 100)
     if not len(rows) or max(numpy.ptp(rows), numpy.ptp(columns)) > LARGEST_POINTER:
         return None
     return left + 4 + int(columns.min()), top + 4 + int(rows.min())
