@@ -18,8 +18,9 @@ namespace {
 
 constexpr std::size_t maxPreferencesBytes = std::size_t{1} << 20U;
 
-constexpr int triesForLock = 100;
-constexpr std::chrono::milliseconds pauseBetweenTries{10};
+// A program that writes again and again leaves the lock for an instant only.
+constexpr int triesForLock = 3000;
+constexpr std::chrono::milliseconds pauseBetweenTries{1};
 
 /// Keeps other programs from writing until it goes. One that hangs is not waited for.
 UniqueFd lockedFolder(const std::filesystem::path& folder) {

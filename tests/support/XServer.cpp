@@ -22,7 +22,7 @@ constexpr int readyFd = 9;  ///< as Xvfb sees it
 constexpr int patienceMs = 60000;
 constexpr int attempts = 5;
 
-/// tests/harness/xserver.py claims its numbers there as well.
+/// tests/harness/x11/server.py claims its numbers there as well.
 constexpr const char* claims = "/tmp/.tarvinel-test-displays";
 
 /// Far above the numbers that servers choose by themselves, upwards from 0.
