@@ -178,7 +178,8 @@ TEST_F(NetlinkPathTest, AVPNOverWiFiIsWiFiAndOverCableWired) {
   sysfs.virtualInterface("tun0");
   inTwoNetworks([this] {
     ipBatch(
-        "tuntap add dev tun0 mode tun\naddress add 10.8.0.1/24 dev tun0\nlink set tun0 up\n"
+        "link add tun0 type veth peer name far0\nlink set far0 up\naddress add 10.8.0.1/24 dev "
+        "tun0\nlink set tun0 up\n"
         "route add default dev tun0 metric 50\nroute add default via 10.2.0.2 metric 600\n");
     Watched watched(sysfs);
     EXPECT_TRUE(watched.becomes(false));
