@@ -311,7 +311,7 @@ void AppModel::stopBecause(const std::string& reason) {
 // The presenter may be looking at something else.
 void AppModel::tellStopped(const std::string& reason) {
   update(captureError_, std::optional("Sharing stopped: " + reason));
-  platform_.desktop.notify("Tarvinel", *captureError_);
+  platform_.desktop.alert("Tarvinel", *captureError_);
 }
 
 void AppModel::endShare() {

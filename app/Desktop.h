@@ -37,6 +37,10 @@ class Desktop {
   /// Tells the presenter what happened while looking elsewhere.
   virtual void notify(const std::string& title, const std::string& text) = 0;
 
+  /// The same for what must not be missed: it is shown even where the desktop holds notifications
+  /// back, as some do while a screen is shared.
+  virtual void alert(const std::string& title, const std::string& text) = 0;
+
   /// Keeps the screen from going blank, or no longer.
   virtual void keepAwake(bool awake) = 0;
 

@@ -19,6 +19,7 @@ class TerminalDesktop : public Desktop {
                     std::function<void(std::filesystem::path)> /*chosen*/) override {}
   void revealFolder(const std::filesystem::path& /*folder*/) override {}
   void notify(const std::string& /*title*/, const std::string& /*text*/) override {}
+  void alert(const std::string& /*title*/, const std::string& /*text*/) override {}
   void keepAwake(bool awake) override;
   void quit() override {}
 

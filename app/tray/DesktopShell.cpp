@@ -47,7 +47,13 @@ void DesktopShell::revealFolder(const std::filesystem::path& folder) {
 }
 
 void DesktopShell::notify(const std::string& title, const std::string& text) {
-  showNotification(bus_, QString::fromStdString(title), QString::fromStdString(text));
+  showNotification(bus_, QString::fromStdString(title), QString::fromStdString(text),
+                   Urgency::normal);
+}
+
+void DesktopShell::alert(const std::string& title, const std::string& text) {
+  showNotification(bus_, QString::fromStdString(title), QString::fromStdString(text),
+                   Urgency::critical);
 }
 
 void DesktopShell::keepAwake(bool awake) {

@@ -154,7 +154,7 @@ TEST_F(AppModelTest, ASharedSourceThatIsNoLongerListedEndsTheShareWithAMessage) 
   EXPECT_EQ(model->statusLine(), "Not sharing");
   const std::string why = "Sharing stopped: That source is no longer available. Pick another.";
   EXPECT_EQ(model->captureError(), why);
-  EXPECT_THAT(desktop.done, ElementsAre("awake", "notify Tarvinel: " + why, "may sleep"));
+  EXPECT_THAT(desktop.done, ElementsAre("awake", "alert Tarvinel: " + why, "may sleep"));
 }
 
 TEST_F(AppModelTest, AWindowThatIsMinimisedWhileItIsSharedStaysShared) {
@@ -319,7 +319,7 @@ TEST_F(AppModelTest, AShareThatEndsWhileThePresenterIsAskedForAnotherLeavesTheQu
   ASSERT_TRUE(mainQueue.runUntil([&] { return model->isSharing(); }));
   EXPECT_EQ(model->captureError(), std::nullopt);
   EXPECT_EQ(model->statusLine(), "Sharing Display 2 640×480 · 0 viewers");
-  EXPECT_THAT(desktop.done, ElementsAre("awake", "notify Tarvinel: Sharing stopped: it was closed",
+  EXPECT_THAT(desktop.done, ElementsAre("awake", "alert Tarvinel: Sharing stopped: it was closed",
                                         "may sleep", "awake"));
 }
 
@@ -364,7 +364,7 @@ TEST_F(AppModelTest, ACaptureThatEndsByItselfSaysWhyAndEndsTheShare) {
   ASSERT_TRUE(mainQueue.runUntil([&] { return model->captureError().has_value(); }));
   const std::string why = "Sharing stopped: the display was disconnected";
   EXPECT_EQ(model->captureError(), why);
-  EXPECT_THAT(desktop.done, ElementsAre("awake", "notify Tarvinel: " + why, "may sleep"));
+  EXPECT_THAT(desktop.done, ElementsAre("awake", "alert Tarvinel: " + why, "may sleep"));
   EXPECT_FALSE(model->isSharing());
   EXPECT_EQ(model->statusLine(), "Not sharing");
   startSharing();

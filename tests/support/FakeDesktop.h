@@ -29,6 +29,9 @@ class FakeDesktop : public Desktop {
   void notify(const std::string& title, const std::string& text) override {
     done.push_back("notify " + title + ": " + text);
   }
+  void alert(const std::string& title, const std::string& text) override {
+    done.push_back("alert " + title + ": " + text);
+  }
   void keepAwake(bool awake) override { done.emplace_back(awake ? "awake" : "may sleep"); }
   void quit() override { done.emplace_back("quit"); }
 

@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <vector>
 
 namespace tarvinel {
 namespace {
@@ -111,6 +112,19 @@ TEST_F(DesktopShellTest, NotifiesWithoutMarkup) {
   EXPECT_EQ(arguments.at(0), QStringLiteral("Tarvinel"));
   EXPECT_EQ(arguments.at(3), QStringLiteral("Tarvinel"));
   EXPECT_EQ(arguments.at(4), QStringLiteral("Sharing stopped: &lt;b&gt; &amp; co"));
+}
+
+TEST_F(DesktopShellTest, AnAlertIsCriticalAndANotificationIsNot) {
+  const FakeService& service = serve(notifications, always({1U}));
+  shell_->notify("Tarvinel", "text");
+  shell_->alert("Tarvinel", "text");
+  ASSERT_TRUE(spinUntil([&] { return service.calls("Notify").size() == 2; }));
+  std::vector<uint> urgencies;
+  for (const QDBusMessage& call : service.calls("Notify")) {
+    const auto hints = qdbus_cast<QVariantMap>(call.arguments().at(6));
+    urgencies.push_back(hints.value(QStringLiteral("urgency")).value<uchar>());
+  }
+  EXPECT_EQ(urgencies, (std::vector<uint>{1, 2}));
 }
 
 TEST_F(DesktopShellTest, NotifyingWithoutAServiceIsNothing) {
