@@ -11,7 +11,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-TEST(EndingLimitTest, WhatHangsIsNotWaitedForAnyLonger) {
+/// Starts a new process for each death test: the sanitizers do not support threads in a fork of one
+/// that has several, and the library that draws text keeps one.
+struct EndingLimitTest : testing::Test {
+  EndingLimitTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+};
+
+TEST_F(EndingLimitTest, WhatHangsIsNotWaitedForAnyLonger) {
   const auto hang = [] {
     EndingLimit limit(1s);
     limit.begin();
@@ -21,7 +27,7 @@ TEST(EndingLimitTest, WhatHangsIsNotWaitedForAnyLonger) {
               "tarvinel: ended without waiting longer than 1 seconds for a disk");
 }
 
-TEST(EndingLimitTest, AnOrderlyEndIsLeftAlone) {
+TEST_F(EndingLimitTest, AnOrderlyEndIsLeftAlone) {
   const auto end = [] {
     {
       EndingLimit limit(60s);
@@ -33,7 +39,7 @@ TEST(EndingLimitTest, AnOrderlyEndIsLeftAlone) {
   EXPECT_EXIT(end(), testing::ExitedWithCode(0), "");
 }
 
-TEST(EndingLimitTest, NothingIsLimitedBeforeTheEndBegins) {
+TEST_F(EndingLimitTest, NothingIsLimitedBeforeTheEndBegins) {
   const auto run = [] {
     {
       const EndingLimit limit(0s);

@@ -6,7 +6,7 @@ from gi.repository import Atspi, GLib  # noqa: E402  (the version comes first)
 
 from harness.waiting import eventually  # noqa: E402
 
-LIMIT = 30
+LIMIT = 60
 
 
 class Widget:

@@ -93,8 +93,6 @@ build_package() {
     cd /root/tarvinel
     apt-get -qq -y --no-install-recommends install git
     tools/install-packages build packaging
-    cmake --preset release -DTARVINEL_TESTS=OFF -DTARVINEL_BENCH=OFF \
-      -DCMAKE_CXX_FLAGS=-Wno-error=maybe-uninitialized
     tools/package
     apt-get -qq -y --no-install-recommends install libdrm-dev
     cc -Wall -Wextra -Werror -O2 -shared -fPIC -I/usr/include/libdrm -o /root/render_node.so \

@@ -104,7 +104,7 @@ class PlasmaTalk(Talk):
         self._desktop.press("Escape")
 
     def _stop_in_indicator(self):
-        self._click_in_panel(INDICATOR, RIGHT_BUTTON)
+        self._open_menu_in_panel(INDICATOR)
         self._press_down(1)
 
     def _expect_clipboard(self, text):
@@ -121,7 +121,12 @@ class PlasmaTalk(Talk):
         self._press_down(items.index(label) + 1)
 
     def _open_menu(self):
-        self._click_in_panel(TARVINEL, RIGHT_BUTTON)
+        self._open_menu_in_panel(TARVINEL)
+
+    def _open_menu_in_panel(self, name):
+        before = self._desktop.window_count()
+        self._click_in_panel(name, RIGHT_BUTTON)
+        eventually(lambda: self._desktop.window_count() > before, LIMIT, f"the menu of {name!r}")
 
     def _press_down(self, count):
         """Presses the Down key `count` times in a menu that is being opened, and activates the item."""
@@ -132,11 +137,9 @@ class PlasmaTalk(Talk):
         eventually(lambda: self._desktop.window_count() < before, LIMIT, "the menu is closed")
 
     def _click_in_panel(self, name, *button):
-        before = self._desktop.window_count()
         x, y = accessible.find_in(SHELL, name, roles=("button",)).centre
         left, top, _, _ = self._desktop.place_of_panel()
         self._desktop.click(left + x, top + y, *button)
-        eventually(lambda: self._desktop.window_count() > before, LIMIT, f"what {name!r} opens")
 
     def _menu(self):
         """Returns the labels of the enabled items of the icon's menu, in their order."""

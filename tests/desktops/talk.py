@@ -44,7 +44,7 @@ class Talk:
 
     def run(self):
         """Runs all steps and prints how many passed."""
-        steps = Steps(self.picture)
+        steps = Steps(self.picture, self._results)
         for name, step in self.steps():
             steps.take(name, step)
         print(steps.summary())

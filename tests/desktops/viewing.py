@@ -70,10 +70,28 @@ def wait_until_sharing(sharing=True):
     eventually(lambda: status()["sharing"] == sharing, LIMIT, f"sharing is {sharing}", every=0.2)
 
 
+class NeverSeen(AssertionError):
+    """No picture on /stream was the wanted one; `last` is the last JPEG, or None."""
+
+    def __init__(self, reason, last):
+        super().__init__(f"{reason}; see the last picture")
+        self.last = last
+
+
 def seen(wanted):
     """Returns the first picture on /stream that `wanted` accepts."""
+    last = None
+
+    def accepts(jpeg):
+        nonlocal last
+        last = jpeg
+        return wanted(pixels.decode(jpeg))
+
     with Viewer(SERVER) as viewer:
-        return pixels.decode(viewer.frame_where(lambda jpeg: wanted(pixels.decode(jpeg)), LIMIT))
+        try:
+            return pixels.decode(viewer.frame_where(accepts, LIMIT))
+        except (AssertionError, OSError) as error:
+            raise NeverSeen(error, last) from error
 
 
 def fills(picture, colour, place, bar):

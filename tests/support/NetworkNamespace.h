@@ -15,4 +15,7 @@ void ip(const std::string& arguments);
 /// The same for many lines of arguments at once.
 void ipBatch(const std::string& lines);
 
+/// Waits until the kernel reports the carriers of the calling thread's network as they are.
+void waitForCarriers();
+
 }  // namespace tarvinel::test

@@ -19,6 +19,7 @@ using test::FakeSysfs;
 using test::inNetworkNamespace;
 using test::ip;
 using test::ipBatch;
+using test::waitForCarriers;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using Entry = LocalAddresses::Interface;
@@ -89,6 +90,7 @@ class LocalAddressesHere : public testing::Test {
   void inNetwork(const std::string& setup, const std::function<void()>& steps) {
     const bool permitted = inNetworkNamespace([&] {
       ipBatch(setup);
+      waitForCarriers();
       steps();
     });
     if (!permitted) GTEST_SKIP() << "network namespaces need root";
