@@ -10,8 +10,11 @@ namespace {
 
 class TerminationSignalsTest : public testing::TestWithParam<int> {
  protected:
-  // the tests themselves may run under nohup
-  TerminationSignalsTest() { std::signal(GetParam(), SIG_DFL); }
+  TerminationSignalsTest() {
+    std::signal(GetParam(), SIG_DFL);  // the tests themselves may run under nohup
+    // the sanitizers do not support threads in a fork of a process that has several
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+  }
 
   /// Raises the signal until it is caught for the first time.
   static void raiseOnce(std::promise<void>& caught) {

@@ -1,5 +1,6 @@
 #include "tests/app/tray/updates/FeedServer.h"
 
+#include <QByteArrayList>
 #include <QSslCertificate>
 #include <QSslConfiguration>
 #include <QSslKey>
@@ -38,6 +39,15 @@ zj0EAwIDSAAwRQIgT7iqye3IDdn3XRm6xVyBedsK9QRxg3KjeujpXjL0UjICIQDp
 )";
 
 constexpr qint64 writeAhead = 65536;
+
+QByteArray withLowerFieldNames(const QByteArray& head) {
+  QByteArrayList lines = head.split('\n');
+  for (auto line = lines.begin() + 1; line < lines.end(); ++line) {
+    const auto end = line->indexOf(':');
+    if (end > 0) line->replace(0, end, line->first(end).toLower());
+  }
+  return lines.join('\n');
+}
 
 std::unique_ptr<QTcpServer> secureServer() {
   auto configuration = QSslConfiguration::defaultConfiguration();
@@ -97,7 +107,7 @@ void FeedServer::accept() {
 void FeedServer::read(QTcpSocket& socket, QByteArray& head) {
   head += socket.readAll();
   if (!head.endsWith("\r\n\r\n")) return;
-  requests_.push_back(head.toStdString());
+  requests_.push_back(withLowerFieldNames(head).toStdString());
   const auto found = answers_.find(pathIn(head));
   if (found != answers_.end()) found->second(socket);
 }

@@ -29,7 +29,8 @@ class FeedServer {
 
   void answer(const std::string& path, Answer answer);
 
-  /// The heads of the requests so far.
+  /// The heads of the requests so far, their field names in lower case: case has no meaning in them
+  /// (RFC 9110, section 5.1), and versions of the toolkit differ.
   const std::vector<std::string>& requests() const { return requests_; }
 
   /// How many of the connections so far have ended.
