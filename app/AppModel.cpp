@@ -274,6 +274,7 @@ void AppModel::sharingStarted(std::uint64_t share, const CaptureSource& source,
     sharingFlag_->startSharing(source.title);
     sharedID_ = source.id;
     sharedCapture_ = startedCapture_;
+    platform_.desktop.dismissAlert();  // that an earlier share stopped
     setSharing(true);
   } else if (!isRefusal(outcome.error())) {
     update(captureError_, std::optional(describe(outcome.error())));

@@ -41,6 +41,9 @@ class Desktop {
   /// back, as some do while a screen is shared.
   virtual void alert(const std::string& title, const std::string& text) = 0;
 
+  /// Withdraws the last alert, which is no longer true.
+  virtual void dismissAlert() = 0;
+
   /// Keeps the screen from going blank, or no longer.
   virtual void keepAwake(bool awake) = 0;
 

@@ -20,6 +20,7 @@ class TerminalDesktop : public Desktop {
   void revealFolder(const std::filesystem::path& /*folder*/) override {}
   void notify(const std::string& /*title*/, const std::string& /*text*/) override {}
   void alert(const std::string& /*title*/, const std::string& /*text*/) override {}
+  void dismissAlert() override {}
   void keepAwake(bool awake) override;
   void quit() override {}
 

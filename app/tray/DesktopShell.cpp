@@ -14,7 +14,7 @@
 namespace tarvinel {
 
 DesktopShell::DesktopShell(const QDBusConnection& bus, std::function<void()> quit)
-    : bus_(bus), quit_(std::move(quit)), folderChooser_(bus), idleInhibitor_(bus) {}
+    : bus_(bus), quit_(std::move(quit)), alert_(bus), folderChooser_(bus), idleInhibitor_(bus) {}
 
 void DesktopShell::copy(const std::string& text) {
   copyToClipboard(QString::fromStdString(text));
@@ -47,13 +47,15 @@ void DesktopShell::revealFolder(const std::filesystem::path& folder) {
 }
 
 void DesktopShell::notify(const std::string& title, const std::string& text) {
-  showNotification(bus_, QString::fromStdString(title), QString::fromStdString(text),
-                   Urgency::normal);
+  showNotification(bus_, QString::fromStdString(title), QString::fromStdString(text));
 }
 
 void DesktopShell::alert(const std::string& title, const std::string& text) {
-  showNotification(bus_, QString::fromStdString(title), QString::fromStdString(text),
-                   Urgency::critical);
+  alert_.show(QString::fromStdString(title), QString::fromStdString(text));
+}
+
+void DesktopShell::dismissAlert() {
+  alert_.close();
 }
 
 void DesktopShell::keepAwake(bool awake) {

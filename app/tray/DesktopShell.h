@@ -3,6 +3,7 @@
 #include "app/Desktop.h"
 #include "app/tray/FolderChooser.h"
 #include "app/tray/IdleInhibitor.h"
+#include "app/tray/Notifications.h"
 
 #include <QDBusConnection>
 #include <QObject>
@@ -29,12 +30,14 @@ class DesktopShell : public Desktop {
   void revealFolder(const std::filesystem::path& folder) override;
   void notify(const std::string& title, const std::string& text) override;
   void alert(const std::string& title, const std::string& text) override;
+  void dismissAlert() override;
   void keepAwake(bool awake) override;
   void quit() override;
 
  private:
   const QDBusConnection bus_;
   const std::function<void()> quit_;
+  Alert alert_;
   FolderChooser folderChooser_;
   IdleInhibitor idleInhibitor_;
   QObject context_;  ///< of calls under way

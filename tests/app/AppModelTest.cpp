@@ -320,7 +320,7 @@ TEST_F(AppModelTest, AShareThatEndsWhileThePresenterIsAskedForAnotherLeavesTheQu
   EXPECT_EQ(model->captureError(), std::nullopt);
   EXPECT_EQ(model->statusLine(), "Sharing Display 2 640×480 · 0 viewers");
   EXPECT_THAT(desktop.done, ElementsAre("awake", "alert Tarvinel: Sharing stopped: it was closed",
-                                        "may sleep", "awake"));
+                                        "may sleep", "dismiss alert", "awake"));
 }
 
 TEST_F(AppModelTest, AShareThatEndsByItselfAfterARefusalEndsAsAlways) {

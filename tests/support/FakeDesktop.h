@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tarvinel::test {
@@ -31,12 +32,19 @@ class FakeDesktop : public Desktop {
   }
   void alert(const std::string& title, const std::string& text) override {
     done.push_back("alert " + title + ": " + text);
+    isAlerting_ = true;
+  }
+  void dismissAlert() override {
+    if (std::exchange(isAlerting_, false)) done.emplace_back("dismiss alert");
   }
   void keepAwake(bool awake) override { done.emplace_back(awake ? "awake" : "may sleep"); }
   void quit() override { done.emplace_back("quit"); }
 
   std::vector<std::string> done;
   std::function<void(std::filesystem::path)> chosen;  ///< the last chooser's
+
+ private:
+  bool isAlerting_ = false;
 };
 
 }  // namespace tarvinel::test

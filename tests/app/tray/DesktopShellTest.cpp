@@ -127,6 +127,21 @@ TEST_F(DesktopShellTest, AnAlertIsCriticalAndANotificationIsNot) {
   EXPECT_EQ(urgencies, (std::vector<uint>{1, 2}));
 }
 
+TEST_F(DesktopShellTest, AnAlertReplacesTheOneBeforeAndIsClosedWhenItIsNoLongerTrue) {
+  const FakeService& service = serve(notifications, always({7U}));
+  shell_->dismissAlert();
+  shell_->alert("Tarvinel", "first");
+  ASSERT_TRUE(spinUntil([&] { return service.calls("Notify").size() == 1; }));
+  shell_->dismissAlert();
+  ASSERT_TRUE(spinUntil([&] { return service.calls("CloseNotification").size() == 1; }));
+  EXPECT_EQ(service.calls("CloseNotification").front().arguments().at(0), 7U);
+  shell_->dismissAlert();
+  shell_->alert("Tarvinel", "second");
+  ASSERT_TRUE(spinUntil([&] { return service.calls("Notify").size() == 2; }));
+  EXPECT_EQ(service.calls("Notify").back().arguments().at(1), 0U);
+  EXPECT_EQ(service.calls("CloseNotification").size(), 1U);
+}
+
 TEST_F(DesktopShellTest, NotifyingWithoutAServiceIsNothing) {
   shell_->notify("Tarvinel", "text");
   QCoreApplication::processEvents();
