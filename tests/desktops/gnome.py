@@ -135,6 +135,10 @@ class GnomeTalk(Talk):
                   "imports.gi.St.ClipboardType.CLIPBOARD, (_, text) => done(text)))")
         eventually(lambda: self._desktop.run(script) == text, LIMIT, f"{text} on the clipboard")
 
+    def _expect_notification(self, text):
+        eventually(lambda: any(text in shown for shown in self._notifications()), LIMIT,
+                   f"the notification {text!r}")
+
     def _notifications(self):
         return self._desktop.run(
             "Main.messageTray.getSources().flatMap(source => source.notifications)"

@@ -109,6 +109,10 @@ class KWin:
         """Returns the number of all windows, including menus."""
         return self.run("return workspace.windowList().length;")
 
+    def has_notification(self):
+        """Returns whether the desktop shows a notification."""
+        return self.run("return workspace.windowList().some(w => w.notification || w.criticalNotification);")
+
     def place_of_panel(self):
         """Returns left, top, width and height of the panel, or None while there is none."""
         return self.run("const r = workspace.windowList().find(w => w.dock)?.frameGeometry;"

@@ -78,14 +78,17 @@ class NeverSeen(AssertionError):
         self.last = last
 
 
-def seen(wanted):
-    """Returns the first picture on /stream that `wanted` accepts."""
+def seen(wanted, meanwhile=lambda: None):
+    """Returns the first picture on /stream that `wanted` accepts. Calls `meanwhile` after each other one."""
     last = None
 
     def accepts(jpeg):
         nonlocal last
         last = jpeg
-        return wanted(pixels.decode(jpeg))
+        found = wanted(pixels.decode(jpeg))
+        if not found:
+            meanwhile()
+        return found
 
     with Viewer(SERVER) as viewer:
         try:
