@@ -27,9 +27,9 @@ bool carriersAreReported() {
   std::array<char, 1024> line{};
   while (fgets(line.data(), line.size(), links.get()) != nullptr) {
     const std::string_view link(line.data());
-    const bool isDown =
-        link.find("state DOWN") != link.npos || link.find("state LOWERLAYERDOWN") != link.npos;
-    if (isDown && link.find("LOWER_UP") != link.npos) return false;
+    const bool isDown = link.find("state DOWN") != std::string_view::npos ||
+                        link.find("state LOWERLAYERDOWN") != std::string_view::npos;
+    if (isDown && link.find("LOWER_UP") != std::string_view::npos) return false;
   }
   return true;
 }

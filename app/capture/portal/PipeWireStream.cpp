@@ -93,6 +93,10 @@ struct PipeWireStream::Connection {
       spa_hook_remove(&streamHook);
       pw_stream_destroy(stream);
     }
+    if (registry != nullptr) {
+      spa_hook_remove(&registryHook);
+      pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry));
+    }
     if (core != nullptr) {
       spa_hook_remove(&coreHook);
       pw_core_disconnect(core);
@@ -111,8 +115,10 @@ struct PipeWireStream::Connection {
   pw_loop* const loop;  // any may be null
   pw_context* context = nullptr;
   pw_core* core = nullptr;
+  pw_registry* registry = nullptr;
   pw_stream* stream = nullptr;
   spa_hook coreHook{};
+  spa_hook registryHook{};
   spa_hook streamHook{};
 };
 
@@ -125,6 +131,12 @@ struct PipeWireStream::Events {
   static void coreError(void* self, std::uint32_t id, int /*sequence*/, int result,
                         const char* /*message*/) {
     if (id == PW_ID_CORE && result == -EPIPE) static_cast<PipeWireStream*>(self)->serverEnded();
+  }
+
+  /// A session manager may leave a stream whose source is gone as it is.
+  static void objectRemoved(void* self, std::uint32_t id) {
+    auto& stream = *static_cast<PipeWireStream*>(self);
+    if (id == stream.node_) stream.streamEnded();
   }
 
   static void stateChanged(void* self, pw_stream_state /*before*/, pw_stream_state state,
@@ -166,6 +178,16 @@ struct PipeWireStream::Events {
     return events;
   }
 
+  static const pw_registry_events& ofRegistry() {
+    static const pw_registry_events events = [] {
+      pw_registry_events made{};
+      made.version = PW_VERSION_REGISTRY_EVENTS;
+      made.global_remove = objectRemoved;
+      return made;
+    }();
+    return events;
+  }
+
   static const pw_stream_events& ofStream() {
     static const pw_stream_events events = [] {
       pw_stream_events made{};
@@ -200,6 +222,9 @@ void PipeWireStream::connect(UniqueFd mediaServer, std::uint32_t node) {
   // the library closes the descriptor, whatever comes of it
   made.core = orThrow(pw_context_connect_fd(context, mediaServer.release(), nullptr, 0));
   pw_core_add_listener(made.core, &made.coreHook, &Events::ofCore(), this);
+  node_ = node;
+  made.registry = orThrow(pw_core_get_registry(made.core, PW_VERSION_REGISTRY, 0));
+  pw_registry_add_listener(made.registry, &made.registryHook, &Events::ofRegistry(), this);
   pw_properties* properties = pw_properties_new(PW_KEY_MEDIA_TYPE, "Video", PW_KEY_MEDIA_CATEGORY,
                                                 "Capture", PW_KEY_MEDIA_ROLE, "Screen", nullptr);
   made.stream = orThrow(pw_stream_new(made.core, "Tarvinel", properties));

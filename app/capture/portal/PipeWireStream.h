@@ -104,8 +104,9 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   Handlers handlers_;
   StreamBuffers buffers_;
   std::unique_ptr<Connection> connection_;  ///< null once it ended
-  OneShotTimer deadline_;                   ///< for the first buffer
-  OneShotTimer nextLook_;                   ///< for a picture that nobody told of
+  std::uint32_t node_ = 0;
+  OneShotTimer deadline_;  ///< for the first buffer
+  OneShotTimer nextLook_;  ///< for a picture that nobody told of
   int looksLeft_ = 0;
   int questionsLeft_ = mostQuestions;  ///< of the format, until a picture comes
   bool hadPicture_ = false;
