@@ -84,7 +84,7 @@ class ScratchMachine:
         return children.read_text().split()[0]
 
     def _entering(self, command):
-        return ["nsenter", "--target", self._first_process(), "--mount", "--net", "--pid",
+        return ["nsenter", "--target", self._first_process(), "--mount", "--root", "--net", "--pid",
                 "chroot", self._root / "root", "env", "-i", "HOME=/home/presenter", "USER=root",
                 "TERM=dumb", "LANG=C.UTF-8", "DBUS_SESSION_BUS_ADDRESS=unix:path=/nowhere",
                 "PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin",
