@@ -78,23 +78,19 @@ class NeverSeen(AssertionError):
         self.last = last
 
 
-def seen(wanted, meanwhile=lambda: None):
-    """Returns the first picture on /stream that `wanted` accepts. Calls `meanwhile` after each other one."""
-    last = None
-
-    def accepts(jpeg):
-        nonlocal last
-        last = jpeg
-        found = wanted(pixels.decode(jpeg))
-        if not found:
-            meanwhile()
-        return found
-
+def seen(wanted, meanwhile=None):
+    """Returns the first picture on /stream that `wanted` accepts. Repeats `meanwhile` until then."""
+    last, deadline = None, time.monotonic() + LIMIT
     with Viewer(SERVER) as viewer:
-        try:
-            return pixels.decode(viewer.frame_where(accepts, LIMIT))
-        except (AssertionError, OSError) as error:
-            raise NeverSeen(error, last) from error
+        while time.monotonic() < deadline:
+            if meanwhile:
+                meanwhile()
+            if viewer.readable(0.6):
+                last = viewer.next_frame(LIMIT)
+                picture = pixels.decode(last)
+                if wanted(picture):
+                    return picture
+    raise NeverSeen(f"no such picture within {LIMIT} s", last)
 
 
 def fills(picture, colour, place, bar):
