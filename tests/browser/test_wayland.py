@@ -16,8 +16,8 @@ def session():
         yield made
 
 
-def test_the_screen_is_seen(page, session, network, place):
-    program = session.program("--share", "display-1", **place)
+def test_the_screen_is_seen(page, session, network, program_keywords):
+    program = session.program("--share", "display-1", **program_keywords)
     program.wait_until_sharing()
     page.open(program.listening_port())
     for colour in (0xC02040, 0x20C040):
