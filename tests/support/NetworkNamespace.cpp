@@ -27,9 +27,11 @@ bool carriersAreReported() {
   std::array<char, 1024> line{};
   while (fgets(line.data(), line.size(), links.get()) != nullptr) {
     const std::string_view link(line.data());
-    const bool isDown = link.find("state DOWN") != std::string_view::npos ||
-                        link.find("state LOWERLAYERDOWN") != std::string_view::npos;
-    if (isDown && link.find("LOWER_UP") != std::string_view::npos) return false;
+    const auto says = [link](std::string_view text) {
+      return link.find(text) != std::string_view::npos;
+    };
+    const bool isDown = says("state DOWN") || says("state LOWERLAYERDOWN");
+    if (says("LOWER_UP") ? isDown : says("state UP")) return false;
   }
   return true;
 }

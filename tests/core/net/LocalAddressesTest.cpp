@@ -173,9 +173,11 @@ TEST_F(LocalAddressesHere, AnUnpluggedCableIsLeftOutWhileAnotherNetworkWorks) {
         EXPECT_THAT(LocalAddresses::interfaces(sysfs.path()),
                     ElementsAre(Entry{"wlan0", "10.0.0.9"}));
         ip("link set peer0 up");
+        waitForCarriers();
         EXPECT_EQ(LocalAddresses::preferredHost(sysfs.path()), "192.168.1.20");
         ip("link set peer0 down");
         ip("link set peer1 down");
+        waitForCarriers();
         EXPECT_EQ(LocalAddresses::preferredHost(sysfs.path()), "192.168.1.20") << "as good as any";
       });
 }
