@@ -1,5 +1,8 @@
 """Viewers that disconnect in any way are noticed, even while nothing is sent to them."""
+import os
+import re
 import socket
+from pathlib import Path
 
 import pytest
 
@@ -111,3 +114,24 @@ def watch_from_afar(network, program):
     viewer = Viewer(connection=network.connect_from_client(program.listening_port()))
     viewer.next_frame()
     return viewer
+
+
+def test_no_program_that_it_starts_keeps_a_viewer_connected(not_sharing):
+    before = inherited_sockets(not_sharing)
+    with Viewer(not_sharing.address):
+        wait_for_viewers(not_sharing, 1)
+        assert inherited_sockets(not_sharing) == before
+
+
+def inherited_sockets(program):
+    """Returns the names of the sockets that programs which it starts would inherit."""
+    process = Path("/proc") / str(program.pid)
+    names = []
+    for fd in (process / "fd").iterdir():
+        try:
+            flags = re.search(r"^flags:\s*(\d+)$", (process / "fdinfo" / fd.name).read_text(), re.M)
+            if os.readlink(fd).startswith("socket:") and not int(flags[1], 8) & os.O_CLOEXEC:
+                names.append(fd.name)
+        except FileNotFoundError:
+            pass  # closed meanwhile
+    return names
