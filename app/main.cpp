@@ -1,9 +1,9 @@
-#include "app/CommandLine.h"
-#include "app/HeadlessProgram.h"
 #include "app/doctor/DoctorProgram.h"
+#include "app/startup/CommandLine.h"
+#include "app/terminal/HeadlessProgram.h"
 #ifdef TARVINEL_TRAY
-#include "app/Autostart.h"
-#include "app/tray/TarvinelApp.h"
+#include "app/desktop/TarvinelApp.h"
+#include "app/platform/Autostart.h"
 #endif
 
 #include <csignal>

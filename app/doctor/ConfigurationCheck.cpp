@@ -1,6 +1,6 @@
 #include "app/doctor/ConfigurationCheck.h"
 
-#include "app/Configuration.h"
+#include "app/startup/Configuration.h"
 #include "core/config/ConfigCoding.h"
 #include "core/config/ConfigFile.h"
 #include "core/support/ApplicationSupport.h"

@@ -1,7 +1,5 @@
 #include "app/doctor/DoctorProgram.h"
 
-#include "app/Configuration.h"
-#include "app/PortHelper.h"
 #include "app/doctor/AddressCheck.h"
 #include "app/doctor/ConfigurationCheck.h"
 #include "app/doctor/Doctor.h"
@@ -13,6 +11,8 @@
 #include "app/doctor/SessionCheck.h"
 #include "app/doctor/TrayCheck.h"
 #include "app/doctor/UploadCheck.h"
+#include "app/platform/PortHelper.h"
+#include "app/startup/Configuration.h"
 #include "core/support/Log.h"
 #include "core/support/Version.h"
 

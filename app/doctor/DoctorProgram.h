@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/CommandLine.h"
 #include "app/doctor/Check.h"
+#include "app/startup/CommandLine.h"
 
 #include <vector>
 

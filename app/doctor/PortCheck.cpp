@@ -1,7 +1,7 @@
 #include "app/doctor/PortCheck.h"
 
-#include "app/PortHelper.h"
-#include "app/bind-helper/BindHelper.h"
+#include "app/platform/PortHelper.h"
+#include "app/platform/bind-helper/BindHelper.h"
 #include "core/http/ListeningSocket.h"
 
 #include <fmt/format.h>

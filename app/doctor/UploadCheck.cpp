@@ -1,7 +1,7 @@
 #include "app/doctor/UploadCheck.h"
 
-#include "app/PicturesFolder.h"
-#include "app/UserDefaults.h"
+#include "app/platform/PicturesFolder.h"
+#include "app/platform/UserDefaults.h"
 #include "core/support/Log.h"
 #include "core/uploads/UploadController.h"
 

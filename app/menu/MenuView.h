@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/AppModel.h"
-#include "app/Desktop.h"
 #include "app/menu/MenuItem.h"
+#include "app/model/AppModel.h"
+#include "app/platform/Desktop.h"
 
 #include <vector>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/MainQueue.h"
-#include "app/UserDefaults.h"
+#include "app/platform/MainQueue.h"
+#include "app/platform/UserDefaults.h"
 
 #include <chrono>
 #include <functional>

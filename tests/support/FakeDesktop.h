@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/Desktop.h"
+#include "app/platform/Desktop.h"
 
 #include <filesystem>
 #include <functional>

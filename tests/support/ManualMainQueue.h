@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/MainQueue.h"
+#include "app/platform/MainQueue.h"
 
 #include <chrono>
 #include <condition_variable>

@@ -1,6 +1,6 @@
 #include "app/menu/MenuView.h"
 #include "core/net/DNSServiceCode.h"
-#include "tests/app/ModelFixture.h"
+#include "tests/app/model/ModelFixture.h"
 #include "tests/support/FakeNameRegistrar.h"
 #include "tests/support/TestClient.h"
 

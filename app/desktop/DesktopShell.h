@@ -1,0 +1,46 @@
+#pragma once
+
+#include "app/desktop/services/FolderChooser.h"
+#include "app/desktop/services/IdleInhibitor.h"
+#include "app/platform/Desktop.h"
+#include "app/desktop/services/Notifications.h"
+
+#include <QDBusConnection>
+#include <QObject>
+
+#include <filesystem>
+#include <functional>
+#include <string>
+
+namespace tarvinel {
+
+/// What the presenter's desktop does for the program, through the toolkit and the session bus.
+/// Services are never waited for: one that hangs costs nothing but what it was asked for.
+class DesktopShell : public Desktop {
+ public:
+  /// `quit` ends the program in order.
+  DesktopShell(const QDBusConnection& bus, std::function<void()> quit);
+
+  void copy(const std::string& text) override;
+  void openInBrowser(const std::string& url) override;
+  void openFile(const std::filesystem::path& file) override;
+  void openPrivacySettings() override;
+  void chooseFolder(const std::filesystem::path& current,
+                    std::function<void(std::filesystem::path)> chosen) override;
+  void revealFolder(const std::filesystem::path& folder) override;
+  void notify(const std::string& title, const std::string& text) override;
+  void alert(const std::string& title, const std::string& text) override;
+  void dismissAlert() override;
+  void keepAwake(bool awake) override;
+  void quit() override;
+
+ private:
+  const QDBusConnection bus_;
+  const std::function<void()> quit_;
+  Alert alert_;
+  FolderChooser folderChooser_;
+  IdleInhibitor idleInhibitor_;
+  QObject context_;  ///< of calls under way
+};
+
+}  // namespace tarvinel

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "app/platform/MainQueue.h"
+
+#include <QObject>
+
+namespace tarvinel {
+
+/// The main queue of a program with a desktop toolkit: the toolkit's loop, on the thread that made
+/// this.
+class QtMainQueue : public MainQueue {
+ public:
+  void post(std::function<void()> task) override;
+  std::unique_ptr<Timer> repeat(std::chrono::milliseconds interval,
+                                std::function<void()> task) override;
+
+ private:
+  QObject context_;
+};
+
+}  // namespace tarvinel

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "app/desktop/DesktopShell.h"
+#include "app/desktop/QtMainQueue.h"
+#include "app/desktop/SingleInstance.h"
+#include "app/desktop/icon/TrayHosts.h"
+#include "app/desktop/icon/TrayIcon.h"
+#include "app/desktop/menu/MenuWindow.h"
+#include "app/menu/MenuView.h"
+#include "app/model/AppModel.h"
+#include "app/startup/CommandLine.h"
+#include "app/startup/EndingLimit.h"
+#include "app/startup/ProgramParts.h"
+#include "app/startup/TerminationSignals.h"
+#include "app/terminal/Console.h"
+#include "core/support/LineStream.h"
+
+#include <QDBusConnection>
+#include <QTimer>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace tarvinel {
+
+/// The program on a desktop: the model, an icon in the tray whose menu shows it, and a window with
+/// the same items where no tray is. Lives on the main queue, of which there is one in a process.
+class TarvinelApp {
+ public:
+  TarvinelApp(const TarvinelApp&) = delete;
+  TarvinelApp& operator=(const TarvinelApp&) = delete;
+
+  /// How long the presenter waits for a tray before the window opens.
+  static constexpr std::chrono::seconds trayPatience{5};
+
+  /// Runs the program until it is told to end; returns the exit status. A second run in a session
+  /// has the first one open its window, and ends.
+  static int run(const CommandLineOptions& options);
+
+ private:
+  /// `ending` begins with the first order to end, whoever gives it.
+  TarvinelApp(const CommandLineOptions& options, const ChosenCapture& capture, Log log,
+              const QDBusConnection& bus, EndingLimit& ending);
+  ~TarvinelApp();
+
+  AppModel::Platform platform(const CommandLineOptions& options, const ChosenCapture& capture);
+  void share(const std::string& sourceID);
+  void perform(const MenuCommand& command);
+  void modelChanged();
+  void draw();
+  void traysChanged();
+  bool isInTray() const;
+  void traysAreMissed();
+  void introduce(const std::string& text);
+  void openWindow();
+
+  const Log log_;
+  const std::unique_ptr<LineStream> out_;  ///< standard output; null where nobody reads it
+  QtMainQueue queue_;
+  TerminationSignals signals_;
+  DesktopShell desktop_;
+  std::shared_ptr<AppModel> model_;
+  MenuView view_;
+  MenuWindow window_;
+  std::shared_ptr<Console> console_;  ///< for who started the program in a terminal
+  std::optional<MenuDrawer> drawer_;  ///< of the icon's menu
+  std::optional<TrayIcon> icon_;      ///< once there has been a tray
+  QTimer trayPatience_;
+  TrayHosts trayHosts_;
+  bool isDrawingDue_ = false;
+};
+
+}  // namespace tarvinel

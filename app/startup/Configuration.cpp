@@ -1,0 +1,68 @@
+#include "app/startup/Configuration.h"
+
+#include "app/platform/ResourcesFolder.h"
+#include "core/config/TarvinelConfigError.h"
+#include "core/support/ASCII.h"
+
+#include <fmt/format.h>
+
+#include <exception>
+#include <filesystem>
+#include <utility>
+
+namespace tarvinel {
+
+namespace {
+
+using std::filesystem::path;
+
+std::optional<path> profileFolder(const CommandLineOptions& options) {
+  if (options.profile) return *options.profile;
+  const auto resources = resourcesFolder();
+  if (!resources) return std::nullopt;
+  return *resources / "Profile";
+}
+
+/// One line; the texts of a file cannot break it.
+std::string report(const path& file, const std::exception_ptr& error) {
+  try {
+    std::rethrow_exception(error);
+  } catch (const TarvinelConfigError& corrected) {
+    return withoutControls(fmt::format("config at {}: {}", file.native(), corrected.what()));
+  } catch (const std::exception& unusable) {
+    return withoutControls(fmt::format("config at {} ignored: {}", file.native(), unusable.what()));
+  }
+}
+
+bool isMissing(const std::optional<path>& file) {
+  std::error_code unreachable;
+  return file && !std::filesystem::exists(*file, unreachable);
+}
+
+/// That a file does not exist is worth a word only when it was asked for.
+std::optional<std::string> missingFile(const CommandLineOptions& options) {
+  std::optional<path> profile;
+  if (options.profile) profile = path(*options.profile) / "config.json";
+  for (const auto& [name, file] :
+       {std::pair("config", std::optional<path>(options.config)), std::pair("profile", profile)}) {
+    if (isMissing(file)) {
+      return withoutControls(fmt::format("{} at {} does not exist", name, file->native()));
+    }
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+Configuration Configuration::load(const CommandLineOptions& options, const Log& log) {
+  const path file = options.config ? path(*options.config) : TarvinelConfig::defaultURL();
+  const Logger logger = log.category("config");
+  auto loaded = TarvinelConfig::load(file, profileFolder(options), logger);
+  if (options.port) loaded.config.port = *options.port;
+  if (!loaded.error) return {std::move(loaded.config), missingFile(options)};
+  const std::string problem = report(file, loaded.error);
+  logger->error("{}", problem);
+  return {std::move(loaded.config), problem};
+}
+
+}  // namespace tarvinel

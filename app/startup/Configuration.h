@@ -1,0 +1,22 @@
+#pragma once
+
+#include "app/startup/CommandLine.h"
+#include "core/config/TarvinelConfig.h"
+#include "core/support/Log.h"
+
+#include <optional>
+#include <string>
+
+namespace tarvinel {
+
+/// The settings of this run, and what is wrong with the files they come from, for the presenter.
+struct Configuration {
+  TarvinelConfig config;
+  std::optional<std::string> problem;
+
+  /// Reads the files that the command line names, or those in the default places, and logs a
+  /// problem. Never fails. Blocks.
+  static Configuration load(const CommandLineOptions& options, const Log& log);
+};
+
+}  // namespace tarvinel

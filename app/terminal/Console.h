@@ -1,0 +1,58 @@
+#pragma once
+
+#include "app/model/AppModel.h"
+#include "app/terminal/QRCode.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarvinel {
+
+/// The program's face in a terminal: prints the model's lines as they change and obeys commands,
+/// one a line. Lives on the main queue; the stream and the model outlive it.
+class Console : public std::enable_shared_from_this<Console> {
+ public:
+  /// `quit` is called with the exit status that the program should end with; it is null where
+  /// nothing here ends the program. `colours` fit what `out` goes to.
+  Console(AppModel& model, std::ostream& out, std::function<void(int)> quit,
+          QRColours colours = QRColours::none);
+
+  /// Prints what has changed since the last call; to be called on every change of the model.
+  void refresh();
+
+  /// Says, once it is known where viewers go, what else the presenter should know at first.
+  void introduce(std::string text);
+
+  /// Obeys one line of input.
+  void obey(std::string_view line);
+
+  /// Shares a source once it is listed; says so when it is not.
+  void share(const std::string& sourceID);
+
+ private:
+  void print(std::string_view line);
+  void printIfChanged(const std::string& topic, const std::string& line);
+  void printSources();
+  void printStatus();
+  void printQRCode();
+  void chooseFolder(const std::string& folder);
+  std::string uploadLine() const;
+  std::string perParticipantLine() const;
+  std::vector<std::string> addressLines() const;
+  std::optional<std::string> nameLine() const;
+
+  AppModel& model_;
+  std::ostream& out_;
+  std::function<void(int)> quit_;
+  const QRColours colours_;
+  std::string introduction_;
+  std::map<std::string, std::string> printed_;  ///< the last line of each topic
+};
+
+}  // namespace tarvinel
