@@ -2,9 +2,9 @@
 
 #include "app/capture/pattern/PatternCaptureService.h"
 #include "app/capture/portal/PortalCaptureService.h"
-#include "app/capture/x11/X11CaptureService.h"
-#include "app/capture/x11/X11Connection.h"
-#include "app/capture/x11/X11Error.h"
+#include "app/capture/x11/Service.h"
+#include "app/x11/Connection.h"
+#include "app/x11/Error.h"
 
 #include <cstdlib>
 
@@ -51,9 +51,9 @@ CaptureDecision decideCaptureRoad(CaptureRoad wanted, const CaptureEnvironment& 
 
 bool xServerAnswers(const std::string& display) {
   try {
-    const X11Connection connection(display, {.replyTimeout = X11Options::probeLimit});
+    const x11::Connection connection(display, {.replyTimeout = x11::Options::probeLimit});
     return true;
-  } catch (const X11Error&) {
+  } catch (const x11::Error&) {
     return false;
   }
 }
@@ -63,8 +63,8 @@ std::unique_ptr<ScreenCaptureService> makeCaptureService(CaptureRoad road,
                                                          const CaptureMeans& means, const Log& log,
                                                          SerialQueue& queue) {
   if (road == CaptureRoad::x11) {
-    return std::make_unique<X11CaptureService>(queue, environment.display,
-                                               X11Options{.interrupt = means.interrupt});
+    return std::make_unique<x11::Service>(queue, environment.display,
+                                          x11::Options{.interrupt = means.interrupt});
   }
   if (road == CaptureRoad::portal) {
     return std::make_unique<PortalCaptureService>(queue, log.category("capture"), means.tokens);

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/capture/PixelRect.h"
 #include "core/support/Geometry.h"
+#include "core/support/PixelRect.h"
 
 #include <cstdint>
 #include <optional>

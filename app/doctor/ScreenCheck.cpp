@@ -1,8 +1,8 @@
 #include "app/doctor/ScreenCheck.h"
 
-#include "app/capture/x11/X11Connection.h"
-#include "app/capture/x11/X11Displays.h"
-#include "app/capture/x11/X11Error.h"
+#include "app/capture/x11/windows/Displays.h"
+#include "app/x11/Connection.h"
+#include "app/x11/Error.h"
 
 #include <xcb/composite.h>
 #include <xcb/damage.h>
@@ -23,7 +23,7 @@ namespace {
 using Extension = X11Facts::Extension;
 using enum Finding::State;
 
-std::vector<Extension> missingFrom(const X11Connection& connection) {
+std::vector<Extension> missingFrom(const x11::Connection& connection) {
   const std::array<std::pair<Extension, xcb_extension_t*>, 6> all{
       {{Extension::damage, &xcb_damage_id},
        {Extension::composite, &xcb_composite_id},
@@ -85,15 +85,15 @@ Finding hangingServer(const std::string& display) {
 }  // namespace
 
 X11Facts X11Facts::of(const std::string& display, std::chrono::milliseconds limit) try {
-  const X11Connection connection(display, {.replyTimeout = limit});
+  const x11::Connection connection(display, {.replyTimeout = limit});
   const PixelRect area = connection.rootArea();
   return {.error = "",
           .width = area.width,
           .height = area.height,
           .displays = static_cast<int>(listDisplays(connection).size()),
           .missing = missingFrom(connection)};
-} catch (const X11Error& error) {
-  return {.error = error.what(), .hangs = error.kind() == X11Error::Case::notAnswering};
+} catch (const x11::Error& error) {
+  return {.error = error.what(), .hangs = error.kind() == x11::Error::Case::notAnswering};
 }
 
 ScreenFacts ScreenFacts::of(CaptureRoad wanted, const CaptureEnvironment& environment) {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "app/capture/CaptureServiceFactory.h"
-#include "app/capture/x11/X11Connection.h"
 #include "app/doctor/Finding.h"
+#include "app/x11/Connection.h"
 
 #include <chrono>
 #include <cstdint>
@@ -24,7 +24,7 @@ struct X11Facts {
 
   /// Asks the server of a display such as ":0". `limit` is for each reply.
   static X11Facts of(const std::string& display,
-                     std::chrono::milliseconds limit = X11Options::probeLimit);
+                     std::chrono::milliseconds limit = x11::Options::probeLimit);
 };
 
 /// What is known of the screen where it is not the portal's.

@@ -1,8 +1,8 @@
 #include "app/doctor/TrayCheck.h"
 
-#include "app/TraySelection.h"
-#include "app/capture/x11/X11Connection.h"
-#include "app/capture/x11/X11Error.h"
+#include "app/x11/Connection.h"
+#include "app/x11/Error.h"
+#include "app/x11/TraySelection.h"
 
 #include <systemd/sd-bus.h>
 
@@ -25,8 +25,8 @@ bool hasRegisteredHost(BusInquiry& bus) {
 }
 
 bool selectionHasOwner(const std::string& display) try {
-  const X11Connection connection(display, {.replyTimeout = X11Options::probeLimit});
-  const std::string name = traySelection(display.c_str());
+  const x11::Connection connection(display, {.replyTimeout = x11::Options::probeLimit});
+  const std::string name = x11::traySelection(display.c_str());
   const auto atom = connection.reply(
       xcb_intern_atom_reply,
       xcb_intern_atom(connection.get(), 1, static_cast<std::uint16_t>(name.size()), name.c_str()));
@@ -34,7 +34,7 @@ bool selectionHasOwner(const std::string& display) try {
   const auto selection = connection.reply(xcb_get_selection_owner_reply,
                                           xcb_get_selection_owner(connection.get(), atom->atom));
   return selection->owner != XCB_WINDOW_NONE;
-} catch (const X11Error&) {
+} catch (const x11::Error&) {
   return false;
 }
 

@@ -11,7 +11,7 @@ void TerminalDesktop::keepAwake(bool awake) {
   const char* display = std::getenv("DISPLAY");
   if (!awake || display == nullptr) return;
   // a server that cannot be reached blanks its screen when it likes
-  (void)resultOf([&] { suspension_ = std::make_unique<ScreenSaverSuspension>(display); });
+  (void)resultOf([&] { suspension_ = std::make_unique<x11::ScreenSaverSuspension>(display); });
 }
 
 }  // namespace tarvinel

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/ScreenSaverSuspension.h"
 #include "app/platform/Desktop.h"
+#include "app/x11/ScreenSaverSuspension.h"
 
 #include <memory>
 
@@ -25,7 +25,7 @@ class TerminalDesktop : public Desktop {
   void quit() override {}
 
  private:
-  std::unique_ptr<ScreenSaverSuspension> suspension_;  ///< while kept awake
+  std::unique_ptr<x11::ScreenSaverSuspension> suspension_;  ///< while kept awake
 };
 
 }  // namespace tarvinel

@@ -1,11 +1,11 @@
 #include "tests/support/X11Capture.h"
 
-#include "app/capture/x11/X11CaptureService.h"
+#include "app/capture/x11/Service.h"
 
 namespace tarvinel {
 
 X11Capture::X11Capture(const std::string& screen, const std::vector<std::string>& arguments,
-                       const X11Options& options)
+                       const x11::Options& options)
     : server(screen, arguments),
       client(server.display()),
       run(x11Service(server.display(), options)) {}
@@ -15,9 +15,9 @@ SeenFrame X11Capture::startOnlyDisplay(bool showsCursor) {
   return run.log().frame(0);
 }
 
-CaptureRun::MakeService x11Service(const std::string& display, const X11Options& options) {
+CaptureRun::MakeService x11Service(const std::string& display, const x11::Options& options) {
   return [display, options](SerialQueue& queue) {
-    return std::make_unique<X11CaptureService>(queue, display, options);
+    return std::make_unique<x11::Service>(queue, display, options);
   };
 }
 

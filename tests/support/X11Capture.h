@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/capture/x11/X11Connection.h"
+#include "app/x11/Connection.h"
 #include "tests/support/CaptureRun.h"
 #include "tests/support/XClient.h"
 #include "tests/support/XServer.h"
@@ -15,7 +15,7 @@ namespace tarvinel {
 struct X11Capture {
   explicit X11Capture(const std::string& screen = "320x240x24",
                       const std::vector<std::string>& arguments = {},
-                      const X11Options& options = {});
+                      const x11::Options& options = {});
 
   /// The only display's number.
   std::uint32_t onlyDisplay() { return run.content().displays.at(0).displayID; }
@@ -29,6 +29,6 @@ struct X11Capture {
 };
 
 /// A service for the server of that name, for CaptureRun.
-CaptureRun::MakeService x11Service(const std::string& display, const X11Options& options = {});
+CaptureRun::MakeService x11Service(const std::string& display, const x11::Options& options = {});
 
 }  // namespace tarvinel

@@ -1,6 +1,6 @@
 #include "tests/support/XClient.h"
 
-#include "app/capture/x11/X11Connection.h"
+#include "app/x11/Connection.h"
 
 #include <xcb/randr.h>
 #include <xcb/xcbext.h>
@@ -116,7 +116,7 @@ std::uint32_t XClient::setMonitor(const std::string& name, const PixelRect& area
   info.width = place.width;
   info.height = place.height;
   if (takesOutput) {
-    const XcbPtr<xcb_randr_get_screen_resources_current_reply_t> resources(
+    const x11::XcbPtr<xcb_randr_get_screen_resources_current_reply_t> resources(
         xcb_randr_get_screen_resources_current_reply(
             connection_.get(), xcb_randr_get_screen_resources_current(connection_.get(), root()),
             nullptr));
@@ -149,7 +149,7 @@ void XClient::removeMonitor(const std::string& name) {
 
 void XClient::switchOutputOff() {
   xcb_connection_t* c = connection_.get();
-  const XcbPtr<xcb_randr_get_screen_resources_current_reply_t> resources(
+  const x11::XcbPtr<xcb_randr_get_screen_resources_current_reply_t> resources(
       xcb_randr_get_screen_resources_current_reply(
           c, xcb_randr_get_screen_resources_current(c, root()), nullptr));
   require(resources && resources->num_crtcs == 1, "one controller expected");
@@ -171,7 +171,7 @@ void XClient::setResources(const std::string& text) {
 }
 
 xcb_atom_t XClient::atom(const std::string& name) {
-  const XcbPtr<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
+  const x11::XcbPtr<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
       connection_.get(),
       xcb_intern_atom(connection_.get(), 0, static_cast<std::uint16_t>(name.size()), name.data()),
       nullptr));
@@ -182,10 +182,10 @@ xcb_atom_t XClient::atom(const std::string& name) {
 /// The server does requests in order, so one answered request proves those before it. Errors are a
 /// defect of the test.
 void XClient::sync() {
-  const XcbPtr<xcb_get_input_focus_reply_t> reply(xcb_get_input_focus_reply(
+  const x11::XcbPtr<xcb_get_input_focus_reply_t> reply(xcb_get_input_focus_reply(
       connection_.get(), xcb_get_input_focus(connection_.get()), nullptr));
   require(reply != nullptr, "the test lost its X server");
-  while (const XcbPtr<xcb_generic_event_t> event{xcb_poll_for_event(connection_.get())}) {
+  while (const x11::XcbPtr<xcb_generic_event_t> event{xcb_poll_for_event(connection_.get())}) {
     require(event->response_type != 0, "a request of the test was refused");
   }
 }

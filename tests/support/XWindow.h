@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/capture/PixelRect.h"
+#include "core/support/PixelRect.h"
 #include "tests/support/XClient.h"
 
 #include <xcb/xcb.h>

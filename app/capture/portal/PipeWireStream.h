@@ -1,6 +1,5 @@
 #pragma once
 
-#include "app/capture/PixelRect.h"
 #include "app/capture/portal/CursorFacts.h"
 #include "app/capture/portal/RawPicture.h"
 #include "app/capture/portal/StreamBuffers.h"
@@ -9,6 +8,7 @@
 #include "app/capture/portal/VideoTransform.h"
 #include "core/support/Log.h"
 #include "core/support/OneShotTimer.h"
+#include "core/support/PixelRect.h"
 #include "core/support/SerialQueue.h"
 #include "core/support/UniqueFd.h"
 

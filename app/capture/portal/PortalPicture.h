@@ -1,10 +1,10 @@
 #pragma once
 
 #include "app/capture/CursorImage.h"
-#include "app/capture/PixelRect.h"
 #include "app/capture/ScreenCaptureService.h"
 #include "app/capture/portal/RawPicture.h"
 #include "core/frames/MemoryPixelBuffer.h"
+#include "core/support/PixelRect.h"
 
 #include <cstdint>
 #include <memory>

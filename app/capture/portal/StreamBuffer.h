@@ -1,10 +1,10 @@
 #pragma once
 
-#include "app/capture/PixelRect.h"
 #include "app/capture/portal/RawPicture.h"
 #include "app/capture/portal/TruncationGuard.h"
 #include "app/capture/portal/VideoFormat.h"
 #include "app/capture/portal/VideoTransform.h"
+#include "core/support/PixelRect.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/capture/PixelRect.h"
 #include "app/capture/portal/RawPicture.h"
 #include "app/capture/portal/VideoTransform.h"
+#include "core/support/PixelRect.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "app/capture/CursorImage.h"
-#include "app/capture/PixelRect.h"
 #include "app/capture/portal/RawPicture.h"
+#include "core/support/PixelRect.h"
 
 #include <cstdint>
 

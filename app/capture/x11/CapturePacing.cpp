@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace tarvinel {
+namespace tarvinel::x11 {
 
 CapturePacing::CapturePacing(std::int32_t framesPerSecond)
     : interval_(std::chrono::nanoseconds(std::chrono::seconds(1)) / std::max(framesPerSecond, 1)) {}
@@ -11,4 +11,4 @@ void CapturePacing::looked(Time now, bool delivered) {
   notBefore_ = now + (delivered ? interval_ : interval_ / 8);
 }
 
-}  // namespace tarvinel
+}  // namespace tarvinel::x11

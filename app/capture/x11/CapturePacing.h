@@ -3,7 +3,7 @@
 #include <chrono>
 #include <cstdint>
 
-namespace tarvinel {
+namespace tarvinel::x11 {
 
 /// When a stream may look at the screen again. Pure: the time is passed in.
 class CapturePacing {
@@ -26,4 +26,4 @@ class CapturePacing {
   Time notBefore_{};
 };
 
-}  // namespace tarvinel
+}  // namespace tarvinel::x11

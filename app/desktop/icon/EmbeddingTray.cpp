@@ -1,7 +1,7 @@
 #include "app/desktop/icon/EmbeddingTray.h"
 
-#include "app/TraySelection.h"
-#include "app/capture/x11/X11Connection.h"
+#include "app/x11/Connection.h"
+#include "app/x11/TraySelection.h"
 
 #include <QGuiApplication>
 #include <xcb/xfixes.h>
@@ -24,9 +24,9 @@ xcb_connection_t* toolkitConnection() {
 
 /// The selection that a tray on this screen owns.
 xcb_atom_t traySelectionAtom(xcb_connection_t* connection) {
-  const std::string name = traySelection(nullptr);
+  const std::string name = x11::traySelection(nullptr);
   const auto length = static_cast<std::uint16_t>(name.size());
-  const XcbPtr<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
+  const x11::XcbPtr<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
       connection, xcb_intern_atom(connection, 0, length, name.c_str()), nullptr));
   return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
@@ -35,13 +35,13 @@ xcb_atom_t traySelectionAtom(xcb_connection_t* connection) {
 bool hasXfixes(xcb_connection_t* connection) {
   const auto* extension = xcb_get_extension_data(connection, &xcb_xfixes_id);
   if (extension == nullptr || extension->present == 0) return false;
-  const XcbPtr<xcb_xfixes_query_version_reply_t> version(xcb_xfixes_query_version_reply(
+  const x11::XcbPtr<xcb_xfixes_query_version_reply_t> version(xcb_xfixes_query_version_reply(
       connection, xcb_xfixes_query_version(connection, 5, 0), nullptr));
   return version != nullptr;
 }
 
 bool hasOwner(xcb_connection_t* connection, xcb_atom_t selection) {
-  const XcbPtr<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
+  const x11::XcbPtr<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
       connection, xcb_get_selection_owner(connection, selection), nullptr));
   return reply && reply->owner != XCB_WINDOW_NONE;
 }

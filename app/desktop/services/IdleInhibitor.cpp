@@ -1,9 +1,9 @@
 #include "app/desktop/services/IdleInhibitor.h"
 
-#include "app/ScreenSaverSuspension.h"
-#include "app/capture/x11/X11Error.h"
 #include "app/desktop/dbus/DBusCall.h"
 #include "app/desktop/dbus/DesktopPortal.h"
+#include "app/x11/Error.h"
+#include "app/x11/ScreenSaverSuspension.h"
 
 #include <QDBusObjectPath>
 #include <QGuiApplication>
@@ -44,7 +44,7 @@ struct IdleInhibitor::Hold {
   QDBusConnection bus;
   bool isWanted = true;
   std::optional<QDBusMessage> release;
-  std::unique_ptr<ScreenSaverSuspension> suspension;
+  std::unique_ptr<x11::ScreenSaverSuspension> suspension;
 };
 
 IdleInhibitor::~IdleInhibitor() {
@@ -94,8 +94,8 @@ void IdleInhibitor::askPortal(const std::shared_ptr<Hold>& hold) {
 void IdleInhibitor::holdXServer(Hold& hold) {
   if (QGuiApplication::platformName() != "xcb"_L1) return;
   try {
-    hold.suspension = std::make_unique<ScreenSaverSuspension>(qgetenv("DISPLAY").toStdString());
-  } catch (const X11Error&) {
+    hold.suspension = std::make_unique<x11::ScreenSaverSuspension>(qgetenv("DISPLAY").toStdString());
+  } catch (const x11::Error&) {
     // the screen goes blank when it always does
   }
 }

@@ -1,7 +1,7 @@
 #include "app/capture/CaptureServiceFactory.h"
 #include "app/capture/pattern/PatternCaptureService.h"
 #include "app/capture/portal/PortalCaptureService.h"
-#include "app/capture/x11/X11CaptureService.h"
+#include "app/capture/x11/Service.h"
 #include "core/support/Log.h"
 #include "tests/support/XServer.h"
 
@@ -91,7 +91,7 @@ TEST(MakeCaptureService, MakesTheServiceOfTheRoad) {
   const CaptureMeans means{std::make_shared<RestoreTokens>(), nullptr};
   const Log log = Log::silent();
   const auto x11 = makeCaptureService(CaptureRoad::x11, {":0", "", ""}, means, log, queue);
-  EXPECT_NE(dynamic_cast<X11CaptureService*>(x11.get()), nullptr);
+  EXPECT_NE(dynamic_cast<x11::Service*>(x11.get()), nullptr);
   const auto portal = makeCaptureService(CaptureRoad::portal, {":0", "", ""}, means, log, queue);
   EXPECT_NE(dynamic_cast<PortalCaptureService*>(portal.get()), nullptr);
   const auto pattern = makeCaptureService(CaptureRoad::pattern, {":0", "", ""}, means, log, queue);

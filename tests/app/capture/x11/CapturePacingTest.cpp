@@ -4,7 +4,7 @@
 
 #include <limits>
 
-namespace tarvinel {
+namespace tarvinel::x11 {
 namespace {
 
 using namespace std::chrono_literals;
@@ -48,4 +48,4 @@ TEST(CapturePacing, ARateBelowOneCountsAsOne) {
 }
 
 }  // namespace
-}  // namespace tarvinel
+}  // namespace tarvinel::x11

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "app/capture/x11/pixels/Layer.h"
+#include "core/support/PixelRect.h"
+
+#include <xcb/render.h>
+#include <xcb/xcb.h>
+
+#include <optional>
+#include <vector>
+
+namespace tarvinel::x11 {
+
+class Connection;
+
+/// A pixmap in the server in which the windows of an application are laid over each other, on
+/// black: no pixel of them passes through this program before they are together. Must not outlive
+/// the connection.
+class AppCanvas {
+ public:
+  /// `area` is the canvas's place on the root window, whose pixels it has. Without Render, windows
+  /// with alpha are left out. Throws Error.
+  AppCanvas(const Connection& connection, const PixelRect& area, bool hasRender);
+  ~AppCanvas();
+  AppCanvas(const AppCanvas&) = delete;
+  AppCanvas& operator=(const AppCanvas&) = delete;
+
+  const PixelRect& area() const { return area_; }
+  xcb_pixmap_t pixmap() const { return pixmap_; }
+
+  /// Makes these parts (on the root window) show the layers, given lowest first. Does not wait.
+  void draw(const std::vector<Layer>& layers, const std::vector<PixelRect>& parts);
+
+ private:
+  void preparePictures();
+  void clear(const PixelRect& part) const;
+  void put(const Layer& layer, const PixelRect& part) const;
+  void copy(const Layer& layer, const PixelRect& part) const;
+  void blend(const Layer& layer, const PixelRect& part) const;
+
+  const Connection& connection_;
+  const PixelRect area_;
+  xcb_pixmap_t pixmap_;
+  xcb_gcontext_t gc_;
+  xcb_render_picture_t picture_ = XCB_NONE;  ///< none: windows with alpha are left out
+  xcb_render_pictformat_t alphaFormat_ = XCB_NONE;
+};
+
+}  // namespace tarvinel::x11

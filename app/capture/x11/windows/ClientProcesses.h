@@ -1,0 +1,47 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <unordered_map>
+#include <vector>
+
+namespace tarvinel::x11 {
+
+class Connection;
+struct Atoms;
+
+/// The processes by client in the body of a list of `count` client identities. Throws Error when
+/// the bytes do not hold so many.
+std::unordered_map<std::uint32_t, std::int32_t> parseClientProcesses(
+    std::span<const std::byte> body, std::size_t count);
+
+/// Which processes the clients of an X server are, for listing windows and for sharing them alike:
+/// what the server itself knows from their sockets (XRes 1.2), else what one of the client's
+/// windows claims (_NET_WM_PID). A claim can be a number of another machine or of a container,
+/// where many programs are number 2: it never stands against the server, and a number that the
+/// server knows as another client's is not believed.
+class ClientProcesses {
+ public:
+  /// Asks the server for all clients, and those of `windows` whose client it does not know for
+  /// their claims. Throws Error.
+  ClientProcesses(const Connection& connection, const Atoms& atoms,
+                  const std::vector<xcb_window_t>& windows);
+
+  /// The process that made the window; 0 when that is not known.
+  std::int32_t processOf(xcb_window_t window) const;
+
+ private:
+  using Processes = std::unordered_map<std::uint32_t, std::int32_t>;  ///< by the ID's client bits
+
+  void askServer(const Connection& connection);
+  void askWindows(const Connection& connection, const Atoms& atoms,
+                  const std::vector<xcb_window_t>& windows);
+
+  std::uint32_t clientBits_;
+  Processes processes_;
+};
+
+}  // namespace tarvinel::x11

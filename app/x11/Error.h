@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+
+namespace tarvinel::x11 {
+
+/// Why something about the X server could not be done; what() is the text shown to people.
+class Error : public std::runtime_error {
+ public:
+  enum class Case : std::uint8_t {
+    noDisplayName,
+    cannotConnect,
+    connectionLost,
+    notAnswering,
+    requestRefused,
+    malformedReply,
+    noDamageExtension,
+    noCompositeExtension,
+    unsupportedPixels,
+    displayGone,
+    windowGone,
+    windowTooLarge,
+    applicationGone,
+    outOfMemory,
+  };
+
+  Error(Case kind, const std::string& text) : std::runtime_error(text), kind_(kind) {}
+
+  /// The server refused a request with one of the protocol's error codes.
+  static Error refused(std::uint8_t code);
+  static Error cannotConnect(const std::string& display);
+  static Error notAnswering();
+  static Error connectionLost();
+  static Error malformedReply();
+  static Error windowTooLarge();
+  static Error outOfMemory();
+
+  Case kind() const { return kind_; }
+
+  /// The protocol's error code of a refused request, else 0.
+  std::uint8_t code() const { return code_; }
+
+ private:
+  Case kind_;
+  std::uint8_t code_ = 0;
+};
+
+}  // namespace tarvinel::x11

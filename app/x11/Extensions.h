@@ -1,0 +1,17 @@
+#pragma once
+
+namespace tarvinel::x11 {
+
+class Connection;
+
+/// Negotiates XFixes; false when the server does not have its regions (version 2). Throws Error.
+bool negotiateXFixes(const Connection& connection);
+
+/// Negotiates Composite. Throws Error, with noCompositeExtension when the server cannot give
+/// access to what windows draw (version 0.2).
+void requireComposite(const Connection& connection);
+
+/// Negotiates Render; false when the server does not have it. Throws Error.
+bool negotiateRender(const Connection& connection);
+
+}  // namespace tarvinel::x11

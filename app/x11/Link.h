@@ -1,0 +1,54 @@
+#pragma once
+
+#include "app/x11/Interrupt.h"
+
+#include <xcb/xcb.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+namespace tarvinel::x11 {
+
+/// A socket that an interruption shuts down while this lives.
+class Socket {
+ public:
+  /// Without an interruption when that is null. The socket stays the caller's.
+  Socket(std::shared_ptr<Interrupt> interrupt, int fd);
+  ~Socket();
+  Socket(const Socket&) = delete;
+  Socket& operator=(const Socket&) = delete;
+
+ private:
+  const std::shared_ptr<Interrupt> interrupt_;
+  const int fd_;
+};
+
+/// What a connection to an X server stands on. xcb_connect waits without a limit for a server that
+/// takes connections and says nothing; this fails by a deadline, and by an interruption from then
+/// on. Cookies are found as xcb finds them, in $XAUTHORITY or ~/.Xauthority; of the methods that
+/// the file may name only MIT-MAGIC-COOKIE-1 is known.
+class Link {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  /// Connects to a display such as ":0" (X(7), "Display names"). Throws Error.
+  Link(const std::string& display, Clock::time_point deadline,
+       std::shared_ptr<Interrupt> interrupt);
+
+  xcb_connection_t* get() const { return connection_.get(); }
+
+  /// The screen that the display's name selects.
+  int screenNumber() const { return screenNumber_; }
+
+ private:
+  struct Disconnect {
+    void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
+  };
+
+  std::unique_ptr<xcb_connection_t, Disconnect> connection_;
+  std::unique_ptr<Socket> socket_;  ///< forgets the descriptor before the connection closes it
+  int screenNumber_ = 0;
+};
+
+}  // namespace tarvinel::x11

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "app/x11/Connection.h"
+
+#include <string>
+
+namespace tarvinel::x11 {
+
+/// Keeps an X server from blanking its screen while it lives. Lives on the thread that made it.
+class ScreenSaverSuspension {
+ public:
+  /// Connects to a display such as ":0". Throws Error; a server without the extension for it
+  /// does what it always does.
+  explicit ScreenSaverSuspension(const std::string& display);
+
+ private:
+  const Connection connection_;
+};
+
+}  // namespace tarvinel::x11
