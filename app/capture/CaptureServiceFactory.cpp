@@ -1,7 +1,7 @@
 #include "app/capture/CaptureServiceFactory.h"
 
-#include "app/capture/pattern/PatternCaptureService.h"
-#include "app/capture/portal/PortalCaptureService.h"
+#include "app/capture/pattern/Service.h"
+#include "app/capture/portal/Service.h"
 #include "app/capture/x11/Service.h"
 #include "app/x11/Connection.h"
 #include "app/x11/Error.h"
@@ -67,9 +67,9 @@ std::unique_ptr<ScreenCaptureService> makeCaptureService(CaptureRoad road,
                                           x11::Options{.interrupt = means.interrupt});
   }
   if (road == CaptureRoad::portal) {
-    return std::make_unique<PortalCaptureService>(queue, log.category("capture"), means.tokens);
+    return std::make_unique<portal::Service>(queue, log.category("capture"), means.tokens);
   }
-  return std::make_unique<PatternCaptureService>(queue);
+  return std::make_unique<pattern::Service>(queue);
 }
 
 }  // namespace tarvinel

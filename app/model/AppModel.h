@@ -55,7 +55,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     CaptureEngine::ServiceFactory captureService;
     UserDefaults::Place userDefaults;
     /// Kept in the user defaults; none where no desktop gives any.
-    std::shared_ptr<RestoreTokens> restoreTokens = {};
+    std::shared_ptr<portal::RestoreTokens> restoreTokens = {};
     /// Makes whatever the capture waits for fail, for good; called at the end when something there
     /// hangs. May be null.
     std::function<void()> interruptCapture = {};

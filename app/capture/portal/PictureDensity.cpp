@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace tarvinel {
+namespace tarvinel::portal {
 
 /// Areas are compared: the picture may lie where what was told stands. Fewer pixels than points
 /// come of a window that is only a part of what was told.
@@ -17,4 +17,4 @@ std::optional<Size> PictureDensity::points(std::size_t width, std::size_t height
   return Size{wide / *pixelsPerPoint_, high / *pixelsPerPoint_};
 }
 
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

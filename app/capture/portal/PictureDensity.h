@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <optional>
 
-namespace tarvinel {
+namespace tarvinel::portal {
 
 /// How many pixels of the pictures make a point of what is shared. The desktop tells the size in
 /// points but once, while windows grow and screens are turned: the density is what stays.
@@ -24,4 +24,4 @@ class PictureDensity {
   std::optional<double> pixelsPerPoint_;  ///< absent before the first picture
 };
 
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

@@ -1,6 +1,6 @@
 #include "app/capture/portal/PipeWireStream.h"
 
-#include "app/capture/portal/PortalError.h"
+#include "app/capture/portal/Error.h"
 #include "app/capture/portal/StreamBuffer.h"
 #include "app/capture/portal/TruncationGuard.h"
 
@@ -21,7 +21,7 @@
 #pragma clang diagnostic ignored "-Wgnu-statement-expression"
 #endif
 
-namespace tarvinel {
+namespace tarvinel::portal {
 
 namespace {
 
@@ -32,7 +32,7 @@ constexpr int mostLooks = 20;
 
 template <class T>
 T* orThrow(T* made) {
-  if (made == nullptr) throw PortalError(PortalError::Case::noMediaServer);
+  if (made == nullptr) throw Error(Error::Case::noMediaServer);
   return made;
 }
 
@@ -55,8 +55,8 @@ std::vector<StreamParameter> wantedParameters(bool withCursor) {
       StreamParameter::facts(SPA_META_VideoDamage, region, region * mostDamageRects)};
   if (withCursor) {
     wanted.push_back(StreamParameter::facts(
-        SPA_META_Cursor, static_cast<std::uint32_t>(CursorFacts::bytesFor(usualCursor)),
-        static_cast<std::uint32_t>(CursorFacts::bytesFor(CursorFacts::longest))));
+        SPA_META_Cursor, static_cast<std::uint32_t>(CursorMetadata::bytesFor(usualCursor)),
+        static_cast<std::uint32_t>(CursorMetadata::bytesFor(CursorMetadata::longest))));
   }
   return wanted;
 }
@@ -242,7 +242,7 @@ void PipeWireStream::connectStream(std::uint32_t node) {
       PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_DONT_RECONNECT);
   if (pw_stream_connect(connection_->stream, PW_DIRECTION_INPUT, node, flags, parameters.data(),
                         parameters.size()) < 0) {
-    throw PortalError(PortalError::Case::noMediaServer);
+    throw Error(Error::Case::noMediaServer);
   }
 }
 
@@ -259,8 +259,8 @@ void PipeWireStream::awaitBuffers() {
   deadline_.start(longestToBegin, [weak = weak_from_this()] {
     const auto self = weak.lock();
     if (!self) return;
-    self->end(portalFailure(self->serverAnswers_ ? PortalError::Case::notStarted
-                                                 : PortalError::Case::noMediaServer));
+    self->end(
+        portalFailure(self->serverAnswers_ ? Error::Case::notStarted : Error::Case::noMediaServer));
   });
 }
 
@@ -284,7 +284,7 @@ void PipeWireStream::end(const std::exception_ptr& why) {
 }
 
 void PipeWireStream::streamEnded() {
-  if (!ended_) ended_ = portalFailure(PortalError::Case::sourceGone);
+  if (!ended_) ended_ = portalFailure(Error::Case::sourceGone);
 }
 
 /// What a producer sends may need more memory than there is. No exception passes through the
@@ -293,14 +293,14 @@ void PipeWireStream::guarded(const std::function<void(PipeWireStream&)>& step) {
   try {
     step(*this);
   } catch (const std::bad_alloc&) {
-    ended_ = portalFailure(PortalError::Case::outOfMemory);
+    ended_ = portalFailure(Error::Case::outOfMemory);
   } catch (...) {
     ended_ = std::current_exception();
   }
 }
 
 void PipeWireStream::serverEnded() {
-  ended_ = portalFailure(PortalError::Case::mediaServerGone);
+  ended_ = portalFailure(Error::Case::mediaServerGone);
 }
 
 /// A format that was not offered shows nothing until the next one comes.
@@ -473,4 +473,4 @@ PixelRect PipeWireStream::frameArea() const {
   return {0, 0, format_->width, format_->height};
 }
 
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "app/capture/portal/CursorFacts.h"
+#include "app/capture/portal/CursorMetadata.h"
+#include "app/capture/portal/FrameRotator.h"
 #include "app/capture/portal/RawPicture.h"
 #include "app/capture/portal/StreamBuffers.h"
-#include "app/capture/portal/UprightPicture.h"
 #include "app/capture/portal/VideoFormat.h"
 #include "app/capture/portal/VideoTransform.h"
 #include "core/support/Log.h"
@@ -24,7 +24,7 @@
 struct pw_buffer;
 struct spa_pod;
 
-namespace tarvinel {
+namespace tarvinel::portal {
 
 /// Takes pictures from one node of a PipeWire media server. Its loop runs on the capture queue,
 /// where everything is reported; the queue outlives it. Handlers other than `onPicture` may destroy
@@ -48,7 +48,7 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
     /// After all that had come was reported.
     std::function<void()> onRest;
 
-    /// Once, with a PortalError; nothing follows.
+    /// Once, with a Error; nothing follows.
     std::function<void(std::exception_ptr)> onEnd;
   };
 
@@ -63,7 +63,7 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   PipeWireStream(const PipeWireStream&) = delete;
   PipeWireStream& operator=(const PipeWireStream&) = delete;
 
-  /// Connects; called once. Throws PortalError.
+  /// Connects; called once. Throws Error.
   void connect(UniqueFd mediaServer, std::uint32_t node);
 
  private:
@@ -115,16 +115,16 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   std::optional<VideoFormat> format_;
   std::optional<Rects> damage_;  ///< since the last picture, frame's pixels; absent: not known
   PixelRect content_;            ///< where in the frame the last picture was
-  CursorFacts cursor_;
+  CursorMetadata cursor_;
   bool serverAnswers_ = false;
   bool cursorChanged_ = false;  ///< and was not shown yet
   VideoTransform transform_;    ///< of the last picture
   bool toldLoss_ = false;
   bool toldNonsense_ = false;
-  UprightPicture upright_;
+  FrameRotator upright_;
   bool isReady_ = false;
   bool reportedReady_ = false;
   std::exception_ptr ended_;  ///< to be reported
 };
 
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-namespace tarvinel {
+namespace tarvinel::portal {
 
 namespace {
 
@@ -51,4 +51,4 @@ PixelRect clipped(const RawRegion& region, const PixelRect& area) {
   return {small(across.start), small(down.start), small(across.length), small(down.length)};
 }
 
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

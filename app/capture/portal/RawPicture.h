@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <optional>
 
-namespace tarvinel {
+namespace tarvinel::portal {
 
 /// Of each layout that is taken.
 inline constexpr std::size_t bytesPerPixel = 4;
@@ -57,4 +57,4 @@ std::optional<RawPicture> pictureIn(const RawBuffer& buffer, const VideoFormat& 
 /// The part of the region that lies in `area`, in the same coordinates; it may be empty.
 PixelRect clipped(const RawRegion& region, const PixelRect& area);
 
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

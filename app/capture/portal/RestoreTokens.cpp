@@ -2,10 +2,10 @@
 
 #include <utility>
 
-namespace tarvinel {
+namespace tarvinel::portal {
 
-const char* RestoreTokens::key(PortalSourceType type) {
-  return type == PortalSourceType::display ? displayKey : windowKey;
+const char* RestoreTokens::key(SourceType type) {
+  return type == SourceType::display ? displayKey : windowKey;
 }
 
 void RestoreTokens::begin(
@@ -26,11 +26,11 @@ std::optional<std::string> RestoreTokens::token(const std::string& key) const {
   return found->second;
 }
 
-PortalMemory RestoreTokens::memory(const std::string& key) const {
+Memory RestoreTokens::memory(const std::string& key) const {
   const std::lock_guard lock(mutex_);
   const auto found = tokens_.find(key);
-  if (found == tokens_.end()) return PortalMemory::none;
-  return found->second.empty() ? PortalMemory::lost : PortalMemory::known;
+  if (found == tokens_.end()) return Memory::none;
+  return found->second.empty() ? Memory::lost : Memory::known;
 }
 
 void RestoreTokens::remember(const std::string& key, const std::optional<std::string>& token) {
@@ -43,4 +43,4 @@ void RestoreTokens::remember(const std::string& key, const std::optional<std::st
   if (onChange) onChange(key, token.value_or(""));
 }
 
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/capture/portal/PortalOffer.h"
+#include "app/capture/portal/Capabilities.h"
 
 #include <functional>
 #include <map>
@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-namespace tarvinel {
+namespace tarvinel::portal {
 
 /// What the desktop gave so that it need not ask again for what the presenter has chosen before: a
 /// token by the name under which it is remembered from one run to the next. Safe from any thread.
@@ -17,7 +17,7 @@ class RestoreTokens {
   static constexpr const char* displayKey = "PortalRestoreTokenDisplay";
   static constexpr const char* windowKey = "PortalRestoreTokenWindow";
 
-  static const char* key(PortalSourceType type);
+  static const char* key(SourceType type);
 
   /// Takes what an earlier run knew. `onChange` is called with each later change, on the thread
   /// that makes it; an empty text forgets.
@@ -25,7 +25,7 @@ class RestoreTokens {
              std::function<void(const std::string& key, const std::string& token)> onChange);
 
   std::optional<std::string> token(const std::string& key) const;
-  PortalMemory memory(const std::string& key) const;
+  Memory memory(const std::string& key) const;
 
   /// Replaces the token, which can be used but once; none when the desktop gave none.
   void remember(const std::string& key, const std::optional<std::string>& token);
@@ -36,4 +36,4 @@ class RestoreTokens {
   std::function<void(const std::string&, const std::string&)> onChange_;
 };
 
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

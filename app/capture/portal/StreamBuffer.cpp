@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace tarvinel {
+namespace tarvinel::portal {
 
 namespace {
 
@@ -121,4 +121,4 @@ std::span<const std::uint8_t> StreamBuffer::cursorFacts() const {
   return {static_cast<const std::uint8_t*>(meta->data), meta->size};
 }
 
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

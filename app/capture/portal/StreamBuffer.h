@@ -15,7 +15,7 @@
 
 struct pw_buffer;
 
-namespace tarvinel {
+namespace tarvinel::portal {
 
 /// A borrowed buffer of a stream, and what its producer tells of it. Nothing of that is believed
 /// beyond the memory that there is. Plain value.
@@ -60,4 +60,4 @@ class StreamBuffer {
   const pw_buffer* buffer_;
 };
 
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

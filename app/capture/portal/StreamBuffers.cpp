@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace tarvinel {
+namespace tarvinel::portal {
 
 bool StreamBuffers::lackMemory() const {
   return !buffers_.empty() &&
@@ -30,4 +30,4 @@ const pw_buffer* StreamBuffers::newest(const VideoFormat& format) const {
   return isClear ? newest : nullptr;
 }
 
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

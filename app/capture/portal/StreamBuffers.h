@@ -6,7 +6,7 @@
 
 struct pw_buffer;
 
-namespace tarvinel {
+namespace tarvinel::portal {
 
 /// All buffers of a stream, wherever they are on their way between producer and here. Borrows them.
 class StreamBuffers {
@@ -25,4 +25,4 @@ class StreamBuffers {
   std::vector<const pw_buffer*> buffers_;
 };
 
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

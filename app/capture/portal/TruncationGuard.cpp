@@ -5,7 +5,7 @@
 
 #include <cerrno>
 
-namespace tarvinel {
+namespace tarvinel::portal {
 
 namespace {
 
@@ -55,4 +55,4 @@ bool TruncationGuard::fillWithZeros(const void* missing) {
          MAP_FAILED;
 }
 
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace tarvinel {
+namespace tarvinel::portal {
 
 /// A part of a file, as it is mapped into memory.
 struct SharedMap {
@@ -43,4 +43,4 @@ class TruncationGuard {
   volatile std::sig_atomic_t truncated_ = 0;
 };
 
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

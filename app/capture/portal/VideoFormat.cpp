@@ -10,7 +10,7 @@
 #include <array>
 #include <cstring>
 
-namespace tarvinel {
+namespace tarvinel::portal {
 
 namespace {
 
@@ -156,4 +156,4 @@ const spa_pod* StreamParameter::pod() const {
   return reinterpret_cast<const spa_pod*>(storage_.data());
 }
 
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

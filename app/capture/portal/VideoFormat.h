@@ -8,7 +8,7 @@
 
 struct spa_pod;
 
-namespace tarvinel {
+namespace tarvinel::portal {
 
 /// The layouts of a pixel that are taken: four bytes, the fourth is padding or alpha.
 enum class PixelOrder : std::uint8_t { bgr, rgb };
@@ -49,4 +49,4 @@ class StreamParameter {
   std::vector<std::uint64_t> storage_;  ///< aligned as needed
 };
 
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <utility>
 
-namespace tarvinel {
+namespace tarvinel::portal {
 
 namespace {
 
@@ -71,4 +71,4 @@ void VideoTransform::write(const RawPicture& picture, std::uint8_t* pixels,
   if (status != 0) throw std::runtime_error("a picture of the screen could not be turned");
 }
 
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-namespace tarvinel {
+namespace tarvinel::portal {
 
 /// How a producer has turned its pictures away from upright: counter-clockwise by so many quarters
 /// of a circle, after it mirrored them left to right or did not. Plain value; all functions are
@@ -47,4 +47,4 @@ class VideoTransform {
   bool mirrored_ = false;       ///< before
 };
 
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

@@ -1,6 +1,6 @@
 #include "app/capture/CaptureServiceFactory.h"
-#include "app/capture/pattern/PatternCaptureService.h"
-#include "app/capture/portal/PortalCaptureService.h"
+#include "app/capture/pattern/Service.h"
+#include "app/capture/portal/Service.h"
 #include "app/capture/x11/Service.h"
 #include "core/support/Log.h"
 #include "tests/support/XServer.h"
@@ -88,14 +88,14 @@ TEST(XServerAnswers, OnlyWhenThereIsOne) {
 
 TEST(MakeCaptureService, MakesTheServiceOfTheRoad) {
   SerialQueue queue(".capture");
-  const CaptureMeans means{std::make_shared<RestoreTokens>(), nullptr};
+  const CaptureMeans means{std::make_shared<portal::RestoreTokens>(), nullptr};
   const Log log = Log::silent();
   const auto x11 = makeCaptureService(CaptureRoad::x11, {":0", "", ""}, means, log, queue);
   EXPECT_NE(dynamic_cast<x11::Service*>(x11.get()), nullptr);
   const auto portal = makeCaptureService(CaptureRoad::portal, {":0", "", ""}, means, log, queue);
-  EXPECT_NE(dynamic_cast<PortalCaptureService*>(portal.get()), nullptr);
+  EXPECT_NE(dynamic_cast<portal::Service*>(portal.get()), nullptr);
   const auto pattern = makeCaptureService(CaptureRoad::pattern, {":0", "", ""}, means, log, queue);
-  EXPECT_NE(dynamic_cast<PatternCaptureService*>(pattern.get()), nullptr);
+  EXPECT_NE(dynamic_cast<pattern::Service*>(pattern.get()), nullptr);
 }
 
 }  // namespace

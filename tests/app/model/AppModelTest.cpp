@@ -341,19 +341,19 @@ TEST_F(AppModelTest, AShareThatEndsByItselfAfterARefusalEndsAsAlways) {
 }
 
 TEST_F(AppModelTest, WhatTheDesktopGivesAgainstAskingAgainIsRemembered) {
-  const auto tokens = std::make_shared<RestoreTokens>();
-  const auto launchWith = [&](std::shared_ptr<RestoreTokens> given) {
+  const auto tokens = std::make_shared<portal::RestoreTokens>();
+  const auto launchWith = [&](std::shared_ptr<portal::RestoreTokens> given) {
     auto parts = platform(mainQueue);
     parts.restoreTokens = std::move(given);
     model = AppModel::create(config, parts, uploads);
   };
   launchWith(tokens);
-  tokens->remember(RestoreTokens::displayKey, "once");
+  tokens->remember(portal::RestoreTokens::displayKey, "once");
   ASSERT_TRUE(
       mainQueue.runUntil([&] { return std::filesystem::exists(folder / "preferences.json"); }));
-  const auto later = std::make_shared<RestoreTokens>();
+  const auto later = std::make_shared<portal::RestoreTokens>();
   launchWith(later);
-  EXPECT_EQ(later->token(RestoreTokens::displayKey), "once");
+  EXPECT_EQ(later->token(portal::RestoreTokens::displayKey), "once");
 }
 
 TEST_F(AppModelTest, ACaptureThatEndsByItselfSaysWhyAndEndsTheShare) {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace tarvinel {
+namespace tarvinel::portal {
 namespace {
 
 TEST(PictureDensity, IsOneWhereAPixelIsAPoint) {
@@ -34,4 +34,4 @@ TEST(PictureDensity, IsNotKnownWithoutASizeThatWasTold) {
 }
 
 }  // namespace
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

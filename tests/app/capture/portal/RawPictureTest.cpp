@@ -6,7 +6,7 @@
 #include <limits>
 #include <vector>
 
-namespace tarvinel {
+namespace tarvinel::portal {
 namespace {
 
 using Int = std::numeric_limits<std::int32_t>;
@@ -123,4 +123,4 @@ TEST(ClippedRegion, SurvivesAnyNumbers) {
 }
 
 }  // namespace
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

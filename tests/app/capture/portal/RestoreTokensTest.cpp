@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-namespace tarvinel {
+namespace tarvinel::portal {
 namespace {
 
 using testing::ElementsAre;
@@ -42,21 +42,21 @@ TEST(RestoreTokens, TheNewestReplacesTheOneBeforeAndIsTold) {
 
 TEST(RestoreTokens, TellsWhatIsLostFromWhatNeverWas) {
   RestoreTokens tokens;
-  EXPECT_EQ(tokens.memory(display), PortalMemory::none);
+  EXPECT_EQ(tokens.memory(display), Memory::none);
   tokens.remember(display, std::nullopt);
-  EXPECT_EQ(tokens.memory(display), PortalMemory::none);
+  EXPECT_EQ(tokens.memory(display), Memory::none);
   tokens.remember(display, "first");
-  EXPECT_EQ(tokens.memory(display), PortalMemory::known);
+  EXPECT_EQ(tokens.memory(display), Memory::known);
   tokens.remember(display, std::nullopt);
-  EXPECT_EQ(tokens.memory(display), PortalMemory::lost);
+  EXPECT_EQ(tokens.memory(display), Memory::lost);
   EXPECT_EQ(tokens.token(display), std::nullopt);
 }
 
 TEST(RestoreTokens, AnEmptyOneIsNone) {
   RestoreTokens tokens;
   tokens.begin([](const std::string&) { return std::optional<std::string>(""); }, nullptr);
-  EXPECT_EQ(tokens.memory(display), PortalMemory::none);
+  EXPECT_EQ(tokens.memory(display), Memory::none);
 }
 
 }  // namespace
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

@@ -8,7 +8,7 @@
 #include <array>
 #include <cstdint>
 
-namespace tarvinel {
+namespace tarvinel::portal {
 namespace {
 
 constexpr VideoFormat onePixel{PixelOrder::bgr, 1, 1};
@@ -129,4 +129,4 @@ TEST_F(StreamBuffersTest, TheyLackMemoryWhenNoneHasAny) {
 }
 
 }  // namespace
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace tarvinel {
+namespace tarvinel::portal {
 namespace {
 
 using test::MemoryFile;
@@ -113,4 +113,4 @@ TEST_F(TruncationGuardDeathTest, otherMemoryThatIsGoneEndsTheProgram) {
 }
 
 }  // namespace
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

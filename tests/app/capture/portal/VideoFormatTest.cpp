@@ -12,7 +12,7 @@
 #include <optional>
 #include <vector>
 
-namespace tarvinel {
+namespace tarvinel::portal {
 namespace {
 
 /// A stream's format as a producer writes it, in memory that is no longer than it.
@@ -130,4 +130,4 @@ TEST(VideoFormat, OtherTypesInPlaceOfAnyWordDoNoHarm) {
 }
 
 }  // namespace
-}  // namespace tarvinel
+}  // namespace tarvinel::portal

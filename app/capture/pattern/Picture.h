@@ -1,0 +1,28 @@
+#pragma once
+
+#include "core/frames/MemoryPixelBuffer.h"
+#include "core/support/Geometry.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace tarvinel::pattern {
+
+/// Draws the built-in picture: colour bars, a ball that travels along a lane, and a step counter.
+/// What it draws depends on the step alone. Buffers are `pixelWidth` by `pixelHeight`.
+struct Picture {
+  static constexpr int width = 1280;  ///< points
+  static constexpr int height = 720;  ///< points
+  static constexpr int density = 2;   ///< pixels a point
+  static constexpr int pixelWidth = width * density;
+  static constexpr int pixelHeight = height * density;
+
+  /// Draws all of one step, from 0 on.
+  static void draw(MemoryPixelBuffer& buffer, std::int64_t step);
+
+  /// Turns the picture of one step into that of another; returns the rectangles it changed, in
+  /// points. The result is the same as drawing all of it.
+  static std::vector<Rect> redraw(MemoryPixelBuffer& buffer, std::int64_t from, std::int64_t to);
+};
+
+}  // namespace tarvinel::pattern

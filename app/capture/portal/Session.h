@@ -1,0 +1,90 @@
+#pragma once
+
+#include "app/capture/portal/Capabilities.h"
+#include "app/capture/portal/StreamInfo.h"
+#include "core/net/MessageBus.h"
+#include "core/support/OneShotTimer.h"
+#include "core/support/Result.h"
+#include "core/support/SerialQueue.h"
+#include "core/support/UniqueFd.h"
+
+#include <exception>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace tarvinel::portal {
+
+/// One conversation with the desktop's portal: asks for a source, for which the desktop may open a
+/// dialog, and watches that what was granted stays granted. Destroying it ends the session and
+/// closes an open dialog: the portal sees its connection go.
+///
+/// Lives on the capture queue, which outlives it. Handlers may destroy it.
+class Session {
+ public:
+  struct Wish {
+    SourceType type = SourceType::display;
+    bool showsCursor = true;
+    std::optional<std::string> restoreToken;
+  };
+
+  struct Handlers {
+    /// Once: the presenter agreed. `mediaServer` is a connection to it that shows the node alone.
+    std::function<void(const StreamInfo& grant, UniqueFd mediaServer)> onGranted;
+
+    /// Once, and nothing follows: it was refused (std::errc::operation_canceled), could not be
+    /// begun, or ended (Error).
+    std::function<void(std::exception_ptr)> onEnd;
+  };
+
+  /// Throws Error when there is no session bus.
+  Session(SerialQueue& queue, Wish wish, Handlers handlers);
+
+ private:
+  using Answer = std::function<void(sd_bus_message& results)>;
+
+  /// What follows upon a request. A refusal by the presenter ends the session.
+  struct Outcomes {
+    Answer onSuccess;
+    std::function<void()> onError;    ///< the call was not taken
+    std::function<void()> onFailure;  ///< it was taken, and failed
+  };
+
+  static constexpr int mostAttempts = 12;
+
+  void watch();
+  void askOffer();
+  void createSession();
+  void sessionCame(sd_bus_message& results);
+  void createSessionLater();
+  void selectSources();
+  void selectSourcesAnew();
+  void start();
+  void grantCame(sd_bus_message& results);
+  void openMediaServer();
+  void request(MessageBus::Message message, Outcomes outcomes);
+  void responseCame(sd_bus_message& response);
+  const std::string& newToken();
+  MessageBus::Message portalCall(const char* member);
+  MessageBus::Message sessionCall(const char* member);
+  MessageBus::Handler orEnd(std::function<void(sd_bus_message&)> step);
+  void end(std::exception_ptr why);
+
+  Wish wish_;
+  std::string token_;  ///< in the name of the newest request; nobody can guess it
+  Handlers handlers_;
+  Capabilities offer_;
+  std::string session_;  ///< its path on the bus, empty until there is one
+  StreamInfo grant_;
+  Outcomes outcomes_;  ///< of the request that is open
+  int attemptsLeft_ = mostAttempts;
+  OneShotTimer nextAttempt_;
+  std::unique_ptr<MessageBus> bus_;
+};
+
+/// Asks what the portal can do; `completion` is called on the queue, and not at all once the bus
+/// that is returned is destroyed. Throws Error when there is no session bus.
+std::unique_ptr<MessageBus> askCapabilities(SerialQueue& queue, Completion<Capabilities> completion);
+
+}  // namespace tarvinel::portal
