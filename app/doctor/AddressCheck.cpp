@@ -1,9 +1,9 @@
 #include "app/doctor/AddressCheck.h"
 
-#include "core/net/NetlinkPath.h"
-#include "core/net/NetworkFacts.h"
-#include "core/net/RouteSocket.h"
-#include "core/net/SysfsInterfaces.h"
+#include "core/link/NetlinkPath.h"
+#include "core/link/NetworkFacts.h"
+#include "core/link/RouteSocket.h"
+#include "core/link/SysfsInterfaces.h"
 
 #include <fmt/format.h>
 

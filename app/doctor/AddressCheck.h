@@ -1,8 +1,8 @@
 #pragma once
 
 #include "app/doctor/Finding.h"
-#include "core/net/InterfaceType.h"
-#include "core/net/LocalAddresses.h"
+#include "core/link/InterfaceType.h"
+#include "core/link/LocalAddresses.h"
 
 #include <cstdint>
 #include <filesystem>

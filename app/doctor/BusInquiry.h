@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/net/MessageBus.h"
+#include "core/dbus/MessageBus.h"
 #include "core/support/SerialQueue.h"
 
 #include <chrono>

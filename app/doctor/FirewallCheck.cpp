@@ -1,7 +1,7 @@
 #include "app/doctor/FirewallCheck.h"
 
 #include "app/doctor/BusInquiry.h"
-#include "core/net/LocalAddresses.h"
+#include "core/link/LocalAddresses.h"
 #include "core/support/Bytes.h"
 #include "core/support/PortNumber.h"
 #include "core/support/RegularFile.h"

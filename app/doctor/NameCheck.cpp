@@ -1,6 +1,6 @@
 #include "app/doctor/NameCheck.h"
 
-#include "core/net/LocalAddresses.h"
+#include "core/link/LocalAddresses.h"
 #include "core/support/ASCII.h"
 
 #include <fmt/format.h>

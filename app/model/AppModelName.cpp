@@ -1,6 +1,6 @@
 #include "app/model/AppModel.h"
-#include "core/net/DNSServiceCode.h"
-#include "core/net/NamePublisherError.h"
+#include "core/mdns/DNSServiceCode.h"
+#include "core/mdns/NamePublisherError.h"
 
 #include <fmt/format.h>
 

@@ -1,6 +1,6 @@
 #include "core/http/ViewerSocket.h"
 
-#include "core/net/LocalAddresses.h"
+#include "core/link/LocalAddresses.h"
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/net/DNSServiceCode.h"
-#include "core/net/NameRegistrar.h"
+#include "core/mdns/DNSServiceCode.h"
+#include "core/mdns/NameRegistrar.h"
 #include "core/support/SerialQueue.h"
 
 #include <cstdint>

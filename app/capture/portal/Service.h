@@ -2,7 +2,7 @@
 
 #include "app/capture/ScreenCaptureService.h"
 #include "app/capture/portal/RestoreTokens.h"
-#include "core/net/MessageBus.h"
+#include "core/dbus/MessageBus.h"
 #include "core/support/Log.h"
 #include "core/support/SerialQueue.h"
 

@@ -2,7 +2,7 @@
 
 #include "app/capture/portal/Capabilities.h"
 #include "app/capture/portal/StreamInfo.h"
-#include "core/net/MessageBus.h"
+#include "core/dbus/MessageBus.h"
 #include "core/support/OneShotTimer.h"
 #include "core/support/Result.h"
 #include "core/support/SerialQueue.h"
@@ -85,6 +85,7 @@ class Session {
 
 /// Asks what the portal can do; `completion` is called on the queue, and not at all once the bus
 /// that is returned is destroyed. Throws Error when there is no session bus.
-std::unique_ptr<MessageBus> askCapabilities(SerialQueue& queue, Completion<Capabilities> completion);
+std::unique_ptr<MessageBus> askCapabilities(SerialQueue& queue,
+                                            Completion<Capabilities> completion);
 
 }  // namespace tarvinel::portal

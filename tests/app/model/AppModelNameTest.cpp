@@ -1,6 +1,6 @@
 #include "app/model/AppModel.h"
 #include "app/terminal/Console.h"
-#include "core/net/DNSServiceCode.h"
+#include "core/mdns/DNSServiceCode.h"
 #include "tests/app/model/ModelFixture.h"
 #include "tests/support/FakeNameRegistrar.h"
 

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "core/link/InterfaceType.h"
+#include "core/link/NetworkPath.h"
+#include "core/support/SerialQueue.h"
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace tarvinel {
+
+/// Says whether this computer sends to its viewers by cable. Owns the queue ".link".
+class LinkMonitor {
+ public:
+  /// Begins to watch at once. `onChange` is called on the queue with every new answer, the first
+  /// time if the link turns out to be wired.
+  explicit LinkMonitor(const NetworkPath::Factory& makePath,
+                       std::function<void(bool)> onChange = {});
+  ~LinkMonitor();
+  LinkMonitor(const LinkMonitor&) = delete;
+  LinkMonitor& operator=(const LinkMonitor&) = delete;
+
+  /// The last answer, false until there is one. Safe from any thread.
+  bool isWired() const;
+
+  /// The answer for a path: only the preferred interface counts. Pure.
+  static bool isWired(const std::vector<InterfaceType>& preferredInterfaceTypes);
+
+ private:
+  void pathUpdated(const std::vector<InterfaceType>& types);
+
+  SerialQueue queue_{".link"};
+  const std::function<void(bool)> onChange_;
+  mutable std::mutex lock_;
+  bool isWired_ = false;  // guarded by lock_
+  const std::unique_ptr<NetworkPath> monitor_;
+};
+
+}  // namespace tarvinel

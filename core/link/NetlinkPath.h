@@ -1,0 +1,55 @@
+#pragma once
+
+#include "core/link/Debounce.h"
+#include "core/link/NetworkPath.h"
+#include "core/link/SysfsInterfaces.h"
+
+#include <asio/posix/stream_descriptor.hpp>
+#include <asio/steady_timer.hpp>
+
+#include <filesystem>
+#include <optional>
+#include <system_error>
+
+namespace tarvinel {
+
+/// The network path as rtnetlink and sysfs tell it. Every change leads to reading everything again,
+/// so that it does not matter which events were lost. Interfaces without hardware below, such as a
+/// VPN's, are left out: their traffic goes through another one. Phones and modems come last.
+///
+/// Where netlink is refused or fails it is tried again every few seconds.
+class NetlinkPath : public NetworkPath {
+ public:
+  struct Options {
+    std::filesystem::path sysfs;
+    std::optional<int> receiveBuffer = {};  ///< bytes, for the events; for tests
+  };
+
+  NetlinkPath(SerialQueue& queue, const Options& options, Handler onUpdate);
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  void subscribe();
+  void awaitEvents();
+  void eventsCame(std::error_code error);
+  void subscribeLater();
+  void readAt(Clock::time_point when);
+  void read();
+
+  SerialQueue& queue_;
+  const std::optional<int> receiveBuffer_;
+  const SysfsInterfaces interfaces_;
+  const Handler onUpdate_;
+  asio::posix::stream_descriptor events_;
+  asio::steady_timer readTimer_;
+  asio::steady_timer retryTimer_;
+  Debounce debounce_;
+};
+
+/// The types of interfaces given by name, in the same order but for cellular ones, which come last;
+/// those without hardware are left out.
+std::vector<InterfaceType> pathTypes(const std::vector<std::string>& names,
+                                     const SysfsInterfaces& interfaces);
+
+}  // namespace tarvinel

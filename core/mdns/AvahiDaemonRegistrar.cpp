@@ -1,0 +1,167 @@
+#include "core/mdns/AvahiDaemonRegistrar.h"
+
+#include "core/mdns/AddressRecord.h"
+#include "core/mdns/DNSServiceCode.h"
+#include "core/support/ASCII.h"
+
+#include <systemd/sd-bus.h>
+
+#include <string_view>
+#include <utility>
+
+namespace tarvinel {
+
+namespace {
+
+constexpr const char* daemonService = "org.freedesktop.Avahi";
+constexpr const char* serverInterface = "org.freedesktop.Avahi.Server";
+constexpr const char* groupInterface = "org.freedesktop.Avahi.EntryGroup";
+
+constexpr std::int32_t allInterfaces = -1;
+constexpr std::int32_t allProtocols = -1;
+constexpr std::uint16_t classIN = 1;
+constexpr std::uint16_t typeA = 1;
+
+constexpr std::int32_t uniqueFlag = 1;
+constexpr std::int32_t updateFlag = 64;
+
+constexpr std::int32_t serverRunning = 2;
+constexpr std::int32_t serverFailure = 4;
+
+std::int32_t codeOfError(const sd_bus_error& error) {
+  const std::string_view name = error.name;
+  if (name == "org.freedesktop.Avahi.CollisionError") return DNSServiceCode::nameConflict;
+  if (name == "org.freedesktop.Avahi.NotPermittedError" ||
+      name == "org.freedesktop.DBus.Error.AccessDenied") {
+    return DNSServiceCode::notPermitted;
+  }
+  return DNSServiceCode::unknown;
+}
+
+/// An invalid state, 0, when the message does not begin with a number.
+std::int32_t stateIn(sd_bus_message& message) {
+  std::int32_t state = 0;
+  return sd_bus_message_read(&message, "i", &state) < 0 ? 0 : state;
+}
+
+/// Empty when the message does not begin with a text of that type.
+std::string textIn(sd_bus_message& message, const char* type) {
+  const char* text = nullptr;
+  return sd_bus_message_read(&message, type, &text) <= 0 ? "" : text;
+}
+
+std::string stateChanges(std::string_view interface, std::string_view path) {
+  return std::string(
+             "type='signal',sender='org.freedesktop.Avahi',member='StateChanged',interface='")
+      .append(interface)
+      .append("',path='")
+      .append(path)
+      .append("'");
+}
+
+}  // namespace
+
+AvahiDaemonRegistrar::AvahiDaemonRegistrar(SerialQueue& queue, std::chrono::milliseconds patience)
+    : queue_(queue), patience_(patience), deadline_(queue) {}
+
+std::int32_t AvahiDaemonRegistrar::registerRecord(const std::string& name, Address address,
+                                                  Reply reply) {
+  name_ = name;
+  address_ = address;
+  reply_ = std::move(reply);
+  bus_ = MessageBus::openSystem(queue_, [this] { report(DNSServiceCode::unknown); });
+  if (!bus_) return DNSServiceCode::unknown;
+  deadline_.start(patience_, [this] { report(DNSServiceCode::unknown); });
+  watchServer();
+  return DNSServiceCode::noError;
+}
+
+void AvahiDaemonRegistrar::watchServer() {
+  const auto changed = [this](sd_bus_message& message) { serverStateChanged(stateIn(message)); };
+  bus_->listen(stateChanges(serverInterface, "/"), changed);
+  bus_->call(bus_->methodCall(daemonService, "/", serverInterface, "GetState"), orEnd(changed));
+}
+
+// A daemon that still makes sure of the computer's own name is waited for. One that runs again may
+// have given the computer another name.
+void AvahiDaemonRegistrar::serverStateChanged(std::int32_t state) {
+  if (state == serverFailure) {
+    report(DNSServiceCode::unknown);
+  } else if (state == serverRunning && !groupAsked_) {
+    askHostName();
+  }
+}
+
+void AvahiDaemonRegistrar::askHostName() {
+  bus_->call(bus_->methodCall(daemonService, "/", serverInterface, "GetHostNameFqdn"),
+             orEnd([this](sd_bus_message& message) { hostNameIs(textIn(message, "s")); }));
+}
+
+void AvahiDaemonRegistrar::hostNameIs(const std::string& hostName) {
+  if (groupAsked_) return;
+  if (asciiLowercased(hostName) + "." == name_) {
+    report(DNSServiceCode::noError);
+  } else {
+    makeGroup();
+  }
+}
+
+void AvahiDaemonRegistrar::makeGroup() {
+  groupAsked_ = true;
+  bus_->call(bus_->methodCall(daemonService, "/", serverInterface, "EntryGroupNew"),
+             orEnd([this](sd_bus_message& message) {
+               group_ = textIn(message, "o");
+               if (group_.empty()) return report(DNSServiceCode::unknown);
+               watchGroup();
+               addRecord(uniqueFlag, orEnd([this](sd_bus_message&) { commit(); }));
+             }));
+}
+
+void AvahiDaemonRegistrar::watchGroup() {
+  bus_->listen(stateChanges(groupInterface, group_),
+               [this](sd_bus_message& message) { groupStateChanged(stateIn(message)); });
+}
+
+void AvahiDaemonRegistrar::addRecord(std::int32_t flags, MessageBus::Handler onAdded) {
+  auto message = bus_->methodCall(daemonService, group_.c_str(), groupInterface, "AddRecord");
+  sd_bus_message_append(message.get(), "iiusqqu", allInterfaces, allProtocols, flags, name_.c_str(),
+                        classIN, typeA, AddressRecord::timeToLive);
+  sd_bus_message_append_array(message.get(), 'y', address_.data(), address_.size());
+  bus_->call(std::move(message), std::move(onAdded));
+  recordSent_ = true;
+}
+
+void AvahiDaemonRegistrar::commit() {
+  bus_->call(bus_->methodCall(daemonService, group_.c_str(), groupInterface, "Commit"),
+             orEnd([](sd_bus_message&) {}));
+}
+
+void AvahiDaemonRegistrar::groupStateChanged(std::int32_t state) {
+  if (const auto code = AddressRecord::codeOfGroupState(state)) report(*code);
+}
+
+std::int32_t AvahiDaemonRegistrar::update(Address address) {
+  if (!bus_) return DNSServiceCode::unknown;
+  address_ = address;
+  if (recordSent_) addRecord(uniqueFlag | updateFlag, orEnd([](sd_bus_message&) {}));
+  return DNSServiceCode::noError;
+}
+
+MessageBus::Handler AvahiDaemonRegistrar::orEnd(MessageBus::Handler onAnswer) {
+  return [this, onAnswer = std::move(onAnswer)](sd_bus_message& message) {
+    const sd_bus_error* error = sd_bus_message_get_error(&message);
+    if (error == nullptr) {
+      onAnswer(message);
+    } else {
+      report(codeOfError(*error));
+    }
+  };
+}
+
+void AvahiDaemonRegistrar::report(std::int32_t code) {
+  deadline_.cancel();
+  if (code != DNSServiceCode::noError) bus_.reset();
+  reply_(code);
+}
+
+}  // namespace tarvinel

@@ -1,0 +1,129 @@
+#pragma once
+
+#include "core/mdns/NameRegistrar.h"
+#include "core/support/Log.h"
+#include "core/support/SerialQueue.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+
+namespace tarvinel {
+
+/// Makes this computer reachable in the room under its host label followed by ".local": publishes
+/// one IPv4 address record, keeps it up to date and withdraws it.
+///
+/// The operations may be called on any thread but the publisher's own queue, ".mdns", which they
+/// enter and wait for; nothing on that queue waits for another process or for the network.
+class NamePublisher {
+ public:
+  // what became of a registration
+
+  struct Failed {
+    std::int32_t code;  ///< a `DNSServiceCode`
+    bool operator==(const Failed&) const = default;
+  };
+  struct Registered {
+    bool operator==(const Registered&) const = default;
+  };
+  /// Someone else on this network has the name.
+  struct Conflict {
+    bool operator==(const Conflict&) const = default;
+  };
+  /// The privacy settings of the system do not allow it.
+  struct Denied {
+    bool operator==(const Denied&) const = default;
+  };
+  using State = std::variant<Failed, Registered, Conflict, Denied>;
+
+  // what is to be done about the name at a tick
+
+  struct Update {
+    std::string address;
+    bool operator==(const Update&) const = default;
+  };
+  struct Publish {
+    std::optional<std::string> address;
+    bool operator==(const Publish&) const = default;
+  };
+  struct None {
+    bool operator==(const None&) const = default;
+  };
+  using TickAction = std::variant<Update, Publish, None>;
+
+  /// What decides about it.
+  struct TickFacts {
+    bool hostnameEnabled = false;
+    std::optional<std::string> lastHost;  ///< the address last published or attempted
+    std::optional<std::string> current;   ///< the address now preferred
+    bool registered = false;              ///< the name is published
+    bool failed = false;                  ///< the last attempt failed
+    bool retryDue = false;                ///< the wait before another attempt is over
+  };
+
+  /// Publishes nothing yet.
+  NamePublisher(NameRegistrar::Factory makeRegistrar, Logger logger);
+
+  /// Withdraws the name.
+  ~NamePublisher();
+  NamePublisher(const NamePublisher&) = delete;
+  NamePublisher& operator=(const NamePublisher&) = delete;
+
+  /// Begins to publish a host label with a dotted IPv4 address, after withdrawing what was
+  /// published before. The outcome comes as a state. Throws NamePublisherError: with an invalid
+  /// name or address nothing is changed.
+  void publish(std::string_view name, const std::string& address);
+
+  /// Gives the published record another address. Throws NamePublisherError.
+  void update(const std::string& address);
+
+  /// Withdraws what is published.
+  void stop();
+
+  /// Called on the publisher's queue with every state of the registration.
+  void setOnState(std::function<void(State)> onState);
+
+  /// The published label, lower-cased.
+  std::optional<std::string> publishedName();
+
+  /// 1 to 63 ASCII letters, digits and hyphens, with no hyphen at either end.
+  static bool isValidLabel(std::string_view label);
+
+  /// The bytes of a dotted decimal IPv4 address.
+  static std::optional<NameRegistrar::Address> rdata(std::string_view address);
+
+  /// The label lower-cased, followed by ".local.".
+  static std::string fullName(std::string_view label);
+
+  /// The state that a `DNSServiceCode` stands for.
+  static State state(std::int32_t code);
+
+  static TickAction tickAction(const TickFacts& facts);
+
+ private:
+  /// What replies reach, without touching the publisher. Used on the queue only.
+  struct Callbacks {
+    std::function<void(State)> onState;
+  };
+
+  void registerRecord(std::string_view label, const std::string& address,
+                      NameRegistrar::Address bytes);
+  void updateRecord(const std::string& address, NameRegistrar::Address bytes);
+  void tearDown();
+
+  SerialQueue queue_{".mdns"};
+  const NameRegistrar::Factory makeRegistrar_;
+  const Logger logger_;
+  const std::shared_ptr<Callbacks> callbacks_ = std::make_shared<Callbacks>();
+
+  // used on the queue only
+  std::unique_ptr<NameRegistrar> record_;
+  std::optional<std::string> name_;
+  std::optional<std::string> address_;
+};
+
+}  // namespace tarvinel

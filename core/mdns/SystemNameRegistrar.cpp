@@ -1,0 +1,82 @@
+#include "core/mdns/SystemNameRegistrar.h"
+
+#include "core/mdns/AvahiDaemonRegistrar.h"
+#include "core/mdns/AvahiDaemonWatch.h"
+#include "core/mdns/DNSServiceCode.h"
+#include "core/mdns/EmbeddedResponder.h"
+
+#include <utility>
+
+namespace tarvinel {
+
+SystemNameRegistrar::SystemNameRegistrar(SerialQueue& queue, Logger logger, Roads roads)
+    : queue_(queue), logger_(std::move(logger)), roads_(std::move(roads)) {}
+
+NameRegistrar::Factory SystemNameRegistrar::factory() {
+  const Roads roads{[](SerialQueue& queue, DaemonWatch::Callback onFinding) {
+                      return std::make_unique<AvahiDaemonWatch>(queue, std::move(onFinding));
+                    },
+                    [](SerialQueue& queue, const Logger&) {
+                      return std::make_unique<AvahiDaemonRegistrar>(queue);
+                    },
+                    [](SerialQueue& queue, const Logger& logger) {
+                      return std::make_unique<EmbeddedResponder>(queue, logger);
+                    }};
+  return [roads](SerialQueue& queue, const Logger& logger) {
+    return std::make_unique<SystemNameRegistrar>(queue, logger, roads);
+  };
+}
+
+std::int32_t SystemNameRegistrar::registerRecord(const std::string& name, Address address,
+                                                 Reply reply) {
+  name_ = name;
+  address_ = address;
+  reply_ = std::move(reply);
+  watch_ = roads_.watch(queue_, [this](DaemonWatch::Finding finding) { found(finding); });
+  return DNSServiceCode::noError;
+}
+
+void SystemNameRegistrar::found(DaemonWatch::Finding finding) {
+  switch (finding) {
+    case DaemonWatch::Finding::running:
+      logger_->debug("publishing through the Avahi daemon");
+      isThroughDaemon_ = true;
+      return take(roads_.daemon);
+    case DaemonWatch::Finding::absent:
+      return daemonIsAbsent();
+    case DaemonWatch::Finding::unknown:
+      if (!road_) report(DNSServiceCode::unknown);
+  }
+}
+
+void SystemNameRegistrar::daemonIsAbsent() {
+  if (isThroughDaemon_) {
+    logger_->debug("the Avahi daemon is gone");
+    isThroughDaemon_ = false;
+    road_.reset();
+    report(DNSServiceCode::unknown);
+  } else if (!road_ && !lastReply_) {
+    logger_->debug("publishing by a responder of our own");
+    take(roads_.embedded);
+  }
+}
+
+// The one before goes first: its record would be in the way of the same name.
+void SystemNameRegistrar::take(const Factory& road) {
+  road_.reset();
+  road_ = road(queue_, logger_);
+  const std::int32_t code =
+      road_->registerRecord(name_, address_, [this](std::int32_t reply) { report(reply); });
+  if (code != DNSServiceCode::noError) report(code);
+}
+
+std::int32_t SystemNameRegistrar::update(Address address) {
+  address_ = address;
+  return road_ ? road_->update(address) : DNSServiceCode::noError;
+}
+
+void SystemNameRegistrar::report(std::int32_t code) {
+  if (std::exchange(lastReply_, code) != code) reply_(code);
+}
+
+}  // namespace tarvinel

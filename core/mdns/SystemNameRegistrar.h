@@ -1,0 +1,50 @@
+#pragma once
+
+#include "core/mdns/DaemonWatch.h"
+#include "core/mdns/NameRegistrar.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace tarvinel {
+
+/// Publishes through the Avahi daemon while one runs, else by a responder of its own, for two
+/// responders on one computer answer in competition. Hands over to a daemon that appears; the end
+/// of the daemon is a failure, after which the record can be registered anew.
+class SystemNameRegistrar : public NameRegistrar {
+ public:
+  struct Roads {
+    DaemonWatch::Factory watch;
+    Factory daemon;
+    Factory embedded;
+  };
+
+  SystemNameRegistrar(SerialQueue& queue, Logger logger, Roads roads);
+
+  /// Makes registrars over the Avahi daemon of this computer and the Avahi library.
+  static Factory factory();
+
+  std::int32_t registerRecord(const std::string& name, Address address, Reply reply) override;
+  std::int32_t update(Address address) override;
+
+ private:
+  void found(DaemonWatch::Finding finding);
+  void daemonIsAbsent();
+  void take(const Factory& road);
+  void report(std::int32_t code);
+
+  SerialQueue& queue_;
+  const Logger logger_;
+  const Roads roads_;
+  std::string name_;
+  Address address_{};
+  Reply reply_;
+  std::optional<std::int32_t> lastReply_;
+  bool isThroughDaemon_ = false;
+  std::unique_ptr<NameRegistrar> road_;  ///< none until the watch has found out
+  std::unique_ptr<DaemonWatch> watch_;
+};
+
+}  // namespace tarvinel
