@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 
@@ -53,6 +54,23 @@ TEST(SettingsJSON, NamesThePlaceOfWhatIsWrong) {
   EXPECT_THAT(problemOf("{\"a\": \"b\n\"}"), StartsWith("line 1, column 9: "));
   EXPECT_EQ(problemOf("[1e400]"), "line 1, column 6: the number is too large");
   EXPECT_EQ(problemOf("[-1e400 ]"), "line 1, column 7: the number is too large");
+  EXPECT_EQ(problemOf("1e400"), "line 1, column 5: the number is too large");
+}
+
+TEST(SettingsJSON, CountsColumnsAfterAByteOrderMark) {
+  EXPECT_THAT(problemOf("\xEF\xBB\xBF{,}"), StartsWith("line 1, column 2: "));
+  EXPECT_EQ(problemOf("\xEF\xBB\xBF[1e400]"), "line 1, column 6: the number is too large");
+}
+
+TEST(SettingsJSON, TheLargestFileMayHoldAnything) {
+  constexpr std::size_t size = std::size_t{1} << 20;
+  EXPECT_THAT(problemOf(std::string(size, '[')), StartsWith("line 1, column 1048577: "));
+  const std::string deep = std::string(size / 2 - 4, '[') + std::string(size / 2 - 4, ']');
+  EXPECT_EQ(parseSettingsJSON("{\"a\":" + deep + "}"), json::parse(R"({"a":[[]]})"));
+  std::string objects = "{\"a\":[";
+  while (objects.size() < size - 10)
+    objects += "{},";
+  EXPECT_EQ(parseSettingsJSON(objects + "1]}")["a"].size(), objects.size() / 3 - 1);
 }
 
 TEST(SettingsJSON, SaysWhatIsWrongWithoutQuotingTheDocument) {
