@@ -1,8 +1,6 @@
 #include "core/support/UUID.h"
 
-#include <sys/random.h>
-
-#include <cerrno>
+#include <array>
 #include <cstring>
 #include <system_error>
 
@@ -10,30 +8,20 @@ namespace tarvinel {
 
 UUID UUID::random() {
   UUID uuid;
-  // up to 256 bytes are never returned short once the kernel's pool is ready
-  while (getrandom(uuid.bytes_.data(), uuid.bytes_.size(), 0) < 0) {
-    if (errno != EINTR) throw std::system_error(errno, std::generic_category(), "getrandom");
-  }
-  uuid.bytes_[6] = static_cast<std::uint8_t>((uuid.bytes_[6] & 0x0FU) | 0x40U);
-  uuid.bytes_[8] = static_cast<std::uint8_t>((uuid.bytes_[8] & 0x3FU) | 0x80U);
+  const int status = sd_id128_randomize(&uuid.id_);
+  if (status < 0) throw std::system_error(-status, std::generic_category(), "sd_id128_randomize");
   return uuid;
 }
 
 std::string UUID::text() const {
-  constexpr std::string_view digits = "0123456789abcdef";
-  std::string text;
-  for (std::size_t i = 0; i < bytes_.size(); ++i) {
-    if (i == 4 || i == 6 || i == 8 || i == 10) text += '-';
-    text += digits[bytes_[i] >> 4U];
-    text += digits[bytes_[i] & 0x0FU];
-  }
-  return text;
+  std::array<char, SD_ID128_UUID_STRING_MAX> text{};
+  return sd_id128_to_uuid_string(id_, text.data());
 }
 
 }  // namespace tarvinel
 
 std::size_t std::hash<tarvinel::UUID>::operator()(const tarvinel::UUID& uuid) const noexcept {
   std::size_t value = 0;
-  std::memcpy(&value, uuid.bytes_.data(), sizeof value);  // random bytes are their own hash
+  std::memcpy(&value, &uuid.id_, sizeof value);  // random bytes are their own hash
   return value;
 }

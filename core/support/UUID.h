@@ -1,8 +1,8 @@
 #pragma once
 
-#include <array>
-#include <compare>
-#include <cstdint>
+#include <systemd/sd-id128.h>
+
+#include <cstddef>
 #include <functional>
 #include <string>
 
@@ -17,11 +17,11 @@ class UUID {
   /// The 36-character lower-case form.
   std::string text() const;
 
-  auto operator<=>(const UUID&) const = default;
+  bool operator==(const UUID& other) const { return sd_id128_equal(id_, other.id_) != 0; }
 
  private:
   friend struct std::hash<UUID>;
-  std::array<std::uint8_t, 16> bytes_{};
+  sd_id128_t id_{};
 };
 
 }  // namespace tarvinel
