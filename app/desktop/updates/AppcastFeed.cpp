@@ -2,12 +2,19 @@
 
 #include "app/desktop/updates/FeedAddress.h"
 #include "app/updates/FeedError.h"
-#include "app/updates/MarkupBounds.h"
 #include "core/support/UTF8.h"
 
-#include <QXmlStreamReader>
+#include <QString>
 
+#include <expat.h>
+
+#include <array>
+#include <cstddef>
+#include <exception>
+#include <memory>
+#include <new>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 
@@ -15,23 +22,22 @@ namespace tarvinel {
 
 namespace {
 
-// The parser's time grows with the square of the attributes of a tag, also of those that a document
-// type declares; a feed that could stop the desktop's loop for seconds is refused.
 constexpr std::size_t maxAttributes = 256;
 
 /// A name without its namespace's prefix.
-QStringView localName(QStringView name) {
-  return name.mid(name.lastIndexOf(QLatin1Char(':')) + 1);
+std::string_view localName(std::string_view name) {
+  return name.substr(name.rfind(':') + 1);  // the whole without a colon: npos + 1
 }
 
 /// What an item says; of several sayings the first counts that can be used.
 class ItemDraft {
  public:
-  void say(QStringView name, const QString& value) {
-    if (name == QLatin1String("shortVersionString")) keepVersion(shortVersion_, value);
-    if (name == QLatin1String("version")) keepVersion(version_, value);
-    if (name == QLatin1String("link")) keepPage(link_, value);
-    if (name == QLatin1String("releaseNotesLink")) keepPage(releaseNotes_, value);
+  void say(std::string_view name, const std::string& text) {
+    const QString value = QString::fromStdString(text);
+    if (name == "shortVersionString") keepVersion(shortVersion_, value);
+    if (name == "version") keepVersion(version_, value);
+    if (name == "link") keepPage(link_, value);
+    if (name == "releaseNotesLink") keepPage(releaseNotes_, value);
   }
 
   std::optional<AppcastItem> item() const {
@@ -58,80 +64,108 @@ class ItemDraft {
   Text releaseNotes_;
 };
 
+/// Reads a feed with expat, whose time and memory grow with the feed's size only, however deep its
+/// elements and however many the attributes of a tag.
 class AppcastReader {
  public:
-  explicit AppcastReader(std::string_view bytes)
-      : xml_(QString::fromUtf8(bytes.data(), static_cast<qsizetype>(bytes.size()))) {
-    xml_.setNamespaceProcessing(false);
+  AppcastReader() : parser_(XML_ParserCreate("UTF-8"), &XML_ParserFree) {
+    if (!parser_) throw std::bad_alloc();
+    XML_SetUserData(parser_.get(), this);
+    XML_SetStartDoctypeDeclHandler(parser_.get(), &onDocumentType);
+    XML_SetElementHandler(parser_.get(), &onStart, &onEnd);
+    XML_SetCharacterDataHandler(parser_.get(), &onText);
   }
 
-  std::vector<AppcastItem> read() {
-    readRoot();
-    readRSS();
-    readEpilog();
+  std::vector<AppcastItem> read(std::string_view bytes) {
+    const auto status =
+        XML_Parse(parser_.get(), bytes.data(), static_cast<int>(bytes.size()), XML_TRUE);
+    if (failure_) std::rethrow_exception(failure_);
+    if (status != XML_STATUS_OK) {
+      throw FeedError(FeedError::Case::notXML,
+                      std::to_string(XML_GetCurrentLineNumber(parser_.get())));
+    }
     if (items_.empty()) throw FeedError(FeedError::Case::noVersion);
     return std::move(items_);
   }
 
  private:
-  void readRoot() {
-    xml_.readNextStartElement();
-    refuseBadXML();
-    if (xml_.qualifiedName() != QLatin1String("rss")) throw FeedError(FeedError::Case::notRSS);
-  }
+  static constexpr std::array<std::string_view, 3> itemPath{"rss", "channel", "item"};
 
-  void readRSS() {
-    while (xml_.readNextStartElement()) {
-      if (xml_.qualifiedName() == QLatin1String("channel")) {
-        readChannel();
-      } else {
-        xml_.skipCurrentElement();
-      }
+  /// Runs a step of a callback. No exception passes through the library: the first one stops the
+  /// parser, which may call back a few times more, and is thrown once it has returned.
+  template <class Step>
+  static void guarded(void* reader, Step step) {
+    auto& self = *static_cast<AppcastReader*>(reader);
+    if (self.failure_) return;
+    try {
+      step(self);
+    } catch (...) {
+      self.failure_ = std::current_exception();
+      XML_StopParser(self.parser_.get(), XML_FALSE);
     }
   }
 
-  void readChannel() {
-    while (xml_.readNextStartElement()) {
-      if (xml_.qualifiedName() == QLatin1String("item")) {
-        readItem();
-      } else {
-        xml_.skipCurrentElement();
-      }
-    }
+  /// Called before anything is read of what the document type declares.
+  static void onDocumentType(void* reader, const char* /*name*/, const char* /*system*/,
+                             const char* /*publicly*/, int /*hasInternalSubset*/) {
+    guarded(reader, [](AppcastReader&) { throw FeedError(FeedError::Case::documentType); });
+  }
+  static void onStart(void* reader, const char* name, const char** attributes) {
+    guarded(reader, [=](AppcastReader& self) { self.start(name, attributes); });
+  }
+  static void onEnd(void* reader, const char* /*name*/) {
+    guarded(reader, [](AppcastReader& self) { self.end(); });
+  }
+  static void onText(void* reader, const char* text, int length) {
+    guarded(reader, [=](AppcastReader& self) {
+      if (self.isInItem(1)) self.text_.append(text, static_cast<std::size_t>(length));
+    });
   }
 
-  void readItem() {
-    ItemDraft draft;
-    while (xml_.readNextStartElement())
-      readFact(draft);
-    if (auto item = draft.item()) items_.push_back(*std::move(item));
+  /// `attributes` holds names and values in turn, and ends with a null pointer.
+  void start(std::string_view name, const char** attributes) {
+    std::size_t count = 0;
+    while (attributes[2 * count] != nullptr)
+      ++count;
+    if (count > maxAttributes) throw FeedError(FeedError::Case::tooManyAttributes);
+    if (isInItem(0)) startFact(name, {attributes, 2 * count});
+    if (depth_ == 0 && name != itemPath[0]) throw FeedError(FeedError::Case::notRSS);
+    if (depth_ == matched_ && matched_ < itemPath.size() && name == itemPath[matched_]) ++matched_;
+    ++depth_;
   }
 
-  void readFact(ItemDraft& draft) {
-    if (xml_.qualifiedName() == QLatin1String("enclosure")) {
-      const auto attributes = xml_.attributes();
-      for (const auto& attribute : attributes) {
-        draft.say(localName(attribute.qualifiedName()), attribute.value().toString());
-      }
-      xml_.skipCurrentElement();
-      return;
-    }
-    const QString name = localName(xml_.qualifiedName()).toString();
-    draft.say(name, xml_.readElementText(QXmlStreamReader::SkipChildElements));
+  void startFact(std::string_view name, std::span<const char*> attributes) {
+    name_ = localName(name);
+    text_.clear();
+    if (name != "enclosure") return;
+    for (std::size_t i = 0; i < attributes.size(); i += 2)
+      draft_.say(localName(attributes[i]), attributes[i + 1]);
   }
 
-  void readEpilog() {
-    while (!xml_.atEnd())
-      xml_.readNext();
-    refuseBadXML();
+  void end() {
+    --depth_;
+    if (isInItem(0)) draft_.say(name_, text_);
+    if (depth_ >= matched_) return;
+    if (matched_ == itemPath.size()) endItem();
+    matched_ = depth_;
   }
 
-  void refuseBadXML() const {
-    if (!xml_.hasError()) return;
-    throw FeedError(FeedError::Case::notXML, std::to_string(xml_.lineNumber()));
+  void endItem() {
+    if (auto item = std::exchange(draft_, {}).item()) items_.push_back(*std::move(item));
   }
 
-  QXmlStreamReader xml_;
+  /// Whether the parser is in an item, so many elements below it.
+  bool isInItem(std::size_t below) const {
+    return matched_ == itemPath.size() && depth_ == matched_ + below;
+  }
+
+  const std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)> parser_;
+  std::exception_ptr failure_;
+  std::size_t depth_ = 0;    ///< how many elements are open
+  std::size_t matched_ = 0;  ///< how many of them, from the outermost on, lead to an item
+  ItemDraft draft_;
+  std::string name_;  ///< of the element in the item, without prefix
+  std::string text_;  ///< directly in that element
   std::vector<AppcastItem> items_;
 };
 
@@ -140,11 +174,7 @@ class AppcastReader {
 std::vector<AppcastItem> AppcastFeed::parse(std::string_view bytes) {
   if (bytes.empty()) throw FeedError(FeedError::Case::empty);
   if (!isValidUTF8(bytes)) throw FeedError(FeedError::Case::notUTF8);
-  if (MarkupBounds::declaresDocumentType(bytes)) throw FeedError(FeedError::Case::documentType);
-  if (MarkupBounds::mostAttributes(bytes) > maxAttributes) {
-    throw FeedError(FeedError::Case::tooManyAttributes);
-  }
-  return AppcastReader(bytes).read();
+  return AppcastReader().read(bytes);
 }
 
 }  // namespace tarvinel

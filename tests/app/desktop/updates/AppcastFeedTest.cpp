@@ -25,6 +25,13 @@ std::string item(const std::string& facts) {
   return rss("<item>" + facts + "</item>");
 }
 
+std::string repeated(const std::string& text, int times) {
+  std::string result;
+  for (int i = 0; i < times; ++i)
+    result += text;
+  return result;
+}
+
 /// What is wrong with a feed; empty when nothing is.
 std::string complaint(const std::string& feed) {
   try {
@@ -210,9 +217,18 @@ TEST(AppcastFeed, DocumentTypesAreRefused) {
   for (const char* document :
        {"<!DOCTYPE rss><rss/>", "<!DOCTYPE rss SYSTEM 'file:///etc/passwd'><rss/>",
         "<!DOCTYPE rss [<!ENTITY x SYSTEM 'file:///etc/passwd'>]><rss>&x;</rss>",
-        "<?xml version='1.0'?><!-- c --><!DOCTYPE html><html/>"}) {
+        "<?xml version='1.0'?><!-- c --><!DOCTYPE html><html/>", "\xEF\xBB\xBF<!DOCTYPE rss><rss/>",
+        "<?xml version='1.0'?>\n <!-- <rss> --> <?a ?> <!--> --><!DOCTYPE rss><rss/>"}) {
     EXPECT_EQ(complaint(document), documentType) << document;
   }
+}
+
+TEST(AppcastFeed, WhatOnlyLooksLikeADocumentTypeIsNone) {
+  const std::string feed = item("<title><![CDATA[<!DOCTYPE html>]]></title><version>1.2</version>");
+  EXPECT_THAT(AppcastFeed::parse(feed), ElementsAre(AppcastItem{"1.2", {}}));
+  EXPECT_THAT(AppcastFeed::parse("<!-- <!DOCTYPE x> -->" + feed.substr(feed.find("<rss"))),
+              ElementsAre(AppcastItem{"1.2", {}}));
+  EXPECT_THAT(complaint("<rss/><!DOCTYPE rss>"), testing::HasSubstr("not well-formed"));
 }
 
 TEST(AppcastFeed, ThousandsOfItemsAreRead) {
@@ -249,9 +265,12 @@ TEST(AppcastFeed, AttributesAreReadUpToALimit) {
   EXPECT_THAT(AppcastFeed::parse(feedWith(256)), ElementsAre(AppcastItem{"1.2", {}}));
   EXPECT_EQ(complaint(feedWith(257)), tooMany);
   EXPECT_EQ(complaint(feedWith(100'000)), tooMany);
+  EXPECT_THAT(AppcastFeed::parse(item("<title>" + repeated("a = 'b' ", 300) +
+                                      "</title>"
+                                      "<version>1.2</version>")),
+              ElementsAre(AppcastItem{"1.2", {}}));
 }
 
-// The limit counts on it.
 TEST(AppcastFeed, NoTagGoesOnAfterAnotherBegins) {
   for (const char* tag : {"<enclosure a='<' b=''/>", "<enclosure a='' <b c=''/>"}) {
     EXPECT_THAT(complaint(item(tag)), testing::HasSubstr("not well-formed")) << tag;
