@@ -83,8 +83,7 @@ class ScreenCaptureService {
   ScreenCaptureService(const ScreenCaptureService&) = delete;
   ScreenCaptureService& operator=(const ScreenCaptureService&) = delete;
 
-  /// Lists the displays, the on-screen windows (desktop windows excluded) and the applications.
-  /// Never opens a dialog.
+  /// Lists the displays and the on-screen windows, desktop windows excluded. Never opens a dialog.
   virtual void shareableContent(Completion<ShareableContent> completion) = 0;
 
   /// Prepares a stream; throws when that cannot be done.

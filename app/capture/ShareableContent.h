@@ -47,7 +47,6 @@ struct ShareableContent {
   std::vector<ShareableDisplay> displays;
   std::vector<ShareableWindow> windows;
   std::vector<ShareableWindow> windowsOutOfSight;  ///< minimised, on another workspace: not offered
-  std::vector<ShareableApplication> applications;
   std::vector<ShareableChoice> choices;
 };
 

@@ -21,11 +21,6 @@ void SharingFlag::setMotionFPS(std::int64_t motionFPS) {
   motionFPS_ = motionFPS;
 }
 
-bool SharingFlag::isSharing() const {
-  const std::scoped_lock lock(mutex_);
-  return source_.has_value();
-}
-
 StatusSnapshot SharingFlag::snapshot() const {
   const std::scoped_lock lock(mutex_);
   return {source_.has_value(),  0, source_, motionFPS_, std::string(appVersion),

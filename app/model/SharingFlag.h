@@ -17,8 +17,6 @@ class SharingFlag {
   void stopSharing();
   void setMotionFPS(std::int64_t motionFPS);
 
-  bool isSharing() const;
-
   /// For "/status"; the viewers are filled in by the server.
   StatusSnapshot snapshot() const;
 

@@ -70,8 +70,6 @@ class PooledQueue {
     });
   }
 
-  bool isCurrent() const { return executor_.running_in_this_thread(); }
-
  private:
   BlockingPool& pool_;
   const std::string label_;

@@ -64,7 +64,6 @@ ShareableContent Service::listContent() {
   auto [inSight, outOfSight] = listWindows(connection, scale);
   content.windows = std::move(inSight);
   content.windowsOutOfSight = std::move(outOfSight);
-  content.applications = applicationsOf(content.windows);
   listed_.clear();
   for (const auto* windows : {&content.windows, &content.windowsOutOfSight}) {
     for (const ShareableWindow& window : *windows) {

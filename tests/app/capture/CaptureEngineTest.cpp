@@ -76,7 +76,6 @@ class CaptureEngineTest : public testing::Test {
     const ShareableApplication editor{100, "Editor", "org.example.Editor"};
     screen.content.displays = {{1, {0, 0, 1512, 982}, true}};
     screen.content.windows = {{7, "notes", editor, 0, {0, 0, 800, 600}}};
-    screen.content.applications = {editor};
   }
 
   std::unique_ptr<ScreenCaptureService> makeService(SerialQueue& queue) {

@@ -16,7 +16,6 @@ ShareableContent desktop() {
   content.windows = {{7, "notes", editor, 0, {1600, 0, 800, 600}},
                      {8, "palette", editor, 3, {0, 0, 800, 600}},
                      {9, "nobody's", std::nullopt, 0, {0, 0, 800, 600}}};
-  content.applications = {editor};
   return content;
 }
 

@@ -44,7 +44,6 @@ class MenuViewTest : public ModelFixture {
     screen.content.displays.push_back({8, {1280, 0, 640, 480}, false});
     const ShareableApplication editor{400, "Editor", "org.example.Editor"};
     screen.content.windows = {{21, "Notes", editor, 0, {10, 10, 600, 400}}};
-    screen.content.applications = {editor};
   }
 
   ~MenuViewTest() override { model.reset(); }  // before what it stands on

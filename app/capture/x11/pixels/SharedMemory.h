@@ -17,7 +17,6 @@ class SharedMemory {
 
   std::uint8_t* data() { return data_; }
   const std::uint8_t* data() const { return data_; }
-  std::size_t size() const { return size_; }
 
   /// A new descriptor of the memory; the caller owns it. Throws Error when there are too many.
   int duplicateDescriptor() const;

@@ -6,7 +6,6 @@
 
 #include <unistd.h>
 
-#include <map>
 #include <string>
 
 namespace tarvinel::x11 {
@@ -46,20 +45,6 @@ WindowList listWindows(const Connection& connection, int scale) {
     those.push_back(shareableWindow(facts, scale, getpid()));
   }
   return windows;
-}
-
-std::vector<ShareableApplication> applicationsOf(const std::vector<ShareableWindow>& windows) {
-  std::map<std::int32_t, ShareableApplication> applications;
-  for (const ShareableWindow& window : windows) {
-    if (window.application) {
-      applications.try_emplace(window.application->processID, *window.application);
-    }
-  }
-  std::vector<ShareableApplication> each;
-  each.reserve(applications.size());
-  for (const auto& [process, application] : applications)
-    each.push_back(application);
-  return each;
 }
 
 }  // namespace tarvinel::x11

@@ -23,7 +23,4 @@ struct WindowList {
 /// Throws Error.
 WindowList listWindows(const Connection& connection, int scale);
 
-/// The applications that own those windows, each once. Pure.
-std::vector<ShareableApplication> applicationsOf(const std::vector<ShareableWindow>& windows);
-
 }  // namespace tarvinel::x11
