@@ -43,8 +43,8 @@ std::optional<std::error_code> refusalIn(const std::exception_ptr& error) {
   try {
     std::rethrow_exception(error);
   } catch (const StreamServerError& failure) {
-    return failure.which() == StreamServerError::Case::bindFailed ? std::optional(failure.code())
-                                                                  : std::nullopt;
+    return failure.kind() == StreamServerError::Case::bindFailed ? std::optional(failure.code())
+                                                                 : std::nullopt;
   } catch (...) {
     return std::nullopt;
   }

@@ -17,7 +17,7 @@ namespace {
 constexpr std::int64_t ticksBetweenNameAttempts = 30;
 
 bool isPrivacyRefusal(const NamePublisherError& error) {
-  return error.which() == NamePublisherError::Case::daemon &&
+  return error.kind() == NamePublisherError::Case::daemon &&
          std::holds_alternative<NamePublisher::Denied>(NamePublisher::state(error.code()));
 }
 

@@ -30,16 +30,16 @@ class TarvinelConfigError : public std::runtime_error {
                 "\" must be a host name without port and path; ignoring it"};
   }
 
-  Case which() const { return which_; }
+  Case kind() const { return kind_; }
 
   /// The rejected text as given in the file.
   const std::string& value() const { return value_; }
 
  private:
-  TarvinelConfigError(Case which, std::string value, const std::string& text)
-      : std::runtime_error(text), which_(which), value_(std::move(value)) {}
+  TarvinelConfigError(Case kind, std::string value, const std::string& text)
+      : std::runtime_error(text), kind_(kind), value_(std::move(value)) {}
 
-  Case which_;
+  Case kind_;
   std::string value_;
 };
 

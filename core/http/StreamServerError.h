@@ -25,14 +25,14 @@ class StreamServerError : public std::runtime_error {
     return {Case::cancelled, {}, "the server was stopped before it was ready"};
   }
 
-  Case which() const { return which_; }
+  Case kind() const { return kind_; }
   std::error_code code() const { return code_; }
 
  private:
-  StreamServerError(Case which, std::error_code code, const std::string& text)
-      : std::runtime_error(text), which_(which), code_(code) {}
+  StreamServerError(Case kind, std::error_code code, const std::string& text)
+      : std::runtime_error(text), kind_(kind), code_(code) {}
 
-  Case which_;
+  Case kind_;
   std::error_code code_;
 };
 

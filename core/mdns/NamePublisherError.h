@@ -27,16 +27,16 @@ class NamePublisherError : public std::runtime_error {
     return {Case::notPublished, 0, "the name is not published"};
   }
 
-  Case which() const { return which_; }
+  Case kind() const { return kind_; }
 
   /// A `DNSServiceCode`; 0 for the cases without one.
   std::int32_t code() const { return code_; }
 
  private:
-  NamePublisherError(Case which, std::int32_t code, const std::string& text)
-      : std::runtime_error(text), which_(which), code_(code) {}
+  NamePublisherError(Case kind, std::int32_t code, const std::string& text)
+      : std::runtime_error(text), kind_(kind), code_(code) {}
 
-  Case which_;
+  Case kind_;
   std::int32_t code_;
 };
 

@@ -23,15 +23,15 @@ class UploadSinkError : public std::runtime_error {
   }
   static UploadSinkError closed() { return {Case::closed, "the upload has ended"}; }
 
-  Case which() const { return which_; }
+  Case kind() const { return kind_; }
   bool operator==(const UploadSinkError& other) const {
-    return which_ == other.which_ && std::string_view(what()) == other.what();
+    return kind_ == other.kind_ && std::string_view(what()) == other.what();
   }
 
  private:
-  UploadSinkError(Case which, const std::string& text) : std::runtime_error(text), which_(which) {}
+  UploadSinkError(Case kind, const std::string& text) : std::runtime_error(text), kind_(kind) {}
 
-  Case which_;
+  Case kind_;
 };
 
 }  // namespace tarvinel

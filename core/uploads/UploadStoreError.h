@@ -16,12 +16,12 @@ class UploadStoreError : public std::runtime_error {
   static UploadStoreError collisionExhausted(const std::string& name);
   static UploadStoreError rootUnavailable(const std::filesystem::path& path);
 
-  Case which() const { return which_; }
+  Case kind() const { return kind_; }
 
  private:
-  UploadStoreError(Case which, const std::string& text) : std::runtime_error(text), which_(which) {}
+  UploadStoreError(Case kind, const std::string& text) : std::runtime_error(text), kind_(kind) {}
 
-  Case which_;
+  Case kind_;
 };
 
 }  // namespace tarvinel

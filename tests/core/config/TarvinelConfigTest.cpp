@@ -244,7 +244,7 @@ TEST_F(TarvinelConfigTest, TheErrorTellsWhichSettingWasCorrected) {
   try {
     std::rethrow_exception(loaded.error);
   } catch (const TarvinelConfigError& corrected) {
-    EXPECT_EQ(corrected.which(), TarvinelConfigError::Case::invalidHostname);
+    EXPECT_EQ(corrected.kind(), TarvinelConfigError::Case::invalidHostname);
     EXPECT_EQ(corrected.value(), "My.Room");
   }
 }

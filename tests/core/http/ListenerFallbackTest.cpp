@@ -62,7 +62,7 @@ std::error_code reasonOf(const Result<std::uint16_t>& outcome) {
     outcome.value();
     return {};
   } catch (const StreamServerError& error) {
-    EXPECT_EQ(error.which(), StreamServerError::Case::bindFailed);
+    EXPECT_EQ(error.kind(), StreamServerError::Case::bindFailed);
     return error.code();
   }
 }

@@ -125,7 +125,7 @@ TEST_F(StreamServerTest, ASecondStartIsRefusedAndTheFirstGoesOn) {
   try {
     again.value();
   } catch (const StreamServerError& error) {
-    EXPECT_EQ(error.which(), StreamServerError::Case::alreadyRunning);
+    EXPECT_EQ(error.kind(), StreamServerError::Case::alreadyRunning);
   }
   EXPECT_THAT(answer("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 OK\r\n"));
 }
@@ -139,7 +139,7 @@ TEST_F(StreamServerTest, APortInUseFailsWithThePlatformsErrorAndALaterStartIsAll
     try {
       outcome.value();
     } catch (const StreamServerError& error) {
-      EXPECT_EQ(error.which(), StreamServerError::Case::bindFailed);
+      EXPECT_EQ(error.kind(), StreamServerError::Case::bindFailed);
       EXPECT_EQ(error.code(), std::errc::address_in_use);
       EXPECT_STREQ(error.what(), "Address already in use");
     }

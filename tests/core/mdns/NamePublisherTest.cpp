@@ -41,7 +41,7 @@ class NamePublisherTest : public testing::Test {
   template <class Operation>
   static std::optional<NamePublisherError::Case> caseOf(Operation operation) {
     const auto error = errorOf(operation);
-    return error ? std::optional(error->which()) : std::nullopt;
+    return error ? std::optional(error->kind()) : std::nullopt;
   }
 
   FakeNames names;
@@ -193,7 +193,7 @@ TEST_F(NamePublisherTest, ARefusalCarriesTheCodeAndLeavesNothingPublished) {
   names.answerWith(DNSServiceCode::policyDenied);
   const auto error = errorOf([&] { publisher->publish("studio", "10.0.0.2"); });
   ASSERT_TRUE(error);
-  EXPECT_EQ(error->which(), Case::daemon);
+  EXPECT_EQ(error->kind(), Case::daemon);
   EXPECT_EQ(error->code(), -65570);
   EXPECT_EQ(publisher->publishedName(), std::nullopt);
   EXPECT_EQ(caseOf([&] { publisher->update("10.0.0.3"); }), Case::notPublished);
@@ -222,7 +222,7 @@ TEST_F(NamePublisherTest, AnUpdateThatFailsIsTriedAgainByTheNext) {
   names.answerWith(DNSServiceCode::unknown);
   const auto error = errorOf([&] { publisher->update("10.0.0.2"); });
   ASSERT_TRUE(error);
-  EXPECT_EQ(error->which(), Case::daemon);
+  EXPECT_EQ(error->kind(), Case::daemon);
   EXPECT_EQ(error->code(), -65537);
   names.answerWith(DNSServiceCode::noError);
   publisher->update("10.0.0.2");

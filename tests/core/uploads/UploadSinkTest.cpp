@@ -144,7 +144,7 @@ TEST_F(UploadSinkTest, AFileThatCannotBeOpenedIsNamed) {
     open();
     FAIL();
   } catch (const UploadSinkError& error) {
-    EXPECT_EQ(error.which(), UploadSinkError::Case::ioFailure);
+    EXPECT_EQ(error.kind(), UploadSinkError::Case::ioFailure);
     EXPECT_EQ(error.what(),
               "could not open " + reservation->partialPath().string() + " for writing");
   }

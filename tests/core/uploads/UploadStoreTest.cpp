@@ -41,7 +41,7 @@ std::optional<Refusal> refusalOf(const std::function<void()>& operation) {
   try {
     operation();
   } catch (const UploadStoreError& error) {
-    return Refusal{error.which(), error.what()};
+    return Refusal{error.kind(), error.what()};
   }
   return std::nullopt;
 }
