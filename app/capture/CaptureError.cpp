@@ -1,5 +1,7 @@
 #include "app/capture/CaptureError.h"
 
+#include "core/support/Result.h"
+
 #include <system_error>
 
 namespace tarvinel {
@@ -19,13 +21,8 @@ const char* textOf(CaptureError::Case kind) {
 CaptureError::CaptureError(Case kind) : std::runtime_error(textOf(kind)), kind_(kind) {}
 
 bool isRefusal(const std::exception_ptr& error) {
-  try {
-    std::rethrow_exception(error);
-  } catch (const std::system_error& failure) {
-    return failure.code() == std::errc::operation_canceled;
-  } catch (...) {
-    return false;
-  }
+  const auto failure = errorAs<std::system_error>(error);
+  return failure && failure->code() == std::errc::operation_canceled;
 }
 
 }  // namespace tarvinel

@@ -10,6 +10,7 @@
 #include "core/pages/ViewerPage.h"
 #include "core/support/ApplicationIdentifier.h"
 #include "core/support/ReplacedFile.h"
+#include "core/support/Result.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -40,14 +41,9 @@ std::string_view linkName(bool isWired) {
 
 /// Why the server may not have its port; none when it failed for another reason.
 std::optional<std::error_code> refusalIn(const std::exception_ptr& error) {
-  try {
-    std::rethrow_exception(error);
-  } catch (const StreamServerError& failure) {
-    return failure.kind() == StreamServerError::Case::bindFailed ? std::optional(failure.code())
-                                                                 : std::nullopt;
-  } catch (...) {
-    return std::nullopt;
-  }
+  const auto failure = errorAs<StreamServerError>(error);
+  if (!failure || failure->kind() != StreamServerError::Case::bindFailed) return std::nullopt;
+  return failure->code();
 }
 
 /// The brand but for what only a server has.

@@ -3,6 +3,7 @@
 #include "app/platform/ResourcesFolder.h"
 #include "core/config/TarvinelConfigError.h"
 #include "core/support/ASCII.h"
+#include "core/support/Result.h"
 
 #include <fmt/format.h>
 
@@ -25,13 +26,9 @@ std::optional<path> profileFolder(const CommandLineOptions& options) {
 
 /// One line; the texts of a file cannot break it.
 std::string report(const path& file, const std::exception_ptr& error) {
-  try {
-    std::rethrow_exception(error);
-  } catch (const TarvinelConfigError& corrected) {
-    return withoutControls(fmt::format("config at {}: {}", file.native(), corrected.what()));
-  } catch (const std::exception& unusable) {
-    return withoutControls(fmt::format("config at {} ignored: {}", file.native(), unusable.what()));
-  }
+  const bool isCorrected = errorAs<TarvinelConfigError>(error).has_value();
+  return withoutControls(fmt::format("config at {}{}: {}", file.native(),
+                                     isCorrected ? "" : " ignored", describe(error)));
 }
 
 bool isMissing(const std::optional<path>& file) {

@@ -3,6 +3,7 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -12,6 +13,21 @@ namespace tarvinel {
 
 /// The text of an error as shown to people: what() of a std::exception.
 std::string describe(const std::exception_ptr& error);
+
+/// Returns the error if it is an `Error` or derived from one, else nullopt; also for null. This is
+/// the place where an error is looked at: C++20 has no other way into it than to throw and catch
+/// it.
+template <class Error>
+std::optional<Error> errorAs(const std::exception_ptr& error) {
+  if (!error) return std::nullopt;
+  try {
+    std::rethrow_exception(error);
+  } catch (const Error& match) {
+    return match;
+  } catch (...) {
+    return std::nullopt;
+  }
+}
 
 /// What an asynchronous operation delivers: a value or the error that prevented it. Errors cross
 /// queues inside a Result and are never thrown there.
@@ -33,7 +49,7 @@ class Result {
     return std::get<T>(std::move(state_));
   }
 
-  /// Null when ok.
+  /// Returns the error without throwing it, null when ok; see errorAs.
   std::exception_ptr error() const { return ok() ? nullptr : *std::get<SharedError>(state_); }
 
  private:

@@ -241,12 +241,10 @@ TEST_F(TarvinelConfigTest, AnEmptyHostNameStaysEmptyWithoutAnError) {
 TEST_F(TarvinelConfigTest, TheErrorTellsWhichSettingWasCorrected) {
   user(R"({"hostname":"My.Room"})");
   const auto loaded = TarvinelConfig::load(userFile, std::nullopt, log.category("config"));
-  try {
-    std::rethrow_exception(loaded.error);
-  } catch (const TarvinelConfigError& corrected) {
-    EXPECT_EQ(corrected.kind(), TarvinelConfigError::Case::invalidHostname);
-    EXPECT_EQ(corrected.value(), "My.Room");
-  }
+  const auto corrected = errorAs<TarvinelConfigError>(loaded.error);
+  ASSERT_TRUE(corrected);
+  EXPECT_EQ(corrected->kind(), TarvinelConfigError::Case::invalidHostname);
+  EXPECT_EQ(corrected->value(), "My.Room");
 }
 
 // Brand

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 namespace tarvinel {
 namespace {
@@ -20,6 +22,16 @@ TEST(Result, HoldsWhatWasThrownWithItsType) {
   EXPECT_FALSE(result.ok());
   EXPECT_THROW(result.value(), std::out_of_range);
   EXPECT_EQ(describe(result.error()), "too far");
+}
+
+TEST(Result, TheErrorIsGivenAsTheTypeThatItHas) {
+  const auto error =
+      resultOf([] { throw std::system_error(EPERM, std::generic_category()); }).error();
+  EXPECT_EQ(errorAs<std::system_error>(error)->code(), std::errc::operation_not_permitted);
+  EXPECT_TRUE(errorAs<std::runtime_error>(error));
+  EXPECT_FALSE(errorAs<std::logic_error>(error));
+  EXPECT_FALSE(errorAs<std::runtime_error>(resultOf([] { throw 3; }).error()));
+  EXPECT_FALSE(errorAs<std::runtime_error>(Result<int>(7).error()));
 }
 
 TEST(Result, OfNothingIsOkOrAnError) {

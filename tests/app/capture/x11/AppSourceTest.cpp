@@ -1,5 +1,6 @@
 #include "app/capture/CaptureError.h"
 #include "app/x11/Error.h"
+#include "core/support/Result.h"
 #include "tests/support/Colours.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/X11Capture.h"
@@ -200,12 +201,10 @@ TEST_F(X11AppSourceTest, ItsLastWindowsEndEndsTheStream) {
   hidden.map();
   frameWith(red, 20, 20);
   hidden.close();
-  try {
-    std::rethrow_exception(log.stopReason());
-  } catch (const Error& error) {
-    EXPECT_EQ(error.kind(), Error::Case::applicationGone);
-    EXPECT_STREQ(error.what(), "the application was closed");
-  }
+  const auto error = errorAs<Error>(log.stopReason());
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->kind(), Error::Case::applicationGone);
+  EXPECT_STREQ(error->what(), "the application was closed");
 }
 
 TEST_F(X11AppSourceTest, AProcessWithoutWindowsDoesNotStart) {

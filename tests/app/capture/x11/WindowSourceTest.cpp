@@ -1,6 +1,7 @@
 #include "app/capture/CaptureError.h"
 #include "app/capture/x11/WindowSource.h"
 #include "app/x11/Error.h"
+#include "core/support/Result.h"
 #include "tests/support/Colours.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/X11Capture.h"
@@ -207,12 +208,10 @@ TEST_F(X11WindowSourceTest, ItsEndEndsTheStreamOnce) {
   x11.run.startWindow(window.id());
   log.frame(0);
   window.close();
-  try {
-    std::rethrow_exception(log.stopReason());
-  } catch (const Error& error) {
-    EXPECT_EQ(error.kind(), Error::Case::windowGone);
-    EXPECT_STREQ(error.what(), "the window was closed");
-  }
+  const auto error = errorAs<Error>(log.stopReason());
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->kind(), Error::Case::windowGone);
+  EXPECT_STREQ(error->what(), "the window was closed");
   x11.run.stop();
   EXPECT_EQ(log.stopCount(), 1U);
 }

@@ -1,5 +1,6 @@
 #include "app/capture/x11/DisplaySource.h"
 #include "app/x11/Error.h"
+#include "core/support/Result.h"
 #include "tests/support/Colours.h"
 #include "tests/support/X11Capture.h"
 
@@ -62,12 +63,10 @@ TEST(X11MonitorChange, AMonitorThatGoesEndsTheStreamOnce) {
   x11.run.startDisplay(right);
   x11.run.log().frame(0);
   x11.client.removeMonitor("right");
-  try {
-    std::rethrow_exception(x11.run.log().stopReason());
-  } catch (const Error& error) {
-    EXPECT_EQ(error.kind(), Error::Case::displayGone);
-    EXPECT_STREQ(error.what(), "the display was disconnected");
-  }
+  const auto error = errorAs<Error>(x11.run.log().stopReason());
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->kind(), Error::Case::displayGone);
+  EXPECT_STREQ(error->what(), "the display was disconnected");
   x11.run.stop();
   EXPECT_EQ(x11.run.log().stopCount(), 1U);
 }
