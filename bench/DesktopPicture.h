@@ -1,7 +1,6 @@
 #pragma once
 
-#include "core/frames/MemoryPixelBuffer.h"
-#include "core/frames/PixelRegion.h"
+#include "core/frames/PixelBuffer.h"
 
 #include <cstddef>
 #include <memory>

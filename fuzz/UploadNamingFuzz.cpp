@@ -1,5 +1,4 @@
 #include "core/support/FatalError.h"
-#include "core/support/UTF8.h"
 #include "core/support/UnicodeText.h"
 #include "core/uploads/UploadNaming.h"
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "app/capture/CaptureSource.h"
-#include "app/capture/CaptureTools.h"
 #include "app/capture/FramePipeline.h"
 #include "app/capture/ScreenCaptureService.h"
 #include "app/capture/SourceCatalog.h"

@@ -2,7 +2,7 @@
 
 #include "app/capture/ScreenCaptureService.h"
 #include "app/capture/portal/RestoreTokens.h"
-#include "app/x11/Interrupt.h"
+#include "app/x11/Link.h"
 #include "core/support/SerialQueue.h"
 
 #include <cstdint>
@@ -43,8 +43,8 @@ bool xServerAnswers(const std::string& display);
 
 /// What services share with their owner.
 struct CaptureMeans {
-  std::shared_ptr<portal::RestoreTokens> tokens;      ///< for the desktop's portal
-  std::shared_ptr<x11::Interrupt> interrupt;  ///< ends every wait for an X server
+  std::shared_ptr<portal::RestoreTokens> tokens;  ///< for the desktop's portal
+  std::shared_ptr<x11::Interrupt> interrupt;      ///< ends every wait for an X server
 };
 
 /// Makes the service of a decided road on the capture queue, which must outlive it.

@@ -1,6 +1,6 @@
 #include "app/capture/CaptureSource.h"
 
-#include "core/support/Collation.h"
+#include "core/support/UnicodeText.h"
 
 #include <spdlog/fmt/fmt.h>
 

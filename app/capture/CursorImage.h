@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/capture/DirtyRegion.h"
-#include "core/support/PixelRect.h"
+#include "core/support/Geometry.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "core/support/Geometry.h"
-#include "core/support/PixelRect.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,8 +1,10 @@
 #include "app/capture/FramePipeline.h"
 
-#include "app/capture/FrameFacts.h"
-#include "core/frames/PixelRegion.h"
+#include "core/frames/PixelBuffer.h"
+#include "core/frames/PixelBufferJPEGEncoder.h"
 
+#include <algorithm>
+#include <chrono>
 #include <exception>
 #include <utility>
 
@@ -86,6 +88,60 @@ Frame FramePipeline::encodeFitted(double quality, double reduction, ChromaSampli
   const PixelSize delivered = pictureSize(*lastBuffer_, lastCrop_);
   const double scale = fittingScale(delivered, settings_.configured, reduction);
   return tools_.encode(*lastBuffer_, quality, lastCrop_, scale, chroma);
+}
+
+namespace {
+
+constexpr std::chrono::milliseconds settleInterval{100};
+
+double secondsSinceBoot() {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+}  // namespace
+
+CaptureTools CaptureTools::system() {
+  return {secondsSinceBoot, PixelBufferJPEGEncoder::encode,
+          [](SerialQueue& queue, std::function<void()> onTick) {
+            return std::make_unique<QueueTimer>(queue, settleInterval, std::move(onTick));
+          }};
+}
+
+namespace {
+
+std::optional<Rect> cropOf(const CapturedFrame& frame) {
+  if (!frame.contentRect || !frame.scaleFactor) return std::nullopt;
+  const Rect& points = *frame.contentRect;
+  const double scale = *frame.scaleFactor;
+  return Rect{points.x * scale, points.y * scale, points.width * scale, points.height * scale};
+}
+
+// Rectangles that overlap are counted twice: merging them would cost more than it tells.
+double dirtyPixels(const std::vector<Rect>& rectangles, double scale) {
+  double area = 0;
+  for (const Rect& points : rectangles) {
+    if (!points.isEmpty()) area += (points.width * scale) * (points.height * scale);
+  }
+  return area;
+}
+
+std::optional<double> dirtyFractionOf(const CapturedFrame& frame) {
+  if (!frame.dirtyRects) return std::nullopt;
+  const double pixels =
+      static_cast<double>(frame.buffer->width()) * static_cast<double>(frame.buffer->height());
+  if (pixels < 1) return std::nullopt;
+  return std::min(dirtyPixels(*frame.dirtyRects, frame.scaleFactor.value_or(1)) / pixels, 1.0);
+}
+
+}  // namespace
+
+FrameFacts::FrameFacts(const CapturedFrame& frame) {
+  const FrameStatus status = frame.status.value_or(FrameStatus::complete);
+  usable = frame.buffer != nullptr && status <= FrameStatus::idle;
+  if (!usable) return;
+  idle = status == FrameStatus::idle;
+  crop = cropOf(frame);
+  dirtyFraction = dirtyFractionOf(frame);
 }
 
 }  // namespace tarvinel

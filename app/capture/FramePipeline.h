@@ -1,20 +1,70 @@
 #pragma once
 
-#include "app/capture/CaptureTools.h"
-#include "app/capture/MotionBytesAverage.h"
 #include "app/capture/ScreenCaptureService.h"
 #include "app/capture/StreamGeometry.h"
+#include "core/frames/Frame.h"
 #include "core/frames/FramePacer.h"
 #include "core/frames/FramePump.h"
+#include "core/frames/JPEGWriter.h"
+#include "core/frames/PixelBuffer.h"
 #include "core/support/Geometry.h"
 #include "core/support/Log.h"
+#include "core/support/RepeatingTimer.h"
+#include "core/support/SerialQueue.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 
 namespace tarvinel {
+
+/// How large motion frames have been lately, the newest counting a fifth. Added to on one queue,
+/// read from any thread.
+class MotionBytesAverage {
+ public:
+  void add(std::size_t frameBytes) {
+    const auto newest = static_cast<double>(frameBytes);
+    const double before = bytes_.load();
+    bytes_.store(before == 0 ? newest : before * 0.8 + newest * 0.2);
+  }
+
+  /// Bytes; 0 before the first frame.
+  double value() const { return bytes_.load(); }
+
+ private:
+  std::atomic<double> bytes_{0};
+};
+
+/// What a sample of a capture stream means for viewers. Pure.
+struct FrameFacts {
+  bool usable = false;                  ///< it has a picture, and is complete or idle
+  bool idle = false;                    ///< the screen did not change
+  std::optional<Rect> crop;             ///< pixels; where in the buffer the content is
+  std::optional<double> dirtyFraction;  ///< 0 to 1; absent: nothing is known of the change
+
+  explicit FrameFacts(const CapturedFrame& frame);
+};
+
+/// What the capture needs besides a service and a broadcaster; tests drive it by hand.
+struct CaptureTools {
+  /// Seconds on a monotonic clock.
+  std::function<double()> uptime;
+
+  /// Encodes a picture; see PixelBufferJPEGEncoder::encode.
+  std::function<Frame(PixelBuffer& buffer, double quality, const std::optional<Rect>& crop,
+                      double scale, ChromaSampling chroma)>
+      encode;
+
+  /// Makes the timer that lets settled frames out, every 0.1 s on the capture queue.
+  std::function<std::unique_ptr<RepeatingTimer>(SerialQueue& queue, std::function<void()> onTick)>
+      makeSettleTimer;
+
+  /// The real ones.
+  static CaptureTools system();
+};
 
 /// How the frames of one capture are made.
 struct FrameSettings {

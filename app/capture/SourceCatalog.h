@@ -2,7 +2,6 @@
 
 #include "app/capture/CaptureSource.h"
 #include "app/capture/ScreenCaptureService.h"
-#include "app/capture/ShareableContent.h"
 
 #include <cstddef>
 #include <optional>

@@ -2,17 +2,22 @@
 
 #include "app/desktop/services/FolderChooser.h"
 #include "app/desktop/services/IdleInhibitor.h"
-#include "app/platform/Desktop.h"
 #include "app/desktop/services/Notifications.h"
+#include "app/platform/Desktop.h"
 
 #include <QDBusConnection>
 #include <QObject>
+#include <QString>
 
 #include <filesystem>
 #include <functional>
 #include <string>
 
 namespace tarvinel {
+
+/// Puts a text on the desktop's clipboard. Under Wayland a program without the focus may not, and a
+/// click in the tray gives none: there `wl-copy` does it where it is installed. Does not wait.
+void copyToClipboard(const QString& text);
 
 /// What the presenter's desktop does for the program, through the toolkit and the session bus.
 /// Services are never waited for: one that hangs costs nothing but what it was asked for.

@@ -13,7 +13,7 @@
 #include "app/startup/ProgramParts.h"
 #include "app/startup/TerminationSignals.h"
 #include "app/terminal/Console.h"
-#include "core/support/LineStream.h"
+#include "core/support/LineWriter.h"
 
 #include <QDBusConnection>
 #include <QTimer>

@@ -1,8 +1,27 @@
 #include "app/doctor/Doctor.h"
 
-#include "app/doctor/CheckProcess.h"
+#include "core/support/ASCII.h"
 
+#include <nlohmann/json.hpp>
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
 #include <list>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
 
 namespace tarvinel {
 
@@ -18,6 +37,199 @@ void Doctor::run(DoctorReport& report) const {
     processes.pop_front();
   }
   report.finish();
+}
+
+namespace {
+
+constexpr std::size_t textColumn = 28;
+constexpr std::string_view adviceMark = "→ ";
+constexpr std::size_t leastTextColumns = 28;  // in a narrower terminal the text runs over
+
+/// The characters of UTF-8.
+std::size_t columnsOf(std::string_view text) {
+  return static_cast<std::size_t>(
+      std::ranges::count_if(text, [](char c) { return (c & '\xc0') != '\x80'; }));
+}
+
+std::string_view firstWord(std::string_view text) {
+  return text.substr(0, text.find(' '));
+}
+
+/// The text in lines of so many columns, cut between words; longer words stay whole.
+std::vector<std::string> wrapped(std::string_view text, std::size_t columns) {
+  std::vector<std::string> lines{""};
+  while (!text.empty()) {
+    const auto word = firstWord(text);
+    text.remove_prefix(std::min(word.size() + 1, text.size()));
+    std::string& line = lines.back();
+    if (line.empty()) {
+      line = word;
+    } else if (columnsOf(line) + 1 + columnsOf(word) <= columns) {
+      line.append(" ").append(word);
+    } else {
+      lines.emplace_back(word);
+    }
+  }
+  return lines;
+}
+
+std::string_view wordFor(Finding::State state) {
+  switch (state) {
+    case Finding::State::fine:
+      return "fine";
+    case Finding::State::worthKnowing:
+      return "worth knowing";
+    case Finding::State::toBeMended:
+      break;
+  }
+  return "to be mended";
+}
+
+std::string_view colourOf(Finding::State state) {
+  switch (state) {
+    case Finding::State::fine:
+      return "\x1b[32m";  // green
+    case Finding::State::worthKnowing:
+      return "\x1b[35m";  // magenta, which is legible on black and on white
+    case Finding::State::toBeMended:
+      break;
+  }
+  return "\x1b[1;31m";  // bold red
+}
+
+}  // namespace
+
+DoctorReport::Style DoctorReport::Style::forStandardOutput() {
+  winsize size{};
+  if (isatty(STDOUT_FILENO) != 1) return {};
+  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return {.hasColours = true};
+  return {.hasColours = true, .columns = size.ws_col};
+}
+
+void DoctorReport::add(const std::string& topic, const Finding& finding) {
+  if (finding.state == Finding::State::toBeMended) ++toBeMended_;
+  out_ << painted(finding.state, fmt::format("{:<14}", wordFor(finding.state)))
+       << fmt::format("{:<14}", topic);
+  writeLine(finding.what, textColumn);
+  for (const std::string& line : finding.advice) {
+    out_ << std::string(textColumn, ' ') << adviceMark;
+    writeLine(line, textColumn + columnsOf(adviceMark));
+  }
+  out_ << std::flush;
+}
+
+/// From a column on, where the output stands.
+void DoctorReport::writeLine(const std::string& text, std::size_t column) {
+  const std::string shown = withoutControls(text);
+  if (style_.columns < column + leastTextColumns) {
+    out_ << shown << '\n';
+    return;
+  }
+  const auto lines = wrapped(shown, style_.columns - column);
+  out_ << lines.front() << '\n';
+  for (std::size_t i = 1; i < lines.size(); ++i)
+    out_ << std::string(column, ' ') << lines[i] << '\n';
+}
+
+void DoctorReport::finish() {
+  if (toBeMended_ == 0) {
+    out_ << "\nNothing has to be mended.\n";
+  } else if (toBeMended_ == 1) {
+    out_ << "\nOne thing has to be mended.\n";
+  } else {
+    out_ << fmt::format("\n{} things have to be mended.\n", toBeMended_);
+  }
+  out_ << std::flush;
+}
+
+std::string DoctorReport::painted(Finding::State state, const std::string& text) const {
+  if (!style_.hasColours) return text;
+  return fmt::format("{}{}\x1b[0m", colourOf(state), text);
+}
+
+namespace {
+
+/// How long a process that was told to end may take: one that waits for a dead disk cannot.
+constexpr std::chrono::milliseconds endPatience{500};
+
+std::string encoded(const Findings& findings) {
+  auto list = nlohmann::json::array();
+  for (const Finding& finding : findings)
+    list.push_back({static_cast<int>(finding.state), finding.what, finding.advice});
+  return list.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+/// Nothing when the text is not what `encoded` makes.
+std::optional<Findings> decoded(const std::string& text) try {
+  Findings findings;
+  for (const auto& entry : nlohmann::json::parse(text)) {
+    findings.push_back({static_cast<Finding::State>(entry.at(0).get<int>()), entry.at(1),
+                        entry.at(2).get<std::vector<std::string>>()});
+  }
+  return findings;
+} catch (const nlohmann::json::exception&) {
+  return std::nullopt;
+}
+
+void writeAll(int fd, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t count = ::write(fd, text.data(), text.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return;
+    text.remove_prefix(static_cast<std::size_t>(count));
+  }
+}
+
+[[noreturn]] void work(const std::function<Findings()>& run, const UniqueFd& output) {
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  try {
+    writeAll(output.get(), encoded(run()));
+  } catch (const std::exception&) {
+    std::_Exit(EXIT_FAILURE);  // without a result
+  }
+  std::_Exit(EXIT_SUCCESS);
+}
+
+/// Waits for one of poll's events, or for the end of the other side. What has happened already
+/// counts even after the deadline.
+bool happensBy(int fd, short events, CheckProcess::Clock::time_point deadline) {
+  while (true) {
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(deadline - CheckProcess::Clock::now());
+    pollfd waiting{fd, events, 0};
+    const int ready = ::poll(&waiting, 1, std::max(0, static_cast<int>(left.count())));
+    if (ready >= 0 || errno != EINTR) return ready > 0;
+  }
+}
+
+}  // namespace
+
+CheckProcess::CheckProcess(const std::function<Findings()>& run) {
+  std::array<int, 2> ends{};
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0) throw std::system_error(errno, std::system_category());
+  output_.reset(ends[0]);
+  const UniqueFd input(ends[1]);
+  process_ = ::fork();
+  if (process_ < 0) throw std::system_error(errno, std::system_category());
+  if (process_ == 0) work(run, input);
+}
+
+CheckProcess::~CheckProcess() {
+  ::kill(process_, SIGKILL);
+  constexpr short nothingButTheEnd = 0;
+  if (happensBy(output_.get(), nothingButTheEnd, Clock::now() + endPatience))
+    ::waitpid(process_, nullptr, 0);
+}
+
+std::optional<Findings> CheckProcess::await(Clock::time_point deadline) {
+  std::string text;
+  std::array<char, 4096> piece{};
+  while (happensBy(output_.get(), POLLIN, deadline)) {
+    const ssize_t count = ::read(output_.get(), piece.data(), piece.size());
+    if (count <= 0) return decoded(text);
+    text.append(piece.data(), static_cast<std::size_t>(count));
+  }
+  return std::nullopt;
 }
 
 }  // namespace tarvinel

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/doctor/Check.h"
+#include "app/doctor/Doctor.h"
 #include "app/startup/CommandLine.h"
 
 #include <vector>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/doctor/Finding.h"
+#include "app/doctor/Doctor.h"
 #include "core/config/TarvinelConfig.h"
 
 #include <cstdint>

@@ -1,13 +1,41 @@
 #pragma once
 
-#include "app/doctor/Finding.h"
-#include "app/doctor/PortHolder.h"
+#include "app/doctor/Doctor.h"
+
+#include <sys/types.h>
 
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <string>
 
 namespace tarvinel {
+
+/// Who listens on a port, as far as this user may know.
+struct PortHolder {
+  std::string user = {};     ///< a name, or a number where there is none
+  std::string program = {};  ///< empty: another user's, so that it cannot be told
+  pid_t process = 0;         ///< 0 likewise
+
+  bool operator==(const PortHolder&) const = default;
+
+  /// Nothing when nobody listens there, or the system does not tell. `proc` is where that is
+  /// mounted.
+  static std::optional<PortHolder> of(std::uint16_t port,
+                                      const std::filesystem::path& proc = "/proc");
+};
+
+/// A listening socket in the kernel's table of TCP sockets.
+struct ListeningEntry {
+  uid_t user = 0;
+  std::uint64_t inode = 0;
+
+  bool operator==(const ListeningEntry&) const = default;
+};
+
+/// The socket that listens on the port in a table such as /proc/net/tcp, see proc(5). Pure; lines
+/// that are not understood are passed over.
+std::optional<ListeningEntry> listeningEntry(std::string_view table, std::uint16_t port);
 
 /// What came of listening on the port, for a moment.
 struct PortFacts {

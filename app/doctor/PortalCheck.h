@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/doctor/BusInquiry.h"
-#include "app/doctor/Finding.h"
+#include "app/doctor/Doctor.h"
 
 #include <cstdint>
 #include <filesystem>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/capture/CaptureServiceFactory.h"
-#include "app/doctor/Finding.h"
+#include "app/doctor/Doctor.h"
 
 #include <string>
 

@@ -1,15 +1,14 @@
 #include "app/model/AppModel.h"
 
 #include "app/capture/CaptureError.h"
-#include "core/frames/JPEGSize.h"
+#include "core/frames/JPEGWriter.h"
 #include "core/frames/StreamPolicy.h"
-#include "core/http/StreamServerError.h"
-#include "core/link/ComputerNames.h"
+#include "core/http/StreamServer.h"
 #include "core/link/LocalAddresses.h"
 #include "core/pages/HelpPage.h"
 #include "core/pages/ViewerPage.h"
 #include "core/support/ApplicationIdentifier.h"
-#include "core/support/ReplacedFile.h"
+#include "core/support/RegularFile.h"
 #include "core/support/Result.h"
 
 #include <fmt/format.h>

@@ -11,11 +11,11 @@
 #include "app/updates/UpdaterModel.h"
 #include "core/config/TarvinelConfig.h"
 #include "core/frames/FrameBroadcaster.h"
-#include "core/frames/TrafficMeter.h"
+#include "core/frames/StreamPolicy.h"
 #include "core/http/StreamServer.h"
 #include "core/link/LinkMonitor.h"
 #include "core/link/LocalAddresses.h"
-#include "core/link/NetworkPath.h"
+#include "core/link/NetworkFacts.h"
 #include "core/mdns/NamePublisher.h"
 #include "core/mdns/NameRegistrar.h"
 #include "core/mdns/SystemNameRegistrar.h"
@@ -24,7 +24,6 @@
 #include "core/support/SerialQueue.h"
 #include "core/uploads/UploadController.h"
 #include "core/uploads/UploadStore.h"
-#include "core/uploads/UploadStores.h"
 
 #include <cstdint>
 #include <exception>

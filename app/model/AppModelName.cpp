@@ -1,6 +1,6 @@
 #include "app/model/AppModel.h"
-#include "core/mdns/DNSServiceCode.h"
-#include "core/mdns/NamePublisherError.h"
+#include "core/mdns/NamePublisher.h"
+#include "core/mdns/NameRegistrar.h"
 
 #include <fmt/format.h>
 

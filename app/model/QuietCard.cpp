@@ -1,7 +1,7 @@
 #include "app/model/QuietCard.h"
 
 #include "core/frames/JPEGWriter.h"
-#include "core/frames/PixelView.h"
+#include "core/frames/PixelBuffer.h"
 #include "core/support/UnicodeText.h"
 
 #include <pango/pangocairo.h>

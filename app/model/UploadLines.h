@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/uploads/UploadStatus.h"
+#include "core/uploads/UploadController.h"
 
 #include <optional>
 #include <string>

@@ -4,7 +4,6 @@
 #include "core/support/ApplicationSupport.h"
 #include "core/support/Bytes.h"
 #include "core/support/RegularFile.h"
-#include "core/support/ReplacedFile.h"
 
 #include <fmt/format.h>
 

@@ -1,9 +1,7 @@
 #include "app/platform/UserDefaults.h"
 
 #include "core/support/ApplicationSupport.h"
-#include "core/support/FileLock.h"
 #include "core/support/RegularFile.h"
-#include "core/support/ReplacedFile.h"
 #include "core/support/UniqueFd.h"
 
 #include <fcntl.h>

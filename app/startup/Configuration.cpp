@@ -1,7 +1,7 @@
 #include "app/startup/Configuration.h"
 
 #include "app/platform/ResourcesFolder.h"
-#include "core/config/TarvinelConfigError.h"
+#include "core/config/TarvinelConfig.h"
 #include "core/support/ASCII.h"
 #include "core/support/Result.h"
 

@@ -1,7 +1,5 @@
 #include "app/startup/TerminationSignals.h"
 
-#include "core/support/HangUp.h"
-
 #include <csignal>
 #include <system_error>
 #include <utility>
@@ -20,6 +18,11 @@ TerminationSignals::TerminationSignals(std::function<void()> caught) {
 
 TerminationSignals::~TerminationSignals() {
   queue_.stop();
+}
+
+bool endsWithItsTerminal() {
+  struct sigaction handling{};
+  return sigaction(SIGHUP, nullptr, &handling) == 0 && handling.sa_handler != SIG_IGN;
 }
 
 }  // namespace tarvinel

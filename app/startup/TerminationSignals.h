@@ -8,6 +8,10 @@
 
 namespace tarvinel {
 
+/// Whether the program is to end when its terminal does: not under nohup, which has it ignore the
+/// signal of that, SIGHUP.
+bool endsWithItsTerminal();
+
 /// Catches SIGINT, SIGTERM and the end of the terminal while it lives. The first one asks the
 /// program to end; from then on they have their default effect again, so that a second one ends the
 /// program at once, whatever it is waiting for.

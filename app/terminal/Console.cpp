@@ -1,7 +1,7 @@
 #include "app/terminal/Console.h"
 
 #include "core/support/ASCII.h"
-#include "core/support/HomeFolder.h"
+#include "core/support/ApplicationSupport.h"
 
 #include <fmt/format.h>
 

@@ -1,8 +1,54 @@
 #pragma once
 
+#include "app/platform/Desktop.h"
+#include "app/platform/MainQueue.h"
 #include "app/startup/CommandLine.h"
+#include "app/x11/ScreenSaverSuspension.h"
+
+#include <asio/io_context.hpp>
+
+#include <memory>
 
 namespace tarvinel {
+
+/// The main queue of a program in a terminal: the main thread, inside `run`.
+class TerminalLoop : public MainQueue {
+ public:
+  void post(std::function<void()> task) override;
+  std::unique_ptr<Timer> repeat(std::chrono::milliseconds interval,
+                                std::function<void()> task) override;
+
+  /// Runs the queue on the calling thread until `quit`; returns the exit status given there.
+  int run();
+
+  /// Ends `run` after the current task; the first status given stands. To be called on the queue.
+  void quit(int status);
+
+ private:
+  asio::io_context context_{1};
+  int status_ = 0;
+};
+
+/// Where there is no desktop: the console shows everything, and takes paths as text. Only an X
+/// server is asked not to blank its screen.
+class TerminalDesktop : public Desktop {
+ public:
+  void copy(const std::string& /*text*/) override {}
+  void openInBrowser(const std::string& /*url*/) override {}
+  void openFile(const std::filesystem::path& /*file*/) override {}
+  void openPrivacySettings() override {}
+  void chooseFolder(const std::filesystem::path& /*current*/,
+                    std::function<void(std::filesystem::path)> /*chosen*/) override {}
+  void revealFolder(const std::filesystem::path& /*folder*/) override {}
+  void notify(const std::string& /*title*/, const std::string& /*text*/) override {}
+  void alert(const std::string& /*title*/, const std::string& /*text*/) override {}
+  void dismissAlert() override {}
+  void keepAwake(bool awake) override;
+  void quit() override {}
+
+ private:
+  std::unique_ptr<x11::ScreenSaverSuspension> suspension_;  ///< while kept awake
+};
 
 /// Runs the program in a terminal until it is told to end; returns the exit status.
 int runHeadless(const CommandLineOptions& options);

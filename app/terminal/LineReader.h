@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/support/StopEvent.h"
+#include "core/support/UniqueFd.h"
 
 #include <functional>
 #include <string>

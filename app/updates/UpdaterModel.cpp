@@ -1,7 +1,6 @@
 #include "app/updates/UpdaterModel.h"
 
-#include "app/updates/UpdateCheckDeferred.h"
-#include "app/updates/UpdateCheckPolicy.h"
+#include "app/updates/UpdateController.h"
 
 #include <utility>
 

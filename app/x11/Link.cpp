@@ -241,4 +241,22 @@ Link::Link(const std::string& display, Clock::time_point deadline,
   if (xcb_connection_has_error(get()) != 0) throw Error::cannotConnect(display);
 }
 
+void Interrupt::interrupt() {
+  const std::scoped_lock lock(mutex_);
+  interrupted_ = true;
+  for (const int fd : sockets_)
+    shutdown(fd, SHUT_RDWR);
+}
+
+void Interrupt::add(int fd) {
+  const std::scoped_lock lock(mutex_);
+  sockets_.insert(fd);
+  if (interrupted_) shutdown(fd, SHUT_RDWR);
+}
+
+void Interrupt::remove(int fd) {
+  const std::scoped_lock lock(mutex_);
+  sockets_.erase(fd);
+}
+
 }  // namespace tarvinel::x11

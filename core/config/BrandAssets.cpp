@@ -1,6 +1,6 @@
 #include "core/config/BrandConfig.h"
+#include "core/support/ApplicationSupport.h"
 #include "core/support/ContentType.h"
-#include "core/support/HomeFolder.h"
 #include "core/support/RegularFile.h"
 
 #include <filesystem>

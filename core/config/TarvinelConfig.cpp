@@ -2,8 +2,6 @@
 
 #include "core/config/ConfigCoding.h"
 #include "core/config/ConfigFile.h"
-#include "core/config/ConfigMerge.h"
-#include "core/config/TarvinelConfigError.h"
 #include "core/support/ApplicationSupport.h"
 #include "core/support/HostLabel.h"
 #include "core/support/Result.h"

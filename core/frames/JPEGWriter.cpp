@@ -1,19 +1,19 @@
-#include "core/frames/JPEGWriter.h"
-
 // jpeglib.h needs size_t and FILE declared before it
 // clang-format off
-#include <cstddef>
-#include <cstdio>
-#include <jpeglib.h>
-#include <jerror.h>
 // clang-format on
 
-#include "core/frames/JPEGEncodeError.h"
+#include "core/frames/JPEGWriter.h"
+
+#include <jerror.h>
+#include <jpeglib.h>
 
 #include <algorithm>
 #include <array>
 #include <csetjmp>
+#include <cstddef>
+#include <cstdio>
 #include <exception>
+#include <string>
 #include <utility>
 
 namespace tarvinel {
@@ -145,6 +145,52 @@ Bytes writeJPEG(const PixelView& picture, int quality, ChromaSampling chroma) {
   jpeg_destroy_compress(&compressor);
   if (!written) throw JPEGEncodeError::encodeFailed();
   return std::move(destination.bytes);
+}
+
+JPEGEncodeError JPEGEncodeError::unsupportedPixelFormat(PixelFormat format) {
+  return {Case::unsupportedPixelFormat, format,
+          "unsupportedPixelFormat(" + std::to_string(format) + ")"};
+}
+
+JPEGEncodeError JPEGEncodeError::lockFailed(std::int32_t status) {
+  return {Case::lockFailed, status, "lockFailed(" + std::to_string(status) + ")"};
+}
+
+JPEGEncodeError JPEGEncodeError::contextFailed() {
+  return {Case::contextFailed, 0, "contextFailed"};
+}
+
+JPEGEncodeError JPEGEncodeError::encodeFailed() {
+  return {Case::encodeFailed, 0, "encodeFailed"};
+}
+
+namespace {
+
+constexpr std::uint8_t markerPrefix = 0xFF;
+constexpr std::size_t startOfImageLength = 2;
+constexpr std::size_t frameHeaderLength = 9;  // up to the width
+
+std::size_t number(const Bytes& file, std::size_t at) {
+  return std::size_t{file[at]} << 8 | file[at + 1];
+}
+
+// Start of frame, but for the tables that are numbered among them.
+bool beginsFrame(std::uint8_t marker) {
+  return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
+}
+
+}  // namespace
+
+std::optional<PixelSize> sizeOfJPEG(const Bytes& file) {
+  std::size_t at = startOfImageLength;
+  while (at + frameHeaderLength <= file.size() && file[at] == markerPrefix) {
+    if (beginsFrame(file[at + 1])) {
+      return PixelSize{static_cast<std::int64_t>(number(file, at + 7)),
+                       static_cast<std::int64_t>(number(file, at + 5))};
+    }
+    at += 2 + number(file, at + 2);
+  }
+  return std::nullopt;
 }
 
 }  // namespace tarvinel

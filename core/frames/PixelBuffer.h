@@ -1,10 +1,44 @@
 #pragma once
 
+#include "core/support/Bytes.h"
+#include "core/support/Geometry.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 namespace tarvinel {
+
+/// A rectangle of whole pixels inside a picture.
+struct PixelRegion {
+  std::size_t x = 0;
+  std::size_t y = 0;
+  std::size_t width = 0;
+  std::size_t height = 0;
+
+  bool operator==(const PixelRegion&) const = default;
+};
+
+/// The part of a picture of `width` × `height` pixels that `crop` (pixels, origin at the first
+/// pixel of the first row) asks for: widened to whole pixels and cut at the edges. The whole
+/// picture when nothing is asked for or nothing would be left.
+PixelRegion croppedRegion(std::size_t width, std::size_t height, const std::optional<Rect>& crop);
+
+/// Borrowed BGRA pixels. Valid as long as the memory's owner says.
+struct PixelView {
+  const std::uint8_t* pixels = nullptr;  ///< first byte of the first row
+  std::size_t width = 0;                 ///< pixels
+  std::size_t height = 0;                ///< pixels
+  std::size_t bytesPerRow = 0;           ///< at least width × 4
+
+  const std::uint8_t* row(std::size_t y) const { return pixels + y * bytesPerRow; }
+
+  /// The same memory seen through a region that lies inside this view.
+  PixelView part(const PixelRegion& region) const {
+    return {row(region.y) + region.x * 4, region.width, region.height, bytesPerRow};
+  }
+};
 
 /// A four-character code of a pixel layout.
 using PixelFormat = std::uint32_t;
@@ -42,6 +76,30 @@ class PixelBuffer {
 
   /// First byte of the first row, null when there is none; valid while locked.
   virtual const std::uint8_t* baseAddress() const = 0;
+};
+
+/// A BGRA pixel buffer in ordinary memory, black at first. Locking always succeeds.
+class MemoryPixelBuffer : public PixelBuffer {
+ public:
+  /// Sizes in pixels. Throws std::length_error or std::bad_alloc when that much memory is not
+  /// there.
+  MemoryPixelBuffer(std::size_t width, std::size_t height);
+
+  PixelFormat pixelFormat() const override { return pixelFormatBGRA; }
+  std::size_t width() const override { return width_; }
+  std::size_t height() const override { return height_; }
+  std::size_t bytesPerRow() const override { return width_ * 4; }
+  int lockReadOnly() override { return 0; }
+  void unlockReadOnly() override {}
+  const std::uint8_t* baseAddress() const override { return pixels_.data(); }
+
+  /// For whoever draws into it.
+  std::uint8_t* pixels() { return pixels_.data(); }
+
+ private:
+  std::size_t width_;
+  std::size_t height_;
+  Bytes pixels_;
 };
 
 }  // namespace tarvinel

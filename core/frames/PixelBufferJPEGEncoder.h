@@ -5,9 +5,25 @@
 #include "core/frames/PixelBuffer.h"
 #include "core/support/Geometry.h"
 
+#include <cstddef>
+#include <memory>
 #include <optional>
 
 namespace tarvinel {
+
+/// A reduced copy of a picture; owns its pixels.
+class ReducedPicture {
+ public:
+  /// Shrinks `source` to `width` × `height` pixels, averaging what falls together. Throws
+  /// JPEGEncodeError contextFailed when there is no memory or the size cannot be handled.
+  ReducedPicture(const PixelView& source, std::size_t width, std::size_t height);
+
+  const PixelView& view() const { return view_; }
+
+ private:
+  std::unique_ptr<std::uint8_t[]> pixels_;
+  PixelView view_;
+};
 
 /// Turns a captured picture into a JPEG file. Stateless; safe from any thread that may read the
 /// buffer.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace tarvinel {
 
@@ -41,6 +42,11 @@ double StreamPolicy::airtimeMbps(std::int64_t viewers, std::int64_t frameBytes, 
                                  bool wired) {
   const double bitsPerSecond = bitsForAllViewers(viewers, frameBytes) * static_cast<double>(fps);
   return airFactor(wired) * bitsPerSecond / 1'000'000.0;
+}
+
+double TrafficMeter::measure(std::int64_t bytesSent) {
+  const auto sent = static_cast<double>(bytesSent - std::exchange(lastBytesSent_, bytesSent));
+  return std::round(sent * 8 / 1'000'000 * 10) / 10;
 }
 
 }  // namespace tarvinel

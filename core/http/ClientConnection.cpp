@@ -8,7 +8,7 @@
 #include "core/pages/HelpPage.h"
 #include "core/pages/UploadPage.h"
 #include "core/pages/ViewerPage.h"
-#include "core/support/UTF8.h"
+#include "core/support/UnicodeText.h"
 
 #include <asio/write.hpp>
 

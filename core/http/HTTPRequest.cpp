@@ -1,7 +1,7 @@
 #include "core/http/HTTPRequest.h"
 
 #include "core/support/ASCII.h"
-#include "core/support/UTF8.h"
+#include "core/support/UnicodeText.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,6 +1,6 @@
 #include "core/http/PercentEncoding.h"
 
-#include "core/support/UTF8.h"
+#include "core/support/UnicodeText.h"
 
 #include <fmt/format.h>
 

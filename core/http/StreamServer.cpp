@@ -1,6 +1,5 @@
 #include "core/http/StreamServer.h"
 
-#include "core/http/StreamServerError.h"
 #include "core/http/ViewerSocket.h"
 
 #include <fmt/format.h>

@@ -1,9 +1,16 @@
 #include "core/http/UploadTransfer.h"
 
 #include "core/http/HTTPResponse.h"
+#include "core/support/FatalError.h"
+#include "core/support/Result.h"
+#include "core/uploads/UploadController.h"
+#include "core/uploads/UploadNaming.h"
 
 #include <nlohmann/json.hpp>
 
+#include <fmt/format.h>
+
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -180,6 +187,111 @@ void UploadTransfer::connectionClosed() {
   controller_->logger()->info("connection closed after {} of {} bytes; dropping partial", received_,
                               upload->declaredBytes());
   upload->abandon([] {});
+}
+
+namespace {
+
+UploadRefusal refusalFor(UploadController::Admission admission) {
+  switch (admission) {
+    case UploadController::Admission::disabled:
+      return {"403 Forbidden", "Uploads are closed right now, ask your Pro to open them"};
+    case UploadController::Admission::busy:
+      return UploadRefusal::busy();
+    case UploadController::Admission::noSpace:
+      return {"507 Insufficient Storage", "not enough space on the Pro's disk"};
+    case UploadController::Admission::admitted:
+      break;
+  }
+  fatalError("an admitted upload is not refused");
+}
+
+UploadRefusal couldNotReserve(const UploadRequest& request, const std::exception_ptr& error,
+                              const Logger& logger) {
+  logger->error("reserve {}/{} failed: {}", request.label, request.filename, describe(error));
+  return {UploadRefusal::internalError, "could not create the file"};
+}
+
+UploadRefusal couldNotOpen(const std::string& file, const std::exception_ptr& error,
+                           const Logger& logger) {
+  logger->error("open {} failed: {}", file, describe(error));
+  return {UploadRefusal::internalError, "could not write the file"};
+}
+
+/// Opens the file of the first name that is free. A name that the store has reserved can be taken
+/// all the same, by another program that uses the folder: then the next one is tried.
+AdmissionOutcome openUpload(
+    UploadSlot slot, const std::shared_ptr<UploadStore>& store, const UploadRequest& request,
+    const Logger& logger,
+    const std::function<std::shared_ptr<UploadSink>(const UploadStore::Reservation&)>& openSink) {
+  for (int attempt = 1;;) {
+    const auto reserved =
+        resultOf([&] { return store->reserve(request.label, request.filename, attempt); });
+    if (!reserved.ok()) return couldNotReserve(request, reserved.error(), logger);
+    const UploadStore::Reservation& reservation = reserved.value();
+    const auto sink = resultOf([&] { return openSink(reservation); });
+    if (sink.ok() && sink.value()) {
+      return std::make_shared<ActiveUpload>(std::move(slot), store, reservation, sink.value(),
+                                            logger);
+    }
+    store->release(reservation);
+    if (!sink.ok()) return couldNotOpen(reservation.partialName(), sink.error(), logger);
+    attempt = reservation.attempt + 1;
+  }
+}
+
+}  // namespace
+
+AdmissionOutcome performAdmission(const std::shared_ptr<UploadController>& controller,
+                                  const UploadRequest& request,
+                                  const std::shared_ptr<const UploadPlace>& place,
+                                  BlockingPool& pool, const std::function<void()>& onStall) {
+  const auto admission = controller->admit(request.declaredBytes, place);
+  if (admission != UploadController::Admission::admitted) return refusalFor(admission);
+  UploadSlot slot(controller, request.declaredBytes, place);
+  const Logger& logger = controller->logger();
+  return openUpload(std::move(slot), controller->store(), request, logger,
+                    [&](const UploadStore::Reservation& reservation) {
+                      return UploadSink::open(pool, reservation, controller->limits().stall,
+                                              onStall, logger);
+                    });
+}
+
+namespace {
+
+constexpr std::string_view badRequest = "400 Bad Request";
+constexpr std::int64_t gigabyte = 1073741824;
+
+UploadRefusal refusalOfName(std::string_view filename) {
+  const std::string_view extension = UploadNaming::pathExtension(filename);
+  if (!extension.empty() && !UploadNaming::isAllowedExtension(extension)) {
+    return {"415 Unsupported Media Type",
+            "file type not accepted; allowed: " + UploadNaming::listOfAllowedExtensions()};
+  }
+  return {badRequest, "file name must contain letters or digits and an extension"};
+}
+
+std::optional<UploadRefusal> refusalOfSize(std::optional<std::int64_t> bytes,
+                                           std::int64_t maxBytes) {
+  if (!bytes) return UploadRefusal{"411 Length Required", "Content-Length required"};
+  if (*bytes < 1) return UploadRefusal{badRequest, "empty file"};
+  if (*bytes <= maxBytes) return std::nullopt;
+  return UploadRefusal{"413 Payload Too Large",
+                       fmt::format("files over {} GB are not accepted", maxBytes / gigabyte)};
+}
+
+}  // namespace
+
+std::variant<UploadRequest, UploadRefusal> UploadRequest::check(std::string_view participant,
+                                                                std::string_view filename,
+                                                                const HTTPRequest& request,
+                                                                std::int64_t maxBytes) {
+  const auto label = UploadNaming::participantLabel(participant);
+  if (!label) return UploadRefusal{badRequest, "name must contain letters or digits"};
+  const auto file = UploadNaming::fileName(filename);
+  if (!file) return refusalOfName(filename);
+  const auto length = request.contentLength();
+  if (const auto refusal = refusalOfSize(length, maxBytes)) return *refusal;
+  return UploadRequest{*label, *file, *length};
 }
 
 }  // namespace tarvinel

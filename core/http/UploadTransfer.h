@@ -1,11 +1,12 @@
 #pragma once
 
 #include "core/http/HTTPRequest.h"
-#include "core/http/Route.h"
-#include "core/http/UploadAdmission.h"
+#include "core/http/Router.h"
 #include "core/support/BlockingPool.h"
 #include "core/support/Bytes.h"
 #include "core/support/SerialQueue.h"
+#include "core/uploads/ActiveUpload.h"
+#include "core/uploads/UploadController.h"
 
 #include <asio/ip/tcp.hpp>
 
@@ -14,8 +15,47 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <variant>
 
 namespace tarvinel {
+
+/// Why an upload is not taken, as its participant is told.
+struct UploadRefusal {
+  static constexpr std::string_view internalError = "500 Internal Server Error";
+
+  std::string_view status;  ///< what follows "HTTP/1.1 "
+  std::string message;
+
+  /// The only one after which the page tries again by itself.
+  static UploadRefusal busy() {
+    return {"503 Service Unavailable", "busy, retry in a few seconds"};
+  }
+
+  bool operator==(const UploadRefusal&) const = default;
+};
+
+/// An upload that may ask for admission. Plain value.
+struct UploadRequest {
+  std::string label;               ///< the participant's name, clean
+  std::string filename;            ///< clean, with an allowed extension
+  std::int64_t declaredBytes = 0;  ///< at least 1
+
+  /// Checks names, type and size, in this order; the first that is wrong decides. Pure.
+  static std::variant<UploadRequest, UploadRefusal> check(std::string_view participant,
+                                                          std::string_view filename,
+                                                          const HTTPRequest& request,
+                                                          std::int64_t maxBytes);
+};
+
+/// An upload whose file is open, or why there is none.
+using AdmissionOutcome = std::variant<std::shared_ptr<ActiveUpload>, UploadRefusal>;
+
+/// Asks the gate, reserves a name and opens the file. Blocks as long as the disk does: runs on the
+/// queue ".upload-admission". `onStall` is called at most once, on the queue of the upload's sink.
+AdmissionOutcome performAdmission(const std::shared_ptr<UploadController>& controller,
+                                  const UploadRequest& request,
+                                  const std::shared_ptr<const UploadPlace>& place,
+                                  BlockingPool& pool, const std::function<void()>& onStall);
 
 /// The queues that uploads use; they outlive all transfers.
 struct UploadQueues {

@@ -6,12 +6,15 @@
 #include <net/if.h>
 #include <netdb.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <fstream>
 #include <map>
 #include <memory>
 #include <set>
+#include <sstream>
 #include <utility>
 
 namespace tarvinel {
@@ -128,6 +131,39 @@ std::string LocalAddresses::url(std::string_view host, std::uint16_t port) {
   std::string url = std::string("http://").append(host);
   if (port != 80) url.append(":").append(std::to_string(port));
   return url.append("/");
+}
+
+namespace {
+
+/// What follows the address in a line.
+std::vector<std::string> namesIn(const std::string& line) {
+  std::istringstream words(line.substr(0, line.find('#')));
+  std::string word;
+  words >> word;
+  std::vector<std::string> names;
+  while (words >> word)
+    names.push_back(word);
+  return names;
+}
+
+}  // namespace
+
+std::vector<std::string> namesOfThisComputer(const std::filesystem::path& hostsFile) {
+  std::array<char, 256> name{};
+  if (gethostname(name.data(), name.size() - 1) != 0) return {};
+  return namesOf(name.data(), hostsFile);
+}
+
+std::vector<std::string> namesOf(const std::string& hostName,
+                                 const std::filesystem::path& hostsFile) {
+  std::vector<std::string> names{hostName};
+  std::ifstream file(hostsFile);
+  for (std::string line; std::getline(file, line);) {
+    const auto found = namesIn(line);
+    if (std::ranges::find(found, hostName) == found.end()) continue;
+    names.insert(names.end(), found.begin(), found.end());
+  }
+  return names;
 }
 
 }  // namespace tarvinel

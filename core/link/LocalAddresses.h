@@ -10,6 +10,15 @@
 
 namespace tarvinel {
 
+/// The names of this computer that it knows by itself: its host name, and the names that stand in
+/// one line with that in `hostsFile` (hosts(5)), where its name with the domain usually is. Asks no
+/// name server.
+std::vector<std::string> namesOfThisComputer(const std::filesystem::path& hostsFile = "/etc/hosts");
+
+/// The same for a computer with this host name.
+std::vector<std::string> namesOf(const std::string& hostName,
+                                 const std::filesystem::path& hostsFile);
+
 /// This computer's IPv4 addresses and the one that people in the room can best reach. Static, keeps
 /// no state; safe from any thread. `sysfs` is where that is mounted.
 class LocalAddresses {

@@ -1,17 +1,42 @@
 #pragma once
 
-#include "core/link/Debounce.h"
-#include "core/link/NetworkPath.h"
+#include "core/link/NetworkFacts.h"
 #include "core/link/SysfsInterfaces.h"
 
 #include <asio/posix/stream_descriptor.hpp>
 #include <asio/steady_timer.hpp>
 
+#include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <system_error>
 
 namespace tarvinel {
+
+/// When to act on events that come in bursts: once none has come for a while, but not for ever
+/// later than the first. Plain value; time is passed in.
+class Debounce {
+ public:
+  using TimePoint = std::chrono::steady_clock::time_point;
+
+  Debounce(std::chrono::milliseconds quiet, std::chrono::milliseconds longest)
+      : quiet_(quiet), longest_(longest) {}
+
+  /// An event has come; returns when to act unless another one comes.
+  TimePoint event(TimePoint now) {
+    first_ = first_.value_or(now);
+    return std::min(now + quiet_, *first_ + longest_);
+  }
+
+  /// The next event is the first of another burst.
+  void acted() { first_.reset(); }
+
+ private:
+  std::chrono::milliseconds quiet_;
+  std::chrono::milliseconds longest_;
+  std::optional<TimePoint> first_;
+};
 
 /// The network path as rtnetlink and sysfs tell it. Every change leads to reading everything again,
 /// so that it does not matter which events were lost. Interfaces without hardware below, such as a

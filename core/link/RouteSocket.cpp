@@ -1,15 +1,19 @@
 #include "core/link/RouteSocket.h"
 
-#include "core/link/NetlinkMessages.h"
-
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>
+#include <net/if.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <cstring>
+#include <map>
+#include <optional>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -122,6 +126,137 @@ bool drainNetworkEvents(int events) {
     if (errno == EAGAIN) return true;
     if (errno != EINTR && errno != ENOBUFS) return false;
   }
+}
+
+namespace {
+
+using ByteSpan = std::span<const std::byte>;
+
+constexpr std::size_t alignment = 4;
+
+/// Takes a record off the front of `bytes`; nothing when they are too few.
+template <class Record>
+std::optional<Record> takeRecord(ByteSpan& bytes) {
+  if (bytes.size() < sizeof(Record)) return std::nullopt;
+  Record record;
+  std::memcpy(&record, bytes.data(), sizeof record);
+  bytes = bytes.subspan(sizeof record);
+  return record;
+}
+
+/// Without the first `length` bytes and the padding behind them, or without any bytes.
+ByteSpan bytesAfter(ByteSpan bytes, std::size_t length) {
+  const std::size_t aligned = (length + alignment - 1) / alignment * alignment;
+  return bytes.subspan(std::min(aligned, bytes.size()));
+}
+
+/// By type, a repeated one as it came last; up to the first that is cut off.
+std::map<int, ByteSpan> attributesOf(ByteSpan bytes) {
+  std::map<int, ByteSpan> found;
+  while (true) {
+    ByteSpan rest = bytes;
+    const auto head = takeRecord<rtattr>(rest);
+    if (!head || head->rta_len < sizeof(rtattr) || head->rta_len > bytes.size()) return found;
+    found[head->rta_type & NLA_TYPE_MASK] = rest.first(head->rta_len - sizeof(rtattr));
+    bytes = bytesAfter(bytes, head->rta_len);
+  }
+}
+
+template <class Number>
+std::optional<Number> numberIn(const std::map<int, ByteSpan>& attributes, int type) {
+  const auto found = attributes.find(type);
+  if (found == attributes.end()) return std::nullopt;
+  ByteSpan bytes = found->second;
+  return takeRecord<Number>(bytes);
+}
+
+/// Names end up in paths.
+bool isInterfaceName(std::string_view name) {
+  return !name.empty() && name.size() < IFNAMSIZ && name != "." && name != ".." &&
+         name.find('/') == std::string_view::npos;
+}
+
+std::string_view attributeText(ByteSpan bytes) {
+  const std::string_view all(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  return all.substr(0, all.find('\0'));
+}
+
+void addLink(NetworkFacts& facts, ByteSpan body) {
+  const auto head = takeRecord<ifinfomsg>(body);
+  if (!head) return;
+  const auto found = attributesOf(body);
+  const auto name = found.find(IFLA_IFNAME);
+  if (name == found.end() || !isInterfaceName(attributeText(name->second))) return;
+  const bool carries = (head->ifi_flags & IFF_UP) != 0 && (head->ifi_flags & IFF_RUNNING) != 0 &&
+                       (head->ifi_flags & IFF_LOOPBACK) == 0;
+  facts.links.push_back({head->ifi_index, std::string(attributeText(name->second)), carries});
+}
+
+void addAddress(NetworkFacts& facts, ByteSpan body) {
+  const auto head = takeRecord<ifaddrmsg>(body);
+  if (!head || head->ifa_scope == RT_SCOPE_HOST) return;
+  // every interface has an IPv6 address of its link alone, which says nothing
+  if (head->ifa_family == AF_INET6 && head->ifa_scope == RT_SCOPE_LINK) return;
+  facts.linksWithAddress.insert(static_cast<int>(head->ifa_index));
+}
+
+/// The links of a route over several at once.
+std::vector<int> nextHops(ByteSpan bytes) {
+  std::vector<int> links;
+  while (true) {
+    ByteSpan rest = bytes;
+    const auto hop = takeRecord<rtnexthop>(rest);
+    if (!hop || hop->rtnh_len < sizeof(rtnexthop) || hop->rtnh_len > bytes.size()) return links;
+    if ((hop->rtnh_flags & RTNH_F_DEAD) == 0) links.push_back(hop->rtnh_ifindex);
+    bytes = bytesAfter(bytes, hop->rtnh_len);
+  }
+}
+
+std::vector<int> linksOf(const std::map<int, ByteSpan>& attributes) {
+  if (const auto link = numberIn<std::int32_t>(attributes, RTA_OIF)) return {*link};
+  const auto several = attributes.find(RTA_MULTIPATH);
+  if (several == attributes.end()) return {};
+  return nextHops(several->second);
+}
+
+/// Of the main table alone: a VPN that has a table of its own has no hardware below either.
+bool isLiveDefaultRoute(const rtmsg& route) {
+  const bool isKnownFamily = route.rtm_family == AF_INET || route.rtm_family == AF_INET6;
+  return isKnownFamily && route.rtm_dst_len == 0 && route.rtm_type == RTN_UNICAST &&
+         route.rtm_table == RT_TABLE_MAIN && (route.rtm_flags & (RTM_F_CLONED | RTNH_F_DEAD)) == 0;
+}
+
+void addRoute(NetworkFacts& facts, ByteSpan body) {
+  const auto head = takeRecord<rtmsg>(body);
+  if (!head || !isLiveDefaultRoute(*head)) return;
+  const auto found = attributesOf(body);
+  const auto family =
+      head->rtm_family == AF_INET ? NetworkFacts::Family::ipv4 : NetworkFacts::Family::ipv6;
+  const auto metric = numberIn<std::uint32_t>(found, RTA_PRIORITY).value_or(0);
+  for (const int link : linksOf(found))
+    facts.defaultRoutes.push_back({family, metric, link});
+}
+
+}  // namespace
+
+std::vector<NetlinkMessage> netlinkMessages(ByteSpan datagram) {
+  std::vector<NetlinkMessage> messages;
+  while (true) {
+    ByteSpan rest = datagram;
+    const auto head = takeRecord<nlmsghdr>(rest);
+    if (!head || head->nlmsg_len < sizeof(nlmsghdr) || head->nlmsg_len > datagram.size()) {
+      return messages;
+    }
+    messages.push_back({head->nlmsg_type, head->nlmsg_flags, head->nlmsg_seq,
+                        rest.first(head->nlmsg_len - sizeof(nlmsghdr))});
+    datagram = bytesAfter(datagram, head->nlmsg_len);
+  }
+}
+
+void addTo(NetworkFacts& facts, const NetlinkMessage& message) {
+  if (message.type == RTM_NEWLINK) addLink(facts, message.body);
+  if (message.type == RTM_NEWADDR) addAddress(facts, message.body);
+  if (message.type == RTM_NEWROUTE) addRoute(facts, message.body);
 }
 
 }  // namespace tarvinel

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/link/InterfaceType.h"
+#include "core/link/NetworkFacts.h"
 
 #include <filesystem>
 #include <optional>

@@ -2,14 +2,60 @@
 
 #include "core/dbus/MessageBus.h"
 #include "core/mdns/NameRegistrar.h"
-#include "core/support/OneShotTimer.h"
+#include "core/support/RepeatingTimer.h"
+#include "core/support/SerialQueue.h"
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
 namespace tarvinel {
+
+/// Tells whether a daemon runs that publishes names, now and whenever that changes, until it is
+/// destroyed. Lives on a queue.
+class DaemonWatch {
+ public:
+  enum class Finding : std::uint8_t {
+    running,  ///< it runs, or has been replaced by another that runs
+    absent,   ///< there is none
+    unknown,  ///< who should know does not answer; nothing more is found
+  };
+  using Callback = std::function<void(Finding)>;
+  using Factory =
+      std::function<std::unique_ptr<DaemonWatch>(SerialQueue& queue, Callback onFinding)>;
+
+  virtual ~DaemonWatch() = default;
+  DaemonWatch() = default;
+  DaemonWatch(const DaemonWatch&) = delete;
+  DaemonWatch& operator=(const DaemonWatch&) = delete;
+};
+
+/// Watches for the Avahi daemon on the system bus. Without a bus there is no daemon, and a bus is
+/// looked for again from time to time.
+class AvahiDaemonWatch : public DaemonWatch {
+ public:
+  /// How long a bus may take to answer, and how long it takes until a bus is looked for again.
+  static constexpr std::chrono::seconds defaultPatience{10};
+
+  /// `onFinding` is called on the queue, never during this call, and may destroy the watch.
+  AvahiDaemonWatch(SerialQueue& queue, Callback onFinding,
+                   std::chrono::milliseconds patience = defaultPatience);
+
+ private:
+  void connect();
+  void listen();
+  void ask();
+  void busIsGone();
+  void giveUp();
+
+  SerialQueue& queue_;
+  const Callback onFinding_;
+  const std::chrono::milliseconds patience_;
+  OneShotTimer timer_;
+  std::unique_ptr<MessageBus> bus_;
+};
 
 /// Publishes through the Avahi daemon, over a bus connection of its own: when that closes, the
 /// daemon withdraws the record. A name that the daemon publishes for the computer itself counts as

@@ -1,7 +1,6 @@
 #include "core/mdns/NamePublisher.h"
 
-#include "core/mdns/DNSServiceCode.h"
-#include "core/mdns/NamePublisherError.h"
+#include "core/mdns/NameRegistrar.h"
 #include "core/support/ASCII.h"
 #include "core/support/HostLabel.h"
 

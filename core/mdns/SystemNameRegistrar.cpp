@@ -1,9 +1,8 @@
 #include "core/mdns/SystemNameRegistrar.h"
 
 #include "core/mdns/AvahiDaemonRegistrar.h"
-#include "core/mdns/AvahiDaemonWatch.h"
-#include "core/mdns/DNSServiceCode.h"
 #include "core/mdns/EmbeddedResponder.h"
+#include "core/mdns/NameRegistrar.h"
 
 #include <utility>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/mdns/DaemonWatch.h"
+#include "core/mdns/AvahiDaemonRegistrar.h"
 #include "core/mdns/NameRegistrar.h"
 
 #include <cstdint>

@@ -2,11 +2,20 @@
 
 #include "core/config/BrandConfig.h"
 
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace tarvinel {
+
+/// Replaces every "{{name}}" of a page template by the value given for it. Values are inserted as
+/// they are and not searched again. A name without a value stops the program: templates are built
+/// in.
+std::string filledTemplate(
+    std::string_view page,
+    std::initializer_list<std::pair<std::string_view, std::string_view>> values);
 
 /// What the brand puts into the pages. Looks at the configuration alone: a file that cannot be read
 /// leaves a reference behind that is not found. Everything returned may be inserted as it is.

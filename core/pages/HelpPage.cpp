@@ -2,7 +2,6 @@
 
 #include "core/config/TarvinelConfig.h"
 #include "core/pages/BrandMarkup.h"
-#include "core/pages/Template.h"
 #include "core/pages/ViewerPage.h"
 #include "embedded/help_css.h"
 #include "embedded/help_html.h"

@@ -1,7 +1,6 @@
 #include "core/pages/UploadPage.h"
 
 #include "core/pages/BrandMarkup.h"
-#include "core/pages/Template.h"
 #include "core/uploads/UploadNaming.h"
 #include "embedded/upload_css.h"
 #include "embedded/upload_html.h"

@@ -1,7 +1,6 @@
 #include "core/pages/ViewerPage.h"
 
 #include "core/pages/BrandMarkup.h"
-#include "core/pages/Template.h"
 #include "embedded/viewer_css.h"
 #include "embedded/viewer_html.h"
 #include "embedded/viewer_js.h"

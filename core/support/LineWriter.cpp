@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cerrno>
+#include <string>
 #include <utility>
 
 namespace tarvinel {
@@ -109,6 +110,24 @@ bool LineWriter::waitUntilWritable() const {
   while (poll(waiting.data(), waiting.size(), -1) < 0 && errno == EINTR) {
   }
   return waiting[1].revents == 0;
+}
+
+LineStream::LineStream(int fd) : std::ostream(nullptr), buffer_(fd) {
+  rdbuf(&buffer_);
+}
+
+LineStream::~LineStream() {
+  flush();
+}
+
+LineStream::Buffer::Buffer(int fd)
+    : writer_([fd] { return nonBlockingOutput(fd); },
+              [](const std::string& sentence) { return "(" + sentence + ")\n"; }) {}
+
+int LineStream::Buffer::sync() {
+  if (!view().empty()) writer_.write(str());
+  str({});
+  return 0;
 }
 
 }  // namespace tarvinel

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "core/support/StopEvent.h"
 #include "core/support/UniqueFd.h"
 
 #include <chrono>
@@ -10,6 +9,8 @@
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <ostream>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -73,6 +74,30 @@ class LineWriter {
 
   UniqueFd output_;  ///< of the thread
   std::thread thread_;
+};
+
+/// An output stream whose text goes through a LineWriter whenever the stream is flushed, as
+/// std::endl does. Writing to it never blocks. Used on one thread.
+class LineStream : public std::ostream {
+ public:
+  /// Writes to where the descriptor leads; it stays the caller's and open.
+  explicit LineStream(int fd);
+  ~LineStream() override;
+  LineStream(const LineStream&) = delete;
+  LineStream& operator=(const LineStream&) = delete;
+
+ private:
+  class Buffer : public std::stringbuf {
+   public:
+    explicit Buffer(int fd);
+
+   private:
+    int sync() override;
+
+    LineWriter writer_;
+  };
+
+  Buffer buffer_;
 };
 
 }  // namespace tarvinel

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <system_error>
 #include <utility>
 
 namespace tarvinel {
@@ -33,6 +36,21 @@ class UniqueFd {
 
  private:
   int fd_ = -1;
+};
+
+/// Tells a thread that waits in poll(2) to stop: a descriptor that becomes readable, for good.
+class StopEvent {
+ public:
+  /// Throws std::system_error.
+  StopEvent() : fd_(eventfd(0, EFD_CLOEXEC)) {
+    if (!fd_) throw std::system_error(errno, std::generic_category(), "eventfd");
+  }
+
+  int fd() const { return fd_.get(); }
+  void set() const { eventfd_write(fd_.get(), 1); }
+
+ private:
+  UniqueFd fd_;
 };
 
 }  // namespace tarvinel

@@ -2,8 +2,8 @@
 
 #include "core/support/Log.h"
 #include "core/support/Result.h"
+#include "core/uploads/UploadController.h"
 #include "core/uploads/UploadSink.h"
-#include "core/uploads/UploadSlot.h"
 #include "core/uploads/UploadStore.h"
 
 #include <chrono>

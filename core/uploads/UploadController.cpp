@@ -1,5 +1,7 @@
 #include "core/uploads/UploadController.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <iterator>
 #include <utility>
@@ -116,6 +118,14 @@ int UploadController::debugInFlight() const {
 std::int64_t UploadController::debugReservedBytes() const {
   const std::scoped_lock lock(mutex_);
   return reservedBytes_;
+}
+
+std::string UploadStatus::json() const {
+  nlohmann::ordered_json document{
+      {"enabled", enabled}, {"files", files}, {"bytes", bytes}, {"participants", participants}};
+  if (lastParticipant) document["lastParticipant"] = *lastParticipant;
+  document["lastParticipantFiles"] = lastParticipantFiles;
+  return document.dump();
 }
 
 }  // namespace tarvinel

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "core/support/Log.h"
-#include "core/uploads/StallRule.h"
-#include "core/uploads/UploadStatus.h"
+#include "core/uploads/UploadSink.h"
 #include "core/uploads/UploadStore.h"
 
 #include <cstdint>
@@ -11,9 +10,25 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tarvinel {
+
+/// What the upload page polls and the presenter is shown. Plain value.
+struct UploadStatus {
+  bool enabled = false;
+  std::int64_t files = 0;
+  std::int64_t bytes = 0;
+  std::int64_t participants = 0;
+  std::optional<std::string> lastParticipant;  ///< absent until a file has arrived
+  std::int64_t lastParticipantFiles = 0;
+
+  bool operator==(const UploadStatus&) const = default;
+
+  /// The document of "/upload/status"; without a last participant its key is left out.
+  std::string json() const;
+};
 
 /// One of the places for uploads, as it is asked for and held.
 struct UploadPlace {
@@ -92,6 +107,37 @@ class UploadController {
   std::shared_ptr<UploadStore> store_;  // guarded by mutex_
   Places places_;                       // guarded by mutex_; the newest last
   std::int64_t reservedBytes_ = 0;      // guarded by mutex_
+};
+
+/// What one admitted upload holds, a place and room on the disk; gives it back when it goes.
+/// Movable value.
+class UploadSlot {
+ public:
+  /// Takes over what `admit` has just given.
+  UploadSlot(std::shared_ptr<UploadController> controller, std::int64_t declaredBytes,
+             std::shared_ptr<const UploadPlace> place = {})
+      : controller_(std::move(controller)),
+        declaredBytes_(declaredBytes),
+        place_(std::move(place)) {}
+  ~UploadSlot() { release(); }
+  UploadSlot(UploadSlot&&) = default;
+  UploadSlot& operator=(UploadSlot&&) = delete;
+  UploadSlot(const UploadSlot&) = delete;
+  UploadSlot& operator=(const UploadSlot&) = delete;
+
+  std::int64_t declaredBytes() const { return declaredBytes_; }
+
+  /// Idempotent.
+  void release() {
+    if (const auto controller = std::exchange(controller_, nullptr)) {
+      controller->release(declaredBytes_, place_);
+    }
+  }
+
+ private:
+  std::shared_ptr<UploadController> controller_;
+  std::int64_t declaredBytes_;
+  std::shared_ptr<const UploadPlace> place_;
 };
 
 }  // namespace tarvinel

@@ -1,7 +1,6 @@
 #include "core/uploads/UploadSink.h"
 
 #include "core/support/UUID.h"
-#include "core/uploads/UploadSinkError.h"
 
 #include <optional>
 #include <system_error>

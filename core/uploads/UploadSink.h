@@ -4,19 +4,70 @@
 #include "core/support/Log.h"
 #include "core/support/Result.h"
 #include "core/uploads/PartialFile.h"
-#include "core/uploads/StallRule.h"
 #include "core/uploads/UploadStore.h"
 
 #include <asio/steady_timer.hpp>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <span>
+#include <stdexcept>
+#include <string>
 
 namespace tarvinel {
+
+/// Why bytes of an upload did not reach the disk.
+class UploadSinkError : public std::runtime_error {
+ public:
+  enum class Case : std::uint8_t {
+    ioFailure,  ///< the file system refused
+    closed,     ///< the sink had been finished or aborted before
+  };
+
+  static UploadSinkError couldNotOpen(const std::filesystem::path& path) {
+    return {Case::ioFailure, "could not open " + path.string() + " for writing"};
+  }
+  static UploadSinkError ioFailure(const std::string& description) {
+    return {Case::ioFailure, description};
+  }
+  static UploadSinkError closed() { return {Case::closed, "the upload has ended"}; }
+
+  Case kind() const { return kind_; }
+  bool operator==(const UploadSinkError& other) const {
+    return kind_ == other.kind_ && std::string_view(what()) == other.what();
+  }
+
+ private:
+  UploadSinkError(Case kind, const std::string& text) : std::runtime_error(text), kind_(kind) {}
+
+  Case kind_;
+};
+
+/// When an upload no longer moves: it has been silent for too long, or it is, over its whole life,
+/// too slow. Pure; times are durations of monotonic time.
+struct StallRule {
+  using Seconds = std::chrono::duration<double>;
+
+  /// The age before which no upload is too slow.
+  static constexpr Seconds grace{10};
+
+  Seconds timeout{30};                     ///< the longest silence allowed
+  std::int64_t minBytesPerSecond = 20000;  ///< on average since the start
+
+  /// How often to look.
+  Seconds checkInterval() const { return std::min(timeout / 2, Seconds(5)); }
+
+  bool isStalled(Seconds idle, Seconds age, std::int64_t bytes) const {
+    if (idle >= timeout) return true;
+    return age >= grace &&
+           static_cast<double>(bytes) / age.count() < static_cast<double>(minBytesPerSecond);
+  }
+};
 
 /// The open file of one upload. Writes it on a queue of its own, ".upload." and a UUID, so that a
 /// disk that hangs holds up nobody else, and cuts an upload off that no longer moves.

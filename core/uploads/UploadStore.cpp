@@ -2,11 +2,13 @@
 
 #include "core/support/FatalError.h"
 #include "core/support/Result.h"
-#include "core/uploads/Placement.h"
+#include "core/uploads/PartialFile.h"
 #include "core/uploads/UploadFolderScan.h"
 #include "core/uploads/UploadNaming.h"
-#include "core/uploads/UploadStoreError.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <system_error>
 #include <utility>
 
@@ -210,6 +212,41 @@ UploadStore::Stats UploadStore::stats() const {
 std::optional<std::string> UploadStore::problem() const {
   const std::scoped_lock lock(statsMutex_);
   return problem_;
+}
+
+UploadStoreError UploadStoreError::pathEscapesRoot(const std::filesystem::path& path) {
+  return {Case::pathEscapesRoot,
+          fmt::format(R"(resolved path "{}" is outside the upload root)", path.string())};
+}
+
+UploadStoreError UploadStoreError::collisionExhausted(const std::string& name) {
+  return {Case::collisionExhausted,
+          fmt::format(R"(could not find a free name for "{}" after {} attempts)", name,
+                      UploadNaming::maxAttempts)};
+}
+
+UploadStoreError UploadStoreError::rootUnavailable(const std::filesystem::path& path) {
+  return {Case::rootUnavailable,
+          fmt::format(R"(could not create or use upload root "{}")", path.string())};
+}
+
+std::shared_ptr<UploadStore> UploadStores::open(const std::filesystem::path& root,
+                                                bool perParticipant) {
+  std::error_code unreachable;
+  const bool wasThere = std::filesystem::is_directory(root, unreachable);
+  auto opened = std::make_shared<UploadStore>(root, perParticipant, logger_);
+  if (auto known = wasThere ? storeBefore(*opened) : nullptr) {
+    known->freeSpace();  // notes that a problem that it had is over
+    return known;
+  }
+  stores_.push_back(opened);
+  return opened;
+}
+
+std::shared_ptr<UploadStore> UploadStores::storeBefore(const UploadStore& opened) const {
+  const auto newest = std::find_if(stores_.rbegin(), stores_.rend(),
+                                   [&](const auto& store) { return store->isContinuedBy(opened); });
+  return newest == stores_.rend() ? nullptr : *newest;
 }
 
 }  // namespace tarvinel

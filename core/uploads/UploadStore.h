@@ -13,10 +13,29 @@
 #include <mutex>
 #include <optional>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace tarvinel {
+
+/// Why the upload folder has no place for a file. The text is what the presenter is shown.
+class UploadStoreError : public std::runtime_error {
+ public:
+  enum class Case : std::uint8_t { pathEscapesRoot, collisionExhausted, rootUnavailable };
+
+  static UploadStoreError pathEscapesRoot(const std::filesystem::path& path);
+  static UploadStoreError collisionExhausted(const std::string& name);
+  static UploadStoreError rootUnavailable(const std::filesystem::path& path);
+
+  Case kind() const { return kind_; }
+
+ private:
+  UploadStoreError(Case kind, const std::string& text) : std::runtime_error(text), kind_(kind) {}
+
+  Case kind_;
+};
 
 /// The upload folder: gives out names before a file arrives, turns a complete partial file into its
 /// final name without ever overwriting anything, and counts.
@@ -111,6 +130,26 @@ class UploadStore {
   Stats stats_;                         // guarded by statsMutex_
   std::optional<std::string> problem_;  // guarded by statsMutex_
   std::map<std::string, std::int64_t> participantFileCounts_;  // guarded by statsMutex_
+};
+
+/// The stores of one run, so that a folder that is opened again goes on counting where it was:
+/// uploads that are under way still end in the store that named them.
+///
+/// Not safe from several threads at once.
+class UploadStores {
+ public:
+  explicit UploadStores(Logger logger) : logger_(std::move(logger)) {}
+
+  /// Opens a folder as a new store does, and returns the store that it had before, if it is still
+  /// the same folder used in the same way. Blocks as long as the disk does. Throws
+  /// UploadStoreError.
+  std::shared_ptr<UploadStore> open(const std::filesystem::path& root, bool perParticipant);
+
+ private:
+  std::shared_ptr<UploadStore> storeBefore(const UploadStore& opened) const;
+
+  const Logger logger_;
+  std::vector<std::shared_ptr<UploadStore>> stores_;  ///< the newest last
 };
 
 }  // namespace tarvinel

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "core/mdns/DNSServiceCode.h"
 #include "core/mdns/NameRegistrar.h"
 #include "core/support/SerialQueue.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/link/NetworkPath.h"
+#include "core/link/NetworkFacts.h"
 #include "core/support/SerialQueue.h"
 
 #include <memory>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/support/PixelRect.h"
+#include "core/support/Geometry.h"
 
 #include <xcb/xcb.h>
 

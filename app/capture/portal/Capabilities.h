@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/capture/ShareableContent.h"
+#include "app/capture/ScreenCaptureService.h"
 
 #include <cstdint>
 #include <functional>

@@ -3,8 +3,8 @@
 #include "app/capture/CursorImage.h"
 #include "app/capture/ScreenCaptureService.h"
 #include "app/capture/portal/RawPicture.h"
-#include "core/frames/MemoryPixelBuffer.h"
-#include "core/support/PixelRect.h"
+#include "core/frames/PixelBuffer.h"
+#include "core/support/Geometry.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,14 +1,12 @@
 #pragma once
 
-#include "app/capture/portal/CursorMetadata.h"
-#include "app/capture/portal/FrameRotator.h"
 #include "app/capture/portal/RawPicture.h"
-#include "app/capture/portal/StreamBuffers.h"
+#include "app/capture/portal/StreamBuffer.h"
 #include "app/capture/portal/VideoFormat.h"
 #include "app/capture/portal/VideoTransform.h"
+#include "core/support/Geometry.h"
 #include "core/support/Log.h"
-#include "core/support/OneShotTimer.h"
-#include "core/support/PixelRect.h"
+#include "core/support/RepeatingTimer.h"
 #include "core/support/SerialQueue.h"
 #include "core/support/UniqueFd.h"
 

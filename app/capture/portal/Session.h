@@ -1,9 +1,9 @@
 #pragma once
 
 #include "app/capture/portal/Capabilities.h"
-#include "app/capture/portal/StreamInfo.h"
+#include "app/capture/portal/Messages.h"
 #include "core/dbus/MessageBus.h"
-#include "core/support/OneShotTimer.h"
+#include "core/support/RepeatingTimer.h"
 #include "core/support/Result.h"
 #include "core/support/SerialQueue.h"
 #include "core/support/UniqueFd.h"

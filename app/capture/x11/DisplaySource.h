@@ -4,7 +4,7 @@
 #include "app/capture/x11/pixels/Cursor.h"
 #include "app/capture/x11/pixels/Damage.h"
 #include "app/capture/x11/pixels/Picture.h"
-#include "app/capture/x11/windows/MonitorEvents.h"
+#include "app/capture/x11/windows/Displays.h"
 #include "app/x11/Connection.h"
 
 #include <cstdint>

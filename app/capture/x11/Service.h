@@ -1,16 +1,82 @@
 #pragma once
 
 #include "app/capture/ScreenCaptureService.h"
-#include "app/capture/x11/Stream.h"
+#include "app/capture/x11/FrameSource.h"
 #include "app/x11/Connection.h"
 #include "core/support/SerialQueue.h"
 
+#include <asio/posix/stream_descriptor.hpp>
+#include <asio/steady_timer.hpp>
+
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <system_error>
 #include <unordered_map>
 
 namespace tarvinel::x11 {
+
+/// When a stream may look at the screen again. Pure: the time is passed in.
+class CapturePacing {
+ public:
+  using Time = std::chrono::steady_clock::time_point;
+
+  /// A rate below 1 counts as 1.
+  explicit CapturePacing(std::int32_t framesPerSecond);
+
+  /// The earliest time of the next look; long ago at first.
+  Time notBefore() const { return notBefore_; }
+
+  /// Takes notice of a look begun at `now`. After a frame the next comes an interval later at the
+  /// earliest. A look in vain (something moved, but not here) holds back a frame for a fraction of
+  /// that only, and yet a busy neighbour cannot cause looks without end.
+  void looked(Time now, bool delivered);
+
+ private:
+  std::chrono::nanoseconds interval_;
+  Time notBefore_{};
+};
+
+/// Drives one source: waits for the connection's events, looks when they tell of something new, not
+/// more often than the rate allows, and sleeps while the screen is still. Lives on the capture
+/// queue, which outlives it; made by std::make_shared.
+class Stream final : public CaptureStream, public std::enable_shared_from_this<Stream> {
+ public:
+  /// Connects and prepares; called by `start`. May throw.
+  using OpenSource = std::function<std::unique_ptr<FrameSource>()>;
+
+  Stream(SerialQueue& queue, OpenSource openSource, std::int32_t framesPerSecond,
+         StreamHandlers handlers);
+
+  /// May be called once.
+  void start(Completion<void> completion) override;
+  void stop(Completion<void> completion) override;
+
+ private:
+  void open();
+  void close();
+  bool isOpen() const { return source_ != nullptr; }
+  void advance();
+  void takeEvents();
+  bool mayLookNow();
+  void look();
+  void awaitEvents();
+  void awaitTime();
+  void fail(std::exception_ptr error);
+
+  SerialQueue& queue_;
+  const OpenSource openSource_;
+  StreamHandlers handlers_;
+  CapturePacing pacing_;
+  std::unique_ptr<FrameSource> source_;                   ///< null: not started, stopped or failed
+  std::optional<asio::posix::stream_descriptor> socket_;  ///< a duplicate of the connection's
+  asio::steady_timer timer_;
+  bool awaitingEvents_ = false;
+  bool awaitingTime_ = false;
+};
 
 /// Screen capture from an X server: displays, windows and applications. Lives on the capture queue,
 /// which outlives it. Holds no connection itself: each listing and each stream has its own.

@@ -1,14 +1,14 @@
 #include "app/capture/x11/WindowSource.h"
 
 #include "app/capture/CaptureError.h"
+#include "app/capture/x11/pixels/Cursor.h"
 #include "app/capture/x11/pixels/PixelFormat.h"
-#include "app/capture/x11/pixels/Pointer.h"
 #include "app/capture/x11/windows/ClientProcesses.h"
 #include "app/capture/x11/windows/ClientWindows.h"
-#include "app/x11/Atoms.h"
+#include "app/x11/Connection.h"
 #include "app/x11/Error.h"
-#include "app/x11/Event.h"
 #include "app/x11/Extensions.h"
+#include "app/x11/Property.h"
 
 namespace tarvinel::x11 {
 

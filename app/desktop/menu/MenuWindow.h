@@ -1,17 +1,38 @@
 #pragma once
 
 #include "app/desktop/menu/DrawnItems.h"
-#include "app/desktop/menu/MenuRow.h"
 #include "app/menu/MenuItem.h"
 
 #include <QVBoxLayout>
 #include <QWidget>
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <vector>
 
 namespace tarvinel {
+
+/// One item of the menu as a row of a window. Lives on the main queue.
+class MenuRow {
+ public:
+  using Perform = std::function<void(const MenuCommand&)>;
+
+  /// A row for items of this one's kind. `perform` is called in the middle of a click, when nothing
+  /// may be drawn.
+  static std::unique_ptr<MenuRow> make(const MenuItem& item, const Perform& perform);
+
+  virtual ~MenuRow() = default;
+  MenuRow() = default;
+  MenuRow(const MenuRow&) = delete;
+  MenuRow& operator=(const MenuRow&) = delete;
+
+  /// Shows another item of the same kind in its place.
+  virtual void show(const MenuItem& item) = 0;
+
+  /// The row's.
+  virtual QWidget& widget() = 0;
+};
 
 /// The menu as a small window, for a desktop without a tray. Closing it only hides it. Lives on the
 /// main queue.

@@ -1,8 +1,7 @@
 #include "app/desktop/services/FolderChooser.h"
 
 #include "app/desktop/dbus/DBusCall.h"
-#include "app/desktop/dbus/DesktopPortal.h"
-#include "app/desktop/services/FolderAddress.h"
+#include "app/desktop/services/FileBrowser.h"
 
 #include <QDBusArgument>
 #include <QVariantMap>

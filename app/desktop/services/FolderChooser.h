@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/desktop/dbus/DBusSignal.h"
+#include "app/desktop/dbus/DBusCall.h"
 
 #include <QDBusConnection>
 #include <QFileDialog>

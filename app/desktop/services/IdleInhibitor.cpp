@@ -1,7 +1,6 @@
 #include "app/desktop/services/IdleInhibitor.h"
 
 #include "app/desktop/dbus/DBusCall.h"
-#include "app/desktop/dbus/DesktopPortal.h"
 #include "app/x11/Error.h"
 #include "app/x11/ScreenSaverSuspension.h"
 
@@ -94,7 +93,8 @@ void IdleInhibitor::askPortal(const std::shared_ptr<Hold>& hold) {
 void IdleInhibitor::holdXServer(Hold& hold) {
   if (QGuiApplication::platformName() != "xcb"_L1) return;
   try {
-    hold.suspension = std::make_unique<x11::ScreenSaverSuspension>(qgetenv("DISPLAY").toStdString());
+    hold.suspension =
+        std::make_unique<x11::ScreenSaverSuspension>(qgetenv("DISPLAY").toStdString());
   } catch (const x11::Error&) {
     // the screen goes blank when it always does
   }

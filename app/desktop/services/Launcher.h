@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -22,5 +23,12 @@ bool launchFirstOf(const QList<LaunchCommand>& commands);
 /// Opens an address, of a page or of a folder, with whatever the desktop opens such with; false
 /// when there is nothing that could.
 bool openByDefault(const QString& url);
+
+/// The programs that could show the desktop's privacy settings, the best first; `desktop` is what
+/// XDG_CURRENT_DESKTOP says. Pure.
+QList<LaunchCommand> privacySettingsPrograms(const QString& desktop);
+
+/// Opens the desktop's privacy settings; false when nothing installed shows them.
+bool openDesktopPrivacySettings();
 
 }  // namespace tarvinel

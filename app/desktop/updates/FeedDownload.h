@@ -1,20 +1,37 @@
 #pragma once
+class QNetworkReply;
 
 #include "core/support/Result.h"
 
 #include <QByteArray>
 #include <QNetworkAccessManager>
 #include <QObject>
+#include <QString>
 #include <QTimer>
 #include <QUrl>
 
 #include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
 
-class QNetworkReply;
-
 namespace tarvinel {
+
+/// Which addresses may be read or shown. Static and pure.
+class FeedAddress {
+ public:
+  FeedAddress() = delete;
+
+  /// The address of a feed: https, or http of this very computer. Throws FeedError.
+  static QUrl parse(const std::string& text);
+
+  /// Where a redirection leads: to https, and from http of this very computer also to such. Throws
+  /// FeedError.
+  static QUrl redirected(const QUrl& from, const QByteArray& location);
+
+  /// The address of a page to show in a browser: http or https; nothing for anything else.
+  static std::optional<std::string> page(const QString& text);
+};
 
 /// Reads a feed over the network, once. Destroying it ends the reading without a word.
 ///

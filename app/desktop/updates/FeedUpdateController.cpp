@@ -1,7 +1,21 @@
 #include "app/desktop/updates/FeedUpdateController.h"
 
-#include "app/desktop/updates/AppcastFeed.h"
+#include "app/desktop/updates/FeedDownload.h"
+#include "app/updates/UpdateNotice.h"
+#include "core/support/UnicodeText.h"
 
+#include <QString>
+
+#include <expat.h>
+
+#include <array>
+#include <cstddef>
+#include <exception>
+#include <memory>
+#include <new>
+#include <optional>
+#include <span>
+#include <string>
 #include <utility>
 
 namespace tarvinel {
@@ -90,6 +104,163 @@ bool FeedUpdateController::isNews(const AppcastItem& item) const {
 
 void FeedUpdateController::changed() const {
   if (onChange_) onChange_();
+}
+
+namespace {
+
+constexpr std::size_t maxAttributes = 256;
+
+/// A name without its namespace's prefix.
+std::string_view localName(std::string_view name) {
+  return name.substr(name.rfind(':') + 1);  // the whole without a colon: npos + 1
+}
+
+/// What an item says; of several sayings the first counts that can be used.
+class ItemDraft {
+ public:
+  void say(std::string_view name, const std::string& text) {
+    const QString value = QString::fromStdString(text);
+    if (name == "shortVersionString") keepVersion(shortVersion_, value);
+    if (name == "version") keepVersion(version_, value);
+    if (name == "link") keepPage(link_, value);
+    if (name == "releaseNotesLink") keepPage(releaseNotes_, value);
+  }
+
+  std::optional<AppcastItem> item() const {
+    const auto& version = shortVersion_ ? shortVersion_ : version_;
+    if (!version) return std::nullopt;
+    return AppcastItem{*version, link_ ? link_ : releaseNotes_};
+  }
+
+ private:
+  using Text = std::optional<std::string>;
+
+  static void keepVersion(Text& kept, const QString& value) {
+    auto version = value.trimmed().toStdString();
+    if (!kept && VersionOrder::isVersion(version)) kept = std::move(version);
+  }
+
+  static void keepPage(Text& kept, const QString& value) {
+    if (!kept) kept = FeedAddress::page(value);
+  }
+
+  Text shortVersion_;
+  Text version_;
+  Text link_;
+  Text releaseNotes_;
+};
+
+/// Reads a feed with expat, whose time and memory grow with the feed's size only, however deep its
+/// elements and however many the attributes of a tag.
+class AppcastReader {
+ public:
+  AppcastReader() : parser_(XML_ParserCreate("UTF-8"), &XML_ParserFree) {
+    if (!parser_) throw std::bad_alloc();
+    XML_SetUserData(parser_.get(), this);
+    XML_SetStartDoctypeDeclHandler(parser_.get(), &onDocumentType);
+    XML_SetElementHandler(parser_.get(), &onStart, &onEnd);
+    XML_SetCharacterDataHandler(parser_.get(), &onText);
+  }
+
+  std::vector<AppcastItem> read(std::string_view bytes) {
+    const auto status =
+        XML_Parse(parser_.get(), bytes.data(), static_cast<int>(bytes.size()), XML_TRUE);
+    if (failure_) std::rethrow_exception(failure_);
+    if (status != XML_STATUS_OK) {
+      throw FeedError(FeedError::Case::notXML,
+                      std::to_string(XML_GetCurrentLineNumber(parser_.get())));
+    }
+    if (items_.empty()) throw FeedError(FeedError::Case::noVersion);
+    return std::move(items_);
+  }
+
+ private:
+  static constexpr std::array<std::string_view, 3> itemPath{"rss", "channel", "item"};
+
+  /// Runs a step of a callback. No exception passes through the library: the first one stops the
+  /// parser, which may call back a few times more, and is thrown once it has returned.
+  template <class Step>
+  static void guarded(void* reader, Step step) {
+    auto& self = *static_cast<AppcastReader*>(reader);
+    if (self.failure_) return;
+    try {
+      step(self);
+    } catch (...) {
+      self.failure_ = std::current_exception();
+      XML_StopParser(self.parser_.get(), XML_FALSE);
+    }
+  }
+
+  /// Called before anything is read of what the document type declares.
+  static void onDocumentType(void* reader, const char* /*name*/, const char* /*system*/,
+                             const char* /*publicly*/, int /*hasInternalSubset*/) {
+    guarded(reader, [](AppcastReader&) { throw FeedError(FeedError::Case::documentType); });
+  }
+  static void onStart(void* reader, const char* name, const char** attributes) {
+    guarded(reader, [=](AppcastReader& self) { self.start(name, attributes); });
+  }
+  static void onEnd(void* reader, const char* /*name*/) {
+    guarded(reader, [](AppcastReader& self) { self.end(); });
+  }
+  static void onText(void* reader, const char* text, int length) {
+    guarded(reader, [=](AppcastReader& self) {
+      if (self.isInItem(1)) self.text_.append(text, static_cast<std::size_t>(length));
+    });
+  }
+
+  /// `attributes` holds names and values in turn, and ends with a null pointer.
+  void start(std::string_view name, const char** attributes) {
+    std::size_t count = 0;
+    while (attributes[2 * count] != nullptr)
+      ++count;
+    if (count > maxAttributes) throw FeedError(FeedError::Case::tooManyAttributes);
+    if (isInItem(0)) startFact(name, {attributes, 2 * count});
+    if (depth_ == 0 && name != itemPath[0]) throw FeedError(FeedError::Case::notRSS);
+    if (depth_ == matched_ && matched_ < itemPath.size() && name == itemPath[matched_]) ++matched_;
+    ++depth_;
+  }
+
+  void startFact(std::string_view name, std::span<const char*> attributes) {
+    name_ = localName(name);
+    text_.clear();
+    if (name != "enclosure") return;
+    for (std::size_t i = 0; i < attributes.size(); i += 2)
+      draft_.say(localName(attributes[i]), attributes[i + 1]);
+  }
+
+  void end() {
+    --depth_;
+    if (isInItem(0)) draft_.say(name_, text_);
+    if (depth_ >= matched_) return;
+    if (matched_ == itemPath.size()) endItem();
+    matched_ = depth_;
+  }
+
+  void endItem() {
+    if (auto item = std::exchange(draft_, {}).item()) items_.push_back(*std::move(item));
+  }
+
+  /// Whether the parser is in an item, so many elements below it.
+  bool isInItem(std::size_t below) const {
+    return matched_ == itemPath.size() && depth_ == matched_ + below;
+  }
+
+  const std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)> parser_;
+  std::exception_ptr failure_;
+  std::size_t depth_ = 0;    ///< how many elements are open
+  std::size_t matched_ = 0;  ///< how many of them, from the outermost on, lead to an item
+  ItemDraft draft_;
+  std::string name_;  ///< of the element in the item, without prefix
+  std::string text_;  ///< directly in that element
+  std::vector<AppcastItem> items_;
+};
+
+}  // namespace
+
+std::vector<AppcastItem> AppcastFeed::parse(std::string_view bytes) {
+  if (bytes.empty()) throw FeedError(FeedError::Case::empty);
+  if (!isValidUTF8(bytes)) throw FeedError(FeedError::Case::notUTF8);
+  return AppcastReader().read(bytes);
 }
 
 }  // namespace tarvinel

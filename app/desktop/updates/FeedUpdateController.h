@@ -7,7 +7,6 @@
 #include "app/updates/AppcastItem.h"
 #include "app/updates/UpdateController.h"
 #include "app/updates/UpdateNotice.h"
-#include "app/updates/UpdateSchedule.h"
 #include "core/support/Log.h"
 #include "core/support/Version.h"
 
@@ -17,8 +16,24 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace tarvinel {
+
+/// An RSS feed whose items are versions of the program. Static and pure.
+class AppcastFeed {
+ public:
+  AppcastFeed() = delete;
+
+  /// The versions in a feed's bytes, in their order, at least one; items without a version are left
+  /// out, as are pages that are not on the web. Throws FeedError.
+  ///
+  /// The bytes are UTF-8. An item has its versions as elements or as attributes of its enclosure,
+  /// in whatever namespace: "shortVersionString", which counts, else "version". Its page is its
+  /// "link", else its "releaseNotesLink".
+  static std::vector<AppcastItem> parse(std::string_view bytes);
+};
 
 /// Finds new versions in a feed on the web, see AppcastFeed. It tells of them and shows their page
 /// in a browser; getting and installing them is up to the presenter.

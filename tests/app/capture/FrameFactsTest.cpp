@@ -1,6 +1,6 @@
-#include "app/capture/FrameFacts.h"
+#include "app/capture/FramePipeline.h"
 #include "core/frames/FramePacer.h"
-#include "core/frames/MemoryPixelBuffer.h"
+#include "core/frames/PixelBuffer.h"
 #include "tests/support/NoNumbers.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "app/capture/MotionBytesAverage.h"
+#include "app/capture/FramePipeline.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "app/doctor/CheckProcess.h"
+#include "app/doctor/Doctor.h"
 
 #include <gtest/gtest.h>
 

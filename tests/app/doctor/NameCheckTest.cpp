@@ -1,4 +1,4 @@
-#include "app/doctor/NameCheck.h"
+#include "app/doctor/NetworkChecks.h"
 
 #include <gtest/gtest.h>
 

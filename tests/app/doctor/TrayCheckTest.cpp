@@ -1,4 +1,4 @@
-#include "app/doctor/TrayCheck.h"
+#include "app/doctor/DesktopChecks.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "app/doctor/UploadCheck.h"
+#include "app/doctor/FileChecks.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 #include "app/menu/MenuView.h"
-#include "core/mdns/DNSServiceCode.h"
+#include "core/mdns/NameRegistrar.h"
 #include "tests/app/model/ModelFixture.h"
 #include "tests/support/FakeNameRegistrar.h"
 #include "tests/support/TestClient.h"

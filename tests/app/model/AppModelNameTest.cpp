@@ -1,6 +1,6 @@
 #include "app/model/AppModel.h"
 #include "app/terminal/Console.h"
-#include "core/mdns/DNSServiceCode.h"
+#include "core/mdns/NameRegistrar.h"
 #include "tests/app/model/ModelFixture.h"
 #include "tests/support/FakeNameRegistrar.h"
 

@@ -1,4 +1,4 @@
-#include "core/frames/MemoryPixelBuffer.h"
+#include "core/frames/PixelBuffer.h"
 #include "core/frames/StreamPolicy.h"
 #include "core/pages/HelpPage.h"
 #include "tests/app/model/ModelFixture.h"

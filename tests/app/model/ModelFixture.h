@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/model/AppModel.h"
-#include "core/frames/MemoryPixelBuffer.h"
+#include "core/frames/PixelBuffer.h"
 #include "tests/app/capture/FakeCaptureService.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/Eventually.h"

@@ -1,5 +1,5 @@
 #include "app/platform/UserDefaults.h"
-#include "core/support/FileLock.h"
+#include "core/support/RegularFile.h"
 #include "core/support/UniqueFd.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/TemporaryFolder.h"

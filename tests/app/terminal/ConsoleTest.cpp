@@ -1,5 +1,5 @@
 #include "app/terminal/Console.h"
-#include "core/support/HomeFolder.h"
+#include "core/support/ApplicationSupport.h"
 #include "tests/app/model/ModelFixture.h"
 
 #include <gmock/gmock.h>

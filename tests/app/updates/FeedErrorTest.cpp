@@ -1,4 +1,4 @@
-#include "app/updates/FeedError.h"
+#include "app/updates/UpdateNotice.h"
 
 #include <gtest/gtest.h>
 

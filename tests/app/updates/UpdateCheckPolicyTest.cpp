@@ -1,4 +1,4 @@
-#include "app/updates/UpdateCheckPolicy.h"
+#include "app/updates/UpdateController.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "app/updates/UpdateSchedule.h"
+#include "app/updates/UpdateController.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/ManualMainQueue.h"
 #include "tests/support/TemporaryFolder.h"

@@ -1,4 +1,4 @@
-#include "app/updates/UpdateCheckDeferred.h"
+#include "app/updates/UpdateController.h"
 #include "app/updates/UpdaterModel.h"
 #include "tests/support/CapturedLog.h"
 

@@ -1,4 +1,4 @@
-#include "app/updates/VersionOrder.h"
+#include "app/updates/AppcastItem.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "core/config/ConfigMerge.h"
+#include "core/config/ConfigFile.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

@@ -1,4 +1,4 @@
-#include "core/config/SettingsJSON.h"
+#include "core/config/ConfigFile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
 #include "core/config/TarvinelConfig.h"
-#include "core/config/TarvinelConfigError.h"
 #include "core/support/Result.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/HomeVariable.h"

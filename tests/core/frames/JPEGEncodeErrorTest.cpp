@@ -1,4 +1,4 @@
-#include "core/frames/JPEGEncodeError.h"
+#include "core/frames/JPEGWriter.h"
 
 #include <gtest/gtest.h>
 

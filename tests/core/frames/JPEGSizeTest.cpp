@@ -1,6 +1,5 @@
-#include "core/frames/JPEGSize.h"
 #include "core/frames/JPEGWriter.h"
-#include "core/frames/MemoryPixelBuffer.h"
+#include "core/frames/PixelBuffer.h"
 
 #include <gtest/gtest.h>
 

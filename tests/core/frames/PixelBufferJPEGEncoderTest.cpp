@@ -1,4 +1,4 @@
-#include "core/frames/JPEGEncodeError.h"
+#include "core/frames/JPEGWriter.h"
 #include "core/frames/PixelBufferJPEGEncoder.h"
 #include "tests/support/DecodedJPEG.h"
 #include "tests/support/NoNumbers.h"

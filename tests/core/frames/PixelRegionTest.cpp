@@ -1,4 +1,4 @@
-#include "core/frames/PixelRegion.h"
+#include "core/frames/PixelBuffer.h"
 #include "tests/support/NoNumbers.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "core/frames/TrafficMeter.h"
+#include "core/frames/StreamPolicy.h"
 
 #include <gtest/gtest.h>
 

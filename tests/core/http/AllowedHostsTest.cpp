@@ -1,4 +1,4 @@
-#include "core/http/AllowedHosts.h"
+#include "core/http/Router.h"
 
 #include <gtest/gtest.h>
 

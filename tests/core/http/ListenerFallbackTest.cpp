@@ -1,6 +1,5 @@
 #include "core/http/ListeningSocket.h"
 #include "core/http/StreamServer.h"
-#include "core/http/StreamServerError.h"
 #include "tests/support/Await.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/NetworkNamespace.h"

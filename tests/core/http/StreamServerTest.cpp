@@ -1,6 +1,5 @@
 #include "core/http/HTTPResponse.h"
 #include "core/http/StreamServer.h"
-#include "core/http/StreamServerError.h"
 #include "core/pages/HelpPage.h"
 #include "core/pages/ViewerPage.h"
 #include "tests/support/CapturedLog.h"

@@ -1,4 +1,4 @@
-#include "core/http/UploadRequest.h"
+#include "core/http/UploadTransfer.h"
 
 #include <gtest/gtest.h>
 

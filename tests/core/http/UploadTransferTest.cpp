@@ -1,6 +1,6 @@
 #include "core/http/HTTPRequest.h"
 #include "core/http/HTTPResponse.h"
-#include "core/http/Route.h"
+#include "core/http/Router.h"
 #include "core/http/StreamServer.h"
 #include "core/http/UploadTransfer.h"
 #include "core/pages/UploadPage.h"

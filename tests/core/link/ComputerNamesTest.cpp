@@ -1,4 +1,4 @@
-#include "core/link/ComputerNames.h"
+#include "core/link/LocalAddresses.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>

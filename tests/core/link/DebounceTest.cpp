@@ -1,4 +1,4 @@
-#include "core/link/Debounce.h"
+#include "core/link/NetlinkPath.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "core/link/NetlinkMessages.h"
+#include "core/link/RouteSocket.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "core/mdns/MulticastInterfaces.h"
+#include "core/mdns/EmbeddedResponder.h"
 
 #include <gtest/gtest.h>
 

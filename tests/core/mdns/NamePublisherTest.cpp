@@ -1,6 +1,5 @@
-#include "core/mdns/DNSServiceCode.h"
 #include "core/mdns/NamePublisher.h"
-#include "core/mdns/NamePublisherError.h"
+#include "core/mdns/NameRegistrar.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/FakeNameRegistrar.h"
 

@@ -1,4 +1,4 @@
-#include "core/mdns/DNSServiceCode.h"
+#include "core/mdns/NameRegistrar.h"
 #include "core/mdns/SystemNameRegistrar.h"
 #include "core/support/SerialQueue.h"
 #include "tests/support/CapturedLog.h"

@@ -1,4 +1,4 @@
-#include "core/pages/Template.h"
+#include "core/pages/BrandMarkup.h"
 #include "core/pages/ViewerPage.h"
 
 #include <gmock/gmock.h>

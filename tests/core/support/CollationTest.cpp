@@ -1,4 +1,4 @@
-#include "core/support/Collation.h"
+#include "core/support/UnicodeText.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "core/support/HomeFolder.h"
+#include "core/support/ApplicationSupport.h"
 #include "tests/support/HomeVariable.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "core/support/JournalSink.h"
+#include "core/support/Log.h"
 #include "core/support/UniqueFd.h"
 #include "tests/support/TemporaryFolder.h"
 

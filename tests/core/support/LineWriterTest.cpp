@@ -1,4 +1,3 @@
-#include "core/support/LineStream.h"
 #include "core/support/LineWriter.h"
 #include "core/support/NonBlockingOutput.h"
 #include "tests/support/Pipe.h"

@@ -1,4 +1,4 @@
-#include "core/support/ReplacedFile.h"
+#include "core/support/RegularFile.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>

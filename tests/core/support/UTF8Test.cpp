@@ -1,4 +1,4 @@
-#include "core/support/UTF8.h"
+#include "core/support/UnicodeText.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "core/uploads/Placement.h"
+#include "core/uploads/PartialFile.h"
 #include "tests/support/FailingCalls.h"
 #include "tests/support/TemporaryFolder.h"
 

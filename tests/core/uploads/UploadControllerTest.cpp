@@ -1,6 +1,4 @@
 #include "core/uploads/UploadController.h"
-#include "core/uploads/UploadSlot.h"
-#include "core/uploads/UploadStatus.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/HangingDisk.h"
 #include "tests/support/TemporaryFolder.h"

@@ -1,6 +1,4 @@
-#include "core/uploads/StallRule.h"
 #include "core/uploads/UploadSink.h"
-#include "core/uploads/UploadSinkError.h"
 #include "tests/support/Await.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/TemporaryFolder.h"

@@ -1,7 +1,6 @@
 #include "core/uploads/PartialFile.h"
 #include "core/uploads/UploadNaming.h"
 #include "core/uploads/UploadStore.h"
-#include "core/uploads/UploadStoreError.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/FailingCalls.h"
 #include "tests/support/TemporaryFolder.h"

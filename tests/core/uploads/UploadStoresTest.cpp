@@ -1,5 +1,5 @@
 #include "core/uploads/PartialFile.h"
-#include "core/uploads/UploadStores.h"
+#include "core/uploads/UploadStore.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/TemporaryFolder.h"
 

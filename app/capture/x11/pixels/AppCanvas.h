@@ -1,7 +1,6 @@
 #pragma once
 
-#include "app/capture/x11/pixels/Layer.h"
-#include "core/support/PixelRect.h"
+#include "core/support/Geometry.h"
 
 #include <xcb/render.h>
 #include <xcb/xcb.h>
@@ -12,6 +11,21 @@
 namespace tarvinel::x11 {
 
 class Connection;
+
+/// What one window puts into the picture of its application. Plain value.
+struct Layer {
+  xcb_window_t window = XCB_NONE;
+  xcb_pixmap_t pixmap = XCB_NONE;
+  PixelRect area;  ///< of the whole pixmap, on the root window
+  bool hasAlpha = false;
+
+  bool operator==(const Layer&) const = default;
+};
+
+/// The areas in which the second picture may differ from the first, apart from what the windows
+/// have drawn. Layers are given lowest first. Pure.
+std::vector<PixelRect> changedAreas(const std::vector<Layer>& before,
+                                    const std::vector<Layer>& after);
 
 /// A pixmap in the server in which the windows of an application are laid over each other, on
 /// black: no pixel of them passes through this program before they are together. Must not outlive

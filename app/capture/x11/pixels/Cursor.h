@@ -5,11 +5,18 @@
 #include <xcb/xcb.h>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 
 namespace tarvinel::x11 {
 
 class Connection;
+
+class Connection;
+
+/// True when the topmost window under the mouse pointer is one of those asked for or lies inside
+/// one. Throws Error.
+bool isPointerIn(const Connection& connection, const std::function<bool(xcb_window_t)>& isWanted);
 
 /// Watches the mouse cursor of the server. Must not outlive the connection. The connection has
 /// negotiated XFixes.

@@ -2,7 +2,6 @@
 
 #include "app/x11/Connection.h"
 #include "app/x11/Error.h"
-#include "app/x11/Event.h"
 
 namespace tarvinel::x11 {
 

@@ -1,9 +1,40 @@
 #pragma once
 
+#include "core/frames/PixelBuffer.h"
+#include "core/support/Geometry.h"
+
+#include <xcb/shm.h>
+
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 namespace tarvinel::x11 {
+
+class SharedMemory;
+class Connection;
+
+/// The X server's hold on a piece of shared memory (MIT-SHM 1.2, by descriptor); the destructor
+/// takes it away. Must not outlive the connection.
+class ShmSegment {
+ public:
+  /// Null where the server has no such extension, runs on another machine or refuses. Throws
+  /// Error when the connection is lost.
+  static std::unique_ptr<ShmSegment> attach(const Connection& connection,
+                                            const SharedMemory& memory);
+
+  ~ShmSegment();
+  ShmSegment(const ShmSegment&) = delete;
+  ShmSegment& operator=(const ShmSegment&) = delete;
+
+  xcb_shm_seg_t id() const { return id_; }
+
+ private:
+  ShmSegment(const Connection& connection, xcb_shm_seg_t id);
+
+  const Connection& connection_;
+  xcb_shm_seg_t id_;
+};
 
 /// Anonymous memory, zero at first, that can be given to another process by descriptor. Pages are
 /// taken from the system when first touched; the other process cannot shrink it.
@@ -25,6 +56,31 @@ class SharedMemory {
   std::size_t size_;
   int descriptor_;
   std::uint8_t* data_;
+};
+
+/// The picture of a display in memory that the X server can write into. The fourth byte of a pixel
+/// is padding with any value: the picture is opaque. Lives on the capture queue, which alone
+/// changes the contents; may outlive the connection.
+class ShmPixelBuffer : public PixelBuffer {
+ public:
+  /// As large as `area`, which is not empty. Throws Error when the memory cannot be had.
+  explicit ShmPixelBuffer(const PixelRect& area);
+
+  PixelFormat pixelFormat() const override { return pixelFormatBGRA; }
+  std::size_t width() const override { return width_; }
+  std::size_t height() const override { return height_; }
+  std::size_t bytesPerRow() const override { return width_ * 4; }
+  int lockReadOnly() override { return 0; }
+  void unlockReadOnly() override {}
+  const std::uint8_t* baseAddress() const override { return memory_.data(); }
+
+  std::uint8_t* pixels() { return memory_.data(); }
+  const SharedMemory& memory() const { return memory_; }
+
+ private:
+  std::size_t width_;
+  std::size_t height_;
+  SharedMemory memory_;
 };
 
 }  // namespace tarvinel::x11

@@ -1,6 +1,5 @@
 #include "app/capture/x11/windows/ClientProcesses.h"
 
-#include "app/x11/Atoms.h"
 #include "app/x11/Connection.h"
 #include "app/x11/Error.h"
 #include "app/x11/Property.h"

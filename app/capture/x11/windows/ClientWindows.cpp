@@ -1,6 +1,5 @@
 #include "app/capture/x11/windows/ClientWindows.h"
 
-#include "app/x11/Atoms.h"
 #include "app/x11/Connection.h"
 #include "app/x11/Property.h"
 #include "app/x11/Tree.h"

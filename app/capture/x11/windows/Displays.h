@@ -1,17 +1,46 @@
 #pragma once
 
-#include "app/capture/ShareableContent.h"
-#include "core/support/PixelRect.h"
+#include "app/capture/ScreenCaptureService.h"
+#include "core/support/Geometry.h"
+
+#include <xcb/xcb.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string_view>
 #include <vector>
 
 namespace tarvinel::x11 {
 
 class Connection;
+
+class Connection;
+
+class Connection;
+
+/// Screen pixels per point, 1 to 3, from the desktop's resource database (lines such as
+/// "Xft.dpi: 192"): the dots per inch divided by 96, rounded. 1 when there is no usable line.
+int scaleFromResources(std::string_view resources);
+
+/// The same from the database that the X server holds. Throws Error.
+int desktopScale(const Connection& connection);
+
+/// Asks for the events that announce changes of the monitors. Must not outlive the connection.
+class MonitorEvents {
+ public:
+  /// Throws Error when the connection is lost.
+  /// A client has one event mask for the root window: `rootEvents` is asked for as well.
+  explicit MonitorEvents(const Connection& connection, std::uint32_t rootEvents = 0);
+
+  /// True when the monitors may be different now.
+  bool isNotification(const xcb_generic_event_t& event) const;
+
+ private:
+  xcb_window_t root_;
+  std::optional<std::uint8_t> firstEvent_;  ///< of RandR; none without it
+};
 
 /// One monitor as the X server arranges it.
 struct Display {

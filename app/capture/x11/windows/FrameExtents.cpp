@@ -1,8 +1,6 @@
 #include "app/capture/x11/windows/FrameExtents.h"
 
-#include "app/x11/Atoms.h"
 #include "app/x11/Connection.h"
-#include "app/x11/Event.h"
 #include "app/x11/Property.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/x11/Property.h"
-#include "core/support/PixelRect.h"
+#include "core/support/Geometry.h"
 
 #include <xcb/xcb.h>
 

@@ -1,8 +1,6 @@
 #include "app/capture/x11/windows/StackingOrder.h"
 
-#include "app/capture/x11/windows/IconicState.h"
 #include "app/capture/x11/windows/Workspace.h"
-#include "app/x11/Atoms.h"
 #include "app/x11/Connection.h"
 #include "app/x11/Property.h"
 #include "app/x11/Tree.h"

@@ -1,7 +1,7 @@
 #include "app/capture/x11/windows/Workspace.h"
 
-#include "app/x11/Atoms.h"
 #include "app/x11/Connection.h"
+#include "app/x11/Property.h"
 
 namespace tarvinel::x11 {
 
@@ -30,6 +30,11 @@ bool isOnAnotherWorkspace(const std::optional<Property>& own, std::optional<std:
   constexpr std::uint32_t all = 0xFFFFFFFF;
   const auto workspace = firstNumber(own);
   return workspace && shown && *workspace != all && *workspace != *shown;
+}
+
+bool isIconic(const std::optional<Property>& state) {
+  constexpr std::uint32_t iconicState = 3;
+  return firstNumber(state) == iconicState;
 }
 
 }  // namespace tarvinel::x11

@@ -10,6 +10,11 @@ namespace tarvinel::x11 {
 class Connection;
 struct Atoms;
 
+/// Whether a window's WM_STATE says that its window manager has put it away: minimised, or on
+/// another workspace. Some that compose the screen leave such a window mapped, so that it goes on
+/// drawing for their previews. Pure.
+bool isIconic(const std::optional<Property>& state);
+
 /// The number of the only workspace that the window manager shows (_NET_CURRENT_DESKTOP). None
 /// where it does not compose the screen itself: such a manager unmaps what is on another workspace,
 /// and may show one on each monitor, of which that is only the one in use. Throws Error.

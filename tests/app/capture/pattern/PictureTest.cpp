@@ -1,4 +1,3 @@
-#include "app/capture/pattern/Font.h"
 #include "app/capture/pattern/Picture.h"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-#include "app/capture/pattern/Schedule.h"
+#include "app/capture/pattern/Service.h"
 
 #include <gtest/gtest.h>
 

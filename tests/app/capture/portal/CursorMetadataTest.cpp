@@ -1,4 +1,4 @@
-#include "app/capture/portal/CursorMetadata.h"
+#include "app/capture/portal/StreamBuffer.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "app/capture/portal/FrameRotator.h"
+#include "app/capture/portal/VideoTransform.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

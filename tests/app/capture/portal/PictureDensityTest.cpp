@@ -1,4 +1,4 @@
-#include "app/capture/portal/PictureDensity.h"
+#include "app/capture/portal/Service.h"
 
 #include <gtest/gtest.h>
 

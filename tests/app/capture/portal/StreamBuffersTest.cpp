@@ -1,4 +1,4 @@
-#include "app/capture/portal/StreamBuffers.h"
+#include "app/capture/portal/StreamBuffer.h"
 
 #include <gtest/gtest.h>
 

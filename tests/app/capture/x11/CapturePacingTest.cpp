@@ -1,4 +1,4 @@
-#include "app/capture/x11/CapturePacing.h"
+#include "app/capture/x11/Service.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "app/capture/x11/Stream.h"
+#include "app/capture/x11/Service.h"
 #include "tests/support/Colours.h"
 #include "tests/support/X11Capture.h"
 

@@ -1,4 +1,4 @@
-#include "app/desktop/icon/NotifierHosts.h"
+#include "app/desktop/icon/TrayHosts.h"
 #include "tests/app/desktop/FakeService.h"
 #include "tests/app/desktop/PrivateBus.h"
 #include "tests/app/desktop/SpinUntil.h"

@@ -1,4 +1,4 @@
-#include "app/desktop/menu/MenuEdits.h"
+#include "app/desktop/menu/DrawnItems.h"
 
 #include <gmock/gmock.h>
 

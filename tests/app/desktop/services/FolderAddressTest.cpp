@@ -1,4 +1,4 @@
-#include "app/desktop/services/FolderAddress.h"
+#include "app/desktop/services/FileBrowser.h"
 
 #include <gtest/gtest.h>
 

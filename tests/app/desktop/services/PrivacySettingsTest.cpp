@@ -1,4 +1,4 @@
-#include "app/desktop/services/PrivacySettings.h"
+#include "app/desktop/services/Launcher.h"
 
 #include <gtest/gtest.h>
 

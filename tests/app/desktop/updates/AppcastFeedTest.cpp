@@ -1,5 +1,5 @@
-#include "app/desktop/updates/AppcastFeed.h"
-#include "app/updates/FeedError.h"
+#include "app/desktop/updates/FeedUpdateController.h"
+#include "app/updates/UpdateNotice.h"
 
 #include <gmock/gmock.h>
 

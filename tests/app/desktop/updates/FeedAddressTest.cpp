@@ -1,5 +1,5 @@
-#include "app/desktop/updates/FeedAddress.h"
-#include "app/updates/FeedError.h"
+#include "app/desktop/updates/FeedDownload.h"
+#include "app/updates/UpdateNotice.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "app/desktop/updates/FeedDownload.h"
-#include "app/updates/FeedError.h"
+#include "app/updates/UpdateNotice.h"
 #include "tests/app/desktop/SpinUntil.h"
 #include "tests/app/desktop/updates/FeedServer.h"
 

@@ -1,5 +1,5 @@
 #include "app/desktop/updates/FeedUpdateController.h"
-#include "app/updates/UpdateCheckDeferred.h"
+#include "app/updates/UpdateController.h"
 #include "tests/app/desktop/SpinUntil.h"
 #include "tests/app/desktop/updates/FeedServer.h"
 #include "tests/support/CapturedLog.h"

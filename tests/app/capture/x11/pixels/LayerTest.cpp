@@ -1,4 +1,4 @@
-#include "app/capture/x11/pixels/Layer.h"
+#include "app/capture/x11/pixels/AppCanvas.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "app/capture/x11/windows/ClientProcesses.h"
-#include "app/x11/Atoms.h"
 #include "app/x11/Connection.h"
 #include "app/x11/Error.h"
+#include "app/x11/Property.h"
 #include "tests/support/XClient.h"
 #include "tests/support/XServer.h"
 #include "tests/support/XWindow.h"

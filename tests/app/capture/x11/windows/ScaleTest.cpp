@@ -1,4 +1,4 @@
-#include "app/capture/x11/windows/Scale.h"
+#include "app/capture/x11/windows/Displays.h"
 
 #include <gtest/gtest.h>
 

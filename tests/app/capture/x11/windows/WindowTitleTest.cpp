@@ -1,5 +1,5 @@
-#include "app/capture/x11/windows/WindowTitle.h"
-#include "core/support/UTF8.h"
+#include "app/capture/x11/windows/WindowList.h"
+#include "core/support/UnicodeText.h"
 
 #include <gtest/gtest.h>
 

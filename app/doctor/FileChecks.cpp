@@ -1,0 +1,193 @@
+#include "app/doctor/FileChecks.h"
+
+#include "app/platform/PicturesFolder.h"
+#include "app/platform/UserDefaults.h"
+#include "app/startup/Configuration.h"
+#include "core/config/ConfigCoding.h"
+#include "core/config/ConfigFile.h"
+#include "core/support/ApplicationSupport.h"
+#include "core/support/Log.h"
+#include "core/uploads/UploadController.h"
+
+#include <nlohmann/json.hpp>
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <unistd.h>
+
+#include <ctime>
+#include <system_error>
+
+namespace tarvinel {
+
+namespace {
+
+using nlohmann::json;
+
+/// Every setting there is, each with some value.
+json everySetting() {
+  TarvinelConfig all;
+  all.motionFps = 1;
+  all.brand = BrandConfig{"", "", "", "", "", ""};
+  return encodeConfig(all);
+}
+
+void addUnknownKeys(std::vector<std::string>& unknown, const json& object, const json& known,
+                    const std::string& prefix = {}) {
+  for (const auto& [key, value] : object.items()) {
+    const auto found = known.find(key);
+    if (found == known.end()) {
+      unknown.push_back(prefix + key);
+    } else if (found->is_object() && value.is_object()) {
+      addUnknownKeys(unknown, value, *found, key + ".");
+    }
+  }
+}
+
+/// The numbers that were brought into their range.
+std::vector<std::string> correctionsOf(const json& object, const json& inForce) {
+  std::vector<std::string> corrections;
+  for (const auto& [key, value] : object.items()) {
+    const auto used = inForce.find(key);
+    if (key == "port" || used == inForce.end() || !value.is_number() || *used == value) continue;
+    corrections.push_back(fmt::format("{} is {} instead of {}", key, used->dump(), value.dump()));
+  }
+  return corrections;
+}
+
+std::vector<std::string> lostFilesOf(const std::optional<BrandConfig>& brand) {
+  if (!brand) return {};
+  const auto assets = BrandConfig::Assets::load(brand);
+  std::vector<std::string> lost;
+  if (brand->image && !assets.image) lost.push_back("brand.image, " + *brand->image);
+  if (brand->font && !assets.font) lost.push_back("brand.font, " + *brand->font);
+  return lost;
+}
+
+Finding readFinding(const ConfigurationFacts& facts) {
+  const std::string& file = facts.file.native();
+  if (facts.exists) return {Finding::State::fine, fmt::format("{} is in force.", file)};
+  return {Finding::State::fine, fmt::format("There is no {}: everything is at its default.", file)};
+}
+
+}  // namespace
+
+ConfigurationFacts ConfigurationFacts::of(const CommandLineOptions& options) {
+  const auto loaded = Configuration::load(options, Log::silent());
+  ConfigurationFacts facts{.file = options.config.value_or(TarvinelConfig::defaultURL()),
+                           .problem = loaded.problem};
+  std::error_code unreachable;
+  facts.exists = std::filesystem::exists(facts.file, unreachable);
+  if (!facts.exists && !options.config) {
+    // of the places that are looked at, the one to write it to
+    facts.file = SupportEnvironment::current().configFolder() / "Tarvinel/config.json";
+  }
+  const json object = ConfigFile::read(facts.file).object;
+  addUnknownKeys(facts.unknownKeys, object, everySetting());
+  if (!facts.problem) facts.corrections = correctionsOf(object, encodeConfig(loaded.config));
+  facts.lostBrandFiles = lostFilesOf(loaded.config.brand);
+  return facts;
+}
+
+Findings judge(const ConfigurationFacts& facts) {
+  using enum Finding::State;
+  Findings findings;
+  if (facts.problem) {
+    findings.push_back({toBeMended, *facts.problem, {"Correct the file, then start anew."}});
+  } else {
+    findings.push_back(readFinding(facts));
+  }
+  if (!facts.unknownKeys.empty()) {
+    findings.push_back({worthKnowing,
+                        fmt::format("No such setting: {}.", fmt::join(facts.unknownKeys, ", ")),
+                        {"Look at its spelling; capital letters count."}});
+  }
+  for (const std::string& correction : facts.corrections)
+    findings.push_back({worthKnowing, fmt::format("Out of range: {}.", correction)});
+  for (const std::string& lost : facts.lostBrandFiles) {
+    findings.push_back({toBeMended,
+                        fmt::format("It cannot be used: {}.", lost),
+                        {"It is missing, unreadable, larger than 10 MB or of an unknown type."}});
+  }
+  return findings;
+}
+
+namespace {
+
+namespace fs = std::filesystem;
+using Folder = UploadFacts::Folder;
+
+fs::path folderFor(const CommandLineOptions& options) {
+  if (options.uploadFolder) return fs::absolute(*options.uploadFolder);
+  const UserDefaults chosen(UserDefaults::defaultPlace(), Log::silent().category("app"));
+  return chosen.text(UserDefaults::uploadFolder).value_or(defaultUploadFolder(std::time(nullptr)));
+}
+
+/// The folder itself, or the one above it that is there.
+fs::path existingPartOf(fs::path path) {
+  std::error_code unreachable;
+  while (path.has_relative_path() && !fs::exists(path, unreachable))
+    path = path.parent_path();
+  return path;
+}
+
+Folder stateOf(const fs::path& path, const fs::path& existing) {
+  std::error_code unreachable;
+  if (!fs::is_directory(existing, unreachable)) return Folder::isNoFolder;
+  if (::faccessat(AT_FDCWD, existing.c_str(), W_OK | X_OK, AT_EACCESS) != 0)
+    return Folder::notWritable;
+  return path == existing ? Folder::usable : Folder::willBeMade;
+}
+
+std::optional<std::int64_t> freeBytesAt(const fs::path& folder) {
+  std::error_code error;
+  const auto space = fs::space(folder, error);
+  if (error) return std::nullopt;
+  return static_cast<std::int64_t>(space.available);
+}
+
+std::string freeText(const std::optional<std::int64_t>& bytes) {
+  if (!bytes) return "";
+  return fmt::format(", {:.1f} GB free", static_cast<double>(*bytes) / 1e9);
+}
+
+}  // namespace
+
+UploadFacts UploadFacts::of(const CommandLineOptions& options) {
+  UploadFacts facts{.path = folderFor(options)};
+  const fs::path existing = existingPartOf(facts.path);
+  facts.folder = stateOf(facts.path, existing);
+  facts.freeBytes = freeBytesAt(existing);
+  return facts;
+}
+
+Findings judge(const UploadFacts& facts) {
+  using enum Finding::State;
+  const std::string& path = facts.path.native();
+  const std::vector<std::string> choose{
+      "Choose another folder in the menu, or with "
+      "--upload-folder."};
+  if (facts.folder == Folder::isNoFolder)
+    return {{toBeMended, fmt::format("Photos cannot go to {}: that is no folder.", path), choose}};
+  if (facts.folder == Folder::notWritable) {
+    return {{toBeMended,
+             fmt::format("Photos cannot go to {}: this user may not write there.", path), choose}};
+  }
+  if (facts.freeBytes && *facts.freeBytes <= UploadController::headroom) {
+    return {{toBeMended,
+             fmt::format("The disk of {} is too full for photos: 1.1 GB stay free.", path),
+             {"Make room on it, or choose another folder in the menu or with --upload-folder."}}};
+  }
+  return {{fine, fmt::format("Photos go to {}{}{}.", path,
+                             facts.folder == Folder::willBeMade ? ", which will be made" : "",
+                             freeText(facts.freeBytes))}};
+}
+
+Finding hangingDisk() {
+  return {Finding::State::toBeMended,
+          "The disk of the upload folder does not answer.",
+          {"Look at its connection, or choose another folder with --upload-folder."}};
+}
+
+}  // namespace tarvinel

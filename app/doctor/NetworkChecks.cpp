@@ -1,0 +1,177 @@
+#include "app/doctor/NetworkChecks.h"
+
+#include "core/link/LocalAddresses.h"
+#include "core/link/NetlinkPath.h"
+#include "core/link/NetworkFacts.h"
+#include "core/link/RouteSocket.h"
+#include "core/link/SysfsInterfaces.h"
+#include "core/support/ASCII.h"
+
+#include <fmt/format.h>
+#include <systemd/sd-bus.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <system_error>
+
+namespace tarvinel {
+
+namespace {
+
+std::optional<InterfaceType> preferredLink(const SysfsInterfaces& hardware) {
+  try {
+    const auto types = pathTypes(interfacesByPreference(readNetworkFacts()), hardware);
+    if (!types.empty()) return types.front();
+  } catch (const std::system_error&) {  // the kernel does not tell
+  }
+  return std::nullopt;
+}
+
+std::string linkText(const std::optional<InterfaceType>& link) {
+  if (link == InterfaceType::wiredEthernet) return " Pictures go out by cable.";
+  if (link == InterfaceType::wifi) return " Pictures go out by Wi-Fi.";
+  if (link == InterfaceType::cellular) return " Pictures go out by a phone or modem.";
+  return "";
+}
+
+/// What viewers open, as far as it is known: which port is free shows only at the start.
+std::string placeOf(const std::string& host, std::uint16_t port) {
+  return port == 0 ? host : LocalAddresses::url(host, port);
+}
+
+Finding addressFinding(const AddressFacts& facts, const std::string& address) {
+  std::string addresses = placeOf(address, facts.port);
+  if (!facts.hostname.empty()) {
+    addresses += " or " + placeOf(facts.hostname + ".local", facts.port);
+  }
+  if (facts.port == 0) addresses += ", with the port that is told at the start";
+  return {Finding::State::fine, fmt::format("Viewers open {}.{}", addresses, linkText(facts.link))};
+}
+
+/// Those that viewers on other networks than the preferred one would have to open.
+std::vector<std::string> otherAddresses(const AddressFacts& facts, const std::string& preferred) {
+  std::vector<std::string> others;
+  for (const auto& [name, address] : facts.interfaces) {
+    if (address != preferred) {
+      others.push_back(fmt::format("On {}: {}", name, placeOf(address, facts.port)));
+    }
+  }
+  return others;
+}
+
+}  // namespace
+
+AddressFacts AddressFacts::of(std::uint16_t port, const std::string& hostname,
+                              const std::filesystem::path& sysfs) {
+  const SysfsInterfaces hardware(sysfs);
+  AddressFacts facts{.port = port,
+                     .hostname = hostname,
+                     .interfaces = LocalAddresses::interfaces(sysfs),
+                     .link = preferredLink(hardware)};
+  for (const auto& interface : facts.interfaces)
+    facts.hardware.push_back(hardware.hardwareBelow(interface.name));
+  return facts;
+}
+
+Findings judge(const AddressFacts& facts) {
+  using enum Finding::State;
+  const auto preferred = LocalAddresses::preferred(facts.interfaces);
+  if (!preferred) {
+    return {{toBeMended,
+             "This computer has no network address: nobody can reach it.",
+             {"Plug in a cable, or join the Wi-Fi that the viewers are in."}}};
+  }
+  Findings findings{addressFinding(facts, *preferred)};
+  if (const auto others = otherAddresses(facts, *preferred); !others.empty()) {
+    findings.push_back({worthKnowing,
+                        "There are more networks here; viewers there open another "
+                        "address.",
+                        others});
+  }
+  if (std::ranges::none_of(facts.hardware, [](const auto& type) { return type.has_value(); })) {
+    findings.push_back({worthKnowing,
+                        "The address is not one of a cable or of Wi-Fi: viewers in the room may "
+                        "not reach it.",
+                        {"Plug in a cable, or join the Wi-Fi that the viewers are in."}});
+  }
+  return findings;
+}
+
+namespace {
+
+constexpr const char* avahi = "org.freedesktop.Avahi";
+constexpr const char* avahiServer = "org.freedesktop.Avahi.Server";
+constexpr std::int32_t unspecified = -1;  // interface or protocol
+constexpr std::int32_t ipv4Address = 0;
+
+std::string computerNameOf(BusInquiry& bus) {
+  std::string name;
+  bus.ask(
+      {avahi, "/", avahiServer, "GetHostNameFqdn"}, [](sd_bus_message&) {},
+      [&name](sd_bus_message& answer) {
+        const char* text = nullptr;
+        if (sd_bus_message_read(&answer, "s", &text) > 0) name = text;
+      });
+  return name;
+}
+
+/// Asks the room; that nobody answers takes a while.
+std::optional<std::string> addressOf(BusInquiry& bus, const std::string& name) {
+  std::optional<std::string> address;
+  bus.ask(
+      {avahi, "/", avahiServer, "ResolveHostName"},
+      [&name](sd_bus_message& question) {
+        sd_bus_message_append(&question, "iisiu", unspecified, unspecified, name.c_str(),
+                              ipv4Address, 0U);
+      },
+      [&address](sd_bus_message& answer) {
+        const char* text = nullptr;
+        if (sd_bus_message_read(&answer, "iisis", nullptr, nullptr, nullptr, nullptr, &text) > 0)
+          address = text;
+      });
+  return address;
+}
+
+Finding conflict(const std::string& name, const std::string& holder) {
+  return {Finding::State::toBeMended,
+          fmt::format("{} is taken in this network, by {}.", name, holder),
+          {R"(Set "hostname" in config.json to another name.)"}};
+}
+
+}  // namespace
+
+NameFacts NameFacts::of(const std::string& hostname, const std::filesystem::path& sysfs) {
+  NameFacts facts{.hostname = hostname};
+  if (hostname.empty()) return facts;
+  BusInquiry bus(BusInquiry::Bus::system);
+  facts.daemonRuns = bus.hasOwner(avahi).value_or(false);
+  if (facts.daemonRuns) facts.computerName = computerNameOf(bus);
+  facts.bus = bus.state();
+  if (!facts.daemonRuns || facts.bus != BusInquiry::State::answers) return facts;
+  facts.found = addressOf(bus, hostname + ".local");
+  const auto own = LocalAddresses::ipv4(sysfs);
+  facts.foundIsOwn = facts.found && std::ranges::find(own, *facts.found) != own.end();
+  return facts;
+}
+
+Findings judge(const NameFacts& facts) {
+  using enum Finding::State;
+  if (facts.hostname.empty())
+    return {{fine, R"(None is published: "hostname" in the configuration is empty.)"}};
+  const std::string name = facts.hostname + ".local";
+  if (facts.bus == BusInquiry::State::isSilent) {
+    return {{toBeMended,
+             fmt::format("{} cannot be published: the Avahi daemon does not answer.", name),
+             {"Start it anew: sudo systemctl restart avahi-daemon"}}};
+  }
+  if (!facts.daemonRuns)
+    return {{fine, fmt::format("No Avahi daemon runs: Tarvinel itself answers for {}.", name)}};
+  if (asciiLowercased(facts.computerName) == name)
+    return {{fine, fmt::format("{} is this computer's own name, which Avahi publishes.", name)}};
+  if (facts.found && !facts.foundIsOwn) return {conflict(name, *facts.found)};
+  if (facts.found)
+    return {{fine, fmt::format("{} leads to this computer already: Tarvinel runs.", name)}};
+  return {{fine, fmt::format("The Avahi daemon runs and will publish {}.", name)}};
+}
+
+}  // namespace tarvinel

@@ -1,0 +1,38 @@
+#include "core/frames/PixelBuffer.h"
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+
+namespace tarvinel {
+
+PixelRegion croppedRegion(std::size_t width, std::size_t height, const std::optional<Rect>& crop) {
+  const PixelRegion whole{0, 0, width, height};
+  if (!crop) return whole;
+  const Rect frame{0, 0, static_cast<double>(width), static_cast<double>(height)};
+  const Rect common = crop->intersection(frame);
+  if (common.isEmpty()) return whole;
+  const Rect pixels = common.integral();
+  const auto left = static_cast<std::size_t>(pixels.x);
+  const auto top = static_cast<std::size_t>(pixels.y);
+  // x + width may round up past the edge that width was computed from
+  const std::size_t right = std::min(width, static_cast<std::size_t>(pixels.maxX()));
+  const std::size_t bottom = std::min(height, static_cast<std::size_t>(pixels.maxY()));
+  return {left, top, right - left, bottom - top};
+}
+
+namespace {
+
+std::size_t byteCount(std::size_t width, std::size_t height) {
+  if (width != 0 && height > std::numeric_limits<std::size_t>::max() / 4 / width) {
+    throw std::length_error("picture too large");
+  }
+  return width * height * 4;
+}
+
+}  // namespace
+
+MemoryPixelBuffer::MemoryPixelBuffer(std::size_t width, std::size_t height)
+    : width_(width), height_(height), pixels_(byteCount(width, height)) {}
+
+}  // namespace tarvinel
