@@ -168,9 +168,9 @@ TarvinelApp::~TarvinelApp() {
   model_->end();
 }
 
-AppModel::Platform TarvinelApp::platform(const CommandLineOptions& options,
-                                         const ChosenCapture& capture) {
-  AppModel::Platform platform = platformFor(options, capture, log_, {queue_, desktop_});
+AppModel::Dependencies TarvinelApp::platform(const CommandLineOptions& options,
+                                             const ChosenCapture& capture) {
+  AppModel::Dependencies platform = platformFor(options, capture, log_, {queue_, desktop_});
   platform.updateController = [this](UpdateController::Delegate& delegate) {
     return std::make_unique<FeedUpdateController>(
         delegate,

@@ -45,7 +45,7 @@ class TarvinelApp {
               const QDBusConnection& bus, EndingLimit& ending);
   ~TarvinelApp();
 
-  AppModel::Platform platform(const CommandLineOptions& options, const ChosenCapture& capture);
+  AppModel::Dependencies platform(const CommandLineOptions& options, const ChosenCapture& capture);
   void share(const std::string& sourceID);
   void perform(const MenuCommand& command);
   void modelChanged();

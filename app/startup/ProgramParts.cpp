@@ -12,7 +12,8 @@ namespace tarvinel {
 ChosenCapture chooseCapture(const CommandLineOptions& options, const Log& log) {
   const CaptureEnvironment environment = CaptureEnvironment::current();
   const CaptureDecision decision = decideCaptureRoad(options.capture, environment, xServerAnswers);
-  const CaptureMeans means{std::make_shared<portal::RestoreTokens>(), std::make_shared<x11::Interrupt>()};
+  const CaptureMeans means{std::make_shared<portal::RestoreTokens>(),
+                           std::make_shared<x11::Interrupt>()};
   return {decision,
           [road = decision.road, environment, means, log](SerialQueue& queue) {
             return makeCaptureService(road, environment, means, log, queue);
@@ -24,8 +25,8 @@ Log logFor(const CommandLineOptions& options) {
   return Log::standardError(options.verbose ? spdlog::level::debug : spdlog::level::info);
 }
 
-AppModel::Platform platformFor(const CommandLineOptions& options, const ChosenCapture& capture,
-                               const Log& log, Surroundings surroundings) {
+AppModel::Dependencies platformFor(const CommandLineOptions& options, const ChosenCapture& capture,
+                                   const Log& log, Surroundings surroundings) {
   return {.mainQueue = surroundings.mainQueue,
           .desktop = surroundings.desktop,
           .log = log,

@@ -29,8 +29,8 @@ struct Surroundings {
 };
 
 /// The real computer, for a model. Nothing looks for updates.
-AppModel::Platform platformFor(const CommandLineOptions& options, const ChosenCapture& capture,
-                               const Log& log, Surroundings surroundings);
+AppModel::Dependencies platformFor(const CommandLineOptions& options, const ChosenCapture& capture,
+                                   const Log& log, Surroundings surroundings);
 
 /// What the command line says of uploads.
 AppModel::UploadLaunch uploadsFor(const CommandLineOptions& options);

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <string_view>
 #include <vector>
 
 namespace tarvinel {
@@ -23,6 +24,9 @@ class LinkMonitor {
 
   /// The last answer, false until there is one. Safe from any thread.
   bool isWired() const;
+
+  /// What the presenter is shown of a link. Pure.
+  static std::string_view name(bool isWired) { return isWired ? "Ethernet" : "Wi-Fi"; }
 
   /// The answer for a path: only the preferred interface counts. Pure.
   static bool isWired(const std::vector<InterfaceType>& preferredInterfaceTypes);

@@ -49,7 +49,7 @@ class MenuViewTest : public ModelFixture {
   ~MenuViewTest() override { model.reset(); }  // before what it stands on
 
   void launch() override {
-    AppModel::Platform withNames = platform(mainQueue);
+    AppModel::Dependencies withNames = platform(mainQueue);
     withNames.nameRegistrar = names.factory();
     withNames.preferredHost = [] { return "10.0.0.1"; };
     model = AppModel::create(config, withNames, uploads);

@@ -31,7 +31,7 @@ class AppModelNameTest : public ModelFixture {
   AppModelNameTest() { config.hostname = "studio"; }
 
   void launch() override {
-    AppModel::Platform withNames = platform(mainQueue);
+    AppModel::Dependencies withNames = platform(mainQueue);
     withNames.nameRegistrar = names.factory();
     withNames.preferredHost = [this] { return host; };
     model = AppModel::create(config, withNames, uploads);

@@ -100,7 +100,7 @@ TEST_F(AppModelTest, APortInUseBecomesTheServerErrorAndALogLine) {
   TarvinelConfig samePort = config;
   samePort.port = model->boundPort();
   ManualMainQueue secondQueue;
-  AppModel::Platform platformOfSecond = platform(secondQueue);
+  AppModel::Dependencies platformOfSecond = platform(secondQueue);
   platformOfSecond.log = secondLog.log();
   const auto second = AppModel::create(samePort, platformOfSecond, uploads);
   ASSERT_TRUE(secondQueue.runUntil([&] { return second->serverError().has_value(); }));
@@ -911,7 +911,7 @@ class WithoutServerTest : public AppModelTest {
  protected:
   void launch() override {
     config.port = taken->local_endpoint().port();
-    AppModel::Platform withAdvice = platform(mainQueue);
+    AppModel::Dependencies withAdvice = platform(mainQueue);
     withAdvice.portAdvice = [this](std::uint16_t port, std::error_code refusal) {
       EXPECT_EQ(port, config.port);
       EXPECT_EQ(refusal, std::errc::address_in_use);

@@ -34,7 +34,7 @@ class ModelFixture : public testing::Test {
     screen.content.displays = {{7, {0, 0, 1280, 720}, true}};
   }
 
-  AppModel::Platform platform(MainQueue& queue) {
+  AppModel::Dependencies platform(MainQueue& queue) {
     return {.mainQueue = queue,
             .desktop = desktop,
             .log = log.log(),

@@ -1,4 +1,4 @@
-#include "app/model/UploadLines.h"
+#include "app/model/UploadsModel.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "app/model/ModelPart.h"
+#include "core/mdns/NamePublisher.h"
+#include "core/mdns/NameRegistrar.h"
+#include "core/support/Log.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace tarvinel {
+
+/// The name under .local: what is published, and what the presenter is shown of it. Lives on the
+/// main queue.
+class NameModel : public ModelPart<NameModel> {
+ public:
+  struct Dependencies {
+    MainQueue& mainQueue;
+    Log log;
+    NameRegistrar::Factory registrar;
+    std::string hostname;  ///< without ".local"; nothing is published when it is empty
+    std::function<void()> onChange;
+  };
+
+  explicit NameModel(Dependencies dependencies);
+
+  /// Withdraws the name. Nothing is reported from then on.
+  void end();
+
+  const std::optional<std::string>& url() const { return url_; }  ///< once registered
+  const std::optional<std::string>& error() const { return error_; }
+
+  /// Publishes the name for an address of this computer, whose server listens on `port`. Without an
+  /// address it withdraws the name.
+  void publish(const std::optional<std::string>& address, std::uint16_t port);
+
+  /// Follows the address, and retries a failed publication if `retryDue`.
+  void refresh(const std::optional<std::string>& address, bool retryDue);
+
+ private:
+  void publishingFailed(const NamePublisherError& error);
+  void stateDidChange(const NamePublisher::State& state);
+  void updateAddress(const std::string& address);
+
+  const std::string hostname_;
+  const Logger logger_;
+  NamePublisher publisher_;
+  std::uint16_t port_ = 80;
+  std::optional<std::string> url_;
+  std::optional<std::string> error_;
+  std::optional<std::string> lastHost_;  ///< the address last published
+
+  /// Counts publications, so that the state of an earlier one is not taken for the newest one's.
+  std::uint64_t currentPublication_ = 0;
+};
+
+}  // namespace tarvinel
