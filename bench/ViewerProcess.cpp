@@ -77,7 +77,7 @@ class ViewerProcess::Crowd {
       for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
         if (events.at(i).data.fd != control_) {
           read(events.at(i).data.fd);
-        } else if (!obey()) {
+        } else if (!execute()) {
           return;
         }
       }
@@ -85,7 +85,7 @@ class ViewerProcess::Crowd {
   }
 
  private:
-  bool obey() {
+  bool execute() {
     Command command{};
     if (checked(recv(control_, &command, sizeof command, 0), "recv") == 0) return false;
     switch (command.kind) {

@@ -27,29 +27,29 @@ CaptureEnvironment CaptureEnvironment::current() {
   return {variable("DISPLAY"), variable("WAYLAND_DISPLAY"), variable("XDG_SESSION_TYPE")};
 }
 
-CaptureDecision decideCaptureRoad(CaptureRoad wanted, const CaptureEnvironment& environment,
-                                  const std::function<bool(const std::string&)>& answers) {
-  if (wanted == CaptureRoad::x11) return {wanted, "Capturing the X11 screen, as asked for."};
-  if (wanted == CaptureRoad::portal) {
+CaptureDecision chooseCaptureBackend(CaptureBackend wanted, const CaptureEnvironment& environment,
+                                     const std::function<bool(const std::string&)>& replies) {
+  if (wanted == CaptureBackend::x11) return {wanted, "Capturing the X11 screen, as asked for."};
+  if (wanted == CaptureBackend::portal) {
     return {wanted, "Capturing what the desktop's own dialog offers, as asked for."};
   }
-  if (wanted == CaptureRoad::pattern)
+  if (wanted == CaptureBackend::pattern)
     return {wanted, "Showing the built-in picture, as asked for."};
   // a Wayland session's X server knows nothing of what other programs show
   if (isWayland(environment)) {
-    return {CaptureRoad::portal, "Capturing what this Wayland desktop's own dialog offers."};
+    return {CaptureBackend::portal, "Capturing what this Wayland desktop's own dialog offers."};
   }
   if (environment.display.empty()) {
-    return {CaptureRoad::pattern, "Showing the built-in picture: there is no screen here."};
+    return {CaptureBackend::pattern, "Showing the built-in picture: there is no screen here."};
   }
-  if (!answers(environment.display)) {
-    return {CaptureRoad::pattern, "Showing the built-in picture: the X server " +
-                                      environment.display + " does not answer."};
+  if (!replies(environment.display)) {
+    return {CaptureBackend::pattern, "Showing the built-in picture: the X server " +
+                                         environment.display + " does not answer."};
   }
-  return {CaptureRoad::x11, "Capturing the X11 screen " + environment.display + "."};
+  return {CaptureBackend::x11, "Capturing the X11 screen " + environment.display + "."};
 }
 
-bool xServerAnswers(const std::string& display) {
+bool xServerResponds(const std::string& display) {
   try {
     const x11::Connection connection(display, {.replyTimeout = x11::Options::probeLimit});
     return true;
@@ -58,15 +58,15 @@ bool xServerAnswers(const std::string& display) {
   }
 }
 
-std::unique_ptr<ScreenCaptureService> makeCaptureService(CaptureRoad road,
+std::unique_ptr<ScreenCaptureService> makeCaptureService(CaptureBackend backend,
                                                          const CaptureEnvironment& environment,
                                                          const CaptureMeans& means, const Log& log,
                                                          SerialQueue& queue) {
-  if (road == CaptureRoad::x11) {
+  if (backend == CaptureBackend::x11) {
     return std::make_unique<x11::Service>(queue, environment.display,
                                           x11::Options{.interrupt = means.interrupt});
   }
-  if (road == CaptureRoad::portal) {
+  if (backend == CaptureBackend::portal) {
     return std::make_unique<portal::Service>(queue, log.category("capture"), means.tokens);
   }
   return std::make_unique<pattern::Service>(queue);

@@ -15,7 +15,7 @@ namespace tarvinel {
 class Log;
 
 /// By which road pictures of the screen come.
-enum class CaptureRoad : std::uint8_t { automatic, x11, portal, pattern };
+enum class CaptureBackend : std::uint8_t { automatic, x11, portal, pattern };
 
 /// What the environment says of the session; a variable that is not set is empty.
 struct CaptureEnvironment {
@@ -29,17 +29,17 @@ struct CaptureEnvironment {
 
 /// A road other than `automatic`, and why.
 struct CaptureDecision {
-  CaptureRoad road = CaptureRoad::pattern;
+  CaptureBackend backend = CaptureBackend::pattern;
   std::string reason;  ///< one sentence for people
 };
 
 /// Chooses the road. `answers` tells whether an X server answers under a name; it is asked only
 /// when that matters. Otherwise pure.
-CaptureDecision decideCaptureRoad(CaptureRoad wanted, const CaptureEnvironment& environment,
-                                  const std::function<bool(const std::string&)>& answers);
+CaptureDecision chooseCaptureBackend(CaptureBackend wanted, const CaptureEnvironment& environment,
+                                     const std::function<bool(const std::string&)>& replies);
 
 /// True when an X server answers under the name such as ":0". Blocks a few seconds when it hangs.
-bool xServerAnswers(const std::string& display);
+bool xServerResponds(const std::string& display);
 
 /// What services share with their owner.
 struct CaptureMeans {
@@ -48,7 +48,7 @@ struct CaptureMeans {
 };
 
 /// Makes the service of a decided road on the capture queue, which must outlive it.
-std::unique_ptr<ScreenCaptureService> makeCaptureService(CaptureRoad road,
+std::unique_ptr<ScreenCaptureService> makeCaptureService(CaptureBackend backend,
                                                          const CaptureEnvironment& environment,
                                                          const CaptureMeans& means, const Log& log,
                                                          SerialQueue& queue);

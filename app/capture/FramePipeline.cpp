@@ -45,16 +45,16 @@ void FramePipeline::forget() {
 }
 
 void FramePipeline::frame(const CapturedFrame& frame) {
-  const FrameFacts facts(frame);
-  if (!facts.usable) return;
+  const FrameMetadata metadata(frame);
+  if (!metadata.usable) return;
   if (frame.sourceSize) {
     settings_.configured = configuredSize(*frame.sourceSize, settings_.pixelsPerPoint);
   }
-  if (!facts.idle) {
+  if (!metadata.idle) {
     lastBuffer_ = frame.buffer;
-    lastCrop_ = facts.crop;
+    lastCrop_ = metadata.crop;
   }
-  act(pacer_.frame(FramePacer::change(facts.dirtyFraction, facts.idle), tools_.uptime()));
+  act(pacer_.frame(FramePacer::change(metadata.dirtyFraction, metadata.idle), tools_.uptime()));
 }
 
 void FramePipeline::tick() {
@@ -135,7 +135,7 @@ std::optional<double> dirtyFractionOf(const CapturedFrame& frame) {
 
 }  // namespace
 
-FrameFacts::FrameFacts(const CapturedFrame& frame) {
+FrameMetadata::FrameMetadata(const CapturedFrame& frame) {
   const FrameStatus status = frame.status.value_or(FrameStatus::complete);
   usable = frame.buffer != nullptr && status <= FrameStatus::idle;
   if (!usable) return;

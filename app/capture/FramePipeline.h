@@ -39,13 +39,13 @@ class MotionBytesAverage {
 };
 
 /// What a sample of a capture stream means for viewers. Pure.
-struct FrameFacts {
+struct FrameMetadata {
   bool usable = false;                  ///< it has a picture, and is complete or idle
   bool idle = false;                    ///< the screen did not change
   std::optional<Rect> crop;             ///< pixels; where in the buffer the content is
   std::optional<double> dirtyFraction;  ///< 0 to 1; absent: nothing is known of the change
 
-  explicit FrameFacts(const CapturedFrame& frame);
+  explicit FrameMetadata(const CapturedFrame& frame);
 };
 
 /// What the capture needs besides a service and a broadcaster; tests drive it by hand.

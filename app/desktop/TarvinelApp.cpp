@@ -75,7 +75,7 @@ class Toolkit {
 /// What --doctor says of a port that the program was refused.
 std::vector<std::string> adviceOnPort(std::uint16_t port, std::error_code refusal) {
   const auto facts =
-      PortFacts::afterRefusal(port, refusal.value(), PortHelper::ofThisProgram().place());
+      PortProbe::afterRefusal(port, refusal.value(), PortHelper::ofThisProgram().place());
   std::vector<std::string> lines;
   for (const Finding& finding : judge(facts)) {
     lines.push_back(finding.what);
@@ -154,8 +154,8 @@ TarvinelApp::TarvinelApp(const CommandLineOptions& options, const ChosenCapture&
       window_([this](const MenuCommand& command) { perform(command); }),
       trayHosts_(bus, [this] { traysChanged(); }) {
   log_.category("app")->info(capture.decision.reason);
-  trayPatience_.setSingleShot(true);
-  trayPatience_.callOnTimeout([this] { traysAreMissed(); });
+  trayTimer_.setSingleShot(true);
+  trayTimer_.callOnTimeout([this] { traysAreMissed(); });
   model_->setOnChange([this] { modelChanged(); });
   if (out_) console_ = std::make_shared<Console>(*model_, *out_, nullptr);
   if (options.share) share(*options.share);
@@ -223,9 +223,9 @@ void TarvinelApp::traysChanged() {
     introduce("Tarvinel's menu is behind its icon in the panel; Ctrl+C ends it");
   }
   if (isInTray()) {
-    trayPatience_.stop();
-  } else if (!trayPatience_.isActive()) {
-    trayPatience_.start(trayPatience);
+    trayTimer_.stop();
+  } else if (!trayTimer_.isActive()) {
+    trayTimer_.start(trayTimeout);
   }
 }
 

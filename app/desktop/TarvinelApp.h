@@ -33,7 +33,7 @@ class TarvinelApp {
   TarvinelApp& operator=(const TarvinelApp&) = delete;
 
   /// How long the presenter waits for a tray before the window opens.
-  static constexpr std::chrono::seconds trayPatience{5};
+  static constexpr std::chrono::seconds trayTimeout{5};
 
   /// Runs the program until it is told to end; returns the exit status. A second run in a session
   /// has the first one open its window, and ends.
@@ -67,7 +67,7 @@ class TarvinelApp {
   std::shared_ptr<Console> console_;  ///< for who started the program in a terminal
   std::optional<MenuDrawer> drawer_;  ///< of the icon's menu
   std::optional<TrayIcon> icon_;      ///< once there has been a tray
-  QTimer trayPatience_;
+  QTimer trayTimer_;
   TrayHosts trayHosts_;
   bool isDrawingDue_ = false;
 };

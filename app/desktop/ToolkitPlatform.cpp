@@ -21,7 +21,7 @@ bool hasWaylandPlugin() {
   return !plugins.entryList({u"libqwayland*.so"_s}).isEmpty();
 }
 
-bool compositorAnswers(const std::string& display) {
+bool compositorResponds(const std::string& display) {
   const QDir runtime(QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation));
   QLocalSocket socket;
   socket.connectToServer(runtime.filePath(QString::fromStdString(display)));
@@ -36,8 +36,8 @@ DisplayEnvironment DisplayEnvironment::current() {
 }
 
 DisplayProbes DisplayProbes::real() {
-  return {xServerAnswers, [](const std::string& display) {
-            return hasWaylandPlugin() && compositorAnswers(display);
+  return {xServerResponds, [](const std::string& display) {
+            return hasWaylandPlugin() && compositorResponds(display);
           }};
 }
 

@@ -30,24 +30,24 @@ BusInquiry::Fill appended(const std::vector<std::string>& texts) {
 }
 
 /// Into something that outlives the reading.
-BusInquiry::Read booleanInto(std::optional<bool>& answer) {
-  return [&answer](sd_bus_message& message) {
+BusInquiry::Read booleanInto(std::optional<bool>& reply) {
+  return [&reply](sd_bus_message& message) {
     int value = 0;
-    if (sd_bus_message_read(&message, "b", &value) > 0) answer = value != 0;
+    if (sd_bus_message_read(&message, "b", &value) > 0) reply = value != 0;
   };
 }
 
 }  // namespace
 
-void BusInquiry::Answer::tell(bool there) {
+void BusInquiry::Reply::tell(bool there) {
   if (std::exchange(isOpen, false)) isThere.set_value(there);
 }
 
-BusInquiry::BusInquiry(Bus bus, std::chrono::milliseconds patience) : patience_(patience) {
+BusInquiry::BusInquiry(Bus bus, std::chrono::milliseconds timeout) : timeout_(timeout) {
   queue_.sync([this, bus] {
     const auto lost = [this] {
       bus_.reset();
-      if (answer_) answer_->tell(false);
+      if (reply_) reply_->tell(false);
     };
     bus_ = bus == Bus::system ? MessageBus::openSystem(queue_, lost)
                               : MessageBus::openSession(queue_, lost);
@@ -61,66 +61,66 @@ BusInquiry::~BusInquiry() {
 bool BusInquiry::ask(const Method& method, const Fill& fill, const Read& read) {
   if (state_ == State::isSilent) return false;
   return await(queue_.sync([&] {
-    answer_ = std::make_shared<Answer>();
-    auto isThere = answer_->isThere.get_future();
+    reply_ = std::make_shared<Reply>();
+    auto isThere = reply_->isThere.get_future();
     send(method, fill, read);
     return isThere;
   }));
 }
 
 void BusInquiry::send(const Method& method, const Fill& fill, const Read& read) {
-  if (!bus_) return answer_->tell(false);
+  if (!bus_) return reply_->tell(false);
   auto message = bus_->methodCall(method.service, method.path, method.interface, method.member);
-  if (!message) return answer_->tell(false);
+  if (!message) return reply_->tell(false);
   fill(*message);
-  bus_->call(std::move(message), [answer = answer_, read](sd_bus_message& reply) {
-    const bool isError = sd_bus_message_is_method_error(&reply, nullptr) > 0;
-    if (!isError) read(reply);
-    answer->tell(!isError);
+  bus_->call(std::move(message), [reply = reply_, read](sd_bus_message& result) {
+    const bool isError = sd_bus_message_is_method_error(&result, nullptr) > 0;
+    if (!isError) read(result);
+    reply->tell(!isError);
   });
 }
 
-bool BusInquiry::await(std::future<bool> answer) {
-  if (answer.wait_for(patience_) == std::future_status::ready) {
+bool BusInquiry::await(std::future<bool> reply) {
+  if (reply.wait_for(timeout_) == std::future_status::ready) {
     if (queue_.sync([this] { return bus_ == nullptr; })) state_ = State::isAbsent;
-    return answer.get();
+    return reply.get();
   }
   queue_.sync([this] { bus_.reset(); });  // nothing is read any more
   state_ = State::isSilent;
   return false;
 }
 
-std::optional<bool> BusInquiry::askBoolean(const Method& method,
-                                           const std::vector<std::string>& texts) {
-  std::optional<bool> answer;
-  ask(method, appended(texts), booleanInto(answer));
-  return answer;
+std::optional<bool> BusInquiry::queryBoolean(const Method& method,
+                                             const std::vector<std::string>& texts) {
+  std::optional<bool> reply;
+  ask(method, appended(texts), booleanInto(reply));
+  return reply;
 }
 
-std::optional<std::string> BusInquiry::askText(const Method& method,
-                                               const std::vector<std::string>& texts) {
-  std::optional<std::string> answer;
-  ask(method, appended(texts), [&answer](sd_bus_message& message) {
+std::optional<std::string> BusInquiry::queryText(const Method& method,
+                                                 const std::vector<std::string>& texts) {
+  std::optional<std::string> reply;
+  ask(method, appended(texts), [&reply](sd_bus_message& message) {
     const char* text = nullptr;
-    if (sd_bus_message_read(&message, "s", &text) > 0) answer = text;
+    if (sd_bus_message_read(&message, "s", &text) > 0) reply = text;
   });
-  return answer;
+  return reply;
 }
 
 std::optional<bool> BusInquiry::hasOwner(const std::string& name) {
-  return askBoolean({busService, busPath, busService, "NameHasOwner"}, {name});
+  return queryBoolean({busService, busPath, busService, "NameHasOwner"}, {name});
 }
 
 std::optional<bool> BusInquiry::canStart(const std::string& name) {
-  std::optional<bool> answer;
+  std::optional<bool> reply;
   ask(
       {busService, busPath, busService, "ListActivatableNames"}, [](sd_bus_message&) {},
-      [&](sd_bus_message& list) { answer = listHas(list, name); });
-  return answer;
+      [&](sd_bus_message& list) { reply = listHas(list, name); });
+  return reply;
 }
 
-bool BusInquiry::askProperty(const char* service, const char* path, const char* interface,
-                             const char* name, const Read& read) {
+bool BusInquiry::requestProperty(const char* service, const char* path, const char* interface,
+                                 const char* name, const Read& read) {
   return ask(
       {service, path, "org.freedesktop.DBus.Properties", "Get"},
       [&](sd_bus_message& question) { sd_bus_message_append(&question, "ss", interface, name); },

@@ -20,7 +20,7 @@ class BusInquiry {
  public:
   enum class Bus : std::uint8_t { system, session };
   enum class State : std::uint8_t {
-    answers,
+    replies,
     isAbsent,
     isSilent,  ///< a question was not answered in time; no other is asked
   };
@@ -35,10 +35,10 @@ class BusInquiry {
   using Fill = std::function<void(sd_bus_message&)>;
   using Read = std::function<void(sd_bus_message&)>;
 
-  static constexpr std::chrono::seconds defaultPatience{2};
+  static constexpr std::chrono::seconds defaultTimeout{2};
 
   /// Begins to connect. `patience` is for each answer.
-  explicit BusInquiry(Bus bus, std::chrono::milliseconds patience = defaultPatience);
+  explicit BusInquiry(Bus bus, std::chrono::milliseconds timeout = defaultTimeout);
   ~BusInquiry();
   BusInquiry(const BusInquiry&) = delete;
   BusInquiry& operator=(const BusInquiry&) = delete;
@@ -50,10 +50,10 @@ class BusInquiry {
   bool ask(const Method& method, const Fill& fill, const Read& read);
 
   /// The same for a method that takes texts and gives a yes or no.
-  std::optional<bool> askBoolean(const Method& method, const std::vector<std::string>& texts);
+  std::optional<bool> queryBoolean(const Method& method, const std::vector<std::string>& texts);
 
   /// The same for one that gives a text.
-  std::optional<std::string> askText(const Method& method, const std::vector<std::string>& texts);
+  std::optional<std::string> queryText(const Method& method, const std::vector<std::string>& texts);
 
   /// Whether somebody has the name; nothing without an answer.
   std::optional<bool> hasOwner(const std::string& name);
@@ -62,11 +62,11 @@ class BusInquiry {
   std::optional<bool> canStart(const std::string& name);
 
   /// Reads a property with `read`, which finds the message at the variant. False as with `ask`.
-  bool askProperty(const char* service, const char* path, const char* interface, const char* name,
-                   const Read& read);
+  bool requestProperty(const char* service, const char* path, const char* interface,
+                       const char* name, const Read& read);
 
  private:
-  struct Answer {
+  struct Reply {
     std::promise<bool> isThere;
     bool isOpen = true;  ///< `isThere` is still to be told
 
@@ -74,13 +74,13 @@ class BusInquiry {
   };
 
   void send(const Method& method, const Fill& fill, const Read& read);
-  bool await(std::future<bool> answer);
+  bool await(std::future<bool> reply);
 
   SerialQueue queue_{".doctor"};
-  const std::chrono::milliseconds patience_;
-  State state_ = State::answers;
+  const std::chrono::milliseconds timeout_;
+  State state_ = State::replies;
   std::unique_ptr<MessageBus> bus_;  ///< lives on the queue; null when it is gone
-  std::shared_ptr<Answer> answer_;   ///< that is waited for; lives on the queue
+  std::shared_ptr<Reply> reply_;     ///< that is waited for; lives on the queue
 };
 
 }  // namespace tarvinel

@@ -23,7 +23,7 @@ namespace tarvinel {
 
 namespace {
 
-using Extension = X11Facts::Extension;
+using Extension = DisplayProbe::Extension;
 using enum Finding::State;
 
 std::vector<Extension> missingFrom(const x11::Connection& connection) {
@@ -65,16 +65,16 @@ Finding without(Extension extension) {
           "The X server has no MIT-SHM extension: pictures take more processor time."};
 }
 
-std::string screenOf(const X11Facts& server) {
+std::string screenOf(const DisplayProbe& server) {
   return fmt::format("{} × {} pixels, {} {}", server.width, server.height, server.displays,
                      server.displays == 1 ? "display" : "displays");
 }
 
-Finding unreachable(const ScreenFacts& facts) {
+Finding unreachable(const ScreenProbe& probe) {
   return {toBeMended,
-          facts.decision.road == CaptureRoad::x11
-              ? fmt::format("The X11 screen cannot be captured: {}.", facts.server.error)
-              : facts.decision.reason,
+          probe.decision.backend == CaptureBackend::x11
+              ? fmt::format("The X11 screen cannot be captured: {}.", probe.server.error)
+              : probe.decision.reason,
           {"Look whether DISPLAY is right, and whether this user may use the display (xhost, "
            "XAUTHORITY)."}};
 }
@@ -87,7 +87,7 @@ Finding hangingServer(const std::string& display) {
 
 }  // namespace
 
-X11Facts X11Facts::of(const std::string& display, std::chrono::milliseconds limit) try {
+DisplayProbe DisplayProbe::of(const std::string& display, std::chrono::milliseconds limit) try {
   const x11::Connection connection(display, {.replyTimeout = limit});
   const PixelRect area = connection.rootArea();
   return {.error = "",
@@ -96,30 +96,30 @@ X11Facts X11Facts::of(const std::string& display, std::chrono::milliseconds limi
           .displays = static_cast<int>(listDisplays(connection).size()),
           .missing = missingFrom(connection)};
 } catch (const x11::Error& error) {
-  return {.error = error.what(), .hangs = error.kind() == x11::Error::Case::notAnswering};
+  return {.error = error.what(), .hangs = error.kind() == x11::Error::Case::notResponding};
 }
 
-ScreenFacts ScreenFacts::of(CaptureRoad wanted, const CaptureEnvironment& environment) {
-  ScreenFacts facts{.wanted = wanted, .display = environment.display};
-  const auto answers = [&facts](const std::string& name) {
-    facts.server = X11Facts::of(name);
-    return facts.server.error.empty();
+ScreenProbe ScreenProbe::of(CaptureBackend wanted, const CaptureEnvironment& environment) {
+  ScreenProbe probe{.wanted = wanted, .display = environment.display};
+  const auto replies = [&probe](const std::string& name) {
+    probe.server = DisplayProbe::of(name);
+    return probe.server.error.empty();
   };
-  facts.decision = decideCaptureRoad(wanted, environment, answers);
-  if (wanted == CaptureRoad::x11) answers(environment.display);
-  return facts;
+  probe.decision = chooseCaptureBackend(wanted, environment, replies);
+  if (wanted == CaptureBackend::x11) replies(environment.display);
+  return probe;
 }
 
-Findings judge(const ScreenFacts& facts) {
-  if (facts.server.hangs) return {hangingServer(facts.display)};
-  if (!facts.server.error.empty()) return {unreachable(facts)};
-  const CaptureRoad road = facts.decision.road;
-  if (road != CaptureRoad::x11) {
-    const bool isStopgap = road == CaptureRoad::pattern && facts.wanted != road;
-    return {{isStopgap ? worthKnowing : fine, facts.decision.reason}};
+Findings judge(const ScreenProbe& probe) {
+  if (probe.server.hangs) return {hangingServer(probe.display)};
+  if (!probe.server.error.empty()) return {unreachable(probe)};
+  const CaptureBackend backend = probe.decision.backend;
+  if (backend != CaptureBackend::x11) {
+    const bool isStopgap = backend == CaptureBackend::pattern && probe.wanted != backend;
+    return {{isStopgap ? worthKnowing : fine, probe.decision.reason}};
   }
-  Findings findings{{fine, fmt::format("{} {}.", facts.decision.reason, screenOf(facts.server))}};
-  for (const Extension missing : facts.server.missing)
+  Findings findings{{fine, fmt::format("{} {}.", probe.decision.reason, screenOf(probe.server))}};
+  for (const Extension missing : probe.server.missing)
     findings.push_back(without(missing));
   return findings;
 }
@@ -131,10 +131,10 @@ constexpr const char* watcherPath = "/StatusNotifierWatcher";
 
 bool hasRegisteredHost(BusInquiry& bus) {
   int isRegistered = 0;
-  bus.askProperty(watcher, watcherPath, watcher, "IsStatusNotifierHostRegistered",
-                  [&isRegistered](sd_bus_message& value) {
-                    sd_bus_message_read(&value, "v", "b", &isRegistered);
-                  });
+  bus.requestProperty(watcher, watcherPath, watcher, "IsStatusNotifierHostRegistered",
+                      [&isRegistered](sd_bus_message& value) {
+                        sd_bus_message_read(&value, "v", "b", &isRegistered);
+                      });
   return isRegistered != 0;
 }
 
@@ -154,27 +154,27 @@ bool selectionHasOwner(const std::string& display) try {
 
 }  // namespace
 
-TrayFacts TrayFacts::of(const SessionFacts& session) {
-  TrayFacts facts{.session = session};
-  if (!session.hasDisplay()) return facts;
+TrayProbe TrayProbe::of(const SessionProbe& session) {
+  TrayProbe probe{.session = session};
+  if (!session.hasDisplay()) return probe;
   BusInquiry bus(BusInquiry::Bus::session);
-  facts.hasNotifierHost = hasRegisteredHost(bus);
-  facts.bus = bus.state();
-  if (!session.isWayland()) facts.hasEmbeddingTray = selectionHasOwner(session.environment.display);
-  return facts;
+  probe.hasNotifierHost = hasRegisteredHost(bus);
+  probe.bus = bus.state();
+  if (!session.isWayland()) probe.hasEmbeddingTray = selectionHasOwner(session.environment.display);
+  return probe;
 }
 
-Findings judge(const TrayFacts& facts) {
+Findings judge(const TrayProbe& probe) {
   using enum Finding::State;
-  if (!facts.session.hasDisplay()) return {{fine, "Without a desktop none is needed."}};
-  if (facts.hasNotifierHost || facts.hasEmbeddingTray)
+  if (!probe.session.hasDisplay()) return {{fine, "Without a desktop none is needed."}};
+  if (probe.hasNotifierHost || probe.hasEmbeddingTray)
     return {{fine, "A panel shows Tarvinel's icon; the menu is behind it."}};
-  if (facts.bus == BusInquiry::State::isSilent) {
+  if (probe.bus == BusInquiry::State::isSilent) {
     return {{worthKnowing,
              "The session bus does not answer: the menu opens as a window.",
              {"Log out and in again."}}};
   }
-  if (facts.bus == BusInquiry::State::isAbsent) {
+  if (probe.bus == BusInquiry::State::isAbsent) {
     return {{worthKnowing,
              "There is no session bus: the menu opens as a window.",
              {"Start Tarvinel from within the desktop, not by su or sudo."}}};

@@ -26,7 +26,7 @@
 namespace tarvinel {
 
 void Doctor::run(DoctorReport& report) const {
-  const auto deadline = CheckProcess::Clock::now() + patience_;
+  const auto deadline = CheckProcess::Clock::now() + timeout_;
   std::list<CheckProcess> processes;
   for (const Check& check : checks_)
     processes.emplace_back(check.run);
@@ -150,7 +150,7 @@ std::string DoctorReport::painted(Finding::State state, const std::string& text)
 namespace {
 
 /// How long a process that was told to end may take: one that waits for a dead disk cannot.
-constexpr std::chrono::milliseconds endPatience{500};
+constexpr std::chrono::milliseconds endTimeout{500};
 
 std::string encoded(const Findings& findings) {
   auto list = nlohmann::json::array();
@@ -217,7 +217,7 @@ CheckProcess::CheckProcess(const std::function<Findings()>& run) {
 CheckProcess::~CheckProcess() {
   ::kill(process_, SIGKILL);
   constexpr short nothingButTheEnd = 0;
-  if (happensBy(output_.get(), nothingButTheEnd, Clock::now() + endPatience))
+  if (happensBy(output_.get(), nothingButTheEnd, Clock::now() + endTimeout))
     ::waitpid(process_, nullptr, 0);
 }
 

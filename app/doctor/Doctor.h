@@ -62,7 +62,7 @@ class DoctorReport {
   /// Writes how many things are to be mended.
   void finish();
 
-  bool mustMend() const { return toBeMended_ > 0; }
+  bool needsAttention() const { return toBeMended_ > 0; }
 
  private:
   void writeLine(const std::string& text, std::size_t column);
@@ -77,17 +77,17 @@ class DoctorReport {
 class Doctor {
  public:
   /// How long a check may take before it counts as late.
-  static constexpr std::chrono::seconds defaultPatience{10};
+  static constexpr std::chrono::seconds defaultTimeout{10};
 
-  explicit Doctor(std::vector<Check> checks, std::chrono::milliseconds patience = defaultPatience)
-      : checks_(std::move(checks)), patience_(patience) {}
+  explicit Doctor(std::vector<Check> checks, std::chrono::milliseconds timeout = defaultTimeout)
+      : checks_(std::move(checks)), timeout_(timeout) {}
 
   /// To be called while this process has one thread. Throws std::system_error.
   void run(DoctorReport& report) const;
 
  private:
   const std::vector<Check> checks_;
-  const std::chrono::milliseconds patience_;
+  const std::chrono::milliseconds timeout_;
 };
 
 /// A check at work in a process of its own: whatever it waits for (an X server that hangs, a disk

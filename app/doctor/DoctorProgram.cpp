@@ -24,10 +24,10 @@ TarvinelConfig settingsOf(const CommandLineOptions& options) {
 }
 
 Findings screenFindings(const CommandLineOptions& options, const CaptureEnvironment& environment) {
-  const auto screen = ScreenFacts::of(options.capture, environment);
+  const auto screen = ScreenProbe::of(options.capture, environment);
   auto findings = judge(screen);
-  if (screen.decision.road != CaptureRoad::portal) return findings;
-  for (Finding& finding : judge(PortalFacts::current()))
+  if (screen.decision.backend != CaptureBackend::portal) return findings;
+  for (Finding& finding : judge(PortalProbe::current()))
     findings.push_back(std::move(finding));
   return findings;
 }
@@ -39,32 +39,32 @@ int runDoctor(const CommandLineOptions& options, bool hasTray) {
   std::cout << "Tarvinel " << appVersion << " looks at this computer. Nothing is changed.\n\n"
             << std::flush;
   Doctor(allChecks(options, hasTray)).run(report);
-  return report.mustMend() ? 1 : 0;
+  return report.needsAttention() ? 1 : 0;
 }
 
 std::vector<Check> allChecks(const CommandLineOptions& options, bool hasTray) {
-  const auto session = SessionFacts::current();
+  const auto session = SessionProbe::current();
   const auto& environment = session.environment;
   return {
       {"Session", [=] { return judge(session); }},
       {"Screen", [=] { return screenFindings(options, environment); }},
-      {"Tray", [=] { return hasTray ? judge(TrayFacts::of(session)) : withoutTray(); }},
-      {"Configuration", [=] { return judge(ConfigurationFacts::of(options)); }},
+      {"Tray", [=] { return hasTray ? judge(TrayProbe::of(session)) : withoutTray(); }},
+      {"Configuration", [=] { return judge(ConfigurationProbe::of(options)); }},
       {"Address",
        [=] {
          const auto settings = settingsOf(options);
-         return judge(AddressFacts::of(settings.port, settings.hostname, options.sysfs));
+         return judge(AddressProbe::of(settings.port, settings.hostname, options.sysfs));
        }},
-      {"Name", [=] { return judge(NameFacts::of(settingsOf(options).hostname, options.sysfs)); }},
+      {"Name", [=] { return judge(NameProbe::of(settingsOf(options).hostname, options.sysfs)); }},
       {"Port",
        [=] {
-         return judge(PortFacts::of(settingsOf(options).port, PortHelper::ofThisProgram().place()));
+         return judge(PortProbe::of(settingsOf(options).port, PortHelper::ofThisProgram().place()));
        }},
       {"Firewall",
        [=] {
-         return judge(FirewallFacts::of(settingsOf(options), options.systemRoot, options.sysfs));
+         return judge(FirewallProbe::of(settingsOf(options), options.systemRoot, options.sysfs));
        }},
-      {"Uploads", [=] { return judge(UploadFacts::of(options)); }, hangingDisk()},
+      {"Uploads", [=] { return judge(UploadProbe::of(options)); }, hangingDisk()},
   };
 }
 

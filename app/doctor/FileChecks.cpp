@@ -65,47 +65,47 @@ std::vector<std::string> lostFilesOf(const std::optional<BrandConfig>& brand) {
   return lost;
 }
 
-Finding readFinding(const ConfigurationFacts& facts) {
-  const std::string& file = facts.file.native();
-  if (facts.exists) return {Finding::State::fine, fmt::format("{} is in force.", file)};
+Finding readFinding(const ConfigurationProbe& probe) {
+  const std::string& file = probe.file.native();
+  if (probe.exists) return {Finding::State::fine, fmt::format("{} is in force.", file)};
   return {Finding::State::fine, fmt::format("There is no {}: everything is at its default.", file)};
 }
 
 }  // namespace
 
-ConfigurationFacts ConfigurationFacts::of(const CommandLineOptions& options) {
+ConfigurationProbe ConfigurationProbe::of(const CommandLineOptions& options) {
   const auto loaded = Configuration::load(options, Log::silent());
-  ConfigurationFacts facts{.file = options.config.value_or(TarvinelConfig::defaultURL()),
+  ConfigurationProbe probe{.file = options.config.value_or(TarvinelConfig::defaultURL()),
                            .problem = loaded.problem};
   std::error_code unreachable;
-  facts.exists = std::filesystem::exists(facts.file, unreachable);
-  if (!facts.exists && !options.config) {
+  probe.exists = std::filesystem::exists(probe.file, unreachable);
+  if (!probe.exists && !options.config) {
     // of the places that are looked at, the one to write it to
-    facts.file = SupportEnvironment::current().configFolder() / "Tarvinel/config.json";
+    probe.file = SupportEnvironment::current().configFolder() / "Tarvinel/config.json";
   }
-  const json object = ConfigFile::read(facts.file).object;
-  addUnknownKeys(facts.unknownKeys, object, everySetting());
-  if (!facts.problem) facts.corrections = correctionsOf(object, encodeConfig(loaded.config));
-  facts.lostBrandFiles = lostFilesOf(loaded.config.brand);
-  return facts;
+  const json object = ConfigFile::read(probe.file).object;
+  addUnknownKeys(probe.unknownKeys, object, everySetting());
+  if (!probe.problem) probe.corrections = correctionsOf(object, encodeConfig(loaded.config));
+  probe.lostBrandFiles = lostFilesOf(loaded.config.brand);
+  return probe;
 }
 
-Findings judge(const ConfigurationFacts& facts) {
+Findings judge(const ConfigurationProbe& probe) {
   using enum Finding::State;
   Findings findings;
-  if (facts.problem) {
-    findings.push_back({toBeMended, *facts.problem, {"Correct the file, then start anew."}});
+  if (probe.problem) {
+    findings.push_back({toBeMended, *probe.problem, {"Correct the file, then start anew."}});
   } else {
-    findings.push_back(readFinding(facts));
+    findings.push_back(readFinding(probe));
   }
-  if (!facts.unknownKeys.empty()) {
+  if (!probe.unknownKeys.empty()) {
     findings.push_back({worthKnowing,
-                        fmt::format("No such setting: {}.", fmt::join(facts.unknownKeys, ", ")),
+                        fmt::format("No such setting: {}.", fmt::join(probe.unknownKeys, ", ")),
                         {"Look at its spelling; capital letters count."}});
   }
-  for (const std::string& correction : facts.corrections)
+  for (const std::string& correction : probe.corrections)
     findings.push_back({worthKnowing, fmt::format("Out of range: {}.", correction)});
-  for (const std::string& lost : facts.lostBrandFiles) {
+  for (const std::string& lost : probe.lostBrandFiles) {
     findings.push_back({toBeMended,
                         fmt::format("It cannot be used: {}.", lost),
                         {"It is missing, unreadable, larger than 10 MB or of an unknown type."}});
@@ -116,7 +116,7 @@ Findings judge(const ConfigurationFacts& facts) {
 namespace {
 
 namespace fs = std::filesystem;
-using Folder = UploadFacts::Folder;
+using Folder = UploadProbe::Folder;
 
 fs::path folderFor(const CommandLineOptions& options) {
   if (options.uploadFolder) return fs::absolute(*options.uploadFolder);
@@ -154,34 +154,34 @@ std::string freeText(const std::optional<std::int64_t>& bytes) {
 
 }  // namespace
 
-UploadFacts UploadFacts::of(const CommandLineOptions& options) {
-  UploadFacts facts{.path = folderFor(options)};
-  const fs::path existing = existingPartOf(facts.path);
-  facts.folder = stateOf(facts.path, existing);
-  facts.freeBytes = freeBytesAt(existing);
-  return facts;
+UploadProbe UploadProbe::of(const CommandLineOptions& options) {
+  UploadProbe probe{.path = folderFor(options)};
+  const fs::path existing = existingPartOf(probe.path);
+  probe.folder = stateOf(probe.path, existing);
+  probe.freeBytes = freeBytesAt(existing);
+  return probe;
 }
 
-Findings judge(const UploadFacts& facts) {
+Findings judge(const UploadProbe& probe) {
   using enum Finding::State;
-  const std::string& path = facts.path.native();
+  const std::string& path = probe.path.native();
   const std::vector<std::string> choose{
       "Choose another folder in the menu, or with "
       "--upload-folder."};
-  if (facts.folder == Folder::isNoFolder)
+  if (probe.folder == Folder::isNoFolder)
     return {{toBeMended, fmt::format("Photos cannot go to {}: that is no folder.", path), choose}};
-  if (facts.folder == Folder::notWritable) {
+  if (probe.folder == Folder::notWritable) {
     return {{toBeMended,
              fmt::format("Photos cannot go to {}: this user may not write there.", path), choose}};
   }
-  if (facts.freeBytes && *facts.freeBytes <= UploadController::headroom) {
+  if (probe.freeBytes && *probe.freeBytes <= UploadController::headroom) {
     return {{toBeMended,
              fmt::format("The disk of {} is too full for photos: 1.1 GB stay free.", path),
              {"Make room on it, or choose another folder in the menu or with --upload-folder."}}};
   }
   return {{fine, fmt::format("Photos go to {}{}{}.", path,
-                             facts.folder == Folder::willBeMade ? ", which will be made" : "",
-                             freeText(facts.freeBytes))}};
+                             probe.folder == Folder::willBeMade ? ", which will be made" : "",
+                             freeText(probe.freeBytes))}};
 }
 
 Finding hangingDisk() {

@@ -12,7 +12,7 @@
 namespace tarvinel {
 
 /// What is known of the folder that participants' photos would go into.
-struct UploadFacts {
+struct UploadProbe {
   enum class Folder : std::uint8_t {
     usable,
     willBeMade,  ///< when uploads are opened
@@ -26,17 +26,17 @@ struct UploadFacts {
 
   /// Of the folder that would be used with these options. Makes nothing. Blocks as long as the disk
   /// does.
-  static UploadFacts of(const CommandLineOptions& options);
+  static UploadProbe of(const CommandLineOptions& options);
 };
 
 /// Whether photos could be taken. Pure.
-Findings judge(const UploadFacts& facts);
+Findings judge(const UploadProbe& probe);
 
 /// What it means when the disk does not answer in time.
 Finding hangingDisk();
 
 /// What the configuration file says, and what became of it.
-struct ConfigurationFacts {
+struct ConfigurationProbe {
   std::filesystem::path file = {};
   bool exists = false;
   std::optional<std::string> problem = {};       ///< the program's own line on it
@@ -45,10 +45,10 @@ struct ConfigurationFacts {
   std::vector<std::string> lostBrandFiles = {};  ///< given but not usable, such as "brand.image"
 
   /// Reads what the program would read with these options. Blocks.
-  static ConfigurationFacts of(const CommandLineOptions& options);
+  static ConfigurationProbe of(const CommandLineOptions& options);
 };
 
 /// Whether the configuration can be used, and its mistakes. Pure.
-Findings judge(const ConfigurationFacts& facts);
+Findings judge(const ConfigurationProbe& probe);
 
 }  // namespace tarvinel

@@ -82,13 +82,13 @@ bool ruleLetsIn(const std::string& line, std::uint16_t port) {
          portsHave(ports, port);
 }
 
-void askUfw(FirewallFacts& facts, const fs::path& root) {
-  facts.ufwIsOn = hasLine(systemText(root / "etc/ufw/ufw.conf"), "ENABLED=yes");
-  if (!facts.ufwIsOn) return;
+void queryUfw(FirewallProbe& probe, const fs::path& root) {
+  probe.ufwIsOn = hasLine(systemText(root / "etc/ufw/ufw.conf"), "ENABLED=yes");
+  if (!probe.ufwIsOn) return;
   const auto defaults = systemText(root / "etc/default/ufw");
-  if (hasLine(defaults, R"(DEFAULT_INPUT_POLICY="ACCEPT")")) facts.ufwLetsIn = true;
+  if (hasLine(defaults, R"(DEFAULT_INPUT_POLICY="ACCEPT")")) probe.ufwLetsIn = true;
   const auto rules = systemText(root / "etc/ufw/user.rules");
-  if (!facts.ufwLetsIn && rules) facts.ufwLetsIn = ufwRulesLetIn(*rules, facts.port);
+  if (!probe.ufwLetsIn && rules) probe.ufwLetsIn = ufwRulesLetIn(*rules, probe.port);
 }
 
 /// A method of firewalld: of its object itself, or of the interface that has the zones.
@@ -108,9 +108,10 @@ std::string viewersInterface(const fs::path& sysfs) {
 
 /// The zone that such a card is in: one of its own, or the default one.
 std::string zoneOf(BusInquiry& bus, const std::string& interface) {
-  const auto own = bus.askText(firewalldMethod(firewalldZones, "getZoneOfInterface"), {interface});
+  const auto own =
+      bus.queryText(firewalldMethod(firewalldZones, "getZoneOfInterface"), {interface});
   if (own && !own->empty()) return *own;
-  return bus.askText(firewalldMethod(firewalld, "getDefaultZone"), {}).value_or("");
+  return bus.queryText(firewalldMethod(firewalld, "getDefaultZone"), {}).value_or("");
 }
 
 /// Whether a zone lets a port in, or the service that stands for it. Nothing when it is not told:
@@ -120,31 +121,31 @@ std::optional<bool> zoneLetsIn(BusInquiry& bus, const std::string& zone,
   if (zone == "trusted") return true;  // it takes everything, and lists nothing
   std::vector<std::string> question{zone};
   question.insert(question.end(), port.begin(), port.end());
-  const auto open = bus.askBoolean(firewalldMethod(firewalldZones, "queryPort"), question);
+  const auto open = bus.queryBoolean(firewalldMethod(firewalldZones, "queryPort"), question);
   if (open != false || service == nullptr) return open;
-  return bus.askBoolean(firewalldMethod(firewalldZones, "queryService"), {zone, service});
+  return bus.queryBoolean(firewalldMethod(firewalldZones, "queryService"), {zone, service});
 }
 
-void askFirewalld(FirewallFacts& facts, const fs::path& sysfs) {
+void queryFirewalld(FirewallProbe& probe, const fs::path& sysfs) {
   constexpr std::uint16_t webPort = 80;
   BusInquiry bus(BusInquiry::Bus::system);
-  facts.firewalldRuns = bus.hasOwner(firewalld).value_or(false);
-  if (!facts.firewalldRuns) return;
+  probe.firewalldRuns = bus.hasOwner(firewalld).value_or(false);
+  if (!probe.firewalldRuns) return;
   const std::string zone = zoneOf(bus, viewersInterface(sysfs));
-  facts.firewalldZone = zone;
-  facts.firewalldLetsIn = zoneLetsIn(bus, zone, {std::to_string(facts.port), "tcp"},
-                                     facts.port == webPort ? "http" : nullptr);
-  facts.firewalldLetsNamesIn = zoneLetsIn(bus, zone, {"5353", "udp"}, "mdns");
+  probe.firewalldZone = zone;
+  probe.firewalldLetsIn = zoneLetsIn(bus, zone, {std::to_string(probe.port), "tcp"},
+                                     probe.port == webPort ? "http" : nullptr);
+  probe.firewalldLetsNamesIn = zoneLetsIn(bus, zone, {"5353", "udp"}, "mdns");
 }
 
-Finding ufwFinding(const FirewallFacts& facts) {
+Finding ufwFinding(const FirewallProbe& probe) {
   using enum Finding::State;
-  if (facts.ufwLetsIn == true)
-    return {fine, fmt::format("ufw is on and lets viewers in at port {}.", facts.port)};
-  const auto advice = fmt::format("Let viewers in: sudo ufw allow {}/tcp", facts.port);
-  if (facts.ufwLetsIn == false) {
+  if (probe.ufwLetsIn == true)
+    return {fine, fmt::format("ufw is on and lets viewers in at port {}.", probe.port)};
+  const auto advice = fmt::format("Let viewers in: sudo ufw allow {}/tcp", probe.port);
+  if (probe.ufwLetsIn == false) {
     return {toBeMended,
-            fmt::format("ufw is on and keeps viewers out of port {}.", facts.port),
+            fmt::format("ufw is on and keeps viewers out of port {}.", probe.port),
             {advice}};
   }
   return {worthKnowing,
@@ -153,80 +154,80 @@ Finding ufwFinding(const FirewallFacts& facts) {
 }
 
 /// The command that has firewalld let something in from now on.
-std::string letIn(const FirewallFacts& facts, std::string_view what) {
+std::string letIn(const FirewallProbe& probe, std::string_view what) {
   return fmt::format(
       "sudo firewall-cmd --permanent --zone={} --add-{} && sudo firewall-cmd --reload",
-      facts.firewalldZone, what);
+      probe.firewalldZone, what);
 }
 
-Findings firewalldFindings(const FirewallFacts& facts) {
+Findings firewalldFindings(const FirewallProbe& probe) {
   using enum Finding::State;
-  const auto viewers = "Let viewers in: " + letIn(facts, fmt::format("port={}/tcp", facts.port));
-  const auto names = "Let the name be found: " + letIn(facts, "service=mdns");
-  if (!facts.firewalldLetsIn) {
+  const auto viewers = "Let viewers in: " + letIn(probe, fmt::format("port={}/tcp", probe.port));
+  const auto names = "Let the name be found: " + letIn(probe, "service=mdns");
+  if (!probe.firewalldLetsIn) {
     return {{worthKnowing,
              "firewalld runs; which ports it lets in only root can see.",
-             {fmt::format("See: sudo firewall-cmd --zone={} --list-all", facts.firewalldZone),
+             {fmt::format("See: sudo firewall-cmd --zone={} --list-all", probe.firewalldZone),
               viewers, names}}};
   }
   Findings findings;
-  if (*facts.firewalldLetsIn) {
+  if (*probe.firewalldLetsIn) {
     findings.push_back(
-        {fine, fmt::format("firewalld runs and lets viewers in at port {}.", facts.port)});
+        {fine, fmt::format("firewalld runs and lets viewers in at port {}.", probe.port)});
   } else {
     findings.push_back({toBeMended,
                         fmt::format("firewalld runs, and its zone {} keeps viewers out of port {}.",
-                                    facts.firewalldZone, facts.port),
+                                    probe.firewalldZone, probe.port),
                         {viewers}});
   }
-  if (facts.hasName && facts.firewalldLetsNamesIn == false) {
+  if (probe.hasName && probe.firewalldLetsNamesIn == false) {
     findings.push_back({worthKnowing,
                         fmt::format("The zone {} of firewalld keeps out who looks for the name; "
                                     "the address with numbers works.",
-                                    facts.firewalldZone),
+                                    probe.firewalldZone),
                         {names}});
   }
   return findings;
 }
 
-bool hasFirewall(const FirewallFacts& facts) {
-  return facts.ufwIsOn || facts.firewalldRuns || facts.rulesAreLoaded;
+bool hasFirewall(const FirewallProbe& probe) {
+  return probe.ufwIsOn || probe.firewalldRuns || probe.rulesAreLoaded;
 }
 
 }  // namespace
 
-FirewallFacts FirewallFacts::of(const TarvinelConfig& settings, const fs::path& root,
+FirewallProbe FirewallProbe::of(const TarvinelConfig& settings, const fs::path& root,
                                 const fs::path& sysfs) {
-  FirewallFacts facts{.port = settings.port, .hasName = !settings.hostname.empty()};
-  askUfw(facts, root);
-  askFirewalld(facts, sysfs);
-  facts.rulesAreLoaded =
+  FirewallProbe probe{.port = settings.port, .hasName = !settings.hostname.empty()};
+  queryUfw(probe, root);
+  queryFirewalld(probe, sysfs);
+  probe.rulesAreLoaded =
       existsBelow(root, "etc/systemd/system/sysinit.target.wants/nftables.service") ||
       existsBelow(root, "etc/iptables/rules.v4");
-  return facts;
+  return probe;
 }
 
-Findings judge(const FirewallFacts& facts) {
-  if (!hasFirewall(facts)) {
+Findings judge(const FirewallProbe& probe) {
+  if (!hasFirewall(probe)) {
     return {
         {Finding::State::fine, "None is set up here, as far as can be told without being root."}};
   }
-  if (facts.port == 0) {
+  if (probe.port == 0) {
     return {{Finding::State::worthKnowing,
              "There is one, and which port it would have to let in shows only at the start.",
              {"Ask for one port, such as --port 8080, and look again."}}};
   }
   Findings findings;
-  if (facts.ufwIsOn) findings.push_back(ufwFinding(facts));
-  if (facts.firewalldRuns)
-    std::ranges::move(firewalldFindings(facts), std::back_inserter(findings));
-  if (facts.rulesAreLoaded) {
+  if (probe.ufwIsOn) findings.push_back(ufwFinding(probe));
+  if (probe.firewalldRuns)
+    std::ranges::move(firewalldFindings(probe), std::back_inserter(findings));
+  if (probe.rulesAreLoaded) {
     findings.push_back(
         {Finding::State::worthKnowing,
          "Firewall rules are loaded at start (nftables or iptables); which, only "
          "root can see.",
          {"See: sudo nft list ruleset",
-          fmt::format("Viewers need TCP port {}, names need UDP port 5353.", facts.port)}});
+          fmt::format("Viewers need TCP port {}, names need UDP port 5353.", probe.port)}});
   }
   return findings;
 }

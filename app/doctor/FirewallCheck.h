@@ -12,7 +12,7 @@
 namespace tarvinel {
 
 /// What can be told of a firewall without being root.
-struct FirewallFacts {
+struct FirewallProbe {
   std::uint16_t port = 0;
   bool hasName = true;  ///< one is to be published
   bool ufwIsOn = false;
@@ -26,12 +26,12 @@ struct FirewallFacts {
 
   /// Reads the configuration of firewalls below `root`, "/" for this system's, and asks on the
   /// system bus. `sysfs` is where that is mounted. Blocks for some seconds at the most.
-  static FirewallFacts of(const TarvinelConfig& settings, const std::filesystem::path& root,
+  static FirewallProbe of(const TarvinelConfig& settings, const std::filesystem::path& root,
                           const std::filesystem::path& sysfs = "/sys");
 };
 
 /// Whether a firewall keeps viewers out. Pure.
-Findings judge(const FirewallFacts& facts);
+Findings judge(const FirewallProbe& probe);
 
 /// Whether a file of ufw's rules ("user.rules") lets TCP connections from everywhere to the port.
 /// Pure.

@@ -2,7 +2,7 @@
 
 #include "core/link/LocalAddresses.h"
 #include "core/link/NetlinkPath.h"
-#include "core/link/NetworkFacts.h"
+#include "core/link/NetworkInfo.h"
 #include "core/link/RouteSocket.h"
 #include "core/link/SysfsInterfaces.h"
 #include "core/support/ASCII.h"
@@ -20,7 +20,7 @@ namespace {
 
 std::optional<InterfaceType> preferredLink(const SysfsInterfaces& hardware) {
   try {
-    const auto types = pathTypes(interfacesByPreference(readNetworkFacts()), hardware);
+    const auto types = pathTypes(interfacesByPreference(readNetworkInfo()), hardware);
     if (!types.empty()) return types.front();
   } catch (const std::system_error&) {  // the kernel does not tell
   }
@@ -39,21 +39,21 @@ std::string placeOf(const std::string& host, std::uint16_t port) {
   return port == 0 ? host : LocalAddresses::url(host, port);
 }
 
-Finding addressFinding(const AddressFacts& facts, const std::string& address) {
-  std::string addresses = placeOf(address, facts.port);
-  if (!facts.hostname.empty()) {
-    addresses += " or " + placeOf(facts.hostname + ".local", facts.port);
+Finding addressFinding(const AddressProbe& probe, const std::string& address) {
+  std::string addresses = placeOf(address, probe.port);
+  if (!probe.hostname.empty()) {
+    addresses += " or " + placeOf(probe.hostname + ".local", probe.port);
   }
-  if (facts.port == 0) addresses += ", with the port that is told at the start";
-  return {Finding::State::fine, fmt::format("Viewers open {}.{}", addresses, linkText(facts.link))};
+  if (probe.port == 0) addresses += ", with the port that is told at the start";
+  return {Finding::State::fine, fmt::format("Viewers open {}.{}", addresses, linkText(probe.link))};
 }
 
 /// Those that viewers on other networks than the preferred one would have to open.
-std::vector<std::string> otherAddresses(const AddressFacts& facts, const std::string& preferred) {
+std::vector<std::string> otherAddresses(const AddressProbe& probe, const std::string& preferred) {
   std::vector<std::string> others;
-  for (const auto& [name, address] : facts.interfaces) {
+  for (const auto& [name, address] : probe.interfaces) {
     if (address != preferred) {
-      others.push_back(fmt::format("On {}: {}", name, placeOf(address, facts.port)));
+      others.push_back(fmt::format("On {}: {}", name, placeOf(address, probe.port)));
     }
   }
   return others;
@@ -61,34 +61,34 @@ std::vector<std::string> otherAddresses(const AddressFacts& facts, const std::st
 
 }  // namespace
 
-AddressFacts AddressFacts::of(std::uint16_t port, const std::string& hostname,
+AddressProbe AddressProbe::of(std::uint16_t port, const std::string& hostname,
                               const std::filesystem::path& sysfs) {
   const SysfsInterfaces hardware(sysfs);
-  AddressFacts facts{.port = port,
+  AddressProbe probe{.port = port,
                      .hostname = hostname,
                      .interfaces = LocalAddresses::interfaces(sysfs),
                      .link = preferredLink(hardware)};
-  for (const auto& interface : facts.interfaces)
-    facts.hardware.push_back(hardware.hardwareBelow(interface.name));
-  return facts;
+  for (const auto& interface : probe.interfaces)
+    probe.hardware.push_back(hardware.hardwareBelow(interface.name));
+  return probe;
 }
 
-Findings judge(const AddressFacts& facts) {
+Findings judge(const AddressProbe& probe) {
   using enum Finding::State;
-  const auto preferred = LocalAddresses::preferred(facts.interfaces);
+  const auto preferred = LocalAddresses::preferred(probe.interfaces);
   if (!preferred) {
     return {{toBeMended,
              "This computer has no network address: nobody can reach it.",
              {"Plug in a cable, or join the Wi-Fi that the viewers are in."}}};
   }
-  Findings findings{addressFinding(facts, *preferred)};
-  if (const auto others = otherAddresses(facts, *preferred); !others.empty()) {
+  Findings findings{addressFinding(probe, *preferred)};
+  if (const auto others = otherAddresses(probe, *preferred); !others.empty()) {
     findings.push_back({worthKnowing,
                         "There are more networks here; viewers there open another "
                         "address.",
                         others});
   }
-  if (std::ranges::none_of(facts.hardware, [](const auto& type) { return type.has_value(); })) {
+  if (std::ranges::none_of(probe.hardware, [](const auto& type) { return type.has_value(); })) {
     findings.push_back({worthKnowing,
                         "The address is not one of a cable or of Wi-Fi: viewers in the room may "
                         "not reach it.",
@@ -108,9 +108,9 @@ std::string computerNameOf(BusInquiry& bus) {
   std::string name;
   bus.ask(
       {avahi, "/", avahiServer, "GetHostNameFqdn"}, [](sd_bus_message&) {},
-      [&name](sd_bus_message& answer) {
+      [&name](sd_bus_message& reply) {
         const char* text = nullptr;
-        if (sd_bus_message_read(&answer, "s", &text) > 0) name = text;
+        if (sd_bus_message_read(&reply, "s", &text) > 0) name = text;
       });
   return name;
 }
@@ -124,9 +124,9 @@ std::optional<std::string> addressOf(BusInquiry& bus, const std::string& name) {
         sd_bus_message_append(&question, "iisiu", unspecified, unspecified, name.c_str(),
                               ipv4Address, 0U);
       },
-      [&address](sd_bus_message& answer) {
+      [&address](sd_bus_message& reply) {
         const char* text = nullptr;
-        if (sd_bus_message_read(&answer, "iisis", nullptr, nullptr, nullptr, nullptr, &text) > 0)
+        if (sd_bus_message_read(&reply, "iisis", nullptr, nullptr, nullptr, nullptr, &text) > 0)
           address = text;
       });
   return address;
@@ -140,36 +140,36 @@ Finding conflict(const std::string& name, const std::string& holder) {
 
 }  // namespace
 
-NameFacts NameFacts::of(const std::string& hostname, const std::filesystem::path& sysfs) {
-  NameFacts facts{.hostname = hostname};
-  if (hostname.empty()) return facts;
+NameProbe NameProbe::of(const std::string& hostname, const std::filesystem::path& sysfs) {
+  NameProbe probe{.hostname = hostname};
+  if (hostname.empty()) return probe;
   BusInquiry bus(BusInquiry::Bus::system);
-  facts.daemonRuns = bus.hasOwner(avahi).value_or(false);
-  if (facts.daemonRuns) facts.computerName = computerNameOf(bus);
-  facts.bus = bus.state();
-  if (!facts.daemonRuns || facts.bus != BusInquiry::State::answers) return facts;
-  facts.found = addressOf(bus, hostname + ".local");
+  probe.daemonRuns = bus.hasOwner(avahi).value_or(false);
+  if (probe.daemonRuns) probe.computerName = computerNameOf(bus);
+  probe.bus = bus.state();
+  if (!probe.daemonRuns || probe.bus != BusInquiry::State::replies) return probe;
+  probe.found = addressOf(bus, hostname + ".local");
   const auto own = LocalAddresses::ipv4(sysfs);
-  facts.foundIsOwn = facts.found && std::ranges::find(own, *facts.found) != own.end();
-  return facts;
+  probe.foundIsOwn = probe.found && std::ranges::find(own, *probe.found) != own.end();
+  return probe;
 }
 
-Findings judge(const NameFacts& facts) {
+Findings judge(const NameProbe& probe) {
   using enum Finding::State;
-  if (facts.hostname.empty())
+  if (probe.hostname.empty())
     return {{fine, R"(None is published: "hostname" in the configuration is empty.)"}};
-  const std::string name = facts.hostname + ".local";
-  if (facts.bus == BusInquiry::State::isSilent) {
+  const std::string name = probe.hostname + ".local";
+  if (probe.bus == BusInquiry::State::isSilent) {
     return {{toBeMended,
              fmt::format("{} cannot be published: the Avahi daemon does not answer.", name),
              {"Start it anew: sudo systemctl restart avahi-daemon"}}};
   }
-  if (!facts.daemonRuns)
+  if (!probe.daemonRuns)
     return {{fine, fmt::format("No Avahi daemon runs: Tarvinel itself answers for {}.", name)}};
-  if (asciiLowercased(facts.computerName) == name)
+  if (asciiLowercased(probe.computerName) == name)
     return {{fine, fmt::format("{} is this computer's own name, which Avahi publishes.", name)}};
-  if (facts.found && !facts.foundIsOwn) return {conflict(name, *facts.found)};
-  if (facts.found)
+  if (probe.found && !probe.foundIsOwn) return {conflict(name, *probe.found)};
+  if (probe.found)
     return {{fine, fmt::format("{} leads to this computer already: Tarvinel runs.", name)}};
   return {{fine, fmt::format("The Avahi daemon runs and will publish {}.", name)}};
 }

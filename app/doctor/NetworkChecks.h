@@ -3,7 +3,7 @@
 #include "app/doctor/BusInquiry.h"
 #include "app/doctor/Doctor.h"
 #include "core/link/LocalAddresses.h"
-#include "core/link/NetworkFacts.h"
+#include "core/link/NetworkInfo.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -14,23 +14,23 @@
 namespace tarvinel {
 
 /// Who would answer for the name in the network, and who does already.
-struct NameFacts {
+struct NameProbe {
   std::string hostname = {};  ///< as configured; empty: no name is published
-  BusInquiry::State bus = BusInquiry::State::answers;  ///< the system's
+  BusInquiry::State bus = BusInquiry::State::replies;  ///< the system's
   bool daemonRuns = false;                             ///< Avahi's
   std::string computerName = {};          ///< what the daemon publishes for this computer itself
   std::optional<std::string> found = {};  ///< the address that the name has in the network now
   bool foundIsOwn = false;                ///< it is one of this computer's
 
   /// Asks the daemon; publishes nothing. Blocks for some seconds at the most.
-  static NameFacts of(const std::string& hostname, const std::filesystem::path& sysfs);
+  static NameProbe of(const std::string& hostname, const std::filesystem::path& sysfs);
 };
 
 /// Whether the name could be published, and how. Pure.
-Findings judge(const NameFacts& facts);
+Findings judge(const NameProbe& probe);
 
 /// How this computer can be reached.
-struct AddressFacts {
+struct AddressProbe {
   std::uint16_t port = 80;
   std::string hostname = {};                                ///< empty: no name is published
   std::vector<LocalAddresses::Interface> interfaces = {};   ///< those in the room's reach
@@ -38,11 +38,11 @@ struct AddressFacts {
   std::optional<InterfaceType> link = {};                   ///< by which pictures would go out
 
   /// `sysfs` is where that is mounted. Blocks for some seconds at the most.
-  static AddressFacts of(std::uint16_t port, const std::string& hostname,
+  static AddressProbe of(std::uint16_t port, const std::string& hostname,
                          const std::filesystem::path& sysfs);
 };
 
 /// What viewers would open. Pure.
-Findings judge(const AddressFacts& facts);
+Findings judge(const AddressProbe& probe);
 
 }  // namespace tarvinel

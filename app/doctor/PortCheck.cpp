@@ -17,7 +17,7 @@ namespace tarvinel {
 
 namespace {
 
-using Helper = PortFacts::Helper;
+using Helper = PortProbe::Helper;
 
 constexpr const char* otherPort = R"(Or set "port" in config.json, or start with --port 8080.)";
 
@@ -27,35 +27,35 @@ bool isThere(const std::filesystem::path& file) {
 }
 
 /// Lets the helper try what this process was refused.
-void askHelper(PortFacts& facts) {
-  if (!isThere(facts.helperPlace)) {
-    facts.helper = Helper::isMissing;
+void requestFromHelper(PortProbe& probe) {
+  if (!isThere(probe.helperPlace)) {
+    probe.helper = Helper::isMissing;
     return;
   }
   try {
     const UniqueFd socket =
-        PortHelper(facts.helperPlace).listen({facts.error, std::system_category()});
-    facts.helper = Helper::listens;
-    facts.error = 0;
+        PortHelper(probe.helperPlace).listen({probe.error, std::system_category()});
+    probe.helper = Helper::listens;
+    probe.error = 0;
   } catch (const std::system_error& error) {
-    facts.helper = Helper::mayNot;
-    facts.error = error.code().value();
+    probe.helper = Helper::mayNot;
+    probe.error = error.code().value();
   }
 }
 
-Finding takenPort(const PortFacts& facts) {
+Finding takenPort(const PortProbe& probe) {
   using enum Finding::State;
-  const auto taken = fmt::format("Port {} is taken", facts.port);
-  if (!facts.holder) return {toBeMended, taken + ".", {otherPort}};
-  const auto& [user, program, process] = *facts.holder;
+  const auto taken = fmt::format("Port {} is taken", probe.port);
+  if (!probe.holder) return {toBeMended, taken + ".", {otherPort}};
+  const auto& [user, program, process] = *probe.holder;
   if (program == "tarvinel") {
     return {worthKnowing, fmt::format("Tarvinel is running already and has port {} (process {}).",
-                                      facts.port, process)};
+                                      probe.port, process)};
   }
   if (program.empty()) {
     return {toBeMended,
             fmt::format("{} by a program of the user {}.", taken, user),
-            {fmt::format("See which: sudo ss -ltnp sport = :{}. End it if it may end.", facts.port),
+            {fmt::format("See which: sudo ss -ltnp sport = :{}. End it if it may end.", probe.port),
              otherPort}};
   }
   return {toBeMended,
@@ -63,70 +63,70 @@ Finding takenPort(const PortFacts& facts) {
           {"End that program if it may end.", otherPort}};
 }
 
-std::vector<std::string> adviceOnPort80(const PortFacts& facts) {
-  if (facts.helper == Helper::isMissing) {
+std::vector<std::string> adviceOnPort80(const PortProbe& probe) {
+  if (probe.helper == Helper::isMissing) {
     return {fmt::format("The helper that may is not at {}: install Tarvinel again.",
-                        facts.helperPlace.native()),
+                        probe.helperPlace.native()),
             otherPort};
   }
   return {fmt::format("Let the helper: sudo setcap cap_net_bind_service=ep {}",
-                      facts.helperPlace.native()),
+                      probe.helperPlace.native()),
           otherPort};
 }
 
-Finding refusedPort(const PortFacts& facts) {
-  if (facts.port == BindHelper::port) {
+Finding refusedPort(const PortProbe& probe) {
+  if (probe.port == BindHelper::port) {
     return {Finding::State::toBeMended, "This user may not listen on port 80.",
-            adviceOnPort80(facts)};
+            adviceOnPort80(probe)};
   }
   return {Finding::State::toBeMended,
-          fmt::format("This user may not listen on port {}.", facts.port),
+          fmt::format("This user may not listen on port {}.", probe.port),
           {R"(Set "port" in config.json to 80, which the helper may use, or to one above 1023.)"}};
 }
 
-Finding otherFailure(const PortFacts& facts) {
-  return {Finding::State::toBeMended, fmt::format("Port {} cannot be listened on: {}.", facts.port,
-                                                  std::system_category().message(facts.error))};
+Finding otherFailure(const PortProbe& probe) {
+  return {Finding::State::toBeMended, fmt::format("Port {} cannot be listened on: {}.", probe.port,
+                                                  std::system_category().message(probe.error))};
 }
 
-Finding freePort(const PortFacts& facts) {
+Finding freePort(const PortProbe& probe) {
   using enum Finding::State;
-  if (facts.port == 0) return {fine, "Any free port will do, as asked for."};
-  const bool byHelper = facts.helper == Helper::listens;
-  return {fine, fmt::format("Port {} is free{}.", facts.port,
+  if (probe.port == 0) return {fine, "Any free port will do, as asked for."};
+  const bool byHelper = probe.helper == Helper::listens;
+  return {fine, fmt::format("Port {} is free{}.", probe.port,
                             byHelper ? ", and the helper may listen on it" : "")};
 }
 
 }  // namespace
 
-PortFacts PortFacts::of(std::uint16_t port, const std::filesystem::path& helper) {
-  PortFacts facts{.port = port, .helperPlace = helper};
-  facts.error = listenOnAllAddresses(port).error;
-  if (facts.error == EACCES && port == BindHelper::port) askHelper(facts);
-  if (facts.error == EADDRINUSE) facts.holder = PortHolder::of(port);
-  return facts;
+PortProbe PortProbe::of(std::uint16_t port, const std::filesystem::path& helper) {
+  PortProbe probe{.port = port, .helperPlace = helper};
+  probe.error = listenOnAllAddresses(port).error;
+  if (probe.error == EACCES && port == BindHelper::port) requestFromHelper(probe);
+  if (probe.error == EADDRINUSE) probe.holder = PortHolder::of(port);
+  return probe;
 }
 
-PortFacts PortFacts::afterRefusal(std::uint16_t port, int error,
+PortProbe PortProbe::afterRefusal(std::uint16_t port, int error,
                                   const std::filesystem::path& helper) {
-  PortFacts facts{.port = port, .error = error, .helperPlace = helper};
+  PortProbe probe{.port = port, .error = error, .helperPlace = helper};
   if (error == EACCES && port == BindHelper::port) {
-    facts.helper = isThere(helper) ? Helper::mayNot : Helper::isMissing;
+    probe.helper = isThere(helper) ? Helper::mayNot : Helper::isMissing;
   }
-  if (error == EADDRINUSE) facts.holder = PortHolder::of(port);
-  return facts;
+  if (error == EADDRINUSE) probe.holder = PortHolder::of(port);
+  return probe;
 }
 
-Findings judge(const PortFacts& facts) {
-  switch (facts.error) {
+Findings judge(const PortProbe& probe) {
+  switch (probe.error) {
     case 0:
-      return {freePort(facts)};
+      return {freePort(probe)};
     case EADDRINUSE:
-      return {takenPort(facts)};
+      return {takenPort(probe)};
     case EACCES:
-      return {refusedPort(facts)};
+      return {refusedPort(probe)};
     default:
-      return {otherFailure(facts)};
+      return {otherFailure(probe)};
   }
 }
 

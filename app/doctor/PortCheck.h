@@ -38,7 +38,7 @@ struct ListeningEntry {
 std::optional<ListeningEntry> listeningEntry(std::string_view table, std::uint16_t port);
 
 /// What came of listening on the port, for a moment.
-struct PortFacts {
+struct PortProbe {
   /// The helper for port 80, which is asked where this process may not listen there itself.
   enum class Helper : std::uint8_t { notAsked, isMissing, mayNot, listens };
 
@@ -50,13 +50,13 @@ struct PortFacts {
 
   /// What is known of a port that this program was refused, without another attempt. `error` is an
   /// errno, `helper` the place of the helper.
-  static PortFacts afterRefusal(std::uint16_t port, int error, const std::filesystem::path& helper);
+  static PortProbe afterRefusal(std::uint16_t port, int error, const std::filesystem::path& helper);
 
   /// Tries. `helper` is the place of the helper. Blocks for some seconds at the most.
-  static PortFacts of(std::uint16_t port, const std::filesystem::path& helper);
+  static PortProbe of(std::uint16_t port, const std::filesystem::path& helper);
 };
 
 /// Whether the program could listen on its port. Pure.
-Findings judge(const PortFacts& facts);
+Findings judge(const PortProbe& probe);
 
 }  // namespace tarvinel

@@ -15,7 +15,7 @@ namespace tarvinel {
 
 namespace {
 
-using Portal = PortalFacts::Portal;
+using Portal = PortalProbe::Portal;
 
 constexpr const char* desktopPortal = "org.freedesktop.portal.Desktop";
 constexpr const char* desktopPortalPath = "/org/freedesktop/portal/desktop";
@@ -23,24 +23,24 @@ constexpr const char* screenCastInterface = "org.freedesktop.portal.ScreenCast";
 
 std::optional<std::uint32_t> screenCastNumber(BusInquiry& bus, const char* property) {
   std::optional<std::uint32_t> number;
-  bus.askProperty(desktopPortal, desktopPortalPath, screenCastInterface, property,
-                  [&number](sd_bus_message& value) {
-                    std::uint32_t read = 0;
-                    if (sd_bus_message_read(&value, "v", "u", &read) > 0) number = read;
-                  });
+  bus.requestProperty(desktopPortal, desktopPortalPath, screenCastInterface, property,
+                      [&number](sd_bus_message& value) {
+                        std::uint32_t read = 0;
+                        if (sd_bus_message_read(&value, "v", "u", &read) > 0) number = read;
+                      });
   return number;
 }
 
-void askPortal(PortalFacts& facts) {
+void queryPortal(PortalProbe& probe) {
   BusInquiry bus(BusInquiry::Bus::session);
   if (bus.hasOwner(desktopPortal).value_or(false)) {
-    facts.portal = Portal::runs;
-    facts.version = screenCastNumber(bus, "version");
-    facts.sourceTypes = screenCastNumber(bus, "AvailableSourceTypes");
+    probe.portal = Portal::runs;
+    probe.version = screenCastNumber(bus, "version");
+    probe.sourceTypes = screenCastNumber(bus, "AvailableSourceTypes");
   } else if (bus.canStart(desktopPortal).value_or(false)) {
-    facts.portal = Portal::startsWhenNeeded;
+    probe.portal = Portal::startsWhenNeeded;
   }
-  facts.bus = bus.state();
+  probe.bus = bus.state();
 }
 
 /// Null counts as empty.
@@ -57,7 +57,7 @@ std::filesystem::path pipeWirePlace() {
   return (ownFolder.empty() ? variableText("XDG_RUNTIME_DIR") : ownFolder) / name;
 }
 
-bool takesConnections(const std::filesystem::path& socket) {
+bool acceptsConnections(const std::filesystem::path& socket) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   const std::string& path = socket.native();
@@ -68,8 +68,8 @@ bool takesConnections(const std::filesystem::path& socket) {
 }
 
 std::string offerText(std::uint32_t types) {
-  const bool hasMonitors = (types & PortalFacts::monitors) != 0;
-  const bool hasWindows = (types & PortalFacts::windows) != 0;
+  const bool hasMonitors = (types & PortalProbe::monitors) != 0;
+  const bool hasWindows = (types & PortalProbe::windows) != 0;
   if (hasMonitors && hasWindows) return "displays and windows";
   if (hasMonitors) return "displays only";
   return hasWindows ? "windows only" : "nothing";
@@ -79,39 +79,39 @@ const char* const installPortal =
     "Install xdg-desktop-portal and the part for your desktop: xdg-desktop-portal-gnome, -kde or "
     "-wlr.";
 
-Finding portalFinding(const PortalFacts& facts) {
+Finding portalFinding(const PortalProbe& probe) {
   using enum Finding::State;
-  if (facts.bus == BusInquiry::State::isSilent) {
+  if (probe.bus == BusInquiry::State::isSilent) {
     return {toBeMended,
             "The screen cannot be shared: the session bus, or the desktop's portal, does not "
             "answer.",
             {"Log out and in again."}};
   }
-  if (facts.bus == BusInquiry::State::isAbsent) {
+  if (probe.bus == BusInquiry::State::isAbsent) {
     return {toBeMended,
             "The screen cannot be shared: there is no session bus to reach the desktop's portal "
             "by.",
             {"Start Tarvinel from within the desktop, not by su or sudo."}};
   }
-  if (facts.portal == Portal::isMissing)
+  if (probe.portal == Portal::isMissing)
     return {toBeMended, "The screen cannot be shared: the desktop has no portal.", {installPortal}};
-  if (facts.portal == Portal::startsWhenNeeded)
+  if (probe.portal == Portal::startsWhenNeeded)
     return {fine, "The desktop's portal starts when the screen is shared."};
-  if (!facts.version) {
+  if (!probe.version) {
     return {toBeMended,
             "The screen cannot be shared: the desktop's portal has no screen cast.",
             {installPortal}};
   }
   return {
-      facts.sourceTypes == 0U ? toBeMended : fine,
+      probe.sourceTypes == 0U ? toBeMended : fine,
       fmt::format("The desktop's portal offers {} (screen cast, version {}).",
-                  offerText(facts.sourceTypes.value_or(PortalFacts::monitors)), *facts.version)};
+                  offerText(probe.sourceTypes.value_or(PortalProbe::monitors)), *probe.version)};
 }
 
-Finding pipeWireFinding(const PortalFacts& facts) {
+Finding pipeWireFinding(const PortalProbe& probe) {
   using enum Finding::State;
-  const std::string& socket = facts.pipeWireSocket.native();
-  if (facts.pipeWireAnswers) return {fine, fmt::format("PipeWire answers at {}.", socket)};
+  const std::string& socket = probe.pipeWireSocket.native();
+  if (probe.pipeWireAnswers) return {fine, fmt::format("PipeWire answers at {}.", socket)};
   return {toBeMended,
           fmt::format("PipeWire, which brings the pictures, does not answer at {}.", socket),
           {"Install pipewire and wireplumber, or start them: systemctl --user start pipewire "
@@ -120,16 +120,16 @@ Finding pipeWireFinding(const PortalFacts& facts) {
 
 }  // namespace
 
-PortalFacts PortalFacts::current() {
-  PortalFacts facts;
-  facts.pipeWireSocket = pipeWirePlace();
-  facts.pipeWireAnswers = takesConnections(facts.pipeWireSocket);
-  askPortal(facts);
-  return facts;
+PortalProbe PortalProbe::current() {
+  PortalProbe probe;
+  probe.pipeWireSocket = pipeWirePlace();
+  probe.pipeWireAnswers = acceptsConnections(probe.pipeWireSocket);
+  queryPortal(probe);
+  return probe;
 }
 
-Findings judge(const PortalFacts& facts) {
-  return {portalFinding(facts), pipeWireFinding(facts)};
+Findings judge(const PortalProbe& probe) {
+  return {portalFinding(probe), pipeWireFinding(probe)};
 }
 
 }  // namespace tarvinel

@@ -14,26 +14,26 @@ std::string inDesktop(const std::string& desktop) {
 
 }  // namespace
 
-SessionFacts SessionFacts::current() {
+SessionProbe SessionProbe::current() {
   const char* desktop = std::getenv("XDG_CURRENT_DESKTOP");
   return {CaptureEnvironment::current(), desktop != nullptr ? desktop : ""};
 }
 
-bool SessionFacts::isWayland() const {
+bool SessionProbe::isWayland() const {
   return !environment.waylandDisplay.empty() || environment.sessionType == "wayland";
 }
 
-bool SessionFacts::hasDisplay() const {
+bool SessionProbe::hasDisplay() const {
   return !environment.waylandDisplay.empty() || !environment.display.empty();
 }
 
-Findings judge(const SessionFacts& facts) {
+Findings judge(const SessionProbe& probe) {
   using enum Finding::State;
-  const std::string desktop = inDesktop(facts.desktop);
-  if (facts.isWayland()) return {{fine, fmt::format("A Wayland session{}.", desktop)}};
-  if (facts.hasDisplay()) {
+  const std::string desktop = inDesktop(probe.desktop);
+  if (probe.isWayland()) return {{fine, fmt::format("A Wayland session{}.", desktop)}};
+  if (probe.hasDisplay()) {
     return {
-        {fine, fmt::format("An X11 session{}, display {}.", desktop, facts.environment.display)}};
+        {fine, fmt::format("An X11 session{}, display {}.", desktop, probe.environment.display)}};
   }
   return {{worthKnowing,
            "No desktop: neither DISPLAY nor WAYLAND_DISPLAY is set.",

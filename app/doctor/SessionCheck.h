@@ -8,18 +8,18 @@
 namespace tarvinel {
 
 /// What the environment says of the desktop.
-struct SessionFacts {
+struct SessionProbe {
   CaptureEnvironment environment;
   std::string desktop = {};  ///< XDG_CURRENT_DESKTOP; empty when not set
 
   /// Of this process.
-  static SessionFacts current();
+  static SessionProbe current();
 
   bool isWayland() const;
   bool hasDisplay() const;
 };
 
 /// Which kind of session the program would run in. Pure.
-Findings judge(const SessionFacts& facts);
+Findings judge(const SessionProbe& probe);
 
 }  // namespace tarvinel

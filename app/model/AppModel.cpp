@@ -29,7 +29,7 @@ std::string countOfViewers(std::int64_t count) {
 }
 
 /// Why the server may not have its port; none when it failed for another reason.
-std::optional<std::error_code> refusalIn(const std::exception_ptr& error) {
+std::optional<std::error_code> errorCodeIn(const std::exception_ptr& error) {
   const auto failure = errorAs<StreamServerError>(error);
   if (!failure || failure->kind() != StreamServerError::Case::bindFailed) return std::nullopt;
   return failure->code();
@@ -166,7 +166,7 @@ void AppModel::serverStarted(const Result<std::uint16_t>& port) {
   update(boundPort_, port.value());
   const auto host = dependencies_.preferredHost();
   showAddress(host);
-  name_->publish(host, boundPort_);
+  name_->publishName(host, boundPort_);
   introduce();
 }
 
@@ -176,7 +176,7 @@ void AppModel::serverFailed(const std::exception_ptr& error) {
   update(serverError_,
          std::optional(fmt::format("Can't listen on port {}: {}", config_.port, reason)));
   std::vector<std::string> lines{*serverError_ + "."};
-  const auto refusal = refusalIn(error);
+  const auto refusal = errorCodeIn(error);
   if (refusal && dependencies_.portAdvice) {
     for (std::string& line : dependencies_.portAdvice(config_.port, *refusal))
       lines.push_back(std::move(line));

@@ -18,7 +18,7 @@
 #include "core/http/StreamServer.h"
 #include "core/link/LinkMonitor.h"
 #include "core/link/LocalAddresses.h"
-#include "core/link/NetworkFacts.h"
+#include "core/link/NetworkInfo.h"
 #include "core/mdns/NameRegistrar.h"
 #include "core/mdns/SystemNameRegistrar.h"
 #include "core/support/Log.h"

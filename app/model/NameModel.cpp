@@ -56,7 +56,7 @@ void NameModel::end() {
   publisher_.stop();
 }
 
-void NameModel::publish(const std::optional<std::string>& address, std::uint16_t port) {
+void NameModel::publishName(const std::optional<std::string>& address, std::uint16_t port) {
   port_ = port;
   lastHost_ = address;
   if (hostname_.empty()) return;
@@ -114,7 +114,7 @@ void NameModel::refresh(const std::optional<std::string>& address, bool retryDue
                                                  .failed = error_.has_value(),
                                                  .retryDue = retryDue});
   if (const auto* publish = std::get_if<NamePublisher::Publish>(&action)) {
-    this->publish(publish->address, port_);
+    publishName(publish->address, port_);
   } else if (const auto* changed = std::get_if<NamePublisher::Update>(&action)) {
     updateAddress(changed->address);
   }

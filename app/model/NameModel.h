@@ -34,7 +34,7 @@ class NameModel : public ModelPart<NameModel> {
 
   /// Publishes the name for an address of this computer, whose server listens on `port`. Without an
   /// address it withdraws the name.
-  void publish(const std::optional<std::string>& address, std::uint16_t port);
+  void publishName(const std::optional<std::string>& address, std::uint16_t port);
 
   /// Follows the address, and retries a failed publication if `retryDue`.
   void refresh(const std::optional<std::string>& address, bool retryDue);

@@ -94,7 +94,7 @@ bool readableBefore(int fd, Clock::time_point deadline) {
   }
 }
 
-struct Answer {
+struct Reply {
   int error = 0;
   UniqueFd socket;
 };
@@ -116,9 +116,9 @@ UniqueFd attachedTo(msghdr& message) {
 }
 
 /// Nothing when what came is no answer.
-std::optional<Answer> readAnswer(int channel) {
-  Answer answer;
-  iovec body{&answer.error, sizeof answer.error};
+std::optional<Reply> readResponse(int channel) {
+  Reply reply;
+  iovec body{&reply.error, sizeof reply.error};
   alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
   msghdr message{};
   message.msg_iov = &body;
@@ -127,9 +127,9 @@ std::optional<Answer> readAnswer(int channel) {
   message.msg_controllen = control.size();
   const ssize_t got = ::recvmsg(channel, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
   if (got < 0) return {};
-  answer.socket = attachedTo(message);
-  const bool isWhole = got == sizeof answer.error && (message.msg_flags & MSG_TRUNC) == 0;
-  return isWhole ? std::optional(std::move(answer)) : std::nullopt;
+  reply.socket = attachedTo(message);
+  const bool isWhole = got == sizeof reply.error && (message.msg_flags & MSG_TRUNC) == 0;
+  return isWhole ? std::optional(std::move(reply)) : std::nullopt;
 }
 
 bool hasOption(int fd, int option, int expected) {
@@ -152,13 +152,13 @@ bool listensOnThePort(int fd) {
          portOf(fd) == BindHelper::port;
 }
 
-std::optional<Answer> ask(const path& program, std::chrono::milliseconds limit) {
+std::optional<Reply> ask(const path& program, std::chrono::milliseconds limit) {
   auto channel = openChannel();
   if (!channel) return {};
   const HelperProcess helper(program, channel->helpers.get());
   channel->helpers.reset();  // so that its end is noticed
   if (!helper.runs() || !readableBefore(channel->ours.get(), Clock::now() + limit)) return {};
-  return readAnswer(channel->ours.get());
+  return readResponse(channel->ours.get());
 }
 
 }  // namespace
@@ -177,14 +177,14 @@ PortHelper PortHelper::ofThisProgram() {
 }
 
 UniqueFd PortHelper::listen(std::error_code refusal) const {
-  auto answer = ask(program_, limit_);
-  if (answer && answer->error == EADDRINUSE) {
+  auto reply = ask(program_, limit_);
+  if (reply && reply->error == EADDRINUSE) {
     throw std::system_error(EADDRINUSE, std::system_category());
   }
-  if (!answer || answer->error != 0 || !listensOnThePort(answer->socket.get())) {
+  if (!reply || reply->error != 0 || !listensOnThePort(reply->socket.get())) {
     throw std::system_error(refusal);
   }
-  return std::move(answer->socket);
+  return std::move(reply->socket);
 }
 
 }  // namespace tarvinel

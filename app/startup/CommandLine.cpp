@@ -73,12 +73,12 @@ std::vector<std::string> givenTo(const CLI::App& app) {
   return names;
 }
 
-CaptureRoad roadNamed(const std::string& capture) {
-  static const std::map<std::string, CaptureRoad> roads{{"x11", CaptureRoad::x11},
-                                                        {"portal", CaptureRoad::portal},
-                                                        {"pattern", CaptureRoad::pattern}};
-  const auto found = roads.find(capture);
-  return found == roads.end() ? CaptureRoad::automatic : found->second;
+CaptureBackend backendNamed(const std::string& capture) {
+  static const std::map<std::string, CaptureBackend> backends{{"x11", CaptureBackend::x11},
+                                                              {"portal", CaptureBackend::portal},
+                                                              {"pattern", CaptureBackend::pattern}};
+  const auto found = backends.find(capture);
+  return found == backends.end() ? CaptureBackend::automatic : found->second;
 }
 
 }  // namespace
@@ -135,7 +135,7 @@ std::variant<CommandLineOptions, CommandLineExit> parseCommandLine(int argc,
     return exitFor(app, error);
   }
   options.given = givenTo(app);
-  options.capture = roadNamed(capture);
+  options.capture = backendNamed(capture);
   options.port = portNumber(port);
   if (autostart.empty()) return options;
   if (options.given.size() > 1) return wrong("--autostart takes no other option beside it");

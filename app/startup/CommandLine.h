@@ -13,7 +13,7 @@ namespace tarvinel {
 /// What the program was asked to do. Plain value.
 struct CommandLineOptions {
   bool headless = false;  ///< in a terminal, without a tray
-  CaptureRoad capture = CaptureRoad::automatic;
+  CaptureBackend capture = CaptureBackend::automatic;
   std::optional<std::string> share;         ///< identifier of the source to share at once
   std::optional<std::uint16_t> port;        ///< instead of the configuration's
   bool uploads = false;                     ///< open them at once

@@ -11,12 +11,13 @@ namespace tarvinel {
 
 ChosenCapture chooseCapture(const CommandLineOptions& options, const Log& log) {
   const CaptureEnvironment environment = CaptureEnvironment::current();
-  const CaptureDecision decision = decideCaptureRoad(options.capture, environment, xServerAnswers);
+  const CaptureDecision decision =
+      chooseCaptureBackend(options.capture, environment, xServerResponds);
   const CaptureMeans means{std::make_shared<portal::RestoreTokens>(),
                            std::make_shared<x11::Interrupt>()};
   return {decision,
-          [road = decision.road, environment, means, log](SerialQueue& queue) {
-            return makeCaptureService(road, environment, means, log, queue);
+          [backend = decision.backend, environment, means, log](SerialQueue& queue) {
+            return makeCaptureService(backend, environment, means, log, queue);
           },
           means};
 }

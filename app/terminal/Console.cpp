@@ -109,7 +109,7 @@ void Console::print(std::string_view line) {
   out_ << line << std::endl;
 }
 
-void Console::obey(std::string_view line) {
+void Console::execute(std::string_view line) {
   const auto [name, argument] = commandOf(line);
   if (name.empty()) return;
   if (name == "sources") {

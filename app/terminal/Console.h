@@ -30,7 +30,7 @@ class Console : public std::enable_shared_from_this<Console> {
   void introduce(std::string text);
 
   /// Obeys one line of input.
-  void obey(std::string_view line);
+  void execute(std::string_view line);
 
   /// Shares a source once it is listed; says so when it is not.
   void share(const std::string& sourceID);

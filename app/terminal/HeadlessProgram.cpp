@@ -8,7 +8,7 @@
 #include "app/startup/TerminationSignals.h"
 #include "app/terminal/Console.h"
 #include "app/terminal/LineReader.h"
-#include "app/terminal/ServiceNotice.h"
+#include "app/terminal/SystemdNotifier.h"
 #include "core/support/ApplicationIdentifier.h"
 #include "core/support/LineWriter.h"
 #include "core/support/NonBlockingOutput.h"
@@ -64,7 +64,7 @@ int runHeadless(const CommandLineOptions& options) {
   const auto console = std::make_shared<Console>(
       *model, out, [&loop](int status) { loop.quit(status); },
       isatty(STDOUT_FILENO) == 1 ? QRColours::terminal : QRColours::none);
-  ServiceNotice notice(*model);
+  SystemdNotifier notice(*model);
   model->setOnChange([&console, &notice] {
     console->refresh();
     notice.refresh();
@@ -73,7 +73,7 @@ int runHeadless(const CommandLineOptions& options) {
   if (options.share) console->share(*options.share);
   const LineReader commands(STDIN_FILENO, [&](std::string line) {
     loop.post([weak = std::weak_ptr(console), line = std::move(line)] {
-      if (const auto alive = weak.lock()) alive->obey(line);
+      if (const auto alive = weak.lock()) alive->execute(line);
     });
   });
   const int status = loop.run();

@@ -110,7 +110,7 @@ bool Connection::pollReply(unsigned int sequence, void** reply) const {
 void Connection::awaitBytes(std::chrono::steady_clock::time_point deadline) const {
   const auto left =
       std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-  if (left.count() <= 0) throw Error::notAnswering();
+  if (left.count() <= 0) throw Error::notResponding();
   pollfd descriptor{xcb_get_file_descriptor(get()), POLLIN, 0};
   poll(&descriptor, 1, static_cast<int>(left.count()));
 }

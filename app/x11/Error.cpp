@@ -13,8 +13,8 @@ Error Error::cannotConnect(const std::string& display) {
   return {Case::cannotConnect, "cannot connect to the X server " + display};
 }
 
-Error Error::notAnswering() {
-  return {Case::notAnswering, "the X server does not answer"};
+Error Error::notResponding() {
+  return {Case::notResponding, "the X server does not answer"};
 }
 
 Error Error::connectionLost() {

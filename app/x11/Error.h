@@ -13,7 +13,7 @@ class Error : public std::runtime_error {
     noDisplayName,
     cannotConnect,
     connectionLost,
-    notAnswering,
+    notResponding,
     requestRefused,
     malformedReply,
     noDamageExtension,
@@ -31,7 +31,7 @@ class Error : public std::runtime_error {
   /// The server refused a request with one of the protocol's error codes.
   static Error refused(std::uint8_t code);
   static Error cannotConnect(const std::string& display);
-  static Error notAnswering();
+  static Error notResponding();
   static Error connectionLost();
   static Error malformedReply();
   static Error windowTooLarge();

@@ -63,7 +63,7 @@ bool waitFor(int fd, short events, Time deadline) {
 // Opening
 
 bool hasConnected(int fd, Time deadline) {
-  if (!waitFor(fd, POLLOUT, deadline)) throw Error::notAnswering();
+  if (!waitFor(fd, POLLOUT, deadline)) throw Error::notResponding();
   int error = 0;
   socklen_t size = sizeof error;
   return getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
@@ -75,7 +75,7 @@ UniqueFd connectTo(const sockaddr* address, socklen_t length, Time deadline) {
   while (connect(fd.get(), address, length) != 0) {
     if (errno == EINPROGRESS) return hasConnected(fd.get(), deadline) ? std::move(fd) : UniqueFd();
     if (errno != EAGAIN) return {};  // else its queue of connections is full
-    if (Time::clock::now() > deadline) throw Error::notAnswering();
+    if (Time::clock::now() > deadline) throw Error::notResponding();
     std::this_thread::sleep_for(pauseWhileBusy);
   }
   return fd;
@@ -237,7 +237,7 @@ Link::Link(const std::string& display, Clock::time_point deadline,
   socket_ = std::make_unique<Socket>(std::move(interrupt), fd.get());
   SocketDeadline limit(fd.get(), deadline);
   connection_.reset(xcb_connect_to_fd(fd.release(), cookie ? &sent : nullptr));
-  if (limit.lift()) throw Error::notAnswering();
+  if (limit.lift()) throw Error::notResponding();
   if (xcb_connection_has_error(get()) != 0) throw Error::cannotConnect(display);
 }
 

@@ -17,14 +17,14 @@ std::vector<std::uint32_t> Property::numbers() const {
   return items;
 }
 
-xcb_get_property_cookie_t askForProperty(const Connection& connection, xcb_window_t window,
-                                         xcb_atom_t property, std::uint32_t mostBytes) {
+xcb_get_property_cookie_t requestProperty(const Connection& connection, xcb_window_t window,
+                                          xcb_atom_t property, std::uint32_t mostBytes) {
   return xcb_get_property(connection.get(), 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0,
                           mostBytes / 4);
 }
 
-std::optional<Property> takeProperty(const Connection& connection,
-                                     xcb_get_property_cookie_t cookie) {
+std::optional<Property> receiveProperty(const Connection& connection,
+                                        xcb_get_property_cookie_t cookie) {
   const auto reply = connection.replyIfAny(xcb_get_property_reply, cookie);
   if (!reply || reply->type == XCB_NONE) return std::nullopt;
   const auto sent = static_cast<std::size_t>(reply->length) * 4;
@@ -35,7 +35,7 @@ std::optional<Property> takeProperty(const Connection& connection,
 
 std::optional<Property> readProperty(const Connection& connection, xcb_window_t window,
                                      xcb_atom_t property) {
-  return takeProperty(connection, askForProperty(connection, window, property));
+  return receiveProperty(connection, requestProperty(connection, window, property));
 }
 
 std::optional<std::uint32_t> firstNumber(const std::optional<Property>& property) {

@@ -56,12 +56,12 @@ struct Property {
 };
 
 /// Asks for a property; a longer one is cut to `mostBytes`. Does not wait.
-xcb_get_property_cookie_t askForProperty(const Connection& connection, xcb_window_t window,
-                                         xcb_atom_t property, std::uint32_t mostBytes = 1024);
+xcb_get_property_cookie_t requestProperty(const Connection& connection, xcb_window_t window,
+                                          xcb_atom_t property, std::uint32_t mostBytes = 1024);
 
 /// What came of it; none when there is no such property or window. Throws Error.
-std::optional<Property> takeProperty(const Connection& connection,
-                                     xcb_get_property_cookie_t cookie);
+std::optional<Property> receiveProperty(const Connection& connection,
+                                        xcb_get_property_cookie_t cookie);
 
 /// Both in one. Throws Error.
 std::optional<Property> readProperty(const Connection& connection, xcb_window_t window,

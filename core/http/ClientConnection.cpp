@@ -144,13 +144,13 @@ void ClientConnection::handle(const HTTPRequest& request, std::string_view initi
       startStream(request);
       break;
     case Route::Kind::status:
-      answerStatus();
+      sendStatus();
       break;
     case Route::Kind::brandImage:
-      answerWith(environment_.brandAnswers.image);
+      respondWith(environment_.brandAnswers.image);
       break;
     case Route::Kind::brandFont:
-      answerWith(environment_.brandAnswers.font);
+      respondWith(environment_.brandAnswers.font);
       break;
     case Route::Kind::help:
       sendAndClose(HTTPResponse::html(HelpPage::html(environment_.brand, environment_.hostname)));
@@ -159,10 +159,10 @@ void ClientConnection::handle(const HTTPRequest& request, std::string_view initi
       sendAndClose(HTTPResponse::methodNotAllowed());
       break;
     case Route::Kind::uploadPage:
-      answerUploadPage();
+      sendUploadPage();
       break;
     case Route::Kind::uploadStatus:
-      answerUploadStatus();
+      sendUploadStatus();
       break;
     case Route::Kind::notFound:
       sendAndClose(HTTPResponse::notFound());
@@ -184,13 +184,13 @@ void ClientConnection::redirect(const HTTPRequest& request) {
   sendAndClose(HTTPResponse::temporaryRedirect(location));
 }
 
-void ClientConnection::answerStatus() {
+void ClientConnection::sendStatus() {
   StatusSnapshot snapshot = environment_.status();
   snapshot.viewers = static_cast<std::int64_t>(environment_.broadcaster.viewerCount());
   sendAndClose(HTTPResponse::json(snapshot.json()));
 }
 
-void ClientConnection::answerWith(const std::shared_ptr<const Bytes>& file) {
+void ClientConnection::respondWith(const std::shared_ptr<const Bytes>& file) {
   if (!file) {
     sendAndClose(HTTPResponse::notFound());
     return;
@@ -199,12 +199,12 @@ void ClientConnection::answerWith(const std::shared_ptr<const Bytes>& file) {
   sendLast(asio::buffer(*sharedResponse_));
 }
 
-void ClientConnection::answerUploadPage() {
+void ClientConnection::sendUploadPage() {
   sendAndClose(uploads_ ? HTTPResponse::html(UploadPage::html(environment_.brand))
                         : HTTPResponse::notFound());
 }
 
-void ClientConnection::answerUploadStatus() {
+void ClientConnection::sendUploadStatus() {
   sendAndClose(uploads_ ? HTTPResponse::json(uploads_->snapshot().json())
                         : HTTPResponse::notFound());
 }

@@ -3,7 +3,7 @@
 #include "core/config/BrandConfig.h"
 #include "core/frames/Frame.h"
 #include "core/frames/FrameBroadcaster.h"
-#include "core/http/BrandAnswers.h"
+#include "core/http/BrandResponses.h"
 #include "core/http/HTTPRequest.h"
 #include "core/http/LingeringSockets.h"
 #include "core/http/PeerWatch.h"
@@ -41,7 +41,7 @@ struct ConnectionEnvironment {
   std::optional<BrandConfig> brand;        ///< marks the pages
   std::string hostname;                    ///< named by the help page
   AllowedHosts allowedHosts;               ///< others are redirected
-  BrandAnswers brandAnswers;               ///< filled when the server starts
+  BrandResponses brandAnswers;             ///< filled when the server starts
   PeerWatch& peerWatch;
   LingeringSockets& lingeringSockets;
   VanishedViewers& vanishedViewers;
@@ -96,14 +96,14 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
 
   void handle(const HTTPRequest& request, std::string_view initialBody);
   void redirect(const HTTPRequest& request);
-  void answerStatus();
-  void answerWith(const std::shared_ptr<const Bytes>& file);
+  void sendStatus();
+  void respondWith(const std::shared_ptr<const Bytes>& file);
   void sendAndClose(Bytes response);
   void sendLast(asio::const_buffer response);
   void finish();
 
-  void answerUploadPage();
-  void answerUploadStatus();
+  void sendUploadPage();
+  void sendUploadStatus();
   void startUpload(const Route& route, const HTTPRequest& request, std::string_view initialBody);
 
   void startStream(const HTTPRequest& request);

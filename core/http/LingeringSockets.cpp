@@ -7,16 +7,16 @@
 
 namespace tarvinel {
 
-void LingeringSockets::adopt(asio::ip::tcp::socket socket, const Patience& patience) {
+void LingeringSockets::adopt(asio::ip::tcp::socket socket, const Timeouts& timeout) {
   if (sockets_.size() >= maxSockets) return;
   std::error_code failed;
   socket.shutdown(asio::ip::tcp::socket::shutdown_send, failed);
   if (failed) return;  // the client is gone already
   const std::uint64_t key = nextKey_++;
   asio::steady_timer deadline(socket.get_executor());
-  sockets_[key] = std::make_unique<Lingering>(
-      Lingering{std::move(socket), std::move(deadline), patience.silence,
-                std::chrono::steady_clock::now() + patience.total});
+  sockets_[key] =
+      std::make_unique<Lingering>(Lingering{std::move(socket), std::move(deadline), timeout.silence,
+                                            std::chrono::steady_clock::now() + timeout.total});
   awaitDeadline(key);
   drain(key);
 }

@@ -22,14 +22,14 @@ namespace tarvinel {
 class LingeringSockets {
  public:
   /// How long a client that does not close is borne: in all, and while nothing comes from it.
-  struct Patience {
+  struct Timeouts {
     std::chrono::seconds total;
     std::chrono::seconds silence;
   };
-  static constexpr Patience ordinary{std::chrono::seconds(1), std::chrono::seconds(1)};
+  static constexpr Timeouts ordinary{std::chrono::seconds(1), std::chrono::seconds(1)};
   /// A browser whose upload is refused may read the answer only once it has sent the file (WebKit
   /// does so): in ten minutes a long video gets through slow Wi-Fi, and its owner reads why not.
-  static constexpr Patience forUploads{std::chrono::minutes(10), std::chrono::seconds(2)};
+  static constexpr Timeouts forUploads{std::chrono::minutes(10), std::chrono::seconds(2)};
   static constexpr std::size_t maxSockets = 256;
 
   LingeringSockets() = default;
@@ -39,7 +39,7 @@ class LingeringSockets {
 
   /// Takes over a socket on which everything has been sent. With `maxSockets` here already it is
   /// closed at once.
-  void adopt(asio::ip::tcp::socket socket, const Patience& patience);
+  void adopt(asio::ip::tcp::socket socket, const Timeouts& timeout);
 
   /// Closes all of them.
   void clear() { sockets_.clear(); }

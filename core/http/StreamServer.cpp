@@ -61,7 +61,7 @@ StreamServer::~StreamServer() {
 
 void StreamServer::start(Completion<std::uint16_t> completion) {
   startQueue_.post([this, stops = stops_.load(), completion = std::move(completion)] {
-    const Start start{stops, BrandAnswers::load(options_.brand), completion};
+    const Start start{stops, BrandResponses::load(options_.brand), completion};
     queue_.post([this, start] { tryToListen(start); });
   });
 }
@@ -71,13 +71,13 @@ void StreamServer::tryToListen(const Start& start) {
       resultOf([this] { return std::make_shared<Listener>(queue_, options_.port); });
   const std::error_code refusal = codeOf(listener);
   if (refusal == std::errc::permission_denied && options_.listenerFallback) {
-    askFallback(start, refusal);
+    requestFallback(start, refusal);
   } else {
     finish(start, listener);
   }
 }
 
-void StreamServer::askFallback(const Start& start, std::error_code refusal) {
+void StreamServer::requestFallback(const Start& start, std::error_code refusal) {
   startQueue_.post([this, start, refusal] {
     const auto listener = resultOf(
         [&] { return std::make_shared<Listener>(queue_, options_.listenerFallback(refusal)); });

@@ -2,7 +2,7 @@
 
 #include "core/config/BrandConfig.h"
 #include "core/frames/FrameBroadcaster.h"
-#include "core/http/BrandAnswers.h"
+#include "core/http/BrandResponses.h"
 #include "core/http/ClientConnection.h"
 #include "core/http/LingeringSockets.h"
 #include "core/http/Listener.h"
@@ -115,12 +115,12 @@ class StreamServer {
  private:
   struct Start {
     std::uint64_t stopsBefore = 0;
-    BrandAnswers brandAnswers;
+    BrandResponses brandAnswers;
     Completion<std::uint16_t> completion;
   };
 
   void tryToListen(const Start& start);
-  void askFallback(const Start& start, std::error_code refusal);
+  void requestFallback(const Start& start, std::error_code refusal);
   void finish(const Start& start, const Result<std::shared_ptr<Listener>>& listener);
   std::uint16_t listen(const Start& start, const Result<std::shared_ptr<Listener>>& listener);
   void accept(asio::ip::tcp::socket socket);

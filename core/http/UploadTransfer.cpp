@@ -48,7 +48,7 @@ void UploadTransfer::start(const Route& route, const HTTPRequest& request,
   auto checked = UploadRequest::check(route.participant, route.filename, request,
                                       controller_->limits().maxBytes);
   if (const auto* refusal = std::get_if<UploadRefusal>(&checked)) {
-    answer(*refusal);
+    response(*refusal);
     return;
   }
   buffer_ = std::make_shared<Bytes>(bytesOf(initialBody));
@@ -86,7 +86,7 @@ std::function<void()> UploadTransfer::failing(const UploadRefusal& refusal) {
 
 void UploadTransfer::completeAdmission(const AdmissionOutcome& outcome) {
   if (const auto* refusal = std::get_if<UploadRefusal>(&outcome)) {
-    answer(*refusal);
+    response(*refusal);
     return;
   }
   upload_ = std::get<std::shared_ptr<ActiveUpload>>(outcome);
@@ -153,22 +153,22 @@ void UploadTransfer::complete() {
 
 void UploadTransfer::completed(const ActiveUpload::Outcome& outcome) {
   if (const auto* name = std::get_if<std::string>(&outcome)) {
-    connection_.answer(HTTPResponse::json("201 Created", nlohmann::json{{"file", *name}}.dump()));
+    connection_.response(HTTPResponse::json("201 Created", nlohmann::json{{"file", *name}}.dump()));
     return;
   }
   const bool written = std::get<ActiveUpload::Failure>(outcome) == ActiveUpload::Failure::place;
   const UploadRefusal refusal{UploadRefusal::internalError,
                               written ? "could not place the file" : "could not write the file"};
   logAbort(refusal);
-  answer(refusal);
+  response(refusal);
 }
 
 void UploadTransfer::fail(const UploadRefusal& refusal) {
   const auto upload = std::exchange(upload_, nullptr);
   if (!upload) return;  // it has ended by another way
   logAbort(refusal);
-  upload->abandon([answerOnServer = onServer<UploadRefusal>(&UploadTransfer::answer), refusal] {
-    answerOnServer(refusal);
+  upload->abandon([respondOnServer = onServer<UploadRefusal>(&UploadTransfer::response), refusal] {
+    respondOnServer(refusal);
   });
 }
 
@@ -176,8 +176,8 @@ void UploadTransfer::logAbort(const UploadRefusal& refusal) const {
   controller_->logger()->info("abort ({}): {}", refusal.status, refusal.message);
 }
 
-void UploadTransfer::answer(const UploadRefusal& refusal) {
-  connection_.answer(HTTPResponse::jsonError(refusal.status, refusal.message));
+void UploadTransfer::response(const UploadRefusal& refusal) {
+  connection_.response(HTTPResponse::jsonError(refusal.status, refusal.message));
 }
 
 void UploadTransfer::connectionClosed() {

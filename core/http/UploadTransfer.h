@@ -78,9 +78,9 @@ class UploadTransfer : public std::enable_shared_from_this<UploadTransfer> {
   /// What it needs of its connection. `answer` and `close` may destroy the transfer.
   struct Connection {
     asio::ip::tcp::socket& socket;
-    std::string remote;                 ///< the endpoint, for the log
-    std::string address;                ///< of the client's computer
-    std::function<void(Bytes)> answer;  ///< sends a response and closes
+    std::string remote;                   ///< the endpoint, for the log
+    std::string address;                  ///< of the client's computer
+    std::function<void(Bytes)> response;  ///< sends a response and closes
     std::function<void()> close;
   };
 
@@ -108,7 +108,7 @@ class UploadTransfer : public std::enable_shared_from_this<UploadTransfer> {
   void fail(const UploadRefusal& refusal);
   std::function<void()> failing(const UploadRefusal& refusal);
   void logAbort(const UploadRefusal& refusal) const;
-  void answer(const UploadRefusal& refusal);
+  void response(const UploadRefusal& refusal);
 
   /// Wraps a step so that it can be called on any queue: it runs on the server's while the transfer
   /// lives and its connection is open.

@@ -1,6 +1,6 @@
 #include "core/link/NetlinkPath.h"
 
-#include "core/link/NetworkFacts.h"
+#include "core/link/NetworkInfo.h"
 #include "core/link/RouteSocket.h"
 #include "core/support/SerialQueue.h"
 
@@ -77,14 +77,14 @@ void NetlinkPath::readAt(Clock::time_point when) {
 
 void NetlinkPath::read() {
   debounce_.acted();
-  NetworkFacts facts;
+  NetworkInfo info;
   try {
-    facts = readNetworkFacts();
+    info = readNetworkInfo();
   } catch (const std::system_error&) {
     readAt(Clock::now() + retryInterval);
     return;
   }
-  onUpdate_(pathTypes(interfacesByPreference(facts), interfaces_));
+  onUpdate_(pathTypes(interfacesByPreference(info), interfaces_));
 }
 
 std::vector<InterfaceType> pathTypes(const std::vector<std::string>& names,

@@ -58,7 +58,7 @@ void requestAll(int fd, std::uint16_t type, std::uint32_t sequence) {
 }
 
 /// The next datagram of the kernel; others can send to the socket as well.
-std::span<const std::byte> receiveAnswer(int fd, std::vector<std::byte>& buffer) {
+std::span<const std::byte> receiveResponse(int fd, std::vector<std::byte>& buffer) {
   while (true) {
     sockaddr_nl sender{};
     iovec target{buffer.data(), buffer.size()};
@@ -75,40 +75,40 @@ std::span<const std::byte> receiveAnswer(int fd, std::vector<std::byte>& buffer)
   }
 }
 
-enum class Answer { complete, changedMeanwhile };
+enum class Reply { complete, changedMeanwhile };
 
-Answer readAnswer(int fd, std::uint32_t sequence, std::vector<std::byte>& buffer,
-                  NetworkFacts& facts) {
-  Answer answer = Answer::complete;
+Reply readResponse(int fd, std::uint32_t sequence, std::vector<std::byte>& buffer,
+                   NetworkInfo& info) {
+  Reply reply = Reply::complete;
   while (true) {
-    for (const NetlinkMessage& message : netlinkMessages(receiveAnswer(fd, buffer))) {
+    for (const NetlinkMessage& message : netlinkMessages(receiveResponse(fd, buffer))) {
       if (message.sequence != sequence) continue;
       if (message.type == NLMSG_ERROR) failNetlink(EPROTO, "netlink answer");
-      if ((message.flags & NLM_F_DUMP_INTR) != 0) answer = Answer::changedMeanwhile;
-      if (message.type == NLMSG_DONE) return answer;
-      addTo(facts, message);
+      if ((message.flags & NLM_F_DUMP_INTR) != 0) reply = Reply::changedMeanwhile;
+      if (message.type == NLMSG_DONE) return reply;
+      addTo(info, message);
     }
   }
 }
 
 }  // namespace
 
-NetworkFacts readNetworkFacts() {
+NetworkInfo readNetworkInfo() {
   const UniqueFd fd = openRouteSocket(0, 0);
   ::setsockopt(fd.get(), SOL_SOCKET, SO_RCVTIMEO, &answerLimit, sizeof answerLimit);
   std::vector<std::byte> buffer(datagramBytes);
   std::uint32_t sequence = 0;
-  NetworkFacts facts;
+  NetworkInfo info;
   for (int reads = 0; reads < mostReads; ++reads) {
-    facts = {};
+    info = {};
     bool changed = false;
     for (const std::uint16_t type : {RTM_GETLINK, RTM_GETADDR, RTM_GETROUTE}) {
       requestAll(fd.get(), type, ++sequence);
-      changed |= readAnswer(fd.get(), sequence, buffer, facts) == Answer::changedMeanwhile;
+      changed |= readResponse(fd.get(), sequence, buffer, info) == Reply::changedMeanwhile;
     }
     if (!changed) break;
   }
-  return facts;  // if it still changes there is an event that leads to another read
+  return info;  // if it still changes there is an event that leads to another read
 }
 
 UniqueFd openNetworkEvents(std::optional<int> receiveBuffer) {
@@ -181,7 +181,7 @@ std::string_view attributeText(ByteSpan bytes) {
   return all.substr(0, all.find('\0'));
 }
 
-void addLink(NetworkFacts& facts, ByteSpan body) {
+void addLink(NetworkInfo& info, ByteSpan body) {
   const auto head = takeRecord<ifinfomsg>(body);
   if (!head) return;
   const auto found = attributesOf(body);
@@ -189,15 +189,15 @@ void addLink(NetworkFacts& facts, ByteSpan body) {
   if (name == found.end() || !isInterfaceName(attributeText(name->second))) return;
   const bool carries = (head->ifi_flags & IFF_UP) != 0 && (head->ifi_flags & IFF_RUNNING) != 0 &&
                        (head->ifi_flags & IFF_LOOPBACK) == 0;
-  facts.links.push_back({head->ifi_index, std::string(attributeText(name->second)), carries});
+  info.links.push_back({head->ifi_index, std::string(attributeText(name->second)), carries});
 }
 
-void addAddress(NetworkFacts& facts, ByteSpan body) {
+void addAddress(NetworkInfo& info, ByteSpan body) {
   const auto head = takeRecord<ifaddrmsg>(body);
   if (!head || head->ifa_scope == RT_SCOPE_HOST) return;
   // every interface has an IPv6 address of its link alone, which says nothing
   if (head->ifa_family == AF_INET6 && head->ifa_scope == RT_SCOPE_LINK) return;
-  facts.linksWithAddress.insert(static_cast<int>(head->ifa_index));
+  info.linksWithAddress.insert(static_cast<int>(head->ifa_index));
 }
 
 /// The links of a route over several at once.
@@ -226,15 +226,15 @@ bool isLiveDefaultRoute(const rtmsg& route) {
          route.rtm_table == RT_TABLE_MAIN && (route.rtm_flags & (RTM_F_CLONED | RTNH_F_DEAD)) == 0;
 }
 
-void addRoute(NetworkFacts& facts, ByteSpan body) {
+void addRoute(NetworkInfo& info, ByteSpan body) {
   const auto head = takeRecord<rtmsg>(body);
   if (!head || !isLiveDefaultRoute(*head)) return;
   const auto found = attributesOf(body);
   const auto family =
-      head->rtm_family == AF_INET ? NetworkFacts::Family::ipv4 : NetworkFacts::Family::ipv6;
+      head->rtm_family == AF_INET ? NetworkInfo::Family::ipv4 : NetworkInfo::Family::ipv6;
   const auto metric = numberIn<std::uint32_t>(found, RTA_PRIORITY).value_or(0);
   for (const int link : linksOf(found))
-    facts.defaultRoutes.push_back({family, metric, link});
+    info.defaultRoutes.push_back({family, metric, link});
 }
 
 }  // namespace
@@ -253,10 +253,10 @@ std::vector<NetlinkMessage> netlinkMessages(ByteSpan datagram) {
   }
 }
 
-void addTo(NetworkFacts& facts, const NetlinkMessage& message) {
-  if (message.type == RTM_NEWLINK) addLink(facts, message.body);
-  if (message.type == RTM_NEWADDR) addAddress(facts, message.body);
-  if (message.type == RTM_NEWROUTE) addRoute(facts, message.body);
+void addTo(NetworkInfo& info, const NetlinkMessage& message) {
+  if (message.type == RTM_NEWLINK) addLink(info, message.body);
+  if (message.type == RTM_NEWADDR) addAddress(info, message.body);
+  if (message.type == RTM_NEWROUTE) addRoute(info, message.body);
 }
 
 }  // namespace tarvinel

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/link/NetworkFacts.h"
+#include "core/link/NetworkInfo.h"
 #include "core/support/UniqueFd.h"
 
 #include <cstddef>
@@ -25,11 +25,11 @@ std::vector<NetlinkMessage> netlinkMessages(std::span<const std::byte> datagram)
 
 /// Takes what a message says of a link, an address or a default route into the facts. A message
 /// that is of no interest, cut off or nonsense changes nothing. Pure.
-void addTo(NetworkFacts& facts, const NetlinkMessage& message);
+void addTo(NetworkInfo& info, const NetlinkMessage& message);
 
 /// What the kernel says of the network of the calling thread's namespace now (rtnetlink(7)).
 /// Answers within a millisecond or two, or gives up after two seconds. Throws std::system_error.
-NetworkFacts readNetworkFacts();
+NetworkInfo readNetworkInfo();
 
 /// A socket that becomes readable when links, addresses or routes change, and never blocks. A
 /// `receiveBuffer` in bytes is for tests. Throws std::system_error.

@@ -60,8 +60,8 @@ std::string stateChanges(std::string_view interface, std::string_view path) {
 
 }  // namespace
 
-AvahiDaemonRegistrar::AvahiDaemonRegistrar(SerialQueue& queue, std::chrono::milliseconds patience)
-    : queue_(queue), patience_(patience), deadline_(queue) {}
+AvahiDaemonRegistrar::AvahiDaemonRegistrar(SerialQueue& queue, std::chrono::milliseconds timeout)
+    : queue_(queue), timeout_(timeout), deadline_(queue) {}
 
 std::int32_t AvahiDaemonRegistrar::registerRecord(const std::string& name, Address address,
                                                   Reply reply) {
@@ -70,7 +70,7 @@ std::int32_t AvahiDaemonRegistrar::registerRecord(const std::string& name, Addre
   reply_ = std::move(reply);
   bus_ = MessageBus::openSystem(queue_, [this] { report(DNSServiceCode::unknown); });
   if (!bus_) return DNSServiceCode::unknown;
-  deadline_.start(patience_, [this] { report(DNSServiceCode::unknown); });
+  deadline_.start(timeout_, [this] { report(DNSServiceCode::unknown); });
   watchServer();
   return DNSServiceCode::noError;
 }
@@ -87,11 +87,11 @@ void AvahiDaemonRegistrar::serverStateChanged(std::int32_t state) {
   if (state == serverFailure) {
     report(DNSServiceCode::unknown);
   } else if (state == serverRunning && !groupAsked_) {
-    askHostName();
+    queryHostName();
   }
 }
 
-void AvahiDaemonRegistrar::askHostName() {
+void AvahiDaemonRegistrar::queryHostName() {
   bus_->call(bus_->methodCall(daemonService, "/", serverInterface, "GetHostNameFqdn"),
              orEnd([this](sd_bus_message& message) { hostNameIs(textIn(message, "s")); }));
 }
@@ -146,11 +146,11 @@ std::int32_t AvahiDaemonRegistrar::update(Address address) {
   return DNSServiceCode::noError;
 }
 
-MessageBus::Handler AvahiDaemonRegistrar::orEnd(MessageBus::Handler onAnswer) {
-  return [this, onAnswer = std::move(onAnswer)](sd_bus_message& message) {
+MessageBus::Handler AvahiDaemonRegistrar::orEnd(MessageBus::Handler onResponse) {
+  return [this, onResponse = std::move(onResponse)](sd_bus_message& message) {
     const sd_bus_error* error = sd_bus_message_get_error(&message);
     if (error == nullptr) {
-      onAnswer(message);
+      onResponse(message);
     } else {
       report(codeOfError(*error));
     }
@@ -175,15 +175,15 @@ constexpr const char* ownerChanges =
 }  // namespace
 
 AvahiDaemonWatch::AvahiDaemonWatch(SerialQueue& queue, Callback onFinding,
-                                   std::chrono::milliseconds patience)
-    : queue_(queue), onFinding_(std::move(onFinding)), patience_(patience), timer_(queue) {
+                                   std::chrono::milliseconds timeout)
+    : queue_(queue), onFinding_(std::move(onFinding)), timeout_(timeout), timer_(queue) {
   timer_.start({}, [this] { connect(); });
 }
 
 void AvahiDaemonWatch::connect() {
   bus_ = MessageBus::openSystem(queue_, [this] { busIsGone(); });
   if (!bus_) return busIsGone();
-  timer_.start(patience_, [this] { giveUp(); });
+  timer_.start(timeout_, [this] { giveUp(); });
   listen();
   ask();
 }
@@ -199,18 +199,18 @@ void AvahiDaemonWatch::listen() {
 void AvahiDaemonWatch::ask() {
   auto question = bus_->methodCall(busName, "/org/freedesktop/DBus", busName, "NameHasOwner");
   sd_bus_message_append(question.get(), "s", avahiName);
-  bus_->call(std::move(question), [this](sd_bus_message& answer) {
-    if (sd_bus_message_is_method_error(&answer, nullptr) > 0) return giveUp();
+  bus_->call(std::move(question), [this](sd_bus_message& reply) {
+    if (sd_bus_message_is_method_error(&reply, nullptr) > 0) return giveUp();
     timer_.cancel();
     int hasOwner = 0;
-    sd_bus_message_read(&answer, "b", &hasOwner);
+    sd_bus_message_read(&reply, "b", &hasOwner);
     onFinding_(hasOwner == 0 ? Finding::absent : Finding::running);
   });
 }
 
 void AvahiDaemonWatch::busIsGone() {
   bus_.reset();
-  timer_.start(patience_, [this] { connect(); });
+  timer_.start(timeout_, [this] { connect(); });
   onFinding_(Finding::absent);
 }
 

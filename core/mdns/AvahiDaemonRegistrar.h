@@ -20,7 +20,7 @@ class DaemonWatch {
   enum class Finding : std::uint8_t {
     running,  ///< it runs, or has been replaced by another that runs
     absent,   ///< there is none
-    unknown,  ///< who should know does not answer; nothing more is found
+    unknown,  ///< who should know does not reply; nothing more is found
   };
   using Callback = std::function<void(Finding)>;
   using Factory =
@@ -37,11 +37,11 @@ class DaemonWatch {
 class AvahiDaemonWatch : public DaemonWatch {
  public:
   /// How long a bus may take to answer, and how long it takes until a bus is looked for again.
-  static constexpr std::chrono::seconds defaultPatience{10};
+  static constexpr std::chrono::seconds defaultTimeout{10};
 
   /// `onFinding` is called on the queue, never during this call, and may destroy the watch.
   AvahiDaemonWatch(SerialQueue& queue, Callback onFinding,
-                   std::chrono::milliseconds patience = defaultPatience);
+                   std::chrono::milliseconds timeout = defaultTimeout);
 
  private:
   void connect();
@@ -52,7 +52,7 @@ class AvahiDaemonWatch : public DaemonWatch {
 
   SerialQueue& queue_;
   const Callback onFinding_;
-  const std::chrono::milliseconds patience_;
+  const std::chrono::milliseconds timeout_;
   OneShotTimer timer_;
   std::unique_ptr<MessageBus> bus_;
 };
@@ -66,10 +66,10 @@ class AvahiDaemonWatch : public DaemonWatch {
 class AvahiDaemonRegistrar : public NameRegistrar {
  public:
   /// How long a daemon may take to register a name, its own start included.
-  static constexpr std::chrono::seconds defaultPatience{10};
+  static constexpr std::chrono::seconds defaultTimeout{10};
 
   explicit AvahiDaemonRegistrar(SerialQueue& queue,
-                                std::chrono::milliseconds patience = defaultPatience);
+                                std::chrono::milliseconds timeout = defaultTimeout);
 
   std::int32_t registerRecord(const std::string& name, Address address, Reply reply) override;
   std::int32_t update(Address address) override;
@@ -77,7 +77,7 @@ class AvahiDaemonRegistrar : public NameRegistrar {
  private:
   void watchServer();
   void serverStateChanged(std::int32_t state);
-  void askHostName();
+  void queryHostName();
   void hostNameIs(const std::string& hostName);
   void makeGroup();
   void watchGroup();
@@ -85,12 +85,12 @@ class AvahiDaemonRegistrar : public NameRegistrar {
   void commit();
   void groupStateChanged(std::int32_t state);
 
-  /// Hands the answer to `onAnswer`, or ends with the code of the error.
-  MessageBus::Handler orEnd(MessageBus::Handler onAnswer);
+  /// Hands the answer to `onResponse`, or ends with the code of the error.
+  MessageBus::Handler orEnd(MessageBus::Handler onResponse);
   void report(std::int32_t code);
 
   SerialQueue& queue_;
-  const std::chrono::milliseconds patience_;
+  const std::chrono::milliseconds timeout_;
   OneShotTimer deadline_;
   std::string name_;  ///< with the trailing dot
   Address address_{};

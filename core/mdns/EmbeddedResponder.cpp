@@ -172,7 +172,7 @@ namespace {
 /// responder would join on the newest and leave out those the computer began with, of all things.
 constexpr std::size_t maxMemberships = 20;
 
-bool takesMulticast(const ifaddrs& entry) {
+bool supportsMulticast(const ifaddrs& entry) {
   constexpr unsigned int wanted = IFF_UP | IFF_MULTICAST;
   return entry.ifa_addr != nullptr && entry.ifa_addr->sa_family == AF_INET &&
          (entry.ifa_flags & (wanted | IFF_LOOPBACK)) == wanted;
@@ -194,7 +194,7 @@ std::vector<MulticastInterfaces::Interface> MulticastInterfaces::all() {
   const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(list, &freeifaddrs);
   std::vector<Interface> found;
   for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
-    if (takesMulticast(*entry)) found.push_back({entry->ifa_name, addressOf(*entry->ifa_addr)});
+    if (supportsMulticast(*entry)) found.push_back({entry->ifa_name, addressOf(*entry->ifa_addr)});
   }
   return found;
 }

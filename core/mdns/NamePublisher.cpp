@@ -128,14 +128,14 @@ NamePublisher::State NamePublisher::state(std::int32_t code) {
   }
 }
 
-NamePublisher::TickAction NamePublisher::tickAction(const TickFacts& facts) {
-  if (!facts.hostnameEnabled) return None{};
-  if (facts.current && facts.registered && facts.current != facts.lastHost) {
-    return Update{*facts.current};
+NamePublisher::TickAction NamePublisher::tickAction(const TickState& state) {
+  if (!state.hostnameEnabled) return None{};
+  if (state.current && state.registered && state.current != state.lastHost) {
+    return Update{*state.current};
   }
-  const bool retry = !facts.registered && facts.failed && facts.retryDue;
-  if (facts.current == facts.lastHost && !retry) return None{};
-  return Publish{facts.current};
+  const bool retry = !state.registered && state.failed && state.retryDue;
+  if (state.current == state.lastHost && !retry) return None{};
+  return Publish{state.current};
 }
 
 }  // namespace tarvinel

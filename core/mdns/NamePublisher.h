@@ -91,7 +91,7 @@ class NamePublisher {
   using TickAction = std::variant<Update, Publish, None>;
 
   /// What decides about it.
-  struct TickFacts {
+  struct TickState {
     bool hostnameEnabled = false;
     std::optional<std::string> lastHost;  ///< the address last published or attempted
     std::optional<std::string> current;   ///< the address now preferred
@@ -137,7 +137,7 @@ class NamePublisher {
   /// The state that a `DNSServiceCode` stands for.
   static State state(std::int32_t code);
 
-  static TickAction tickAction(const TickFacts& facts);
+  static TickAction tickAction(const TickState& state);
 
  private:
   /// What replies reach, without touching the publisher. Used on the queue only.

@@ -8,11 +8,11 @@
 
 namespace tarvinel {
 
-SystemNameRegistrar::SystemNameRegistrar(SerialQueue& queue, Logger logger, Roads roads)
-    : queue_(queue), logger_(std::move(logger)), roads_(std::move(roads)) {}
+SystemNameRegistrar::SystemNameRegistrar(SerialQueue& queue, Logger logger, Registrars registrars)
+    : queue_(queue), logger_(std::move(logger)), registrars_(std::move(registrars)) {}
 
 NameRegistrar::Factory SystemNameRegistrar::factory() {
-  const Roads roads{[](SerialQueue& queue, DaemonWatch::Callback onFinding) {
+  const Registrars registrars{[](SerialQueue& queue, DaemonWatch::Callback onFinding) {
                       return std::make_unique<AvahiDaemonWatch>(queue, std::move(onFinding));
                     },
                     [](SerialQueue& queue, const Logger&) {
@@ -21,8 +21,8 @@ NameRegistrar::Factory SystemNameRegistrar::factory() {
                     [](SerialQueue& queue, const Logger& logger) {
                       return std::make_unique<EmbeddedResponder>(queue, logger);
                     }};
-  return [roads](SerialQueue& queue, const Logger& logger) {
-    return std::make_unique<SystemNameRegistrar>(queue, logger, roads);
+  return [registrars](SerialQueue& queue, const Logger& logger) {
+    return std::make_unique<SystemNameRegistrar>(queue, logger, registrars);
   };
 }
 
@@ -31,7 +31,7 @@ std::int32_t SystemNameRegistrar::registerRecord(const std::string& name, Addres
   name_ = name;
   address_ = address;
   reply_ = std::move(reply);
-  watch_ = roads_.watch(queue_, [this](DaemonWatch::Finding finding) { found(finding); });
+  watch_ = registrars_.watch(queue_, [this](DaemonWatch::Finding finding) { found(finding); });
   return DNSServiceCode::noError;
 }
 
@@ -40,11 +40,11 @@ void SystemNameRegistrar::found(DaemonWatch::Finding finding) {
     case DaemonWatch::Finding::running:
       logger_->debug("publishing through the Avahi daemon");
       isThroughDaemon_ = true;
-      return take(roads_.daemon);
+      return take(registrars_.daemon);
     case DaemonWatch::Finding::absent:
       return daemonIsAbsent();
     case DaemonWatch::Finding::unknown:
-      if (!road_) report(DNSServiceCode::unknown);
+      if (!registrar_) report(DNSServiceCode::unknown);
   }
 }
 
@@ -52,26 +52,26 @@ void SystemNameRegistrar::daemonIsAbsent() {
   if (isThroughDaemon_) {
     logger_->debug("the Avahi daemon is gone");
     isThroughDaemon_ = false;
-    road_.reset();
+    registrar_.reset();
     report(DNSServiceCode::unknown);
-  } else if (!road_ && !lastReply_) {
+  } else if (!registrar_ && !lastReply_) {
     logger_->debug("publishing by a responder of our own");
-    take(roads_.embedded);
+    take(registrars_.embedded);
   }
 }
 
 // The one before goes first: its record would be in the way of the same name.
-void SystemNameRegistrar::take(const Factory& road) {
-  road_.reset();
-  road_ = road(queue_, logger_);
+void SystemNameRegistrar::take(const Factory& registrar) {
+  registrar_.reset();
+  registrar_ = registrar(queue_, logger_);
   const std::int32_t code =
-      road_->registerRecord(name_, address_, [this](std::int32_t reply) { report(reply); });
+      registrar_->registerRecord(name_, address_, [this](std::int32_t reply) { report(reply); });
   if (code != DNSServiceCode::noError) report(code);
 }
 
 std::int32_t SystemNameRegistrar::update(Address address) {
   address_ = address;
-  return road_ ? road_->update(address) : DNSServiceCode::noError;
+  return registrar_ ? registrar_->update(address) : DNSServiceCode::noError;
 }
 
 void SystemNameRegistrar::report(std::int32_t code) {

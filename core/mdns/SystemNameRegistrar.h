@@ -15,13 +15,13 @@ namespace tarvinel {
 /// of the daemon is a failure, after which the record can be registered anew.
 class SystemNameRegistrar : public NameRegistrar {
  public:
-  struct Roads {
+  struct Registrars {
     DaemonWatch::Factory watch;
     Factory daemon;
     Factory embedded;
   };
 
-  SystemNameRegistrar(SerialQueue& queue, Logger logger, Roads roads);
+  SystemNameRegistrar(SerialQueue& queue, Logger logger, Registrars registrars);
 
   /// Makes registrars over the Avahi daemon of this computer and the Avahi library.
   static Factory factory();
@@ -32,18 +32,18 @@ class SystemNameRegistrar : public NameRegistrar {
  private:
   void found(DaemonWatch::Finding finding);
   void daemonIsAbsent();
-  void take(const Factory& road);
+  void take(const Factory& registrar);
   void report(std::int32_t code);
 
   SerialQueue& queue_;
   const Logger logger_;
-  const Roads roads_;
+  const Registrars registrars_;
   std::string name_;
   Address address_{};
   Reply reply_;
   std::optional<std::int32_t> lastReply_;
   bool isThroughDaemon_ = false;
-  std::unique_ptr<NameRegistrar> road_;  ///< none until the watch has found out
+  std::unique_ptr<NameRegistrar> registrar_;  ///< none until the watch has found out
   std::unique_ptr<DaemonWatch> watch_;
 };
 

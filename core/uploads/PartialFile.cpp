@@ -148,14 +148,14 @@ void PartialFile::finish() {
 
 namespace {
 
-bool saysNotSupported(int code) {
+bool isNotSupported(int code) {
   return code == EINVAL || code == ENOSYS || code == EOPNOTSUPP || code == EPERM;
 }
 
 /// What the failed call's errno means.
 Placement::Outcome outcomeOfFailure(const Directory& directory, const std::string& to) {
   if (errno == EEXIST) return Placement::Outcome::nameTaken;
-  if (saysNotSupported(errno)) return Placement::Outcome::notSupported;
+  if (isNotSupported(errno)) return Placement::Outcome::notSupported;
   throw std::system_error(errno, std::generic_category(), (directory.path() / to).string());
 }
 
@@ -171,9 +171,9 @@ void renameOver(const Directory& directory, const std::string& from, const std::
 
 Placement::Outcome Placement::place(const Directory& directory, const std::string& from,
                                     const std::string& to) {
-  constexpr std::array<Road, 2> roads{byRename, byLink};
-  for (const Road road : roads) {
-    const Outcome outcome = road(directory, from, to);
+  constexpr std::array<Strategy, 2> strategies{byRename, byLink};
+  for (const Strategy strategy : strategies) {
+    const Outcome outcome = strategy(directory, from, to);
     if (outcome != Outcome::notSupported) return outcome;
   }
   return byClaim(directory, from, to);

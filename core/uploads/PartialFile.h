@@ -23,7 +23,7 @@ class Placement {
     notSupported,  ///< the file system has no such operation; nothing was changed
   };
 
-  using Road = Outcome (*)(const Directory&, const std::string& from, const std::string& to);
+  using Strategy = Outcome (*)(const Directory&, const std::string& from, const std::string& to);
 
   /// The first of the roads below that the file system supports.
   static Outcome place(const Directory& directory, const std::string& from, const std::string& to);

@@ -23,7 +23,7 @@ class FakeNames {
   }
 
   /// What registerRecord and update are to return.
-  void answerWith(std::int32_t code) {
+  void respondWith(std::int32_t code) {
     const std::scoped_lock lock(mutex_);
     code_ = code;
   }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/link/NetworkFacts.h"
+#include "core/link/NetworkInfo.h"
 #include "core/support/SerialQueue.h"
 
 #include <memory>

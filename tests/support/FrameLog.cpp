@@ -9,7 +9,7 @@ namespace tarvinel {
 
 namespace {
 
-constexpr auto patience = std::chrono::seconds(60);
+constexpr auto timeout = std::chrono::seconds(60);
 
 SeenFrame copyOf(const CapturedFrame& frame) {
   PixelBuffer& buffer = *frame.buffer;
@@ -66,13 +66,13 @@ SeenFrame FrameLog::frameWhere(std::size_t from,
       ++next;
     return next < frames_.size();
   };
-  if (!changed_.wait_for(lock, patience, found)) throw std::runtime_error("no such frame came");
+  if (!changed_.wait_for(lock, timeout, found)) throw std::runtime_error("no such frame came");
   return frames_[next];
 }
 
 std::exception_ptr FrameLog::stopReason() {
   std::unique_lock lock(mutex_);
-  if (!changed_.wait_for(lock, patience, [this] { return !stops_.empty(); })) {
+  if (!changed_.wait_for(lock, timeout, [this] { return !stops_.empty(); })) {
     throw std::runtime_error("the stream did not end");
   }
   return stops_.front();

@@ -34,8 +34,8 @@ TestClient::TestClient(std::uint16_t port, int receiveBuffer, const char* from)
     check(setsockopt(fd_.get(), SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer),
           "SO_RCVBUF");
   }
-  const timeval patience{patienceSeconds, 0};
-  check(setsockopt(fd_.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience), "SO_RCVTIMEO");
+  const timeval timeout{patienceSeconds, 0};
+  check(setsockopt(fd_.get(), SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout), "SO_RCVTIMEO");
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = inet_addr(from);

@@ -49,12 +49,12 @@ std::vector<StreamParameter> wantedParameters(bool withCursor) {
   constexpr std::uint32_t transform = sizeof(spa_meta_videotransform);
   constexpr std::uint32_t usualCursor = 64;
   std::vector<StreamParameter> wanted{
-      StreamParameter::buffers(), StreamParameter::facts(SPA_META_Header, header, header),
-      StreamParameter::facts(SPA_META_VideoCrop, region, region),
-      StreamParameter::facts(SPA_META_VideoTransform, transform, transform),
-      StreamParameter::facts(SPA_META_VideoDamage, region, region * mostDamageRects)};
+      StreamParameter::buffers(), StreamParameter::metadata(SPA_META_Header, header, header),
+      StreamParameter::metadata(SPA_META_VideoCrop, region, region),
+      StreamParameter::metadata(SPA_META_VideoTransform, transform, transform),
+      StreamParameter::metadata(SPA_META_VideoDamage, region, region * mostDamageRects)};
   if (withCursor) {
-    wanted.push_back(StreamParameter::facts(
+    wanted.push_back(StreamParameter::metadata(
         SPA_META_Cursor, static_cast<std::uint32_t>(CursorMetadata::bytesFor(usualCursor)),
         static_cast<std::uint32_t>(CursorMetadata::bytesFor(CursorMetadata::longest))));
   }
@@ -337,13 +337,13 @@ void PipeWireStream::lookLater() {
 
 /// What was sent between it and the next one is not known.
 void PipeWireStream::look() {
-  guarded([](PipeWireStream& stream) { stream.lookForPicture(); });
+  guarded([](PipeWireStream& stream) { stream.searchBuffers(); });
   if (ended_) end(ended_);
 }
 
-void PipeWireStream::lookForPicture() {
+void PipeWireStream::searchBuffers() {
   lookLater();
-  if (buffers_.lackMemory()) return askAnew();
+  if (buffers_.lackMemory()) return renegotiate();
   if (std::exchange(mayBeHalted_, false)) return restart();
   const pw_buffer* newest = format_ ? buffers_.newest(*format_) : nullptr;
   if (newest == nullptr) return;
@@ -358,7 +358,7 @@ void PipeWireStream::lookForPicture() {
 /// When one format follows upon another, the media server may hand over the new buffers before
 /// their producer gave them memory. No picture then ever comes, unless the format is agreed upon
 /// anew.
-void PipeWireStream::askAnew() {
+void PipeWireStream::renegotiate() {
   if (questionsLeft_-- <= 0) return nextLook_.cancel();
   const auto formats = StreamParameter::formats(wish_.framesPerSecond);
   std::array<const spa_pod*, 1> parameters{formats.pod()};
@@ -399,9 +399,9 @@ void PipeWireStream::takeBuffers() {
 }
 
 void PipeWireStream::noteCursor(const pw_buffer& buffer) {
-  const auto facts = StreamBuffer(buffer).cursorFacts();
-  if (facts.empty()) return;
-  cursorChanged_ = cursor_.read(facts.data(), facts.size()) || cursorChanged_;
+  const auto metadata = StreamBuffer(buffer).cursorMetadata();
+  if (metadata.empty()) return;
+  cursorChanged_ = cursor_.read(metadata.data(), metadata.size()) || cursorChanged_;
 }
 
 void PipeWireStream::showCursor() {
@@ -421,7 +421,7 @@ bool PipeWireStream::hasPicture(const pw_buffer& buffer) {
   if (given.toldPicture(*format_)) {
     loseTrack();
   } else if (given.claimsPicture()) {
-    tellNonsense();
+    reportNonsense();
   }
   return false;
 }
@@ -454,7 +454,7 @@ void PipeWireStream::loseTrack() {
 }
 
 /// Said once as well.
-void PipeWireStream::tellNonsense() {
+void PipeWireStream::reportNonsense() {
   if (std::exchange(toldNonsense_, true)) return;
   logger_->warn("ignored a picture: the desktop describes its memory in a way that makes no sense");
 }

@@ -82,15 +82,15 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   void bufferCame(const pw_buffer& buffer);
   void lookLater();
   void look();
-  void lookForPicture();
-  void askAnew();
+  void searchBuffers();
+  void renegotiate();
   void restart();
   void takeBuffers();
   bool hasPicture(const pw_buffer& buffer);
   void noteDamage(const pw_buffer& buffer);
   void show(const pw_buffer& buffer);
   void loseTrack();
-  void tellNonsense();
+  void reportNonsense();
   void noteView(const PixelRect& content, const VideoTransform& transform);
   void noteCursor(const pw_buffer& buffer);
   void showCursor();

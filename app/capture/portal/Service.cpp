@@ -16,8 +16,8 @@ Service::Service(SerialQueue& queue, Logger logger, std::shared_ptr<RestoreToken
 void Service::shareableContent(Completion<ShareableContent> completion) {
   queue_.assertCurrent();
   const std::uint64_t number = ++asked_;
-  auto bus = askCapabilities(queue_, [this, number, completion = std::move(completion)](
-                                         const Result<Capabilities>& offer) {
+  auto bus = queryCapabilities(queue_, [this, number, completion = std::move(completion)](
+                                           const Result<Capabilities>& offer) {
     queue_.post([bus = std::shared_ptr(std::move(questions_[number]))] {});
     questions_.erase(number);
     completion(resultOf([&] {

@@ -97,7 +97,7 @@ class Service final : public ScreenCaptureService {
   SerialQueue& queue_;
   const Logger logger_;
   const std::shared_ptr<RestoreTokens> tokens_;
-  std::map<std::uint64_t, std::unique_ptr<MessageBus>> questions_;  ///< that await their answer
+  std::map<std::uint64_t, std::unique_ptr<MessageBus>> questions_;  ///< that await their reply
   std::uint64_t asked_ = 0;
 };
 

@@ -66,8 +66,8 @@ UniqueFd duplicate(int fd) {
   return copy;
 }
 
-bool isError(sd_bus_message& answer) {
-  return sd_bus_message_is_method_error(&answer, nullptr) > 0;
+bool isError(sd_bus_message& reply) {
+  return sd_bus_message_is_method_error(&reply, nullptr) > 0;
 }
 
 MessageBus::Message offerQuestion(MessageBus& bus) {
@@ -77,9 +77,9 @@ MessageBus::Message offerQuestion(MessageBus& bus) {
   return question;
 }
 
-Capabilities offerIn(sd_bus_message& answer) {
-  if (isError(answer)) throw Error(Error::Case::noPortal);
-  return Capabilities::read(answer);
+Capabilities offerIn(sd_bus_message& reply) {
+  if (isError(reply)) throw Error(Error::Case::noPortal);
+  return Capabilities::read(reply);
 }
 
 void notStarted() {
@@ -111,8 +111,8 @@ void Session::watch() {
 }
 
 void Session::askOffer() {
-  bus_->call(offerQuestion(*bus_), orEnd([this](sd_bus_message& answer) {
-               offer_ = offerIn(answer);
+  bus_->call(offerQuestion(*bus_), orEnd([this](sd_bus_message& reply) {
+               offer_ = offerIn(reply);
                createSession();
              }));
 }
@@ -146,8 +146,8 @@ void Session::createSessionLater() {
 
 void Session::selectSources() {
   std::vector<Option> options{{"handle_token", newToken()},
-                                    {"types", static_cast<std::uint32_t>(wish_.type)},
-                                    {"multiple", false}};
+                              {"types", static_cast<std::uint32_t>(wish_.type)},
+                              {"multiple", false}};
   if (const auto mode = offer_.cursorMode(wish_.showsCursor)) {
     options.emplace_back("cursor_mode", static_cast<std::uint32_t>(*mode));
   }
@@ -158,11 +158,11 @@ void Session::selectSources() {
   auto message = sessionCall("SelectSources");
   appendOptions(*message, options);
   request(std::move(message), {[this](sd_bus_message& /*results*/) { start(); },
-                               [this] { selectSourcesAnew(); }, notStarted});
+                               [this] { reselectSources(); }, notStarted});
 }
 
 /// A token that the portal does not even take for one must not stand in the way for ever.
-void Session::selectSourcesAnew() {
+void Session::reselectSources() {
   if (!wish_.restoreToken) notStarted();
   wish_.restoreToken.reset();
   selectSources();
@@ -186,9 +186,9 @@ void Session::grantCame(sd_bus_message& results) {
 void Session::openMediaServer() {
   auto message = sessionCall("OpenPipeWireRemote");
   appendOptions(*message, {});
-  bus_->call(std::move(message), orEnd([this](sd_bus_message& answer) {
+  bus_->call(std::move(message), orEnd([this](sd_bus_message& reply) {
                int fd = -1;
-               if (isError(answer) || sd_bus_message_read_basic(&answer, 'h', &fd) <= 0) {
+               if (isError(reply) || sd_bus_message_read_basic(&reply, 'h', &fd) <= 0) {
                  throw Error(Error::Case::noMediaServer);
                }
                handlers_.onGranted(grant_, duplicate(fd));
@@ -198,8 +198,8 @@ void Session::openMediaServer() {
 /// Calls a method whose true answer is a signal that may take as long as the presenter thinks.
 void Session::request(MessageBus::Message message, Outcomes outcomes) {
   outcomes_ = std::move(outcomes);
-  bus_->call(std::move(message), orEnd([onError = outcomes_.onError](sd_bus_message& answer) {
-               if (isError(answer)) onError();
+  bus_->call(std::move(message), orEnd([onError = outcomes_.onError](sd_bus_message& reply) {
+               if (isError(reply)) onError();
              }));
 }
 
@@ -248,11 +248,11 @@ void Session::end(std::exception_ptr why) {
   if (const auto onEnd = std::exchange(handlers_.onEnd, nullptr)) onEnd(std::move(why));
 }
 
-std::unique_ptr<MessageBus> askCapabilities(SerialQueue& queue,
-                                           Completion<Capabilities> completion) {
+std::unique_ptr<MessageBus> queryCapabilities(SerialQueue& queue,
+                                              Completion<Capabilities> completion) {
   auto bus = openBus(queue, [completion] { completion(portalFailure(Error::Case::noBus)); });
-  bus->call(offerQuestion(*bus), [completion = std::move(completion)](sd_bus_message& answer) {
-    completion(resultOf([&] { return offerIn(answer); }));
+  bus->call(offerQuestion(*bus), [completion = std::move(completion)](sd_bus_message& reply) {
+    completion(resultOf([&] { return offerIn(reply); }));
   });
   return bus;
 }

@@ -42,11 +42,11 @@ class Session {
   Session(SerialQueue& queue, Wish wish, Handlers handlers);
 
  private:
-  using Answer = std::function<void(sd_bus_message& results)>;
+  using Reply = std::function<void(sd_bus_message& results)>;
 
   /// What follows upon a request. A refusal by the presenter ends the session.
   struct Outcomes {
-    Answer onSuccess;
+    Reply onSuccess;
     std::function<void()> onError;    ///< the call was not taken
     std::function<void()> onFailure;  ///< it was taken, and failed
   };
@@ -59,7 +59,7 @@ class Session {
   void sessionCame(sd_bus_message& results);
   void createSessionLater();
   void selectSources();
-  void selectSourcesAnew();
+  void reselectSources();
   void start();
   void grantCame(sd_bus_message& results);
   void openMediaServer();
@@ -85,7 +85,7 @@ class Session {
 
 /// Asks what the portal can do; `completion` is called on the queue, and not at all once the bus
 /// that is returned is destroyed. Throws Error when there is no session bus.
-std::unique_ptr<MessageBus> askCapabilities(SerialQueue& queue,
-                                            Completion<Capabilities> completion);
+std::unique_ptr<MessageBus> queryCapabilities(SerialQueue& queue,
+                                              Completion<Capabilities> completion);
 
 }  // namespace tarvinel::portal

@@ -14,7 +14,7 @@ namespace tarvinel::portal {
 namespace {
 
 template <class T>
-const T* factsIn(const pw_buffer& buffer, std::uint32_t type) {
+const T* metadataIn(const pw_buffer& buffer, std::uint32_t type) {
   return static_cast<const T*>(spa_buffer_find_meta_data(buffer.buffer, type, sizeof(T)));
 }
 
@@ -33,7 +33,7 @@ std::size_t readableBytes(const spa_data& data) {
 }
 
 bool isCorrupted(const pw_buffer& buffer) {
-  const auto* header = factsIn<spa_meta_header>(buffer, SPA_META_Header);
+  const auto* header = metadataIn<spa_meta_header>(buffer, SPA_META_Header);
   const auto chunkFlags = static_cast<std::uint32_t>(buffer.buffer->datas[0].chunk->flags);
   return (header != nullptr && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0) ||
          (chunkFlags & SPA_CHUNK_FLAG_CORRUPTED) != 0;
@@ -86,19 +86,19 @@ SharedMap StreamBuffer::sharedMap() const {
 }
 
 PixelRect StreamBuffer::content(const PixelRect& frame) const {
-  const auto* crop = factsIn<spa_meta_region>(*buffer_, SPA_META_VideoCrop);
+  const auto* crop = metadataIn<spa_meta_region>(*buffer_, SPA_META_VideoCrop);
   if (crop == nullptr) return frame;
   const PixelRect content = clipped(regionOf(*crop), frame);
   return content.isEmpty() ? frame : content;
 }
 
 VideoTransform StreamBuffer::transform() const {
-  const auto* meta = factsIn<spa_meta_videotransform>(*buffer_, SPA_META_VideoTransform);
+  const auto* meta = metadataIn<spa_meta_videotransform>(*buffer_, SPA_META_VideoTransform);
   return meta == nullptr ? VideoTransform() : VideoTransform::read(meta->transform);
 }
 
 std::optional<StreamBuffer::Time> StreamBuffer::time() const {
-  const auto* header = factsIn<spa_meta_header>(*buffer_, SPA_META_Header);
+  const auto* header = metadataIn<spa_meta_header>(*buffer_, SPA_META_Header);
   if (header == nullptr) return std::nullopt;
   const Time time(header->pts, header->seq);
   return time == Time() ? std::nullopt : std::optional(time);
@@ -118,7 +118,7 @@ std::optional<StreamBuffer::Rects> StreamBuffer::damage(const PixelRect& frame) 
   return rects;
 }
 
-std::span<const std::uint8_t> StreamBuffer::cursorFacts() const {
+std::span<const std::uint8_t> StreamBuffer::cursorMetadata() const {
   const spa_meta* meta = spa_buffer_find_meta(buffer_->buffer, SPA_META_Cursor);
   if (meta == nullptr) return {};
   return {static_cast<const std::uint8_t*>(meta->data), meta->size};
@@ -182,10 +182,10 @@ std::uint32_t pixelOf(const std::uint8_t* bytes, const Layout& layout) {
 
 // Facts lie at any place in the producer's memory.
 template <class T>
-std::optional<T> valueAt(const std::uint8_t* facts, std::size_t size, std::size_t offset) {
+std::optional<T> valueAt(const std::uint8_t* metadata, std::size_t size, std::size_t offset) {
   if (offset > size || size - offset < sizeof(T)) return std::nullopt;
   T value{};
-  std::memcpy(&value, facts + offset, sizeof(T));
+  std::memcpy(&value, metadata + offset, sizeof(T));
   return value;
 }
 
@@ -215,11 +215,11 @@ std::size_t CursorMetadata::bytesFor(std::uint32_t length) {
   return sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap) + std::size_t{length} * length * 4;
 }
 
-bool CursorMetadata::read(const std::uint8_t* facts, std::size_t size) {
-  const auto cursor = valueAt<spa_meta_cursor>(facts, size, 0);
+bool CursorMetadata::read(const std::uint8_t* metadata, std::size_t size) {
+  const auto cursor = valueAt<spa_meta_cursor>(metadata, size, 0);
   if (!cursor) return false;
   if (cursor->bitmap_offset >= sizeof(spa_meta_cursor)) {
-    readBitmap(facts, size, cursor->bitmap_offset);
+    readBitmap(metadata, size, cursor->bitmap_offset);
   }
   std::optional<CursorImage> now;
   if (cursor->id != 0 && !pixels_.empty()) {
@@ -234,17 +234,18 @@ bool CursorMetadata::read(const std::uint8_t* facts, std::size_t size) {
 }
 
 /// A look that makes no sense, or is none, is not shown.
-void CursorMetadata::readBitmap(const std::uint8_t* facts, std::size_t size, std::size_t offset) {
+void CursorMetadata::readBitmap(const std::uint8_t* metadata, std::size_t size,
+                                std::size_t offset) {
   ++serial_;
   pixels_.clear();
-  const auto bitmap = valueAt<spa_meta_bitmap>(facts, size, offset);
+  const auto bitmap = valueAt<spa_meta_bitmap>(metadata, size, offset);
   if (!bitmap || !isSane(*bitmap, size - offset)) return;
   const auto layout = layoutOf(bitmap->format);
   if (!layout) return;
   width_ = static_cast<std::int32_t>(bitmap->size.width);
   height_ = static_cast<std::int32_t>(bitmap->size.height);
   pixels_.reserve(std::size_t{bitmap->size.width} * bitmap->size.height);
-  const std::uint8_t* first = facts + offset + bitmap->offset;
+  const std::uint8_t* first = metadata + offset + bitmap->offset;
   for (std::size_t y = 0; y < bitmap->size.height; ++y) {
     const std::uint8_t* row = first + y * static_cast<std::size_t>(bitmap->stride);
     for (std::size_t x = 0; x < bitmap->size.width; ++x)

@@ -23,7 +23,7 @@ class CursorMetadata {
  public:
   /// Takes notice of a buffer's facts (SPA_META_Cursor), of which `size` bytes can be read. True
   /// when the cursor looks or stands different now.
-  bool read(const std::uint8_t* facts, std::size_t size);
+  bool read(const std::uint8_t* metadata, std::size_t size);
 
   /// The cursor in the frame's pixels; none when it is not to be seen.
   const std::optional<CursorImage>& image() const { return shown_; }
@@ -34,7 +34,7 @@ class CursorMetadata {
   static std::size_t bytesFor(std::uint32_t length);
 
  private:
-  void readBitmap(const std::uint8_t* facts, std::size_t size, std::size_t offset);
+  void readBitmap(const std::uint8_t* metadata, std::size_t size, std::size_t offset);
 
   std::optional<CursorImage> shown_;
   std::vector<std::uint32_t> pixels_;  ///< 0xAARRGGBB, premultiplied
@@ -97,7 +97,7 @@ class StreamBuffer {
   std::optional<Rects> damage(const PixelRect& frame) const;
 
   /// What is told of the cursor (SPA_META_Cursor); empty when nothing is.
-  std::span<const std::uint8_t> cursorFacts() const;
+  std::span<const std::uint8_t> cursorMetadata() const;
 
  private:
   const pw_buffer* buffer_;

@@ -139,8 +139,8 @@ StreamParameter StreamParameter::buffers() {
   return parameter;
 }
 
-StreamParameter StreamParameter::facts(std::uint32_t type, std::uint32_t leastBytes,
-                                       std::uint32_t mostBytes) {
+StreamParameter StreamParameter::metadata(std::uint32_t type, std::uint32_t leastBytes,
+                                          std::uint32_t mostBytes) {
   StreamParameter parameter;
   ObjectWriter writer(parameter.storage_, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta);
   writer.id(SPA_PARAM_META_type, type);

@@ -7,7 +7,7 @@
 namespace tarvinel {
 
 void callOverDBus(const QDBusConnection& bus, const QDBusMessage& call, QObject& context,
-                  std::function<void(const QDBusMessage& answer)> done,
+                  std::function<void(const QDBusMessage& reply)> done,
                   std::chrono::milliseconds limit) {
   // owned by the context, and by nobody once it has finished
   auto* const watcher =
@@ -19,8 +19,8 @@ void callOverDBus(const QDBusConnection& bus, const QDBusMessage& call, QObject&
                    });
 }
 
-bool isRefusal(const QDBusMessage& answer) {
-  return answer.type() != QDBusMessage::ReplyMessage;
+bool isRefusal(const QDBusMessage& reply) {
+  return reply.type() != QDBusMessage::ReplyMessage;
 }
 
 DBusSignal::DBusSignal(QDBusConnection bus, Source source,

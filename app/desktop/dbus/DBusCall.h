@@ -55,10 +55,10 @@ inline constexpr std::chrono::milliseconds dbusAnswerLimit{25000};
 /// which is an error when the service is not there, refuses or is silent for too long; never once
 /// `context` is gone.
 void callOverDBus(const QDBusConnection& bus, const QDBusMessage& call, QObject& context,
-                  std::function<void(const QDBusMessage& answer)> done,
+                  std::function<void(const QDBusMessage& reply)> done,
                   std::chrono::milliseconds limit = dbusAnswerLimit);
 
 /// True for an answer that is none.
-bool isRefusal(const QDBusMessage& answer);
+bool isRefusal(const QDBusMessage& reply);
 
 }  // namespace tarvinel

@@ -54,8 +54,8 @@ void NotifierHosts::ask() {
                                                  u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
   question.setAutoStartService(false);
   question << watcherName << u"IsStatusNotifierHostRegistered"_s;
-  callOverDBus(bus_, question, watcher_, [this](const QDBusMessage& answer) {
-    set(!isRefusal(answer) && answer.arguments().value(0).value<QDBusVariant>().variant().toBool());
+  callOverDBus(bus_, question, watcher_, [this](const QDBusMessage& reply) {
+    set(!isRefusal(reply) && reply.arguments().value(0).value<QDBusVariant>().variant().toBool());
   });
 }
 

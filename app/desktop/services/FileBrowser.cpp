@@ -21,8 +21,8 @@ void showInFileBrowser(const QDBusConnection& bus, const std::filesystem::path& 
   auto call = QDBusMessage::createMethodCall(service, u"/org/freedesktop/FileManager1"_s, service,
                                              u"ShowFolders"_s);
   call << QStringList{address} << QString();
-  callOverDBus(bus, call, context, [address](const QDBusMessage& answer) {
-    if (isRefusal(answer)) openByDefault(address);
+  callOverDBus(bus, call, context, [address](const QDBusMessage& reply) {
+    if (isRefusal(reply)) openByDefault(address);
   });
 }
 

@@ -21,7 +21,7 @@ const QString dialogTitle = u"Upload Folder"_s;
 const QString acceptLabel = u"Use This Folder"_s;
 
 /// How the presenter answered the portal's dialog.
-enum class Answer : std::uint32_t { chosen = 0, cancelled = 1 };
+enum class Reply : std::uint32_t { chosen = 0, cancelled = 1 };
 
 /// Closes the dialog of a request; one that is closed already makes no difference.
 void closeRequest(const QDBusConnection& bus, const QString& path) {
@@ -79,9 +79,9 @@ struct FolderChooser::PortalRequest {
 };
 
 FolderChooser::FolderChooser(QDBusConnection bus) : bus_(std::move(bus)) {
-  patience_.setSingleShot(true);
-  patience_.setInterval(portalLimit);
-  patience_.callOnTimeout([this] { portalIsSilent(); });
+  timeout_.setSingleShot(true);
+  timeout_.setInterval(portalLimit);
+  timeout_.callOnTimeout([this] { portalIsSilent(); });
 }
 
 FolderChooser::~FolderChooser() = default;
@@ -90,16 +90,16 @@ void FolderChooser::choose(const std::filesystem::path& current, Chosen chosen) 
   current_ = current;
   chosen_ = std::move(chosen);
   dialog_.reset();
-  askPortal();
+  queryPortal();
 }
 
-void FolderChooser::askPortal() {
+void FolderChooser::queryPortal() {
   constexpr std::chrono::milliseconds withoutLimit{std::numeric_limits<int>::max()};
   const QString token = u"tarvinel%1"_s.arg(++requests_);
   const QString path = requestPath(bus_, token);
   request_ = std::make_unique<PortalRequest>(
-      bus_, path, [this](const QDBusMessage& response) { portalAnswered(response); });
-  patience_.start();
+      bus_, path, [this](const QDBusMessage& response) { portalResponded(response); });
+  timeout_.start();
   callOverDBus(
       bus_, openFileCall(current_, token), context_,
       [this, path](const QDBusMessage& reply) { portalReplied(path, reply); }, withoutLimit);
@@ -108,7 +108,7 @@ void FolderChooser::askPortal() {
 /// The reply to a request that was given up comes when its dialog is about to open.
 void FolderChooser::portalReplied(const QString& path, const QDBusMessage& reply) {
   if (!request_ || request_->path != path) return closeRequest(bus_, path);
-  patience_.stop();
+  timeout_.stop();
   if (isRefusal(reply)) openDialog();
 }
 
@@ -117,11 +117,11 @@ void FolderChooser::portalIsSilent() {
   openDialog();
 }
 
-void FolderChooser::portalAnswered(const QDBusMessage& response) {
-  patience_.stop();
-  const auto answer = static_cast<Answer>(response.arguments().value(0).toUInt());
-  if (answer == Answer::cancelled) return;
-  const auto folder = answer == Answer::chosen ? folderIn(response) : std::nullopt;
+void FolderChooser::portalResponded(const QDBusMessage& response) {
+  timeout_.stop();
+  const auto reply = static_cast<Reply>(response.arguments().value(0).toUInt());
+  if (reply == Reply::cancelled) return;
+  const auto folder = reply == Reply::chosen ? folderIn(response) : std::nullopt;
   if (folder) {
     chosen_(*folder);
   } else {

@@ -34,10 +34,10 @@ class FolderChooser {
  private:
   struct PortalRequest;
 
-  void askPortal();
+  void queryPortal();
   void portalReplied(const QString& path, const QDBusMessage& reply);
   void portalIsSilent();
-  void portalAnswered(const QDBusMessage& response);
+  void portalResponded(const QDBusMessage& response);
   void openDialog();
 
   const QDBusConnection bus_;
@@ -46,7 +46,7 @@ class FolderChooser {
   int requests_ = 0;
   std::unique_ptr<PortalRequest> request_;  ///< the one whose dialog is or may be open
   std::unique_ptr<QFileDialog> dialog_;
-  QTimer patience_;  ///< for the portal's reply
+  QTimer timeout_;   ///< for the portal's reply
   QObject context_;  ///< of the calls that open dialogs
 };
 

@@ -64,27 +64,27 @@ void IdleInhibitor::askScreenSaver(const std::shared_ptr<Hold>& hold) {
   auto call =
       QDBusMessage::createMethodCall(screenSaver, screenSaverPath, screenSaver, u"Inhibit"_s);
   call << u"Tarvinel"_s << whyAwake;
-  callOverDBus(bus_, call, context_, [this, hold](const QDBusMessage& answer) {
-    if (isRefusal(answer)) {
+  callOverDBus(bus_, call, context_, [this, hold](const QDBusMessage& reply) {
+    if (isRefusal(reply)) {
       if (!hold->isWanted) return;
-      askPortal(hold);
+      queryPortal(hold);
       holdXServer(*hold);
       return;
     }
     auto release =
         QDBusMessage::createMethodCall(screenSaver, screenSaverPath, screenSaver, u"UnInhibit"_s);
-    release << answer.arguments().value(0).toUInt();
+    release << reply.arguments().value(0).toUInt();
     hold->granted(release);
   });
 }
 
-void IdleInhibitor::askPortal(const std::shared_ptr<Hold>& hold) {
+void IdleInhibitor::queryPortal(const std::shared_ptr<Hold>& hold) {
   auto call = QDBusMessage::createMethodCall(DesktopPortal::service, DesktopPortal::path,
                                              u"org.freedesktop.portal.Inhibit"_s, u"Inhibit"_s);
   call << QString() << inhibitIdle << QVariantMap{{u"reason"_s, whyAwake}};
-  callOverDBus(bus_, call, context_, [hold](const QDBusMessage& answer) {
-    if (isRefusal(answer)) return;
-    const auto request = answer.arguments().value(0).value<QDBusObjectPath>();
+  callOverDBus(bus_, call, context_, [hold](const QDBusMessage& reply) {
+    if (isRefusal(reply)) return;
+    const auto request = reply.arguments().value(0).value<QDBusObjectPath>();
     hold->granted(QDBusMessage::createMethodCall(DesktopPortal::service, request.path(),
                                                  DesktopPortal::requestInterface, u"Close"_s));
   });

@@ -24,7 +24,7 @@ class IdleInhibitor {
   struct Hold;
 
   void askScreenSaver(const std::shared_ptr<Hold>& hold);
-  void askPortal(const std::shared_ptr<Hold>& hold);
+  void queryPortal(const std::shared_ptr<Hold>& hold);
   static void holdXServer(Hold& hold);
 
   const QDBusConnection bus_;

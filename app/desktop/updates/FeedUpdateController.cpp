@@ -47,7 +47,7 @@ void FeedUpdateController::check(Check kind) {
   if (permission.ok()) {
     begin(kind);
   } else if (kind == Check::userInitiated) {
-    tellPresenter(permission.error());
+    notifyPresenter(permission.error());
   }
 }
 
@@ -63,8 +63,8 @@ void FeedUpdateController::end(Check kind, const Result<std::string>& feed) {
   const auto newest = resultOf([&feed] { return newestOf(AppcastFeed::parse(feed.value())); });
   log(newest);
   download_.reset();
-  if (kind == Check::userInitiated) tellPresenter(newest);
-  if (kind == Check::scheduled) tellNews(newest);
+  if (kind == Check::userInitiated) notifyPresenter(newest);
+  if (kind == Check::scheduled) reportNews(newest);
   changed();
 }
 
@@ -77,7 +77,7 @@ void FeedUpdateController::log(const Result<AppcastItem>& newest) const {
 }
 
 /// Whatever came of it, since the presenter waits for it.
-void FeedUpdateController::tellPresenter(const Result<AppcastItem>& newest) {
+void FeedUpdateController::notifyPresenter(const Result<AppcastItem>& newest) {
   if (!newest.ok()) return tell(UpdateNotice::failed(describe(newest.error())));
   const auto& item = newest.value();
   if (!isNews(item)) return tell(UpdateNotice::upToDate(environment_.version));
@@ -87,7 +87,7 @@ void FeedUpdateController::tellPresenter(const Result<AppcastItem>& newest) {
 }
 
 /// Only what is new, once.
-void FeedUpdateController::tellNews(const Result<AppcastItem>& newest) {
+void FeedUpdateController::reportNews(const Result<AppcastItem>& newest) {
   if (!newest.ok() || !isNews(newest.value())) return;
   const auto& version = newest.value().version;
   if (std::exchange(toldVersion_, version) == version) return;

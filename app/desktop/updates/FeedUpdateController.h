@@ -69,8 +69,8 @@ class FeedUpdateController : public UpdateController {
   void end(Check kind, const Result<std::string>& feed);
 
   void log(const Result<AppcastItem>& newest) const;
-  void tellPresenter(const Result<AppcastItem>& newest);
-  void tellNews(const Result<AppcastItem>& newest);
+  void notifyPresenter(const Result<AppcastItem>& newest);
+  void reportNews(const Result<AppcastItem>& newest);
   void tell(const UpdateNotice& notice);
   bool isNews(const AppcastItem& item) const;
   void changed() const;

@@ -61,7 +61,7 @@ void attach(int fd, msghdr& message, char (&buffer)[size]) {
   std::memcpy(CMSG_DATA(rights), &fd, sizeof fd);
 }
 
-bool answer(ListeningSocket listening) {
+bool reply(ListeningSocket listening) {
   iovec body{&listening.error, sizeof listening.error};
   msghdr message{};
   message.msg_iov = &body;
@@ -76,5 +76,5 @@ bool answer(ListeningSocket listening) {
 int main() {
   if (!hasChannel()) return mayBind() ? 0 : 1;
   ListeningSocket listening = tarvinel::listenOnAllAddresses(BindHelper::port);
-  return dropCapabilities() && answer(std::move(listening)) ? 0 : 1;
+  return dropCapabilities() && reply(std::move(listening)) ? 0 : 1;
 }

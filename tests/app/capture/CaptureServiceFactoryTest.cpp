@@ -11,10 +11,10 @@ namespace tarvinel {
 namespace {
 
 struct RoadCase {
-  CaptureRoad wanted;
+  CaptureBackend wanted;
   CaptureEnvironment environment;
   bool answers;
-  CaptureRoad road;
+  CaptureBackend backend;
   const char* reason;
 };
 
@@ -22,9 +22,9 @@ class CaptureRoadDecision : public testing::TestWithParam<RoadCase> {};
 
 TEST_P(CaptureRoadDecision, FollowsTheSession) {
   const RoadCase& given = GetParam();
-  const auto decision = decideCaptureRoad(given.wanted, given.environment,
-                                          [&](const std::string&) { return given.answers; });
-  EXPECT_EQ(decision.road, given.road);
+  const auto decision = chooseCaptureBackend(given.wanted, given.environment,
+                                             [&](const std::string&) { return given.answers; });
+  EXPECT_EQ(decision.backend, given.backend);
   EXPECT_EQ(decision.reason, given.reason);
 }
 
@@ -32,69 +32,70 @@ constexpr const char* waylandReason = "Capturing what this Wayland desktop's own
 
 INSTANTIATE_TEST_SUITE_P(
     All, CaptureRoadDecision,
-    testing::Values(RoadCase{CaptureRoad::automatic,
+    testing::Values(RoadCase{CaptureBackend::automatic,
                              {":0", "", "x11"},
                              true,
-                             CaptureRoad::x11,
+                             CaptureBackend::x11,
                              "Capturing the X11 screen :0."},
-                    RoadCase{CaptureRoad::automatic,
+                    RoadCase{CaptureBackend::automatic,
                              {":0", "", ""},
                              true,
-                             CaptureRoad::x11,
+                             CaptureBackend::x11,
                              "Capturing the X11 screen :0."},
-                    RoadCase{CaptureRoad::automatic,
+                    RoadCase{CaptureBackend::automatic,
                              {":0", "", "x11"},
                              false,
-                             CaptureRoad::pattern,
+                             CaptureBackend::pattern,
                              "Showing the built-in picture: the X server :0 does not answer."},
-                    RoadCase{CaptureRoad::automatic,
+                    RoadCase{CaptureBackend::automatic,
                              {"", "", "tty"},
                              true,
-                             CaptureRoad::pattern,
+                             CaptureBackend::pattern,
                              "Showing the built-in picture: there is no screen here."},
-                    RoadCase{CaptureRoad::automatic,
+                    RoadCase{CaptureBackend::automatic,
                              {":0", "wayland-0", ""},
                              true,
-                             CaptureRoad::portal,
+                             CaptureBackend::portal,
                              waylandReason},
-                    RoadCase{CaptureRoad::automatic,
+                    RoadCase{CaptureBackend::automatic,
                              {":0", "", "wayland"},
                              true,
-                             CaptureRoad::portal,
+                             CaptureBackend::portal,
                              waylandReason},
-                    RoadCase{CaptureRoad::x11,
+                    RoadCase{CaptureBackend::x11,
                              {"", "wayland-0", "wayland"},
                              false,
-                             CaptureRoad::x11,
+                             CaptureBackend::x11,
                              "Capturing the X11 screen, as asked for."},
-                    RoadCase{CaptureRoad::portal,
+                    RoadCase{CaptureBackend::portal,
                              {":0", "", "x11"},
                              true,
-                             CaptureRoad::portal,
+                             CaptureBackend::portal,
                              "Capturing what the desktop's own dialog offers, as asked for."},
-                    RoadCase{CaptureRoad::pattern,
+                    RoadCase{CaptureBackend::pattern,
                              {":0", "", "x11"},
                              true,
-                             CaptureRoad::pattern,
+                             CaptureBackend::pattern,
                              "Showing the built-in picture, as asked for."}));
 
 TEST(XServerAnswers, OnlyWhenThereIsOne) {
   XServer server;
-  EXPECT_TRUE(xServerAnswers(server.display()));
+  EXPECT_TRUE(xServerResponds(server.display()));
   server.crash();
-  EXPECT_FALSE(xServerAnswers(server.display()));
-  EXPECT_FALSE(xServerAnswers(""));
+  EXPECT_FALSE(xServerResponds(server.display()));
+  EXPECT_FALSE(xServerResponds(""));
 }
 
 TEST(MakeCaptureService, MakesTheServiceOfTheRoad) {
   SerialQueue queue(".capture");
   const CaptureMeans means{std::make_shared<portal::RestoreTokens>(), nullptr};
   const Log log = Log::silent();
-  const auto x11 = makeCaptureService(CaptureRoad::x11, {":0", "", ""}, means, log, queue);
+  const auto x11 = makeCaptureService(CaptureBackend::x11, {":0", "", ""}, means, log, queue);
   EXPECT_NE(dynamic_cast<x11::Service*>(x11.get()), nullptr);
-  const auto portal = makeCaptureService(CaptureRoad::portal, {":0", "", ""}, means, log, queue);
+  const auto portal = makeCaptureService(CaptureBackend::portal, {":0", "", ""}, means, log, queue);
   EXPECT_NE(dynamic_cast<portal::Service*>(portal.get()), nullptr);
-  const auto pattern = makeCaptureService(CaptureRoad::pattern, {":0", "", ""}, means, log, queue);
+  const auto pattern =
+      makeCaptureService(CaptureBackend::pattern, {":0", "", ""}, means, log, queue);
   EXPECT_NE(dynamic_cast<pattern::Service*>(pattern.get()), nullptr);
 }
 

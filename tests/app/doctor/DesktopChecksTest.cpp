@@ -7,16 +7,16 @@ namespace tarvinel {
 namespace {
 
 using enum Finding::State;
-using Extension = X11Facts::Extension;
+using Extension = DisplayProbe::Extension;
 
-const CaptureDecision x11{CaptureRoad::x11, "Capturing the X11 screen :0."};
+const CaptureDecision x11{CaptureBackend::x11, "Capturing the X11 screen :0."};
 
-ScreenFacts lacking(Extension extension) {
-  return {CaptureRoad::automatic, x11, {"", 1920, 1080, 2, {extension}}};
+ScreenProbe lacking(Extension extension) {
+  return {CaptureBackend::automatic, x11, {"", 1920, 1080, 2, {extension}}};
 }
 
 TEST(ScreenCheck, TellsWhatIsCaptured) {
-  EXPECT_EQ(judge(ScreenFacts{CaptureRoad::automatic, x11, {"", 1920, 1080, 1, {}}}),
+  EXPECT_EQ(judge(ScreenProbe{CaptureBackend::automatic, x11, {"", 1920, 1080, 1, {}}}),
             (Findings{{fine, "Capturing the X11 screen :0. 1920 × 1080 pixels, 1 display.", {}}}));
 }
 
@@ -47,65 +47,65 @@ TEST(ScreenCheck, AnUnreachableServerIsToBeMended) {
   const std::vector<std::string> advice{
       "Look whether DISPLAY is right, and whether this user may use the display (xhost, "
       "XAUTHORITY)."};
-  const X11Facts unreachable{.error = "cannot connect to the X server :9"};
-  EXPECT_EQ(judge(ScreenFacts{CaptureRoad::automatic,
-                              {CaptureRoad::pattern,
+  const DisplayProbe unreachable{.error = "cannot connect to the X server :9"};
+  EXPECT_EQ(judge(ScreenProbe{CaptureBackend::automatic,
+                              {CaptureBackend::pattern,
                                "Showing the built-in picture: the X server :9 does not answer."},
                               unreachable}),
             (Findings{{toBeMended, "Showing the built-in picture: the X server :9 does not answer.",
                        advice}}));
-  EXPECT_EQ(judge(ScreenFacts{CaptureRoad::x11, x11, unreachable}),
+  EXPECT_EQ(judge(ScreenProbe{CaptureBackend::x11, x11, unreachable}),
             (Findings{{toBeMended,
                        "The X11 screen cannot be captured: cannot connect to the X server :9.",
                        advice}}));
 }
 
 TEST(ScreenCheck, TheBuiltInPictureIsFineOnlyIfItWasAskedFor) {
-  EXPECT_EQ(judge(ScreenFacts::of(CaptureRoad::pattern, {})),
+  EXPECT_EQ(judge(ScreenProbe::of(CaptureBackend::pattern, {})),
             (Findings{{fine, "Showing the built-in picture, as asked for.", {}}}));
   EXPECT_EQ(
-      judge(ScreenFacts::of(CaptureRoad::automatic, {})),
+      judge(ScreenProbe::of(CaptureBackend::automatic, {})),
       (Findings{{worthKnowing, "Showing the built-in picture: there is no screen here.", {}}}));
 }
 
 TEST(ScreenCheck, AWaylandSessionHasItsPortalWhateverXServerItHas) {
-  const auto facts = ScreenFacts::of(CaptureRoad::automatic, {":4999", "wayland-0", "wayland"});
-  EXPECT_EQ(facts.decision.road, CaptureRoad::portal);
-  EXPECT_EQ(judge(facts),
+  const auto probe = ScreenProbe::of(CaptureBackend::automatic, {":4999", "wayland-0", "wayland"});
+  EXPECT_EQ(probe.decision.backend, CaptureBackend::portal);
+  EXPECT_EQ(judge(probe),
             (Findings{{fine, "Capturing what this Wayland desktop's own dialog offers.", {}}}));
 }
 
 TEST(ScreenCheck, AsksARealServer) {
   const XServer server("320x240x24");
-  const auto facts = ScreenFacts::of(CaptureRoad::automatic, {server.display(), "", ""});
-  EXPECT_EQ(facts.decision.road, CaptureRoad::x11);
-  EXPECT_EQ(facts.server.error, "");
-  EXPECT_EQ(facts.server.width, 320);
-  EXPECT_EQ(facts.server.height, 240);
-  EXPECT_EQ(facts.server.displays, 1);
-  EXPECT_TRUE(facts.server.missing.empty());
+  const auto probe = ScreenProbe::of(CaptureBackend::automatic, {server.display(), "", ""});
+  EXPECT_EQ(probe.decision.backend, CaptureBackend::x11);
+  EXPECT_EQ(probe.server.error, "");
+  EXPECT_EQ(probe.server.width, 320);
+  EXPECT_EQ(probe.server.height, 240);
+  EXPECT_EQ(probe.server.displays, 1);
+  EXPECT_TRUE(probe.server.missing.empty());
 }
 
 TEST(ScreenCheck, AsksARealServerForWhatItLacks) {
   const XServer server("320x240x24", {"-extension", "Composite", "-extension", "DAMAGE"});
-  EXPECT_EQ(X11Facts::of(server.display()).missing,
+  EXPECT_EQ(DisplayProbe::of(server.display()).missing,
             (std::vector{Extension::damage, Extension::composite}));
 }
 
 TEST(ScreenCheck, NoServer) {
-  EXPECT_EQ(X11Facts::of(":4999").error, "cannot connect to the X server :4999");
-  EXPECT_EQ(ScreenFacts::of(CaptureRoad::x11, {}).server.error,
+  EXPECT_EQ(DisplayProbe::of(":4999").error, "cannot connect to the X server :4999");
+  EXPECT_EQ(ScreenProbe::of(CaptureBackend::x11, {}).server.error,
             "there is no X server: DISPLAY is not set");
 }
 
 TEST(ScreenCheck, AServerThatHangsIsToBeMended) {
   const XServer server;
   server.freeze();
-  const auto facts = X11Facts::of(server.display(), std::chrono::milliseconds(50));
+  const auto probe = DisplayProbe::of(server.display(), std::chrono::milliseconds(50));
   server.thaw();
-  EXPECT_TRUE(facts.hangs);
+  EXPECT_TRUE(probe.hangs);
   EXPECT_EQ(
-      judge(ScreenFacts{.decision = {CaptureRoad::x11, ""}, .server = facts, .display = ":5"}),
+      judge(ScreenProbe{.decision = {CaptureBackend::x11, ""}, .server = probe, .display = ":5"}),
       (Findings{{toBeMended,
                  "The X server :5 takes connections but does not answer.",
                  {"Look whether DISPLAY is right, or log in anew."}}}));

@@ -15,11 +15,11 @@ using enum Finding::State;
 class DoctorTest : public testing::Test {
  protected:
   std::string reportOf(std::vector<Check> checks,
-                       std::chrono::milliseconds patience = std::chrono::minutes(10)) {
+                       std::chrono::milliseconds timeout = std::chrono::minutes(10)) {
     std::ostringstream out;
     DoctorReport report(out, style);
-    Doctor(std::move(checks), patience).run(report);
-    mustMend = report.mustMend();
+    Doctor(std::move(checks), timeout).run(report);
+    needsAttention = report.needsAttention();
     return out.str();
   }
 
@@ -28,7 +28,7 @@ class DoctorTest : public testing::Test {
   }
 
   DoctorReport::Style style;
-  bool mustMend = false;
+  bool needsAttention = false;
 };
 
 TEST_F(DoctorTest, ReportsTheStateTheTopicWhatWasFoundAndWhatToDo) {
@@ -40,7 +40,7 @@ TEST_F(DoctorTest, ReportsTheStateTheTopicWhatWasFoundAndWhatToDo) {
             "                            → Or that.\n"
             "\n"
             "Nothing has to be mended.\n");
-  EXPECT_FALSE(mustMend);
+  EXPECT_FALSE(needsAttention);
 }
 
 TEST_F(DoctorTest, CountsWhatIsToBeMended) {
@@ -48,7 +48,7 @@ TEST_F(DoctorTest, CountsWhatIsToBeMended) {
             "to be mended  Port          Taken.\n"
             "\n"
             "One thing has to be mended.\n");
-  EXPECT_TRUE(mustMend);
+  EXPECT_TRUE(needsAttention);
   EXPECT_EQ(reportOf({finding("Port", {{toBeMended, "Taken.", {}}, {toBeMended, "Far.", {}}})}),
             "to be mended  Port          Taken.\n"
             "to be mended  Port          Far.\n"

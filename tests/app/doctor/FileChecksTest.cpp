@@ -19,7 +19,7 @@ class ConfigurationCheckTest : public testing::Test {
 
   Findings findings(const std::string& content) {
     folder.write("config.json", content);
-    return judge(ConfigurationFacts::of(options));
+    return judge(ConfigurationProbe::of(options));
   }
 
   std::string file() const { return (folder / "config.json").string(); }
@@ -34,7 +34,7 @@ TEST_F(ConfigurationCheckTest, AFileThatIsInForce) {
 }
 
 TEST_F(ConfigurationCheckTest, NoFileIsFine) {
-  EXPECT_EQ(judge(ConfigurationFacts{.file = "/a/config.json"}),
+  EXPECT_EQ(judge(ConfigurationProbe{.file = "/a/config.json"}),
             (Findings{{fine, "There is no /a/config.json: everything is at its default.", {}}}));
 }
 
@@ -42,11 +42,11 @@ TEST_F(ConfigurationCheckTest, WithoutAFileThePlaceToWriteItToIsNamed) {
   const test::HomeVariable home(folder.path());
   const auto configFolder = SupportEnvironment::current().configFolder();
   options.config.reset();
-  EXPECT_EQ(ConfigurationFacts::of(options).file, configFolder / "Tarvinel/config.json");
+  EXPECT_EQ(ConfigurationProbe::of(options).file, configFolder / "Tarvinel/config.json");
 }
 
 TEST_F(ConfigurationCheckTest, AFileThatWasAskedForMustExist) {
-  EXPECT_EQ(judge(ConfigurationFacts::of(options)),
+  EXPECT_EQ(judge(ConfigurationProbe::of(options)),
             (Findings{{toBeMended,
                        "config at " + file() + " does not exist",
                        {"Correct the file, then start anew."}}}));

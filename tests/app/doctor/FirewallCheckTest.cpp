@@ -16,18 +16,18 @@ std::string tuple(const std::string& rule) {
 
 TEST(FirewallCheck, None) {
   EXPECT_EQ(
-      judge(FirewallFacts{.port = 80}),
+      judge(FirewallProbe{.port = 80}),
       (Findings{{fine, "None is set up here, as far as can be told without being root.", {}}}));
 }
 
 TEST(FirewallCheck, Ufw) {
-  EXPECT_EQ(judge(FirewallFacts{.port = 80, .ufwIsOn = true, .ufwLetsIn = true}),
+  EXPECT_EQ(judge(FirewallProbe{.port = 80, .ufwIsOn = true, .ufwLetsIn = true}),
             (Findings{{fine, "ufw is on and lets viewers in at port 80.", {}}}));
-  EXPECT_EQ(judge(FirewallFacts{.port = 8080, .ufwIsOn = true, .ufwLetsIn = false}),
+  EXPECT_EQ(judge(FirewallProbe{.port = 8080, .ufwIsOn = true, .ufwLetsIn = false}),
             (Findings{{toBeMended,
                        "ufw is on and keeps viewers out of port 8080.",
                        {"Let viewers in: sudo ufw allow 8080/tcp"}}}));
-  EXPECT_EQ(judge(FirewallFacts{.port = 80, .ufwIsOn = true}),
+  EXPECT_EQ(judge(FirewallProbe{.port = 80, .ufwIsOn = true}),
             (Findings{{worthKnowing,
                        "ufw is on; which ports it lets in only root can see.",
                        {"See: sudo ufw status", "Let viewers in: sudo ufw allow 80/tcp"}}}));
@@ -40,7 +40,7 @@ constexpr const char* letTheNameBeFound =
     "Let the name be found: sudo firewall-cmd --permanent --zone=home --add-service=mdns && sudo "
     "firewall-cmd --reload";
 
-FirewallFacts firewalldWith(std::optional<bool> viewers, std::optional<bool> names) {
+FirewallProbe firewalldWith(std::optional<bool> viewers, std::optional<bool> names) {
   return {.port = 80,
           .firewalldRuns = true,
           .firewalldZone = "home",
@@ -60,19 +60,19 @@ TEST(FirewallCheck, Firewalld) {
                        "firewalld runs; which ports it lets in only root can see.",
                        {"See: sudo firewall-cmd --zone=home --list-all", letViewersIn,
                         letTheNameBeFound}}}));
-  FirewallFacts facts = firewalldWith(true, false);
-  EXPECT_EQ(judge(facts),
+  FirewallProbe probe = firewalldWith(true, false);
+  EXPECT_EQ(judge(probe),
             (Findings{letsIn,
                       {worthKnowing,
                        "The zone home of firewalld keeps out who looks for the name; the address "
                        "with numbers works.",
                        {letTheNameBeFound}}}));
-  facts.hasName = false;
-  EXPECT_EQ(judge(facts), Findings{letsIn});
+  probe.hasName = false;
+  EXPECT_EQ(judge(probe), Findings{letsIn});
 }
 
 TEST(FirewallCheck, RulesThatAreLoadedAtStart) {
-  EXPECT_EQ(judge(FirewallFacts{.port = 80, .rulesAreLoaded = true}),
+  EXPECT_EQ(judge(FirewallProbe{.port = 80, .rulesAreLoaded = true}),
             (Findings{{worthKnowing,
                        "Firewall rules are loaded at start (nftables or iptables); which, only "
                        "root can see.",
@@ -85,11 +85,11 @@ TEST(FirewallCheck, AnyFreePort) {
       {worthKnowing,
        "There is one, and which port it would have to let in shows only at the start.",
        {"Ask for one port, such as --port 8080, and look again."}}};
-  EXPECT_EQ(judge(FirewallFacts{.port = 0, .ufwIsOn = true, .ufwLetsIn = false}), tellsNoPort);
-  EXPECT_EQ(judge(FirewallFacts{.port = 0, .firewalldRuns = true}), tellsNoPort);
-  EXPECT_EQ(judge(FirewallFacts{.port = 0, .rulesAreLoaded = true}), tellsNoPort);
+  EXPECT_EQ(judge(FirewallProbe{.port = 0, .ufwIsOn = true, .ufwLetsIn = false}), tellsNoPort);
+  EXPECT_EQ(judge(FirewallProbe{.port = 0, .firewalldRuns = true}), tellsNoPort);
+  EXPECT_EQ(judge(FirewallProbe{.port = 0, .rulesAreLoaded = true}), tellsNoPort);
   EXPECT_EQ(
-      judge(FirewallFacts{.port = 0}),
+      judge(FirewallProbe{.port = 0}),
       (Findings{{fine, "None is set up here, as far as can be told without being root.", {}}}));
 }
 
@@ -114,41 +114,41 @@ TEST(UfwRules, KeepOutEveryoneElse) {
 
 class FirewallFactsTest : public testing::Test {
  protected:
-  FirewallFacts facts() const { return FirewallFacts::of({}, root.path()); }
+  FirewallProbe probe() const { return FirewallProbe::of({}, root.path()); }
 
   test::TemporaryFolder root;
 };
 
 TEST_F(FirewallFactsTest, NothingIsSetUp) {
-  EXPECT_FALSE(facts().ufwIsOn);
-  EXPECT_FALSE(facts().rulesAreLoaded);
+  EXPECT_FALSE(probe().ufwIsOn);
+  EXPECT_FALSE(probe().rulesAreLoaded);
   root.write("etc/ufw/ufw.conf", "ENABLED=no\nLOGLEVEL=low\n");
-  EXPECT_FALSE(facts().ufwIsOn);
+  EXPECT_FALSE(probe().ufwIsOn);
 }
 
 TEST_F(FirewallFactsTest, UfwWhoseRulesCannotBeRead) {
   root.write("etc/ufw/ufw.conf", "# comment\nENABLED=yes\nLOGLEVEL=low\n");
-  EXPECT_TRUE(facts().ufwIsOn);
-  EXPECT_EQ(facts().ufwLetsIn, std::nullopt);
+  EXPECT_TRUE(probe().ufwIsOn);
+  EXPECT_EQ(probe().ufwLetsIn, std::nullopt);
 }
 
 TEST_F(FirewallFactsTest, UfwWhoseRulesCanBeRead) {
   root.write("etc/ufw/ufw.conf", "ENABLED=yes\n");
   root.write("etc/ufw/user.rules", tuple("allow tcp 22 0.0.0.0/0 any 0.0.0.0/0 in"));
-  EXPECT_EQ(facts().ufwLetsIn, false);
+  EXPECT_EQ(probe().ufwLetsIn, false);
   root.write("etc/ufw/user.rules", tuple("allow tcp 80 0.0.0.0/0 any 0.0.0.0/0 in"));
-  EXPECT_EQ(facts().ufwLetsIn, true);
+  EXPECT_EQ(probe().ufwLetsIn, true);
 }
 
 TEST_F(FirewallFactsTest, UfwThatLetsEveryoneIn) {
   root.write("etc/ufw/ufw.conf", "ENABLED=yes\n");
   root.write("etc/default/ufw", "DEFAULT_INPUT_POLICY=\"ACCEPT\"\n");
-  EXPECT_EQ(facts().ufwLetsIn, true);
+  EXPECT_EQ(probe().ufwLetsIn, true);
 }
 
 TEST_F(FirewallFactsTest, RulesOfOtherKinds) {
   root.write("etc/iptables/rules.v4", "");
-  EXPECT_TRUE(facts().rulesAreLoaded);
+  EXPECT_TRUE(probe().rulesAreLoaded);
 }
 
 TEST_F(FirewallFactsTest, NftablesAtStart) {
@@ -156,7 +156,7 @@ TEST_F(FirewallFactsTest, NftablesAtStart) {
   std::filesystem::create_symlink(
       "/lib/systemd/system/nftables.service",
       root / "etc/systemd/system/sysinit.target.wants/nftables.service");
-  EXPECT_TRUE(facts().rulesAreLoaded);
+  EXPECT_TRUE(probe().rulesAreLoaded);
 }
 
 }  // namespace

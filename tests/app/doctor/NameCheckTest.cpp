@@ -8,13 +8,13 @@ namespace {
 using enum Finding::State;
 using Bus = BusInquiry::State;
 
-NameFacts withDaemon(const std::string& computerName) {
+NameProbe withDaemon(const std::string& computerName) {
   return {.hostname = "tarvinel", .daemonRuns = true, .computerName = computerName};
 }
 
 TEST(NameCheck, WhoAnswersForTheName) {
   EXPECT_EQ(
-      judge(NameFacts{.hostname = "tarvinel", .bus = Bus::isAbsent}),
+      judge(NameProbe{.hostname = "tarvinel", .bus = Bus::isAbsent}),
       (Findings{{fine, "No Avahi daemon runs: Tarvinel itself answers for tarvinel.local.", {}}}));
   EXPECT_EQ(judge(withDaemon("desk.local")),
             (Findings{{fine, "The Avahi daemon runs and will publish tarvinel.local.", {}}}));
@@ -24,24 +24,24 @@ TEST(NameCheck, WhoAnswersForTheName) {
 }
 
 TEST(NameCheck, ANameThatIsTakenIsToBeMended) {
-  auto facts = withDaemon("desk.local");
-  facts.found = "10.0.0.7";
-  EXPECT_EQ(judge(facts), (Findings{{toBeMended,
+  auto probe = withDaemon("desk.local");
+  probe.found = "10.0.0.7";
+  EXPECT_EQ(judge(probe), (Findings{{toBeMended,
                                      "tarvinel.local is taken in this network, by 10.0.0.7.",
                                      {R"(Set "hostname" in config.json to another name.)"}}}));
 }
 
 TEST(NameCheck, ANameOfOurOwnIsNotTaken) {
-  auto facts = withDaemon("desk.local");
-  facts.found = "10.0.0.7";
-  facts.foundIsOwn = true;
+  auto probe = withDaemon("desk.local");
+  probe.found = "10.0.0.7";
+  probe.foundIsOwn = true;
   EXPECT_EQ(
-      judge(facts),
+      judge(probe),
       (Findings{{fine, "tarvinel.local leads to this computer already: Tarvinel runs.", {}}}));
 }
 
 TEST(NameCheck, ADaemonThatDoesNotAnswerIsToBeMended) {
-  EXPECT_EQ(judge(NameFacts{.hostname = "tarvinel", .bus = Bus::isSilent, .daemonRuns = true}),
+  EXPECT_EQ(judge(NameProbe{.hostname = "tarvinel", .bus = Bus::isSilent, .daemonRuns = true}),
             (Findings{{toBeMended,
                        "tarvinel.local cannot be published: the Avahi daemon does not answer.",
                        {"Start it anew: sudo systemctl restart avahi-daemon"}}}));
@@ -49,7 +49,7 @@ TEST(NameCheck, ADaemonThatDoesNotAnswerIsToBeMended) {
 
 TEST(NameCheck, NoName) {
   EXPECT_EQ(
-      judge(NameFacts::of("", "/sys")),
+      judge(NameProbe::of("", "/sys")),
       (Findings{{fine, R"(None is published: "hostname" in the configuration is empty.)", {}}}));
 }
 

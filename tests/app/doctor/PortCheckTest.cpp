@@ -14,28 +14,28 @@ namespace tarvinel {
 namespace {
 
 using enum Finding::State;
-using Helper = PortFacts::Helper;
+using Helper = PortProbe::Helper;
 
 const std::string otherPort = R"(Or set "port" in config.json, or start with --port 8080.)";
 
 TEST(PortCheck, AFreePort) {
-  EXPECT_EQ(judge(PortFacts{.port = 8080}), (Findings{{fine, "Port 8080 is free.", {}}}));
-  EXPECT_EQ(judge(PortFacts{.port = 80, .helper = Helper::listens}),
+  EXPECT_EQ(judge(PortProbe{.port = 8080}), (Findings{{fine, "Port 8080 is free.", {}}}));
+  EXPECT_EQ(judge(PortProbe{.port = 80, .helper = Helper::listens}),
             (Findings{{fine, "Port 80 is free, and the helper may listen on it.", {}}}));
-  EXPECT_EQ(judge(PortFacts{.port = 0}),
+  EXPECT_EQ(judge(PortProbe{.port = 0}),
             (Findings{{fine, "Any free port will do, as asked for.", {}}}));
 }
 
 TEST(PortCheck, ATakenPortAndWhoHasIt) {
-  EXPECT_EQ(judge(PortFacts{.port = 80, .error = EADDRINUSE}),
+  EXPECT_EQ(judge(PortProbe{.port = 80, .error = EADDRINUSE}),
             (Findings{{toBeMended, "Port 80 is taken.", {otherPort}}}));
   EXPECT_EQ(
-      judge(PortFacts{.port = 80, .error = EADDRINUSE, .holder = PortHolder{"www", "nginx", 42}}),
+      judge(PortProbe{.port = 80, .error = EADDRINUSE, .holder = PortHolder{"www", "nginx", 42}}),
       (Findings{{toBeMended,
                  "Port 80 is taken by nginx (process 42, user www).",
                  {"End that program if it may end.", otherPort}}}));
   EXPECT_EQ(
-      judge(PortFacts{.port = 80, .error = EADDRINUSE, .holder = PortHolder{"root", "", 0}}),
+      judge(PortProbe{.port = 80, .error = EADDRINUSE, .holder = PortHolder{"root", "", 0}}),
       (Findings{{toBeMended,
                  "Port 80 is taken by a program of the user root.",
                  {"See which: sudo ss -ltnp sport = :80. End it if it may end.", otherPort}}}));
@@ -43,12 +43,12 @@ TEST(PortCheck, ATakenPortAndWhoHasIt) {
 
 TEST(PortCheck, ThatTarvinelRunsAlreadyIsWorthKnowing) {
   EXPECT_EQ(
-      judge(PortFacts{.port = 80, .error = EADDRINUSE, .holder = PortHolder{"me", "tarvinel", 42}}),
+      judge(PortProbe{.port = 80, .error = EADDRINUSE, .holder = PortHolder{"me", "tarvinel", 42}}),
       (Findings{{worthKnowing, "Tarvinel is running already and has port 80 (process 42).", {}}}));
 }
 
 TEST(PortCheck, APortThatThisUserMayNotHave) {
-  EXPECT_EQ(judge(PortFacts{.port = 80,
+  EXPECT_EQ(judge(PortProbe{.port = 80,
                             .error = EACCES,
                             .helper = Helper::mayNot,
                             .helperPlace = "/usr/libexec/tarvinel/tarvinel-bind"}),
@@ -57,7 +57,7 @@ TEST(PortCheck, APortThatThisUserMayNotHave) {
                        {"Let the helper: sudo setcap cap_net_bind_service=ep "
                         "/usr/libexec/tarvinel/tarvinel-bind",
                         otherPort}}}));
-  EXPECT_EQ(judge(PortFacts{.port = 80,
+  EXPECT_EQ(judge(PortProbe{.port = 80,
                             .error = EACCES,
                             .helper = Helper::isMissing,
                             .helperPlace = "/usr/libexec/tarvinel/tarvinel-bind"}),
@@ -66,7 +66,7 @@ TEST(PortCheck, APortThatThisUserMayNotHave) {
                        {"The helper that may is not at /usr/libexec/tarvinel/tarvinel-bind: "
                         "install Tarvinel again.",
                         otherPort}}}));
-  EXPECT_EQ(judge(PortFacts{.port = 443, .error = EACCES}),
+  EXPECT_EQ(judge(PortProbe{.port = 443, .error = EACCES}),
             (Findings{{toBeMended,
                        "This user may not listen on port 443.",
                        {R"(Set "port" in config.json to 80, which the helper may use, or to one )"
@@ -75,7 +75,7 @@ TEST(PortCheck, APortThatThisUserMayNotHave) {
 
 TEST(PortCheck, AnyOtherRefusal) {
   EXPECT_EQ(
-      judge(PortFacts{.port = 80, .error = EADDRNOTAVAIL}),
+      judge(PortProbe{.port = 80, .error = EADDRNOTAVAIL}),
       (Findings{
           {toBeMended, "Port 80 cannot be listened on: Cannot assign requested address.", {}}}));
 }
@@ -92,28 +92,28 @@ TEST(PortFacts, OfARealPort) {
   {
     const ListeningSocket taken = listenOnAllAddresses(0);
     port = portOf(taken);
-    const auto facts = PortFacts::of(port, "/nowhere");
-    EXPECT_EQ(facts.error, EADDRINUSE);
-    ASSERT_TRUE(facts.holder);
-    EXPECT_EQ(facts.holder->process, ::getpid());
-    EXPECT_EQ(facts.holder->program, "tarvinel_tests");
+    const auto probe = PortProbe::of(port, "/nowhere");
+    EXPECT_EQ(probe.error, EADDRINUSE);
+    ASSERT_TRUE(probe.holder);
+    EXPECT_EQ(probe.holder->process, ::getpid());
+    EXPECT_EQ(probe.holder->program, "tarvinel_tests");
   }
-  EXPECT_EQ(PortFacts::of(port, "/nowhere").error, 0);
+  EXPECT_EQ(PortProbe::of(port, "/nowhere").error, 0);
   EXPECT_EQ(listenOnAllAddresses(port).error, 0) << "it was given back";
 }
 
 TEST(PortFacts, OfARefusalAreWhatTheDoctorWouldFind) {
   const test::TemporaryFolder folder;
   const auto helper = folder.write("tarvinel-bind", "");
-  const auto refused = PortFacts::afterRefusal(80, EACCES, helper);
+  const auto refused = PortProbe::afterRefusal(80, EACCES, helper);
   EXPECT_EQ(judge(refused).front().advice.front(),
             "Let the helper: sudo setcap cap_net_bind_service=ep " + helper.string());
-  EXPECT_EQ(PortFacts::afterRefusal(80, EACCES, folder / "none").helper, Helper::isMissing);
-  EXPECT_EQ(PortFacts::afterRefusal(443, EACCES, helper).helper, Helper::notAsked);
+  EXPECT_EQ(PortProbe::afterRefusal(80, EACCES, folder / "none").helper, Helper::isMissing);
+  EXPECT_EQ(PortProbe::afterRefusal(443, EACCES, helper).helper, Helper::notAsked);
   const ListeningSocket taken = listenOnAllAddresses(0);
-  const auto facts = PortFacts::afterRefusal(portOf(taken), EADDRINUSE, helper);
-  ASSERT_TRUE(facts.holder);
-  EXPECT_EQ(facts.holder->process, ::getpid());
+  const auto probe = PortProbe::afterRefusal(portOf(taken), EADDRINUSE, helper);
+  ASSERT_TRUE(probe.holder);
+  EXPECT_EQ(probe.holder->process, ::getpid());
 }
 
 TEST(ListeningEntry, IsFoundInTheKernelsTable) {

@@ -8,19 +8,19 @@ namespace {
 using enum Finding::State;
 
 TEST(SessionCheck, NamesTheKindOfSession) {
-  EXPECT_EQ(judge(SessionFacts{{":0", "", "x11"}, "XFCE"}),
+  EXPECT_EQ(judge(SessionProbe{{":0", "", "x11"}, "XFCE"}),
             (Findings{{fine, "An X11 session (XFCE), display :0.", {}}}));
-  EXPECT_EQ(judge(SessionFacts{{":7", "", ""}, ""}),
+  EXPECT_EQ(judge(SessionProbe{{":7", "", ""}, ""}),
             (Findings{{fine, "An X11 session, display :7.", {}}}));
-  EXPECT_EQ(judge(SessionFacts{{":0", "wayland-0", "wayland"}, "GNOME"}),
+  EXPECT_EQ(judge(SessionProbe{{":0", "wayland-0", "wayland"}, "GNOME"}),
             (Findings{{fine, "A Wayland session (GNOME).", {}}}));
-  EXPECT_EQ(judge(SessionFacts{{":0", "", "wayland"}, ""}),
+  EXPECT_EQ(judge(SessionProbe{{":0", "", "wayland"}, ""}),
             (Findings{{fine, "A Wayland session.", {}}}));
 }
 
 TEST(SessionCheck, SaysHowToStartWithoutADesktop) {
   EXPECT_EQ(
-      judge(SessionFacts{}),
+      judge(SessionProbe{}),
       (Findings{{worthKnowing,
                  "No desktop: neither DISPLAY nor WAYLAND_DISPLAY is set.",
                  {"Start with --headless. It shows a built-in picture, as there is no screen to "

@@ -155,13 +155,13 @@ TEST_F(AppModelNameTest, AnotherAddressIsPutInPlaceAtEveryFifthTick) {
 TEST_F(AppModelNameTest, AnUpdateThatFailsIsLoggedAndTriedAgain) {
   launchAndRegister();
   host = "10.0.0.2";
-  names.answerWith(DNSServiceCode::unknown);
+  names.respondWith(DNSServiceCode::unknown);
   tick(5);
   EXPECT_THAT(log.lines(),
               Contains("app|error|mDNS update to 10.0.0.2 failed: DNS service error -65537"));
   EXPECT_EQ(model->nameURL(), nameURL());
   EXPECT_EQ(model->nameError(), std::nullopt);
-  names.answerWith(DNSServiceCode::noError);
+  names.respondWith(DNSServiceCode::noError);
   tick(10);
   EXPECT_THAT(names.calls(),
               ElementsAre("register studio.local. 10.0.0.1", "update 10.0.0.2", "update 10.0.0.2"));
@@ -228,7 +228,7 @@ TEST_F(AppModelNameTest, ARefusalByPrivacySettingsIsReported) {
 }
 
 TEST_F(AppModelNameTest, ARefusalAtOnceByPrivacySettingsIsReportedWithItsCode) {
-  names.answerWith(DNSServiceCode::notAllowed);
+  names.respondWith(DNSServiceCode::notAllowed);
   launch();
   EXPECT_EQ(model->nameError(), privacyRefusalText);
   EXPECT_THAT(log.lines(),
@@ -236,7 +236,7 @@ TEST_F(AppModelNameTest, ARefusalAtOnceByPrivacySettingsIsReportedWithItsCode) {
 }
 
 TEST_F(AppModelNameTest, AFailureAtOnceIsReportedWithItsReason) {
-  names.answerWith(DNSServiceCode::unknown);
+  names.respondWith(DNSServiceCode::unknown);
   launch();
   EXPECT_EQ(model->nameError(), "Couldn't publish studio.local: DNS service error -65537");
   EXPECT_THAT(log.lines(),
@@ -273,7 +273,7 @@ TEST_F(AppModelNameTest, TheConsoleShowsTheNameBesideTheAddress) {
   launchAndRegister();
   EXPECT_EQ(printed(), "Starting server…\nNot sharing\nOpen " + *model->serverURL() +
                            " in any browser\nOpen " + nameURL() + " in any browser\n");
-  console->obey("status");
+  console->execute("status");
   EXPECT_EQ(printed(), "Open " + *model->serverURL() + " in any browser\nOpen " + nameURL() +
                            " in any browser\nNot sharing\n");
 }
@@ -287,7 +287,7 @@ TEST_F(AppModelNameTest, TheConsoleSaysOnceWhatFailsAgainAndAgain) {
   }
   EXPECT_EQ(printed(), std::string(conflictText) + "\n");
   reply(DNSServiceCode::nameConflict);
-  console->obey("status");
+  console->execute("status");
   EXPECT_EQ(printed(),
             "Open " + *model->serverURL() + " in any browser\n" + conflictText + "\nNot sharing\n");
   tick(30);

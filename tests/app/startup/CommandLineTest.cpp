@@ -30,7 +30,7 @@ CommandLineExit exitOf(std::initializer_list<const char*> words) {
 
 TEST(CommandLine, HeadlessAloneTakesEveryDefault) {
   const CommandLineOptions options = optionsOf({"--headless"});
-  EXPECT_EQ(options.capture, CaptureRoad::automatic);
+  EXPECT_EQ(options.capture, CaptureBackend::automatic);
   EXPECT_EQ(options.share, std::nullopt);
   EXPECT_EQ(options.port, std::nullopt);
   EXPECT_EQ(options.config, std::nullopt);
@@ -42,7 +42,7 @@ TEST(CommandLine, HeadlessAloneTakesEveryDefault) {
 TEST(CommandLine, ReadsEveryOption) {
   const CommandLineOptions options = optionsOf(
       {"--headless", "--capture", "x11", "--share", "display-5", "--port=8080", "--verbose"});
-  EXPECT_EQ(options.capture, CaptureRoad::x11);
+  EXPECT_EQ(options.capture, CaptureBackend::x11);
   EXPECT_EQ(options.share, "display-5");
   EXPECT_EQ(options.port, 8080);
   EXPECT_TRUE(options.verbose);
@@ -50,8 +50,8 @@ TEST(CommandLine, ReadsEveryOption) {
                                                            "--port", "--verbose"));
   EXPECT_EQ(optionsOf({"--headless", "--config", "a b.json"}).config, "a b.json");
   EXPECT_EQ(optionsOf({"--headless", "--profile=/a"}).profile, "/a");
-  EXPECT_EQ(optionsOf({"--headless", "--capture", "pattern"}).capture, CaptureRoad::pattern);
-  EXPECT_EQ(optionsOf({"--headless", "--capture", "auto"}).capture, CaptureRoad::automatic);
+  EXPECT_EQ(optionsOf({"--headless", "--capture", "pattern"}).capture, CaptureBackend::pattern);
+  EXPECT_EQ(optionsOf({"--headless", "--capture", "auto"}).capture, CaptureBackend::automatic);
   EXPECT_EQ(optionsOf({"--headless", "--port", "0"}).port, 0);
   EXPECT_EQ(optionsOf({"--headless", "--port", "65535"}).port, 65535);
 }

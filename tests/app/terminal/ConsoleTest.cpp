@@ -40,7 +40,7 @@ class ConsoleTest : public ModelFixture {
   }
 
   std::string printedBy(std::string_view command) {
-    console->obey(command);
+    console->execute(command);
     return std::exchange(out, std::ostringstream()).str();
   }
 
@@ -92,14 +92,14 @@ TEST_F(ConsoleTest, AFolderBesideOneThatIsGoneIsRejected) {
 
 TEST_F(ConsoleTest, ListsSources) {
   launchQuietly();
-  console->obey("sources");
+  console->execute("sources");
   EXPECT_EQ(printedUntil([&] { return !out.str().empty(); }),
             "display-7\tDisplay 1 (main) 1280×720\n");
 }
 
 TEST_F(ConsoleTest, SharesAndStops) {
   launchQuietly();
-  console->obey("  share   display-7 \r");
+  console->execute("  share   display-7 \r");
   EXPECT_EQ(printedUntil([&] { return model->isSharing(); }),
             "Sharing Display 1 (main) 1280×720 · 0 viewers\n");
   EXPECT_EQ(printedBy("stop"), "Not sharing\n");
@@ -107,14 +107,14 @@ TEST_F(ConsoleTest, SharesAndStops) {
 
 TEST_F(ConsoleTest, ASourceThatIsNotListedIsNamed) {
   launchQuietly();
-  console->obey("share display-9");
+  console->execute("share display-9");
   EXPECT_EQ(printedUntil([&] { return !out.str().empty(); }),
             "No source \"display-9\"; \"sources\" lists them\n");
 }
 
 TEST_F(ConsoleTest, SaysWhyACaptureEnded) {
   launchQuietly();
-  console->obey("share display-7");
+  console->execute("share display-7");
   ASSERT_TRUE(mainQueue.runUntil([&] { return model->isSharing(); }));
   out.str("");
   screen.queue->sync(
@@ -126,7 +126,7 @@ TEST_F(ConsoleTest, SaysWhyACaptureEnded) {
 TEST_F(ConsoleTest, StatusShowsEveryLine) {
   launchQuietly();
   EXPECT_EQ(printedBy("status"), "Open " + *model->serverURL() + " in any browser\nNot sharing\n");
-  console->obey("share display-7");
+  console->execute("share display-7");
   ASSERT_TRUE(mainQueue.runUntil([&] { return model->isSharing(); }));
   out.str("");
   EXPECT_EQ(printedBy("status"), "Open " + *model->serverURL() +
@@ -139,7 +139,7 @@ TEST_F(ConsoleTest, OpensAndClosesUploads) {
   launchQuietly();
   const std::string open = "Uploads are open at " + *model->serverURL() + "upload, folder " +
                            model->uploadFolder().string() + "\n";
-  console->obey("uploads on");
+  console->execute("uploads on");
   EXPECT_EQ(printedUntil([&] { return hasPrinted("participants"); }),
             open + "Uploads: 0 files, 0 MB, 0 participants\n");
   EXPECT_EQ(printedBy("uploads on"), "");
@@ -161,8 +161,8 @@ TEST_F(ConsoleTest, ChoosesTheFolder) {
 TEST_F(ConsoleTest, SaysWhyAFolderCannotBeUsed) {
   folder.write("file", "");
   launchQuietly();
-  console->obey("uploads on");
-  console->obey("folder " + (folder / "file").string());
+  console->execute("uploads on");
+  console->execute("folder " + (folder / "file").string());
   EXPECT_THAT(printedUntil([&] { return model->uploadError().has_value(); }),
               EndsWith("Can't use upload folder: could not create or use upload root \"" +
                        (folder / "file").string() + "\"\n"));
@@ -190,7 +190,7 @@ TEST_F(ConsoleTest, AnUnchangedLineIsNotPrintedAgain) {
 
 TEST_F(ConsoleTest, QuitEndsTheProgramWithStatus0) {
   launchQuietly();
-  console->obey("quit");
+  console->execute("quit");
   EXPECT_EQ(quitWith, 0);
 }
 

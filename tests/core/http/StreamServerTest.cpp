@@ -72,7 +72,7 @@ class StreamServerTest : public testing::Test {
     return client;
   }
 
-  std::string answer(const std::string& head) const { return requested(head).readToEnd(); }
+  std::string response(const std::string& head) const { return requested(head).readToEnd(); }
 
   /// A viewer that has been counted and has read the head of the stream.
   TestClient viewer(int receiveBuffer = 0) {
@@ -113,7 +113,7 @@ class StreamServerTest : public testing::Test {
 TEST_F(StreamServerTest, Port0GivesThePortThatIsListenedOnAndLogsIt) {
   serve();
   EXPECT_NE(port, 0);
-  EXPECT_THAT(answer("GET /nowhere HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 404 Not Found\r\n"));
+  EXPECT_THAT(response("GET /nowhere HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 404 Not Found\r\n"));
   EXPECT_THAT(log.lines(), Contains("server|info|listening on port " + std::to_string(port)));
 }
 
@@ -126,7 +126,7 @@ TEST_F(StreamServerTest, ASecondStartIsRefusedAndTheFirstGoesOn) {
   } catch (const StreamServerError& error) {
     EXPECT_EQ(error.kind(), StreamServerError::Case::alreadyRunning);
   }
-  EXPECT_THAT(answer("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 OK\r\n"));
+  EXPECT_THAT(response("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 OK\r\n"));
 }
 
 TEST_F(StreamServerTest, APortInUseFailsWithThePlatformsErrorAndALaterStartIsAllowed) {
@@ -153,7 +153,7 @@ TEST_F(StreamServerTest, AfterStopTheSamePortCanBeListenedOnAtOnce) {
   const TestClient watching = viewer();  // leaves a connection behind in the kernel
   server->stop();
   serve(options(port));
-  EXPECT_THAT(answer("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 OK\r\n"));
+  EXPECT_THAT(response("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 OK\r\n"));
 }
 
 TEST_F(StreamServerTest, StopClosesViewersAndIdleConnectionsAndReportsNothing) {
@@ -184,7 +184,7 @@ TEST_F(StreamServerTest, OverTheCapAConnectionIsClosedWithoutAByteUntilOneIsFree
                   "server\\|info\\|connection cap \\(2\\) reached; refusing 127\\.0\\.0\\.1:.*")));
   first.close();
   ASSERT_TRUE(eventually([&] { return server->debugConnectionCount() == 1; }));
-  EXPECT_THAT(answer("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 OK\r\n"));
+  EXPECT_THAT(response("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 OK\r\n"));
 }
 
 // Answers
@@ -237,7 +237,7 @@ TEST_F(StreamServerTest, AFloodOfTooLongHeadsIsLoggedOnceASecondWithACount) {
 
 TEST_F(StreamServerTest, WhatAClientSentCannotBeginALineOfTheLogOrSteerATerminal) {
   serve();
-  answer("G\x1bT /a\nserver|info|\u009b31m HTTP/1.1\r\n\r\n");
+  response("G\x1bT /a\nserver|info|\u009b31m HTTP/1.1\r\n\r\n");
   EXPECT_THAT(linesWith("server|debug|"),
               ElementsAre(StartsWith(
                   R"(server|debug|G\x1bT /a\x0aserver|info|\u009b31m from 127.0.0.1:)")));
@@ -245,9 +245,9 @@ TEST_F(StreamServerTest, WhatAClientSentCannotBeginALineOfTheLogOrSteerATerminal
 
 TEST_F(StreamServerTest, ServesTheViewerPage) {
   serve();
-  EXPECT_EQ(answer("GET / HTTP/1.1\r\nHost: a\r\n\r\n"),
+  EXPECT_EQ(response("GET / HTTP/1.1\r\nHost: a\r\n\r\n"),
             bytes(HTTPResponse::html(ViewerPage::html())));
-  EXPECT_EQ(answer("GET /index.html?x HTTP/1.1\r\n\r\n"),
+  EXPECT_EQ(response("GET /index.html?x HTTP/1.1\r\n\r\n"),
             bytes(HTTPResponse::html(ViewerPage::html())));
 }
 
@@ -257,10 +257,10 @@ TEST_F(StreamServerTest, ServesThePagesWithTheBrandAndTheHelpPageWithTheHostName
   branded.brand = brand;
   branded.hostname = "studio";
   serve(branded);
-  EXPECT_EQ(answer("GET / HTTP/1.1\r\n\r\n"), bytes(HTTPResponse::html(ViewerPage::html(brand))));
+  EXPECT_EQ(response("GET / HTTP/1.1\r\n\r\n"), bytes(HTTPResponse::html(ViewerPage::html(brand))));
   const std::string help = bytes(HTTPResponse::html(HelpPage::html(brand, "studio")));
-  EXPECT_EQ(answer("GET /help HTTP/1.1\r\n\r\n"), help);
-  EXPECT_EQ(answer("HEAD /help/ HTTP/1.1\r\n\r\n"), help);
+  EXPECT_EQ(response("GET /help HTTP/1.1\r\n\r\n"), help);
+  EXPECT_EQ(response("HEAD /help/ HTTP/1.1\r\n\r\n"), help);
 }
 
 TEST_F(StreamServerTest, ServesTheBrandsFiles) {
@@ -269,12 +269,12 @@ TEST_F(StreamServerTest, ServesTheBrandsFiles) {
   branded.brand = BrandConfig{.image = folder.write("logo.svg", "<svg/>").native(),
                               .font = folder.write("brand.woff2", "wOF2").native()};
   serve(branded);
-  EXPECT_EQ(answer("GET /brand/image HTTP/1.1\r\n\r\n"),
+  EXPECT_EQ(response("GET /brand/image HTTP/1.1\r\n\r\n"),
             "HTTP/1.1 200 OK\r\nContent-Type: image/svg+xml\r\nContent-Length: 6\r\n"
             "Cache-Control: public, max-age=300\r\nConnection: close\r\n"
             "X-Content-Type-Options: nosniff\r\nX-Frame-Options: DENY\r\n"
             "Content-Security-Policy: default-src 'none'; style-src 'unsafe-inline'\r\n\r\n<svg/>");
-  EXPECT_EQ(answer("HEAD /brand/font HTTP/1.1\r\n\r\n"),
+  EXPECT_EQ(response("HEAD /brand/font HTTP/1.1\r\n\r\n"),
             "HTTP/1.1 200 OK\r\nContent-Type: font/woff2\r\nContent-Length: 4\r\n"
             "Cache-Control: public, max-age=300\r\nConnection: close\r\n"
             "X-Content-Type-Options: nosniff\r\nX-Frame-Options: DENY\r\n"
@@ -288,11 +288,11 @@ TEST_F(StreamServerTest, ServesALargeLogoAndNotALargerOne) {
   branded.brand = BrandConfig{.image = logo.native()};
   std::filesystem::resize_file(logo, 10485760);
   serve(branded);
-  EXPECT_THAT(answer("GET /brand/image HTTP/1.1\r\n\r\n"),
+  EXPECT_THAT(response("GET /brand/image HTTP/1.1\r\n\r\n"),
               EndsWith("\r\n\r\n" + std::string(10485760, '\0')));
   std::filesystem::resize_file(logo, 10485761);
   serve(branded);
-  EXPECT_EQ(answer("GET /brand/image HTTP/1.1\r\n\r\n"), bytes(HTTPResponse::notFound()));
+  EXPECT_EQ(response("GET /brand/image HTTP/1.1\r\n\r\n"), bytes(HTTPResponse::notFound()));
 }
 
 TEST_F(StreamServerTest, ReadsTheBrandsFilesOnlyWhenItStarts) {
@@ -301,10 +301,10 @@ TEST_F(StreamServerTest, ReadsTheBrandsFilesOnlyWhenItStarts) {
   branded.brand = BrandConfig{.image = folder.write("logo.png", "one").native()};
   serve(branded);
   folder.write("logo.png", "two");
-  EXPECT_THAT(answer("GET /brand/image HTTP/1.1\r\n\r\n"), EndsWith("\r\n\r\none"));
+  EXPECT_THAT(response("GET /brand/image HTTP/1.1\r\n\r\n"), EndsWith("\r\n\r\none"));
   server->stop();
   port = started(*server).value();
-  EXPECT_THAT(answer("GET /brand/image HTTP/1.1\r\n\r\n"), EndsWith("\r\n\r\ntwo"));
+  EXPECT_THAT(response("GET /brand/image HTTP/1.1\r\n\r\n"), EndsWith("\r\n\r\ntwo"));
 }
 
 TEST_F(StreamServerTest, AStopWhileTheBrandsFilesAreReadEndsTheStart) {
@@ -331,13 +331,13 @@ TEST_F(StreamServerTest, FilesOfTheBrandThatCannotBeReadAreNotFoundAndHoldNothin
   auto branded = options();
   branded.brand = BrandConfig{.image = (folder / "pipe.png").native(), .font = "/dev/zero.woff2"};
   serve(branded);
-  EXPECT_EQ(answer("GET /brand/image HTTP/1.1\r\n\r\n"), bytes(HTTPResponse::notFound()));
-  EXPECT_EQ(answer("GET /brand/font HTTP/1.1\r\n\r\n"), bytes(HTTPResponse::notFound()));
+  EXPECT_EQ(response("GET /brand/image HTTP/1.1\r\n\r\n"), bytes(HTTPResponse::notFound()));
+  EXPECT_EQ(response("GET /brand/font HTTP/1.1\r\n\r\n"), bytes(HTTPResponse::notFound()));
 }
 
 TEST_F(StreamServerTest, HEADIsAnsweredLikeGETBodyIncluded) {
   serve();
-  EXPECT_EQ(answer("HEAD / HTTP/1.1\r\n\r\n"), bytes(HTTPResponse::html(ViewerPage::html())));
+  EXPECT_EQ(response("HEAD / HTTP/1.1\r\n\r\n"), bytes(HTTPResponse::html(ViewerPage::html())));
 }
 
 TEST_F(StreamServerTest, StatusCountsTheBroadcastersViewers) {
@@ -345,7 +345,7 @@ TEST_F(StreamServerTest, StatusCountsTheBroadcastersViewers) {
   const TestClient one = viewer();
   const TestClient two = viewer();
   EXPECT_EQ(
-      answer("GET /status HTTP/1.1\r\n\r\n"),
+      response("GET /status HTTP/1.1\r\n\r\n"),
       bytes(HTTPResponse::json(
           R"({"sharing":true,"viewers":2,"source":"Display 1","fps":12,"version":"1.2","build":"34"})")));
 }
@@ -355,16 +355,16 @@ TEST_F(StreamServerTest, UnknownPathsAndAbsentPartsAreNotFound) {
   const std::string notFound = bytes(HTTPResponse::notFound());
   for (const char* path :
        {"/nowhere", "/brand/image", "/brand/font", "/upload", "/upload/status"}) {
-    EXPECT_EQ(answer(std::string("GET ") + path + " HTTP/1.1\r\n\r\n"), notFound) << path;
+    EXPECT_EQ(response(std::string("GET ") + path + " HTTP/1.1\r\n\r\n"), notFound) << path;
   }
-  EXPECT_EQ(answer("PUT /upload/ann/a.jpg HTTP/1.1\r\nContent-Length: 1\r\n\r\nx"), notFound);
+  EXPECT_EQ(response("PUT /upload/ann/a.jpg HTTP/1.1\r\nContent-Length: 1\r\n\r\nx"), notFound);
 }
 
 TEST_F(StreamServerTest, OtherMethodsAreNotAllowed) {
   serve();
   const std::string refused = bytes(HTTPResponse::methodNotAllowed());
-  EXPECT_EQ(answer("POST / HTTP/1.1\r\n\r\n"), refused);
-  EXPECT_EQ(answer("PUT / HTTP/1.1\r\n\r\n"), refused);
+  EXPECT_EQ(response("POST / HTTP/1.1\r\n\r\n"), refused);
+  EXPECT_EQ(response("PUT / HTTP/1.1\r\n\r\n"), refused);
 }
 
 TEST_F(StreamServerTest, ALargeBodyThatNobodyReadsDoesNotCostTheClientItsAnswer) {
@@ -376,7 +376,7 @@ TEST_F(StreamServerTest, ALargeBodyThatNobodyReadsDoesNotCostTheClientItsAnswer)
 
 TEST_F(StreamServerTest, BytesAfterTheHeadAreIgnored) {
   serve();
-  EXPECT_EQ(answer("GET /nowhere HTTP/1.1\r\n\r\nGET / HTTP/1.1\r\n\r\n"),
+  EXPECT_EQ(response("GET /nowhere HTTP/1.1\r\n\r\nGET / HTTP/1.1\r\n\r\n"),
             bytes(HTTPResponse::notFound()));
 }
 
@@ -403,8 +403,8 @@ TEST_F(StreamServerTest, UnderAForeignNameEverythingIsRedirectedToTheAddressByNu
   const std::string here = "http://127.0.0.1:" + std::to_string(port);
   for (const char* path : {"/", "/status", "/stream", "/nowhere", "/upload/Sam/a.jpg"}) {
     for (const char* method : {"GET", "HEAD", "PUT", "POST"}) {
-      EXPECT_EQ(answer(std::string(method) + " " + path +
-                       "?query HTTP/1.1\r\nHost: evil.example\r\n\r\n"),
+      EXPECT_EQ(response(std::string(method) + " " + path +
+                         "?query HTTP/1.1\r\nHost: evil.example\r\n\r\n"),
                 bytes(HTTPResponse::temporaryRedirect(here + path)));
     }
   }
@@ -416,7 +416,7 @@ TEST_F(StreamServerTest, UnderItsOwnNamesAndWithoutAnyItAnswers) {
   serve(named);
   for (const char* host : {"Host: 127.0.0.1\r\n", "Host: tarvinel.local:8080\r\n", "Host:\r\n", "",
                            "Host: Screen.Example.org\r\n", "host:  localhost  \r\n"}) {
-    EXPECT_EQ(answer(std::string("GET /nowhere HTTP/1.1\r\n") + host + "\r\n"),
+    EXPECT_EQ(response(std::string("GET /nowhere HTTP/1.1\r\n") + host + "\r\n"),
               bytes(HTTPResponse::notFound()))
         << host;
   }
@@ -427,8 +427,8 @@ TEST_F(StreamServerTest, OfSeveralHostLinesTheLastOneCounts) {
   const std::string request = "GET /nowhere HTTP/1.1\r\n";
   const std::string own = "Host: localhost\r\n";
   const std::string foreign = "Host: evil.example\r\n";
-  EXPECT_EQ(answer(request + foreign + own + "\r\n"), bytes(HTTPResponse::notFound()));
-  EXPECT_THAT(answer(request + own + foreign + "\r\n"), StartsWith("HTTP/1.1 307 "));
+  EXPECT_EQ(response(request + foreign + own + "\r\n"), bytes(HTTPResponse::notFound()));
+  EXPECT_THAT(response(request + own + foreign + "\r\n"), StartsWith("HTTP/1.1 307 "));
 }
 
 TEST_F(StreamServerTest, AnAbsoluteTargetIsNoRequest) {
@@ -442,7 +442,7 @@ TEST_F(StreamServerTest, ARedirectCarriesNothingButAPath) {
   serve();
   const std::string here = "http://127.0.0.1:" + std::to_string(port);
   const auto redirected = [&](const std::string& path) {
-    return answer("GET " + path + " HTTP/1.1\r\nHost: evil.example\r\n\r\n");
+    return response("GET " + path + " HTTP/1.1\r\nHost: evil.example\r\n\r\n");
   };
   EXPECT_EQ(
       redirected("/a\nSet-Cookie:\tb\rc\u00e9\x7f<>%41"),

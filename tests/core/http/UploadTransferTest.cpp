@@ -101,7 +101,7 @@ class UploadTransferTest : public testing::Test {
     return client;
   }
 
-  std::string answer(const std::string& request) const { return sent(request).readToEnd(); }
+  std::string response(const std::string& request) const { return sent(request).readToEnd(); }
 
   bool inFlight(int count) const {
     return eventually([&] { return controller->debugInFlight() == count; });
@@ -134,7 +134,7 @@ class UploadTransferTest : public testing::Test {
 
 TEST_F(UploadTransferTest, ABodyThatComesWithTheHeadIsStored) {
   serve();
-  EXPECT_EQ(answer(put("Sam/DSC_1234.NEF", "a photo")), created("Sam-DSC_1234.NEF"));
+  EXPECT_EQ(response(put("Sam/DSC_1234.NEF", "a photo")), created("Sam-DSC_1234.NEF"));
   EXPECT_THAT(folder.files(), ElementsAre("uploads/Sam-DSC_1234.NEF"));
   EXPECT_EQ(folder.read("uploads/Sam-DSC_1234.NEF"), "a photo");
   EXPECT_TRUE(inFlight(0));
@@ -151,7 +151,7 @@ TEST_F(UploadTransferTest, ABodyLargerThanAReadIsStoredByteForByte) {
   std::string body(3'000'000, '\0');
   for (std::size_t i = 0; i < body.size(); ++i)
     body[i] = static_cast<char>(i * 7 + i / 255);
-  EXPECT_EQ(answer(put("Sam/a.jpg", body)), created("Sam-a.jpg"));
+  EXPECT_EQ(response(put("Sam/a.jpg", body)), created("Sam-a.jpg"));
   EXPECT_TRUE(folder.read("uploads/Sam-a.jpg") == body);
 }
 
@@ -173,7 +173,7 @@ TEST_F(UploadTransferTest, AClientThatEndsItsSideAfterTheBodyGetsItsAnswer) {
 
 TEST_F(UploadTransferTest, NamesOfAnyScriptAreStoredAndTold) {
   serve();
-  EXPECT_EQ(answer(put("%E8%8A%B1%20%E5%AD%90/%D0%A4%D0%BE%D1%82%D0%BE.PNG", "x")),
+  EXPECT_EQ(response(put("%E8%8A%B1%20%E5%AD%90/%D0%A4%D0%BE%D1%82%D0%BE.PNG", "x")),
             created("花 子-Фото.PNG"));
   EXPECT_THAT(folder.files(), ElementsAre("uploads/花 子-Фото.PNG"));
 }
@@ -199,7 +199,7 @@ TEST_F(UploadTransferTest, AnUploadStaysWithTheStoreThatNamedIt) {
   controller->setStore(storeIn("elsewhere"));
   client.send("oto");
   EXPECT_EQ(client.readToEnd(), created("Sam-a.jpg"));
-  EXPECT_EQ(answer(put("Sam/b.jpg", "x")), created("Sam-b.jpg"));
+  EXPECT_EQ(response(put("Sam/b.jpg", "x")), created("Sam-b.jpg"));
   EXPECT_THAT(folder.files(), ElementsAre("elsewhere/Sam-b.jpg", "uploads/Sam-a.jpg"));
 }
 
@@ -218,29 +218,29 @@ TEST_F(UploadTransferTest, WhileTheyArriveFilesAreHidden) {
 TEST_F(UploadTransferTest, WithoutAControllerThereIsNothing) {
   serve(nullptr);
   const std::string notFound(textOf(HTTPResponse::notFound()));
-  EXPECT_EQ(answer(put("Sam/a.jpg", "x")), notFound);
-  EXPECT_EQ(answer("GET /upload HTTP/1.1\r\n\r\n"), notFound);
-  EXPECT_EQ(answer("GET /upload/status HTTP/1.1\r\n\r\n"), notFound);
+  EXPECT_EQ(response(put("Sam/a.jpg", "x")), notFound);
+  EXPECT_EQ(response("GET /upload HTTP/1.1\r\n\r\n"), notFound);
+  EXPECT_EQ(response("GET /upload/status HTTP/1.1\r\n\r\n"), notFound);
 }
 
 TEST_F(UploadTransferTest, RefusesWhatCannotBeAnUploadEvenWhileClosed) {
   serve();
   controller->setEnabled(false);
-  EXPECT_EQ(answer(put("!!!/a.mov", "")),
+  EXPECT_EQ(response(put("!!!/a.mov", "")),
             refused("400 Bad Request", "name must contain letters or digits"));
-  EXPECT_EQ(answer(put("Sam/a.mov", "")),
+  EXPECT_EQ(response(put("Sam/a.mov", "")),
             refused("415 Unsupported Media Type",
                     "file type not accepted; allowed: 3fr, arw, cr2, cr3, dng, fff, heic, heif, "
                     "iiq, jpeg, jpg, nef, nrw, orf, pef, png, raf, rw2, srw, tif, tiff, x3f"));
   EXPECT_EQ(
-      answer(put("Sam/README", "")),
+      response(put("Sam/README", "")),
       refused("400 Bad Request", "file name must contain letters or digits and an extension"));
-  EXPECT_EQ(answer(head("Sam/a.jpg", std::nullopt)),
+  EXPECT_EQ(response(head("Sam/a.jpg", std::nullopt)),
             refused("411 Length Required", "Content-Length required"));
-  EXPECT_EQ(answer(put("Sam/a.jpg", "")), refused("400 Bad Request", "empty file"));
-  EXPECT_EQ(answer(head("Sam/a.jpg", 10'000'001)),
+  EXPECT_EQ(response(put("Sam/a.jpg", "")), refused("400 Bad Request", "empty file"));
+  EXPECT_EQ(response(head("Sam/a.jpg", 10'000'001)),
             refused("413 Payload Too Large", "files over 0 GB are not accepted"));
-  EXPECT_EQ(answer(put("Sam/a.jpg", "x")),
+  EXPECT_EQ(response(put("Sam/a.jpg", "x")),
             refused("403 Forbidden", "Uploads are closed right now, ask your Pro to open them"));
   expectNothingLeft();
 }
@@ -251,13 +251,13 @@ TEST_F(UploadTransferTest, TheNinthAtOnceIsTurnedAwayUntilOneEnds) {
   for (int i = 0; i < 8; ++i)
     eight.push_back(sent(head("Sam/a.jpg", 2) + "x"));
   ASSERT_TRUE(inFlight(8));
-  EXPECT_EQ(answer(put("Sam/a.jpg", "xx")),
+  EXPECT_EQ(response(put("Sam/a.jpg", "xx")),
             refused("503 Service Unavailable", "busy, retry in a few seconds"));
   for (TestClient& client : eight) {
     client.send("x");
     EXPECT_THAT(client.readToEnd(), StartsWith("HTTP/1.1 201 Created\r\n"));
   }
-  EXPECT_EQ(answer(put("Sam/a.jpg", "xx")), created("Sam-a-9.jpg"));
+  EXPECT_EQ(response(put("Sam/a.jpg", "xx")), created("Sam-a-9.jpg"));
 }
 
 TEST_F(UploadTransferTest, SilentConnectionsOfOneAddressKeepNobodyElseOut) {
@@ -268,7 +268,7 @@ TEST_F(UploadTransferTest, SilentConnectionsOfOneAddressKeepNobodyElseOut) {
     ASSERT_TRUE(logged(fmt::format("start Eve {}.jpg", i)));
   }
   const std::string busy = refused("503 Service Unavailable", "busy, retry in a few seconds");
-  EXPECT_EQ(answer(put("Eve/8.jpg", "xx")), busy);
+  EXPECT_EQ(response(put("Eve/8.jpg", "xx")), busy);
   for (int i = 0; i < 4; ++i) {
     TestClient other(port, "127.0.0.2");
     other.send(put("Sam/a.jpg", "a photo"));
@@ -283,7 +283,7 @@ TEST_F(UploadTransferTest, SilentConnectionsOfOneAddressKeepNobodyElseOut) {
 
 TEST_F(UploadTransferTest, AFullDiskIsTold) {
   serve({}, [] { return std::optional<std::int64_t>(1'000'000); });
-  EXPECT_EQ(answer(put("Sam/a.jpg", "x")),
+  EXPECT_EQ(response(put("Sam/a.jpg", "x")),
             refused("507 Insufficient Storage", "not enough space on the Pro's disk"));
   expectNothingLeft();
 }
@@ -291,8 +291,8 @@ TEST_F(UploadTransferTest, AFullDiskIsTold) {
 TEST_F(UploadTransferTest, With100FilesOfItsNameThereIsNoPlaceForMore) {
   serve();
   for (int i = 0; i < 100; ++i)
-    EXPECT_THAT(answer(put("Sam/a.jpg", "x")), StartsWith("HTTP/1.1 201 Created\r\n"));
-  EXPECT_EQ(answer(put("Sam/a.jpg", "x")),
+    EXPECT_THAT(response(put("Sam/a.jpg", "x")), StartsWith("HTTP/1.1 201 Created\r\n"));
+  EXPECT_EQ(response(put("Sam/a.jpg", "x")),
             refused("500 Internal Server Error", "could not create the file"));
   EXPECT_THAT(log.lines(),
               Contains("upload|error|reserve Sam/a.jpg failed: could not find a free name for "
@@ -303,7 +303,7 @@ TEST_F(UploadTransferTest, With100FilesOfItsNameThereIsNoPlaceForMore) {
 TEST_F(UploadTransferTest, AFolderThatIsGoneIsTold) {
   serve();
   std::filesystem::remove(folder / "uploads");
-  EXPECT_EQ(answer(put("Sam/a.jpg", "x")),
+  EXPECT_EQ(response(put("Sam/a.jpg", "x")),
             refused("500 Internal Server Error", "could not create the file"));
   expectNothingLeft();
 }
@@ -339,7 +339,7 @@ TEST_F(UploadTransferTest, AFileThatAnotherProgramHoldsIsLeftToIt) {
   serve();
   const auto held = PartialFile::create(
       std::make_shared<const Directory>(Directory::open(folder / "uploads")), ".Sam-a.jpg.partial");
-  EXPECT_EQ(answer(put("Sam/a.jpg", "a photo")), created("Sam-a-2.jpg"));
+  EXPECT_EQ(response(put("Sam/a.jpg", "a photo")), created("Sam-a-2.jpg"));
   EXPECT_TRUE(held->hasName(".Sam-a.jpg.partial"));
 }
 
@@ -347,7 +347,7 @@ TEST_F(UploadTransferTest, ADiskThatBreaksAtTheEndIsTold) {
   std::filesystem::create_directory(folder / "uploads");
   test::whileCallsFail({SYS_fsync}, EIO, [this] {
     serve();
-    EXPECT_EQ(answer(put("Sam/a.jpg", "a photo")),
+    EXPECT_EQ(response(put("Sam/a.jpg", "a photo")),
               refused("500 Internal Server Error", "could not write the file"));
     server.reset();
   });
@@ -360,7 +360,7 @@ TEST_F(UploadTransferTest, ADiskThatBreaksAtTheEndIsTold) {
 
 TEST_F(UploadTransferTest, MoreBodyThanAnnouncedIsRefusedAndNothingIsStored) {
   serve();
-  EXPECT_EQ(answer(head("Sam/a.jpg", 7) + "a photo!"),
+  EXPECT_EQ(response(head("Sam/a.jpg", 7) + "a photo!"),
             refused("400 Bad Request", "body longer than Content-Length"));
   EXPECT_THAT(log.lines(),
               Contains("upload|info|abort (400 Bad Request): body longer than Content-Length"));
@@ -488,10 +488,10 @@ TEST_F(UploadTransferTest, AResetWhileTheUploadIsFinishingKeepsTheFile) {
         return std::optional(plenty);
       });
   asio::ip::tcp::socket unused(queue.context());  // the body comes with the head
-  bool answered = false;
+  bool responded = false;
   const auto transfer = std::make_shared<UploadTransfer>(
       UploadQueues{queue, admission, pool},
-      UploadTransfer::Connection{unused, "", "", [&](const Bytes&) { answered = true; }, [] {}},
+      UploadTransfer::Connection{unused, "", "", [&](const Bytes&) { responded = true; }, [] {}},
       controller);
   queue.sync([&] {
     HTTPRequest request;
@@ -516,7 +516,7 @@ TEST_F(UploadTransferTest, AResetWhileTheUploadIsFinishingKeepsTheFile) {
   EXPECT_EQ(folder.read("uploads/Sam-a.jpg"), "a photo");
   EXPECT_EQ(controller->snapshot().files, 1);
   EXPECT_EQ(controller->debugInFlight(), 0);
-  EXPECT_FALSE(answered);
+  EXPECT_FALSE(responded);
 }
 
 // What else the server answers
@@ -526,8 +526,8 @@ TEST_F(UploadTransferTest, TheServerAnswersWhileADiskHangs) {
   serve({}, [&] { return disk.freeSpace(); });
   TestClient client = sent(put("Sam/a.jpg", "a photo"));
   disk.waitUntilAsked();
-  EXPECT_THAT(answer("GET /upload/status HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 OK\r\n"));
-  EXPECT_THAT(answer("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 OK\r\n"));
+  EXPECT_THAT(response("GET /upload/status HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 OK\r\n"));
+  EXPECT_THAT(response("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 OK\r\n"));
   disk.release();
   EXPECT_EQ(client.readToEnd(), created("Sam-a.jpg"));
 }
@@ -535,11 +535,11 @@ TEST_F(UploadTransferTest, TheServerAnswersWhileADiskHangs) {
 TEST_F(UploadTransferTest, ServesThePageAndTheStatus) {
   serve();
   for (const char* path : {"/upload", "/upload/"}) {
-    EXPECT_EQ(answer(fmt::format("GET {} HTTP/1.1\r\n\r\n", path)),
+    EXPECT_EQ(response(fmt::format("GET {} HTTP/1.1\r\n\r\n", path)),
               textOf(HTTPResponse::html(UploadPage::html())));
   }
-  answer(put("Sam/a.jpg", "a photo"));
-  EXPECT_EQ(answer("GET /upload/status HTTP/1.1\r\n\r\n"),
+  response(put("Sam/a.jpg", "a photo"));
+  EXPECT_EQ(response("GET /upload/status HTTP/1.1\r\n\r\n"),
             textOf(HTTPResponse::json(
                 R"({"enabled":true,"files":1,"bytes":7,"participants":1,"lastParticipant":"Sam",)"
                 R"("lastParticipantFiles":1})")));
@@ -550,7 +550,7 @@ TEST_F(UploadTransferTest, WithoutUploadsNewConnectionsFindNoneAndOldOnesGoOn) {
   TestClient before(port);
   ASSERT_TRUE(eventually([&] { return server->debugConnectionCount() == 1; }));
   server->setUploads(nullptr);
-  EXPECT_THAT(answer("GET /upload HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 404 Not Found\r\n"));
+  EXPECT_THAT(response("GET /upload HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 404 Not Found\r\n"));
   before.send(put("Sam/a.jpg", "a photo"));
   EXPECT_EQ(before.readToEnd(), created("Sam-a.jpg"));
 }

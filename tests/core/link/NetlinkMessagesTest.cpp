@@ -16,13 +16,13 @@
 namespace tarvinel {
 namespace {
 
-using enum NetworkFacts::Family;
+using enum NetworkInfo::Family;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 using Octets = std::vector<std::byte>;
-using Link = NetworkFacts::Link;
-using DefaultRoute = NetworkFacts::DefaultRoute;
+using Link = NetworkInfo::Link;
+using DefaultRoute = NetworkInfo::DefaultRoute;
 
 template <class Record>
 Octets octets(const Record& record) {
@@ -92,11 +92,11 @@ Octets nextHop(int index, int flags = 0) {
   return octets(hop);
 }
 
-NetworkFacts factsOf(std::span<const std::byte> datagram) {
-  NetworkFacts facts;
+NetworkInfo metadataOf(std::span<const std::byte> datagram) {
+  NetworkInfo info;
   for (const NetlinkMessage& found : netlinkMessages(datagram))
-    addTo(facts, found);
-  return facts;
+    addTo(info, found);
+  return info;
 }
 
 /// One of each kind.
@@ -107,35 +107,35 @@ Octets everything() {
 }
 
 TEST(NetlinkMessages, LinksAddressesAndDefaultRoutesAreTaken) {
-  const NetworkFacts facts = factsOf(everything());
-  EXPECT_THAT(facts.links, ElementsAre(Link{2, "eth0", true}));
-  EXPECT_THAT(facts.linksWithAddress, ElementsAre(2));
-  EXPECT_THAT(facts.defaultRoutes, ElementsAre(DefaultRoute{ipv4, 100, 2}, DefaultRoute{ipv4, 0, 5},
-                                               DefaultRoute{ipv4, 0, 6}));
+  const NetworkInfo info = metadataOf(everything());
+  EXPECT_THAT(info.links, ElementsAre(Link{2, "eth0", true}));
+  EXPECT_THAT(info.linksWithAddress, ElementsAre(2));
+  EXPECT_THAT(info.defaultRoutes, ElementsAre(DefaultRoute{ipv4, 100, 2}, DefaultRoute{ipv4, 0, 5},
+                                              DefaultRoute{ipv4, 0, 6}));
 }
 
 TEST(NetlinkMessages, ALinkCarriesWhenItIsUpAndRunningAndNotLoopback) {
-  EXPECT_FALSE(factsOf(link(1, "lo", IFF_UP | IFF_RUNNING | IFF_LOOPBACK)).links.at(0).carries);
-  EXPECT_FALSE(factsOf(link(2, "eth0", IFF_UP)).links.at(0).carries);
-  EXPECT_FALSE(factsOf(link(2, "eth0", IFF_RUNNING)).links.at(0).carries);
-  EXPECT_TRUE(factsOf(link(2, "eth0", IFF_UP | IFF_RUNNING)).links.at(0).carries);
+  EXPECT_FALSE(metadataOf(link(1, "lo", IFF_UP | IFF_RUNNING | IFF_LOOPBACK)).links.at(0).carries);
+  EXPECT_FALSE(metadataOf(link(2, "eth0", IFF_UP)).links.at(0).carries);
+  EXPECT_FALSE(metadataOf(link(2, "eth0", IFF_RUNNING)).links.at(0).carries);
+  EXPECT_TRUE(metadataOf(link(2, "eth0", IFF_UP | IFF_RUNNING)).links.at(0).carries);
 }
 
 TEST(NetlinkMessages, ANameThatCouldLeaveItsFolderIsNoInterface) {
   for (const char* name : {"", ".", "..", "../../etc", "a/b", "longer-than-any-name"})
-    EXPECT_THAT(factsOf(link(2, name)).links, IsEmpty()) << name;
+    EXPECT_THAT(metadataOf(link(2, name)).links, IsEmpty()) << name;
 }
 
 TEST(NetlinkMessages, AddressesOfTheHostOrTheLinkAloneSayNothing) {
-  EXPECT_THAT(factsOf(address(1, AF_INET, RT_SCOPE_HOST)).linksWithAddress, IsEmpty());
-  EXPECT_THAT(factsOf(address(2, AF_INET6, RT_SCOPE_LINK)).linksWithAddress, IsEmpty());
-  EXPECT_THAT(factsOf(address(2, AF_INET6)).linksWithAddress, ElementsAre(2));
+  EXPECT_THAT(metadataOf(address(1, AF_INET, RT_SCOPE_HOST)).linksWithAddress, IsEmpty());
+  EXPECT_THAT(metadataOf(address(2, AF_INET6, RT_SCOPE_LINK)).linksWithAddress, IsEmpty());
+  EXPECT_THAT(metadataOf(address(2, AF_INET6)).linksWithAddress, ElementsAre(2));
   // self-assigned, on a cable between two computers
-  EXPECT_THAT(factsOf(address(2, AF_INET, RT_SCOPE_LINK)).linksWithAddress, ElementsAre(2));
+  EXPECT_THAT(metadataOf(address(2, AF_INET, RT_SCOPE_LINK)).linksWithAddress, ElementsAre(2));
 }
 
 TEST(NetlinkMessages, AnIPv6DefaultRouteIsTaken) {
-  EXPECT_THAT(factsOf(route(defaultRoute(AF_INET6), 3, 1024)).defaultRoutes,
+  EXPECT_THAT(metadataOf(route(defaultRoute(AF_INET6), 3, 1024)).defaultRoutes,
               ElementsAre(DefaultRoute{ipv6, 1024, 3}));
 }
 
@@ -148,28 +148,28 @@ TEST(NetlinkMessages, OtherRoutesAreNot) {
   others[4].rtm_flags = RTM_F_CLONED;
   others[5].rtm_family = AF_DECnet;
   for (const rtmsg& head : others)
-    EXPECT_THAT(factsOf(route(head, 2, 0)).defaultRoutes, IsEmpty());
-  EXPECT_THAT(factsOf(message(RTM_NEWROUTE, octets(defaultRoute()))).defaultRoutes, IsEmpty());
+    EXPECT_THAT(metadataOf(route(head, 2, 0)).defaultRoutes, IsEmpty());
+  EXPECT_THAT(metadataOf(message(RTM_NEWROUTE, octets(defaultRoute()))).defaultRoutes, IsEmpty());
 }
 
 TEST(NetlinkMessages, ADeadPathOfARouteOverSeveralIsLeftOut) {
   const Octets hops = nextHop(5, RTNH_F_DEAD) + nextHop(6);
   const Octets several =
       message(RTM_NEWROUTE, octets(defaultRoute()) + attribute(RTA_MULTIPATH, hops));
-  EXPECT_THAT(factsOf(several).defaultRoutes, ElementsAre(DefaultRoute{ipv4, 0, 6}));
+  EXPECT_THAT(metadataOf(several).defaultRoutes, ElementsAre(DefaultRoute{ipv4, 0, 6}));
 }
 
 TEST(NetlinkMessages, OtherMessagesChangeNothing) {
-  EXPECT_EQ(factsOf(message(RTM_DELLINK, octets(ifinfomsg{}))), NetworkFacts{});
-  EXPECT_EQ(factsOf(message(NLMSG_DONE, {})), NetworkFacts{});
+  EXPECT_EQ(metadataOf(message(RTM_DELLINK, octets(ifinfomsg{}))), NetworkInfo{});
+  EXPECT_EQ(metadataOf(message(NLMSG_DONE, {})), NetworkInfo{});
 }
 
 TEST(NetlinkMessages, WhatIsCutOffIsLeftOut) {
   const Octets whole = everything();
-  const NetworkFacts all = factsOf(whole);
+  const NetworkInfo all = metadataOf(whole);
   for (std::size_t length = 0; length < whole.size(); ++length) {
     const Octets cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
-    EXPECT_NE(factsOf(cut), all) << length;
+    EXPECT_NE(metadataOf(cut), all) << length;
   }
 }
 
@@ -177,14 +177,14 @@ TEST(NetlinkMessages, LengthsThatAreNonsenseEndTheReading) {
   for (const std::uint32_t length : {0U, 1U, 15U, 4000U, 0xFFFFFFFFU}) {
     Octets datagram = link(2, "eth0");
     std::memcpy(datagram.data(), &length, sizeof length);
-    EXPECT_EQ(factsOf(datagram), NetworkFacts{}) << length;
+    EXPECT_EQ(metadataOf(datagram), NetworkInfo{}) << length;
   }
   const std::size_t firstAttribute = sizeof(nlmsghdr) + sizeof(ifinfomsg);
   for (const int wrong : {0, 3, 5000, 0xFFFF}) {
     const auto length = static_cast<std::uint16_t>(wrong);
     Octets datagram = link(2, "eth0");
     std::memcpy(datagram.data() + firstAttribute, &length, sizeof length);
-    EXPECT_EQ(factsOf(datagram), NetworkFacts{}) << length;
+    EXPECT_EQ(metadataOf(datagram), NetworkInfo{}) << length;
   }
 }
 
@@ -196,7 +196,7 @@ TEST(NetlinkMessages, RubbishIsSurvived) {
     for (int flips = 0; flips < 4; ++flips)
       datagram[random() % datagram.size()] = static_cast<std::byte>(random());
     datagram.resize(random() % (datagram.size() + 1));
-    EXPECT_LE(factsOf(datagram).links.size(), 1U);
+    EXPECT_LE(metadataOf(datagram).links.size(), 1U);
   }
 }
 

@@ -1,6 +1,6 @@
 #include "core/link/LinkMonitor.h"
 #include "core/link/NetlinkPath.h"
-#include "core/link/NetworkFacts.h"
+#include "core/link/NetworkInfo.h"
 #include "core/link/RouteSocket.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/FakeSysfs.h"
@@ -233,7 +233,7 @@ TEST_F(NetlinkPathTest, FindsItsWayAmongTwoHundredInterfaces) {
     ipBatch(links);
     ip("route add default via 10.2.0.2");
     EXPECT_TRUE(watched.becomes(false));
-    EXPECT_EQ(readNetworkFacts().links.size(), 5U + 200U);
+    EXPECT_EQ(readNetworkInfo().links.size(), 5U + 200U);
     ip("route replace default via 10.1.0.2");
     EXPECT_TRUE(watched.becomes(true));
   });
@@ -290,9 +290,9 @@ TEST(PathTypes, NoHardwareIsLeftOutAndAPhoneComesLast) {
 }
 
 TEST(NetlinkPath, WhereThisComputersOwnNetworkCanBeReadItHasALoopback) {
-  const NetworkFacts facts = readNetworkFacts();
-  const auto loopback = std::ranges::find(facts.links, "lo", &NetworkFacts::Link::name);
-  ASSERT_NE(loopback, facts.links.end());
+  const NetworkInfo info = readNetworkInfo();
+  const auto loopback = std::ranges::find(info.links, "lo", &NetworkInfo::Link::name);
+  ASSERT_NE(loopback, info.links.end());
   EXPECT_FALSE(loopback->carries);
 }
 

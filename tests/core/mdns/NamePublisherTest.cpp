@@ -94,7 +94,7 @@ TEST(NamePublisherRules, CodesBecomeStates) {
 
 struct TickRow {
   const char* what;
-  NamePublisher::TickFacts facts;
+  NamePublisher::TickState state;
   NamePublisher::TickAction action;
 };
 
@@ -126,7 +126,7 @@ TEST(NamePublisherRules, WhatATickDoesAboutTheName) {
       {"first address", {true, no, a, false, true, false}, Publish{a}},
   };
   for (const TickRow& row : rows) {
-    EXPECT_EQ(NamePublisher::tickAction(row.facts), row.action) << row.what;
+    EXPECT_EQ(NamePublisher::tickAction(row.state), row.action) << row.what;
   }
 }
 
@@ -189,7 +189,7 @@ TEST_F(NamePublisherTest, PublishingAgainWithdrawsFirst) {
 
 TEST_F(NamePublisherTest, ARefusalCarriesTheCodeAndLeavesNothingPublished) {
   publisher->publish("studio", "10.0.0.1");
-  names.answerWith(DNSServiceCode::policyDenied);
+  names.respondWith(DNSServiceCode::policyDenied);
   const auto error = errorOf([&] { publisher->publish("studio", "10.0.0.2"); });
   ASSERT_TRUE(error);
   EXPECT_EQ(error->kind(), Case::daemon);
@@ -218,12 +218,12 @@ TEST_F(NamePublisherTest, UpdatesInPlaceOnlyWhenTheAddressChanged) {
 
 TEST_F(NamePublisherTest, AnUpdateThatFailsIsTriedAgainByTheNext) {
   publisher->publish("studio", "10.0.0.1");
-  names.answerWith(DNSServiceCode::unknown);
+  names.respondWith(DNSServiceCode::unknown);
   const auto error = errorOf([&] { publisher->update("10.0.0.2"); });
   ASSERT_TRUE(error);
   EXPECT_EQ(error->kind(), Case::daemon);
   EXPECT_EQ(error->code(), -65537);
-  names.answerWith(DNSServiceCode::noError);
+  names.respondWith(DNSServiceCode::noError);
   publisher->update("10.0.0.2");
   EXPECT_THAT(names.calls(),
               ElementsAre("register studio.local. 10.0.0.1", "update 10.0.0.2", "update 10.0.0.2"));

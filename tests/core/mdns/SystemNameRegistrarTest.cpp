@@ -23,7 +23,7 @@ using testing::IsEmpty;
 
 using Finding = DaemonWatch::Finding;
 
-/// A registrar whose two roads and whose watch are the test's.
+/// A registrar whose two registrars and whose watch are the test's.
 class SystemNameRegistrarTest : public testing::Test {
  protected:
   void TearDown() override {
@@ -34,7 +34,7 @@ class SystemNameRegistrarTest : public testing::Test {
     return queue.sync([&] {
       registrar = std::make_unique<SystemNameRegistrar>(
           queue, log.category("mdns"),
-          SystemNameRegistrar::Roads{[this](SerialQueue&, DaemonWatch::Callback onFinding) {
+          SystemNameRegistrar::Registrars{[this](SerialQueue&, DaemonWatch::Callback onFinding) {
                                        onFinding_ = std::move(onFinding);
                                        return std::make_unique<DaemonWatch>();
                                      },
@@ -127,7 +127,7 @@ TEST_F(SystemNameRegistrarTest, NotKnowingIsAFailure) {
 }
 
 TEST_F(SystemNameRegistrarTest, ARoadThatCannotBeTakenIsAFailure) {
-  embedded.answerWith(DNSServiceCode::unknown);
+  embedded.respondWith(DNSServiceCode::unknown);
   registerName();
   find(Finding::absent);
   EXPECT_THAT(replies, ElementsAre(-65537));
@@ -140,7 +140,7 @@ TEST_F(SystemNameRegistrarTest, AnUpdateGoesToWhereTheRecordIs) {
   registerName();
   EXPECT_EQ(queue.sync([&] { return registrar->update({10, 0, 0, 2}); }), DNSServiceCode::noError);
   find(Finding::absent);
-  embedded.answerWith(DNSServiceCode::unknown);
+  embedded.respondWith(DNSServiceCode::unknown);
   EXPECT_EQ(queue.sync([&] { return registrar->update({10, 0, 0, 3}); }), DNSServiceCode::unknown);
   EXPECT_THAT(embedded.calls(), ElementsAre("register studio.local. 10.0.0.2", "update 10.0.0.3"));
   find(Finding::running);

@@ -19,7 +19,7 @@ using testing::ElementsAre;
 using Outcome = Placement::Outcome;
 
 /// Every road keeps the same promises.
-class PlacementTest : public testing::TestWithParam<Placement::Road> {
+class PlacementTest : public testing::TestWithParam<Placement::Strategy> {
  protected:
   Outcome place() { return GetParam()(directory, ".a.partial", "a"); }
 

@@ -60,7 +60,7 @@ int SharedMemory::duplicateDescriptor() const {
 
 namespace {
 
-bool takesDescriptors(const Connection& connection) {
+bool supportsDescriptors(const Connection& connection) {
   // on a socket that cannot carry descriptors the attempt would break the connection
   if (!connection.options().sharedMemory || !connection.isLocal()) return false;
   if (connection.extension(xcb_shm_id) == nullptr) return false;
@@ -73,7 +73,7 @@ bool takesDescriptors(const Connection& connection) {
 
 std::unique_ptr<ShmSegment> ShmSegment::attach(const Connection& connection,
                                                const SharedMemory& memory) {
-  if (!takesDescriptors(connection)) return nullptr;
+  if (!supportsDescriptors(connection)) return nullptr;
   const xcb_shm_seg_t id = xcb_generate_id(connection.get());
   const auto cookie =
       xcb_shm_attach_fd_checked(connection.get(), id, memory.duplicateDescriptor(), 0);

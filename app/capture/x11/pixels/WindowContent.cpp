@@ -77,7 +77,7 @@ void WindowContent::renew() {
   namedAt_ = xcb_composite_name_window_pixmap(connection_.get(), window_, newest_).sequence;
   cover(newest_);
   coveredAt_ = damage_.discard();
-  askToRepaint(connection_, window_);
+  requestRepaint(connection_, window_);
 }
 
 void WindowContent::cover(xcb_pixmap_t pixmap) const {
@@ -104,7 +104,7 @@ void WindowContent::follow() {
     if (pixmap_ != XCB_NONE) xcb_free_pixmap(connection_.get(), pixmap_);
     pixmap_ = newest_;
     pixmapArea_ = {0, 0, geometry->width, geometry->height};
-    askInsideToRepaint(connection_, window_);
+    requestRepaintInside(connection_, window_);
   }
   newest_ = XCB_NONE;
 }
@@ -129,17 +129,17 @@ constexpr std::size_t mostInside = 1000;  ///< windows in one window; real ones 
 
 }  // namespace
 
-void askToRepaint(const Connection& connection, xcb_window_t window) {
+void requestRepaint(const Connection& connection, xcb_window_t window) {
   constexpr std::uint8_t withExposures = 1;
   xcb_clear_area(connection.get(), withExposures, window, 0, 0, 0, 0);
 }
 
-void askInsideToRepaint(const Connection& connection, xcb_window_t window) {
+void requestRepaintInside(const Connection& connection, xcb_window_t window) {
   std::size_t asked = 0;
   auto level = childrenOf(connection, {window});
   while (!level.empty() && asked < mostInside) {
     for (const xcb_window_t inside : level)
-      askToRepaint(connection, inside);
+      requestRepaint(connection, inside);
     asked += level.size();
     level = childrenOf(connection, level);
   }

@@ -17,10 +17,10 @@ class Connection;
 
 /// Asks the owner of a window to paint all of it anew, as if something that covered it had gone.
 /// Does not wait; a window that is gone is nobody's problem.
-void askToRepaint(const Connection& connection, xcb_window_t window);
+void requestRepaint(const Connection& connection, xcb_window_t window);
 
 /// The same for the windows inside it, however deep. Throws Error when the connection is lost.
-void askInsideToRepaint(const Connection& connection, xcb_window_t window);
+void requestRepaintInside(const Connection& connection, xcb_window_t window);
 
 /// What one window draws, be it covered, half off the screen or minimised: the server is told to
 /// let it draw into a pixmap of its own, and that is what is looked at. Must not outlive the

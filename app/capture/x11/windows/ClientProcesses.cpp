@@ -15,7 +15,7 @@ namespace tarvinel::x11 {
 
 namespace {
 
-bool tellsProcesses(const Connection& connection) {
+bool reportsProcesses(const Connection& connection) {
   if (connection.extension(xcb_res_id) == nullptr) return false;
   const auto version =
       connection.reply(xcb_res_query_version_reply, xcb_res_query_version(connection.get(), 1, 2));
@@ -55,34 +55,34 @@ std::unordered_map<std::uint32_t, std::int32_t> parseClientProcesses(
 ClientProcesses::ClientProcesses(const Connection& connection, const Atoms& atoms,
                                  const std::vector<xcb_window_t>& windows)
     : clientBits_(~xcb_get_setup(connection.get())->resource_id_mask) {
-  if (tellsProcesses(connection)) askServer(connection);
+  if (reportsProcesses(connection)) queryServer(connection);
   std::vector<xcb_window_t> unknown;
   std::ranges::copy_if(windows, std::back_inserter(unknown),
                        [this](xcb_window_t window) { return processOf(window) == 0; });
-  askWindows(connection, atoms, unknown);
+  queryWindows(connection, atoms, unknown);
 }
 
-void ClientProcesses::askServer(const Connection& connection) {
+void ClientProcesses::queryServer(const Connection& connection) {
   const xcb_res_client_id_spec_t everyone{0, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
-  const auto answer = connection.reply(xcb_res_query_client_ids_reply,
-                                       xcb_res_query_client_ids(connection.get(), 1, &everyone));
-  const auto* body = reinterpret_cast<const std::byte*>(answer.get() + 1);
-  const std::span bytes(body, static_cast<std::size_t>(answer->length) * 4);
-  for (const auto& [client, process] : parseClientProcesses(bytes, answer->num_ids))
+  const auto reply = connection.reply(xcb_res_query_client_ids_reply,
+                                      xcb_res_query_client_ids(connection.get(), 1, &everyone));
+  const auto* body = reinterpret_cast<const std::byte*>(reply.get() + 1);
+  const std::span bytes(body, static_cast<std::size_t>(reply->length) * 4);
+  for (const auto& [client, process] : parseClientProcesses(bytes, reply->num_ids))
     processes_[client & clientBits_] = process;
 }
 
-void ClientProcesses::askWindows(const Connection& connection, const Atoms& atoms,
-                                 const std::vector<xcb_window_t>& windows) {
+void ClientProcesses::queryWindows(const Connection& connection, const Atoms& atoms,
+                                   const std::vector<xcb_window_t>& windows) {
   std::set<std::int32_t> known;
   for (const auto& [client, process] : processes_)
     known.insert(process);
   std::vector<xcb_get_property_cookie_t> cookies;
   cookies.reserve(windows.size());
   for (const xcb_window_t window : windows)
-    cookies.push_back(askForProperty(connection, window, atoms.pid));
+    cookies.push_back(requestProperty(connection, window, atoms.pid));
   for (std::size_t i = 0; i < windows.size(); ++i) {
-    const std::int32_t claimed = claimedProcess(takeProperty(connection, cookies[i]));
+    const std::int32_t claimed = claimedProcess(receiveProperty(connection, cookies[i]));
     if (claimed == 0 || known.contains(claimed)) continue;
     processes_.try_emplace(windows[i] & clientBits_, claimed);
   }

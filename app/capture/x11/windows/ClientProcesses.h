@@ -36,9 +36,9 @@ class ClientProcesses {
  private:
   using Processes = std::unordered_map<std::uint32_t, std::int32_t>;  ///< by the ID's client bits
 
-  void askServer(const Connection& connection);
-  void askWindows(const Connection& connection, const Atoms& atoms,
-                  const std::vector<xcb_window_t>& windows);
+  void queryServer(const Connection& connection);
+  void queryWindows(const Connection& connection, const Atoms& atoms,
+                    const std::vector<xcb_window_t>& windows);
 
   std::uint32_t clientBits_;
   Processes processes_;

@@ -25,8 +25,9 @@ bool hasWindowManager(const Connection& connection, const Atoms& atoms) {
 std::optional<std::vector<xcb_window_t>> managedWindows(const Connection& connection,
                                                         const Atoms& atoms) {
   if (!hasWindowManager(connection, atoms)) return std::nullopt;
-  const auto list = takeProperty(connection, askForProperty(connection, connection.root(),
-                                                            atoms.clientListStacking, mostListed));
+  const auto list = receiveProperty(
+      connection,
+      requestProperty(connection, connection.root(), atoms.clientListStacking, mostListed));
   if (!list) return std::nullopt;
   return list->numbers();
 }
@@ -36,12 +37,12 @@ std::vector<bool> haveState(const Connection& connection, const Atoms& atoms,
   std::vector<xcb_get_property_cookie_t> cookies;
   cookies.reserve(windows.size());
   for (const xcb_window_t window : windows)
-    cookies.push_back(askForProperty(connection, window, atoms.wmState, 8));
-  std::vector<bool> answers;
-  answers.reserve(windows.size());
+    cookies.push_back(requestProperty(connection, window, atoms.wmState, 8));
+  std::vector<bool> replies;
+  replies.reserve(windows.size());
   for (const auto& cookie : cookies)
-    answers.push_back(takeProperty(connection, cookie).has_value());
-  return answers;
+    replies.push_back(receiveProperty(connection, cookie).has_value());
+  return replies;
 }
 
 /// A window that may be the program's own in one of the windows on the root window.

@@ -35,9 +35,9 @@ bool isInSight(const Connection& connection, const SightRequests& requests,
                std::optional<std::uint32_t> shownWorkspace) {
   const auto attributes =
       connection.replyIfAny(xcb_get_window_attributes_reply, requests.attributes);
-  const bool isPutAway = isIconic(takeProperty(connection, requests.wmState));
+  const bool isPutAway = isIconic(receiveProperty(connection, requests.wmState));
   const bool isElsewhere =
-      isOnAnotherWorkspace(takeProperty(connection, requests.workspace), shownWorkspace);
+      isOnAnotherWorkspace(receiveProperty(connection, requests.workspace), shownWorkspace);
   return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE && !isPutAway &&
          !isElsewhere;
 }
@@ -48,8 +48,8 @@ std::vector<xcb_window_t> visibleAmong(const Connection& connection, const Atoms
   requests.reserve(windows.size());
   for (const xcb_window_t window : windows) {
     requests.push_back({xcb_get_window_attributes(connection.get(), window),
-                        askForProperty(connection, window, atoms.wmState),
-                        askForProperty(connection, window, atoms.workspace)});
+                        requestProperty(connection, window, atoms.wmState),
+                        requestProperty(connection, window, atoms.workspace)});
   }
   const auto shown = onlyWorkspaceShown(connection, atoms);
   std::vector<xcb_window_t> visible;

@@ -27,35 +27,37 @@ namespace {
 
 constexpr std::int64_t aboveApplications = 1;
 
-ShareableApplication applicationOf(const WindowMetadata& facts, std::int32_t ownProcess) {
-  ShareableApplication application{facts.processID, facts.className, facts.className};
+ShareableApplication applicationOf(const WindowMetadata& metadata, std::int32_t ownProcess) {
+  ShareableApplication application{metadata.processID, metadata.className, metadata.className};
   // the class tells of another run of this program
-  const bool isOwn = facts.processID == ownProcess || facts.className == windowClass;
+  const bool isOwn = metadata.processID == ownProcess || metadata.className == windowClass;
   if (isOwn) application.bundleID = std::string(applicationIdentifier);
   return application;
 }
 
 }  // namespace
 
-ShareableWindow shareableWindow(const WindowMetadata& facts, int scale, std::int32_t ownProcess) {
-  const Rect pixels = facts.area.rect();
+ShareableWindow shareableWindow(const WindowMetadata& metadata, int scale,
+                                std::int32_t ownProcess) {
+  const Rect pixels = metadata.area.rect();
   ShareableWindow window;
-  window.windowID = facts.window;
-  window.title = facts.title;
-  window.layer = facts.role == WindowMetadata::Role::ordinary ? 0 : aboveApplications;
+  window.windowID = metadata.window;
+  window.title = metadata.title;
+  window.layer = metadata.role == WindowMetadata::Role::ordinary ? 0 : aboveApplications;
   window.frame = {pixels.x / scale, pixels.y / scale, pixels.width / scale, pixels.height / scale};
-  if (facts.processID != 0) window.application = applicationOf(facts, ownProcess);
+  if (metadata.processID != 0) window.application = applicationOf(metadata, ownProcess);
   return window;
 }
 
 WindowList listWindows(const Connection& connection, int scale) {
   const Atoms atoms(connection);
   WindowList windows;
-  for (const WindowMetadata& facts :
-       readWindowFacts(connection, atoms, listClientWindows(connection, atoms))) {
-    if (facts.role == WindowMetadata::Role::desktop) continue;
-    auto& those = facts.isOnScreen && facts.canBeCaptured ? windows.inSight : windows.outOfSight;
-    those.push_back(shareableWindow(facts, scale, getpid()));
+  for (const WindowMetadata& metadata :
+       readWindowMetadata(connection, atoms, listClientWindows(connection, atoms))) {
+    if (metadata.role == WindowMetadata::Role::desktop) continue;
+    auto& those =
+        metadata.isOnScreen && metadata.canBeCaptured ? windows.inSight : windows.outOfSight;
+    those.push_back(shareableWindow(metadata, scale, getpid()));
   }
   return windows;
 }
@@ -80,7 +82,7 @@ struct Requests {
 };
 
 /// What came of them; null or none where it is missing.
-struct Answers {
+struct Replies {
   XcbPtr<xcb_get_window_attributes_reply_t> attributes;
   XcbPtr<xcb_get_geometry_reply_t> geometry;
   XcbPtr<xcb_translate_coordinates_reply_t> place;
@@ -99,29 +101,29 @@ Requests ask(const Connection& connection, const Atoms& atoms, xcb_window_t wind
   return {xcb_get_window_attributes(c, window),
           xcb_get_geometry(c, window),
           xcb_translate_coordinates(c, window, connection.root(), 0, 0),
-          askForProperty(connection, window, atoms.name, mostTitleBytes),
-          askForProperty(connection, window, XCB_ATOM_WM_NAME, mostTitleBytes),
-          askForProperty(connection, window, XCB_ATOM_WM_CLASS),
-          askForProperty(connection, window, atoms.windowType),
-          askForProperty(connection, window, atoms.state),
-          askForProperty(connection, window, atoms.wmState),
-          askForProperty(connection, window, atoms.workspace),
-          askForProperty(connection, window, atoms.frameExtents)};
+          requestProperty(connection, window, atoms.name, mostTitleBytes),
+          requestProperty(connection, window, XCB_ATOM_WM_NAME, mostTitleBytes),
+          requestProperty(connection, window, XCB_ATOM_WM_CLASS),
+          requestProperty(connection, window, atoms.windowType),
+          requestProperty(connection, window, atoms.state),
+          requestProperty(connection, window, atoms.wmState),
+          requestProperty(connection, window, atoms.workspace),
+          requestProperty(connection, window, atoms.frameExtents)};
 }
 
 /// Takes every answer, whatever is missing: none may stay behind in xcb.
-Answers take(const Connection& connection, const Requests& requests) {
+Replies take(const Connection& connection, const Requests& requests) {
   return {connection.replyIfAny(xcb_get_window_attributes_reply, requests.attributes),
           connection.replyIfAny(xcb_get_geometry_reply, requests.geometry),
           connection.replyIfAny(xcb_translate_coordinates_reply, requests.place),
-          takeProperty(connection, requests.name),
-          takeProperty(connection, requests.oldName),
-          takeProperty(connection, requests.className),
-          takeProperty(connection, requests.type),
-          takeProperty(connection, requests.state),
-          takeProperty(connection, requests.wmState),
-          takeProperty(connection, requests.workspace),
-          takeProperty(connection, requests.margins)};
+          receiveProperty(connection, requests.name),
+          receiveProperty(connection, requests.oldName),
+          receiveProperty(connection, requests.className),
+          receiveProperty(connection, requests.type),
+          receiveProperty(connection, requests.state),
+          receiveProperty(connection, requests.wmState),
+          receiveProperty(connection, requests.workspace),
+          receiveProperty(connection, requests.margins)};
 }
 
 TitleEncoding encodingOf(const Property& property, const Atoms& atoms) {
@@ -134,9 +136,9 @@ std::string textOf(const std::optional<Property>& property, const Atoms& atoms) 
   return windowTitle(property->bytes, encodingOf(*property, atoms));
 }
 
-std::optional<std::string> titleOf(const Answers& answers, const Atoms& atoms) {
-  std::string title = textOf(answers.name, atoms);
-  if (title.empty()) title = textOf(answers.oldName, atoms);
+std::optional<std::string> titleOf(const Replies& replies, const Atoms& atoms) {
+  std::string title = textOf(replies.name, atoms);
+  if (title.empty()) title = textOf(replies.oldName, atoms);
   return title.empty() ? std::nullopt : std::optional(title);
 }
 
@@ -153,9 +155,9 @@ std::optional<std::string> classNameOf(const std::optional<Property>& property) 
 }
 
 /// What window managers leave alone (override-redirect) is a menu or a panel.
-WindowMetadata::Role roleOf(const Answers& answers, const Atoms& atoms) {
-  if (answers.attributes->override_redirect != 0) return WindowMetadata::Role::accessory;
-  const auto types = answers.type ? answers.type->numbers() : std::vector<std::uint32_t>{};
+WindowMetadata::Role roleOf(const Replies& replies, const Atoms& atoms) {
+  if (replies.attributes->override_redirect != 0) return WindowMetadata::Role::accessory;
+  const auto types = replies.type ? replies.type->numbers() : std::vector<std::uint32_t>{};
   if (types.empty()) return WindowMetadata::Role::ordinary;
   const auto has = [&](xcb_atom_t one) {
     return std::find(types.begin(), types.end(), one) != types.end();
@@ -165,34 +167,34 @@ WindowMetadata::Role roleOf(const Answers& answers, const Atoms& atoms) {
   return isOrdinary ? WindowMetadata::Role::ordinary : WindowMetadata::Role::accessory;
 }
 
-bool isHidden(const Answers& answers, const Atoms& atoms,
+bool isHidden(const Replies& replies, const Atoms& atoms,
               std::optional<std::uint32_t> shownWorkspace) {
-  const auto states = answers.state ? answers.state->numbers() : std::vector<std::uint32_t>{};
-  return answers.attributes->map_state != XCB_MAP_STATE_VIEWABLE || isIconic(answers.wmState) ||
-         isOnAnotherWorkspace(answers.workspace, shownWorkspace) ||
+  const auto states = replies.state ? replies.state->numbers() : std::vector<std::uint32_t>{};
+  return replies.attributes->map_state != XCB_MAP_STATE_VIEWABLE || isIconic(replies.wmState) ||
+         isOnAnotherWorkspace(replies.workspace, shownWorkspace) ||
          std::find(states.begin(), states.end(), atoms.stateHidden) != states.end();
 }
 
-WindowMetadata factsOf(const Answers& answers, const Atoms& atoms) {
-  WindowMetadata facts;
-  facts.title = titleOf(answers, atoms);
-  facts.className = classNameOf(answers.className);
-  facts.role = roleOf(answers, atoms);
-  facts.area = withoutMargins({answers.place->dst_x, answers.place->dst_y, answers.geometry->width,
-                               answers.geometry->height},
-                              marginsIn(answers.margins));
-  return facts;
+WindowMetadata metadataOf(const Replies& replies, const Atoms& atoms) {
+  WindowMetadata metadata;
+  metadata.title = titleOf(replies, atoms);
+  metadata.className = classNameOf(replies.className);
+  metadata.role = roleOf(replies, atoms);
+  metadata.area = withoutMargins({replies.place->dst_x, replies.place->dst_y,
+                                  replies.geometry->width, replies.geometry->height},
+                                 marginsIn(replies.margins));
+  return metadata;
 }
 
-bool isWindow(const Answers& answers) {
-  return answers.attributes && answers.geometry && answers.place &&
-         answers.attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT;
+bool isWindow(const Replies& replies) {
+  return replies.attributes && replies.geometry && replies.place &&
+         replies.attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT;
 }
 
 }  // namespace
 
-std::vector<WindowMetadata> readWindowFacts(const Connection& connection, const Atoms& atoms,
-                                            const std::vector<xcb_window_t>& windows) {
+std::vector<WindowMetadata> readWindowMetadata(const Connection& connection, const Atoms& atoms,
+                                               const std::vector<xcb_window_t>& windows) {
   std::vector<Requests> requests;
   requests.reserve(windows.size());
   for (const xcb_window_t window : windows)
@@ -202,15 +204,15 @@ std::vector<WindowMetadata> readWindowFacts(const Connection& connection, const 
   const PixelRect screen = connection.rootArea();
   std::vector<WindowMetadata> known;
   for (std::size_t i = 0; i < windows.size(); ++i) {
-    const Answers answers = take(connection, requests[i]);
-    if (!isWindow(answers)) continue;
-    WindowMetadata facts = factsOf(answers, atoms);
-    facts.window = windows[i];
-    facts.processID = processes.processOf(windows[i]);
-    facts.isOnScreen =
-        !isHidden(answers, atoms, shown) && !facts.area.intersection(screen).isEmpty();
-    facts.canBeCaptured = fitsPixmap(*answers.geometry);
-    known.push_back(std::move(facts));
+    const Replies replies = take(connection, requests[i]);
+    if (!isWindow(replies)) continue;
+    WindowMetadata metadata = metadataOf(replies, atoms);
+    metadata.window = windows[i];
+    metadata.processID = processes.processOf(windows[i]);
+    metadata.isOnScreen =
+        !isHidden(replies, atoms, shown) && !metadata.area.intersection(screen).isEmpty();
+    metadata.canBeCaptured = fitsPixmap(*replies.geometry);
+    known.push_back(std::move(metadata));
   }
   return known;
 }

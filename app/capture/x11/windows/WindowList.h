@@ -41,12 +41,12 @@ struct WindowMetadata {
 };
 
 /// Reads the facts of all these windows at once; one that is gone is left out. Throws Error.
-std::vector<WindowMetadata> readWindowFacts(const Connection& connection, const Atoms& atoms,
-                                            const std::vector<xcb_window_t>& windows);
+std::vector<WindowMetadata> readWindowMetadata(const Connection& connection, const Atoms& atoms,
+                                               const std::vector<xcb_window_t>& windows);
 
 /// A window as it is offered, measured in points of `scale` pixels. Windows of `ownProcess` and of
 /// other runs of this program carry the program's identifier, by which they are left out. Pure.
-ShareableWindow shareableWindow(const WindowMetadata& facts, int scale, std::int32_t ownProcess);
+ShareableWindow shareableWindow(const WindowMetadata& metadata, int scale, std::int32_t ownProcess);
 
 /// The windows of programs, lowest first, those of the desktop itself left out.
 struct WindowList {

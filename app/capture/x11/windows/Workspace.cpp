@@ -16,11 +16,11 @@ bool areOfOneClient(const Connection& connection, xcb_window_t one, xcb_window_t
 
 std::optional<std::uint32_t> onlyWorkspaceShown(const Connection& connection, const Atoms& atoms) {
   const auto composing = xcb_get_selection_owner(connection.get(), atoms.compositingManager);
-  const auto managing = askForProperty(connection, connection.root(), atoms.supportingWmCheck);
-  const auto current = askForProperty(connection, connection.root(), atoms.currentWorkspace);
+  const auto managing = requestProperty(connection, connection.root(), atoms.supportingWmCheck);
+  const auto current = requestProperty(connection, connection.root(), atoms.currentWorkspace);
   const xcb_window_t composer = connection.reply(xcb_get_selection_owner_reply, composing)->owner;
-  const auto manager = firstNumber(takeProperty(connection, managing));
-  const auto workspace = firstNumber(takeProperty(connection, current));
+  const auto manager = firstNumber(receiveProperty(connection, managing));
+  const auto workspace = firstNumber(receiveProperty(connection, current));
   const bool isOne =
       composer != XCB_NONE && manager && areOfOneClient(connection, composer, *manager);
   return isOne ? workspace : std::nullopt;

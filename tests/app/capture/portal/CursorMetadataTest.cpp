@@ -41,7 +41,7 @@ class CursorFactsTest : public testing::Test {
   bool read() { return readBytes(bytes()); }
 
   bool readBytes(const std::vector<std::uint8_t>& given) {
-    return cursorFacts.read(given.data(), given.size());
+    return cursorMetadata.read(given.data(), given.size());
   }
 
   std::vector<std::uint8_t> bytes() const {
@@ -55,20 +55,20 @@ class CursorFactsTest : public testing::Test {
   Cursor cursor;
   Bitmap bitmap;
   std::vector<std::uint8_t> pixels{1, 2, 3, 4, 5, 6, 7, 8};
-  CursorMetadata cursorFacts;
+  CursorMetadata cursorMetadata;
 };
 
 TEST_F(CursorFactsTest, ACursorStandsWithItsHotspotAtItsPosition) {
   EXPECT_TRUE(read());
-  ASSERT_TRUE(cursorFacts.image());
-  EXPECT_EQ(cursorFacts.image()->area, (PixelRect{9, 18, 2, 1}));
-  EXPECT_THAT(cursorFacts.image()->pixels, ElementsAre(0x04030201, 0x08070605));
+  ASSERT_TRUE(cursorMetadata.image());
+  EXPECT_EQ(cursorMetadata.image()->area, (PixelRect{9, 18, 2, 1}));
+  EXPECT_THAT(cursorMetadata.image()->pixels, ElementsAre(0x04030201, 0x08070605));
 }
 
 TEST_F(CursorFactsTest, TheOrderOfColoursIsMinded) {
   bitmap.format = rgba;
   read();
-  EXPECT_THAT(cursorFacts.image()->pixels, ElementsAre(0x04010203, 0x08050607));
+  EXPECT_THAT(cursorMetadata.image()->pixels, ElementsAre(0x04010203, 0x08050607));
 }
 
 TEST_F(CursorFactsTest, WithoutABitmapTheLookStays) {
@@ -77,8 +77,8 @@ TEST_F(CursorFactsTest, WithoutABitmapTheLookStays) {
   EXPECT_FALSE(read());
   cursor.x = 50;
   EXPECT_TRUE(read());
-  EXPECT_EQ(cursorFacts.image()->area, (PixelRect{49, 18, 2, 1}));
-  EXPECT_THAT(cursorFacts.image()->pixels, ElementsAre(0x04030201, 0x08070605));
+  EXPECT_EQ(cursorMetadata.image()->area, (PixelRect{49, 18, 2, 1}));
+  EXPECT_THAT(cursorMetadata.image()->pixels, ElementsAre(0x04030201, 0x08070605));
 }
 
 TEST_F(CursorFactsTest, WithoutANumberThereIsNoCursor) {
@@ -86,7 +86,7 @@ TEST_F(CursorFactsTest, WithoutANumberThereIsNoCursor) {
   cursor.id = 0;
   cursor.bitmapOffset = 0;
   EXPECT_TRUE(read());
-  EXPECT_FALSE(cursorFacts.image());
+  EXPECT_FALSE(cursorMetadata.image());
   EXPECT_FALSE(read());
 }
 
@@ -96,7 +96,7 @@ TEST_F(CursorFactsTest, ALookThatMakesNoSenseIsNotShown) {
     bitmap.format = bgra;
     spoil(bitmap);
     read();
-    return !cursorFacts.image();
+    return !cursorMetadata.image();
   };
   constexpr auto most = std::numeric_limits<std::uint32_t>::max();
   EXPECT_TRUE(isHidden([](Bitmap& given) { given.format = 0; }));
@@ -117,11 +117,11 @@ TEST_F(CursorFactsTest, FactsThatAreCutOffDoNoHarm) {
   const auto whole = bytes();
   for (std::size_t size = 0; size < whole.size(); ++size) {
     readBytes({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)});
-    EXPECT_FALSE(cursorFacts.image()) << size;
+    EXPECT_FALSE(cursorMetadata.image()) << size;
   }
   cursor.bitmapOffset = std::numeric_limits<std::uint32_t>::max();
   read();
-  EXPECT_FALSE(cursorFacts.image());
+  EXPECT_FALSE(cursorMetadata.image());
 }
 
 TEST_F(CursorFactsTest, AnyPlaceWillDo) {
@@ -131,7 +131,7 @@ TEST_F(CursorFactsTest, AnyPlaceWillDo) {
   cursor.y = Int::min();
   cursor.hotspotY = Int::max();
   EXPECT_TRUE(read());
-  EXPECT_EQ(cursorFacts.image()->area, (PixelRect{1 << 21, -(1 << 21), 2, 1}));
+  EXPECT_EQ(cursorMetadata.image()->area, (PixelRect{1 << 21, -(1 << 21), 2, 1}));
 }
 
 }  // namespace

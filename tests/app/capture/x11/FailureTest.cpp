@@ -95,7 +95,7 @@ TEST(X11Failure, AServerThatDoesNotAnswerIsNotWaitedForWithoutEnd) {
   const XServer server;
   const Connection connection(server.display(), {true, 50ms});
   server.freeze();
-  EXPECT_EQ(failureOf([&] { connection.rootArea(); }), Error::Case::notAnswering);
+  EXPECT_EQ(failureOf([&] { connection.rootArea(); }), Error::Case::notResponding);
   server.thaw();
 }
 
@@ -103,7 +103,7 @@ TEST(X11Failure, AServerThatHangsIsNotConnectedToWithoutEnd) {
   const XServer server;
   server.freeze();
   EXPECT_EQ(failureOf([&] { Connection(server.display(), {true, 50ms}); }),
-            Error::Case::notAnswering);
+            Error::Case::notResponding);
   server.thaw();
 }
 
@@ -112,12 +112,14 @@ TEST(X11Failure, ASocketThatTakesNoMoreConnectionsIsNotWaitedForWithoutEnd) {
   std::vector<UniqueFd> waiting;
   while (UniqueFd next = silent.connect())
     waiting.push_back(std::move(next));
-  EXPECT_EQ(failureOf([&] { Connection(silent.name(), {true, 50ms}); }), Error::Case::notAnswering);
+  EXPECT_EQ(failureOf([&] { Connection(silent.name(), {true, 50ms}); }),
+            Error::Case::notResponding);
 }
 
 TEST(X11Failure, WhatSaysNothingAtAllIsNotWaitedForWithoutEnd) {
   const test::SilentDisplay silent;
-  EXPECT_EQ(failureOf([&] { Connection(silent.name(), {true, 50ms}); }), Error::Case::notAnswering);
+  EXPECT_EQ(failureOf([&] { Connection(silent.name(), {true, 50ms}); }),
+            Error::Case::notResponding);
 }
 
 TEST(X11Failure, AnInterruptionEndsEveryWaitForGood) {

@@ -74,7 +74,7 @@ INSTANTIATE_TEST_SUITE_P(
     All, X11Pixels,
     testing::Values(RoadOfPixels{"Shared", {}, true}, RoadOfPixels{"Copied", {}, false},
                     RoadOfPixels{"NoExtension", {"-extension", "MIT-SHM"}, true}),
-    [](const auto& road) { return std::string(road.param.name); });
+    [](const auto& backend) { return std::string(backend.param.name); });
 
 TEST(X11CaptureStream, AWindowThatOpensIsSeen) {
   X11Capture x11;

@@ -54,7 +54,7 @@ class FeedDownloadTest : public testing::Test {
     return outcome->ok() ? outcome->value() : describe(outcome->error());
   }
 
-  std::string readAnswer(FeedServer::Answer answer) {
+  std::string readResponse(FeedServer::Answer answer) {
     server.answer("/feed.xml", std::move(answer));
     return read(server.url("/feed.xml"));
   }
@@ -73,7 +73,7 @@ TEST_F(FeedDownloadTest, TheLimitsAreThese) {
 }
 
 TEST_F(FeedDownloadTest, ReadsAFeed) {
-  EXPECT_EQ(readAnswer(document("<rss/>")), "<rss/>");
+  EXPECT_EQ(readResponse(document("<rss/>")), "<rss/>");
   EXPECT_THAT(server.requests().front(), StartsWith("GET /feed.xml HTTP/1.1\r\n"));
   EXPECT_THAT(server.requests().front(), HasSubstr("user-agent: Tarvinel/"));
   EXPECT_EQ(server.requests().size(), 1U);
@@ -96,25 +96,25 @@ TEST_F(FeedDownloadTest, TellsTheOutcomeOnceAndLater) {
 }
 
 TEST_F(FeedDownloadTest, AnyStatusButOKIsAnError) {
-  EXPECT_EQ(readAnswer(document("<rss/>", "404 Not Found")),
+  EXPECT_EQ(readResponse(document("<rss/>", "404 Not Found")),
             "The update feed's server answers with status 404.");
   for (const char* status :
        {"401 Unauthorized", "403 Forbidden", "500 Oh <b>dear</b>", "503 Later", "204 No Content",
         "206 Partial Content", "300 Choose", "304 Not Modified", "999 ?"}) {
-    EXPECT_THAT(readAnswer(document("", status)), MatchesRegex(wrongStatus)) << status;
+    EXPECT_THAT(readResponse(document("", status)), MatchesRegex(wrongStatus)) << status;
   }
 }
 
 TEST_F(FeedDownloadTest, AsksForNoPassword) {
-  const auto asking =
-      readAnswer(document("<rss/>", "401 Unauthorized", "WWW-Authenticate: Basic realm=\"x\"\r\n"));
+  const auto asking = readResponse(
+      document("<rss/>", "401 Unauthorized", "WWW-Authenticate: Basic realm=\"x\"\r\n"));
   EXPECT_EQ(asking, "The update feed's server answers with status 401.");
   EXPECT_EQ(server.requests().size(), 1U);
 }
 
 TEST_F(FeedDownloadTest, KeepsNoCookies) {
   server.answer("/next", document("<rss/>"));
-  EXPECT_EQ(readAnswer(document("", "302 Found", "Location: /next\r\nSet-Cookie: a=b\r\n")),
+  EXPECT_EQ(readResponse(document("", "302 Found", "Location: /next\r\nSet-Cookie: a=b\r\n")),
             "<rss/>");
   EXPECT_THAT(server.requests().back(), testing::Not(HasSubstr("cookie")));
 }
@@ -122,7 +122,8 @@ TEST_F(FeedDownloadTest, KeepsNoCookies) {
 TEST_F(FeedDownloadTest, FollowsRedirections) {
   server.answer("/last", document("<rss/>"));
   for (const char* status : {"301 x", "302 x", "303 x", "307 x", "308 x"}) {
-    EXPECT_EQ(readAnswer(document("elsewhere", status, "Location: last\r\n")), "<rss/>") << status;
+    EXPECT_EQ(readResponse(document("elsewhere", status, "Location: last\r\n")), "<rss/>")
+        << status;
   }
 }
 
@@ -139,47 +140,47 @@ TEST_F(FeedDownloadTest, FollowsFiveRedirectionsAndNoMore) {
 }
 
 TEST_F(FeedDownloadTest, ACircleOfRedirectionsEnds) {
-  EXPECT_EQ(readAnswer(redirection("/feed.xml")),
+  EXPECT_EQ(readResponse(redirection("/feed.xml")),
             "The update feed leads from one address to the next too often.");
 }
 
 TEST_F(FeedDownloadTest, FollowsNoUnsafeRedirection) {
   for (const char* location : {"file:///etc/passwd", "http://updates.example/", "ftp://127.0.0.1/",
                                "javascript:alert(1)", "data:text/xml,<rss/>", "", "https://"}) {
-    EXPECT_EQ(readAnswer(redirection(location)), badRedirect) << location;
+    EXPECT_EQ(readResponse(redirection(location)), badRedirect) << location;
   }
-  EXPECT_EQ(readAnswer(document("<rss/>", "302 Found")), badRedirect);
+  EXPECT_EQ(readResponse(document("<rss/>", "302 Found")), badRedirect);
 }
 
 TEST_F(FeedDownloadTest, AnEmptyFeedIsRead) {
-  EXPECT_EQ(readAnswer(document("")), "");
+  EXPECT_EQ(readResponse(document("")), "");
 }
 
 TEST_F(FeedDownloadTest, ReadsAsMuchAsTheLimit) {
   limits.bytes = 1000;
   const std::string full(1000, 'x');
-  EXPECT_EQ(readAnswer(document(QByteArray::fromStdString(full))), full);
-  EXPECT_EQ(readAnswer(document(QByteArray::fromStdString(full + "x"))), tooLarge);
+  EXPECT_EQ(readResponse(document(QByteArray::fromStdString(full))), full);
+  EXPECT_EQ(readResponse(document(QByteArray::fromStdString(full + "x"))), tooLarge);
 }
 
 TEST_F(FeedDownloadTest, AFeedWithoutEndIsNotReadToTheEnd) {
   const auto more = QByteArray(65536, 'x');
-  EXPECT_EQ(readAnswer(endless("HTTP/1.1 200 OK\r\n\r\n", more)), tooLarge);
+  EXPECT_EQ(readResponse(endless("HTTP/1.1 200 OK\r\n\r\n", more)), tooLarge);
   EXPECT_TRUE(spinUntil([this] { return server.ended() == 1; }));
-  EXPECT_EQ(readAnswer(endless("HTTP/1.1 200 OK\r\nContent-Length: 104857600\r\n\r\n", more)),
+  EXPECT_EQ(readResponse(endless("HTTP/1.1 200 OK\r\nContent-Length: 104857600\r\n\r\n", more)),
             tooLarge);
   EXPECT_TRUE(spinUntil([this] { return server.ended() == 2; }));
-  EXPECT_EQ(readAnswer(endless("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n",
-                               "10000\r\n" + more + "\r\n")),
+  EXPECT_EQ(readResponse(endless("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n",
+                                 "10000\r\n" + more + "\r\n")),
             tooLarge);
   EXPECT_TRUE(spinUntil([this] { return server.ended() == 3; }));
   EXPECT_EQ(outcomes, 1);
 }
 
 TEST_F(FeedDownloadTest, ARedirectionWithoutEndIsNotReadToTheEnd) {
-  EXPECT_EQ(
-      readAnswer(endless("HTTP/1.1 302 Found\r\nLocation: /next\r\n\r\n", QByteArray(65536, 'x'))),
-      tooLarge);
+  EXPECT_EQ(readResponse(
+                endless("HTTP/1.1 302 Found\r\nLocation: /next\r\n\r\n", QByteArray(65536, 'x'))),
+            tooLarge);
 }
 
 TEST_F(FeedDownloadTest, AHeadWithoutEndIsNotReadToTheEnd) {
@@ -192,33 +193,33 @@ TEST_F(FeedDownloadTest, AHeadWithoutEndIsNotReadToTheEnd) {
 }
 
 TEST_F(FeedDownloadTest, CompressedFeedsAreNotUnpacked) {
-  EXPECT_EQ(readAnswer(document("\x1F\x8B\x08", "200 OK", "Content-Encoding: gzip\r\n")),
+  EXPECT_EQ(readResponse(document("\x1F\x8B\x08", "200 OK", "Content-Encoding: gzip\r\n")),
             "\x1F\x8B\x08");
   EXPECT_THAT(server.requests().front(), HasSubstr("accept-encoding: identity\r\n"));
 }
 
 TEST_F(FeedDownloadTest, AServerThatSaysNothingIsTooSlow) {
   limits.time = 50ms;
-  EXPECT_EQ(readAnswer(silence()), tooSlow);
+  EXPECT_EQ(readResponse(silence()), tooSlow);
 }
 
 TEST_F(FeedDownloadTest, ASlowDripIsTooSlow) {
   limits.time = 50ms;
-  EXPECT_EQ(readAnswer(drip("HTTP/1.1 200 OK\r\n\r\n<rss>")), tooSlow);
-  EXPECT_EQ(readAnswer(drip("HTTP/1.1 200 OK\r\nX: ")), tooSlow);
+  EXPECT_EQ(readResponse(drip("HTTP/1.1 200 OK\r\n\r\n<rss>")), tooSlow);
+  EXPECT_EQ(readResponse(drip("HTTP/1.1 200 OK\r\nX: ")), tooSlow);
 }
 
 TEST_F(FeedDownloadTest, RedirectionsShareTheTime) {
   limits.time = 50ms;
   limits.redirects = 1'000'000;
-  EXPECT_EQ(readAnswer(redirection("/feed.xml")), tooSlow);
+  EXPECT_EQ(readResponse(redirection("/feed.xml")), tooSlow);
 }
 
 TEST_F(FeedDownloadTest, ABrokenAnswerIsAnError) {
   for (const auto& answer : std::vector<QByteArray>{
            "", "\r\n", QByteArray("\0\0\0\0\r\n\r\n", 8), "HTTP/1.1\r\n\r\n", "<rss/>\r\n\r\n",
            "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n<rss/>"}) {
-    EXPECT_THAT(readAnswer(bytes(answer)), StartsWith("The update feed cannot be read: "))
+    EXPECT_THAT(readResponse(bytes(answer)), StartsWith("The update feed cannot be read: "))
         << answer.toStdString();
   }
 }

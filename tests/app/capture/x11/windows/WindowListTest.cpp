@@ -112,12 +112,12 @@ TEST_F(X11WindowList, LeavesOutWhatIsTooLargeToBeCaptured) {
 
 TEST(ShareableWindow, OfAnotherRunOfThisProgramIsKnownByItsClass) {
   constexpr std::int32_t ownProcess = 100;
-  WindowMetadata facts;
-  facts.processID = 200;
-  facts.className = "Editor";
-  EXPECT_EQ(shareableWindow(facts, 1, ownProcess).application->bundleID, "Editor");
-  facts.className = "Tarvinel";
-  EXPECT_EQ(shareableWindow(facts, 1, ownProcess).application->bundleID, applicationIdentifier);
+  WindowMetadata metadata;
+  metadata.processID = 200;
+  metadata.className = "Editor";
+  EXPECT_EQ(shareableWindow(metadata, 1, ownProcess).application->bundleID, "Editor");
+  metadata.className = "Tarvinel";
+  EXPECT_EQ(shareableWindow(metadata, 1, ownProcess).application->bundleID, applicationIdentifier);
 }
 
 TEST_F(X11WindowList, LeavesOutWhatIsOnAnotherWorkspaceThanTheOnlyOneShown) {

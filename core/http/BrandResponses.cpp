@@ -1,4 +1,4 @@
-#include "core/http/BrandAnswers.h"
+#include "core/http/BrandResponses.h"
 
 #include "core/http/HTTPResponse.h"
 
@@ -6,16 +6,16 @@ namespace tarvinel {
 
 namespace {
 
-std::shared_ptr<const Bytes> answerWith(const std::optional<BrandConfig::Assets::File>& file) {
+std::shared_ptr<const Bytes> respondWith(const std::optional<BrandConfig::Assets::File>& file) {
   if (!file) return nullptr;
   return std::make_shared<const Bytes>(HTTPResponse::file(file->bytes, file->contentType));
 }
 
 }  // namespace
 
-BrandAnswers BrandAnswers::load(const std::optional<BrandConfig>& brand) {
+BrandResponses BrandResponses::load(const std::optional<BrandConfig>& brand) {
   const auto assets = BrandConfig::Assets::load(brand);
-  return {answerWith(assets.image), answerWith(assets.font)};
+  return {respondWith(assets.image), respondWith(assets.font)};
 }
 
 }  // namespace tarvinel

@@ -21,23 +21,23 @@ CapturedFrame dirty(std::vector<Rect> rectangles) {
 }
 
 FramePacer::Change changeOf(const CapturedFrame& frame) {
-  const FrameFacts facts(frame);
-  return FramePacer::change(facts.dirtyFraction, facts.idle);
+  const FrameMetadata metadata(frame);
+  return FramePacer::change(metadata.dirtyFraction, metadata.idle);
 }
 
 TEST(FrameFacts, OnlyCompleteAndIdlePicturesAreUsable) {
   CapturedFrame frame = picture();
-  EXPECT_TRUE(FrameFacts(frame).usable);
+  EXPECT_TRUE(FrameMetadata(frame).usable);
   frame.status = FrameStatus::complete;
-  EXPECT_TRUE(FrameFacts(frame).usable);
-  EXPECT_FALSE(FrameFacts(frame).idle);
+  EXPECT_TRUE(FrameMetadata(frame).usable);
+  EXPECT_FALSE(FrameMetadata(frame).idle);
   frame.status = FrameStatus::idle;
-  EXPECT_TRUE(FrameFacts(frame).usable);
-  EXPECT_TRUE(FrameFacts(frame).idle);
+  EXPECT_TRUE(FrameMetadata(frame).usable);
+  EXPECT_TRUE(FrameMetadata(frame).idle);
   for (const FrameStatus status :
        {FrameStatus::blank, FrameStatus::suspended, FrameStatus::started, FrameStatus::stopped}) {
     frame.status = status;
-    EXPECT_FALSE(FrameFacts(frame).usable);
+    EXPECT_FALSE(FrameMetadata(frame).usable);
   }
 }
 
@@ -45,50 +45,50 @@ TEST(FrameFacts, ASampleWithoutAPictureIsNotUsable) {
   CapturedFrame frame;
   frame.status = FrameStatus::idle;
   frame.dirtyRects = {{0, 0, 1, 1}};
-  EXPECT_FALSE(FrameFacts(frame).usable);
+  EXPECT_FALSE(FrameMetadata(frame).usable);
 }
 
 TEST(FrameFacts, TheCropIsTheContentInPixels) {
   CapturedFrame frame = picture();
-  EXPECT_EQ(FrameFacts(frame).crop, std::nullopt);
+  EXPECT_EQ(FrameMetadata(frame).crop, std::nullopt);
   frame.contentRect = Rect{10, 20, 300, 200};
-  EXPECT_EQ(FrameFacts(frame).crop, std::nullopt);
+  EXPECT_EQ(FrameMetadata(frame).crop, std::nullopt);
   frame.scaleFactor = 2.0;
-  EXPECT_EQ(FrameFacts(frame).crop, (Rect{20, 40, 600, 400}));
+  EXPECT_EQ(FrameMetadata(frame).crop, (Rect{20, 40, 600, 400}));
   frame.contentRect.reset();
-  EXPECT_EQ(FrameFacts(frame).crop, std::nullopt);
+  EXPECT_EQ(FrameMetadata(frame).crop, std::nullopt);
 }
 
 TEST(FrameFacts, WithoutDirtyRectanglesNothingIsKnown) {
-  EXPECT_EQ(FrameFacts(picture()).dirtyFraction, std::nullopt);
+  EXPECT_EQ(FrameMetadata(picture()).dirtyFraction, std::nullopt);
   EXPECT_EQ(changeOf(picture()), FramePacer::Change::major);
 }
 
 TEST(FrameFacts, NoRectangleMeansNothingWasDrawn) {
-  EXPECT_EQ(FrameFacts(dirty({})).dirtyFraction, 0.0);
+  EXPECT_EQ(FrameMetadata(dirty({})).dirtyFraction, 0.0);
   EXPECT_EQ(changeOf(dirty({})), FramePacer::Change::minor);
 }
 
 TEST(FrameFacts, DirtyRectanglesAddUp) {
-  EXPECT_EQ(FrameFacts(dirty({{0, 0, 40, 100}})).dirtyFraction, 0.004);
+  EXPECT_EQ(FrameMetadata(dirty({{0, 0, 40, 100}})).dirtyFraction, 0.004);
   EXPECT_EQ(changeOf(dirty({{0, 0, 40, 100}})), FramePacer::Change::minor);
-  EXPECT_EQ(FrameFacts(dirty({{0, 0, 50, 100}})).dirtyFraction, 0.005);
+  EXPECT_EQ(FrameMetadata(dirty({{0, 0, 50, 100}})).dirtyFraction, 0.005);
   EXPECT_EQ(changeOf(dirty({{0, 0, 50, 100}})), FramePacer::Change::major);
-  EXPECT_EQ(FrameFacts(dirty({{0, 0, 500, 500}, {0, 0, 500, 500}})).dirtyFraction, 0.5);
+  EXPECT_EQ(FrameMetadata(dirty({{0, 0, 500, 500}, {0, 0, 500, 500}})).dirtyFraction, 0.5);
 }
 
 TEST(FrameFacts, MoreThanTheWholePictureIsTheWholePicture) {
-  EXPECT_EQ(FrameFacts(dirty({{0, 0, 1000, 900}, {0, 0, 1000, 900}})).dirtyFraction, 1.0);
+  EXPECT_EQ(FrameMetadata(dirty({{0, 0, 1000, 900}, {0, 0, 1000, 900}})).dirtyFraction, 1.0);
 }
 
 TEST(FrameFacts, DirtyRectanglesAreInPoints) {
   CapturedFrame frame = dirty({{0, 0, 100, 100}});
   frame.scaleFactor = 2.0;
-  EXPECT_EQ(FrameFacts(frame).dirtyFraction, 0.04);
+  EXPECT_EQ(FrameMetadata(frame).dirtyFraction, 0.04);
 }
 
 TEST(FrameFacts, RectanglesThatAreNoneAreSkipped) {
-  EXPECT_EQ(FrameFacts(dirty({{0, 0, -50, 100}, {0, 0, -50, -50}, {0, 0, nan, 5}, {0, 0, 0, 9}}))
+  EXPECT_EQ(FrameMetadata(dirty({{0, 0, -50, 100}, {0, 0, -50, -50}, {0, 0, nan, 5}, {0, 0, 0, 9}}))
                 .dirtyFraction,
             0.0);
 }
@@ -96,7 +96,7 @@ TEST(FrameFacts, RectanglesThatAreNoneAreSkipped) {
 TEST(FrameFacts, ABufferWithoutPixelsTellsNothingOfTheChange) {
   CapturedFrame frame = picture(0, 100);
   frame.dirtyRects = {{0, 0, 10, 10}};
-  EXPECT_EQ(FrameFacts(frame).dirtyFraction, std::nullopt);
+  EXPECT_EQ(FrameMetadata(frame).dirtyFraction, std::nullopt);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "core/link/NetworkFacts.h"
+#include "core/link/NetworkInfo.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -6,13 +6,13 @@
 namespace tarvinel {
 namespace {
 
-using enum NetworkFacts::Family;
+using enum NetworkInfo::Family;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const NetworkFacts::Link eth0{2, "eth0", true};
-const NetworkFacts::Link wlan0{3, "wlan0", true};
-const NetworkFacts::Link tun0{4, "tun0", true};
+const NetworkInfo::Link eth0{2, "eth0", true};
+const NetworkInfo::Link wlan0{3, "wlan0", true};
+const NetworkInfo::Link tun0{4, "tun0", true};
 
 TEST(NetworkFacts, TheDefaultRouteOfTheLowestMetricComesFirst) {
   EXPECT_THAT(interfacesByPreference({{eth0, wlan0}, {{ipv4, 600, 3}, {ipv4, 100, 2}}, {}}),
@@ -49,7 +49,7 @@ TEST(NetworkFacts, OnesWithAnAddressComeAfterTheDefaultRoutes) {
 }
 
 TEST(NetworkFacts, ALinkThatCarriesNothingIsLeftOut) {
-  const NetworkFacts::Link unplugged{2, "eth0", false};
+  const NetworkInfo::Link unplugged{2, "eth0", false};
   EXPECT_THAT(interfacesByPreference({{unplugged, wlan0}, {{ipv4, 0, 2}, {ipv4, 600, 3}}, {2}}),
               ElementsAre("wlan0"));
 }

@@ -1,4 +1,4 @@
-#include "app/terminal/ServiceNotice.h"
+#include "app/terminal/SystemdNotifier.h"
 
 #include "app/model/AppModel.h"
 
@@ -10,16 +10,16 @@
 
 namespace tarvinel {
 
-ServiceNotice::ServiceNotice(const AppModel& model, Send send)
+SystemdNotifier::SystemdNotifier(const AppModel& model, Send send)
     : model_(model), send_(std::move(send)) {
   refresh();
 }
 
-ServiceNotice::~ServiceNotice() {
+SystemdNotifier::~SystemdNotifier() {
   send_("STOPPING=1");
 }
 
-void ServiceNotice::refresh() {
+void SystemdNotifier::refresh() {
   if (!isReady_ && model_.serverURL()) {
     isReady_ = true;
     send_("READY=1");
@@ -30,7 +30,7 @@ void ServiceNotice::refresh() {
   }
 }
 
-std::string ServiceNotice::statusLine() const {
+std::string SystemdNotifier::statusLine() const {
   if (model_.serverError()) return *model_.serverError();
   if (!model_.serverURL()) return "Starting server…";
   auto line = fmt::format("{} · {}", *model_.serverURL(), model_.statusLine());
@@ -39,7 +39,7 @@ std::string ServiceNotice::statusLine() const {
   return line;
 }
 
-void ServiceNotice::toServiceManager(const std::string& state) {
+void SystemdNotifier::toServiceManager(const std::string& state) {
   sd_notify(0, state.c_str());
 }
 

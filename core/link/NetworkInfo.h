@@ -23,7 +23,7 @@ enum class InterfaceType : std::uint8_t {
 };
 
 /// What the kernel says of this computer's network at one moment. Plain values.
-struct NetworkFacts {
+struct NetworkInfo {
   struct Link {
     int index = 0;
     std::string name;
@@ -46,13 +46,13 @@ struct NetworkFacts {
   std::vector<DefaultRoute> defaultRoutes;  ///< of the main table, in the kernel's order
   std::set<int> linksWithAddress;           ///< indices; any address but one of the host alone
 
-  bool operator==(const NetworkFacts&) const = default;
+  bool operator==(const NetworkInfo&) const = default;
 };
 
 /// The names of the interfaces that carry traffic, the preferred one first: those of the default
 /// routes, by IPv4 and then by IPv6, the lowest metric first; then, for a network without a way
 /// out, the others that have an address. Pure.
-std::vector<std::string> interfacesByPreference(const NetworkFacts& facts);
+std::vector<std::string> interfacesByPreference(const NetworkInfo& info);
 
 class SerialQueue;
 

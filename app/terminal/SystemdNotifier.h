@@ -10,17 +10,17 @@ class AppModel;
 /// Tells the service manager that started the program how it is: ready once the server listens, in
 /// one line where and what is shared, and that it ends. Does nothing without a service manager.
 /// Lives on the main queue; the model outlives it.
-class ServiceNotice {
+class SystemdNotifier {
  public:
   /// Takes what is to be told: "NAME=value" lines as sd_notify(3) has them.
   using Send = std::function<void(const std::string& state)>;
 
-  explicit ServiceNotice(const AppModel& model, Send send = toServiceManager);
+  explicit SystemdNotifier(const AppModel& model, Send send = toServiceManager);
 
   /// Tells that the program ends.
-  ~ServiceNotice();
-  ServiceNotice(const ServiceNotice&) = delete;
-  ServiceNotice& operator=(const ServiceNotice&) = delete;
+  ~SystemdNotifier();
+  SystemdNotifier(const SystemdNotifier&) = delete;
+  SystemdNotifier& operator=(const SystemdNotifier&) = delete;
 
   /// Tells what has changed since the last call; to be called on every change of the model.
   void refresh();

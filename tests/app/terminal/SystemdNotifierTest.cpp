@@ -1,4 +1,4 @@
-#include "app/terminal/ServiceNotice.h"
+#include "app/terminal/SystemdNotifier.h"
 #include "tests/app/model/ModelFixture.h"
 
 #include <gmock/gmock.h>
@@ -33,7 +33,7 @@ class ServiceNoticeTest : public ModelFixture {
   }
 
   std::vector<std::string> told;
-  std::optional<ServiceNotice> notice;
+  std::optional<SystemdNotifier> notice;
 };
 
 TEST_F(ServiceNoticeTest, IsReadyOnceTheServerListens) {

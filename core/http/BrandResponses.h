@@ -9,12 +9,12 @@ namespace tarvinel {
 
 /// The complete answers that hold the brand's files, built once and shared by all connections that
 /// send them. Null where there is no file.
-struct BrandAnswers {
+struct BrandResponses {
   std::shared_ptr<const Bytes> image;
   std::shared_ptr<const Bytes> font;
 
   /// Reads the files. Blocks.
-  static BrandAnswers load(const std::optional<BrandConfig>& brand);
+  static BrandResponses load(const std::optional<BrandConfig>& brand);
 };
 
 }  // namespace tarvinel
