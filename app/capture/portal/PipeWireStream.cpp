@@ -2,7 +2,6 @@
 
 #include "app/capture/portal/Error.h"
 #include "app/capture/portal/StreamBuffer.h"
-#include "app/capture/portal/TruncationGuard.h"
 
 #include <fcntl.h>
 #include <pipewire/pipewire.h>
@@ -27,8 +26,7 @@ namespace {
 
 constexpr std::uint32_t mostDamageRects = 16;
 constexpr std::chrono::seconds longestToBegin{10};
-constexpr std::chrono::milliseconds betweenLooks{250};
-constexpr int mostLooks = 20;
+constexpr std::chrono::milliseconds betweenPolls{250};
 
 template <class T>
 T* orThrow(T* made) {
@@ -59,16 +57,6 @@ std::vector<StreamParameter> wantedParameters(bool withCursor) {
         static_cast<std::uint32_t>(CursorMetadata::bytesFor(CursorMetadata::longest))));
   }
   return wanted;
-}
-
-// The damage as seen from the content.
-PipeWireStream::Rects within(const PipeWireStream::Rects& damage, const PixelRect& content) {
-  PipeWireStream::Rects inside;
-  for (const PixelRect& rect : damage) {
-    const PixelRect common = rect.intersection(content);
-    if (!common.isEmpty()) inside.push_back(common.relativeTo(content.x, content.y));
-  }
-  return inside;
 }
 
 }  // namespace
@@ -125,7 +113,7 @@ struct PipeWireStream::Connection {
 /// What the library calls.
 struct PipeWireStream::Events {
   static void coreInfo(void* self, const pw_core_info* /*info*/) {
-    static_cast<PipeWireStream*>(self)->serverAnswers_ = true;
+    static_cast<PipeWireStream*>(self)->serverResponded_ = true;
   }
 
   static void coreError(void* self, std::uint32_t id, int /*sequence*/, int result,
@@ -155,7 +143,7 @@ struct PipeWireStream::Events {
 
   static void bufferAdded(void* self, pw_buffer* buffer) {
     static_cast<PipeWireStream*>(self)->guarded(
-        [buffer](PipeWireStream& stream) { stream.bufferCame(*buffer); });
+        [buffer](PipeWireStream& stream) { stream.bufferAdded(*buffer); });
   }
 
   static void bufferRemoved(void* self, pw_buffer* buffer) {
@@ -203,14 +191,30 @@ struct PipeWireStream::Events {
   }
 };
 
+void SilenceRecovery::formatChanged() {
+  if (state_ != State::beforeFirstPicture) state_ = State::inNewFormat;
+}
+
+void SilenceRecovery::pictureArrived() {
+  state_ = State::flowing;
+  renegotiationsLeft_ = maxRenegotiations;
+}
+
+SilenceRecovery::Action SilenceRecovery::next(bool buffersLackMemory) {
+  if (buffersLackMemory) return renegotiationsLeft_-- > 0 ? Action::renegotiate : Action::giveUp;
+  if (state_ != State::inNewFormat) return Action::search;
+  state_ = State::flowing;
+  return Action::restart;
+}
+
 PipeWireStream::PipeWireStream(SerialQueue& queue, Logger logger, const Wish& wish,
                                Handlers handlers)
     : queue_(queue),
-      logger_(std::move(logger)),
       wish_(wish),
       handlers_(std::move(handlers)),
       deadline_(queue),
-      nextLook_(queue) {}
+      nextPoll_(queue),
+      frames_(std::move(logger), handlers_.frames) {}
 
 PipeWireStream::~PipeWireStream() = default;
 
@@ -250,7 +254,7 @@ void PipeWireStream::awaitEvents() {
   descriptor_->async_wait(asio::posix::descriptor_base::wait_read,
                           [weak = weak_from_this()](const std::error_code& ec) {
                             const auto self = weak.lock();
-                            if (!ec && self) self->turn();
+                            if (!ec && self) self->dispatch();
                           });
 }
 
@@ -259,16 +263,17 @@ void PipeWireStream::awaitBuffers() {
   deadline_.start(longestToBegin, [weak = weak_from_this()] {
     const auto self = weak.lock();
     if (!self) return;
-    self->end(
-        portalFailure(self->serverAnswers_ ? Error::Case::notStarted : Error::Case::noMediaServer));
+    self->end(portalFailure(self->serverResponded_ ? Error::Case::notStarted
+                                                   : Error::Case::noMediaServer));
   });
 }
 
-void PipeWireStream::turn() {
+void PipeWireStream::dispatch() {
   pw_loop_iterate(connection_->loop, 0);
   if (ended_) return end(ended_);
   awaitEvents();
-  if (isReady_ && !std::exchange(reportedReady_, true)) {
+  if (readiness_ == Readiness::ready) {
+    readiness_ = Readiness::reported;
     deadline_.cancel();
     handlers_.onReady();
   }
@@ -277,7 +282,7 @@ void PipeWireStream::turn() {
 
 void PipeWireStream::end(const std::exception_ptr& why) {
   deadline_.cancel();
-  nextLook_.cancel();
+  nextPoll_.cancel();
   descriptor_.reset();
   connection_.reset();
   handlers_.onEnd(why);
@@ -305,10 +310,9 @@ void PipeWireStream::serverEnded() {
 
 /// A format that was not offered shows nothing until the next one comes.
 void PipeWireStream::formatChanged(const spa_pod* format) {
-  format_ = format != nullptr ? VideoFormat::read(*format) : std::nullopt;
-  mayBeHalted_ = hadPicture_;
-  damage_.reset();
-  if (!format_) return;
+  frames_.setFormat(format != nullptr ? VideoFormat::read(*format) : std::nullopt);
+  recovery_.formatChanged();
+  if (!frames_.format()) return;
   const auto wanted = wantedParameters(wish_.cursorIsApart);
   std::vector<const spa_pod*> parameters(wanted.size());
   std::transform(wanted.begin(), wanted.end(), parameters.begin(),
@@ -317,49 +321,54 @@ void PipeWireStream::formatChanged(const spa_pod* format) {
                           static_cast<std::uint32_t>(parameters.size()));
 }
 
-void PipeWireStream::bufferCame(const pw_buffer& buffer) {
-  isReady_ = true;
+void PipeWireStream::bufferAdded(const pw_buffer& buffer) {
+  if (readiness_ == Readiness::waiting) readiness_ = Readiness::ready;
   buffers_.add(buffer);
-  looksLeft_ = mostLooks;
-  lookLater();
+  recovery_.bufferAdded();
+  schedulePoll();
 }
 
-/// A producer may send its first picture in new buffers before they have come to this side, too.
-/// The media server then tells nobody of it, and a screen that is still sends no other: it lies in
-/// its buffer.
-void PipeWireStream::lookLater() {
-  if (looksLeft_-- <= 0) return;
-  nextLook_.start(betweenLooks, [weak = weak_from_this()] {
+void PipeWireStream::schedulePoll() {
+  if (!recovery_.takePoll()) return;
+  nextPoll_.start(betweenPolls, [weak = weak_from_this()] {
     const auto self = weak.lock();
-    if (self) self->look();
+    if (self) self->pollBuffers();
   });
 }
 
-/// What was sent between it and the next one is not known.
-void PipeWireStream::look() {
-  guarded([](PipeWireStream& stream) { stream.searchBuffers(); });
+void PipeWireStream::pollBuffers() {
+  guarded([](PipeWireStream& stream) { stream.recover(); });
   if (ended_) end(ended_);
 }
 
+void PipeWireStream::recover() {
+  schedulePoll();
+  switch (recovery_.next(buffers_.lackMemory())) {
+    case SilenceRecovery::Action::search:
+      return searchBuffers();
+    case SilenceRecovery::Action::renegotiate:
+      return renegotiate();
+    case SilenceRecovery::Action::restart:
+      return restart();
+    case SilenceRecovery::Action::giveUp:
+      return nextPoll_.cancel();
+  }
+}
+
+/// A producer may send its first picture in new buffers before they have arrived on this side. The
+/// media server then announces it to nobody, and a screen that is still sends no other: the picture
+/// lies in its buffer.
 void PipeWireStream::searchBuffers() {
-  lookLater();
-  if (buffers_.lackMemory()) return renegotiate();
-  if (std::exchange(mayBeHalted_, false)) return restart();
-  const pw_buffer* newest = format_ ? buffers_.newest(*format_) : nullptr;
+  const pw_buffer* newest = frames_.format() ? buffers_.newest(*frames_.format()) : nullptr;
   if (newest == nullptr) return;
-  noteCursor(*newest);
-  damage_.reset();
-  show(*newest);
-  damage_.reset();
-  showCursor();
+  frames_.showFound(*newest);
   handlers_.onRest();
 }
 
 /// When one format follows upon another, the media server may hand over the new buffers before
-/// their producer gave them memory. No picture then ever comes, unless the format is agreed upon
-/// anew.
+/// their producer gave them memory. No picture then ever comes, unless the format is negotiated
+/// again.
 void PipeWireStream::renegotiate() {
-  if (questionsLeft_-- <= 0) return nextLook_.cancel();
   const auto formats = StreamParameter::formats(wish_.framesPerSecond);
   std::array<const spa_pod*, 1> parameters{formats.pod()};
   pw_stream_update_params(connection_->stream, parameters.data(), parameters.size());
@@ -372,105 +381,22 @@ void PipeWireStream::restart() {
   pw_stream_set_active(connection_->stream, true);
 }
 
-/// Shows the newest of the buffers that wait; those before it only tell what changed.
+/// Shows the newest of the buffers that wait; those before it only report what changed.
 void PipeWireStream::takeBuffers() {
   pw_stream* stream = connection_->stream;
   pw_buffer* newest = nullptr;
   while (pw_buffer* buffer = pw_stream_dequeue_buffer(stream)) {
-    noteCursor(*buffer);
-    if (!hasPicture(*buffer)) {
-      damage_.reset();
-      pw_stream_queue_buffer(stream, buffer);
-      continue;
-    }
-    if (newest != nullptr) pw_stream_queue_buffer(stream, newest);
-    noteDamage(*buffer);
-    newest = buffer;
+    pw_buffer* done = buffer;
+    if (frames_.add(*buffer)) done = std::exchange(newest, buffer);
+    if (done != nullptr) pw_stream_queue_buffer(stream, done);
   }
   if (newest != nullptr) {
-    nextLook_.cancel();
-    questionsLeft_ = mostQuestions;
-    hadPicture_ = true;
-    mayBeHalted_ = false;
-    show(*newest);
+    nextPoll_.cancel();
+    recovery_.pictureArrived();
+    frames_.show(*newest);
     pw_stream_queue_buffer(stream, newest);
   }
-  showCursor();
-}
-
-void PipeWireStream::noteCursor(const pw_buffer& buffer) {
-  const auto metadata = StreamBuffer(buffer).cursorMetadata();
-  if (metadata.empty()) return;
-  cursorChanged_ = cursor_.read(metadata.data(), metadata.size()) || cursorChanged_;
-}
-
-void PipeWireStream::showCursor() {
-  if (!std::exchange(cursorChanged_, false)) return;
-  auto cursor = cursor_.image();
-  if (cursor) {
-    cursor->area = cursor->area.relativeTo(content_.x, content_.y);
-    cursor = transform_.upright(*cursor, content_);
-  }
-  handlers_.onCursor(cursor);
-}
-
-bool PipeWireStream::hasPicture(const pw_buffer& buffer) {
-  if (!format_) return false;
-  const StreamBuffer given(buffer);
-  if (given.picture(*format_)) return true;
-  if (given.toldPicture(*format_)) {
-    loseTrack();
-  } else if (given.claimsPicture()) {
-    reportNonsense();
-  }
-  return false;
-}
-
-void PipeWireStream::noteDamage(const pw_buffer& buffer) {
-  const auto damage = StreamBuffer(buffer).damage(frameArea());
-  if (!damage) return damage_.reset();
-  if (damage_) damage_->insert(damage_->end(), damage->begin(), damage->end());
-}
-
-void PipeWireStream::show(const pw_buffer& buffer) {
-  const StreamBuffer given(buffer);
-  const auto picture = given.picture(*format_);
-  noteView(given.content(frameArea()), given.transform());
-  if (!picture) return loseTrack();
-  const auto changed = damage_ ? std::optional(within(*damage_, content_)) : std::nullopt;
-  damage_.emplace();
-  const TruncationGuard guard(given.sharedMap());
-  const auto turned = upright_.turn(picture->part(content_), transform_, changed);
-  handlers_.onPicture(turned.picture, turned.changed);
-  if (guard.wasTruncated()) loseTrack();
-}
-
-/// The picture was not there, or not all of it: the next one is taken as a whole. Said once, since
-/// such a producer may go on like that.
-void PipeWireStream::loseTrack() {
-  damage_.reset();
-  if (std::exchange(toldLoss_, true)) return;
-  logger_->warn("lost a picture: the desktop gave less memory than it said, or took it back");
-}
-
-/// Said once as well.
-void PipeWireStream::reportNonsense() {
-  if (std::exchange(toldNonsense_, true)) return;
-  logger_->warn("ignored a picture: the desktop describes its memory in a way that makes no sense");
-}
-
-/// Another part of the frame, or another side of it up, is another picture in which the cursor
-/// stands elsewhere.
-void PipeWireStream::noteView(const PixelRect& content, const VideoTransform& transform) {
-  if (content_ == content && transform_ == transform) return;
-  content_ = content;
-  transform_ = transform;
-  damage_.reset();
-  cursorChanged_ = true;
-}
-
-PixelRect PipeWireStream::frameArea() const {
-  return {0, 0, format_->width, format_->height};
+  frames_.showCursor();
 }
 
 }  // namespace tarvinel::portal

@@ -100,12 +100,12 @@ void Stream::granted(const StreamInfo& grant, UniqueFd mediaServer) {
       queue_, logger_, PipeWireStream::Wish{configuration_.framesPerSecond, grant.cursorIsApart},
       PipeWireStream::Handlers{
           whileRunning([](Stream& self) { self.ready(); }),
-          whileRunning([](Stream& self, const RawPicture& picture, const auto& changed) {
-            self.take(self.picture_.update(picture, changed));
-          }),
-          whileRunning([](Stream& self, const std::optional<CursorImage>& cursor) {
-            self.take(self.picture_.showCursor(cursor));
-          }),
+          {whileRunning([](Stream& self, const RawPicture& picture, const auto& changed) {
+             self.take(self.picture_.update(picture, changed));
+           }),
+           whileRunning([](Stream& self, const std::optional<CursorImage>& cursor) {
+             self.take(self.picture_.showCursor(cursor));
+           })},
           whileRunning([](Stream& self) { self.deliver(); }),
           whileRunning([](Stream& self, const std::exception_ptr& why) { self.end(why); })});
   stream_->connect(std::move(mediaServer), grant.node);

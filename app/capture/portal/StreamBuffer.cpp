@@ -67,7 +67,7 @@ std::optional<RawPicture> StreamBuffer::picture(const VideoFormat& format) const
   return pictureIn(rawBuffer(*buffer_, *data, readableBytes(*data)), format);
 }
 
-std::optional<RawPicture> StreamBuffer::toldPicture(const VideoFormat& format) const {
+std::optional<RawPicture> StreamBuffer::announcedPicture(const VideoFormat& format) const {
   const spa_data* data = dataOf(*buffer_);
   if (data == nullptr) return std::nullopt;
   return pictureIn(rawBuffer(*buffer_, *data, data->maxsize), format);

@@ -76,7 +76,7 @@ class StreamBuffer {
   std::optional<RawPicture> picture(const VideoFormat& format) const;
 
   /// The same as the producer tells it, whether there is memory for it or not: not to be looked at.
-  std::optional<RawPicture> toldPicture(const VideoFormat& format) const;
+  std::optional<RawPicture> announcedPicture(const VideoFormat& format) const;
 
   /// Whether the producer says that there is a picture, however it describes it.
   bool claimsPicture() const;
