@@ -8,6 +8,13 @@ namespace tarvinel {
 
 namespace {
 
+struct Area {
+  std::size_t x;
+  std::size_t y;
+  std::size_t width;
+  std::size_t height;
+};
+
 using Colour = std::array<std::uint8_t, 3>;  // blue, green, red
 
 constexpr Colour background{60, 50, 40};
@@ -23,7 +30,7 @@ class Painter {
  public:
   explicit Painter(MemoryPixelBuffer& buffer) : buffer_(buffer) {}
 
-  void fill(const PixelRegion& area, Colour colour) {
+  void fill(const Area& area, Colour colour) {
     const std::size_t right = std::min(area.x + area.width, buffer_.width());
     const std::size_t bottom = std::min(area.y + area.height, buffer_.height());
     for (std::size_t y = area.y; y < bottom; ++y) {
@@ -42,7 +49,7 @@ class Painter {
   }
 
   template <class ColourOf>
-  void text(const PixelRegion& area, ColourOf colourOf) {
+  void text(const Area& area, ColourOf colourOf) {
     for (std::size_t y = area.y; y + cellHeight < area.y + area.height; y += cellHeight) {
       for (std::size_t x = area.x; x + cellWidth < area.x + area.width; x += cellWidth) {
         if (below(6) != 0) letter(x, y, colourOf());  // else a space
@@ -65,8 +72,8 @@ class Painter {
 std::unique_ptr<MemoryPixelBuffer> desktopPicture(std::size_t width, std::size_t height) {
   auto picture = std::make_unique<MemoryPixelBuffer>(width, height);
   Painter painter(*picture);
-  const PixelRegion document{40, 30, width / 2, height - 80};
-  const PixelRegion console{width / 2 + 80, 60, width / 2 - 120, height - 160};
+  const Area document{40, 30, width / 2, height - 80};
+  const Area console{width / 2 + 80, 60, width / 2 - 120, height - 160};
   painter.fill({0, 0, width, height}, background);
   painter.fill(document, paper);
   painter.text(document, [] { return ink; });

@@ -23,8 +23,8 @@ namespace tarvinel {
 
 namespace {
 
-constexpr int longestWaitMilliseconds = 30000;
-constexpr std::size_t largestRead = 262144;
+constexpr int maxWaitMilliseconds = 30000;
+constexpr std::size_t maxReadBytes = 262144;
 
 template <class Value>
 Value checked(Value value, const char* call) {
@@ -137,7 +137,7 @@ class ViewerProcess::Crowd {
   UniqueFd epoll_{checked(epoll_create1(EPOLL_CLOEXEC), "epoll_create1")};
   std::vector<UniqueFd> joining_;
   std::vector<UniqueFd> viewers_;
-  std::vector<char> buffer_ = std::vector<char>(largestRead);
+  std::vector<char> buffer_ = std::vector<char>(maxReadBytes);
   std::size_t bytesPerRound_ = 0;
   std::size_t bytesRead_ = 0;
 };
@@ -202,7 +202,7 @@ void ViewerProcess::send(const Command& command) {
 void ViewerProcess::waitForAnswer() {
   pollfd answered{control_.get(), POLLIN, 0};
   char byte = 0;
-  if (checked(poll(&answered, 1, longestWaitMilliseconds), "poll") == 0 ||
+  if (checked(poll(&answered, 1, maxWaitMilliseconds), "poll") == 0 ||
       checked(recv(control_.get(), &byte, 1, 0), "recv") == 0) {
     throw std::runtime_error("the viewers did not get every byte");
   }

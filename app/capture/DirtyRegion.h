@@ -39,7 +39,7 @@ class DirtyRegion {
 
  private:
   PixelRect area_;
-  std::vector<PixelRect> rects_;  ///< in the picture's pixels, none empty
+  PixelRects rects_;  ///< in the picture's pixels, none empty
 };
 
 }  // namespace tarvinel

@@ -20,8 +20,8 @@ FramePacer pacerAt(std::int64_t motionFPS) {
 }
 
 PixelSize pictureSize(const PixelBuffer& buffer, const std::optional<Rect>& crop) {
-  const PixelRegion region = croppedRegion(buffer.width(), buffer.height(), crop);
-  return {static_cast<std::int64_t>(region.width), static_cast<std::int64_t>(region.height)};
+  const PixelRect area = croppedArea(buffer.width(), buffer.height(), crop);
+  return {area.width, area.height};
 }
 
 }  // namespace

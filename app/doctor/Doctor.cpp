@@ -43,7 +43,7 @@ namespace {
 
 constexpr std::size_t textColumn = 28;
 constexpr std::string_view adviceMark = "→ ";
-constexpr std::size_t leastTextColumns = 28;  // in a narrower terminal the text runs over
+constexpr std::size_t minTextColumns = 28;  // in a narrower terminal the text runs over
 
 /// The characters of UTF-8.
 std::size_t columnsOf(std::string_view text) {
@@ -121,7 +121,7 @@ void DoctorReport::add(const std::string& topic, const Finding& finding) {
 /// From a column on, where the output stands.
 void DoctorReport::writeLine(const std::string& text, std::size_t column) {
   const std::string shown = withoutControls(text);
-  if (style_.columns < column + leastTextColumns) {
+  if (style_.columns < column + minTextColumns) {
     out_ << shown << '\n';
     return;
   }

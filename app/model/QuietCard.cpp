@@ -14,20 +14,20 @@ namespace tarvinel {
 
 namespace {
 
-constexpr std::size_t longestText = 500;    // characters
-constexpr std::int64_t longestSide = 3840;  // pixels; viewers enlarge it as they do a picture
+constexpr std::size_t maxTextLength = 500;  // characters
+constexpr std::int64_t maxSide = 3840;      // pixels; viewers enlarge it as they do a picture
 constexpr int quality = 92;
 constexpr double background = 0x11 / 255.0;
 constexpr double letters = 0xB8 / 255.0;
 constexpr double lettersPerWidth = 64;  // as on the page, in a window of ordinary size
-constexpr double smallestLetters = 8;   // pixels
+constexpr double minLetterSize = 8;     // pixels
 constexpr double textPerWidth = 0.9;
 constexpr double textPerHeight = 0.9;
 
 PixelSize bounded(const PixelSize& size) {
-  const auto longest = std::max({size.width, size.height, longestSide});
-  return {std::max<std::int64_t>(1, size.width * longestSide / longest),
-          std::max<std::int64_t>(1, size.height * longestSide / longest)};
+  const auto longest = std::max({size.width, size.height, maxSide});
+  return {std::max<std::int64_t>(1, size.width * maxSide / longest),
+          std::max<std::int64_t>(1, size.height * maxSide / longest)};
 }
 
 struct Release {
@@ -52,7 +52,7 @@ Owned<PangoLayout> layoutOf(cairo_t* context, const std::string& text, const Pix
   const auto height = static_cast<double>(size.height);
   const Owned<PangoFontDescription> font(pango_font_description_from_string("Sans"));
   pango_font_description_set_absolute_size(
-      font.get(), std::max(smallestLetters, width / lettersPerWidth) * PANGO_SCALE);
+      font.get(), std::max(minLetterSize, width / lettersPerWidth) * PANGO_SCALE);
   Owned<PangoLayout> layout(pango_cairo_create_layout(context));
   pango_layout_set_font_description(layout.get(), font.get());
   pango_layout_set_width(layout.get(), static_cast<int>(width * textPerWidth * PANGO_SCALE));
@@ -94,7 +94,7 @@ Frame encoded(cairo_surface_t* surface) {
 
 }  // namespace
 
-QuietCard::QuietCard(std::string_view text) : text_(firstCharacters(text, longestText)) {
+QuietCard::QuietCard(std::string_view text) : text_(firstCharacters(text, maxTextLength)) {
   std::erase(text_, '\0');  // the end of a text for Pango
 }
 

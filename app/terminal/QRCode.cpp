@@ -23,9 +23,9 @@ using Code = std::unique_ptr<QRcode, decltype(&QRcode_free)>;
 Code encoded(std::string_view text) {
   // nothing covers or scratches a screen: the least correction makes the smallest picture
   constexpr QRecLevel correction = QR_ECLEVEL_L;
-  constexpr int smallestVersion = 0;
+  constexpr int minVersion = 0;
   const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
-  return {QRcode_encodeData(static_cast<int>(text.size()), bytes, smallestVersion, correction),
+  return {QRcode_encodeData(static_cast<int>(text.size()), bytes, minVersion, correction),
           &QRcode_free};
 }
 

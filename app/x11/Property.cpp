@@ -18,9 +18,9 @@ std::vector<std::uint32_t> Property::numbers() const {
 }
 
 xcb_get_property_cookie_t requestProperty(const Connection& connection, xcb_window_t window,
-                                          xcb_atom_t property, std::uint32_t mostBytes) {
+                                          xcb_atom_t property, std::uint32_t maxBytes) {
   return xcb_get_property(connection.get(), 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0,
-                          mostBytes / 4);
+                          maxBytes / 4);
 }
 
 std::optional<Property> receiveProperty(const Connection& connection,

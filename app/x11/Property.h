@@ -55,9 +55,9 @@ struct Property {
   std::vector<std::uint32_t> numbers() const;
 };
 
-/// Asks for a property; a longer one is cut to `mostBytes`. Does not wait.
+/// Asks for a property; a longer one is cut to `maxBytes`. Does not wait.
 xcb_get_property_cookie_t requestProperty(const Connection& connection, xcb_window_t window,
-                                          xcb_atom_t property, std::uint32_t mostBytes = 1024);
+                                          xcb_atom_t property, std::uint32_t maxBytes = 1024);
 
 /// What came of it; none when there is no such property or window. Throws Error.
 std::optional<Property> receiveProperty(const Connection& connection,

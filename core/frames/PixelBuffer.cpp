@@ -6,18 +6,17 @@
 
 namespace tarvinel {
 
-PixelRegion croppedRegion(std::size_t width, std::size_t height, const std::optional<Rect>& crop) {
-  const PixelRegion whole{0, 0, width, height};
+PixelRect croppedArea(std::size_t width, std::size_t height, const std::optional<Rect>& crop) {
+  const PixelRect whole{0, 0, static_cast<std::int32_t>(width), static_cast<std::int32_t>(height)};
   if (!crop) return whole;
-  const Rect frame{0, 0, static_cast<double>(width), static_cast<double>(height)};
-  const Rect common = crop->intersection(frame);
+  const Rect common = crop->intersection(whole.rect());
   if (common.isEmpty()) return whole;
   const Rect pixels = common.integral();
-  const auto left = static_cast<std::size_t>(pixels.x);
-  const auto top = static_cast<std::size_t>(pixels.y);
+  const auto left = static_cast<std::int32_t>(pixels.x);
+  const auto top = static_cast<std::int32_t>(pixels.y);
   // x + width may round up past the edge that width was computed from
-  const std::size_t right = std::min(width, static_cast<std::size_t>(pixels.maxX()));
-  const std::size_t bottom = std::min(height, static_cast<std::size_t>(pixels.maxY()));
+  const std::int32_t right = std::min(whole.width, static_cast<std::int32_t>(pixels.maxX()));
+  const std::int32_t bottom = std::min(whole.height, static_cast<std::int32_t>(pixels.maxY()));
   return {left, top, right - left, bottom - top};
 }
 

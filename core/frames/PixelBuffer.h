@@ -10,20 +10,10 @@
 
 namespace tarvinel {
 
-/// A rectangle of whole pixels inside a picture.
-struct PixelRegion {
-  std::size_t x = 0;
-  std::size_t y = 0;
-  std::size_t width = 0;
-  std::size_t height = 0;
-
-  bool operator==(const PixelRegion&) const = default;
-};
-
 /// The part of a picture of `width` × `height` pixels that `crop` (pixels, origin at the first
 /// pixel of the first row) asks for: widened to whole pixels and cut at the edges. The whole
 /// picture when nothing is asked for or nothing would be left.
-PixelRegion croppedRegion(std::size_t width, std::size_t height, const std::optional<Rect>& crop);
+PixelRect croppedArea(std::size_t width, std::size_t height, const std::optional<Rect>& crop);
 
 /// Borrowed BGRA pixels. Valid as long as the memory's owner says.
 struct PixelView {
@@ -34,9 +24,12 @@ struct PixelView {
 
   const std::uint8_t* row(std::size_t y) const { return pixels + y * bytesPerRow; }
 
-  /// The same memory seen through a region that lies inside this view.
-  PixelView part(const PixelRegion& region) const {
-    return {row(region.y) + region.x * 4, region.width, region.height, bytesPerRow};
+  /// The same memory seen through an area that lies inside this view.
+  PixelView part(const PixelRect& area) const {
+    const std::uint8_t* first =
+        row(static_cast<std::size_t>(area.y)) + static_cast<std::size_t>(area.x) * 4;
+    return {first, static_cast<std::size_t>(area.width), static_cast<std::size_t>(area.height),
+            bytesPerRow};
   }
 };
 

@@ -68,7 +68,7 @@ Frame PixelBufferJPEGEncoder::encode(PixelBuffer& buffer, double quality,
   if (format != pixelFormatBGRA) throw JPEGEncodeError::unsupportedPixelFormat(format);
   const ReadLock lock(buffer);
   const PixelView whole = viewOf(buffer);
-  const PixelView picture = whole.part(croppedRegion(whole.width, whole.height, crop));
+  const PixelView picture = whole.part(croppedArea(whole.width, whole.height, crop));
   return std::make_shared<const Bytes>(
       encodeReduced(picture, libraryQuality(quality), scale, chroma));
 }

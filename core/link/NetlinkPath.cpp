@@ -12,7 +12,7 @@ namespace tarvinel {
 namespace {
 
 constexpr std::chrono::milliseconds quietBeforeRead{100};
-constexpr std::chrono::milliseconds longestWithoutRead{1000};
+constexpr std::chrono::milliseconds maxTimeWithoutRead{1000};
 constexpr std::chrono::seconds retryInterval{5};
 
 }  // namespace
@@ -31,7 +31,7 @@ NetlinkPath::NetlinkPath(SerialQueue& queue, const Options& options, Handler onU
       events_(queue.context()),
       readTimer_(queue.context()),
       retryTimer_(queue.context()),
-      debounce_(quietBeforeRead, longestWithoutRead) {
+      debounce_(quietBeforeRead, maxTimeWithoutRead) {
   queue_.post([this] { subscribe(); });
 }
 

@@ -23,7 +23,7 @@ namespace {
 
 constexpr std::size_t datagramBytes = std::size_t{64} << 10;  // the kernel sends 32 KiB at most
 constexpr timeval answerLimit{2, 0};
-constexpr int mostReads = 5;
+constexpr int maxReads = 5;
 constexpr std::uint32_t eventGroups =
     RTMGRP_LINK | RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR | RTMGRP_IPV4_ROUTE | RTMGRP_IPV6_ROUTE;
 
@@ -99,7 +99,7 @@ NetworkInfo readNetworkInfo() {
   std::vector<std::byte> buffer(datagramBytes);
   std::uint32_t sequence = 0;
   NetworkInfo info;
-  for (int reads = 0; reads < mostReads; ++reads) {
+  for (int reads = 0; reads < maxReads; ++reads) {
     info = {};
     bool changed = false;
     for (const std::uint16_t type : {RTM_GETLINK, RTM_GETADDR, RTM_GETROUTE}) {

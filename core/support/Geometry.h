@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <vector>
 
 namespace tarvinel {
 
@@ -90,5 +91,7 @@ struct PixelRect {
             static_cast<double>(height)};
   }
 };
+
+using PixelRects = std::vector<PixelRect>;
 
 }  // namespace tarvinel

@@ -72,17 +72,17 @@ bool readMore(int fd, const path& file, std::size_t count, Bytes& bytes) {
 }  // namespace
 
 Bytes readRegularFile(const path& file, std::size_t maxBytes) {
-  constexpr std::size_t leastRead = 4096;
+  constexpr std::size_t minRead = 4096;
   const UniqueFd fd = opened(file, maxBytes);
   struct stat status{};
   if (::fstat(fd.get(), &status) != 0) failWithErrno(file);
   // one byte of room beyond the size tells in one read that nothing follows
-  std::size_t room = std::max(checked(status, file, maxBytes) + 1, leastRead);
+  std::size_t room = std::max(checked(status, file, maxBytes) + 1, minRead);
   Bytes bytes;
-  bytes.reserve(room + leastRead);
+  bytes.reserve(room + minRead);
   while (readMore(fd.get(), file, room, bytes)) {
     if (bytes.size() > maxBytes) failTooLarge(file, maxBytes);
-    room = leastRead;
+    room = minRead;
   }
   return bytes;
 }

@@ -9,8 +9,8 @@ namespace tarvinel::portal {
 namespace {
 
 /// The damage as seen from the content.
-FrameAccumulator::Rects within(const FrameAccumulator::Rects& damage, const PixelRect& content) {
-  FrameAccumulator::Rects inside;
+PixelRects within(const PixelRects& damage, const PixelRect& content) {
+  PixelRects inside;
   for (const PixelRect& rect : damage) {
     const PixelRect common = rect.intersection(content);
     if (!common.isEmpty()) inside.push_back(common.relativeTo(content.x, content.y));

@@ -19,12 +19,11 @@ namespace tarvinel::portal {
 /// picture is shown, and shows it upright. Lives on the capture queue.
 class FrameAccumulator {
  public:
-  using Rects = std::vector<PixelRect>;
-
   struct Handlers {
     /// A picture, upright, valid during the call, and what has changed in it since the last one
     /// (absent: unknown).
-    std::function<void(const RawPicture& picture, const std::optional<Rects>& changed)> onPicture;
+    std::function<void(const RawPicture& picture, const std::optional<PixelRects>& changed)>
+        onPicture;
 
     /// The cursor's new look or place, in the picture's pixels, or nullopt if it is hidden.
     std::function<void(const std::optional<CursorImage>& cursor)> onCursor;
@@ -62,9 +61,9 @@ class FrameAccumulator {
   const Logger logger_;
   const Handlers handlers_;
   std::optional<VideoFormat> format_;
-  std::optional<Rects> damage_;  ///< since the last picture, frame's pixels; absent: unknown
-  PixelRect content_;            ///< where in the frame the last picture was
-  VideoTransform transform_;     ///< of the last picture
+  std::optional<PixelRects> damage_;  ///< since the last picture, frame's pixels; absent: unknown
+  PixelRect content_;                 ///< where in the frame the last picture was
+  VideoTransform transform_;          ///< of the last picture
   CursorMetadata cursor_;
   bool cursorChanged_ = false;  ///< and has not been reported yet
   FrameRotator rotator_;

@@ -46,7 +46,7 @@ PixelRect rowDifference(const RawPicture& picture, std::int32_t y, const std::ui
 }
 
 // Grows the last rectangle by a row that follows on it, or begins another one.
-void addRow(Picture::Rects& rects, const PixelRect& row) {
+void addRow(PixelRects& rects, const PixelRect& row) {
   if (rects.empty() || rects.back().maxY() != row.y) {
     rects.push_back(row);
     return;
@@ -59,16 +59,16 @@ void addRow(Picture::Rects& rects, const PixelRect& row) {
 }  // namespace
 
 std::optional<CapturedFrame> Picture::update(const RawPicture& picture,
-                                             const std::optional<Rects>& damage) {
+                                             const std::optional<PixelRects>& damage) {
   const bool known = fits(picture);
   restoreBelowCursor();
   if (!known) {
     buffer_ = std::make_shared<MemoryPixelBuffer>(static_cast<std::size_t>(picture.width),
                                                   static_cast<std::size_t>(picture.height));
   }
-  const Rects whole{picture.area()};
+  const PixelRects whole{picture.area()};
   // some compositors call all of the screen damaged when a character is typed
-  const Rects changed = known ? differences(picture, damage.value_or(whole)) : whole;
+  const PixelRects changed = known ? differences(picture, damage.value_or(whole)) : whole;
   for (const PixelRect& area : changed)
     copy(picture, area);
   if (cursor_) drawCursor(*cursor_);
@@ -82,7 +82,7 @@ std::optional<CapturedFrame> Picture::showCursor(const std::optional<CursorImage
   const PixelRect before = covered_;
   restoreBelowCursor();
   if (cursor_) drawCursor(*cursor_);
-  Rects changed;
+  PixelRects changed;
   for (const PixelRect& rect : {before, covered_}) {
     if (!rect.isEmpty()) changed.push_back(rect);
   }
@@ -90,7 +90,7 @@ std::optional<CapturedFrame> Picture::showCursor(const std::optional<CursorImage
   return frame(changed);
 }
 
-CapturedFrame Picture::frame(const Rects& changed) const {
+CapturedFrame Picture::frame(const PixelRects& changed) const {
   CapturedFrame frame{buffer_, FrameStatus::complete, {}, {}, std::vector<Rect>(), {}};
   for (const PixelRect& rect : changed)
     frame.dirtyRects->push_back(rect.rect());
@@ -137,8 +137,8 @@ void Picture::copy(const RawPicture& picture, const PixelRect& area) {
   }
 }
 
-Picture::Rects Picture::differences(const RawPicture& picture, const Rects& areas) const {
-  Rects rects;
+PixelRects Picture::differences(const RawPicture& picture, const PixelRects& areas) const {
+  PixelRects rects;
   for (const PixelRect& area : areas) {
     const RawPicture part = picture.part(area);
     for (std::int32_t y = 0; y < area.height; ++y) {

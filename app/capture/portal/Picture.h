@@ -17,12 +17,10 @@ namespace tarvinel::portal {
 /// on the capture queue.
 class Picture {
  public:
-  using Rects = std::vector<PixelRect>;
-
   /// Takes over what differs from the last picture in `damage`, which lies inside the picture, or
   /// anywhere, when that is not known. None when nothing does.
   std::optional<CapturedFrame> update(const RawPicture& picture,
-                                      const std::optional<Rects>& damage);
+                                      const std::optional<PixelRects>& damage);
 
   /// Draws the cursor (the picture's pixels) where it is now, and nowhere else; none: it is not to
   /// be seen. None when there is no picture yet, or nothing of the cursor was or is in it.
@@ -30,13 +28,13 @@ class Picture {
 
  private:
   PixelRect area() const;
-  CapturedFrame frame(const Rects& changed) const;
+  CapturedFrame frame(const PixelRects& changed) const;
   std::uint8_t* pixelsAt(std::int32_t x, std::int32_t y) const;
   void restoreBelowCursor();
   void drawCursor(const CursorImage& cursor);
   bool fits(const RawPicture& picture) const;
   void copy(const RawPicture& picture, const PixelRect& area);
-  Rects differences(const RawPicture& picture, const Rects& areas) const;
+  PixelRects differences(const RawPicture& picture, const PixelRects& areas) const;
 
   std::shared_ptr<MemoryPixelBuffer> buffer_;  ///< null before the first picture
   std::optional<CursorImage> cursor_;          ///< as drawn

@@ -24,8 +24,8 @@ namespace tarvinel::portal {
 
 namespace {
 
-constexpr std::uint32_t mostDamageRects = 16;
-constexpr std::chrono::seconds longestToBegin{10};
+constexpr std::uint32_t maxDamageRects = 16;
+constexpr std::chrono::seconds maxTimeToBegin{10};
 constexpr std::chrono::milliseconds betweenPolls{250};
 
 template <class T>
@@ -50,7 +50,7 @@ std::vector<StreamParameter> wantedParameters(bool withCursor) {
       StreamParameter::buffers(), StreamParameter::metadata(SPA_META_Header, header, header),
       StreamParameter::metadata(SPA_META_VideoCrop, region, region),
       StreamParameter::metadata(SPA_META_VideoTransform, transform, transform),
-      StreamParameter::metadata(SPA_META_VideoDamage, region, region * mostDamageRects)};
+      StreamParameter::metadata(SPA_META_VideoDamage, region, region * maxDamageRects)};
   if (withCursor) {
     wanted.push_back(StreamParameter::metadata(
         SPA_META_Cursor, static_cast<std::uint32_t>(CursorMetadata::bytesFor(usualCursor)),
@@ -260,7 +260,7 @@ void PipeWireStream::awaitEvents() {
 
 /// Where the media server finds no format or memory that suits both sides, nobody says so.
 void PipeWireStream::awaitBuffers() {
-  deadline_.start(longestToBegin, [weak = weak_from_this()] {
+  deadline_.start(maxTimeToBegin, [weak = weak_from_this()] {
     const auto self = weak.lock();
     if (!self) return;
     self->end(portalFailure(self->serverResponded_ ? Error::Case::notStarted

@@ -59,8 +59,6 @@ class SilenceRecovery {
 /// it; made by std::make_shared.
 class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
  public:
-  using Rects = FrameAccumulator::Rects;
-
   struct Handlers {
     /// Once: there is memory for pictures; they come whenever there is something new.
     std::function<void()> onReady;

@@ -51,7 +51,7 @@ class Session {
     std::function<void()> onFailure;  ///< it was taken, and failed
   };
 
-  static constexpr int mostAttempts = 12;
+  static constexpr int maxAttempts = 12;
 
   void watch();
   void askOffer();
@@ -78,7 +78,7 @@ class Session {
   std::string session_;  ///< its path on the bus, empty until there is one
   StreamInfo grant_;
   Outcomes outcomes_;  ///< of the request that is open
-  int attemptsLeft_ = mostAttempts;
+  int attemptsLeft_ = maxAttempts;
   OneShotTimer nextAttempt_;
   std::unique_ptr<MessageBus> bus_;
 };

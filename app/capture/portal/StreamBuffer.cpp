@@ -104,10 +104,10 @@ std::optional<StreamBuffer::Time> StreamBuffer::time() const {
   return time == Time() ? std::nullopt : std::optional(time);
 }
 
-std::optional<StreamBuffer::Rects> StreamBuffer::damage(const PixelRect& frame) const {
+std::optional<PixelRects> StreamBuffer::damage(const PixelRect& frame) const {
   const spa_meta* meta = spa_buffer_find_meta(buffer_->buffer, SPA_META_VideoDamage);
   if (meta == nullptr) return std::nullopt;
-  Rects rects;
+  PixelRects rects;
   const auto* regions = static_cast<const spa_meta_region*>(meta->data);
   for (std::size_t i = 0; i < meta->size / sizeof(spa_meta_region); ++i) {
     if (regions[i].region.size.width == 0 || regions[i].region.size.height == 0) break;

@@ -64,7 +64,6 @@ class StreamBuffers {
 /// beyond the memory that there is. Plain value.
 class StreamBuffer {
  public:
-  using Rects = std::vector<PixelRect>;
   using Time = std::pair<std::int64_t, std::uint64_t>;  ///< nanoseconds; then a running number
 
   explicit StreamBuffer(const pw_buffer& buffer) : buffer_(&buffer) {}
@@ -94,7 +93,7 @@ class StreamBuffer {
   std::optional<Time> time() const;
 
   /// What changed since the producer's last picture; absent when it does not tell.
-  std::optional<Rects> damage(const PixelRect& frame) const;
+  std::optional<PixelRects> damage(const PixelRect& frame) const;
 
   /// What is told of the cursor (SPA_META_Cursor); empty when nothing is.
   std::span<const std::uint8_t> cursorMetadata() const;

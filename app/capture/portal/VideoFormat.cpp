@@ -139,13 +139,13 @@ StreamParameter StreamParameter::buffers() {
   return parameter;
 }
 
-StreamParameter StreamParameter::metadata(std::uint32_t type, std::uint32_t leastBytes,
-                                          std::uint32_t mostBytes) {
+StreamParameter StreamParameter::metadata(std::uint32_t type, std::uint32_t minBytes,
+                                          std::uint32_t maxBytes) {
   StreamParameter parameter;
   ObjectWriter writer(parameter.storage_, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta);
   writer.id(SPA_PARAM_META_type, type);
   writer.choice(SPA_PARAM_META_size, SPA_CHOICE_Range, [=](spa_pod_builder& builder) {
-    for (const std::uint32_t bytes : {mostBytes, leastBytes, mostBytes})
+    for (const std::uint32_t bytes : {maxBytes, minBytes, maxBytes})
       spa_pod_builder_int(&builder, static_cast<std::int32_t>(bytes));
   });
   writer.end();

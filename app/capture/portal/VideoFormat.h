@@ -37,8 +37,8 @@ class StreamParameter {
   static StreamParameter buffers();
 
   /// That each picture is to carry a kind of facts (SPA_META_*) of at most so many bytes.
-  static StreamParameter metadata(std::uint32_t type, std::uint32_t leastBytes,
-                                  std::uint32_t mostBytes);
+  static StreamParameter metadata(std::uint32_t type, std::uint32_t minBytes,
+                                  std::uint32_t maxBytes);
 
   /// Valid as long as this.
   const spa_pod* pod() const;

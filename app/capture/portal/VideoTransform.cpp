@@ -72,7 +72,7 @@ void VideoTransform::write(const RawPicture& picture, std::uint8_t* pixels,
 }
 
 FrameRotator::Turned FrameRotator::turn(const RawPicture& picture, const VideoTransform& transform,
-                                        const std::optional<Rects>& changed) {
+                                        const std::optional<PixelRects>& changed) {
   const bool known = turned_ == picture.area() && transform_ == transform;
   turned_ = picture.area();
   transform_ = transform;
@@ -81,8 +81,8 @@ FrameRotator::Turned FrameRotator::turn(const RawPicture& picture, const VideoTr
   const std::size_t rowBytes = static_cast<std::size_t>(area.width) * bytesPerPixel;
   pixels_.resize(rowBytes * static_cast<std::size_t>(area.height));
   const bool isWhole = !known || !changed;
-  Rects turnedRects;
-  for (const PixelRect& rect : isWhole ? Rects{turned_} : *changed) {
+  PixelRects turnedRects;
+  for (const PixelRect& rect : isWhole ? PixelRects{turned_} : *changed) {
     const PixelRect place = transform.upright(rect, turned_);
     transform.write(picture.part(rect),
                     pixels_.data() + static_cast<std::size_t>(place.y) * rowBytes +

@@ -52,17 +52,15 @@ class VideoTransform {
 /// The newest picture of a stream whose producer turned it, upright. Lives on the capture queue.
 class FrameRotator {
  public:
-  using Rects = std::vector<PixelRect>;
-
   struct Turned {
-    RawPicture picture;            ///< borrowed from here until the next one
-    std::optional<Rects> changed;  ///< in it; absent: not known
+    RawPicture picture;                 ///< borrowed from here until the next one
+    std::optional<PixelRects> changed;  ///< in it; absent: not known
   };
 
   /// Takes over what has changed since the last picture (not known: all of it). One that is upright
   /// already is passed through.
   Turned turn(const RawPicture& picture, const VideoTransform& transform,
-              const std::optional<Rects>& changed);
+              const std::optional<PixelRects>& changed);
 
  private:
   std::vector<std::uint8_t> pixels_;

@@ -61,8 +61,8 @@ void AppSource::followDisplay() {
 }
 
 /// Returns what it changed, in the canvas's coordinates.
-std::vector<PixelRect> AppSource::redraw() {
-  std::vector<PixelRect> parts = changedAreas(drawn_, windows_->layers());
+PixelRects AppSource::redraw() {
+  PixelRects parts = changedAreas(drawn_, windows_->layers());
   for (const PixelRect& rect : windows_->takeDamage())
     parts.push_back(rect);
   canvas_->draw(windows_->layers(), parts);
@@ -218,12 +218,12 @@ std::optional<Layer> AppWindows::layerOf(xcb_window_t window,
                known.hasAlpha};
 }
 
-std::vector<PixelRect> AppWindows::takeDamage() {
-  std::vector<PixelRect> damaged;
+PixelRects AppWindows::takeDamage() {
+  PixelRects damaged;
   for (const Layer& layer : layers_) {
     const auto rects = windows_.at(layer.window).content->takeDamage();
     if (!rects) damaged.push_back(layer.area);
-    for (const PixelRect& rect : rects.value_or(std::vector<PixelRect>{})) {
+    for (const PixelRect& rect : rects.value_or(PixelRects{})) {
       damaged.push_back(rect.relativeTo(-layer.area.x, -layer.area.y).intersection(layer.area));
     }
   }

@@ -48,7 +48,7 @@ class AppWindows {
   const std::vector<Layer>& layers() const { return layers_; }
 
   /// What the windows drew since the last call, on the root window. Throws Error.
-  std::vector<PixelRect> takeDamage();
+  PixelRects takeDamage();
 
  private:
   struct Known {
@@ -90,7 +90,7 @@ class AppSource final : public FrameSource {
 
  private:
   void followDisplay();
-  std::vector<PixelRect> redraw();
+  PixelRects redraw();
   std::optional<CursorImage> cursor() const;
 
   Connection connection_;

@@ -65,7 +65,7 @@ TEST(PlacementByLinkTest, AFirstNameThatCannotBeRemovedLeavesTheFilePlaced) {
   EXPECT_EQ(folder.read("a"), "new");
 }
 
-INSTANTIATE_TEST_SUITE_P(Roads, PlacementTest,
+INSTANTIATE_TEST_SUITE_P(Strategies, PlacementTest,
                          testing::Values(Placement::byRename, Placement::byLink, Placement::byClaim,
                                          Placement::place));
 

@@ -69,7 +69,7 @@ void AppCanvas::preparePictures() {
   xcb_render_create_picture(connection_.get(), picture_, pixmap_, own, 0, nullptr);
 }
 
-void AppCanvas::draw(const std::vector<Layer>& layers, const std::vector<PixelRect>& parts) {
+void AppCanvas::draw(const std::vector<Layer>& layers, const PixelRects& parts) {
   for (const PixelRect& part : parts) {
     const PixelRect visible = part.intersection(area_);
     if (visible.isEmpty()) continue;
@@ -123,9 +123,8 @@ Layer layerAt(const std::vector<Layer>& layers, std::size_t height) {
 
 }  // namespace
 
-std::vector<PixelRect> changedAreas(const std::vector<Layer>& before,
-                                    const std::vector<Layer>& after) {
-  std::vector<PixelRect> changed;
+PixelRects changedAreas(const std::vector<Layer>& before, const std::vector<Layer>& after) {
+  PixelRects changed;
   for (std::size_t i = 0; i < std::max(before.size(), after.size()); ++i) {
     const Layer old = layerAt(before, i);
     const Layer now = layerAt(after, i);

@@ -24,8 +24,7 @@ struct Layer {
 
 /// The areas in which the second picture may differ from the first, apart from what the windows
 /// have drawn. Layers are given lowest first. Pure.
-std::vector<PixelRect> changedAreas(const std::vector<Layer>& before,
-                                    const std::vector<Layer>& after);
+PixelRects changedAreas(const std::vector<Layer>& before, const std::vector<Layer>& after);
 
 /// A pixmap in the server in which the windows of an application are laid over each other, on
 /// black: no pixel of them passes through this program before they are together. Must not outlive
@@ -43,7 +42,7 @@ class AppCanvas {
   xcb_pixmap_t pixmap() const { return pixmap_; }
 
   /// Makes these parts (on the root window) show the layers, given lowest first. Does not wait.
-  void draw(const std::vector<Layer>& layers, const std::vector<PixelRect>& parts);
+  void draw(const std::vector<Layer>& layers, const PixelRects& parts);
 
  private:
   void preparePictures();

@@ -41,14 +41,14 @@ std::uint32_t Damage::discard() {
       .sequence;
 }
 
-std::optional<std::vector<PixelRect>> Damage::take() {
+std::optional<PixelRects> Damage::take() {
   xcb_damage_subtract(connection_.get(), damage_, XCB_XFIXES_REGION_NONE, region_);
   if (region_ == XCB_XFIXES_REGION_NONE) return std::nullopt;
   const auto region = connection_.reply(xcb_xfixes_fetch_region_reply,
                                         xcb_xfixes_fetch_region(connection_.get(), region_));
   const auto* rects = xcb_xfixes_fetch_region_rectangles(region.get());
   const int count = xcb_xfixes_fetch_region_rectangles_length(region.get());
-  std::vector<PixelRect> damaged;
+  PixelRects damaged;
   damaged.reserve(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i) {
     damaged.push_back({rects[i].x, rects[i].y, rects[i].width, rects[i].height});

@@ -33,7 +33,7 @@ class Damage {
   /// What was damaged since the last call, in the window's own coordinates: disjoint rectangles, or
   /// nothing when the server cannot tell where. Pixels must be read after this call, or damage done
   /// between is lost. Throws Error.
-  std::optional<std::vector<PixelRect>> take();
+  std::optional<PixelRects> take();
 
  private:
   const Connection& connection_;

@@ -26,7 +26,7 @@ void Picture::show(xcb_drawable_t drawable) {
   everythingDirty_ = true;
 }
 
-std::optional<CapturedFrame> Picture::update(const std::optional<Rects>& damaged,
+std::optional<CapturedFrame> Picture::update(const std::optional<PixelRects>& damaged,
                                              const std::optional<CursorImage>& cursor) {
   const DirtyRegion dirty = findChanges(damaged, cursor);
   if (dirty.isEmpty()) return std::nullopt;
@@ -34,7 +34,7 @@ std::optional<CapturedFrame> Picture::update(const std::optional<Rects>& damaged
   return frame(dirty);
 }
 
-DirtyRegion Picture::findChanges(const std::optional<Rects>& damaged,
+DirtyRegion Picture::findChanges(const std::optional<PixelRects>& damaged,
                                  const std::optional<CursorImage>& cursor) const {
   DirtyRegion dirty(area());
   if (everythingDirty_ || !damaged) {

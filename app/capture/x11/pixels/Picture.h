@@ -54,8 +54,6 @@ class ImageReader {
 class Picture {
  public:
   /// Rectangles in the drawable's coordinates.
-  using Rects = std::vector<PixelRect>;
-
   /// `area` lies within the drawable. Throws Error when the memory cannot be had.
   Picture(const Connection& connection, xcb_drawable_t drawable, const PixelRect& area);
 
@@ -68,11 +66,11 @@ class Picture {
   /// Reads again what was damaged (all of it when that is not known) and where the cursor was and
   /// is; none when nothing of that lies in the area. The first call reads everything, and so does
   /// the next one after a failure. Throws Error.
-  std::optional<CapturedFrame> update(const std::optional<Rects>& damaged,
+  std::optional<CapturedFrame> update(const std::optional<PixelRects>& damaged,
                                       const std::optional<CursorImage>& cursor);
 
  private:
-  DirtyRegion findChanges(const std::optional<Rects>& damaged,
+  DirtyRegion findChanges(const std::optional<PixelRects>& damaged,
                           const std::optional<CursorImage>& cursor) const;
   void redraw(const DirtyRegion& dirty, const std::optional<CursorImage>& cursor);
   CapturedFrame frame(const DirtyRegion& dirty) const;

@@ -113,8 +113,8 @@ PixelRect WindowContent::inside() const {
   return PixelRect{size_.border, size_.border, size_.width, size_.height}.intersection(pixmapArea_);
 }
 
-std::optional<std::vector<PixelRect>> WindowContent::takeDamage() {
-  if (!isDamaged_) return std::vector<PixelRect>{};
+std::optional<PixelRects> WindowContent::takeDamage() {
+  if (!isDamaged_) return PixelRects{};
   isDamaged_ = false;
   auto damaged = damage_.take();
   if (!damaged) return std::nullopt;
@@ -125,7 +125,7 @@ std::optional<std::vector<PixelRect>> WindowContent::takeDamage() {
 
 namespace {
 
-constexpr std::size_t mostInside = 1000;  ///< windows in one window; real ones have a few dozen
+constexpr std::size_t maxInside = 1000;  ///< windows in one window; real ones have a few dozen
 
 }  // namespace
 
@@ -137,7 +137,7 @@ void requestRepaint(const Connection& connection, xcb_window_t window) {
 void requestRepaintInside(const Connection& connection, xcb_window_t window) {
   std::size_t asked = 0;
   auto level = childrenOf(connection, {window});
-  while (!level.empty() && asked < mostInside) {
+  while (!level.empty() && asked < maxInside) {
     for (const xcb_window_t inside : level)
       requestRepaint(connection, inside);
     asked += level.size();

@@ -57,7 +57,7 @@ class WindowContent {
 
   /// What was drawn since the last call, in the pixmap's coordinates; nothing when the server
   /// cannot tell where. Throws Error.
-  std::optional<std::vector<PixelRect>> takeDamage();
+  std::optional<PixelRects> takeDamage();
 
  private:
   struct Size {

@@ -11,7 +11,7 @@ namespace tarvinel::x11 {
 
 namespace {
 
-constexpr std::uint32_t mostListed = 65536;  ///< bytes
+constexpr std::uint32_t maxListed = 65536;  ///< bytes
 
 /// What a window manager left behind when it ended is not to be believed: one that lives owns a
 /// window that names itself.
@@ -27,7 +27,7 @@ std::optional<std::vector<xcb_window_t>> managedWindows(const Connection& connec
   if (!hasWindowManager(connection, atoms)) return std::nullopt;
   const auto list = receiveProperty(
       connection,
-      requestProperty(connection, connection.root(), atoms.clientListStacking, mostListed));
+      requestProperty(connection, connection.root(), atoms.clientListStacking, maxListed));
   if (!list) return std::nullopt;
   return list->numbers();
 }

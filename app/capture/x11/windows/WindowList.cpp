@@ -64,7 +64,7 @@ WindowList listWindows(const Connection& connection, int scale) {
 
 namespace {
 
-constexpr std::uint32_t mostTitleBytes = 16384;
+constexpr std::uint32_t maxTitleBytes = 16384;
 
 /// The requests for one window, under way.
 struct Requests {
@@ -101,8 +101,8 @@ Requests ask(const Connection& connection, const Atoms& atoms, xcb_window_t wind
   return {xcb_get_window_attributes(c, window),
           xcb_get_geometry(c, window),
           xcb_translate_coordinates(c, window, connection.root(), 0, 0),
-          requestProperty(connection, window, atoms.name, mostTitleBytes),
-          requestProperty(connection, window, XCB_ATOM_WM_NAME, mostTitleBytes),
+          requestProperty(connection, window, atoms.name, maxTitleBytes),
+          requestProperty(connection, window, XCB_ATOM_WM_NAME, maxTitleBytes),
           requestProperty(connection, window, XCB_ATOM_WM_CLASS),
           requestProperty(connection, window, atoms.windowType),
           requestProperty(connection, window, atoms.state),
@@ -219,7 +219,7 @@ std::vector<WindowMetadata> readWindowMetadata(const Connection& connection, con
 
 namespace {
 
-constexpr std::size_t mostCharacters = 200;
+constexpr std::size_t maxCharacters = 200;
 
 struct CloseConverter {
   void operator()(UConverter* converter) const { ucnv_close(converter); }
@@ -292,7 +292,7 @@ icu::UnicodeString inOneLine(const icu::UnicodeString& text) {
 std::string windowTitle(std::string_view bytes, TitleEncoding encoding) {
   std::string line;
   inOneLine(decoded(bytes, encoding)).toUTF8String(line);
-  const std::string_view shown = firstCharacters(line, mostCharacters);
+  const std::string_view shown = firstCharacters(line, maxCharacters);
   return shown.size() == line.size() ? line : std::string(shown).append("…");
 }
 

@@ -68,8 +68,7 @@ TEST_P(EachTransform, ChangesStandWhereTheirPixelsAre) {
   upright.turn(pictureOf(drawn, 3), transform, std::nullopt);
   Pixels again = drawn;
   again[2] = 30;  // top right
-  const auto result =
-      upright.turn(pictureOf(again, 3), transform, FrameRotator::Rects{{1, 0, 2, 1}});
+  const auto result = upright.turn(pictureOf(again, 3), transform, PixelRects{{1, 0, 2, 1}});
   FrameRotator whole;
   EXPECT_EQ(pixelsOf(result.picture),
             pixelsOf(whole.turn(pictureOf(again, 3), transform, std::nullopt).picture));
@@ -85,7 +84,7 @@ TEST_P(EachTransform, WhatDidNotChangeIsNotLookedAt) {
   const Pixels before =
       pixelsOf(upright.turn(pictureOf(drawn, 3), transform, std::nullopt).picture);
   const Pixels others(6, 99);
-  const auto result = upright.turn(pictureOf(others, 3), transform, FrameRotator::Rects{});
+  const auto result = upright.turn(pictureOf(others, 3), transform, PixelRects{});
   EXPECT_THAT(result.changed, testing::Optional(testing::IsEmpty()));
   if (!transform.isUpright()) {
     EXPECT_EQ(pixelsOf(result.picture), before);
@@ -119,15 +118,12 @@ TEST(UprightPicture, RowsThatAreNotWholePixelsApartEndNothing) {
 TEST(UprightPicture, AnotherTransformOrSizeChangesAll) {
   FrameRotator upright;
   upright.turn(pictureOf(drawn, 3), VideoTransform::read(1), std::nullopt);
-  const auto other =
-      upright.turn(pictureOf(drawn, 3), VideoTransform::read(3), FrameRotator::Rects{});
+  const auto other = upright.turn(pictureOf(drawn, 3), VideoTransform::read(3), PixelRects{});
   EXPECT_EQ(other.changed, std::nullopt);
   EXPECT_THAT(pixelsOf(other.picture), ElementsAre(3, 6, 2, 5, 1, 4));
-  const auto size =
-      upright.turn(pictureOf(drawn, 2), VideoTransform::read(3), FrameRotator::Rects{});
+  const auto size = upright.turn(pictureOf(drawn, 2), VideoTransform::read(3), PixelRects{});
   EXPECT_EQ(size.changed, std::nullopt);
-  const auto none =
-      upright.turn(pictureOf(drawn, 2), VideoTransform::read(0), FrameRotator::Rects{});
+  const auto none = upright.turn(pictureOf(drawn, 2), VideoTransform::read(0), PixelRects{});
   EXPECT_EQ(none.changed, std::nullopt);
 }
 

@@ -44,7 +44,7 @@ TEST(PortalPicture, TheFirstPictureIsWhole) {
   Picture shown;
   Drawing drawing;
   drawing.set(7, 5, ink);
-  const auto frame = shown.update(drawing.picture(), Picture::Rects{{0, 0, 1, 1}});
+  const auto frame = shown.update(drawing.picture(), PixelRects{{0, 0, 1, 1}});
   ASSERT_TRUE(frame);
   EXPECT_EQ(pixelAt(*frame, 7, 5), ink);
   EXPECT_THAT(*frame->dirtyRects, ElementsAre(Rect{0, 0, wide, high}));
@@ -57,7 +57,7 @@ TEST(PortalPicture, WhatDiffersInTheDamageIsTakenOver) {
   drawing.set(2, 3, ink);
   drawing.set(4, 4, ink);
   drawing.set(0, 0, ink);
-  const auto frame = shown.update(drawing.picture(), Picture::Rects{{1, 2, 5, 3}});
+  const auto frame = shown.update(drawing.picture(), PixelRects{{1, 2, 5, 3}});
   ASSERT_TRUE(frame);
   EXPECT_EQ(pixelAt(*frame, 2, 3), ink);
   EXPECT_EQ(pixelAt(*frame, 4, 4), ink);
@@ -69,7 +69,7 @@ TEST(PortalPicture, DamageThatChangedNothingIsNoFrame) {
   Picture shown;
   const Drawing drawing;
   shown.update(drawing.picture(), std::nullopt);
-  EXPECT_FALSE(shown.update(drawing.picture(), Picture::Rects{{0, 0, wide, high}}));
+  EXPECT_FALSE(shown.update(drawing.picture(), PixelRects{{0, 0, wide, high}}));
 }
 
 TEST(PortalPicture, WithoutDamageWhatDiffersIsFound) {
@@ -91,7 +91,7 @@ TEST(PortalPicture, ThatNothingDiffersIsNoFrame) {
   const Drawing drawing;
   shown.update(drawing.picture(), std::nullopt);
   EXPECT_FALSE(shown.update(drawing.picture(), std::nullopt));
-  EXPECT_FALSE(shown.update(drawing.picture(), Picture::Rects{}));
+  EXPECT_FALSE(shown.update(drawing.picture(), PixelRects{}));
 }
 
 TEST(PortalPicture, ThePaddingOfAPixelIsNoDifference) {
@@ -167,7 +167,7 @@ TEST(PortalPicture, AnotherSizeMakesAnotherBuffer) {
   Picture shown;
   const Drawing drawing;
   const auto before = shown.update(drawing.picture(), std::nullopt);
-  const auto after = shown.update(drawing.picture().part({1, 1, 3, 2}), Picture::Rects{});
+  const auto after = shown.update(drawing.picture().part({1, 1, 3, 2}), PixelRects{});
   ASSERT_TRUE(after);
   EXPECT_NE(after->buffer, before->buffer);
   EXPECT_EQ(after->buffer->width(), 3U);
