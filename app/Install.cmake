@@ -1,5 +1,5 @@
-# What "cmake --install" puts where. Everything of the desktop is in the component "tray", so that a
-# package without it takes the component "headless" in its place, whose program has the same name.
+# The rules for "cmake --install". Everything for the desktop is in the component "tray"; a package
+# without it takes the component "headless" instead, whose program has the same name.
 include(GNUInstallDirs)
 set(resources "${CMAKE_SOURCE_DIR}/resources")
 
@@ -13,7 +13,7 @@ if(TARVINEL_TRAY)
   install(DIRECTORY "${resources}/icons" DESTINATION "${CMAKE_INSTALL_DATADIR}" COMPONENT tray)
   install(FILES "${resources}/org.tarvinel.Tarvinel.desktop"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/applications" COMPONENT tray)
-  # desktops' software shops show the versions and their days
+  # software centres show the versions and their dates
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/CHANGELOG.md")
   set(version_section "^## ([0-9.]+) \\(([0-9-]+)\\)$")
   file(STRINGS "${CMAKE_SOURCE_DIR}/CHANGELOG.md" releases REGEX "${version_section}")
@@ -33,7 +33,7 @@ else()
 endif()
 install(TARGETS tarvinel DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT ${program_component})
 
-# The manual page and the completion of command lines, each where its reader looks for it.
+# The manual page and the shells' completions.
 set(completions "${resources}/completions")
 install(FILES "${CMAKE_SOURCE_DIR}/docs/tarvinel.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
 install(FILES "${completions}/tarvinel.bash" RENAME tarvinel

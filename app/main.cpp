@@ -44,7 +44,8 @@ int setAutostart(bool /*on*/) {
 
 #endif
 
-/// The status of a run whose whole purpose is what it printed: a full disk must not go unnoticed.
+/// Returns the exit status of a run whose only result is its output: a write error, such as a full
+/// disk, must not go unnoticed.
 int printed(int status) {
   std::cout.flush();
   if (std::cout) return status;
@@ -62,7 +63,7 @@ int run(const tarvinel::CommandLineOptions& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // A browser that leaves must not end the program: sends report the broken connection instead.
+  // A write to a closed connection must not end the program: sends return the error instead.
   std::signal(SIGPIPE, SIG_IGN);
   try {
     const auto parsed = tarvinel::parseCommandLine(argc, argv);

@@ -23,7 +23,7 @@ namespace {
   throw std::system_error(errno, std::generic_category(), call);
 }
 
-/// What is left of a part of which `sent` bytes have gone.
+/// The remainder of a part of which `sent` bytes were sent.
 class Rest {
  public:
   Rest(std::string_view head, const Bytes& jpeg, std::size_t sent) : sent_(sent) {
@@ -89,7 +89,7 @@ void BareFanOut::send(const Frame& frame) {
     waiting -= sendToWritable();
 }
 
-// True when the part is complete.
+// Returns true if the part is complete.
 bool BareFanOut::sendRest(Viewer& viewer) const {
   const Rest rest(partHead_, *frame_, viewer.sent);
   if (rest.size() == 0) return true;
@@ -99,7 +99,7 @@ bool BareFanOut::sendRest(Viewer& viewer) const {
   return static_cast<std::size_t>(count) == rest.size();
 }
 
-// How many more are complete now.
+// Returns how many more are complete now.
 std::size_t BareFanOut::sendToWritable() {
   std::array<epoll_event, 64> events{};
   const int count = epoll_wait(epoll_.get(), events.data(), static_cast<int>(events.size()), -1);

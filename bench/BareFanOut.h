@@ -13,18 +13,18 @@
 
 namespace tarvinel {
 
-/// The least that can serve a stream: one loop of sendmsg over non-blocking sockets that are set up
-/// like the server's, waiting for those that are full. No request is parsed, no error is survived.
+/// The minimal server of a stream: one loop of sendmsg over non-blocking sockets that are set up
+/// like the server's, waiting for those that are full. It parses no request and survives no error.
 class BareFanOut {
  public:
   BareFanOut();
 
   std::uint16_t port() const { return acceptor_.local_endpoint().port(); }
 
-  /// Accepts so many viewers that have connected and sends each the head of the stream.
+  /// Accepts this many viewers that have connected and sends each the head of the stream.
   void accept(std::size_t count);
 
-  /// Sends one part to every viewer; returns when the kernel has taken all of it.
+  /// Sends one part to every viewer; returns when the kernel has accepted all of it.
   void send(const Frame& frame);
 
  private:

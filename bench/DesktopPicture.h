@@ -7,8 +7,8 @@
 
 namespace tarvinel {
 
-/// A picture like a desktop at work: a background, two windows, lines of dark and of coloured text.
-/// The same every time.
+/// Draws a typical desktop: a background, two windows, lines of dark and of coloured text. The
+/// picture is always the same.
 std::unique_ptr<MemoryPixelBuffer> desktopPicture(std::size_t width, std::size_t height);
 
 }  // namespace tarvinel

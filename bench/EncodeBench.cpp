@@ -1,6 +1,6 @@
-// Encoding one frame: the program's encoder beside the bare library calls that do the same job with
-// everything allocated beforehand. Each pair is measured alternately, so that `ratio` (medians,
-// ours over bare) does not depend on the machine's mood.
+// Encodes one frame with the program's encoder and with the bare library calls that do the same job
+// with everything allocated beforehand. Each pair is measured alternately, so that `ratio`
+// (medians, ours over bare) does not depend on the machine's load.
 
 #include "bench/DesktopPicture.h"
 #include "core/frames/PixelBufferJPEGEncoder.h"
@@ -37,7 +37,7 @@ constexpr Job jobs[] = {
     {"settled 4K", 3840, 2160, 1, 92, ChromaSampling::full},
 };
 
-/// The bare calls; surface and output are kept from frame to frame.
+/// Makes the bare library calls; reuses the surface and the output for every frame.
 class BareEncoder {
  public:
   explicit BareEncoder(const Job& job)

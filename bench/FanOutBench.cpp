@@ -1,9 +1,9 @@
-// Fan-out of one frame to many viewers on this computer: FrameBroadcaster and StreamServer beside a
-// bare sendmsg loop that sends the same bytes over sockets with the same options. The bare loop
-// runs once in the publishing thread and once, as ours does, in a thread of its own, so that a slow
-// viewer cannot hold the publisher up. The viewers are another process. All are measured in turn,
-// so that the ratios (ours over bare) do not depend on the machine's mood; beside the medians
-// stands the lower tenth of the samples, which other programs disturb least.
+// Sends one frame to many viewers on this computer with FrameBroadcaster and StreamServer, and with
+// a bare sendmsg loop that sends the same bytes over sockets with the same options. The bare loop
+// runs once in the publishing thread and once, like ours, in a thread of its own, so that a slow
+// viewer cannot block the publisher. The viewers are another process. All are measured in turn, so
+// that the ratios (ours over bare) do not depend on the machine's load; besides the medians it
+// prints the lower tenth of the samples, which other programs disturb least.
 
 #include "bench/BareFanOut.h"
 #include "bench/ViewerProcess.h"
@@ -37,20 +37,20 @@ constexpr std::size_t viewerCounts[] = {1, 64, 256};
 constexpr std::size_t viewerFramesPerSample = 256;
 constexpr std::size_t turns = 300;
 
-/// CPU time of this process, in microseconds.
+/// Returns the CPU time of this process, in microseconds.
 double cpuMicroseconds() {
   timespec now{};
   clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
   return static_cast<double>(now.tv_sec) * 1e6 + static_cast<double>(now.tv_nsec) / 1e3;
 }
 
-/// The value below which that share of the values lies.
+/// Returns the value below which that share of the values lies.
 double quantile(std::vector<double> values, double share) {
   std::sort(values.begin(), values.end());
   return values[static_cast<std::size_t>(static_cast<double>(values.size()) * share)];
 }
 
-/// The program's own way from a published frame to its viewers.
+/// The program's own path from a published frame to its viewers.
 class ServedFanOut {
  public:
   ServedFanOut() {
@@ -81,7 +81,7 @@ class ServedFanOut {
   std::uint16_t port_ = 0;
 };
 
-/// The bare loop in a thread of its own, handed each frame in the cheapest way.
+/// The bare loop in a thread of its own, which receives each frame in the cheapest way.
 class HandedOverFanOut {
  public:
   explicit HandedOverFanOut(BareFanOut& bare) : bare_(bare), thread_([this] { run(); }) {}
@@ -92,7 +92,7 @@ class HandedOverFanOut {
   HandedOverFanOut(const HandedOverFanOut&) = delete;
   HandedOverFanOut& operator=(const HandedOverFanOut&) = delete;
 
-  /// Null ends the thread.
+  /// Hands over a frame; null ends the thread.
   void send(const Frame& frame) {
     {
       const std::scoped_lock lock(mutex_);
@@ -120,10 +120,10 @@ class HandedOverFanOut {
   std::thread thread_;
 };
 
-/// CPU time per viewer and frame.
+/// Returns the CPU time per viewer and frame.
 template <class FanOut>
 double sample(FanOut& fanOut, ViewerProcess& viewers, const Frame& frame, std::size_t count) {
-  std::this_thread::sleep_for(1ms);  // every thread sleeps, or its last steps count for the other
+  std::this_thread::sleep_for(1ms);  // all threads sleep, or one's last steps count for another
   const double begun = cpuMicroseconds();
   for (std::size_t sent = 0; sent < viewerFramesPerSample; sent += count) {
     fanOut.send(frame);

@@ -9,7 +9,7 @@
 
 namespace tarvinel {
 
-/// Viewers in a process of their own, so that reading costs the measured process nothing.
+/// Viewers in a process of their own, so that reading does not cost the measured process anything.
 ///
 /// A round is over when they have read `bytesPerRound` together. With one frame published per round
 /// that is every frame at every viewer: none can have more than its own.
@@ -21,16 +21,16 @@ class ViewerProcess {
   ViewerProcess(const ViewerProcess&) = delete;
   ViewerProcess& operator=(const ViewerProcess&) = delete;
 
-  /// Opens so many streams of a server on this computer. Who connected before stays.
+  /// Opens this many streams of a server on this computer. Viewers that connected before stay.
   void join(std::uint16_t port, std::size_t count);
 
-  /// Waits until each of the last `join` has read the head of its stream.
+  /// Waits until each viewer of the last `join` has read the head of its stream.
   void waitForHeads();
 
-  /// What the viewers read together in one round, from now on.
+  /// Sets what the viewers read together in one round, from now on.
   void setBytesPerRound(std::size_t bytes);
 
-  /// Waits for the end of a round; throws when it does not come.
+  /// Waits for the end of a round; throws if it does not come.
   void waitForRound();
 
   /// Ends all streams.

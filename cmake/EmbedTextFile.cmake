@@ -1,7 +1,7 @@
 # Run by embed_text at build time: writes OUT.h and OUT.cpp with the bytes of IN as SYMBOL.
 file(READ "${IN}" hex HEX)
 string(REGEX REPLACE "(..)" "\\\\x\\1" bytes "${hex}")
-# one literal a line of 64 bytes: a hexadecimal escape never runs into the next literal
+# each line is a literal of up to eight bytes; an escape never continues into the next literal
 string(REGEX REPLACE "((\\\\x..)(\\\\x..)?(\\\\x..)?(\\\\x..)?(\\\\x..)?(\\\\x..)?(\\\\x..)?(\\\\x..)?)"
        "    \"\\1\"\n" literals "${bytes}")
 file(SIZE "${IN}" size)

@@ -1,5 +1,5 @@
-# unite_folders(TARGET): with CMAKE_UNITY_BUILD on, each folder of the target is compiled as one file:
-# its headers are read and its templates instantiated once. Files of one folder then share their
+# unite_folders(TARGET): with CMAKE_UNITY_BUILD on, compiles each folder of the target as one file, so
+# that its headers are read and its templates instantiated once. Files of a folder then share their
 # unnamed namespace.
 function(unite_folders target)
   get_target_property(sources ${target} SOURCES)

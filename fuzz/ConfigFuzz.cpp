@@ -46,7 +46,7 @@ void checkTexts(const TarvinelConfig& config, bool reported) {
 void checkPages(const TarvinelConfig& config) {
   const std::string viewer = ViewerPage::html(config.brand);
   const std::string help = HelpPage::html(config.brand, config.hostname);
-  // the markup of the pages themselves; what the configuration brings is escaped
+  // the pages' own markup; the configuration's texts must be escaped
   static const auto tags = [](std::string_view page) { return std::ranges::count(page, '<'); };
   static const auto plainViewer = tags(ViewerPage::html());
   static const auto plainHelp = tags(HelpPage::html({}, ""));

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-// Names of participants and files: whatever a browser sends, what comes out is safe on disk.
+// Checks that names of participants and files are safe on disk, whatever a browser sends.
 
 namespace tarvinel {
 namespace {
@@ -81,7 +81,7 @@ void check(std::string_view participant, std::string_view filename) {
 }  // namespace
 }  // namespace tarvinel
 
-/// The first line is the participant's name, the rest the file's.
+/// Takes the participant's name from the first line and the file's from the rest.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
   const auto lineEnd = text.find('\n');

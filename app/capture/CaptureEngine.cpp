@@ -129,7 +129,7 @@ std::vector<SourceCatalog::Entry> CaptureEngine::shownSources() const {
 
 // Starting
 
-// The desktop may ask the presenter first: until then what is shared goes on.
+// The desktop may ask the presenter first; until then the current capture continues.
 void CaptureEngine::begin(std::uint64_t number, const CaptureSource& source,
                           const TarvinelConfig& config, Completion<void> completion) {
   endStart();
@@ -162,7 +162,7 @@ StreamHandlers CaptureEngine::handlersOf(std::uint64_t number) {
 }
 
 void CaptureEngine::startNext() {
-  const auto stream = next_->stream;  // it may fail at once and be dropped
+  const auto stream = next_->stream;  // start() may fail at once, which resets next_
   auto started = [this, number = next_->number](const Result<void>& result) {
     streamStarted(number, result);
   };
@@ -179,7 +179,7 @@ void CaptureEngine::streamStarted(std::uint64_t number, const Result<void>& resu
   }
 }
 
-// The presenter wants to show something else: what was shown goes on only after a change of mind.
+// The presenter wants to show something else: the old capture continues only if they cancel.
 void CaptureEngine::startFailed(const Result<void>& result) {
   logger_->error("startCapture failed for {}: {}", next_->shown.source.title,
                  describe(result.error()));
@@ -257,7 +257,7 @@ CaptureEngine::Capture CaptureEngine::dropCapture() {
   return keepUntilNextTask(capture_);
 }
 
-// The stream may be the one that is calling.
+// The stream may be the caller, so the next task destroys it.
 CaptureEngine::Capture CaptureEngine::keepUntilNextTask(std::optional<Capture>& capture) {
   Capture dropped = std::move(*capture);
   capture.reset();
@@ -265,7 +265,7 @@ CaptureEngine::Capture CaptureEngine::keepUntilNextTask(std::optional<Capture>& 
   return dropped;
 }
 
-// So that an owner who makes viewers forget the picture in `task` is not overtaken by a late frame.
+// An owner may make viewers forget the picture in `task`, which no late frame may overtake.
 void CaptureEngine::afterPublishing(std::function<void()> task) {
   pump_.afterPublishing([this, task = std::move(task)] { queue_.post(task); });
 }

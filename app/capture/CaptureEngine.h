@@ -21,16 +21,16 @@
 
 namespace tarvinel {
 
-/// Owns the screen capture: lists what can be shared, runs at most one stream, and makes frames for
-/// the broadcaster of what the stream delivers.
+/// Owns the screen capture: lists what can be shared, runs at most one stream, and encodes what it
+/// delivers into frames for the broadcaster.
 ///
-/// Everything lives on the engine's own queue (".capture"); its members may be called from any
-/// thread, its destructor from any other than that queue. Completions and the stop callback run on
-/// the capture queue; those still open when the engine goes are dropped.
+/// Everything runs on the engine's own queue (".capture"). Members may be called from any thread,
+/// the destructor from any thread but that queue's. Completions and the stop callback run on the
+/// capture queue; those still pending when the engine is destroyed are dropped.
 class CaptureEngine {
  public:
-  /// Makes the platform's service, on the capture queue at the first listing; when it throws, that
-  /// listing fails and the next one tries again.
+  /// Makes the platform's service. It is called on the capture queue at the first listing; if it
+  /// throws, that listing fails and the next one tries again.
   using ServiceFactory = std::function<std::unique_ptr<ScreenCaptureService>(SerialQueue& queue)>;
 
   /// The broadcaster must outlive the engine.
@@ -40,33 +40,33 @@ class CaptureEngine {
   CaptureEngine(const CaptureEngine&) = delete;
   CaptureEngine& operator=(const CaptureEngine&) = delete;
 
-  /// Lists the sources in menu order, without those of the program's own bundle. Fails with
-  /// CaptureError noPermission, whatever went wrong.
+  /// Lists the sources in menu order, without those of the program's own bundle. Every failure is
+  /// reported as CaptureError noPermission.
   void listSources(std::optional<std::string> excludingBundleID,
                    Completion<std::vector<CaptureSource>> completion);
 
-  /// Captures a source of the latest listing in place of what is captured now. Fails with
-  /// CaptureError unknownSource when the listing does not have it, with the service's error when it
-  /// cannot be captured, and with operation_canceled when the presenter refused, or it was stopped
-  /// before it began. After a refusal what was captured before goes on, else nothing is captured.
-  /// Returns the number by which `onStop` names this capture; never 0.
+  /// Captures a source of the latest listing in place of the current one. Fails with CaptureError
+  /// unknownSource if the listing does not contain it, with the service's error if it cannot be
+  /// captured, and with operation_canceled if the presenter declined or it was stopped before it
+  /// began. If the presenter declined, the previous capture continues; after other failures nothing
+  /// is captured. Returns the number by which `onStop` identifies this capture; never 0.
   std::uint64_t start(CaptureSource source, TarvinelConfig config, Completion<void> completion);
 
-  /// Stops the stream, if any; never fails. No frame is published after it completed.
+  /// Stops the stream, if any; never fails. No frame is published after its completion.
   void stop(Completion<void> completion);
 
-  /// Frames per second while the screen moves (at least 1), until the next start.
+  /// Sets the frames per second while the screen moves (at least 1), until the next start.
   void setMotionFPS(std::int64_t framesPerSecond);
 
-  /// Called with the number of a capture and the error when its stream ended by itself, after its
-  /// last frame was published. Another capture may have been started meanwhile.
+  /// Is called with the number of a capture and the error when its stream ended by itself, after
+  /// its last frame was published. Another capture may have been started meanwhile.
   using StopHandler = std::function<void(std::uint64_t capture, const Result<void>& why)>;
   void setOnStop(StopHandler onStop);
 
-  /// Bytes of an encoded motion frame lately, 0 before the first.
+  /// Returns the recent average size of a motion frame in bytes; 0 before the first.
   double motionBytesAverage() const { return pipeline_.motionBytesAverage(); }
 
-  /// Whether there was a frame yet of what was started last.
+  /// Returns whether the capture that was started last has sent a frame.
   bool hasSentFrame() const { return pipeline_.hasSentFrame(); }
 
  private:
@@ -113,15 +113,15 @@ class CaptureEngine {
   const Logger logger_;
   const ServiceFactory makeService_;
   FramePump pump_;
-  std::atomic<std::uint64_t> captures_{0};  ///< so far
+  std::atomic<std::uint64_t> captures_{0};  ///< started so far
 
-  // of the queue
+  // used on the queue only
   FramePipeline pipeline_;
   std::unique_ptr<RepeatingTimer> settleTimer_;
   std::unique_ptr<ScreenCaptureService> service_;
   SourceCatalog catalog_;
-  std::optional<Capture> capture_;  // whose frames go out
-  std::optional<Capture> next_;     // starting, to take its place
+  std::optional<Capture> capture_;  // its frames are published
+  std::optional<Capture> next_;     // is starting and will replace capture_
   StopHandler onStop_;
 };
 

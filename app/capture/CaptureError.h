@@ -6,7 +6,7 @@
 
 namespace tarvinel {
 
-/// Why sources cannot be listed or captured; the text is for the presenter.
+/// The reason why sources cannot be listed or captured; what() is meant for the presenter.
 class CaptureError : public std::runtime_error {
  public:
   enum class Case : std::uint8_t { unknownSource, noPermission };
@@ -19,8 +19,8 @@ class CaptureError : public std::runtime_error {
   Case kind_;
 };
 
-/// Whether it is std::errc::operation_canceled: the presenter changed their mind in the desktop's
-/// dialog. They know, and nothing is wrong.
+/// Returns whether the error is std::errc::operation_canceled: the presenter canceled the desktop's
+/// dialog, which is not a fault.
 bool isRefusal(const std::exception_ptr& error);
 
 }  // namespace tarvinel

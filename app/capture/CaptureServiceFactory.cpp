@@ -35,7 +35,7 @@ CaptureDecision chooseCaptureBackend(CaptureBackend wanted, const CaptureEnviron
   }
   if (wanted == CaptureBackend::pattern)
     return {wanted, "Showing the built-in picture, as asked for."};
-  // a Wayland session's X server knows nothing of what other programs show
+  // a Wayland session's X server does not see what Wayland programs show
   if (isWayland(environment)) {
     return {CaptureBackend::portal, "Capturing what this Wayland desktop's own dialog offers."};
   }

@@ -59,7 +59,7 @@ CaptureSource windowSource(const WindowCandidate& window) {
           {window.frame.width, window.frame.height}};
 }
 
-// Of each process the largest window, the earlier one of equals.
+// Returns the largest window of each process, the earlier one of equals.
 std::map<std::int32_t, const WindowCandidate*> representatives(const WindowList& windows) {
   std::map<std::int32_t, const WindowCandidate*> largest;
   for (const WindowCandidate* window : windows) {

@@ -11,7 +11,7 @@ namespace tarvinel {
 
 struct AppSource;
 
-/// A display as the sources are computed from it.
+/// The properties of a display from which the sources are computed.
 struct DisplayCandidate {
   std::uint32_t displayID = 0;
   Rect frame;  ///< global screen points
@@ -20,7 +20,7 @@ struct DisplayCandidate {
   bool operator==(const DisplayCandidate&) const = default;
 };
 
-/// A window as the sources are computed from it.
+/// The properties of a window from which the sources are computed.
 struct WindowCandidate {
   std::uint32_t windowID = 0;
   std::optional<std::string> title;
@@ -49,26 +49,26 @@ struct CaptureSource {
   static std::string windowID(std::uint32_t number);
   static std::string appID(std::int32_t processID);
 
-  /// The entry of a display; `position` counts from 1.
+  /// Returns the entry of a display; `position` counts from 1.
   static CaptureSource displaySource(const DisplayCandidate& display, std::size_t position);
 
-  /// The entries of the windows worth sharing, sorted by application name, title and number.
-  /// `excludingBundleID` is the program's own identifier.
+  /// Returns the entries of the windows worth sharing, sorted by application name, title and
+  /// number. `excludingBundleID` is the program's own identifier.
   static std::vector<CaptureSource> windowSources(
       const std::vector<WindowCandidate>& windows,
       const std::optional<std::string>& excludingBundleID);
 
-  /// The entries of the applications that own such windows, each on the display that holds the
-  /// middle of its largest window, sorted by title and process.
+  /// Returns the entries of the applications that own such windows, each on the display that
+  /// contains the center of its largest window, sorted by title and process.
   static std::vector<AppSource> appSources(const std::vector<WindowCandidate>& windows,
                                            const std::vector<DisplayCandidate>& displays,
                                            const std::optional<std::string>& excludingBundleID);
 
-  /// The same entries with displays first, then applications, then windows; stable.
+  /// Returns the same entries with displays first, then applications, then windows; stable.
   static std::vector<CaptureSource> menuOrder(std::vector<CaptureSource> sources);
 };
 
-/// An application's entry with the facts needed to capture it.
+/// An application's entry with the information needed to capture it.
 struct AppSource {
   CaptureSource source;
   std::int32_t processID = 0;

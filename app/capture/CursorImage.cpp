@@ -6,7 +6,7 @@ namespace tarvinel {
 
 namespace {
 
-// A hostile server may send colours larger than their alpha: the sum is capped, not trusted.
+// A hostile server may send colours larger than their alpha, so the sum is capped.
 std::uint8_t over(std::uint32_t colour, std::uint32_t alpha, std::uint8_t below) {
   const std::uint32_t shown = (below * (255U - alpha) + 127U) / 255U;
   return static_cast<std::uint8_t>(std::min(colour + shown, 255U));

@@ -10,20 +10,20 @@
 
 namespace tarvinel {
 
-/// The mouse cursor as it stands on the screen. Plain value.
+/// The mouse cursor as it appears on the screen. Plain value.
 struct CursorImage {
   PixelRect area;                     ///< screen pixels
-  std::uint32_t serial = 0;           ///< of the picture; another picture has another serial
+  std::uint32_t serial = 0;           ///< identifies the picture: another one has another serial
   std::vector<std::uint32_t> pixels;  ///< row by row, 0xAARRGGBB, colours premultiplied
 
-  /// True when both look the same at the same place.
+  /// Returns whether both look the same at the same place.
   bool sameAs(const CursorImage& other) const {
     return area == other.area && serial == other.serial;
   }
 };
 
-/// The rows of a picture of `frame` (screen pixels) that the cursor covers; none when it is
-/// elsewhere.
+/// Returns the rows of a picture of `frame` (screen pixels) that the cursor covers, or nullopt if
+/// it covers none.
 std::optional<RowBand> cursorRows(const CursorImage& cursor, const PixelRect& frame);
 
 /// Draws the part of the cursor that lies inside `frame` (screen pixels) over a BGRA picture of it.

@@ -19,22 +19,22 @@ struct RowBand {
   bool meets(const RowBand& other) const { return first < other.end() && other.first < end(); }
 };
 
-/// What has changed of a picture that shows one area of the screen. Pure.
+/// The changed parts of a picture that shows one area of the screen. Pure.
 class DirtyRegion {
  public:
   /// `area` is the picture's place on the screen, in pixels.
   explicit DirtyRegion(const PixelRect& area) : area_(area) {}
 
-  /// Takes a rectangle in screen coordinates; what lies outside the area is dropped.
+  /// Adds a rectangle in screen coordinates, clipped to the area.
   void add(const PixelRect& onScreen);
 
   bool isEmpty() const { return rects_.empty(); }
 
-  /// The changed rectangles in the picture's own pixels, in the order added; they may overlap.
+  /// Returns the changed rectangles in the picture's pixels, in the order added; they may overlap.
   std::vector<Rect> rects() const;
 
-  /// The rows that hold them: ascending, disjoint, not touching. Rows of `inseparable` come all or
-  /// not at all.
+  /// Returns the rows that contain them: ascending, disjoint, not touching. The rows of
+  /// `inseparable` are included all or not at all.
   std::vector<RowBand> bands(const std::optional<RowBand>& inseparable) const;
 
  private:

@@ -71,7 +71,7 @@ void FramePipeline::act(FramePacer::Action action) {
   hasSentFrame_ = true;
 }
 
-// Null when it failed; the next frame tries again.
+// Returns null if encoding failed; the next frame tries again.
 Frame FramePipeline::encode(bool crisp) {
   try {
     return crisp ? encodeFitted(settings_.crispQuality, 1.0, ChromaSampling::full)
@@ -116,7 +116,7 @@ std::optional<Rect> cropOf(const CapturedFrame& frame) {
   return Rect{points.x * scale, points.y * scale, points.width * scale, points.height * scale};
 }
 
-// Rectangles that overlap are counted twice: merging them would cost more than it tells.
+// Overlapping rectangles are counted twice: merging them costs more than the precision is worth.
 double dirtyPixels(const std::vector<Rect>& rectangles, double scale) {
   double area = 0;
   for (const Rect& points : rectangles) {

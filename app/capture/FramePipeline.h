@@ -21,8 +21,8 @@
 
 namespace tarvinel {
 
-/// How large motion frames have been lately, the newest counting a fifth. Added to on one queue,
-/// read from any thread.
+/// A moving average of the sizes of motion frames, in which the newest counts a fifth. Written on
+/// one queue, read from any thread.
 class MotionBytesAverage {
  public:
   void add(std::size_t frameBytes) {
@@ -31,26 +31,26 @@ class MotionBytesAverage {
     bytes_.store(before == 0 ? newest : before * 0.8 + newest * 0.2);
   }
 
-  /// Bytes; 0 before the first frame.
+  /// Returns bytes; 0 before the first frame.
   double value() const { return bytes_.load(); }
 
  private:
   std::atomic<double> bytes_{0};
 };
 
-/// What a sample of a capture stream means for viewers. Pure.
+/// The properties of a capture stream's sample that matter to viewers. Pure.
 struct FrameMetadata {
   bool usable = false;                  ///< it has a picture, and is complete or idle
   bool idle = false;                    ///< the screen did not change
   std::optional<Rect> crop;             ///< pixels; where in the buffer the content is
-  std::optional<double> dirtyFraction;  ///< 0 to 1; absent: nothing is known of the change
+  std::optional<double> dirtyFraction;  ///< 0 to 1; nullopt: the change is not known
 
   explicit FrameMetadata(const CapturedFrame& frame);
 };
 
-/// What the capture needs besides a service and a broadcaster; tests drive it by hand.
+/// The capture's dependencies besides a service and a broadcaster; tests replace them.
 struct CaptureTools {
-  /// Seconds on a monotonic clock.
+  /// Returns seconds on a monotonic clock.
   std::function<double()> uptime;
 
   /// Encodes a picture; see PixelBufferJPEGEncoder::encode.
@@ -58,53 +58,53 @@ struct CaptureTools {
                       double scale, ChromaSampling chroma)>
       encode;
 
-  /// Makes the timer that lets settled frames out, every 0.1 s on the capture queue.
+  /// Makes the timer that releases settled frames; it fires every 0.1 s on the capture queue.
   std::function<std::unique_ptr<RepeatingTimer>(SerialQueue& queue, std::function<void()> onTick)>
       makeSettleTimer;
 
-  /// The real ones.
+  /// Returns the production implementations.
   static CaptureTools system();
 };
 
-/// How the frames of one capture are made.
+/// The settings with which the frames of one capture are made.
 struct FrameSettings {
   static constexpr std::int64_t defaultMotionFPS = 8;
 
   double crispQuality = 0.92;                 ///< 0 to 1
   double motionQuality = 0.7;                 ///< 0 to 1
-  double motionScale = 0.5;                   ///< of the configured size; one pixel per point
-  std::int64_t motionFPS = defaultMotionFPS;  ///< frames per second to begin with
-  PixelSize configured;                       ///< what crisp frames are fitted into
-  double pixelsPerPoint = 2;  ///< of the configured size, should a frame tell the source's
+  double motionScale = 0.5;                   ///< of the configured size: one pixel per point
+  std::int64_t motionFPS = defaultMotionFPS;  ///< initial frames per second
+  PixelSize configured;                       ///< crisp frames are fitted into this size
+  double pixelsPerPoint = 2;  ///< gives the configured size if a frame reports the source's
 };
 
-/// The road of a frame from the capture to the pump: decides, encodes, hands over. Lives on the
-/// capture queue except for what says otherwise.
+/// The path of a frame from the capture to the pump: decides when to send it, encodes it and hands
+/// it over. Lives on the capture queue unless stated otherwise.
 class FramePipeline {
  public:
   /// The pump must outlive the pipeline.
   FramePipeline(FramePump& pump, Logger logger, CaptureTools tools);
 
-  /// Begins a new capture: nothing of an earlier one is remembered but the average.
+  /// Begins a new capture and resets everything but the average.
   void begin(const FrameSettings& settings);
 
   /// Forgets the newest picture, so that no settled frame follows.
   void forget();
 
-  /// One sample of the stream.
+  /// Handles one sample of the stream.
   void frame(const CapturedFrame& frame);
 
-  /// The settle timer's call, every 0.1 s while `needsTicks`; without it a tick does nothing.
+  /// Is called by the settle timer, every 0.1 s while `needsTicks`; otherwise a tick does nothing.
   void tick();
   bool needsTicks() const { return lastBuffer_ != nullptr && pacer_.crispDue(); }
 
-  /// Frames per second while the screen moves, at least 1.
+  /// Sets the frames per second while the screen moves, at least 1.
   void setMotionFPS(std::int64_t framesPerSecond) { pacer_.setMotionFPS(framesPerSecond); }
 
-  /// Bytes of a motion frame lately, 0 before the first. Safe from any thread.
+  /// Returns the recent average size of a motion frame in bytes; 0 at first. Safe from any thread.
   double motionBytesAverage() const { return average_.value(); }
 
-  /// Whether the capture that was begun last has given a frame. Safe from any thread.
+  /// Returns whether the capture that was begun last has sent a frame. Safe from any thread.
   bool hasSentFrame() const { return hasSentFrame_; }
 
  private:
@@ -118,7 +118,7 @@ class FramePipeline {
   FrameSettings settings_;
   FramePacer pacer_;
   std::shared_ptr<PixelBuffer> lastBuffer_;  // the newest that carried content
-  std::optional<Rect> lastCrop_;             // its content, pixels
+  std::optional<Rect> lastCrop_;             // where its content is, pixels
   MotionBytesAverage average_;
   std::atomic<bool> hasSentFrame_{false};
 };

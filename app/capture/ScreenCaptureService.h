@@ -23,7 +23,7 @@ struct ShareableDisplay {
 /// A running application as a capture service reports it.
 struct ShareableApplication {
   std::int32_t processID = 0;
-  std::optional<std::string> name;  ///< for people
+  std::optional<std::string> name;  ///< as shown to people
   std::optional<std::string> bundleID;
 };
 
@@ -31,45 +31,45 @@ struct ShareableApplication {
 struct ShareableWindow {
   std::uint32_t windowID = 0;
   std::optional<std::string> title;
-  std::optional<ShareableApplication> application;  ///< absent: no owning application
+  std::optional<ShareableApplication> application;  ///< nullopt: no owning application
   std::int64_t layer = 0;                           ///< 0 is the normal application layer
   Rect frame;                                       ///< global screen points
 };
 
-/// Something to share that is settled only in a dialog of the desktop when it is shared.
+/// An entry whose source the presenter chooses in the desktop's dialog when it is shared.
 struct ShareableChoice {
   enum class Kind : std::uint8_t { display, window };
 
   Kind kind = Kind::display;
-  std::uint32_t number = 0;  ///< as of a display or window
+  std::uint32_t number = 0;  ///< used as its display or window ID
   std::string title;
-  Size size;  ///< points; assumed until a frame tells
+  Size size;  ///< points; assumed until a frame reports the real size
 };
 
-/// What can be shared now, in the service's order.
+/// The sources that can be shared now, in the service's order.
 struct ShareableContent {
   std::vector<ShareableDisplay> displays;
   std::vector<ShareableWindow> windows;
-  std::vector<ShareableWindow> windowsOutOfSight;  ///< minimised, on another workspace: not offered
+  std::vector<ShareableWindow> windowsOutOfSight;  ///< hidden or on another workspace; not listed
   std::vector<ShareableChoice> choices;
 };
 
-/// What a captured frame is, in the numbering of the attachment that carries it.
+/// The status of a captured frame. Only the first two come with a usable picture.
 enum class FrameStatus : std::uint8_t { complete, idle, blank, suspended, started, stopped };
 
-/// One sample of a capture stream with its facts. Points times `scaleFactor` are the buffer's
+/// One sample of a capture stream with its metadata. Points times `scaleFactor` are the buffer's
 /// pixels.
 struct CapturedFrame {
   std::shared_ptr<PixelBuffer> buffer;          ///< null: a sample without a picture
-  std::optional<FrameStatus> status;            ///< absent counts as complete
+  std::optional<FrameStatus> status;            ///< nullopt counts as complete
   std::optional<Rect> contentRect;              ///< points; where in the buffer the content is
-  std::optional<double> scaleFactor;            ///< absent counts as 1
-  std::optional<std::vector<Rect>> dirtyRects;  ///< points; absent: nothing is known of the change
-  std::optional<Size> sourceSize;  ///< points; of a source whose size the listing could not tell
+  std::optional<double> scaleFactor;            ///< nullopt counts as 1
+  std::optional<std::vector<Rect>> dirtyRects;  ///< points; nullopt: the change is not known
+  std::optional<Size> sourceSize;  ///< points; set if the listing could not know the source's size
 };
 
-/// Which part of the screen a stream shows: one display, one window, or one application's windows
-/// on one display.
+/// The part of the screen that a stream shows: one display, one window, or one application's
+/// windows on one display.
 struct ContentFilter {
   enum class Kind : std::uint8_t { display, window, application };
 
@@ -79,28 +79,27 @@ struct ContentFilter {
   std::int32_t processID = 0;   ///< for application
 };
 
-/// How a stream is to deliver. A service delivers native pixels and never enlarges: `width` and
-/// `height` are the most that anybody will look at, the engine fits what comes by reducing it.
+/// The requested properties of a stream. A service never enlarges native pixels: `width` and
+/// `height` are the largest size that anybody views, to which the engine reduces frames.
 struct StreamConfiguration {
   std::int64_t width = 0;            ///< pixels
   std::int64_t height = 0;           ///< pixels
-  std::int32_t framesPerSecond = 1;  ///< a service may deliver at once after stillness, and then
-                                     ///< not more often than this
+  std::int32_t framesPerSecond = 1;  ///< at most; a frame after stillness may come at once
   bool showsCursor = true;
 };
 
-/// Where a stream reports; both are called on the capture queue.
+/// The handlers of a stream's events; both are called on the capture queue.
 struct StreamHandlers {
-  /// One frame. A service that draws into one persistent buffer may pass the same buffer again with
-  /// new contents; it changes the contents only on the capture queue.
+  /// Receives one frame. A service that draws into one persistent buffer may pass the same buffer
+  /// again with new contents; it changes the contents only on the capture queue.
   std::function<void(const CapturedFrame&)> onFrame;
 
-  /// The stream ended by itself; at most once, never after `stop` was called, and nothing follows.
+  /// Is called when the stream ended by itself: at most once, last, and never after `stop`.
   std::function<void(std::exception_ptr)> onStop;
 };
 
 /// One running capture. All calls and completions are on the capture queue. Destroying it stops it
-/// without a report.
+/// without calling a handler.
 class CaptureStream {
  public:
   virtual ~CaptureStream() = default;
@@ -108,10 +107,10 @@ class CaptureStream {
   CaptureStream(const CaptureStream&) = delete;
   CaptureStream& operator=(const CaptureStream&) = delete;
 
-  /// Begins delivering; the first frame covers the whole source. Completes before the first frame.
+  /// Begins to deliver frames, of which the first covers the whole source. Completes before it.
   virtual void start(Completion<void> completion) = 0;
 
-  /// Ends delivering; no handler is called any more once this has been called.
+  /// Stops delivering; no handler is called any more once this has been called.
   virtual void stop(Completion<void> completion) = 0;
 };
 
@@ -127,7 +126,7 @@ class ScreenCaptureService {
   /// Lists the displays and the on-screen windows, desktop windows excluded. Never opens a dialog.
   virtual void shareableContent(Completion<ShareableContent> completion) = 0;
 
-  /// Prepares a stream; throws when that cannot be done.
+  /// Prepares a stream; throws if that fails.
   virtual std::shared_ptr<CaptureStream> makeStream(const ContentFilter& filter,
                                                     const StreamConfiguration& configuration,
                                                     StreamHandlers handlers) = 0;

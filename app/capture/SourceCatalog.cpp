@@ -71,7 +71,7 @@ bool isWindow(const ShareableWindow& window, const ContentFilter& filter) {
   return window.application && window.application->processID == filter.processID;
 }
 
-/// Whether what the filter shows still exists, in sight or not.
+/// Returns whether the filter's source still exists, visible or not.
 bool exists(const ContentFilter& filter, const ShareableContent& content) {
   if (filter.kind == ContentFilter::Kind::display) {
     return std::ranges::any_of(content.displays, [&](const ShareableDisplay& display) {

@@ -23,19 +23,19 @@ class SourceCatalog {
     ContentFilter filter;
   };
 
-  /// `excludingBundleID` is the program's own identifier; its windows are not offered. `shared` is
-  /// being captured: it stays in the list as it was for as long as it exists, even if it is
-  /// minimised or would not be offered for another reason.
+  /// `excludingBundleID` is the program's own identifier, whose windows are left out. `shared` is
+  /// being captured: it stays in the list unchanged for as long as it exists, even if it is
+  /// minimised or would be left out for another reason.
   SourceCatalog(const ShareableContent& content,
                 const std::optional<std::string>& excludingBundleID,
                 const std::vector<Entry>& shared = {});
 
-  /// The entries in menu order.
+  /// Returns the entries in menu order.
   const std::vector<CaptureSource>& sources() const { return sources_; }
 
   std::size_t count(CaptureSource::Kind kind) const;
 
-  /// How the source of an identifier is captured; none when it is not in this listing.
+  /// Returns how the source with that ID is captured, or nullopt if it is not in this listing.
   std::optional<ContentFilter> filter(const std::string& id) const;
 
  private:

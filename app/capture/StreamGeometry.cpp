@@ -19,10 +19,10 @@ double ratio(std::int64_t length, std::int64_t of) {
   return static_cast<double>(length) / static_cast<double>(of);
 }
 
-// The configured size was truncated: a picture that is too large by less than a pixel is not worth
-// blurring.
+// The configured size was truncated, so a picture that is too large by less than a pixel is kept:
+// scaling would only blur it.
 bool keeps(std::int64_t length, double scale) {
-  return static_cast<double>(length) * (1 - scale) < 0.999;  // the rest is rounding
+  return static_cast<double>(length) * (1 - scale) < 0.999;  // tolerates rounding errors
 }
 
 }  // namespace
@@ -34,7 +34,7 @@ PixelSize configuredSize(const Size& points, double scale) {
 double fittingScale(const PixelSize& delivered, const PixelSize& configured, double reduction) {
   if (delivered.width < 1 || delivered.height < 1) return 1;
   if (delivered == configured) return std::min(reduction, 1.0);
-  // the encoder truncates: without the millionth of a pixel a product such as 1511.9999 loses one
+  // the encoder truncates: without the nudge a product such as 1511.9999 would lose a pixel
   constexpr double nudge = 1 + 1e-10;
   const double scale = reduction * nudge *
                        std::min(ratio(configured.width, delivered.width),

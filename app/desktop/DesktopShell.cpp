@@ -72,18 +72,19 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-/// The helper's path; empty where it is not needed or not there.
+/// Returns the helper's path, or an empty string if it is not needed or not installed.
 QString clipboardHelper() {
   if (qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) return {};
   return QStandardPaths::findExecutable(u"wl-copy"_s);
 }
 
 void giveTo(const QString& helper, const QString& text) {
-  // owned by the program's end, and by nobody once it has ended itself
+  // owned by the application; deletes itself when the helper has ended
   auto* const process = new QProcess(QCoreApplication::instance());
   QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
   QObject::connect(process, &QProcess::errorOccurred, process, &QObject::deleteLater);
-  // it goes on in the background to serve the text, and must not hold our pipes open
+  // the helper stays in the background to serve the text, and must not keep this program's pipes
+  // open
   process->setStandardOutputFile(QProcess::nullDevice());
   process->setStandardErrorFile(QProcess::nullDevice());
   process->start(helper, {u"--type"_s, u"text/plain;charset=utf-8"_s});

@@ -19,11 +19,11 @@ namespace tarvinel {
 /// click in the tray gives none: there `wl-copy` does it where it is installed. Does not wait.
 void copyToClipboard(const QString& text);
 
-/// What the presenter's desktop does for the program, through the toolkit and the session bus.
-/// Services are never waited for: one that hangs costs nothing but what it was asked for.
+/// The presenter's desktop, through the toolkit and the session bus. Never waits for a service: if
+/// one hangs, only the requested operation is lost.
 class DesktopShell : public Desktop {
  public:
-  /// `quit` ends the program in order.
+  /// `quit` ends the program in an orderly way.
   DesktopShell(const QDBusConnection& bus, std::function<void()> quit);
 
   void copy(const std::string& text) override;
@@ -45,7 +45,7 @@ class DesktopShell : public Desktop {
   Alert alert_;
   FolderChooser folderChooser_;
   IdleInhibitor idleInhibitor_;
-  QObject context_;  ///< of calls under way
+  QObject context_;  ///< context of pending calls
 };
 
 }  // namespace tarvinel

@@ -6,8 +6,8 @@
 
 namespace tarvinel {
 
-/// The main queue of a program with a desktop toolkit: the toolkit's loop, on the thread that made
-/// this.
+/// The main queue of a program with a desktop toolkit: the toolkit's event loop, on the thread that
+/// created this object.
 class QtMainQueue : public MainQueue {
  public:
   void post(std::function<void()> task) override;

@@ -23,8 +23,8 @@ QString ownName() {
   return QString::fromUtf8(applicationIdentifier.data(), applicationIdentifier.size());
 }
 
-/// Offers the application on the bus; true when the name is this run's now, or when there is no bus
-/// to have one on.
+/// Registers the application on the bus; returns true if this run owns the name now, or if there is
+/// no bus.
 bool takeName(QDBusConnection& bus, QDBusVirtualObject& application) {
   if (!bus.isConnected()) return true;
   bus.registerVirtualObject(objectPath, &application);

@@ -7,12 +7,12 @@
 
 namespace tarvinel {
 
-/// Has one desktop session run the program once: the first run owns its name on the session bus and
-/// is told when the presenter starts it again. Without a bus every run is the first. Lives on the
-/// main queue.
+/// Ensures that the program runs once in a desktop session: the first run owns its name on the
+/// session bus and is notified when the presenter starts it again. Without a bus every run is the
+/// first. Lives on the main queue.
 class SingleInstance {
  public:
-  /// Takes the name if nobody has it; `launchedAgain` is called on the main queue.
+  /// Takes the name if it has no owner; `launchedAgain` is called on the main queue.
   SingleInstance(QDBusConnection bus, std::function<void()> launchedAgain);
   ~SingleInstance();
   SingleInstance(const SingleInstance&) = delete;
@@ -20,12 +20,12 @@ class SingleInstance {
 
   bool isFirst() const { return isFirst_; }
 
-  /// Asks the first run to show itself; false when it does not answer. Blocks for some seconds at
-  /// the most.
+  /// Requests the first run to show its window; returns false if it does not reply. Blocks for a
+  /// few seconds at most.
   bool showFirst() const;
 
  private:
-  /// What others may call, as the freedesktop interface for applications has it.
+  /// The D-Bus object for other runs, with the interface org.freedesktop.Application.
   class Application : public QDBusVirtualObject {
    public:
     explicit Application(std::function<void()> launchedAgain);

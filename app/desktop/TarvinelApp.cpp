@@ -30,7 +30,7 @@ namespace tarvinel {
 
 namespace {
 
-/// Most of the menu's lines are disabled, since they are only read: they must be legible.
+/// Keeps disabled text legible: most of the menu's lines are disabled, since they are read-only.
 void makeDisabledTextLegible() {
   QPalette palette = QApplication::palette();
   for (const auto role : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText}) {
@@ -41,13 +41,13 @@ void makeDisabledTextLegible() {
   QApplication::setPalette(palette);
 }
 
-/// The toolkit's own messages must not block the main queue either.
+/// Prints the toolkit's own messages without blocking the main queue.
 void print(QtMsgType type, const QMessageLogContext& context, const QString& message) {
   const QByteArray line = qFormatLogMessage(type, context, message).toLocal8Bit() + '\n';
   writeWithoutWaiting(STDERR_FILENO, {line.constData(), static_cast<std::size_t>(line.size())});
 }
 
-/// The toolkit's application, with the arguments that it keeps pointers to.
+/// The toolkit's application together with the arguments to which it keeps pointers.
 class Toolkit {
  public:
   explicit Toolkit(std::string platform) : platform_(std::move(platform)) {
@@ -72,7 +72,7 @@ class Toolkit {
   QApplication application_{count_, arguments_};
 };
 
-/// What --doctor says of a port that the program was refused.
+/// Returns the advice that --doctor gives on a port that could not be bound.
 std::vector<std::string> adviceOnPort(std::uint16_t port, std::error_code refusal) {
   const auto facts =
       PortProbe::afterRefusal(port, refusal.value(), PortHelper::ofThisProgram().place());
@@ -84,20 +84,21 @@ std::vector<std::string> adviceOnPort(std::uint16_t port, std::error_code refusa
   return lines;
 }
 
-/// Whether a person or a program reads what is printed, rather than a desktop's log.
+/// Returns whether a person or a program reads what is printed, rather than a desktop's log.
 bool isRead(int fd) {
   struct stat status{};
   return isatty(fd) == 1 || (fstat(fd, &status) == 0 && S_ISFIFO(status.st_mode));
 }
 
-/// What is wrong with the settings is told where somebody reads it: on `out`, if there is one.
+/// Loads the settings and prints an error in them to `out`, if there is one.
 TarvinelConfig settingsFor(const CommandLineOptions& options, const Log& log, std::ostream* out) {
   Configuration configuration = Configuration::load(options, log);
   if (configuration.problem && out != nullptr) *out << *configuration.problem << std::endl;
   return std::move(configuration.config);
 }
 
-/// `given` are the options of this run, which the first one knows nothing of.
+/// Opens the first run's window; returns the exit status. `given` are the options of this run,
+/// which do not reach the first one.
 int showFirstInstance(const SingleInstance& instance, const std::vector<std::string>& given) {
   if (!instance.showFirst()) {
     std::cerr << "tarvinel: it is already running, but does not answer; end that process, "
@@ -163,7 +164,7 @@ TarvinelApp::TarvinelApp(const CommandLineOptions& options, const ChosenCapture&
   traysChanged();
 }
 
-// Before icon and window go: the display that they are on may hang.
+// Ends the model before the icon and the window are destroyed, because their display may hang.
 TarvinelApp::~TarvinelApp() {
   model_->end();
 }
@@ -193,12 +194,13 @@ void TarvinelApp::share(const std::string& sourceID) {
   });
 }
 
-/// Not at once: this comes in the middle of a click, and what is clicked on may have to go.
+/// Defers the command: this is called in the middle of a click, and the command may delete the
+/// clicked item.
 void TarvinelApp::perform(const MenuCommand& command) {
   queue_.post([this, command] { view_.perform(command); });
 }
 
-/// Many values change together: they are drawn together.
+/// Draws once for many values that change together.
 void TarvinelApp::modelChanged() {
   if (std::exchange(isDrawingDue_, true)) return;
   queue_.post([this] { draw(); });

@@ -25,8 +25,8 @@
 
 namespace tarvinel {
 
-/// The program on a desktop: the model, an icon in the tray whose menu shows it, and a window with
-/// the same items where no tray is. Lives on the main queue, of which there is one in a process.
+/// The program on a desktop: the model, a tray icon with the menu, and a window with the same items
+/// for desktops without a tray. Lives on the main queue; a process has at most one.
 class TarvinelApp {
  public:
   TarvinelApp(const TarvinelApp&) = delete;
@@ -35,12 +35,12 @@ class TarvinelApp {
   /// How long the presenter waits for a tray before the window opens.
   static constexpr std::chrono::seconds trayTimeout{5};
 
-  /// Runs the program until it is told to end; returns the exit status. A second run in a session
-  /// has the first one open its window, and ends.
+  /// Runs the program until a command or a signal ends it; returns the exit status. A second run in
+  /// a session makes the first one open its window, and ends.
   static int run(const CommandLineOptions& options);
 
  private:
-  /// `ending` begins with the first order to end, whoever gives it.
+  /// `ending` begins with the first request to end, whatever its origin.
   TarvinelApp(const CommandLineOptions& options, const ChosenCapture& capture, Log log,
               const QDBusConnection& bus, EndingLimit& ending);
   ~TarvinelApp();
@@ -57,16 +57,16 @@ class TarvinelApp {
   void openWindow();
 
   const Log log_;
-  const std::unique_ptr<LineStream> out_;  ///< standard output; null where nobody reads it
+  const std::unique_ptr<LineStream> out_;  ///< standard output; null if nobody reads it
   QtMainQueue queue_;
   TerminationSignals signals_;
   DesktopShell desktop_;
   std::shared_ptr<AppModel> model_;
   MenuView view_;
   MenuWindow window_;
-  std::shared_ptr<Console> console_;  ///< for who started the program in a terminal
-  std::optional<MenuDrawer> drawer_;  ///< of the icon's menu
-  std::optional<TrayIcon> icon_;      ///< once there has been a tray
+  std::shared_ptr<Console> console_;  ///< for a presenter who started the program in a terminal
+  std::optional<MenuDrawer> drawer_;  ///< the drawer of the icon's menu
+  std::optional<TrayIcon> icon_;      ///< created when the first tray appears
   QTimer trayTimer_;
   TrayHosts trayHosts_;
   bool isDrawingDue_ = false;

@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 constexpr int compositorLimitMilliseconds = 2000;
 
-/// The toolkit's part for Wayland is a package of its own.
+/// The toolkit's Wayland plugin is in a separate package.
 bool hasWaylandPlugin() {
   const QDir plugins(QLibraryInfo::path(QLibraryInfo::PluginsPath) + "/platforms"_L1);
   return !plugins.entryList({u"libqwayland*.so"_s}).isEmpty();

@@ -21,7 +21,7 @@ bool listHas(sd_bus_message& list, std::string_view wanted) {
   return false;
 }
 
-/// As long as the texts are there.
+/// Returns a Fill that is valid as long as the texts exist.
 BusInquiry::Fill appended(const std::vector<std::string>& texts) {
   return [&texts](sd_bus_message& question) {
     for (const std::string& text : texts)
@@ -29,7 +29,7 @@ BusInquiry::Fill appended(const std::vector<std::string>& texts) {
   };
 }
 
-/// Into something that outlives the reading.
+/// Returns a Read that stores into `reply`, which must outlive it.
 BusInquiry::Read booleanInto(std::optional<bool>& reply) {
   return [&reply](sd_bus_message& message) {
     int value = 0;
@@ -85,7 +85,7 @@ bool BusInquiry::await(std::future<bool> reply) {
     if (queue_.sync([this] { return bus_ == nullptr; })) state_ = State::isAbsent;
     return reply.get();
   }
-  queue_.sync([this] { bus_.reset(); });  // nothing is read any more
+  queue_.sync([this] { bus_.reset(); });  // late replies are not read
   state_ = State::isSilent;
   return false;
 }

@@ -14,15 +14,15 @@
 
 namespace tarvinel {
 
-/// Asks services on a message bus, one question after another, and waits a while for each answer.
-/// Starts no service. Lives on the thread that made it.
+/// Calls services on a message bus, one call after another, with a time limit for each reply. Does
+/// not start services. Lives on the thread that created it.
 class BusInquiry {
  public:
   enum class Bus : std::uint8_t { system, session };
   enum class State : std::uint8_t {
     replies,
     isAbsent,
-    isSilent,  ///< a question was not answered in time; no other is asked
+    isSilent,  ///< a call has timed out; no further calls are made
   };
 
   struct Method {
@@ -37,7 +37,7 @@ class BusInquiry {
 
   static constexpr std::chrono::seconds defaultTimeout{2};
 
-  /// Begins to connect. `patience` is for each answer.
+  /// Starts to connect. `timeout` applies to each reply.
   explicit BusInquiry(Bus bus, std::chrono::milliseconds timeout = defaultTimeout);
   ~BusInquiry();
   BusInquiry(const BusInquiry&) = delete;
@@ -45,30 +45,31 @@ class BusInquiry {
 
   State state() const { return state_; }
 
-  /// Calls a method: `fill` adds the arguments, `read` takes the answer. False when there was none,
-  /// or only an error.
+  /// Calls a method: `fill` adds the arguments, `read` reads the reply. Returns false if there was
+  /// no reply or an error.
   bool ask(const Method& method, const Fill& fill, const Read& read);
 
-  /// The same for a method that takes texts and gives a yes or no.
+  /// Calls a method that takes texts and returns a boolean; returns nullopt without a reply.
   std::optional<bool> queryBoolean(const Method& method, const std::vector<std::string>& texts);
 
-  /// The same for one that gives a text.
+  /// Calls a method that takes texts and returns a text; returns nullopt without a reply.
   std::optional<std::string> queryText(const Method& method, const std::vector<std::string>& texts);
 
-  /// Whether somebody has the name; nothing without an answer.
+  /// Returns whether the name has an owner, or nullopt without a reply.
   std::optional<bool> hasOwner(const std::string& name);
 
-  /// Whether the bus would start somebody to have the name; likewise.
+  /// Returns whether the bus can start a service for the name, or nullopt without a reply.
   std::optional<bool> canStart(const std::string& name);
 
-  /// Reads a property with `read`, which finds the message at the variant. False as with `ask`.
+  /// Reads a property with `read`, which receives the message positioned at the variant. Returns
+  /// false as `ask` does.
   bool requestProperty(const char* service, const char* path, const char* interface,
                        const char* name, const Read& read);
 
  private:
   struct Reply {
     std::promise<bool> isThere;
-    bool isOpen = true;  ///< `isThere` is still to be told
+    bool isOpen = true;  ///< `isThere` is not set yet
 
     void tell(bool there);
   };
@@ -79,8 +80,8 @@ class BusInquiry {
   SerialQueue queue_{".doctor"};
   const std::chrono::milliseconds timeout_;
   State state_ = State::replies;
-  std::unique_ptr<MessageBus> bus_;  ///< lives on the queue; null when it is gone
-  std::shared_ptr<Reply> reply_;     ///< that is waited for; lives on the queue
+  std::unique_ptr<MessageBus> bus_;  ///< lives on the queue; null if the connection is lost
+  std::shared_ptr<Reply> reply_;     ///< the pending one; lives on the queue
 };
 
 }  // namespace tarvinel

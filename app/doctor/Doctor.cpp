@@ -43,9 +43,9 @@ namespace {
 
 constexpr std::size_t textColumn = 28;
 constexpr std::string_view adviceMark = "→ ";
-constexpr std::size_t minTextColumns = 28;  // in a narrower terminal the text runs over
+constexpr std::size_t minTextColumns = 28;  // in a narrower terminal the text overflows
 
-/// The characters of UTF-8.
+/// Returns the number of characters in UTF-8 text.
 std::size_t columnsOf(std::string_view text) {
   return static_cast<std::size_t>(
       std::ranges::count_if(text, [](char c) { return (c & '\xc0') != '\x80'; }));
@@ -55,7 +55,7 @@ std::string_view firstWord(std::string_view text) {
   return text.substr(0, text.find(' '));
 }
 
-/// The text in lines of so many columns, cut between words; longer words stay whole.
+/// Breaks the text between words into lines of at most this many columns; longer words stay whole.
 std::vector<std::string> wrapped(std::string_view text, std::size_t columns) {
   std::vector<std::string> lines{""};
   while (!text.empty()) {
@@ -118,7 +118,7 @@ void DoctorReport::add(const std::string& topic, const Finding& finding) {
   out_ << std::flush;
 }
 
-/// From a column on, where the output stands.
+/// Writes the text, wrapped, from the column at which the output is.
 void DoctorReport::writeLine(const std::string& text, std::size_t column) {
   const std::string shown = withoutControls(text);
   if (style_.columns < column + minTextColumns) {
@@ -149,7 +149,7 @@ std::string DoctorReport::painted(Finding::State state, const std::string& text)
 
 namespace {
 
-/// How long a process that was told to end may take: one that waits for a dead disk cannot.
+/// The time limit for a killed process to end: one that waits for a dead disk never does.
 constexpr std::chrono::milliseconds endTimeout{500};
 
 std::string encoded(const Findings& findings) {
@@ -159,7 +159,7 @@ std::string encoded(const Findings& findings) {
   return list.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-/// Nothing when the text is not what `encoded` makes.
+/// Returns nullopt if the text is not a result of `encoded`.
 std::optional<Findings> decoded(const std::string& text) try {
   Findings findings;
   for (const auto& entry : nlohmann::json::parse(text)) {
@@ -190,8 +190,8 @@ void writeAll(int fd, std::string_view text) {
   std::_Exit(EXIT_SUCCESS);
 }
 
-/// Waits for one of poll's events, or for the end of the other side. What has happened already
-/// counts even after the deadline.
+/// Waits for one of poll's events or for the peer to close; returns whether it occurred. An event
+/// that has already occurred counts even after the deadline.
 bool happensBy(int fd, short events, CheckProcess::Clock::time_point deadline) {
   while (true) {
     const auto left =

@@ -15,51 +15,52 @@
 
 namespace tarvinel {
 
-/// One thing that was found about this computer. Plain value.
+/// One finding about this computer. Plain value.
 struct Finding {
   enum class State : std::uint8_t {
     fine,
-    worthKnowing,  ///< the program runs, perhaps not as the presenter expects
-    toBeMended,    ///< something does not work until it is done
+    worthKnowing,  ///< the program works, but perhaps not as the presenter expects
+    toBeMended,    ///< something does not work until it is fixed
   };
 
   State state = State::fine;
   std::string what;                      ///< one line
-  std::vector<std::string> advice = {};  ///< what to do about it, a line each
+  std::vector<std::string> advice = {};  ///< what to do about it, one step a line
 
   bool operator==(const Finding&) const = default;
 };
 
 using Findings = std::vector<Finding>;
 
-/// One thing to look into. Plain value.
+/// One check of the report. Plain value.
 struct Check {
   std::string topic;  ///< a word, such as "Port"
-  /// Looks, and judges what it sees. It runs in a process of its own, where it may block.
+  /// Probes and judges. It runs in a process of its own, where it may block.
   std::function<Findings()> run;
-  /// What it means when `run` does not come to an end.
+  /// The finding if `run` does not end in time.
   Finding late = {Finding::State::worthKnowing, "This could not be found out.", {}};
 };
 
-/// Writes findings for people: the state, the topic, what was found, and under it what to do.
+/// Writes findings for people: the state, the topic, what was found, and below it what to do.
 class DoctorReport {
  public:
-  /// How it looks. Plain value.
+  /// The output style. Plain value.
   struct Style {
     bool hasColours = false;
-    std::size_t columns = 0;  ///< lines are wrapped to fit; 0: they are not
+    std::size_t columns = 0;  ///< the width to which lines are wrapped; 0: they are not
 
-    /// What fits standard output: colours and wrapped lines only where that is a terminal.
+    /// Returns the style for standard output: colours and wrapped lines only if it is a terminal.
     static Style forStandardOutput();
   };
 
   /// `out` outlives it.
   DoctorReport(std::ostream& out, Style style) : out_(out), style_(style) {}
 
-  /// Control characters of the texts are not written: parts of them come from elsewhere.
+  /// Writes a finding without the control characters in its texts, parts of which come from other
+  /// programs.
   void add(const std::string& topic, const Finding& finding);
 
-  /// Writes how many things are to be mended.
+  /// Writes how many findings need attention.
   void finish();
 
   bool needsAttention() const { return toBeMended_ > 0; }
@@ -73,16 +74,16 @@ class DoctorReport {
   int toBeMended_ = 0;
 };
 
-/// Runs checks, all at once, and reports them in their order.
+/// Runs checks concurrently and reports them in their order.
 class Doctor {
  public:
-  /// How long a check may take before it counts as late.
+  /// The time limit for a check.
   static constexpr std::chrono::seconds defaultTimeout{10};
 
   explicit Doctor(std::vector<Check> checks, std::chrono::milliseconds timeout = defaultTimeout)
       : checks_(std::move(checks)), timeout_(timeout) {}
 
-  /// To be called while this process has one thread. Throws std::system_error.
+  /// Runs the checks. Call it while this process has one thread. Throws std::system_error.
   void run(DoctorReport& report) const;
 
  private:
@@ -90,23 +91,23 @@ class Doctor {
   const std::chrono::milliseconds timeout_;
 };
 
-/// A check at work in a process of its own: whatever it waits for (an X server that hangs, a disk
-/// that is gone), and even its crash, is nothing to this process. Make it while this process has
-/// one thread.
+/// A check that runs in a process of its own: this process is not affected by what it waits for,
+/// such as an X server that hangs or a disk that is gone, nor by its crash. Create it while this
+/// process has one thread.
 class CheckProcess {
  public:
   using Clock = std::chrono::steady_clock;
 
-  /// Begins to run it. Throws std::system_error.
+  /// Starts the process. Throws std::system_error.
   explicit CheckProcess(const std::function<Findings()>& run);
 
-  /// Ends it, if it still runs.
+  /// Kills the process if it still runs.
   ~CheckProcess();
   CheckProcess(const CheckProcess&) = delete;
   CheckProcess& operator=(const CheckProcess&) = delete;
 
-  /// What it found; nothing when it has not come to an end by then, or ended without a result.
-  /// Blocks until then at the most. To be called once.
+  /// Returns the findings, or nullopt if the process has not ended by the deadline or ended without
+  /// a result. Blocks until the deadline at most. Call it once.
   std::optional<Findings> await(Clock::time_point deadline);
 
  private:

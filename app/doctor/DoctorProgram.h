@@ -7,12 +7,12 @@
 
 namespace tarvinel {
 
-/// Looks at this computer and prints what it finds; changes nothing. Returns the exit status: 1
-/// when something is to be mended, else 0. `hasTray` says whether this build can be in one. To be
-/// called while this process has one thread.
+/// Checks this computer and prints the findings; changes nothing. Returns the exit status: 1 if
+/// something needs attention, else 0. `hasTray` is whether this build supports a tray. Call it
+/// while this process has one thread.
 int runDoctor(const CommandLineOptions& options, bool hasTray);
 
-/// Everything that is looked into with these options, in the order of the report.
+/// Returns all checks for these options, in the order of the report.
 std::vector<Check> allChecks(const CommandLineOptions& options, bool hasTray);
 
 }  // namespace tarvinel

@@ -25,7 +25,7 @@ namespace {
 
 using nlohmann::json;
 
-/// Every setting there is, each with some value.
+/// Returns a configuration with a value for every setting.
 json everySetting() {
   TarvinelConfig all;
   all.motionFps = 1;
@@ -45,7 +45,7 @@ void addUnknownKeys(std::vector<std::string>& unknown, const json& object, const
   }
 }
 
-/// The numbers that were brought into their range.
+/// Returns the numbers that were clamped to their range.
 std::vector<std::string> correctionsOf(const json& object, const json& inForce) {
   std::vector<std::string> corrections;
   for (const auto& [key, value] : object.items()) {
@@ -80,7 +80,7 @@ ConfigurationProbe ConfigurationProbe::of(const CommandLineOptions& options) {
   std::error_code unreachable;
   probe.exists = std::filesystem::exists(probe.file, unreachable);
   if (!probe.exists && !options.config) {
-    // of the places that are looked at, the one to write it to
+    // of the places that are searched, the one to create it in
     probe.file = SupportEnvironment::current().configFolder() / "Tarvinel/config.json";
   }
   const json object = ConfigFile::read(probe.file).object;
@@ -124,7 +124,7 @@ fs::path folderFor(const CommandLineOptions& options) {
   return chosen.text(UserDefaults::uploadFolder).value_or(defaultUploadFolder(std::time(nullptr)));
 }
 
-/// The folder itself, or the one above it that is there.
+/// Returns the folder itself, or its nearest parent that exists.
 fs::path existingPartOf(fs::path path) {
   std::error_code unreachable;
   while (path.has_relative_path() && !fs::exists(path, unreachable))

@@ -25,7 +25,7 @@ constexpr std::size_t maxRulesBytes = std::size_t{1} << 20U;
 constexpr const char* firewalld = "org.fedoraproject.FirewallD1";
 constexpr const char* firewalldZones = "org.fedoraproject.FirewallD1.zone";
 
-/// Nothing when it cannot be read.
+/// Returns a file's text, or nullopt if it cannot be read.
 std::optional<std::string> systemText(const fs::path& file) {
   try {
     return std::string(textOf(readRegularFile(file, maxRulesBytes)));
@@ -49,7 +49,7 @@ bool existsBelow(const fs::path& root, std::string_view file) {
   return fs::exists(status);
 }
 
-/// Whether one of ufw's ranges, such as "80" or "8000:8100", has the port.
+/// Returns whether one of ufw's ranges, such as "80" or "8000:8100", contains the port.
 bool rangeHas(std::string_view range, std::uint16_t port) {
   const auto colon = range.find(':');
   const auto first = portNumber(range.substr(0, colon));
@@ -66,7 +66,7 @@ bool portsHave(const std::string& ports, std::uint16_t port) {
   return false;
 }
 
-/// One rule as ufw notes it down: ### tuple ### action protocol ports destination ports source ...
+/// Parses a rule as ufw stores it: ### tuple ### action protocol ports destination ports source ...
 bool ruleLetsIn(const std::string& line, std::uint16_t port) {
   constexpr std::string_view mark = "### tuple ### ";
   if (!line.starts_with(mark)) return false;
@@ -91,12 +91,12 @@ void queryUfw(FirewallProbe& probe, const fs::path& root) {
   if (!probe.ufwLetsIn && rules) probe.ufwLetsIn = ufwRulesLetIn(*rules, probe.port);
 }
 
-/// A method of firewalld: of its object itself, or of the interface that has the zones.
+/// Returns a method of firewalld's object, in its main interface or in the one for zones.
 BusInquiry::Method firewalldMethod(const char* interface, const char* member) {
   return {firewalld, "/org/fedoraproject/FirewallD1", interface, member};
 }
 
-/// The network card that viewers come in by; empty when there is none.
+/// Returns the network interface that viewers reach, or an empty name if there is none.
 std::string viewersInterface(const fs::path& sysfs) {
   const auto interfaces = LocalAddresses::interfaces(sysfs);
   const auto best = LocalAddresses::preferred(interfaces);
@@ -106,7 +106,7 @@ std::string viewersInterface(const fs::path& sysfs) {
   return {};
 }
 
-/// The zone that such a card is in: one of its own, or the default one.
+/// Returns the zone of this interface, or the default zone.
 std::string zoneOf(BusInquiry& bus, const std::string& interface) {
   const auto own =
       bus.queryText(firewalldMethod(firewalldZones, "getZoneOfInterface"), {interface});
@@ -114,11 +114,11 @@ std::string zoneOf(BusInquiry& bus, const std::string& interface) {
   return bus.queryText(firewalldMethod(firewalld, "getDefaultZone"), {}).value_or("");
 }
 
-/// Whether a zone lets a port in, or the service that stands for it. Nothing when it is not told:
-/// desktops tell everyone, servers only root.
+/// Returns whether a zone lets in a port, or the service for it; nullopt if firewalld does not say:
+/// on desktops everyone can query it, on servers only root.
 std::optional<bool> zoneLetsIn(BusInquiry& bus, const std::string& zone,
                                const std::vector<std::string>& port, const char* service) {
-  if (zone == "trusted") return true;  // it takes everything, and lists nothing
+  if (zone == "trusted") return true;  // it accepts everything, and lists nothing
   std::vector<std::string> question{zone};
   question.insert(question.end(), port.begin(), port.end());
   const auto open = bus.queryBoolean(firewalldMethod(firewalldZones, "queryPort"), question);
@@ -153,7 +153,7 @@ Finding ufwFinding(const FirewallProbe& probe) {
           {"See: sudo ufw status", advice}};
 }
 
-/// The command that has firewalld let something in from now on.
+/// Returns the command that lets something through firewalld permanently.
 std::string letIn(const FirewallProbe& probe, std::string_view what) {
   return fmt::format(
       "sudo firewall-cmd --permanent --zone={} --add-{} && sudo firewall-cmd --reload",

@@ -22,7 +22,7 @@ std::optional<InterfaceType> preferredLink(const SysfsInterfaces& hardware) {
   try {
     const auto types = pathTypes(interfacesByPreference(readNetworkInfo()), hardware);
     if (!types.empty()) return types.front();
-  } catch (const std::system_error&) {  // the kernel does not tell
+  } catch (const std::system_error&) {  // the kernel does not report it
   }
   return std::nullopt;
 }
@@ -34,7 +34,7 @@ std::string linkText(const std::optional<InterfaceType>& link) {
   return "";
 }
 
-/// What viewers open, as far as it is known: which port is free shows only at the start.
+/// Returns what viewers open, as far as it is known: a free port is only chosen at the start.
 std::string placeOf(const std::string& host, std::uint16_t port) {
   return port == 0 ? host : LocalAddresses::url(host, port);
 }
@@ -48,7 +48,7 @@ Finding addressFinding(const AddressProbe& probe, const std::string& address) {
   return {Finding::State::fine, fmt::format("Viewers open {}.{}", addresses, linkText(probe.link))};
 }
 
-/// Those that viewers on other networks than the preferred one would have to open.
+/// Returns the addresses that viewers on other networks than the preferred one's have to open.
 std::vector<std::string> otherAddresses(const AddressProbe& probe, const std::string& preferred) {
   std::vector<std::string> others;
   for (const auto& [name, address] : probe.interfaces) {
@@ -115,7 +115,7 @@ std::string computerNameOf(BusInquiry& bus) {
   return name;
 }
 
-/// Asks the room; that nobody answers takes a while.
+/// Resolves a name in the network; if nobody replies, this takes a while.
 std::optional<std::string> addressOf(BusInquiry& bus, const std::string& name) {
   std::optional<std::string> address;
   bus.ask(

@@ -26,7 +26,7 @@ bool isThere(const std::filesystem::path& file) {
   return std::filesystem::exists(file, unreachable);
 }
 
-/// Lets the helper try what this process was refused.
+/// Makes the helper try what was denied to this process.
 void requestFromHelper(PortProbe& probe) {
   if (!isThere(probe.helperPlace)) {
     probe.helper = Helper::isMissing;
@@ -136,15 +136,15 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view listening = "0A";  // TCP_LISTEN
 
-/// Empty when it cannot be read.
+/// Returns an empty text if the file cannot be read.
 std::string procText(const fs::path& file) {
   std::ostringstream text;
   text << std::ifstream(file).rdbuf();
   return text.str();
 }
 
-/// One line of the table: number, local address, remote address, state, queues, timer, retransmits,
-/// user, timeout, inode.
+/// Parses a line of the table: number, local address, remote address, state, queues, timer,
+/// retransmits, user, timeout, inode.
 std::optional<ListeningEntry> entryOf(const std::string& line, std::uint16_t port) {
   std::istringstream fields(line);
   std::string skipped;
@@ -158,7 +158,7 @@ std::optional<ListeningEntry> entryOf(const std::string& line, std::uint16_t por
 }
 
 bool hasSocket(const fs::path& process, const std::string& socket) {
-  std::error_code hidden;  // another user's
+  std::error_code hidden;  // a process of another user
   for (const auto& fd : fs::directory_iterator(process / "fd", hidden)) {
     std::error_code gone;
     if (fs::read_symlink(fd.path(), gone) == socket) return true;

@@ -11,16 +11,16 @@
 
 namespace tarvinel {
 
-/// Who listens on a port, as far as this user may know.
+/// The process that listens on a port, as far as this user can see it.
 struct PortHolder {
-  std::string user = {};     ///< a name, or a number where there is none
-  std::string program = {};  ///< empty: another user's, so that it cannot be told
-  pid_t process = 0;         ///< 0 likewise
+  std::string user = {};     ///< a name, or a number if it has no name
+  std::string program = {};  ///< empty if unknown, because it is another user's
+  pid_t process = 0;         ///< 0 if unknown
 
   bool operator==(const PortHolder&) const = default;
 
-  /// Nothing when nobody listens there, or the system does not tell. `proc` is where that is
-  /// mounted.
+  /// Returns nullopt if nobody listens on the port, or the system does not say who. `proc` is the
+  /// mount point of procfs.
   static std::optional<PortHolder> of(std::uint16_t port,
                                       const std::filesystem::path& proc = "/proc");
 };
@@ -33,30 +33,31 @@ struct ListeningEntry {
   bool operator==(const ListeningEntry&) const = default;
 };
 
-/// The socket that listens on the port in a table such as /proc/net/tcp, see proc(5). Pure; lines
-/// that are not understood are passed over.
+/// Returns the socket that listens on the port in a table such as /proc/net/tcp, see proc(5). Skips
+/// lines that it cannot parse. Pure.
 std::optional<ListeningEntry> listeningEntry(std::string_view table, std::uint16_t port);
 
-/// What came of listening on the port, for a moment.
+/// The result of listening on the port for a moment.
 struct PortProbe {
-  /// The helper for port 80, which is asked where this process may not listen there itself.
+  /// The helper for port 80, which is tried if this process is not permitted to listen there
+  /// itself.
   enum class Helper : std::uint8_t { notAsked, isMissing, mayNot, listens };
 
   std::uint16_t port = 0;
-  int error = 0;  ///< errno of the last attempt; 0: it could be listened on
+  int error = 0;  ///< errno of the last attempt; 0 if it succeeded
   Helper helper = Helper::notAsked;
   std::filesystem::path helperPlace = {};
-  std::optional<PortHolder> holder = {};  ///< when the port is taken
+  std::optional<PortHolder> holder = {};  ///< if the port is taken
 
-  /// What is known of a port that this program was refused, without another attempt. `error` is an
-  /// errno, `helper` the place of the helper.
+  /// Returns what is known of a port that this program could not bind, without another attempt.
+  /// `error` is an errno value, `helper` the helper's path.
   static PortProbe afterRefusal(std::uint16_t port, int error, const std::filesystem::path& helper);
 
-  /// Tries. `helper` is the place of the helper. Blocks for some seconds at the most.
+  /// Tries to listen. `helper` is the helper's path. Blocks for a few seconds at most.
   static PortProbe of(std::uint16_t port, const std::filesystem::path& helper);
 };
 
-/// Whether the program could listen on its port. Pure.
+/// Reports whether the program can listen on its port. Pure.
 Findings judge(const PortProbe& probe);
 
 }  // namespace tarvinel

@@ -43,13 +43,13 @@ void queryPortal(PortalProbe& probe) {
   probe.bus = bus.state();
 }
 
-/// Null counts as empty.
+/// Returns an environment variable's value, or an empty text if it is unset.
 std::string_view variableText(const char* name) {
   const char* value = std::getenv(name);
   return value != nullptr ? value : "";
 }
 
-/// Where PipeWire's library looks for it.
+/// Returns the socket to which PipeWire's library connects.
 std::filesystem::path pipeWirePlace() {
   const auto remote = variableText("PIPEWIRE_REMOTE");
   const std::filesystem::path name = remote.empty() ? "pipewire-0" : remote;

@@ -7,19 +7,19 @@
 
 namespace tarvinel {
 
-/// What the environment says of the desktop.
+/// The environment's variables on the desktop.
 struct SessionProbe {
   CaptureEnvironment environment;
-  std::string desktop = {};  ///< XDG_CURRENT_DESKTOP; empty when not set
+  std::string desktop = {};  ///< XDG_CURRENT_DESKTOP; empty if unset
 
-  /// Of this process.
+  /// Returns the probe of this process.
   static SessionProbe current();
 
   bool isWayland() const;
   bool hasDisplay() const;
 };
 
-/// Which kind of session the program would run in. Pure.
+/// Reports the kind of session in which the program would run. Pure.
 Findings judge(const SessionProbe& probe);
 
 }  // namespace tarvinel

@@ -6,13 +6,13 @@
 
 namespace tarvinel {
 
-/// What choosing an item of the menu does. Plain value.
+/// The action of a menu item. Plain value.
 struct MenuCommand {
   enum class Action : std::uint8_t {
     none,
-    copy,  ///< the argument to the clipboard
+    copy,  ///< copies the argument to the clipboard
     openPrivacySettings,
-    selectSource,  ///< the argument is its identifier
+    selectSource,  ///< the argument is the source's identifier
     startSharing,
     stopSharing,
     toggleUploads,
@@ -30,26 +30,27 @@ struct MenuCommand {
   bool operator==(const MenuCommand&) const = default;
 };
 
-/// One item of the menu, whoever draws it. Plain value: a menu has changed when its items differ.
+/// One item of the menu, independent of the view that draws it. Plain value: a menu has changed if
+/// its items differ.
 struct MenuItem {
   enum class Kind : std::uint8_t {
-    text,     ///< is read, cannot be chosen
-    title,    ///< over a section of a submenu
-    button,   ///< does its command
-    toggle,   ///< is on or off; its command turns it
-    choice,   ///< one of a submenu's, of which one at most is on
+    text,     ///< read-only text
+    title,    ///< heading of a section of a submenu
+    button,   ///< performs its command
+    toggle,   ///< is on or off; its command switches it
+    choice,   ///< one of a submenu's exclusive choices, of which at most one is on
     submenu,  ///< opens its items
     divider,
   };
 
-  /// Pressed together with Control.
+  /// A shortcut is pressed together with Control.
   static constexpr char noShortcut = '\0';
 
   Kind kind = Kind::text;
   std::string label = {};
   MenuCommand command = {};
   bool isEnabled = true;
-  bool isOn = false;           ///< of a toggle or a choice
+  bool isOn = false;           ///< for a toggle or a choice
   char shortcut = noShortcut;  ///< a capital letter
   std::vector<MenuItem> items = {};
 

@@ -45,7 +45,7 @@ std::vector<MenuItem> MenuView::stateItems() const {
   return items;
 }
 
-// Many telephones cannot resolve the name, so the number is always there.
+// Many phones cannot resolve the name, so the numeric address is always shown.
 std::vector<MenuItem> MenuView::addressItems() const {
   if (model_.serverError()) return {};
   if (!model_.serverURL()) return {MenuItem::text("Starting server…")};

@@ -8,16 +8,17 @@
 
 namespace tarvinel {
 
-/// The presenter's menu: a list of items made of the model's state, and what choosing one does. It
-/// keeps no state of its own. Lives on the main queue; the model and the desktop outlive it.
+/// The presenter's menu: builds the list of items from the model's state and performs their
+/// commands. It has no state of its own. Lives on the main queue; the model and the desktop outlive
+/// it.
 class MenuView {
  public:
   MenuView(AppModel& model, Desktop& desktop) : model_(model), desktop_(desktop) {}
 
-  /// The menu as it should be shown now, top to bottom.
+  /// Returns the menu for the current state, top to bottom.
   std::vector<MenuItem> items() const;
 
-  /// Does what an item says. A command that can no longer be done does nothing.
+  /// Performs an item's command. Ignores a command that is no longer possible.
   void perform(const MenuCommand& command);
 
  private:

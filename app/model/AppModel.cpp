@@ -28,14 +28,14 @@ std::string countOfViewers(std::int64_t count) {
   return fmt::format("{} {}", count, count == 1 ? "viewer" : "viewers");
 }
 
-/// Why the server may not have its port; none when it failed for another reason.
+/// Returns why the port could not be bound, or nullopt if the server failed for another reason.
 std::optional<std::error_code> errorCodeIn(const std::exception_ptr& error) {
   const auto failure = errorAs<StreamServerError>(error);
   if (!failure || failure->kind() != StreamServerError::Case::bindFailed) return std::nullopt;
   return failure->code();
 }
 
-/// The brand but for what only a server has.
+/// Returns the brand without the files that only the server can deliver.
 std::optional<BrandConfig> withoutFiles(std::optional<BrandConfig> brand) {
   if (brand) brand->image.reset();
   if (brand) brand->font.reset();
@@ -120,7 +120,7 @@ void AppModel::begin() {
                          self.linkChanged(isWired);
                        }));
   update(isWired_, linkMonitor_->isWired());
-  uploads_->begin();  // the server starts with the outcome
+  uploads_->begin();  // the server starts when the outcome is known
   sharing_->begin();
   ticker_ = dependencies_.mainQueue.repeat(tickInterval, [weak = weak_from_this()] {
     if (const auto self = weak.lock()) self->tick();
@@ -207,7 +207,7 @@ void AppModel::appearedInTray() {
   introduce();
 }
 
-// An invitation to share makes sense once there is a place for viewers to see it.
+// Invites the presenter to share only once viewers have an address to open.
 void AppModel::introduce() {
   if (!isInTray_ || !serverURL_ || userDefaults_.boolean(introducedKey)) return;
   userDefaults_.set(introducedKey, true);
@@ -217,7 +217,7 @@ void AppModel::introduce() {
 
 void AppModel::tick() {
   ++tickCount_;
-  // a folder on a disk that hangs does not keep viewers waiting
+  // the server starts without uploads if the disk of their folder hangs
   if (tickCount_ == ticksBeforeServerWithoutUploads) startServer();
   update(measuredMbps_, trafficMeter_.measure(broadcaster_.bytesSent()));
   update(viewerCount_, static_cast<std::int64_t>(broadcaster_.viewerCount()));

@@ -42,51 +42,52 @@ namespace tarvinel {
 /// second, and the models of the share, the name and the uploads. The tray and the console are
 /// views of its state.
 ///
-/// Lives on the main queue: every member is called there, and so is `onChange`, whenever a value
-/// has changed.
+/// Lives on the main queue: every member is called there, and so is `onChange`, after every change
+/// of a value.
 class AppModel : public ModelPart<AppModel> {
  public:
-  /// What the model stands on; the main queue and the desktop outlive it.
+  /// What the model depends on; the main queue and the desktop outlive it.
   struct Dependencies {
     MainQueue& mainQueue;
     Desktop& desktop;
     Log log;
     CaptureEngine::ServiceFactory captureService;
     UserDefaults::Place userDefaults;
-    /// Kept in the user defaults; none where no desktop gives any.
+    /// Persisted in the user defaults; null where no desktop grants any.
     std::shared_ptr<portal::RestoreTokens> restoreTokens = {};
-    /// Makes whatever the capture waits for fail, for good; called at the end when something there
-    /// hangs. May be null.
+    /// Makes the capture's current and later waits fail; called at the end if one of them hangs.
+    /// May be null.
     std::function<void()> interruptCapture = {};
-    std::filesystem::path sysfs = "/sys";  ///< where that is mounted
+    std::filesystem::path sysfs = "/sys";  ///< its mount point
     NetworkPath::Factory networkPath = kernelNetworkPath(sysfs);
     std::function<std::optional<std::string>()> preferredHost = [root = sysfs] {
       return LocalAddresses::preferredHost(root);
     };
     NameRegistrar::Factory nameRegistrar = SystemNameRegistrar::factory();
-    /// How to listen on port 80 when this process may not; null when there is no other way.
+    /// Listens on port 80 if this process lacks the permission; null if there is no other way.
     StreamServer::ListenerFallback listenerForPort80 = {};
-    UpdateController::Factory updateController = {};  ///< none: nothing looks for updates
-    /// What the presenter can do where the server was refused a port, a line each; may be null.
+    UpdateController::Factory updateController = {};  ///< null: updates are not checked
+    /// Returns advice for the presenter, line by line, if the server could not bind its port; may
+    /// be null.
     std::function<std::vector<std::string>(std::uint16_t port, std::error_code refusal)>
         portAdvice = {};
-    std::filesystem::path helpFile = {};  ///< for the help page while no server has it
+    std::filesystem::path helpFile = {};  ///< the help page while no server listens
   };
 
   using UploadLaunch = UploadsModel::Launch;
 
-  /// Makes the model and begins: starts the server, lists the sources, ticks once a second.
+  /// Creates the model and starts it: opens the upload folder, starts the server, lists the sources
+  /// and ticks once a second.
   static std::shared_ptr<AppModel> create(TarvinelConfig config, Dependencies dependencies,
                                           const UploadLaunch& uploads);
 
-  /// Ends it as `end` does, then waits for disks and for the display; how long is for the owner to
-  /// limit.
+  /// Ends the model as `end` does, then waits for disks and for the display; the owner limits how
+  /// long.
   ~AppModel();
 
-  /// Ends in this order: the server is closed, so that viewers get nothing more and nobody new gets
-  /// anything; the share and the capture end; the name is withdrawn. Waits for no disk: that is
-  /// left to the destructor. From then on nothing is reported and nothing starts by itself.
-  /// Idempotent.
+  /// Ends in this order: closes the server, so that viewers receive nothing more and no new ones
+  /// connect; ends the share and the capture; withdraws the name. Does not wait for disks: the
+  /// destructor does. Afterwards nothing is reported and nothing starts by itself. Idempotent.
   void end();
 
   void setOnChange(std::function<void()> onChange) { reportTo(std::move(onChange)); }
@@ -115,22 +116,22 @@ class AppModel : public ModelPart<AppModel> {
   const std::optional<UploadStatus>& uploadStatus() const { return uploads_->status(); }
   const std::optional<std::string>& uploadError() const { return uploads_->error(); }
 
-  /// Where participants send their photos; nothing until the server listens.
+  /// Returns where participants upload their photos, or nullopt until the server listens.
   std::optional<std::string> uploadURL() const;
 
-  /// One line on what is shared and who watches.
+  /// Returns a line about the shared source and its viewers.
   std::string statusLine() const;
 
-  /// One line on the stream; only while sharing.
+  /// Returns a line about the stream, or nullopt while not sharing.
   std::optional<std::string> streamLine() const;
 
-  /// One line on what has been uploaded; only while there is something to say.
+  /// Returns a line about what has been uploaded, or nullopt if there is nothing to report.
   std::optional<std::string> uploadStatusLine() const;
 
-  /// One line on who uploaded last; only once someone did.
+  /// Returns a line about the last uploader, or nullopt if there is none yet.
   std::optional<std::string> uploadLastLine() const;
 
-  // commands; those of the share and of uploads are the models' own
+  // commands; those for the share and for uploads are documented at their models
 
   void refreshSources(std::function<void()> done = [] {}) {
     sharing_->refreshSources(std::move(done));
@@ -148,14 +149,14 @@ class AppModel : public ModelPart<AppModel> {
   void chooseUploadFolder() { uploads_->chooseFolder(); }
   void revealUploadFolder() { uploads_->revealFolder(); }
 
-  /// Opens the help page: the server's, or a file of the same content while none listens.
+  /// Opens the help page: the server's, or a file with the same content while no server listens.
   void openHelp();
 
-  /// The program's icon is in a tray now: who has never seen it there is told where it lives, once
-  /// the server listens.
+  /// Reports that the icon is in a tray now. A presenter who has never seen it there is notified
+  /// where to find it, once the server listens.
   void appearedInTray();
 
-  /// Looks for a new version, if that can be done.
+  /// Checks for a new version, if possible.
   void checkForUpdates();
 
  private:
@@ -180,7 +181,7 @@ class AppModel : public ModelPart<AppModel> {
   FrameBroadcaster broadcaster_;
   UserDefaults userDefaults_;
 
-  // these wait for disks when they go, so they go last
+  // their destructors wait for disks, so they are declared first and destroyed last
   StreamServer server_;
   const std::shared_ptr<UploadsModel> uploads_;
 
@@ -196,7 +197,7 @@ class AppModel : public ModelPart<AppModel> {
   double measuredMbps_ = 0;
   TrafficMeter trafficMeter_;
   std::uint16_t boundPort_ = 80;
-  bool serverAsked_ = false;  ///< to start
+  bool serverAsked_ = false;  ///< its start was requested
   bool isInTray_ = false;
   std::int64_t tickCount_ = 0;
 

@@ -8,9 +8,9 @@
 
 namespace tarvinel {
 
-/// What the application's model and its parts have in common: they live on the main queue, report
-/// every change of a value, and receive callbacks of other queues only until they end. A part is
-/// owned by a std::shared_ptr, which such callbacks hold weakly. The main queue outlives it.
+/// Base of the application's model and its parts: they live on the main queue, report every change
+/// of a value, and receive callbacks from other queues only until they end. A part is owned by a
+/// std::shared_ptr, to which such callbacks hold weak references. The main queue outlives it.
 template <class Part>
 class ModelPart : public std::enable_shared_from_this<Part> {
  public:
@@ -25,7 +25,7 @@ class ModelPart : public std::enable_shared_from_this<Part> {
 
   void reportTo(std::function<void()> onChange) { onChange_ = std::move(onChange); }
 
-  /// Ends reports and callbacks. Returns false if they had ended before.
+  /// Ends reports and callbacks. Returns false if they had already ended.
   bool endCallbacks() {
     onChange_ = nullptr;
     return !std::exchange(hasEnded_, true);
@@ -42,8 +42,8 @@ class ModelPart : public std::enable_shared_from_this<Part> {
     if (onChange_) onChange_();
   }
 
-  /// Wraps a step of this part so that it can be called on any queue: it runs on the main queue
-  /// while the part lives and has not ended.
+  /// Wraps a step of this part so that it can be called on any queue: it runs on the main queue if
+  /// the part still exists and has not ended.
   template <class Argument>
   std::function<void(Argument)> onMain(std::function<void(Part&, Argument)> step) {
     return [weak = this->weak_from_this(), &mainQueue = mainQueue_,

@@ -27,7 +27,7 @@ struct NameTrouble {
   std::string shown;
 };
 
-/// What to say about a name whose registration did not come to anything.
+/// Returns the texts for a registration that failed.
 NameTrouble troubleOf(const NamePublisher::State& state, const std::string& hostname) {
   if (std::holds_alternative<NamePublisher::Conflict>(state)) {
     return {fmt::format("{}.local name conflict", hostname),
@@ -81,7 +81,7 @@ void NameModel::publishName(const std::optional<std::string>& address, std::uint
 }
 
 void NameModel::publishingFailed(const NamePublisherError& error) {
-  ++currentPublication_;  // what the one before still has to say is void
+  ++currentPublication_;  // invalidates pending reports of the previous publication
   if (isPrivacyRefusal(error)) {
     logger_->error("publish {}.local refused by Local Network privacy: {}", hostname_,
                    error.code());
@@ -120,7 +120,7 @@ void NameModel::refresh(const std::optional<std::string>& address, bool retryDue
   }
 }
 
-// One that failed is tried again when the address is looked at next.
+// A failed update is retried when the address is next refreshed.
 void NameModel::updateAddress(const std::string& address) {
   try {
     publisher_.update(address);

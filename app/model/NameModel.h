@@ -12,31 +12,31 @@
 
 namespace tarvinel {
 
-/// The name under .local: what is published, and what the presenter is shown of it. Lives on the
-/// main queue.
+/// The name under .local: publishes it and holds its state for the presenter. Lives on the main
+/// queue.
 class NameModel : public ModelPart<NameModel> {
  public:
   struct Dependencies {
     MainQueue& mainQueue;
     Log log;
     NameRegistrar::Factory registrar;
-    std::string hostname;  ///< without ".local"; nothing is published when it is empty
+    std::string hostname;  ///< without ".local"; nothing is published if it is empty
     std::function<void()> onChange;
   };
 
   explicit NameModel(Dependencies dependencies);
 
-  /// Withdraws the name. Nothing is reported from then on.
+  /// Withdraws the name. Afterwards nothing is reported.
   void end();
 
   const std::optional<std::string>& url() const { return url_; }  ///< once registered
   const std::optional<std::string>& error() const { return error_; }
 
-  /// Publishes the name for an address of this computer, whose server listens on `port`. Without an
-  /// address it withdraws the name.
+  /// Publishes the name for an address of this computer, whose server listens on `port`. Withdraws
+  /// the name if there is no address.
   void publishName(const std::optional<std::string>& address, std::uint16_t port);
 
-  /// Follows the address, and retries a failed publication if `retryDue`.
+  /// Follows a change of the address, and retries a failed publication if `retryDue`.
   void refresh(const std::optional<std::string>& address, bool retryDue);
 
  private:
@@ -52,7 +52,7 @@ class NameModel : public ModelPart<NameModel> {
   std::optional<std::string> error_;
   std::optional<std::string> lastHost_;  ///< the address last published
 
-  /// Counts publications, so that the state of an earlier one is not taken for the newest one's.
+  /// Counts publications, so that a late state of an earlier one is ignored.
   std::uint64_t currentPublication_ = 0;
 };
 

@@ -15,11 +15,11 @@ namespace tarvinel {
 namespace {
 
 constexpr std::size_t maxTextLength = 500;  // characters
-constexpr std::int64_t maxSide = 3840;      // pixels; viewers enlarge it as they do a picture
+constexpr std::int64_t maxSide = 3840;      // pixels; viewers scale it up as they do a picture
 constexpr int quality = 92;
 constexpr double background = 0x11 / 255.0;
 constexpr double letters = 0xB8 / 255.0;
-constexpr double lettersPerWidth = 64;  // as on the page, in a window of ordinary size
+constexpr double lettersPerWidth = 64;  // about as on the page in a window of ordinary size
 constexpr double minLetterSize = 8;     // pixels
 constexpr double textPerWidth = 0.9;
 constexpr double textPerHeight = 0.9;
@@ -95,7 +95,7 @@ Frame encoded(cairo_surface_t* surface) {
 }  // namespace
 
 QuietCard::QuietCard(std::string_view text) : text_(firstCharacters(text, maxTextLength)) {
-  std::erase(text_, '\0');  // the end of a text for Pango
+  std::erase(text_, '\0');  // Pango treats it as the end of the text
 }
 
 Frame QuietCard::ofSize(const PixelSize& size) {

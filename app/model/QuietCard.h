@@ -9,16 +9,15 @@
 
 namespace tarvinel {
 
-/// The picture that takes the place of a share which has ended, so that nobody goes on looking at
-/// it: a text on the background of the viewers' page. Remembers the last one it made; not safe from
-/// several threads.
+/// The picture that replaces the last frame when a share has ended: a text on the background of the
+/// viewers' page. Caches the last card; not thread-safe.
 class QuietCard {
  public:
-  /// Takes the text, UTF-8; of a very long one the beginning is shown.
+  /// `text` is UTF-8; a very long text is truncated.
   explicit QuietCard(std::string_view text);
 
-  /// A card in the shape of a picture of this size, in pixels, and no larger. Throws
-  /// JPEGEncodeError, or std::bad_alloc when so much memory is not there.
+  /// Returns a card with the aspect ratio of a picture of this size, in pixels, and no larger.
+  /// Throws JPEGEncodeError, or std::bad_alloc if memory is exhausted.
   Frame ofSize(const PixelSize& size);
 
  private:

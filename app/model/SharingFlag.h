@@ -9,15 +9,16 @@
 
 namespace tarvinel {
 
-/// The few values of the application model that other threads read; every access takes the lock.
+/// The few values of the application model that other threads read. Thread-safe: every access takes
+/// the lock.
 class SharingFlag {
  public:
-  /// Sharing is on, of a source with this display name.
+  /// Records that a source with this display name is shared.
   void startSharing(std::string source);
   void stopSharing();
   void setMotionFPS(std::int64_t motionFPS);
 
-  /// For "/status"; the viewers are filled in by the server.
+  /// Returns the state for "/status"; the server fills in the viewers.
   StatusSnapshot snapshot() const;
 
  private:

@@ -49,7 +49,7 @@ void SharingModel::end() {
   endCapture();
 }
 
-// In order where the display answers; one that hangs is not waited for.
+// Ends the capture in order if the display responds, and interrupts it if it hangs.
 void SharingModel::endCapture() {
   const auto stopped = std::make_shared<std::promise<void>>();
   engine_.stop([stopped](const Result<void>&) { stopped->set_value(); });
@@ -75,7 +75,7 @@ void SharingModel::sourcesListed(Result<std::vector<CaptureSource>> sources) {
   }
   update(permissionHint_, {});
   update(sources_, std::move(sources).value());
-  // while the presenter is asked about another source, the end of the capture tells
+  // while the presenter is asked about another source, only the end of the capture ends the share
   if (isSharing_ && !isStarting_ && source(sharedID_) == nullptr) {
     stopBecause(CaptureError(CaptureError::Case::unknownSource).what());
   }
@@ -128,8 +128,8 @@ void SharingModel::started(std::uint64_t share, const CaptureSource& source,
   if (share != currentShare_) return;
   isStarting_ = false;
   if (outcome.ok()) {
-    update(captureError_, {});         // of the share before, which ended meanwhile
-    setMotionRate(firstMotionRate());  // what the engine begins with
+    update(captureError_, {});         // of the previous share, which has ended meanwhile
+    setMotionRate(firstMotionRate());  // the engine's initial rate
     dependencies_.flag->startSharing(source.title);
     sharedID_ = source.id;
     sharedCapture_ = startedCapture_;
@@ -147,14 +147,14 @@ void SharingModel::stop(std::function<void()> done) {
   endShare();
   engine_.stop(onMain<Result<void>>(
       [done = std::move(done), ended = currentShare_](SharingModel& self, const Result<void>&) {
-        // a share begun meanwhile has its own picture, which the card must not follow
+        // a share started meanwhile has its own picture, which the card must not replace
         if (ended == self.currentShare_) self.hidePicture();
         done();
       }));
 }
 
-/// The report may come late: it ends no other share than its own. What the presenter is being asked
-/// about, to be shared instead, is not taken back for that.
+/// The report may be late: it ends only the share that it belongs to. A pending start of another
+/// source is not cancelled.
 void SharingModel::captureDidStop(std::uint64_t capture, const Result<void>& why) {
   if (capture != sharedCapture_) return;
   if (!isStarting_) return stopBecause(describe(why.error()));
@@ -168,7 +168,7 @@ void SharingModel::stopBecause(const std::string& reason) {
   stop();
 }
 
-// The presenter may be looking at something else.
+// Notifies the presenter, who may be looking at something else.
 void SharingModel::notifyStopped(const std::string& reason) {
   update(captureError_, std::optional("Sharing stopped: " + reason));
   dependencies_.desktop.alert("Tarvinel", *captureError_);
@@ -191,7 +191,8 @@ void SharingModel::setSharing(bool sharing) {
   update(isSharing_, sharing);
 }
 
-// What is no longer shared is seen no longer, neither by those who watch nor by who joins now.
+// Shows the card to current viewers and discards the retained frame, so that the ended share is
+// visible neither to them nor to new ones.
 void SharingModel::hidePicture() {
   const Frame last = dependencies_.broadcaster.latest();
   const auto size = last ? sizeOfJPEG(*last) : std::nullopt;
@@ -204,7 +205,7 @@ void SharingModel::hidePicture() {
 void SharingModel::tick(std::int64_t viewerCount, bool isWired) {
   if (!isSharing_) return;
   retuneMotionRate(viewerCount, isWired);
-  // a desktop may have no picture to give before something changes, not even a first one
+  // a desktop may deliver no picture before something changes, not even a first one
   if (!engine_.hasSentFrame()) hidePicture();
 }
 

@@ -20,8 +20,8 @@
 
 namespace tarvinel {
 
-/// What can be shared, what is selected and what is shared; starts and ends a share, chooses its
-/// motion rate, and puts a card in its place when it has ended. Lives on the main queue.
+/// Lists, selects and shares sources: starts and ends a share, chooses its motion rate, and shows a
+/// card when it has ended. Lives on the main queue.
 class SharingModel : public ModelPart<SharingModel> {
  public:
   struct Dependencies {
@@ -29,22 +29,22 @@ class SharingModel : public ModelPart<SharingModel> {
     Desktop& desktop;
     const TarvinelConfig& config;
     FrameBroadcaster& broadcaster;      ///< outlives the model, like the three above
-    std::shared_ptr<SharingFlag> flag;  ///< what other queues read of this model
+    std::shared_ptr<SharingFlag> flag;  ///< the part of this model's state that other queues read
     Log log;
     CaptureEngine::ServiceFactory captureService;
-    /// Makes whatever the capture waits for fail, for good; called at the end when something there
-    /// hangs. May be null.
+    /// Makes the capture's current and later waits fail; called at the end if one of them hangs.
+    /// May be null.
     std::function<void()> interruptCapture;
     std::function<void()> onChange;
   };
 
   explicit SharingModel(Dependencies dependencies);
 
-  /// Reads the list of sources for the first time, and listens to the capture.
+  /// Reads the list of sources for the first time and subscribes to the capture's reports.
   void begin();
 
-  /// Ends the share and the capture. A display that hangs is not waited for. Nothing is reported
-  /// from then on.
+  /// Ends the share and the capture. Does not wait for a display that hangs. Afterwards nothing is
+  /// reported.
   void end();
 
   const std::vector<CaptureSource>& sources() const { return sources_; }
@@ -54,28 +54,28 @@ class SharingModel : public ModelPart<SharingModel> {
   const std::optional<std::string>& permissionHint() const { return permissionHint_; }
   std::int64_t motionFPS() const { return motionFPS_; }  ///< frames per second in force
 
-  /// The title of what is shared, while that is listed.
+  /// Returns the title of the shared source, or nullopt if nothing is shared or it is not listed.
   std::optional<std::string> sharedTitle() const;
 
-  /// Reads the list of sources, then calls `done`, whatever the outcome.
+  /// Reads the list of sources, then calls `done`, whether or not it succeeded.
   void refreshSources(std::function<void()> done);
 
-  /// Chooses what `start` shares; an identifier that is not listed is ignored. A running share goes
-  /// over to the source, unless the presenter declines that in the desktop's dialog.
+  /// Selects what `start` shares; ignores an identifier that is not listed. A running share
+  /// switches to the source, unless the presenter declines that in the desktop's dialog.
   void select(const std::string& sourceID);
 
-  /// Reads the list of sources and shares one of them; calls `unlisted` if it is not there.
+  /// Reads the list of sources and shares one of them; calls `unlisted` if it is not listed.
   void share(const std::string& sourceID, std::function<void()> unlisted);
 
   /// Shares the selected source; does nothing without one.
   void start();
 
-  /// Ends the share, then calls `done` once no frame of it is on its way or retained and viewers
-  /// see a card in its place.
+  /// Ends the share, then calls `done` when none of its frames is pending or retained and viewers
+  /// see a card instead.
   void stop(std::function<void()> done = [] {});
 
-  /// While sharing: chooses the motion rate for the viewers and the link, and hides the last
-  /// picture of an earlier share for as long as this one has none.
+  /// While sharing, chooses the motion rate for the viewers and the link, and hides the last
+  /// picture of the previous share until the new one has sent a frame.
   void tick(std::int64_t viewerCount, bool isWired);
 
  private:
@@ -102,16 +102,15 @@ class SharingModel : public ModelPart<SharingModel> {
   std::vector<CaptureSource> sources_;
   std::optional<std::string> selectedID_;
   std::string sharedID_;              ///< while sharing
-  std::uint64_t startedCapture_ = 0;  ///< the engine's number of the newest start
-  std::uint64_t sharedCapture_ = 0;   ///< the same of what is shared; 0: nothing is
+  std::uint64_t startedCapture_ = 0;  ///< the engine's number of the latest start
+  std::uint64_t sharedCapture_ = 0;   ///< the number of the shared capture; 0: none
   bool isSharing_ = false;
-  bool isStarting_ = false;  ///< the outcome of the newest start is open
+  bool isStarting_ = false;  ///< the outcome of the latest start is pending
   std::optional<std::string> captureError_;
   std::optional<std::string> permissionHint_;
   std::int64_t motionFPS_ = 0;
 
-  /// Counts starts and stops, so that the outcome of a start that was overtaken is not taken for
-  /// the newest one's.
+  /// Counts starts and stops, so that the outcome of a superseded start is ignored.
   std::uint64_t currentShare_ = 0;
 };
 

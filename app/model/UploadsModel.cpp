@@ -34,7 +34,7 @@ UploadsModel::UploadsModel(Dependencies dependencies, const Launch& launch)
 
 void UploadsModel::toggle() {
   update(isEnabled_, !isEnabled_);
-  if (!isEnabled_) applyEnabled();  // at once: a slow disk does not keep them open
+  if (!isEnabled_) applyEnabled();  // at once: a slow disk must not keep them open
   reloadStore();
   logger_->info("uploads {} into {}", isEnabled_ ? "enabled" : "disabled", folder_.string());
 }
@@ -64,7 +64,7 @@ void UploadsModel::revealFolder() {
   dependencies_.desktop.revealFolder(folder_);
 }
 
-// Opening a folder asks the disk, which may take its time.
+// Opens the folder on a queue of its own, since the disk may be slow.
 void UploadsModel::reloadStore() {
   const std::uint64_t reload = ++currentReload_;
   auto opened = onMain<Result<std::shared_ptr<UploadStore>>>(
@@ -103,7 +103,7 @@ void UploadsModel::useStore(const std::shared_ptr<UploadStore>& store) {
   dependencies_.useController(controller_);
 }
 
-// While the chosen folder cannot be used nothing is accepted: it must not go into another one.
+// Rejects uploads while the chosen folder is unusable: they must not go into the previous one.
 void UploadsModel::applyEnabled() {
   if (!controller_) return;
   controller_->setEnabled(isEnabled_ && !isFolderUnusable_);
@@ -116,8 +116,8 @@ void UploadsModel::refreshStatus() {
   if (!isFolderUnusable_) showProblem(controller_->store()->problem());
 }
 
-// The presenter may be looking at something else while photos are refused. Uploads stay open: they
-// are taken as soon as the folder is back.
+// Notifies the presenter, who may be looking at something else while photos are rejected. Uploads
+// stay open, so that they are accepted as soon as the folder is back.
 void UploadsModel::showProblem(const std::optional<std::string>& reason) {
   const auto error = reason ? std::optional(folderError(*reason)) : std::nullopt;
   if (error == error_) return;

@@ -18,20 +18,20 @@
 
 namespace tarvinel {
 
-/// What the presenter is shown of the uploads, as lines of text. Static and pure.
+/// The uploads as lines of text for the presenter. Static and pure.
 class UploadLines {
  public:
   UploadLines() = delete;
 
-  /// How much has arrived; nothing while uploads are closed and nothing has.
+  /// Returns how much has arrived, or nullopt if uploads are closed and nothing has.
   static std::optional<std::string> statusLine(const UploadStatus& status);
 
-  /// Who sent last; nothing until someone did.
+  /// Returns who uploaded last, or nullopt if nobody has.
   static std::optional<std::string> lastLine(const UploadStatus& status);
 };
 
-/// Which folder uploads go into, whether they are open, and what the presenter is shown of them.
-/// Lives on the main queue. Its destructor waits for the disk.
+/// Manages uploads: the folder, whether they are open, and their state for the presenter. Lives on
+/// the main queue. Its destructor waits for the disk.
 class UploadsModel : public ModelPart<UploadsModel> {
  public:
   struct Dependencies {
@@ -40,16 +40,16 @@ class UploadsModel : public ModelPart<UploadsModel> {
     UserDefaults& userDefaults;  ///< outlives the model, like the two above
     Log log;
     std::function<void()> onChange;
-    /// Called once, when the first folder could be used.
+    /// Called once, when a folder has been opened for the first time.
     std::function<void(std::shared_ptr<UploadController>)> useController;
-    /// Called whenever the outcome of opening a folder is known.
+    /// Called whenever an attempt to open a folder has ended.
     std::function<void()> folderOpened;
   };
 
-  /// What becomes of uploads at launch.
+  /// The state of uploads at launch.
   struct Launch {
-    std::filesystem::path defaultFolder;          ///< when the presenter has chosen none
-    std::optional<std::filesystem::path> folder;  ///< for this run, whatever was chosen
+    std::filesystem::path defaultFolder;          ///< used if the presenter has chosen none
+    std::optional<std::filesystem::path> folder;  ///< for this run, overrides the choice
     bool open = false;
   };
 
@@ -58,7 +58,7 @@ class UploadsModel : public ModelPart<UploadsModel> {
   /// Opens the folder for the first time.
   void begin() { reloadStore(); }
 
-  /// Nothing is reported from then on. Waits for no disk.
+  /// Ends reports. Does not wait for disks.
   void end() { endCallbacks(); }
 
   bool isEnabled() const { return isEnabled_; }
@@ -67,16 +67,17 @@ class UploadsModel : public ModelPart<UploadsModel> {
   const std::optional<UploadStatus>& status() const { return status_; }
   const std::optional<std::string>& error() const { return error_; }
 
-  /// Opens uploads once the folder can be used, or closes them at once.
+  /// Opens uploads once the folder is usable, or closes them at once.
   void toggle();
 
-  /// Gives each participant a folder, or none; remembered.
+  /// Switches between one folder per participant and one for all; the choice is saved.
   void togglePerParticipant();
 
-  /// Takes uploads into another folder; remembered. Uploads under way end where they began.
+  /// Sends new uploads to another folder; the choice is saved. Uploads in progress stay in the
+  /// folder where they started.
   void chooseFolder(const std::filesystem::path& folder);
 
-  /// The same, with the folder that the presenter points out.
+  /// Does the same with the folder that the presenter chooses in a dialog.
   void chooseFolder();
 
   void revealFolder();
@@ -93,16 +94,16 @@ class UploadsModel : public ModelPart<UploadsModel> {
   const Dependencies dependencies_;
   const Logger logger_;
   SerialQueue folderQueue_{".upload-folder"};   ///< opens upload folders
-  const std::shared_ptr<UploadStores> stores_;  ///< used on folderQueue_ alone
+  const std::shared_ptr<UploadStores> stores_;  ///< accessed only on folderQueue_
   bool isEnabled_;
   std::filesystem::path folder_;
   bool isPerParticipant_;
   std::optional<UploadStatus> status_;
   std::optional<std::string> error_;
-  bool isFolderUnusable_ = false;  ///< the newest choice: nothing is accepted meanwhile
-  std::shared_ptr<UploadController> controller_;  ///< once a folder could be used
+  bool isFolderUnusable_ = false;  ///< the latest choice; uploads are rejected meanwhile
+  std::shared_ptr<UploadController> controller_;  ///< null until a folder could be used
 
-  /// Counts openings, so that the outcome of an earlier one is not taken for the newest one's.
+  /// Counts attempts to open a folder, so that the outcome of an earlier one is ignored.
   std::uint64_t currentReload_ = 0;
 };
 

@@ -17,10 +17,10 @@ namespace {
 
 using std::filesystem::path;
 
-/// Tells this program's entries from those that the presenter or another program wrote.
+/// Distinguishes this program's entries from those that the presenter or another program wrote.
 constexpr std::string_view mark = "\nX-Tarvinel-Autostart=true\n";
 
-/// With `escape` before each of `special`.
+/// Returns the text with `escape` before each character of `special`.
 std::string escaped(std::string_view text, std::string_view special, char escape) {
   std::string result;
   for (const char character : text) {
@@ -30,7 +30,7 @@ std::string escaped(std::string_view text, std::string_view special, char escape
   return result;
 }
 
-/// As the value of a key: a backslash is doubled, a line end is spelled.
+/// Escapes a text for a key's value: doubles backslashes and writes line ends as "\n".
 std::string asValue(std::string_view text) {
   std::string result;
   for (const char character : text) {
@@ -98,7 +98,7 @@ std::string Autostart::turnOff() const {
   return "Tarvinel does not start when you log in";
 }
 
-/// Throws when it is somebody else's.
+/// Returns whether this program's entry exists. Throws if the entry is not this program's.
 bool Autostart::isThere() const {
   const auto status = std::filesystem::symlink_status(entry_);
   if (!std::filesystem::exists(status)) return false;

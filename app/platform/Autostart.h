@@ -6,23 +6,24 @@
 
 namespace tarvinel {
 
-/// The entry is not this program's, or the disk refuses: its text says so and where it is.
+/// The entry was not written by this program, or a file operation failed. The message names the
+/// cause and the entry.
 class AutostartError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// Whether the desktop starts the program when the presenter logs in: an entry in the folder that
-/// desktops look in. Plain value; nobody else's entry is touched.
+/// Starts the program when the presenter logs in, by an entry in the desktop's autostart folder.
+/// Never changes an entry that this program did not write. Plain value.
 class Autostart {
  public:
-  /// Takes the user's folder for settings and the program that is to be started.
+  /// Takes the user's configuration folder and the program to start.
   Autostart(const std::filesystem::path& configFolder, std::filesystem::path program);
 
-  /// Of the user and the program that runs.
+  /// Returns the autostart of the running program for the current user.
   static Autostart ofThisProgram();
 
-  /// Writes or removes the entry; returns what to tell the presenter. Throws AutostartError.
+  /// Writes or removes the entry; returns a message for the presenter. Throws AutostartError.
   std::string set(bool on) const;
 
  private:
@@ -35,8 +36,8 @@ class Autostart {
   std::filesystem::path program_;
 };
 
-/// How a desktop entry names a program: by its bare name where every session finds it, else by its
-/// path, quoted as the desktop entry specification wants it. Pure.
+/// Returns how a desktop entry names a program: by its file name if every session finds it in PATH,
+/// else by its path, quoted as the Desktop Entry Specification requires. Pure.
 std::string autostartCommand(const std::filesystem::path& program);
 
 }  // namespace tarvinel

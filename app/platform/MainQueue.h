@@ -6,11 +6,11 @@
 
 namespace tarvinel {
 
-/// The queue that the application model lives on: a terminal's loop, a desktop toolkit's loop, or
-/// one that a test turns by hand.
+/// The queue on which the application model lives: a terminal's loop, a desktop toolkit's loop, or
+/// one that a test runs step by step.
 class MainQueue {
  public:
-  /// Destroying it ends the repetition.
+  /// A repeated task; the destructor ends the repetition.
   class Timer {
    public:
     virtual ~Timer() = default;
@@ -24,7 +24,7 @@ class MainQueue {
   MainQueue(const MainQueue&) = delete;
   MainQueue& operator=(const MainQueue&) = delete;
 
-  /// Runs `task` on the queue, after what was posted before. Safe from any thread.
+  /// Runs `task` on the queue, after all tasks posted before. Thread-safe.
   virtual void post(std::function<void()> task) = 0;
 
   /// Runs `task` on the queue once every `interval`, first after one interval.

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t maxDirectoriesFileBytes = std::size_t{1} << 16U;
 
-/// The text between the quotes of a line `XDG_PICTURES_DIR="..."`, the last of them.
+/// Returns the text between the quotes of the last line `XDG_PICTURES_DIR="..."`.
 std::optional<std::string_view> quotedValue(std::string_view userDirs) {
   constexpr std::string_view assignment = "XDG_PICTURES_DIR=\"";
   std::optional<std::string_view> value;

@@ -7,16 +7,16 @@
 
 namespace tarvinel {
 
-/// The user's folder for pictures, as the desktop's "user-dirs.dirs" names it, else "Pictures" in
-/// the home.
+/// Returns the user's folder for pictures that the desktop's "user-dirs.dirs" names, else
+/// "Pictures" in the home folder.
 std::filesystem::path picturesFolder();
 
-/// The folder that the content of "user-dirs.dirs" names; nothing when it names none or, which
-/// means the same there, the home itself.
+/// Returns the folder that the content of "user-dirs.dirs" names, or nullopt if it names none or
+/// the home folder, which means the same there.
 std::optional<std::filesystem::path> picturesFolderIn(std::string_view userDirs,
                                                       const std::filesystem::path& home);
 
-/// Where uploads go unless the presenter chooses otherwise: a folder for the local day of `now`.
+/// Returns the default folder for uploads, whose name contains the local date of `now`.
 std::filesystem::path defaultUploadFolder(std::time_t now);
 
 }  // namespace tarvinel

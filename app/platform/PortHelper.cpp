@@ -35,7 +35,7 @@ std::optional<Channel> openChannel() {
   return Channel{UniqueFd(ends[0]), UniqueFd(ends[1])};
 }
 
-/// What the helper starts with: the channel, and no other descriptor of this process.
+/// The descriptors that the helper inherits: the channel, and no other one of this process.
 class SpawnFiles {
  public:
   explicit SpawnFiles(int channel) {
@@ -55,7 +55,7 @@ class SpawnFiles {
   posix_spawn_file_actions_t actions_{};
 };
 
-/// A running helper, which does not outlive this.
+/// A running helper; the destructor kills it.
 class HelperProcess {
  public:
   HelperProcess(const path& program, int channel) {
@@ -69,7 +69,7 @@ class HelperProcess {
   }
   ~HelperProcess() {
     if (pid_ == none) return;
-    ::kill(pid_, SIGKILL);  // it has answered, or is late
+    ::kill(pid_, SIGKILL);  // it has replied or timed out
     while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
     }
   }
@@ -99,7 +99,7 @@ struct Reply {
   UniqueFd socket;
 };
 
-/// The last of the descriptors that came along; the others are closed.
+/// Returns the last of the received descriptors; closes the others.
 UniqueFd attachedTo(msghdr& message) {
   UniqueFd last;
   for (cmsghdr* part = CMSG_FIRSTHDR(&message); part != nullptr;
@@ -115,7 +115,7 @@ UniqueFd attachedTo(msghdr& message) {
   return last;
 }
 
-/// Nothing when what came is no answer.
+/// Returns nullopt if the message is not a valid reply.
 std::optional<Reply> readResponse(int channel) {
   Reply reply;
   iovec body{&reply.error, sizeof reply.error};
@@ -138,7 +138,7 @@ bool hasOption(int fd, int option, int expected) {
   return ::getsockopt(fd, SOL_SOCKET, option, &value, &size) == 0 && value == expected;
 }
 
-/// The bound port of an IPv6 or IPv4 socket; they hold it at the same place.
+/// Returns the bound port of an IPv6 or IPv4 socket; both address types hold it at the same offset.
 std::uint16_t portOf(int fd) {
   sockaddr_in6 address{};
   socklen_t size = sizeof address;
@@ -156,7 +156,7 @@ std::optional<Reply> ask(const path& program, std::chrono::milliseconds limit) {
   auto channel = openChannel();
   if (!channel) return {};
   const HelperProcess helper(program, channel->helpers.get());
-  channel->helpers.reset();  // so that its end is noticed
+  channel->helpers.reset();  // so that the helper's exit closes the channel
   if (!helper.runs() || !readableBefore(channel->ours.get(), Clock::now() + limit)) return {};
   return readResponse(channel->ours.get());
 }

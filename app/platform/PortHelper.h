@@ -9,27 +9,27 @@
 
 namespace tarvinel {
 
-/// The small program with the privilege to listen on port 80, which passes the socket on to this
-/// one (see app/bind-helper). Plain value.
+/// The small program with the privilege to listen on port 80, which passes the socket to this
+/// process (see app/platform/bind-helper). Plain value.
 class PortHelper {
  public:
-  /// The helper at a path, which is given so much time to answer.
+  /// Takes the helper's path and the time limit for its reply.
   explicit PortHelper(std::filesystem::path program,
                       std::chrono::milliseconds limit = std::chrono::seconds(5))
       : program_(std::move(program)), limit_(limit) {}
 
-  /// Where the helper of a program is: beside it in a build tree, else in "libexec/tarvinel" of
-  /// the prefix it is installed in.
+  /// Returns where a program's helper is: beside it in a build tree, else in "libexec/tarvinel"
+  /// below its installation prefix.
   static std::filesystem::path placeFor(const std::filesystem::path& program);
 
-  /// The one of the running program.
+  /// Returns the helper of the running program.
   static PortHelper ofThisProgram();
 
   const std::filesystem::path& place() const { return program_; }
 
-  /// A socket that listens on port 80. Blocks until the helper has answered and gone. Throws
-  /// std::system_error: that the port is taken, or the refusal it is given when the helper is not
-  /// there, may not do it either or does anything unexpected.
+  /// Returns a socket that listens on port 80. Blocks until the helper has replied and exited.
+  /// Throws std::system_error: EADDRINUSE if the port is taken, or `refusal` if the helper is
+  /// missing, lacks the privilege or replies incorrectly.
   UniqueFd listen(std::error_code refusal) const;
 
  private:

@@ -8,7 +8,7 @@ namespace {
 
 using std::filesystem::path;
 
-/// The sources' folder of a program at "<sources>/build/<preset>/app/<program>".
+/// Returns the source folder for a program at "<sources>/build/<preset>/app/<program>".
 std::optional<path> sourcesOf(const path& program) {
   const path build = program.parent_path().parent_path().parent_path();
   if (build.filename() != "build") return std::nullopt;

@@ -5,11 +5,11 @@
 
 namespace tarvinel {
 
-/// The folder of the program's read-only files: "share/tarvinel" under the prefix that the program
-/// is installed in, "resources" of the sources in a build tree. Nothing when there is none.
+/// Returns the folder of the program's read-only files: "share/tarvinel" below the prefix where the
+/// program is installed, "resources" of the sources in a build tree; nullopt if it does not exist.
 std::optional<std::filesystem::path> resourcesFolder();
 
-/// The same for a program of that path.
+/// Returns the same for the program at this path.
 std::optional<std::filesystem::path> resourcesFolderOf(const std::filesystem::path& program);
 
 }  // namespace tarvinel

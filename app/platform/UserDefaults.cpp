@@ -16,11 +16,12 @@ namespace {
 
 constexpr std::size_t maxPreferencesBytes = std::size_t{1} << 20U;
 
-// A program that writes again and again leaves the lock for an instant only.
+// Another program that writes continuously releases the lock only for moments.
 constexpr int triesForLock = 3000;
 constexpr std::chrono::milliseconds pauseBetweenTries{1};
 
-/// Keeps other programs from writing until it goes. One that hangs is not waited for.
+/// Returns a lock that keeps other programs from writing until it is released. Does not wait for a
+/// program that holds it too long.
 UniqueFd lockedFolder(const std::filesystem::path& folder) {
   std::filesystem::create_directories(folder);
   UniqueFd opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -80,7 +81,7 @@ void UserDefaults::save() {
     unsaved_.clear();
   } catch (const nlohmann::json::exception& error) {
     couldNotSave(error);
-    unsaved_.clear();  // a path that is no text, which would keep all others from being saved
+    unsaved_.clear();  // a path that is not UTF-8 would prevent all others from being saved
   } catch (const std::exception& error) {
     couldNotSave(error);
   }
@@ -90,7 +91,7 @@ void UserDefaults::couldNotSave(const std::exception& error) const {
   logger_->error("preferences at {} could not be written: {}", place_.file.string(), error.what());
 }
 
-/// What the file holds by now; what this run knows where that cannot be read.
+/// Returns the file's current values, or this run's values if the file cannot be read.
 nlohmann::json UserDefaults::stored() const {
   for (const auto& file : {place_.file, place_.earlier}) {
     try {

@@ -11,33 +11,33 @@
 
 namespace tarvinel {
 
-/// What the program remembers of the presenter's choices from one run to the next: one JSON object
-/// in a file that is replaced by a rename. Only what was set is changed in it: other programs with
-/// the same file keep what they have set meanwhile, and values that nobody knows stay.
+/// The presenter's choices, kept from one run to the next in a JSON object, in a file that is
+/// replaced by a rename. Saving changes only the values that were set: values that other programs
+/// have set in the same file meanwhile, and unknown ones, are preserved.
 ///
 /// Lives on the main queue. Never fails: what cannot be read is unset, and what cannot be written
-/// is logged, remembered for this run and written with the next value.
+/// is logged, kept for this run and written with the next value.
 class UserDefaults {
  public:
-  /// The key of the folder that the presenter chose for uploads.
+  /// The key of the upload folder that the presenter chose.
   static constexpr const char* uploadFolder = "uploadFolder";
 
-  /// Where the values are kept.
+  /// The files that hold the values.
   struct Place {
-    std::filesystem::path file;          ///< its folder is made when something is to be remembered
-    std::filesystem::path earlier = {};  ///< read while there is no `file`
+    std::filesystem::path file;          ///< its folder is created by the first save
+    std::filesystem::path earlier = {};  ///< read if `file` does not exist
   };
 
   UserDefaults(Place place, Logger logger);
 
-  /// "preferences.json" beside the user's config.json, else in the folder where that is looked for
-  /// first, which is also where the preferences were before there was a config.json.
+  /// Returns "preferences.json" beside the user's config.json, else in the first folder that is
+  /// searched for it; `earlier` is the file in the folder used before there was a config.json.
   static Place defaultPlace();
 
-  /// False when unset.
+  /// Returns false if the value is unset.
   bool boolean(const std::string& key) const;
 
-  /// Nothing when unset or empty.
+  /// Returns nullopt if the value is unset or empty.
   std::optional<std::string> text(const std::string& key) const;
 
   void set(const std::string& key, bool value);
@@ -51,7 +51,7 @@ class UserDefaults {
 
   const Place place_;
   const Logger logger_;
-  nlohmann::json unsaved_ = nlohmann::json::object();  ///< set, and not yet in the file
+  nlohmann::json unsaved_ = nlohmann::json::object();  ///< set, but not yet in the file
   nlohmann::json values_ = nlohmann::json::object();
 };
 

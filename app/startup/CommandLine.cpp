@@ -22,8 +22,8 @@ CommandLineExit wrong(const std::string& why) {
           withoutControls("tarvinel: " + why + "; --help lists the options") + "\n"};
 }
 
-/// An option that has nothing behind it, or too much. The library's text begins with its name; that
-/// of a flag, which takes nothing, is there without its dashes.
+/// Describes an option with a missing argument or too many. The library's text begins with its
+/// name; the name of a flag, which takes no argument, comes without its dashes.
 std::string misuse(const CLI::App& app, const std::string& text) {
   const std::string name = text.substr(0, text.find_first_of(": "));
   const CLI::Option* option = app.get_option_no_throw(name);
@@ -112,7 +112,7 @@ std::variant<CommandLineOptions, CommandLineExit> parseCommandLine(int argc,
   app.add_option("--profile", options.profile, "read the built-in profile from this folder")
       ->type_name("DIR")
       ->check(someText());
-  // for tests of what a test machine does not have: an empty group keeps them out of the help
+  // for tests that simulate other hardware: an empty group keeps these options out of the help
   app.add_option("--sysfs", options.sysfs, "where sysfs is mounted")->type_name("DIR")->group("");
   app.add_option("--system-root", options.systemRoot, "where firewalls are configured")
       ->type_name("DIR")

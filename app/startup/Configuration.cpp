@@ -24,7 +24,7 @@ std::optional<path> profileFolder(const CommandLineOptions& options) {
   return *resources / "Profile";
 }
 
-/// One line; the texts of a file cannot break it.
+/// Returns the error as a single line, whatever characters the file's texts contain.
 std::string report(const path& file, const std::exception_ptr& error) {
   const bool isCorrected = errorAs<TarvinelConfigError>(error).has_value();
   return withoutControls(fmt::format("config at {}{}: {}", file.native(),
@@ -36,7 +36,8 @@ bool isMissing(const std::optional<path>& file) {
   return file && !std::filesystem::exists(*file, unreachable);
 }
 
-/// That a file does not exist is worth a word only when it was asked for.
+/// Returns a message if a file that the command line names does not exist; a missing default file
+/// is no error.
 std::optional<std::string> missingFile(const CommandLineOptions& options) {
   std::optional<path> profile;
   if (options.profile) profile = path(*options.profile) / "config.json";

@@ -33,7 +33,7 @@ void EndingLimit::watch() {
   if (!changed_.wait_for(lock, limit_, [this] { return ended_; })) giveUp();
 }
 
-// The disk that hangs may be the one that standard error goes to.
+// Writes on another thread, since standard error may go to the disk that hangs.
 void EndingLimit::giveUp() const {
   const std::string message = fmt::format(
       "tarvinel: ended without waiting longer than {} seconds for a disk, a display or a service "

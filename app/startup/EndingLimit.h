@@ -7,24 +7,24 @@
 
 namespace tarvinel {
 
-/// Bounds how long the program takes to end. An orderly end waits for disks, for the display and
-/// for the desktop's services, and any of them may hang. Declared before everything whose
-/// destructor can wait; safe from any thread.
+/// Limits how long the program takes to end. An orderly end waits for disks, for the display and
+/// for the desktop's services, and any of them may hang. Declare it before everything whose
+/// destructor can wait. Thread-safe.
 class EndingLimit {
  public:
-  /// Long enough for a slow memory card to take the end of a large photo.
+  /// Sufficient for a slow memory card to store the rest of a large photo.
   static constexpr std::chrono::milliseconds usualLimit{10000};
   static constexpr int exitStatus = 1;
 
   explicit EndingLimit(std::chrono::milliseconds limit = usualLimit) : limit_(limit) {}
 
-  /// The program has ended in time.
+  /// Cancels the limit: the program has ended in time.
   ~EndingLimit();
   EndingLimit(const EndingLimit&) = delete;
   EndingLimit& operator=(const EndingLimit&) = delete;
 
-  /// The program is ending: when this is not destroyed within the limit, the process says so on
-  /// standard error and exits with `exitStatus`, without any destructor. Idempotent.
+  /// Starts the limit: if this object is not destroyed within it, the process writes a message to
+  /// standard error and exits with `exitStatus`, without running any destructor. Idempotent.
   void begin();
 
  private:

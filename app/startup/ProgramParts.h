@@ -7,32 +7,31 @@
 
 namespace tarvinel {
 
-/// How pictures of the screen come in this run.
+/// The capture backend of this run.
 struct ChosenCapture {
   CaptureDecision decision;
   CaptureEngine::ServiceFactory makeService;
-  CaptureMeans means;  ///< of what makes the service
+  CaptureMeans means;  ///< the service's dependencies
 };
 
-/// Chooses by the command line and by what the session offers. Blocks while an X server is asked, a
-/// few seconds at the most.
-/// Call it before there are other threads.
+/// Chooses by the command line and by what the session offers. Blocks for a few seconds at most
+/// while it probes an X server. Call it before other threads exist.
 ChosenCapture chooseCapture(const CommandLineOptions& options, const Log& log);
 
-/// The log of this run, as detailed as the command line wants it.
+/// Returns the log of this run, at the level that the command line requests.
 Log logFor(const CommandLineOptions& options);
 
-/// Who looks at the model; both outlive it.
+/// The main queue and the desktop of a run; both outlive the model.
 struct Surroundings {
   MainQueue& mainQueue;
   Desktop& desktop;
 };
 
-/// The real computer, for a model. Nothing looks for updates.
+/// Returns the dependencies of a model on the real computer. There is no update check.
 AppModel::Dependencies platformFor(const CommandLineOptions& options, const ChosenCapture& capture,
                                    const Log& log, Surroundings surroundings);
 
-/// What the command line says of uploads.
+/// Returns the initial state of uploads that the command line requests.
 AppModel::UploadLaunch uploadsFor(const CommandLineOptions& options);
 
 }  // namespace tarvinel

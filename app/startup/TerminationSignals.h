@@ -8,19 +8,19 @@
 
 namespace tarvinel {
 
-/// Whether the program is to end when its terminal does: not under nohup, which has it ignore the
-/// signal of that, SIGHUP.
+/// Returns whether the program ends when its terminal closes: not under nohup, which makes it
+/// ignore SIGHUP.
 bool endsWithItsTerminal();
 
-/// Catches SIGINT, SIGTERM and the end of the terminal while it lives. The first one asks the
-/// program to end; from then on they have their default effect again, so that a second one ends the
+/// Catches SIGINT, SIGTERM and, unless it is ignored, SIGHUP during its lifetime. The first signal
+/// requests the program's end and restores their default actions, so that a second one ends the
 /// program at once, whatever it is waiting for.
 ///
-/// A thread of its own waits for them: a desktop toolkit's loop knows no signals, the main queue
-/// may be busy, and blocking them instead would block them in every program started from here.
+/// A thread of its own waits for them: a desktop toolkit's loop does not handle signals, the main
+/// queue may be busy, and child processes would inherit blocked signals.
 class TerminationSignals {
  public:
-  /// `caught` is called at the first signal, on another thread.
+  /// Calls `caught` at the first signal, on another thread.
   explicit TerminationSignals(std::function<void()> caught);
   ~TerminationSignals();
   TerminationSignals(const TerminationSignals&) = delete;

@@ -37,7 +37,8 @@ Command commandOf(std::string_view line) {
   return {std::string(line.substr(0, space)), std::string(trimmed(line.substr(space)))};
 }
 
-/// Calls `toggle` when what is wanted is not so yet; false when `wanted` is neither on nor off.
+/// Calls `toggle` if the wanted state differs from the current one; returns false if `wanted` is
+/// neither on nor off.
 template <class Toggle>
 bool switchTo(std::string_view wanted, bool isOn, Toggle toggle) {
   if (wanted != "on" && wanted != "off") return false;
@@ -50,7 +51,7 @@ bool switchTo(std::string_view wanted, bool isOn, Toggle toggle) {
 Console::Console(AppModel& model, std::ostream& out, std::function<void(int)> quit,
                  QRColours colours)
     : model_(model), out_(out), quit_(std::move(quit)), colours_(colours) {
-  // how it begins goes without saying
+  // the initial state is not printed
   printed_["uploads"] = uploadLine();
   printed_["per-participant"] = perParticipantLine();
 }
@@ -59,7 +60,7 @@ void Console::refresh() {
   printIfChanged("server", model_.serverError().value_or(""));
   for (const std::string& line : addressLines())
     printIfChanged("address", line);
-  // an attempt under way says nothing: what fails again and again is said once
+  // an attempt in progress has no line: a failure that repeats is printed once
   if (const auto line = nameLine()) printIfChanged("name", *line);
   printIfChanged("status", model_.statusLine());
   printIfChanged("hint", model_.permissionHint().value_or(""));
@@ -69,7 +70,7 @@ void Console::refresh() {
   printIfChanged("uploads", uploadLine());
   printIfChanged("upload status", model_.uploadStatusLine().value_or(""));
   printIfChanged("upload last", model_.uploadLastLine().value_or(""));
-  // without a server there is nothing to wait for
+  // without a server there is nothing to do
   if (model_.serverError() && quit_) return quit_(1);
   if (model_.serverURL() || model_.serverError()) printIfChanged("introduction", introduction_);
 }
@@ -189,7 +190,7 @@ void Console::printStatus() {
   }
 }
 
-// of the address by number: many phones cannot look up a name in the local network
+// encodes the numeric address: many phones cannot resolve a name in the local network
 void Console::printQRCode() {
   if (model_.serverURL()) {
     for (const std::string& line : drawQRCode(*model_.serverURL(), colours_))

@@ -14,25 +14,25 @@
 
 namespace tarvinel {
 
-/// The program's face in a terminal: prints the model's lines as they change and obeys commands,
-/// one a line. Lives on the main queue; the stream and the model outlive it.
+/// The program's user interface in a terminal: prints the model's lines as they change and executes
+/// commands, one a line. Lives on the main queue; the stream and the model outlive it.
 class Console : public std::enable_shared_from_this<Console> {
  public:
-  /// `quit` is called with the exit status that the program should end with; it is null where
-  /// nothing here ends the program. `colours` fit what `out` goes to.
+  /// `quit` is called with the program's exit status; it is null if the console must not end the
+  /// program. `colours` must suit the terminal or file behind `out`.
   Console(AppModel& model, std::ostream& out, std::function<void(int)> quit,
           QRColours colours = QRColours::none);
 
-  /// Prints what has changed since the last call; to be called on every change of the model.
+  /// Prints what has changed since the last call; must be called after every change of the model.
   void refresh();
 
-  /// Says, once it is known where viewers go, what else the presenter should know at first.
+  /// Prints an initial message for the presenter, once the address for viewers is known.
   void introduce(std::string text);
 
-  /// Obeys one line of input.
+  /// Executes one line of input.
   void execute(std::string_view line);
 
-  /// Shares a source once it is listed; says so when it is not.
+  /// Shares a source if it is listed, else prints an error.
   void share(const std::string& sourceID);
 
  private:

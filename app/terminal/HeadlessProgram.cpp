@@ -110,13 +110,14 @@ void TerminalDesktop::keepAwake(bool awake) {
   suspension_.reset();
   const char* display = std::getenv("DISPLAY");
   if (!awake || display == nullptr) return;
-  // a server that cannot be reached blanks its screen when it likes
+  // an unreachable server is left as it is
   (void)resultOf([&] { suspension_ = std::make_unique<x11::ScreenSaverSuspension>(display); });
 }
 
 namespace {
 
-/// Keeps its period without drift; ticks that were missed while the queue was busy are left out.
+/// A timer that keeps its period without drift and skips ticks that were missed while the queue was
+/// busy.
 class LoopTimer : public std::enable_shared_from_this<LoopTimer> {
  public:
   LoopTimer(asio::io_context& context, std::chrono::milliseconds interval,
@@ -141,7 +142,7 @@ class LoopTimer : public std::enable_shared_from_this<LoopTimer> {
   std::chrono::steady_clock::time_point next_ = std::chrono::steady_clock::now();
 };
 
-/// What the owner holds: the timer itself goes with it, and its handler finds it gone.
+/// The owner's handle: destroying it destroys the timer, whose handler holds it weakly.
 class TimerHandle : public MainQueue::Timer {
  public:
   explicit TimerHandle(std::shared_ptr<LoopTimer> timer) : timer_(std::move(timer)) {}

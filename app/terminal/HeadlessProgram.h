@@ -11,7 +11,7 @@
 
 namespace tarvinel {
 
-/// The main queue of a program in a terminal: the main thread, inside `run`.
+/// The main queue of a program in a terminal: runs on the main thread, inside `run`.
 class TerminalLoop : public MainQueue {
  public:
   void post(std::function<void()> task) override;
@@ -21,7 +21,7 @@ class TerminalLoop : public MainQueue {
   /// Runs the queue on the calling thread until `quit`; returns the exit status given there.
   int run();
 
-  /// Ends `run` after the current task; the first status given stands. To be called on the queue.
+  /// Ends `run` after the current task; only the first call's status counts. Call it on the queue.
   void quit(int status);
 
  private:
@@ -29,8 +29,8 @@ class TerminalLoop : public MainQueue {
   int status_ = 0;
 };
 
-/// Where there is no desktop: the console shows everything, and takes paths as text. Only an X
-/// server is asked not to blank its screen.
+/// The desktop services of a program in a terminal, where the console shows everything and reads
+/// paths as text. It only keeps an X server from blanking its screen.
 class TerminalDesktop : public Desktop {
  public:
   void copy(const std::string& /*text*/) override {}
@@ -50,10 +50,10 @@ class TerminalDesktop : public Desktop {
   std::unique_ptr<x11::ScreenSaverSuspension> suspension_;  ///< while kept awake
 };
 
-/// Runs the program in a terminal until it is told to end; returns the exit status.
+/// Runs the program in a terminal until a command or a signal ends it; returns the exit status.
 int runHeadless(const CommandLineOptions& options);
 
-/// Prints what can be shared, one a line: identifier, tab, title; returns the exit status.
+/// Prints the available sources, one a line: identifier, tab, title; returns the exit status.
 int listSources(const CommandLineOptions& options);
 
 }  // namespace tarvinel

@@ -31,7 +31,7 @@ void LineReader::run(int fd) {
   }
 }
 
-/// False once the reader is to stop.
+/// Returns false if the reader must stop.
 bool LineReader::waitForInput(int fd) const {
   std::array<pollfd, 2> waiting{{{fd, POLLIN, 0}, {stop_.fd(), POLLIN, 0}}};
   while (poll(waiting.data(), waiting.size(), -1) < 0 && errno == EINTR) {

@@ -8,20 +8,19 @@
 
 namespace tarvinel {
 
-/// Reads lines from a file descriptor on a thread of its own. The end of input just ends the
-/// reading.
+/// Reads lines from a file descriptor on a thread of its own. At the end of input it stops reading.
 ///
-/// A thread, because standard input may be anything: an epoll set refuses ordinary files and
-/// /dev/null, and setting the descriptor non-blocking would change it for the shell as well.
+/// It needs a thread because standard input may be anything: an epoll set rejects ordinary files
+/// and /dev/null, and a non-blocking descriptor would change it for the shell as well.
 class LineReader {
  public:
   static constexpr std::size_t maxLineBytes = 4096;
 
-  /// Begins to read. `onLine` is called on the reader's thread, without the line end; a line over
-  /// the limit is left out. The descriptor stays the caller's.
+  /// Starts reading. `onLine` is called on the reader's thread, without the line end; a line over
+  /// the limit is skipped. The caller keeps ownership of the descriptor.
   LineReader(int fd, std::function<void(std::string)> onLine);
 
-  /// Ends the thread, also while it waits for input.
+  /// Ends the thread, even while it waits for input.
   ~LineReader();
   LineReader(const LineReader&) = delete;
   LineReader& operator=(const LineReader&) = delete;

@@ -12,16 +12,16 @@ namespace {
 
 constexpr int quietZone = 4;  // modules
 
-// Of the 6 × 6 × 6 cube, which themes leave alone, as they do not the basic sixteen.
+// From the 6 × 6 × 6 colour cube, which themes do not change, unlike the basic sixteen colours.
 constexpr int black = 16;
 constexpr int white = 231;
 constexpr std::string_view reset = "\x1b[0m";
 
 using Code = std::unique_ptr<QRcode, decltype(&QRcode_free)>;
 
-/// Null when that is not possible.
+/// Returns null if the text is empty or too long.
 Code encoded(std::string_view text) {
-  // nothing covers or scratches a screen: the least correction makes the smallest picture
+  // nothing covers or scratches a screen: the lowest error correction makes the smallest picture
   constexpr QRecLevel correction = QR_ECLEVEL_L;
   constexpr int minVersion = 0;
   const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
@@ -29,7 +29,7 @@ Code encoded(std::string_view text) {
           &QRcode_free};
 }
 
-/// Light outside the code.
+/// Returns whether a module is dark; those outside the code are light.
 bool isDark(const QRcode& code, int row, int column) {
   if (row < 0 || column < 0 || row >= code.width || column >= code.width) return false;
   return (code.data[row * code.width + column] & 1) != 0;
@@ -40,8 +40,8 @@ std::string inkedCell(bool upper, bool lower) {
   return lower ? "▄" : " ";
 }
 
-// The ground fills the whole of a cell. Blocks of ink do not with most fonts: they leave a light
-// line between the rows, which readers stumble over.
+// Draws dark cells by the background colour, which fills a whole cell. With most fonts, block
+// characters leave a light line between the rows, which confuses readers.
 std::string colouredCell(bool upper, bool lower) {
   const int ground = upper ? black : white;
   if (upper == lower) return fmt::format("\x1b[48;5;{}m ", ground);

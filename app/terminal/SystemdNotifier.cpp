@@ -34,7 +34,7 @@ std::string SystemdNotifier::statusLine() const {
   if (model_.serverError()) return *model_.serverError();
   if (!model_.serverURL()) return "Starting server…";
   auto line = fmt::format("{} · {}", *model_.serverURL(), model_.statusLine());
-  // a window's title must not say anything else to the service manager
+  // a window's title must not inject another variable into the notification
   std::replace(line.begin(), line.end(), '\n', ' ');
   return line;
 }

@@ -7,22 +7,22 @@ namespace tarvinel {
 
 class AppModel;
 
-/// Tells the service manager that started the program how it is: ready once the server listens, in
-/// one line where and what is shared, and that it ends. Does nothing without a service manager.
-/// Lives on the main queue; the model outlives it.
+/// Notifies the service manager that started the program: that the server is ready, in one status
+/// line where and what is shared, and that the program ends. Does nothing without a service
+/// manager. Lives on the main queue; the model outlives it.
 class SystemdNotifier {
  public:
-  /// Takes what is to be told: "NAME=value" lines as sd_notify(3) has them.
+  /// Sends a notification of "NAME=value" lines, see sd_notify(3).
   using Send = std::function<void(const std::string& state)>;
 
   explicit SystemdNotifier(const AppModel& model, Send send = toServiceManager);
 
-  /// Tells that the program ends.
+  /// Notifies that the program ends.
   ~SystemdNotifier();
   SystemdNotifier(const SystemdNotifier&) = delete;
   SystemdNotifier& operator=(const SystemdNotifier&) = delete;
 
-  /// Tells what has changed since the last call; to be called on every change of the model.
+  /// Notifies of changes since the last call; must be called after every change of the model.
   void refresh();
 
  private:

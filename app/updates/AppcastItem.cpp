@@ -32,7 +32,7 @@ std::string_view withoutPrefix(std::string_view version) {
   return version;
 }
 
-/// The longest runs of digits only and of letters only.
+/// Splits the text into its longest runs of only digits or only letters.
 std::vector<std::string_view> runsOf(std::string_view text) {
   std::vector<std::string_view> runs;
   while (!text.empty()) {

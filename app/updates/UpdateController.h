@@ -14,8 +14,8 @@
 
 namespace tarvinel {
 
-/// When scheduled checks for updates are made: a day after the last check of any kind, which is
-/// remembered from one run to the next, and never in the first minute of a run.
+/// Decides when scheduled checks for updates are due: a day after the last check of any kind, whose
+/// time is saved from one run to the next, and never in the first minute of a run.
 ///
 /// Lives on the main queue.
 class UpdateSchedule {
@@ -24,8 +24,8 @@ class UpdateSchedule {
 
   static constexpr std::chrono::hours interval{24};
 
-  /// How often the clock is read, first after this time; a toolkit's timer may be early by a
-  /// twentieth.
+  /// The interval between readings of the clock, the first after one interval; a toolkit's timer
+  /// may be early by a twentieth.
   static constexpr std::chrono::minutes step{2};
 
   struct Environment {
@@ -34,14 +34,15 @@ class UpdateSchedule {
     std::function<Time()> now;
   };
 
-  /// Begins; `onDue` is called whenever a check is due, and again a day later if it was not made.
+  /// Starts the schedule; `onDue` is called whenever a check is due, and again a day later if it
+  /// was not made.
   UpdateSchedule(Environment environment, std::function<void()> onDue);
 
-  /// A check is being made; it is remembered.
+  /// Records and saves that a check is made now.
   void checkMade();
 
-  /// Whether a check is due when the last one was at that time, if ever. One in the future, since
-  /// the clock was set back, does not count.
+  /// Returns whether a check is due, given the time of the last one, if any. Ignores a time in the
+  /// future, which results from setting back the clock.
   static bool isDue(Time now, std::optional<Time> last);
 
  private:
@@ -53,19 +54,20 @@ class UpdateSchedule {
   const std::unique_ptr<MainQueue::Timer> timer_;
 };
 
-/// When a check for updates may be made: nothing may interrupt a presentation unasked. Static and
-/// pure.
+/// Decides whether a check for updates may be made now: nothing may interrupt a presentation unless
+/// the presenter requests it. Static and pure.
 class UpdateCheckPolicy {
  public:
   UpdateCheckPolicy() = delete;
 
   enum class Kind : std::uint8_t {
     scheduled,      ///< in the background, because it is time
-    userInitiated,  ///< the presenter asked for it
-    probe,          ///< only to know
+    userInitiated,  ///< at the presenter's request
+    probe,          ///< without a notification
   };
 
-  /// The kind of a controller's check, see UpdateController; an unknown one is the presenter's.
+  /// Returns the kind of a controller's check, see UpdateController; an unknown one counts as
+  /// user-initiated.
   static Kind kindOf(int check);
 
   static bool allows(Kind kind, bool sharing);
@@ -78,18 +80,18 @@ class UpdateCheckDeferred : public std::runtime_error {
 
   UpdateCheckDeferred() : std::runtime_error("Update check deferred while sharing") {}
 
-  /// Which part of the program refuses.
+  /// Names the part of the program that defers the check.
   static std::string domain() { return std::string(applicationIdentifier) + ".updater"; }
 };
 
-/// Looks for new versions of the program: by itself now and then, and when it is asked to. Tells
-/// the presenter what it finds. Lives on the main queue.
+/// Checks for new versions of the program, periodically and on request, and notifies the presenter.
+/// Lives on the main queue.
 class UpdateController {
  public:
-  /// What kind of check it is about to make, as the delegate is asked.
+  /// The kind of a check, as it is passed to the delegate.
   enum Check : int { userInitiated = 0, scheduled = 1, probe = 2 };
 
-  /// Who decides where and whether it looks.
+  /// Decides which feed is read and whether a check may be made.
   class Delegate {
    public:
     virtual ~Delegate() = default;
@@ -97,15 +99,15 @@ class UpdateController {
     Delegate(const Delegate&) = delete;
     Delegate& operator=(const Delegate&) = delete;
 
-    /// The feed to read instead of the program's own, if any.
+    /// Returns the feed to read instead of the program's own, if any.
     virtual std::optional<std::string> feedURLString() const = 0;
 
-    /// Throws when this check must not be made now; it is then tried again at the next scheduled
-    /// time.
+    /// Throws if this check must not be made now; it is then retried at the next scheduled time.
     virtual void mayPerform(int check) const = 0;
   };
 
-  /// Makes a controller for a delegate, which outlives it; the first scheduled check comes later.
+  /// Creates a controller for a delegate, which outlives it; the first scheduled check is made
+  /// later.
   using Factory = std::function<std::unique_ptr<UpdateController>(Delegate&)>;
 
   virtual ~UpdateController() = default;
@@ -113,17 +115,16 @@ class UpdateController {
   UpdateController(const UpdateController&) = delete;
   UpdateController& operator=(const UpdateController&) = delete;
 
-  /// The feed that the program was built with, if any.
+  /// Returns the feed that the program was built with, if any.
   virtual std::optional<std::string> feedURL() const = 0;
 
-  /// Whether a check that the presenter asks for would be made: there is a feed and no check is
-  /// under way.
+  /// Returns whether a check on request is possible: there is a feed and no check is in progress.
   virtual bool canCheckForUpdates() const = 0;
 
   /// `onChange` is called after every change of `canCheckForUpdates`.
   virtual void setOnChange(std::function<void()> onChange) = 0;
 
-  /// Makes a check that the presenter asked for; its outcome is shown whatever it is.
+  /// Checks on the presenter's request; shows the outcome, whatever it is.
   virtual void checkForUpdates() = 0;
 };
 

@@ -7,7 +7,7 @@
 
 namespace tarvinel {
 
-/// Why the update feed tells nothing; the text is for the presenter.
+/// The reason why the update feed could not be read; the text is for the presenter.
 class FeedError : public std::runtime_error {
  public:
   enum class Case : std::uint8_t {
@@ -35,17 +35,17 @@ class FeedError : public std::runtime_error {
   Case kind_;
 };
 
-/// What the presenter is told of a check for updates.
+/// The notification about a check for updates.
 struct UpdateNotice {
   std::string title;
   std::string text;
 
-  /// There is a newer version.
+  /// Reports a newer version.
   static UpdateNotice available(std::string_view version, std::string_view appVersion);
 
   static UpdateNotice upToDate(std::string_view appVersion);
 
-  /// The check failed.
+  /// Reports a failed check.
   static UpdateNotice failed(std::string_view reason);
 
   bool operator==(const UpdateNotice&) const = default;

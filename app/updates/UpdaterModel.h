@@ -10,8 +10,8 @@
 
 namespace tarvinel {
 
-/// What the model knows of updates: whether a check can be made, which feed is read, and that no
-/// scheduled check is made while the screen is shared.
+/// The model's part for updates: whether a check can be made and which feed is read. Defers
+/// scheduled checks while the screen is shared.
 ///
 /// Lives on the main queue; `onChange` is called there whenever `canCheckForUpdates` has changed.
 class UpdaterModel : private UpdateController::Delegate {
@@ -23,12 +23,12 @@ class UpdaterModel : private UpdateController::Delegate {
     std::function<void()> onChange;
   };
 
-  /// Without a factory there are no updates to check for, as in a terminal.
+  /// A null factory means that updates are not checked, as in a terminal.
   UpdaterModel(const UpdateController::Factory& makeController, Environment environment);
 
   bool canCheckForUpdates() const { return canCheckForUpdates_; }
 
-  /// Makes a check that the presenter asked for, if one can be made.
+  /// Checks on the presenter's request, if possible.
   void checkForUpdates();
 
  private:

@@ -65,7 +65,7 @@ bool Connection::isLocal() const {
 }
 
 void Connection::check(xcb_void_cookie_t cookie) const {
-  // once a later request is answered, xcb_request_check has its result and does not wait
+  // after the reply to a later request xcb_request_check has its result and does not wait
   reply(xcb_get_input_focus_reply, xcb_get_input_focus(get()));
   const XcbPtr<xcb_generic_error_t> error(xcb_request_check(get(), cookie));
   if (error) throw Error::refused(error->error_code);
@@ -97,7 +97,7 @@ void* Connection::awaitReplyIfAny(unsigned int sequence) const try {
   return nullptr;
 }
 
-/// False while the reply has not come.
+/// Returns false while the reply has not come.
 bool Connection::pollReply(unsigned int sequence, void** reply) const {
   xcb_generic_error_t* error = nullptr;
   if (xcb_poll_for_reply(get(), sequence, reply, &error) == 0) return false;

@@ -13,30 +13,30 @@
 
 namespace tarvinel::x11 {
 
-/// The number of an event, whether the server sent it or another client.
+/// Returns the code of an event, whether the server sent it or another client.
 inline std::uint8_t eventCode(const xcb_generic_event_t& event) {
   return static_cast<std::uint8_t>(event.response_type & 0x7FU);
 }
 
-/// True when a client made the event up: what it tells need not have happened.
+/// Returns whether a client sent the event: what it reports need not have happened.
 inline bool isSynthetic(const xcb_generic_event_t& event) {
   return (event.response_type & 0x80U) != 0;
 }
 
-/// True when the server had not yet done the request of that number when the event happened.
+/// Returns whether the event happened before the server processed the request of that number.
 inline bool isBefore(const xcb_generic_event_t& event, std::uint32_t sequence) {
   return static_cast<std::int32_t>(event.full_sequence - sequence) < 0;
 }
 
-/// The event as one of xcb's records; its code tells which.
+/// Returns the event as one of xcb's structs; its code determines which.
 template <class Record>
 const Record& eventAs(const xcb_generic_event_t& event) {
   return reinterpret_cast<const Record&>(event);
 }
 
-/// How to talk to an X server.
+/// The options of a connection to an X server.
 struct Options {
-  /// Long enough to find out whether a server answers at all.
+  /// Long enough to find out whether a server responds at all.
   static constexpr std::chrono::milliseconds probeLimit{5000};
 
   bool sharedMemory = true;                       ///< false: pixels come over the connection
@@ -66,23 +66,23 @@ class Connection {
   xcb_connection_t* get() const { return link_.get(); }
   const Options& options() const { return options_; }
 
-  /// The screen that the display's name selects.
+  /// Returns the screen that the display's name selects.
   const xcb_screen_t& screen() const { return *screen_; }
   int screenNumber() const { return link_.screenNumber(); }
   xcb_window_t root() const { return screen_->root; }
 
-  /// The root window's size now; unlike `screen()` it follows changes. Throws Error.
+  /// Returns the root window's current size; unlike `screen()` it follows changes. Throws Error.
   PixelRect rootArea() const;
 
-  /// What the server says of an extension; null when it is not there. Owned by the connection.
-  /// Throws Error.
+  /// Returns what the server reports of an extension, or null if it is missing. The connection owns
+  /// it. Throws Error.
   const xcb_query_extension_reply_t* extension(xcb_extension_t& which) const;
 
-  /// True when client and server share this machine's kernel, so that descriptors can be passed.
+  /// Returns whether client and server share a kernel, so that descriptors can be passed.
   bool isLocal() const;
 
   /// Waits for the reply to a request. `function` is xcb's own getter, such as
-  /// xcb_get_geometry_reply; it tells the reply's type. Throws Error.
+  /// xcb_get_geometry_reply; it determines the reply's type. Throws Error.
   template <class Reply, class Cookie>
   XcbPtr<Reply> reply(Reply* (*function)(xcb_connection_t*, Cookie, xcb_generic_error_t**),
                       Cookie cookie) const {
@@ -90,7 +90,7 @@ class Connection {
     return XcbPtr<Reply>(static_cast<Reply*>(awaitReply(cookie.sequence)));
   }
 
-  /// The same, but null when the server refused: what is asked about may be gone.
+  /// Does the same, but returns null if the server rejected the request: its object may be gone.
   template <class Reply, class Cookie>
   XcbPtr<Reply> replyIfAny(Reply* (*function)(xcb_connection_t*, Cookie, xcb_generic_error_t**),
                            Cookie cookie) const {
@@ -98,15 +98,15 @@ class Connection {
     return XcbPtr<Reply>(static_cast<Reply*>(awaitReplyIfAny(cookie.sequence)));
   }
 
-  /// Waits until the server has done a request made with one of xcb's checked calls that have no
-  /// reply. Throws Error when it refused.
+  /// Waits until the server has processed a request made with one of xcb's checked calls that have
+  /// no reply. Throws Error if it was rejected.
   void check(xcb_void_cookie_t cookie) const;
 
-  /// The next event, null when none is there yet; never waits. Throws Error when the connection
+  /// Returns the next event, or null if none has come; never waits. Throws Error if the connection
   /// is lost.
   XcbPtr<xcb_generic_event_t> pollEvent() const;
 
-  /// Sends what is buffered. Throws Error when the connection is lost.
+  /// Sends what is buffered. Throws Error if the connection is lost.
   void flush() const;
 
  private:

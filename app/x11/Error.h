@@ -6,7 +6,7 @@
 
 namespace tarvinel::x11 {
 
-/// Why something about the X server could not be done; what() is the text shown to people.
+/// The reason why an X server operation failed; what() is the text shown to people.
 class Error : public std::runtime_error {
  public:
   enum class Case : std::uint8_t {
@@ -28,7 +28,7 @@ class Error : public std::runtime_error {
 
   Error(Case kind, const std::string& text) : std::runtime_error(text), kind_(kind) {}
 
-  /// The server refused a request with one of the protocol's error codes.
+  /// Makes the error of a request that the server rejected with one of the protocol's error codes.
   static Error refused(std::uint8_t code);
   static Error cannotConnect(const std::string& display);
   static Error notResponding();
@@ -39,7 +39,7 @@ class Error : public std::runtime_error {
 
   Case kind() const { return kind_; }
 
-  /// The protocol's error code of a refused request, else 0.
+  /// Returns the protocol's error code of a rejected request, else 0.
   std::uint8_t code() const { return code_; }
 
  private:

@@ -4,14 +4,14 @@ namespace tarvinel::x11 {
 
 class Connection;
 
-/// Negotiates XFixes; false when the server does not have its regions (version 2). Throws Error.
+/// Negotiates XFixes; returns false if the server lacks its regions (version 2). Throws Error.
 bool negotiateXFixes(const Connection& connection);
 
-/// Negotiates Composite. Throws Error, with noCompositeExtension when the server cannot give
-/// access to what windows draw (version 0.2).
+/// Negotiates Composite. Throws Error, with noCompositeExtension if the server cannot give access
+/// to what windows draw (version 0.2).
 void requireComposite(const Connection& connection);
 
-/// Negotiates Render; false when the server does not have it. Throws Error.
+/// Negotiates Render; returns false if the server lacks it. Throws Error.
 bool negotiateRender(const Connection& connection);
 
 }  // namespace tarvinel::x11

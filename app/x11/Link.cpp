@@ -50,7 +50,7 @@ DisplayName parsed(const std::string& display) {
   return name;
 }
 
-/// False once the deadline has passed.
+/// Returns false once the deadline has passed.
 bool waitFor(int fd, short events, Time deadline) {
   while (true) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Time::clock::now());
@@ -69,12 +69,12 @@ bool hasConnected(int fd, Time deadline) {
   return getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
 }
 
-/// A connected socket; none when nobody listens there.
+/// Returns a connected socket, or an empty one if nobody listens there.
 UniqueFd connectTo(const sockaddr* address, socklen_t length, Time deadline) {
   UniqueFd fd(socket(address->sa_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   while (connect(fd.get(), address, length) != 0) {
     if (errno == EINPROGRESS) return hasConnected(fd.get(), deadline) ? std::move(fd) : UniqueFd();
-    if (errno != EAGAIN) return {};  // else its queue of connections is full
+    if (errno != EAGAIN) return {};  // EAGAIN: the server's queue of connections is full
     if (Time::clock::now() > deadline) throw Error::notResponding();
     std::this_thread::sleep_for(pauseWhileBusy);
   }
@@ -106,7 +106,7 @@ UniqueFd connectToHost(std::string host, int number, Time deadline) {
 
 UniqueFd connectLocally(int number, Time deadline) {
   const std::string path = "/tmp/.X11-unix/X" + std::to_string(number);
-  UniqueFd fd = connectToPath('\0' + path, deadline);  // where no folder stands in the way
+  UniqueFd fd = connectToPath('\0' + path, deadline);  // the abstract socket, which needs no folder
   return fd ? std::move(fd) : connectToPath(path, deadline);
 }
 
@@ -122,7 +122,7 @@ UniqueFd connectTo(const DisplayName& name, Time deadline) {
 
 // Cookies
 
-/// Under what a display's cookie is filed.
+/// The key under which a display's cookie is stored.
 struct AuthorityKey {
   unsigned short family = FamilyLocal;
   std::string address = {};
@@ -167,7 +167,7 @@ struct DisposeAuthority {
 };
 using Authority = std::unique_ptr<Xauth, DisposeAuthority>;
 
-/// The cookie for a server; null when there is none.
+/// Returns the cookie for a server, or null if there is none.
 Authority authorityFor(int socket, int displayNumber) {
   const AuthorityKey key = keyOf(socket);
   const std::string number = std::to_string(displayNumber);
@@ -179,7 +179,7 @@ Authority authorityFor(int socket, int displayNumber) {
       static_cast<unsigned short>(number.size()), number.data(), 1, methods, lengths));
 }
 
-// The server's first words
+// Connection setup
 
 /// Shuts a socket down at a deadline.
 class SocketDeadline {
@@ -210,7 +210,7 @@ class SocketDeadline {
   std::mutex mutex_;
   std::condition_variable changed_;
   bool lifted_ = false;  // guarded by mutex_
-  bool passed_ = false;  // of the thread
+  bool passed_ = false;  // written by the thread
   std::thread thread_;
 };
 

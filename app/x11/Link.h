@@ -10,7 +10,7 @@
 
 namespace tarvinel::x11 {
 
-/// Ends the wait for X servers that hang: once interrupted, every connection that was made with it
+/// Ends the waits for X servers that hang: once interrupted, every connection that was made with it
 /// and every one made later is broken, and whatever waits for it fails. Safe from any thread.
 class Interrupt {
  public:
@@ -19,7 +19,7 @@ class Interrupt {
   Interrupt(const Interrupt&) = delete;
   Interrupt& operator=(const Interrupt&) = delete;
 
-  /// For good.
+  /// Interrupts permanently.
   void interrupt();
 
  private:
@@ -34,10 +34,10 @@ class Interrupt {
   bool interrupted_ = false;
 };
 
-/// A socket that an interruption shuts down while this lives.
+/// A socket that an interruption shuts down while this object exists.
 class Socket {
  public:
-  /// Without an interruption when that is null. The socket stays the caller's.
+  /// `interrupt` may be null. The caller keeps the ownership of the socket.
   Socket(std::shared_ptr<Interrupt> interrupt, int fd);
   ~Socket();
   Socket(const Socket&) = delete;
@@ -48,10 +48,10 @@ class Socket {
   const int fd_;
 };
 
-/// What a connection to an X server stands on. xcb_connect waits without a limit for a server that
-/// takes connections and says nothing; this fails by a deadline, and by an interruption from then
-/// on. Cookies are found as xcb finds them, in $XAUTHORITY or ~/.Xauthority; of the methods that
-/// the file may name only MIT-MAGIC-COOKIE-1 is known.
+/// The transport of a connection to an X server. xcb_connect waits without a limit for a server
+/// that accepts connections and stays silent; this fails by a deadline, and by an interruption from
+/// then on. Cookies are found as xcb finds them, in $XAUTHORITY or ~/.Xauthority; of the methods
+/// that the file may name only MIT-MAGIC-COOKIE-1 is supported.
 class Link {
  public:
   using Clock = std::chrono::steady_clock;
@@ -62,7 +62,7 @@ class Link {
 
   xcb_connection_t* get() const { return connection_.get(); }
 
-  /// The screen that the display's name selects.
+  /// Returns the screen that the display's name selects.
   int screenNumber() const { return screenNumber_; }
 
  private:

@@ -5,7 +5,7 @@
 namespace tarvinel::x11 {
 
 namespace {
-// The main queue waits for it.
+// The main queue waits for at most this long per reply.
 constexpr std::chrono::seconds limit{2};
 }  // namespace
 

@@ -6,11 +6,11 @@
 
 namespace tarvinel::x11 {
 
-/// Keeps an X server from blanking its screen while it lives. Lives on the thread that made it.
+/// Keeps an X server from blanking its screen while this exists. Lives on the thread that made it.
 class ScreenSaverSuspension {
  public:
-  /// Connects to a display such as ":0". Throws Error; a server without the extension for it
-  /// does what it always does.
+  /// Connects to a display such as ":0". Throws Error; a server without the extension for it is not
+  /// affected.
   explicit ScreenSaverSuspension(const std::string& display);
 
  private:

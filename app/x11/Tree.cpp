@@ -11,7 +11,7 @@ namespace {
 
 using Tree = XcbPtr<xcb_query_tree_reply_t>;
 
-/// Null for a window that is gone.
+/// Returns null for each window that no longer exists.
 std::vector<Tree> treesOf(const Connection& connection, const std::vector<xcb_window_t>& windows) {
   std::vector<xcb_query_tree_cookie_t> cookies;
   cookies.reserve(windows.size());

@@ -21,7 +21,7 @@ namespace {
 
 using nlohmann::json;
 
-/// A floating value without a fraction is an integer too, as 20.0 is.
+/// Returns the integer that `value` is; a floating value without a fraction, as 20.0, is one too.
 std::optional<std::int64_t> integerIn(const json& value) {
   constexpr double limit = 9223372036854775808.0;  // 2 to the power of 63
   if (value.is_number_unsigned()) {
@@ -36,13 +36,13 @@ std::optional<std::int64_t> integerIn(const json& value) {
   return static_cast<std::int64_t>(number);
 }
 
-/// The entries of one object, each with its type or not at all.
+/// The entries of one object, read by type. The readers return nullopt for an absent entry.
 class Entries {
  public:
   explicit Entries(const json& object, std::string prefix = {})
       : object_(object), prefix_(std::move(prefix)) {}
 
-  /// Null when the entry is absent or null.
+  /// Returns null if the entry is absent or null.
   const json* find(const char* key) const {
     const auto found = object_.find(key);
     return found == object_.end() || found->is_null() ? nullptr : &*found;

@@ -6,12 +6,12 @@
 
 namespace tarvinel {
 
-/// The settings in an object. A key that is absent or null takes its default; unknown keys are
-/// passed over. The host name is lower-cased and the brand's paths are expanded; nothing else is
-/// corrected. Throws std::runtime_error when a value has the wrong type or does not fit its type.
+/// Decodes the settings in an object. An absent or null key takes its default; unknown keys are
+/// ignored. The host name is lower-cased and the brand's paths are expanded; nothing else is
+/// corrected. Throws std::runtime_error if a value has the wrong type or does not fit its type.
 TarvinelConfig decodeConfig(const nlohmann::json& object);
 
-/// The object that `decodeConfig` reads, without the absent settings.
+/// Returns the object that `decodeConfig` reads, without the absent settings.
 nlohmann::json encodeConfig(const TarvinelConfig& config);
 
 }  // namespace tarvinel

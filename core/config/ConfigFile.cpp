@@ -86,8 +86,8 @@ std::string placeOf(std::size_t count, std::string_view text) {
   return fmt::format("line {}, column {}", line, before.size() - lineStart + 1);
 }
 
-/// Returns the parser's message without its own account of the place and without its quotation of
-/// the document, which may be long and hold anything.
+/// Returns the parser's message without its position and without its quotation of the document,
+/// which may be long and hold anything.
 std::string messageOf(const json::parse_error& error) {
   std::string text = error.what();
   if (const auto start = text.find(": "); start != std::string::npos) text.erase(0, start + 2);
@@ -96,15 +96,15 @@ std::string messageOf(const json::parse_error& error) {
   return text;
 }
 
-/// Returns how many bytes there are up to the end of the last number that was read from `input`.
-/// The parser has read one byte beyond it, if there is one.
+/// Returns the number of bytes up to the end of the last number that was read from `input`. The
+/// parser has read one byte beyond it, if there is one.
 std::size_t endOfNumber(std::istringstream& input, std::string_view text) {
   input.clear();
   return text.substr(0, static_cast<std::size_t>(input.tellg())).find_last_of("0123456789") + 1;
 }
 
-/// Empties what is deeper than an entry of an object or a list in the document. The parser's
-/// callback, which could leave it out, takes minutes for a long list of objects.
+/// Empties the objects and arrays that are nested deeper than an entry of one in the document.
+/// Dropping them in the parser's callback takes minutes for a long list of objects.
 json withoutDepths(json document) {
   if (document.is_array()) document.clear();
   for (json& entry : document) {

@@ -15,7 +15,7 @@ namespace {
 
 using nlohmann::json;
 
-/// Replaces an invalid host name; returns what is wrong with it, as given in the file.
+/// Replaces an invalid host name; returns an error with the name as given in the file, or null.
 std::exception_ptr correctHostname(TarvinelConfig& config, const json& settings) {
   if (config.hostname.empty() || isValidHostLabel(config.hostname)) return nullptr;
   config.hostname = TarvinelConfig::defaultHostname;
@@ -23,14 +23,14 @@ std::exception_ptr correctHostname(TarvinelConfig& config, const json& settings)
       TarvinelConfigError::invalidHostname(settings.at("hostname").get<std::string>()));
 }
 
-/// Drops an invalid colour; returns what is wrong with it.
+/// Drops an invalid colour; returns the error, or null.
 std::exception_ptr correctColor(std::optional<BrandConfig>& brand) {
   if (!brand || !brand->color || BrandConfig::isValidColor(*brand->color)) return nullptr;
   const auto color = std::exchange(brand->color, std::nullopt);
   return std::make_exception_ptr(TarvinelConfigError::invalidBrandColor(*color));
 }
 
-/// Drops what is no host name; returns what is wrong with the first of it.
+/// Drops invalid host names; returns the error for the first of them, or null.
 std::exception_ptr correctAllowedHosts(std::vector<std::string>& names) {
   const auto wrong = std::ranges::find_if_not(names, isValidHostName);
   if (wrong == names.end()) return nullptr;
@@ -66,7 +66,7 @@ TarvinelConfig::Loaded TarvinelConfig::load(
   try {
     TarvinelConfig config = decodeConfig(settings).clamped();
     if (const auto problem = correctHostname(config, settings)) {
-      return {config, pending ? pending : problem};  // the colour stays as it is
+      return {config, pending ? pending : problem};  // the colour is left as it is
     }
     if (const auto problem = correctColor(config.brand); problem && !pending) {
       return {config, problem};

@@ -16,8 +16,8 @@
 
 namespace tarvinel {
 
-/// A setting that was corrected; the rest of the configuration is in force. The text shows control
-/// characters of the value as question marks.
+/// The error of a setting that was corrected; the rest of the configuration is in force. The text
+/// shows control characters of the value as question marks.
 class TarvinelConfigError : public std::runtime_error {
  public:
   enum class Case : std::uint8_t { invalidHostname, invalidBrandColor, invalidAllowedHost };
@@ -54,7 +54,7 @@ class TarvinelConfigError : public std::runtime_error {
 struct TarvinelConfig {
   static constexpr std::string_view defaultHostname = "tarvinel";
 
-  std::uint16_t port = 80;                ///< TCP port of the web server; 0: any free one
+  std::uint16_t port = 80;                ///< TCP port of the web server; 0: any free port
   std::int64_t fps = 20;                  ///< capture rate, frames per second, 1 to 60
   double jpegQuality = 0.92;              ///< of settled frames, 0.1 to 1.0
   double scale = 2.0;                     ///< captured pixels per point at the most, 1.0 to 2.0
@@ -63,29 +63,29 @@ struct TarvinelConfig {
   std::optional<std::int64_t> motionFps;  ///< pins the motion rate, 1 to 60
   std::string hostname{defaultHostname};  ///< DNS label published under .local; empty: none
   std::optional<BrandConfig> brand;       ///< marks the pages
-  std::vector<std::string> allowedHosts;  ///< more names under which viewers may ask
+  std::vector<std::string> allowedHosts;  ///< additional host names that viewers may use
 
   struct Loaded;
 
   bool operator==(const TarvinelConfig&) const = default;
 
-  /// The user's configuration file, which need not exist.
+  /// Returns the path of the user's configuration file, which need not exist.
   static std::filesystem::path defaultURL();
 
-  /// A copy with every number within its range.
+  /// Returns a copy with every number within its range.
   TarvinelConfig clamped() const;
 
-  /// Reads the user's file and, key by key under it, "config.json" in the profile folder that a
-  /// maker built in. Never fails: what cannot be used is replaced by defaults. A file that does not
-  /// exist is no problem. Blocks.
+  /// Reads the user's file and, key by key beneath it, "config.json" in the profile folder that a
+  /// maker built in. Never fails: defaults replace what cannot be used. A file that does not exist
+  /// is not an error. Blocks.
   static Loaded load(const std::filesystem::path& userFile,
                      const std::optional<std::filesystem::path>& bundledProfile,
                      const Logger& logger);
 };
 
-/// What became of loading: always settings, and the first problem that was met, if any. A
-/// TarvinelConfigError means that one setting was corrected, anything else that a file or all of it
-/// could not be used.
+/// The result of loading: always settings, and the first error that occurred, if any. A
+/// TarvinelConfigError means that one setting was corrected; any other error means that a file or
+/// the whole configuration could not be used.
 struct TarvinelConfig::Loaded {
   TarvinelConfig config;
   std::exception_ptr error;

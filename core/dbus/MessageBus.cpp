@@ -23,16 +23,16 @@ int handle(sd_bus_message* message, void* handler, sd_bus_error* /*error*/) noex
   return 0;
 }
 
-/// Lets the handler live as long as the slot, and the slot as long as the bus needs it.
+/// Ties the handler's lifetime to the slot's, and the slot's to the bus's need of it.
 void entrust(sd_bus_slot* slot, std::unique_ptr<Handler> handler) {
-  static_cast<void>(handler.release());  // the slot has it as its user data
+  static_cast<void>(handler.release());  // the slot owns it as its user data
   sd_bus_slot_set_destroy_callback(
       slot, [](void* owned) { std::unique_ptr<Handler>(static_cast<Handler*>(owned)).reset(); });
   sd_bus_slot_set_floating(slot, 1);
   sd_bus_slot_unref(slot);
 }
 
-/// Null once it is destroyed. Nobody else ever owns it.
+/// Returns null once the MessageBus is destroyed. Nobody else ever owns it.
 MessageBus* existing(const std::weak_ptr<MessageBus*>& weak) {
   const auto self = weak.lock();
   return self ? *self : nullptr;
@@ -117,7 +117,7 @@ void MessageBus::processSoon() {
   });
 }
 
-// One message at a time, so that whoever else uses the queue gets a turn.
+// Processes one message at a time, so that other users of the queue get a turn.
 void MessageBus::process() {
   const std::weak_ptr<MessageBus*> alive = self_;
   const int outcome = sd_bus_process(bus_.get(), nullptr);

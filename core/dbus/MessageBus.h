@@ -14,8 +14,8 @@ struct sd_bus_message;
 
 namespace tarvinel {
 
-/// A connection to a D-Bus message bus that waits for nothing: calls go out and answers come in
-/// while the queue has nothing else to do, however slow or dead the other side is.
+/// A connection to a D-Bus message bus that never blocks: calls are sent and replies are received
+/// while the queue is otherwise idle, however slow or dead the peer is.
 ///
 /// Lives on the queue: handlers are called there, never during a call of the connection, and may
 /// destroy it.
@@ -28,29 +28,29 @@ class MessageBus {
   using Message = std::unique_ptr<sd_bus_message, Release>;
   using Handler = std::function<void(sd_bus_message& message)>;
 
-  /// Begins to connect; null when there is no bus that takes connections. `onLost` is called once
-  /// when the connection ends, also when it was never complete; nothing is called after it.
+  /// Starts connecting; returns null if no bus accepts connections. `onLost` is called once when
+  /// the connection ends, even if it was never complete; nothing is called after it.
   static std::unique_ptr<MessageBus> openSystem(SerialQueue& queue, std::function<void()> onLost);
 
-  /// The same with the bus of the user's session.
+  /// Does the same with the bus of the user's session.
   static std::unique_ptr<MessageBus> openSession(SerialQueue& queue, std::function<void()> onLost);
 
   ~MessageBus();
   MessageBus(const MessageBus&) = delete;
   MessageBus& operator=(const MessageBus&) = delete;
 
-  /// A method call to be filled with arguments. It does not start a service that does not run.
+  /// Returns a method call without arguments. It does not start a service that is not running.
   Message methodCall(const char* service, const char* path, const char* interface,
                      const char* member);
 
-  /// The same for a service that the bus is to start when it does not run.
+  /// Returns a method call that starts the service if it is not running.
   Message startingMethodCall(const char* service, const char* path, const char* interface,
                              const char* member);
 
-  /// Sends it; `onReply` gets the answer or an error message, and nothing once the bus is lost.
+  /// Sends the call; `onReply` gets the reply or an error, and nothing once the bus is lost.
   void call(Message message, Handler onReply);
 
-  /// Calls `onSignal` for every signal that the match rule lets through.
+  /// Calls `onSignal` for every signal that matches the rule.
   void listen(const std::string& matchRule, Handler onSignal);
 
  private:
@@ -64,12 +64,12 @@ class MessageBus {
   asio::io_context& context_;
   std::unique_ptr<sd_bus, Release> bus_;
   std::function<void()> onLost_;
-  asio::posix::stream_descriptor descriptor_;  ///< sd-bus's own: released, not closed
+  asio::posix::stream_descriptor descriptor_;  ///< owned by sd-bus: released, not closed
   asio::steady_timer timer_;
   bool isReading_ = false;
   bool isWriting_ = false;
 
-  /// What waits holds it weakly.
+  /// Pending operations hold it weakly.
   const std::shared_ptr<MessageBus*> self_ = std::make_shared<MessageBus*>(this);
 };
 

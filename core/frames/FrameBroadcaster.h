@@ -11,11 +11,11 @@
 
 namespace tarvinel {
 
-/// Fans each encoded frame out to every viewer and keeps the newest, so that who joins while the
-/// screen is still gets a picture at once.
+/// Fans each encoded frame out to every viewer and retains the newest, so that a viewer who joins
+/// while the screen is still gets a picture at once.
 ///
-/// Safe from any thread: one lock makes every operation whole, so a subscriber is either before or
-/// after a publication and sees no frame twice. Sinks are called under that lock: they hand the
+/// Safe from any thread: one lock makes every operation atomic, so a subscriber is either before or
+/// after a publication and receives no frame twice. Sinks are called under that lock: they hand the
 /// frame to their own queue and return, and never call back into the broadcaster.
 class FrameBroadcaster {
  public:
@@ -39,7 +39,7 @@ class FrameBroadcaster {
   /// Frame bytes handed to sinks since creation, whether or not they reached the network.
   std::int64_t bytesSent() const;
 
-  /// The retained frame, null when there is none.
+  /// Returns the retained frame, or null if there is none.
   Frame latest() const;
 
  private:

@@ -6,7 +6,7 @@ namespace tarvinel {
 
 namespace {
 
-// Frames that are delivered a hair early on the motion cadence still pass.
+// Lets frames pass that are delivered slightly early at the motion rate.
 constexpr double slackSeconds = 0.0005;
 
 std::int64_t atLeastOne(std::int64_t rate) {
@@ -31,7 +31,7 @@ FramePacer::Change FramePacer::change(std::optional<double> dirtyFraction, bool 
 
 FramePacer::Action FramePacer::frame(Change change, double at) {
   if (change == Change::none) return tick(at);
-  // also when the frame is then skipped: it postpones the crisp frame and earns one
+  // a change counts even if its frame is skipped: it postpones the crisp frame and makes one due
   lastChangeAt_ = at;
   crispDue_ = true;
   if (tooSoon(rate(change), at)) return Action::skip;

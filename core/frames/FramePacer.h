@@ -9,11 +9,11 @@ namespace tarvinel {
 /// pass at the motion rate, small changes at a lower one; once the screen has been quiet for
 /// `settleDelay`, one crisp frame follows.
 ///
-/// Plain value without a clock: times are seconds on any monotonic clock. Lives on the queue of its
-/// owner, which reports every frame and, while `crispDue`, calls `tick` from a timer.
+/// A plain value without a clock: times are seconds on any monotonic clock. Lives on the queue of
+/// its owner, which reports every frame and, while `crispDue`, calls `tick` from a timer.
 class FramePacer {
  public:
-  /// What a captured frame carries.
+  /// How much a captured frame changes.
   enum class Change : std::uint8_t { none, minor, major };
 
   /// What to do with the newest frame: nothing, encode it small and fast, or whole and sharp.
@@ -25,17 +25,17 @@ class FramePacer {
   /// Rates in frames per second, at least 1 (smaller values count as 1); `settleDelay` in seconds.
   FramePacer(std::int64_t motionFPS, double settleDelay, std::int64_t minorFPS);
 
-  /// The change of a frame of which `dirtyFraction` (0 to 1) was drawn anew; unknown counts as
-  /// major.
+  /// Returns the change of a frame of which `dirtyFraction` (0 to 1) was redrawn; an unknown
+  /// fraction counts as major.
   static Change change(std::optional<double> dirtyFraction, bool idle);
 
-  /// Takes note of a captured frame and says what to do now. Without a change it is a `tick`.
+  /// Records a captured frame and returns the action for it. A frame without a change is a `tick`.
   Action frame(Change change, double at);
 
-  /// Says whether the crisp frame is to be sent now.
+  /// Returns sendCrisp if the crisp frame is to be sent now.
   Action tick(double at);
 
-  /// True while a crisp frame is owed for the latest burst of changes; without it `tick` skips.
+  /// Returns true while a crisp frame is due for the latest changes; otherwise `tick` skips.
   bool crispDue() const { return crispDue_; }
 
   std::int64_t motionFPS() const { return motionFPS_; }

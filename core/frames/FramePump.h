@@ -9,9 +9,9 @@
 
 namespace tarvinel {
 
-/// Publishes frames on a thread of its own, so that a slow broadcaster never holds up the capture.
-/// At most one frame waits: a newer one replaces it. Frames go out in the order offered. Safe from
-/// any thread.
+/// Publishes frames on a thread of its own, so that a slow broadcaster never blocks the capture. At
+/// most one frame waits: a newer one replaces it. Frames are published in the order offered. Safe
+/// from any thread.
 class FramePump {
  public:
   /// The broadcaster must outlive the pump.
@@ -22,7 +22,7 @@ class FramePump {
 
   void offer(Frame frame);
 
-  /// Drops the frame that waits.
+  /// Drops the frame that waits, if any.
   void discard();
 
   /// Calls `then` on the pump's thread once everything offered before is published or dropped.

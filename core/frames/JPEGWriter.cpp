@@ -21,8 +21,8 @@ namespace tarvinel {
 namespace {
 
 // The library reports failures by a call that must not return, and its own frames cannot be unwound
-// by an exception: the way out is a jump back to `compress`. Functions between the two therefore
-// hold nothing that needs a destructor.
+// by an exception, so errors jump back to `compress`. Functions between the two therefore hold
+// nothing that needs a destructor.
 struct Errors : jpeg_error_mgr {
   std::jmp_buf failed;
 };
@@ -78,7 +78,7 @@ void finish(j_compress_ptr compressor) {
   destination.bytes.resize(destination.bytes.size() - destination.free_in_buffer);
 }
 
-// About what a desktop takes at the best quality in use, so that growing is the exception.
+// Returns about the size of a desktop at the best quality in use, so that growing is rare.
 std::size_t expectedSize(const PixelView& picture) {
   return picture.width * picture.height / 4 + 4096;
 }
@@ -104,7 +104,7 @@ void setParameters(jpeg_compress_struct& compressor, const PixelView& picture, i
   compressor.comp_info[0].v_samp_factor = luma;
 }
 
-// The library's row type is not const, though it only reads.
+// The library's row type is not const, although the library only reads.
 JSAMPROW rowOf(const PixelView& picture, std::size_t y) {
   return const_cast<JSAMPROW>(picture.row(y));
 }
@@ -174,7 +174,7 @@ std::size_t number(const Bytes& file, std::size_t at) {
   return std::size_t{file[at]} << 8 | file[at + 1];
 }
 
-// Start of frame, but for the tables that are numbered among them.
+// Returns whether `marker` is a start of frame: the range also holds three that are not.
 bool beginsFrame(std::uint8_t marker) {
   return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
 }

@@ -10,12 +10,12 @@
 
 namespace tarvinel {
 
-/// Width and height, in pixels, that the head of a JPEG file names (ITU-T T.81, B.2.2); nothing
-/// when no frame header is found. Pure.
+/// Returns the width and height, in pixels, from the header of a JPEG file (ITU-T T.81, B.2.2), or
+/// nullopt if no frame header is found. Pure.
 std::optional<PixelSize> sizeOfJPEG(const Bytes& file);
 
-/// Why a frame could not be encoded. Its text is the case's name, with the code in parentheses for
-/// the cases that carry one.
+/// The error of a frame that could not be encoded. Its text is the case's name, with the code in
+/// parentheses for the cases that carry one.
 class JPEGEncodeError : public std::runtime_error {
  public:
   enum class Case : std::uint8_t {
@@ -32,7 +32,7 @@ class JPEGEncodeError : public std::runtime_error {
 
   Case kind() const { return kind_; }
 
-  /// The pixel format or the lock's status; 0 for the cases without one.
+  /// Returns the pixel format or the lock's status; 0 for the cases without one.
   std::int64_t code() const { return code_; }
 
   bool operator==(const JPEGEncodeError& other) const {
@@ -53,7 +53,7 @@ enum class ChromaSampling : std::uint8_t {
   full,       ///< 4:4:4: one colour a pixel
 };
 
-/// Writes pixels as one baseline JPEG file, alpha left out. `quality` is 1 to 100. Safe from any
+/// Writes pixels as one baseline JPEG file without alpha. `quality` is 1 to 100. Safe from any
 /// thread. Throws JPEGEncodeError encodeFailed.
 Bytes writeJPEG(const PixelView& picture, int quality, ChromaSampling chroma);
 

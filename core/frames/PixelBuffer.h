@@ -10,12 +10,12 @@
 
 namespace tarvinel {
 
-/// The part of a picture of `width` × `height` pixels that `crop` (pixels, origin at the first
-/// pixel of the first row) asks for: widened to whole pixels and cut at the edges. The whole
-/// picture when nothing is asked for or nothing would be left.
+/// Returns the part of a picture of `width` × `height` pixels that `crop` (pixels, origin at the
+/// first pixel of the first row) covers, widened to whole pixels and clipped at the edges. Returns
+/// the whole picture if there is no crop or nothing would be left.
 PixelRect croppedArea(std::size_t width, std::size_t height, const std::optional<Rect>& crop);
 
-/// Borrowed BGRA pixels. Valid as long as the memory's owner says.
+/// Borrowed BGRA pixels, valid for as long as the owner of the memory guarantees.
 struct PixelView {
   const std::uint8_t* pixels = nullptr;  ///< first byte of the first row
   std::size_t width = 0;                 ///< pixels
@@ -24,7 +24,7 @@ struct PixelView {
 
   const std::uint8_t* row(std::size_t y) const { return pixels + y * bytesPerRow; }
 
-  /// The same memory seen through an area that lies inside this view.
+  /// Returns a view of the same memory, limited to an area that lies inside this view.
   PixelView part(const PixelRect& area) const {
     const std::uint8_t* first =
         row(static_cast<std::size_t>(area.y)) + static_cast<std::size_t>(area.x) * 4;
@@ -43,12 +43,12 @@ constexpr PixelFormat pixelFormatCode(char a, char b, char c, char d) {
          static_cast<PixelFormat>(static_cast<unsigned char>(d));
 }
 
-/// 32 bits a pixel, in memory blue, green, red, alpha; alpha premultiplied.
+/// 32 bits per pixel, in memory blue, green, red, alpha; alpha premultiplied.
 inline constexpr PixelFormat pixelFormatBGRA = pixelFormatCode('B', 'G', 'R', 'A');
 
-/// The pixels of one captured frame, whoever owns the memory. Geometry may be read at any time, the
-/// pixels only between a successful `lockReadOnly` and `unlockReadOnly`. Lives on the capture
-/// queue.
+/// The pixels of one captured frame, independent of who owns the memory. The geometry can be read
+/// at any time, the pixels only between a successful `lockReadOnly` and `unlockReadOnly`. Lives on
+/// the capture queue.
 class PixelBuffer {
  public:
   virtual ~PixelBuffer() = default;
@@ -60,22 +60,22 @@ class PixelBuffer {
   virtual std::size_t width() const = 0;   ///< pixels
   virtual std::size_t height() const = 0;  ///< pixels
 
-  /// At least width × 4; may be larger.
+  /// Returns at least width × 4; rows may be padded.
   virtual std::size_t bytesPerRow() const = 0;
 
-  /// Makes the pixels readable; 0 on success, else the platform's status code.
+  /// Makes the pixels readable; returns 0 on success, else the platform's status code.
   virtual int lockReadOnly() = 0;
   virtual void unlockReadOnly() = 0;
 
-  /// First byte of the first row, null when there is none; valid while locked.
+  /// Returns the first byte of the first row, or null if there is none; valid while locked.
   virtual const std::uint8_t* baseAddress() const = 0;
 };
 
-/// A BGRA pixel buffer in ordinary memory, black at first. Locking always succeeds.
+/// A BGRA pixel buffer in ordinary memory, initially black. Locking always succeeds.
 class MemoryPixelBuffer : public PixelBuffer {
  public:
-  /// Sizes in pixels. Throws std::length_error or std::bad_alloc when that much memory is not
-  /// there.
+  /// Takes sizes in pixels. Throws std::length_error or std::bad_alloc if there is not enough
+  /// memory.
   MemoryPixelBuffer(std::size_t width, std::size_t height);
 
   PixelFormat pixelFormat() const override { return pixelFormatBGRA; }
@@ -86,7 +86,7 @@ class MemoryPixelBuffer : public PixelBuffer {
   void unlockReadOnly() override {}
   const std::uint8_t* baseAddress() const override { return pixels_.data(); }
 
-  /// For whoever draws into it.
+  /// Returns the pixels for drawing into them.
   std::uint8_t* pixels() { return pixels_.data(); }
 
  private:

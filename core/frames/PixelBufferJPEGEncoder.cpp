@@ -29,7 +29,7 @@ class ReadLock {
   PixelBuffer& buffer_;
 };
 
-// The libraries below count pixels and the bytes of a row in an int.
+// The libraries below hold pixel counts and the bytes of a row in an int.
 PixelView viewOf(const PixelBuffer& buffer) {
   constexpr std::size_t most = std::numeric_limits<int>::max();
   const PixelView view{buffer.baseAddress(), buffer.width(), buffer.height(), buffer.bytesPerRow()};
@@ -75,8 +75,8 @@ Frame PixelBufferJPEGEncoder::encode(PixelBuffer& buffer, double quality,
 
 namespace {
 
-// Not value-initialised: every byte is about to be written, and clearing a 4K surface would cost a
-// tenth of the whole encode.
+// The memory is not value-initialised: every byte is about to be written, and clearing a 4K surface
+// would cost a tenth of the whole encode.
 std::unique_ptr<std::uint8_t[]> surface(std::size_t width, std::size_t height) {
   try {
     return std::make_unique_for_overwrite<std::uint8_t[]>(width * height * 4);

@@ -14,8 +14,8 @@ namespace tarvinel {
 /// A reduced copy of a picture; owns its pixels.
 class ReducedPicture {
  public:
-  /// Shrinks `source` to `width` × `height` pixels, averaging what falls together. Throws
-  /// JPEGEncodeError contextFailed when there is no memory or the size cannot be handled.
+  /// Shrinks `source` to `width` × `height` pixels by averaging. Throws JPEGEncodeError
+  /// contextFailed if there is no memory or the size cannot be handled.
   ReducedPicture(const PixelView& source, std::size_t width, std::size_t height);
 
   const PixelView& view() const { return view_; }
@@ -25,15 +25,15 @@ class ReducedPicture {
   PixelView view_;
 };
 
-/// Turns a captured picture into a JPEG file. Stateless; safe from any thread that may read the
+/// Encodes a captured picture as a JPEG file. Stateless; safe from any thread that may read the
 /// buffer.
 struct PixelBufferJPEGEncoder {
   PixelBufferJPEGEncoder() = delete;
 
   /// `quality` runs from 0 (smallest) to 1 (best). `crop` is in pixels; it is widened to whole
-  /// pixels and cut at the picture's edges, and one that leaves nothing is ignored. `scale` reduces
-  /// width and height after cropping; 1 or more keeps them. The buffer is locked only during the
-  /// call and its pixels are not copied unless they are reduced. Throws JPEGEncodeError.
+  /// pixels and clipped at the picture's edges, and a crop that leaves nothing is ignored. `scale`
+  /// reduces width and height after cropping; 1 or more keeps them. The buffer is locked only
+  /// during the call and its pixels are not copied unless they are reduced. Throws JPEGEncodeError.
   static Frame encode(PixelBuffer& buffer, double quality, const std::optional<Rect>& crop,
                       double scale, ChromaSampling chroma);
 };

@@ -10,7 +10,7 @@ namespace tarvinel {
 
 namespace {
 
-// On Wi-Fi every frame crosses the air twice: up from the host and down to each viewer.
+// On Wi-Fi every frame is transmitted twice: up from the host and down to each viewer.
 double airFactor(bool wired) {
   return wired ? 1.0 : 2.0;
 }
@@ -35,7 +35,7 @@ std::int64_t StreamPolicy::motionFPS(std::int64_t viewers, std::int64_t motionFr
   if (!measured) return ceiling;
   const double bitsPerFrame = airFactor(wired) * bitsForAllViewers(viewers, motionFrameBytes);
   const std::int64_t rate = wholeRate(budgetMbps * 1'000'000.0 / bitsPerFrame);
-  return std::min(std::max(rate, floor), ceiling);  // not clamp: the floor may be above the ceiling
+  return std::min(std::max(rate, floor), ceiling);  // not std::clamp: floor may exceed ceiling
 }
 
 double StreamPolicy::airtimeMbps(std::int64_t viewers, std::int64_t frameBytes, std::int64_t fps,

@@ -7,8 +7,8 @@
 
 namespace tarvinel {
 
-/// The complete answers that hold the brand's files, built once and shared by all connections that
-/// send them. Null where there is no file.
+/// The complete responses that hold the brand's files, built once and shared by all connections
+/// that send them. A response is null if there is no file.
 struct BrandResponses {
   std::shared_ptr<const Bytes> image;
   std::shared_ptr<const Bytes> font;

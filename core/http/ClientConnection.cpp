@@ -24,13 +24,13 @@ namespace tarvinel {
 
 namespace {
 
-/// Asks for the whole rest in each send: Asio's own condition cuts at 64 KiB, which costs a second
-/// send for an ordinary frame and half again the time.
+/// A completion condition that requests the whole rest in each send: Asio's own limits a send to 64
+/// KiB, which costs a second send for an ordinary frame and half again the time.
 std::size_t wholeRest(const std::error_code& error, std::size_t /*sent*/) {
   return error ? 0 : std::numeric_limits<std::size_t>::max();
 }
 
-/// Leaves what follows the first `count` bytes.
+/// Removes the first `count` bytes.
 void drop(std::size_t count, std::array<asio::const_buffer, 3>& part) {
   for (asio::const_buffer& piece : part) {
     const std::size_t dropped = std::min(count, piece.size());
@@ -39,7 +39,7 @@ void drop(std::size_t count, std::array<asio::const_buffer, 3>& part) {
   }
 }
 
-/// A script that reads the stream itself says so with exactly this.
+/// Returns whether a script reads the stream itself, which it indicates with exactly this header.
 bool wantsScriptStream(const HTTPRequest& request) {
   return request.header("accept") == "application/octet-stream";
 }
@@ -94,7 +94,7 @@ void ClientConnection::readable(std::error_code error) {
   if (error == asio::error::would_block) {
     receive();
   } else if (error) {
-    close();  // the peer ended its side, or the connection broke, before the head
+    close();  // the peer ended its side, or the connection broke, before the head was complete
   } else {
     consume({reinterpret_cast<const char*>(environment_.readBuffer.data()), count});
   }
@@ -170,8 +170,7 @@ void ClientConnection::handle(const HTTPRequest& request, std::string_view initi
   }
 }
 
-// Under the address by number a person sees what was asked for, and a foreign page may read
-// nothing.
+// At the numeric address a person sees the requested page, and a foreign page can read nothing.
 void ClientConnection::redirect(const HTTPRequest& request) {
   const auto here = localURL(connection_);
   if (!here) {
@@ -243,7 +242,7 @@ void ClientConnection::sendLast(asio::const_buffer response) {
                     });
 }
 
-// The connection is over for the server; only its socket is seen off.
+// The connection is finished for the server; only its socket lingers.
 void ClientConnection::finish() {
   environment_.peerWatch.remove(connection_.native_handle());
   environment_.lingeringSockets.adopt(
@@ -265,8 +264,8 @@ void ClientConnection::startStream(const HTTPRequest& request) {
                     });
 }
 
-// The broadcaster is a lock that is only ever held for as long as it takes to post to this queue,
-// so it is entered directly.
+// The broadcaster's lock is only ever held for as long as it takes to post to this queue, so it is
+// called directly.
 void ClientConnection::subscribe() {
   response_ = {};
   subscription_ = environment_.broadcaster.subscribe([weak = weak_from_this()](const Frame& jpeg) {
@@ -289,8 +288,8 @@ void ClientConnection::offer(const Frame& jpeg) {
   }
 }
 
-// The kernel takes an ordinary frame whole for a viewer that keeps up. Trying that first spares the
-// reactor: an allocation and a second turn of the queue for each viewer and frame.
+// The kernel accepts an ordinary frame as a whole for a viewer that keeps up. Trying that first
+// avoids the reactor: an allocation and a second turn of the queue for each viewer and frame.
 void ClientConnection::sendPart(Frame jpeg) {
   sendInFlight_ = true;
   partFrame_ = std::move(jpeg);
@@ -298,7 +297,7 @@ void ClientConnection::sendPart(Frame jpeg) {
   if (std::exchange(openingSent_, false)) partHead_.erase(0, MJPEGFramer::partOpening.size());
   Part part{asio::buffer(partHead_), asio::buffer(*partFrame_),
             asio::const_buffer(MJPEGFramer::partEnd.data(), MJPEGFramer::partEnd.size())};
-  std::error_code reportedAgain;  // by the send of the rest
+  std::error_code reportedAgain;  // the send of the rest reports it
   drop(connection_.write_some(part, reportedAgain), part);
   if (asio::buffer_size(part) == 0) {
     sendFrame({});
@@ -334,8 +333,8 @@ void ClientConnection::peerChanged(PeerWatch::Event event) {
   }
 }
 
-// A viewer that has ended its side may have left or may still be watching. Only sending tells: the
-// kernel of one that left answers with a reset. What is in flight already will tell as well.
+// A viewer that has ended its side may have left or may still be watching. Only sending shows
+// which: the kernel of one that left replies with a reset. A send in flight shows it as well.
 void ClientConnection::probe() {
   if (sendInFlight_) return;
   if (const Frame retained = environment_.broadcaster.latest()) {
@@ -345,8 +344,8 @@ void ClientConnection::probe() {
   }
 }
 
-// Before anything was shared there is no frame to send once more. The first bytes of the next part
-// serve as well, since they are the same whatever it will hold.
+// Before anything was shared there is no frame to send again. The first bytes of the next part
+// serve as well, since they are the same for any content.
 void ClientConnection::sendOpening() {
   if (std::exchange(openingSent_, true)) return;
   sendInFlight_ = true;
@@ -362,7 +361,7 @@ void ClientConnection::closeIfVanished() {
   if (!subscription_ || !environment_.vanishedViewers.isMissing(connection_)) return;
   environment_.peerWatch.remove(connection_.native_handle());
   std::error_code ignored;
-  connection_.cancel(ignored);  // what is in flight is in memory of this object
+  connection_.cancel(ignored);  // operations in flight use memory of this object
   environment_.vanishedViewers.adopt(std::move(connection_));
   close();
 }

@@ -29,7 +29,7 @@
 
 namespace tarvinel {
 
-/// What a server shares with all its connections; outlives them. Used on the server's queue.
+/// The objects that a server shares with its connections, which it outlives. Used on its queue.
 struct ConnectionEnvironment {
   SerialQueue& queue;
   FrameBroadcaster& broadcaster;
@@ -40,7 +40,7 @@ struct ConnectionEnvironment {
   std::function<StatusSnapshot()> status;  ///< called on the queue, must not block
   std::optional<BrandConfig> brand;        ///< marks the pages
   std::string hostname;                    ///< named by the help page
-  AllowedHosts allowedHosts;               ///< others are redirected
+  AllowedHosts allowedHosts;               ///< requests for other hosts are redirected
   BrandResponses brandAnswers;             ///< filled when the server starts
   PeerWatch& peerWatch;
   LingeringSockets& lingeringSockets;
@@ -49,43 +49,43 @@ struct ConnectionEnvironment {
   UploadQueues uploadQueues;
 };
 
-/// Serves one accepted connection: reads one request head, answers it once, closes. "/stream" stays
+/// Serves one accepted connection: reads one request head, responds once, closes. "/stream" stays
 /// open and is sent one part at a time; while one is in flight only the newest frame waits.
 ///
-/// Lives on the server's queue, `enqueue` excepted. The server's table holds the only lasting
-/// strong reference; every callback holds the connection weakly.
+/// Lives on the server's queue, except `enqueue`. The server's table holds the only lasting strong
+/// reference; every callback holds the connection weakly.
 class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
  public:
   using CloseHandler = std::function<void(ClientConnection&)>;
 
-  /// The largest unparsed head that is waited on, and what one read takes at the most, in bytes.
+  /// The largest incomplete head and the largest single read, in bytes.
   static constexpr std::size_t maxHeadBytes = 16384;
   static constexpr std::size_t maxReadBytes = 262144;
 
-  /// Without a controller there are no uploads on this connection.
+  /// If `uploads` is null, this connection accepts no uploads.
   ClientConnection(asio::ip::tcp::socket connection, const ConnectionEnvironment& environment,
                    std::shared_ptr<UploadController> uploads);
 
   /// Called once, when the connection closes.
   void setOnClose(CloseHandler onClose) { onClose_ = std::move(onClose); }
 
-  /// Begins to read; the head must be complete within the head timeout.
+  /// Starts reading; the head must be complete within the head timeout.
   void start();
 
   /// Offers one frame to a stream viewer. Safe from any thread.
   void enqueue(const Frame& jpeg);
 
-  /// Closes the connection of a viewer that has vanished. Its socket is kept for its return.
+  /// Closes the connection if its viewer has vanished, but keeps the socket for its return.
   void closeIfVanished();
 
   /// Ends the connection; idempotent.
   void close();
 
-  /// Whether a frame waits for the one in flight.
+  /// Returns whether a frame waits for the one in flight.
   bool hasPendingFrame() const { return pendingFrame_ != nullptr; }
 
  private:
-  /// Head, JPEG and end, or what is left of them.
+  /// Head, JPEG and end of a part, or what remains of them.
   using Part = std::array<asio::const_buffer, 3>;
 
   void scheduleHeadDeadline();
@@ -119,24 +119,24 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
   const ConnectionEnvironment& environment_;
   asio::ip::tcp::socket connection_;
   const std::string remote_;
-  const std::shared_ptr<UploadController> uploads_;  ///< null: there are none
+  const std::shared_ptr<UploadController> uploads_;  ///< null if there are no uploads
   CloseHandler onClose_;
 
-  std::string buffer_;  ///< what came while no head was complete
+  std::string buffer_;  ///< received while the head is incomplete
   asio::steady_timer headDeadline_;
   bool handled_ = false;
   bool closed_ = false;
 
-  std::shared_ptr<UploadTransfer> upload_;  ///< once a file was announced
+  std::shared_ptr<UploadTransfer> upload_;  ///< set once a file was announced
 
   Bytes response_;  ///< a complete response, or the head of the stream, while it is sent
-  std::shared_ptr<const Bytes> sharedResponse_;  ///< the same, when it is not this viewer's alone
+  std::shared_ptr<const Bytes> sharedResponse_;  ///< the same, if shared with other viewers
   std::optional<UUID> subscription_;
   bool sendInFlight_ = false;
-  bool openingSent_ = false;  ///< the next part's opening is on its way already
+  bool openingSent_ = false;  ///< the next part's opening was already sent
   std::string partHead_;      ///< of the part in flight
   Frame partFrame_;           ///< of the part in flight
-  Frame pendingFrame_;        ///< the newest one that came meanwhile
+  Frame pendingFrame_;        ///< the newest frame that arrived meanwhile
 };
 
 }  // namespace tarvinel

@@ -13,7 +13,7 @@ namespace {
 constexpr std::string_view lineEnd = "\r\n";
 constexpr std::string_view headEnd = "\r\n\r\n";
 
-/// Cuts the text before the next `separator` off `rest`; all of it when there is none.
+/// Cuts off and returns the text before the next `separator`, or all of `rest` if there is none.
 std::string_view cut(std::string_view& rest, std::string_view separator) {
   const auto end = rest.find(separator);
   const std::string_view piece = rest.substr(0, end);
@@ -21,7 +21,7 @@ std::string_view cut(std::string_view& rest, std::string_view separator) {
   return piece;
 }
 
-/// The next piece between runs of single spaces; empty when none is left.
+/// Cuts off and returns the next piece between runs of spaces; returns "" if none is left.
 std::string_view cutWord(std::string_view& rest) {
   rest.remove_prefix(std::min(rest.find_first_not_of(' '), rest.size()));
   return cut(rest, " ");

@@ -8,9 +8,9 @@
 
 namespace tarvinel {
 
-/// The parsed head of one HTTP/1.1 request. Plain value.
+/// The parsed head of one HTTP/1.1 request. A plain value.
 ///
-/// The parser knows the request line, header lines and the blank line, and nothing else of RFC
+/// The parser handles the request line, header lines and the blank line, and nothing else of RFC
 /// 9112: no chunked bodies, no folded headers, no check of the version.
 struct HTTPRequest {
   std::string method;                          ///< upper-cased
@@ -20,14 +20,14 @@ struct HTTPRequest {
 
   bool operator==(const HTTPRequest&) const = default;
 
-  /// The request at the start of `buffer`. Nothing when its head is incomplete or malformed: the
-  /// two look alike to a caller, who bounds the wait by size and time.
+  /// Returns the request at the start of `buffer`, or nullopt if its head is incomplete or
+  /// malformed: a caller cannot distinguish the two and must bound the wait by size and time.
   static std::optional<HTTPRequest> parse(std::string_view buffer);
 
-  /// The "content-length" header as a non-negative integer; nothing when absent or not one.
+  /// Returns the "content-length" header, or nullopt if it is absent or not a non-negative integer.
   std::optional<std::int64_t> contentLength() const;
 
-  /// The value of a header named in lower case; empty when absent.
+  /// Returns the value of a header named in lower case, or "" if it is absent.
   std::string_view header(const std::string& name) const;
 };
 

@@ -49,7 +49,7 @@ std::string errorBody(std::string_view message) {
   try {
     return nlohmann::json{{"error", message}}.dump();
   } catch (const nlohmann::json::exception&) {
-    return R"({"error":""})";  // the message was not UTF-8
+    return R"({"error":""})";  // the message is not UTF-8
   }
 }
 

@@ -11,7 +11,7 @@ void LingeringSockets::adopt(asio::ip::tcp::socket socket, const Timeouts& timeo
   if (sockets_.size() >= maxSockets) return;
   std::error_code failed;
   socket.shutdown(asio::ip::tcp::socket::shutdown_send, failed);
-  if (failed) return;  // the client is gone already
+  if (failed) return;  // the client has already gone
   const std::uint64_t key = nextKey_++;
   asio::steady_timer deadline(socket.get_executor());
   sockets_[key] =

@@ -13,22 +13,22 @@
 
 namespace tarvinel {
 
-/// Sees answered connections off. A socket closed with unread bytes in it is reset by the kernel,
-/// and the reset can overtake the answer (RFC 9112 section 9.6): so the sending side is closed
-/// first and what still comes is read and thrown away until the client closes too or its patience
-/// ends.
+/// Closes finished connections gracefully. A socket closed with unread bytes in it is reset by the
+/// kernel, and the reset can overtake the response (RFC 9112 section 9.6), so the sending side is
+/// closed first and further input is read and discarded until the client closes too or its timeout
+/// expires.
 ///
 /// Lives on the server's queue.
 class LingeringSockets {
  public:
-  /// How long a client that does not close is borne: in all, and while nothing comes from it.
+  /// The timeouts of a client that does not close: in total, and while nothing arrives from it.
   struct Timeouts {
     std::chrono::seconds total;
     std::chrono::seconds silence;
   };
   static constexpr Timeouts ordinary{std::chrono::seconds(1), std::chrono::seconds(1)};
-  /// A browser whose upload is refused may read the answer only once it has sent the file (WebKit
-  /// does so): in ten minutes a long video gets through slow Wi-Fi, and its owner reads why not.
+  /// A browser whose upload is rejected may read the response only once the file is sent (WebKit
+  /// does so): in ten minutes a long video gets through slow Wi-Fi, and its owner reads the reason.
   static constexpr Timeouts forUploads{std::chrono::minutes(10), std::chrono::seconds(2)};
   static constexpr std::size_t maxSockets = 256;
 
@@ -37,11 +37,11 @@ class LingeringSockets {
   LingeringSockets(const LingeringSockets&) = delete;
   LingeringSockets& operator=(const LingeringSockets&) = delete;
 
-  /// Takes over a socket on which everything has been sent. With `maxSockets` here already it is
-  /// closed at once.
+  /// Takes over a socket on which everything has been sent. Closes it at once if there are
+  /// `maxSockets` already.
   void adopt(asio::ip::tcp::socket socket, const Timeouts& timeout);
 
-  /// Closes all of them.
+  /// Closes all sockets.
   void clear() { sockets_.clear(); }
 
  private:

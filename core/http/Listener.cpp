@@ -17,7 +17,7 @@ using asio::ip::tcp;
 
 constexpr std::chrono::milliseconds pauseWithoutDescriptors{100};
 
-/// Asio's category of the same numbers does not compare with std::errc.
+/// Asio's category of the same numbers does not compare equal to std::errc.
 std::error_code systemError(const std::error_code& error) {
   return {error.value(), std::system_category()};
 }
@@ -39,7 +39,7 @@ tcp::acceptor acceptorOf(asio::io_context& context, UniqueFd socket) {
   return acceptor;
 }
 
-/// The connection or this moment is at fault, not the listening socket (accept(2)).
+/// Returns whether the connection or the moment is at fault, not the socket (accept(2)).
 bool isPassing(const std::error_code& error) {
   return error == std::errc::resource_unavailable_try_again ||
          error == std::errc::connection_aborted || error == std::errc::interrupted ||
@@ -89,8 +89,8 @@ void Listener::readable(std::error_code error) {
   }
 }
 
-// Asio's own accept leaves the descriptor open to a program that is started at the same moment, on
-// another thread, which would then keep the connection.
+// Asio's own accept does not set close-on-exec, so a program that another thread starts at the same
+// moment would keep the connection.
 std::error_code Listener::accept() {
   UniqueFd fd(::accept4(acceptor_.native_handle(), nullptr, nullptr, SOCK_CLOEXEC));
   if (!fd) return {errno, std::system_category()};

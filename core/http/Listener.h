@@ -13,25 +13,25 @@
 
 namespace tarvinel {
 
-/// Takes the connections of a listening TCP socket. Lives on the server's queue; both handlers are
-/// called on it.
+/// Accepts the connections of a listening TCP socket. Lives on the server's queue; both handlers
+/// are called on it.
 class Listener : public std::enable_shared_from_this<Listener> {
  public:
   using ConnectionHandler = std::function<void(asio::ip::tcp::socket)>;
   using FailureHandler = std::function<void(std::error_code)>;
 
-  /// Listens on all addresses of this computer. Port 0 takes any free one. Throws
-  /// std::system_error when that is refused.
+  /// Listens on all addresses of this computer. Port 0 takes any free port. Throws
+  /// std::system_error if that fails.
   Listener(SerialQueue& queue, std::uint16_t port);
 
-  /// Takes over a socket that listens already.
+  /// Takes over a socket that is already listening.
   Listener(SerialQueue& queue, UniqueFd listeningSocket);
 
-  /// The port that is bound.
+  /// Returns the bound port.
   std::uint16_t port() const { return port_; }
 
-  /// Hands over every connection from now on. `onFailure` is called once if listening ends by
-  /// itself. Dropping the listener ends it without a report.
+  /// Passes on every connection from now on. `onFailure` is called once if listening ends by
+  /// itself. Destroying the listener ends it without a notification.
   void start(ConnectionHandler onConnection, FailureHandler onFailure);
 
  private:

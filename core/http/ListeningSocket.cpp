@@ -16,7 +16,7 @@ bool hasSet(int fd, int level, int option, int value) {
 
 template <class Address>
 ListeningSocket listenOn(int family, const Address& address) {
-  // a child process that outlived this one would keep the port
+  // close-on-exec, because a child process that outlived this one would keep the port
   UniqueFd fd(::socket(family, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP));
   const bool listens =
       fd && hasSet(fd.get(), SOL_SOCKET, SO_REUSEADDR, 1) &&

@@ -16,17 +16,17 @@ class MJPEGFramer {
 
   static constexpr std::string_view boundary = "tarvinelframe";
 
-  /// How every part begins, whatever its length.
+  /// The beginning of every part, whatever its length.
   static constexpr std::string_view partOpening = "--tarvinelframe";
 
-  /// What follows the JPEG.
+  /// The bytes that follow the JPEG.
   static constexpr std::string_view partEnd = "\r\n";
 
-  /// What precedes a JPEG of so many bytes, opening included. Head, JPEG and end in one gathered
-  /// write are a part, without a copy of the JPEG.
+  /// Returns the bytes that precede a JPEG of this length, opening included. Head, JPEG and end in
+  /// one gathered write form a part, without a copy of the JPEG.
   static std::string partHead(std::size_t jpegLength);
 
-  /// One whole part in one buffer.
+  /// Returns one whole part in one buffer.
   static Bytes part(const Bytes& jpeg);
 };
 

@@ -23,7 +23,7 @@ std::string decodedOrAsSent(std::string_view piece) {
   return percentDecoded(piece).value_or(std::string(piece));
 }
 
-/// The route of "/upload/<participant>/<file>"; nothing for any other path.
+/// Returns the route of "/upload/<participant>/<file>", or nullopt for any other path.
 std::optional<Route> uploadFileRoute(std::string_view path) {
   constexpr std::string_view prefix = "/upload/";
   if (!path.starts_with(prefix)) return std::nullopt;
@@ -73,7 +73,7 @@ bool isPort(std::string_view text) {
   return std::ranges::all_of(text, [](char c) { return c >= '0' && c <= '9'; });
 }
 
-/// The host without its port; nothing when what follows it is no port.
+/// Returns the host without its port, or nullopt if what follows the host is not a port.
 std::optional<std::string_view> withoutPort(std::string_view value) {
   const bool isBracketed = value.starts_with('[');
   const auto end = isBracketed ? value.find(']') : value.find(':');
@@ -87,12 +87,12 @@ std::optional<std::string_view> withoutPort(std::string_view value) {
 }
 
 bool isAddress(int family, std::string_view text) {
-  in6_addr address{};  // an IPv4 address fits as well
+  in6_addr address{};  // has room for an IPv4 address, too
   return text.find('\0') == std::string_view::npos &&
          inet_pton(family, std::string(text).c_str(), &address) == 1;
 }
 
-/// In brackets, with or without a zone (RFC 6874).
+/// Returns whether it is an IPv6 address in brackets, with or without a zone (RFC 6874).
 bool isIPv6(std::string_view host) {
   if (!host.starts_with('[') || !host.ends_with(']')) return false;
   host = host.substr(1, host.size() - 2);
@@ -117,7 +117,7 @@ bool AllowedHosts::admits(std::string_view host) const {
   return name && (isAddress(AF_INET, *name) || isIPv6(*name) || admitsName(asciiLowercased(*name)));
 }
 
-// With a dot at its end a single label is the name of a top-level domain, which has an owner.
+// With a trailing dot, a single label is the name of a top-level domain, which has an owner.
 bool AllowedHosts::admitsName(std::string_view name) const {
   const bool endsWithDot = name.ends_with('.');
   if (endsWithDot) name.remove_suffix(1);

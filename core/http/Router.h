@@ -10,18 +10,18 @@
 
 namespace tarvinel {
 
-/// Decides by the "Host" header of a request whether it is answered. A foreign web page can have
-/// its own name point to this computer after it was loaded (DNS rebinding); its scripts may then
-/// read what the server answers to that name, as if it were the page's own server. Names that no
-/// foreign page can have are harmless: addresses by number, names without a domain, the domains
-/// that are never delegated, and this computer's own. Immutable; safe from any thread.
+/// Decides by the "Host" header of a request whether it is served. A foreign web page can make its
+/// own name point to this computer after it was loaded (DNS rebinding); its scripts can then read
+/// what the server returns under that name, as if it were the page's own server. Names that no
+/// foreign page can have are harmless: numeric addresses, names without a domain, the domains that
+/// are never delegated, and this computer's own. Immutable; safe from any thread.
 class AllowedHosts {
  public:
-  /// `names` are allowed besides, in any case: those of this computer and those of the settings.
+  /// Also allows `names`, in any case: those of this computer and those of the settings.
   explicit AllowedHosts(const std::vector<std::string>& names);
 
   /// Takes the value of the header, a name or an address with or without a port (RFC 9110 section
-  /// 7.2); without a value every request is answered, since every browser sends one.
+  /// 7.2). An empty value is admitted, since every browser sends the header.
   bool admits(std::string_view host) const;
 
  private:
@@ -30,7 +30,7 @@ class AllowedHosts {
   std::set<std::string> names_;  ///< lower-cased
 };
 
-/// What the server can answer. Plain value; only `uploadFile` carries texts.
+/// The resources of the server. A plain value; only `uploadFile` carries texts.
 struct Route {
   enum class Kind : std::uint8_t {
     uploadFile,
@@ -53,8 +53,8 @@ struct Route {
   bool operator==(const Route&) const = default;
 };
 
-/// Maps a request head to what answers it, by method and path alone. HEAD is answered like GET,
-/// body included. Static and pure.
+/// Maps a request head to its route, by method and path alone. HEAD is handled like GET, body
+/// included. Static and pure.
 class Router {
  public:
   Router() = delete;

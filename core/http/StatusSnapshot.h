@@ -7,21 +7,21 @@
 
 namespace tarvinel {
 
-/// The "/status" document. Plain value; the JSON keys are the field names.
+/// The "/status" document. A plain value; the JSON keys are the field names.
 struct StatusSnapshot {
   bool sharing = false;
   std::int64_t viewers = 0;
-  std::optional<std::string> source;  ///< display name; the key is left out when there is none
+  std::optional<std::string> source;  ///< display name; the key is omitted if there is none
   std::int64_t fps = 0;
   std::string version;
   std::string build;
 
   bool operator==(const StatusSnapshot&) const = default;
 
-  /// The compact JSON form. Bytes of a source name that are not UTF-8 become U+FFFD.
+  /// Returns the compact JSON form. Bytes of a source name that are not UTF-8 become U+FFFD.
   std::string json() const;
 
-  /// Reads the JSON form back; throws std::exception on anything else.
+  /// Parses the JSON form; throws std::exception on anything else.
   static StatusSnapshot fromJSON(std::string_view text);
 };
 

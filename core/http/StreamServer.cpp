@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::chrono::seconds vanishedInterval{2};
 
-/// Why there is no listener.
+/// Returns the error of a listener that could not be made.
 std::error_code codeOf(const Result<std::shared_ptr<Listener>>& listener) {
   try {
     listener.value();
@@ -56,7 +56,7 @@ StreamServer::~StreamServer() {
   stop();
   startQueue_.stop();
   queue_.stop();
-  blockingPool_.finish();  // removes what uploads that were cut off have written
+  blockingPool_.finish();  // removes the partial files of interrupted uploads
 }
 
 void StreamServer::start(Completion<std::uint16_t> completion) {
@@ -138,7 +138,7 @@ void StreamServer::stop() {
 }
 
 void StreamServer::closeVanished() {
-  const auto connections = connections_;  // one that closes leaves the table
+  const auto connections = connections_;  // a copy: a connection that closes leaves the table
   for (const auto& [key, connection] : connections)
     connection->closeIfVanished();
 }

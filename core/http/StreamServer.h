@@ -32,13 +32,13 @@
 
 namespace tarvinel {
 
-/// Why a server did not start.
+/// The error of a server that did not start.
 class StreamServerError : public std::runtime_error {
  public:
   enum class Case : std::uint8_t {
-    bindFailed,      ///< the port could not be listened on; `code` says why
-    alreadyRunning,  ///< there is a listener already
-    cancelled,       ///< it was stopped before it listened
+    bindFailed,      ///< listening on the port failed; `code` is the reason
+    alreadyRunning,  ///< there already is a listener
+    cancelled,       ///< the server was stopped before it listened
   };
 
   static StreamServerError bindFailed(std::error_code code) {
@@ -62,54 +62,54 @@ class StreamServerError : public std::runtime_error {
   std::error_code code_;
 };
 
-/// The built-in web server: listens, admits connections up to a cap and keeps them until they
+/// The built-in web server: listens, accepts connections up to a limit and keeps them until they
 /// close.
 ///
 /// Owns the queue ".server", on which the listener and every connection live; its own operations
-/// may be called from any other thread.
+/// can be called from any other thread.
 class StreamServer {
  public:
-  /// Another way to a listening socket when this process lacks the permission for the port. May
-  /// block a few seconds. Throws std::system_error with what to report: the refusal it is given,
-  /// unless it knows better.
+  /// Gets a listening socket by another way if this process lacks the permission for the port. Can
+  /// block for a few seconds. Throws std::system_error with the error to report: the one that it is
+  /// passed, unless it has a more precise one.
   using ListenerFallback = std::function<UniqueFd(std::error_code refusal)>;
 
   struct Options {
-    std::uint16_t port = 80;  ///< 0: any free one
+    std::uint16_t port = 80;  ///< 0: any free port
     std::chrono::duration<double> headTimeout{15};
     std::size_t maxConnections = 256;
-    /// A viewer whose machine has not been heard of for so long has vanished. Longer than the ten
-    /// seconds after which it is asked, shorter than the thirty after which the kernel gives it up.
+    /// A viewer whose machine has been silent for this long has vanished. Longer than the ten
+    /// seconds after which it is probed, shorter than the thirty after which the kernel drops it.
     std::chrono::milliseconds silenceLimit{25000};
     std::function<StatusSnapshot()> status;  ///< fills "/status"; called on the queue, never blocks
     std::optional<BrandConfig> brand = {};   ///< marks the pages
     std::string hostname = {};               ///< named by the help page
-    /// Under which it may be asked for besides those that `AllowedHosts` admits anyway.
+    /// The server's names in addition to those that `AllowedHosts` always admits.
     std::vector<std::string> allowedHosts = {};
-    ListenerFallback listenerFallback = {};  ///< called on a queue of its own; may be absent
+    ListenerFallback listenerFallback = {};  ///< called on a queue of its own; optional
   };
 
-  /// Opens nothing yet. The broadcaster outlives the server.
+  /// Does not listen yet. The broadcaster outlives the server.
   StreamServer(FrameBroadcaster& broadcaster, Logger logger, Options options);
   ~StreamServer();
   StreamServer(const StreamServer&) = delete;
   StreamServer& operator=(const StreamServer&) = delete;
 
-  /// Reads the brand's files, then opens the listener. Completes on the queue with the port that is
-  /// listened on, or with a StreamServerError.
+  /// Reads the brand's files, then starts listening. Completes on the queue with the bound port or
+  /// with a StreamServerError.
   void start(Completion<std::uint16_t> completion);
 
-  /// Closes the listener and every connection; afterwards the server may be started again.
+  /// Closes the listener and every connection; afterwards the server can be started again.
   void stop();
 
-  /// Takes files of participants from now on, or with null no more. Connections that were accepted
-  /// before keep what they were given.
+  /// Accepts files of participants from now on, or no more if null. Connections that were accepted
+  /// before keep their controller.
   void setUploads(std::shared_ptr<UploadController> uploads);
 
-  /// Live connections.
+  /// Returns the number of live connections.
   std::size_t debugConnectionCount();
 
-  /// 1 when any viewer has a frame waiting behind the one in flight, else 0.
+  /// Returns 1 if any viewer has a frame waiting behind the one in flight, else 0.
   std::size_t debugMaxPendingFrames();
 
  private:
@@ -128,13 +128,13 @@ class StreamServer {
   void closeVanished();
   void closeAll();
 
-  /// One for each upload, one for each that has given way and may still wait for its disk, one for
-  /// admission and some to spare.
+  /// One for each upload, one for each that was replaced and may still wait for its disk, one for
+  /// admission and some spare.
   static constexpr std::size_t blockingThreads = 16;
 
-  BlockingPool blockingPool_{blockingThreads};  // outlives what waits on queue_ for its files
+  BlockingPool blockingPool_{blockingThreads};  // outlives those that wait on queue_ for its files
   SerialQueue queue_{".server"};
-  /// Reads the brand's files and waits for the fallback: neither holds anybody up.
+  /// Reads the brand's files and waits for the fallback, so that neither blocks the server.
   SerialQueue startQueue_{".start"};
   PooledQueue admissionQueue_{blockingPool_, ".upload-admission"};
   const Logger logger_;
@@ -150,7 +150,7 @@ class StreamServer {
   ThrottledLine longHeads_;
   Bytes readBuffer_;
   ConnectionEnvironment environment_;
-  std::shared_ptr<UploadController> uploads_;  ///< null: there are none
+  std::shared_ptr<UploadController> uploads_;  ///< null if there are no uploads
   std::shared_ptr<Listener> listener_;
   std::unordered_map<ClientConnection*, std::shared_ptr<ClientConnection>> connections_;
   QueueTimer vanishedTimer_;

@@ -10,9 +10,9 @@
 
 namespace tarvinel {
 
-/// A log line that clients can cause as often as they like, and so fill the disk with. The first is
-/// logged at once; of those that follow within a second only the last, with their number. Lives on
-/// the server's queue, which must have been stopped before this is destroyed.
+/// A log line that clients can cause at will, and so fill the disk with. The first is logged at
+/// once; of those that follow within a second only the last is, with their number. Lives on the
+/// server's queue, which must have been stopped before this is destroyed.
 class ThrottledLine {
  public:
   static constexpr std::chrono::seconds interval{1};
@@ -21,7 +21,7 @@ class ThrottledLine {
 
   void log(std::string line);
 
-  /// Logs what is still to be logged, and waits for nothing more.
+  /// Logs the pending line, if any, and stops the timer.
   void finish();
 
  private:
@@ -31,8 +31,8 @@ class ThrottledLine {
   const Logger logger_;
   const spdlog::level::level_enum level_;
   QueueTimer timer_;         ///< runs after a line was logged
-  std::string last_;         ///< of those that were not
-  std::size_t waiting_ = 0;  ///< how many were not
+  std::string last_;         ///< of the lines not yet logged
+  std::size_t waiting_ = 0;  ///< number of lines not yet logged
 };
 
 }  // namespace tarvinel

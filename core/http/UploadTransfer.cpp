@@ -18,7 +18,7 @@ namespace tarvinel {
 
 namespace {
 
-/// An admitted upload that nobody takes must not be left to a destructor on the server's queue.
+/// An admitted upload whose transfer has ended must not be destroyed on the server's queue.
 void discard(const AdmissionOutcome& outcome) {
   if (const auto* upload = std::get_if<std::shared_ptr<ActiveUpload>>(&outcome)) {
     (*upload)->abandon([] {});
@@ -75,7 +75,7 @@ void UploadTransfer::requestAdmission(const UploadRequest& request) {
   });
 }
 
-/// Ends the upload that way; can be called on any queue.
+/// Returns a function that fails the upload with this error; it can be called on any queue.
 std::function<void()> UploadTransfer::failing(const UploadRefusal& refusal) {
   return [weak = weak_from_this(), &server = queues_.server, refusal] {
     server.post([weak, refusal] {
@@ -121,7 +121,7 @@ void UploadTransfer::written(const Result<void>& outcome) {
   } else if (received_ == upload_->declaredBytes()) {
     complete();
   } else {
-    readable({});  // mostly more has come while the disk wrote
+    readable({});  // usually more has arrived during the write
   }
 }
 
@@ -165,7 +165,7 @@ void UploadTransfer::completed(const ActiveUpload::Outcome& outcome) {
 
 void UploadTransfer::fail(const UploadRefusal& refusal) {
   const auto upload = std::exchange(upload_, nullptr);
-  if (!upload) return;  // it has ended by another way
+  if (!upload) return;  // it has already ended
   logAbort(refusal);
   upload->abandon([respondOnServer = onServer<UploadRefusal>(&UploadTransfer::response), refusal] {
     respondOnServer(refusal);
@@ -217,8 +217,8 @@ UploadRefusal couldNotOpen(const std::string& file, const std::exception_ptr& er
   return {UploadRefusal::internalError, "could not write the file"};
 }
 
-/// Opens the file of the first name that is free. A name that the store has reserved can be taken
-/// all the same, by another program that uses the folder: then the next one is tried.
+/// Opens the file of the first free name. Another program that uses the folder can have taken a
+/// name that the store has reserved; then the next name is tried.
 AdmissionOutcome openUpload(
     UploadSlot slot, const std::shared_ptr<UploadStore>& store, const UploadRequest& request,
     const Logger& logger,

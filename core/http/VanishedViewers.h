@@ -11,29 +11,29 @@
 
 namespace tarvinel {
 
-/// Keeps the connections of viewers that vanished without a word, to end them when they return.
+/// Keeps the connections of viewers that vanished silently, to end them when they return.
 ///
-/// Were such a connection dropped, nobody could tell its viewer: a page only reads, so while the
-/// screen is still it would wait on a dead connection for ever once its network is back. Here the
-/// kernel goes on asking for the viewer, which costs a packet without data every few seconds, and
-/// as soon as it answers, the connection is closed: the page sees that and opens another.
+/// If such a connection were dropped, its viewer could not be notified: a page only reads, so while
+/// the screen is still it would wait on a dead connection for ever once its network is back. Here
+/// the kernel keeps probing the viewer, which costs a packet without data every few seconds, and as
+/// soon as it replies, the connection is closed: the page notices that and opens another.
 ///
 /// Lives on the queue.
 class VanishedViewers {
  public:
-  /// A connection is kept for so long; of more than `maxSockets` the oldest go first.
+  /// A connection is kept for at most this long; beyond `maxSockets` the oldest is closed first.
   static constexpr std::chrono::hours limit{1};
   static constexpr std::size_t maxSockets = 256;
 
-  /// A viewer that is silent for longer is missing.
+  /// A viewer that has been silent for this long is missing.
   VanishedViewers(SerialQueue& queue, std::chrono::milliseconds silenceLimit);
 
   bool isMissing(asio::ip::tcp::socket& viewer) const;
 
-  /// Takes over the socket of a missing viewer; no operation may be going on upon it.
+  /// Takes over the socket of a missing viewer; no operation may be pending on it.
   void adopt(asio::ip::tcp::socket socket);
 
-  /// Closes all of them.
+  /// Closes all sockets.
   void clear();
 
   std::size_t count() const { return vanished_.size(); }

@@ -12,12 +12,12 @@ namespace tarvinel {
 
 namespace {
 
-// More than this unsent in the kernel is a backlog of old frames that the newest cannot overtake.
+// More unsent bytes in the kernel are a backlog of old frames that the newest cannot overtake.
 constexpr int maxUnsentBytes = 128 * 1024;
 
-// A silent client is asked after ten seconds whether it is there and given up 30 seconds after its
-// last sign of life; the same holds for bytes that it does not acknowledge and for one that keeps
-// its window shut. Packets that ask carry no data.
+// A silent client is probed after ten seconds and dropped 30 seconds after its last sign of life;
+// the same holds for bytes that it does not acknowledge and for a client that keeps its window
+// shut. The probes carry no data.
 constexpr int keepAliveIdleSeconds = 10;
 constexpr int keepAliveIntervalSeconds = 5;
 constexpr int userTimeoutMilliseconds = 30000;
@@ -26,19 +26,19 @@ void setOption(int socket, int level, int name, int value) {
   setsockopt(socket, level, name, &value, sizeof value);
 }
 
-/// Shows an IPv4 client of the dual-stack socket as what it is.
+/// Converts the mapped address of an IPv4 client of the dual-stack socket back to IPv4.
 asio::ip::address unmapped(const asio::ip::address& address) {
   if (!address.is_v6() || !address.to_v6().is_v4_mapped()) return address;
   return asio::ip::make_address_v4(asio::ip::v4_mapped, address.to_v6());
 }
 
-/// As it stands in an address.
+/// Returns the address as written in a URL.
 std::string hostText(const asio::ip::address& address) {
   const std::string text = address.to_string();
   return address.is_v6() ? "[" + text + "]" : text;
 }
 
-/// Browsers take no zones in addresses.
+/// Browsers reject addresses with zones.
 asio::ip::address withoutZone(const asio::ip::address& address) {
   if (!address.is_v6()) return address;
   return asio::ip::address_v6(address.to_v6().to_bytes());

@@ -8,26 +8,26 @@
 
 namespace tarvinel {
 
-/// Sets what every accepted socket needs: non-blocking, no delay, a bound on unsent bytes in the
-/// kernel, and timeouts that find a client which vanished without a word. A socket that refuses an
+/// Sets the options of every accepted socket: non-blocking, no delay, a limit on unsent bytes in
+/// the kernel, and timeouts that detect a client which vanished silently. A socket that rejects an
 /// option works without it.
 void prepareViewerSocket(asio::ip::tcp::socket& socket);
 
-/// For how long nothing at all has come from the client's machine, which acknowledges what it is
-/// sent and answers when it is asked whether it is there. Zero on a connection that is broken.
+/// Returns how long nothing at all has arrived from the client's machine, which acknowledges data
+/// and replies to keep-alive probes. Returns zero on a broken connection.
 std::chrono::milliseconds silenceOf(asio::ip::tcp::socket& socket);
 
-/// Goes on asking whether a silent client is there for so long, instead of giving it up.
+/// Keeps probing a silent client for `limit` instead of dropping it.
 void askForViewerFor(asio::ip::tcp::socket& socket, std::chrono::milliseconds limit);
 
-/// The remote address alone; "unknown" once it is gone.
+/// Returns the remote address alone, or "unknown" once the connection is gone.
 std::string remoteAddressText(const asio::ip::tcp::socket& socket);
 
-/// The remote endpoint for a log line, such as "192.168.1.20:51234"; "unknown" once it is gone.
+/// Returns the remote endpoint for a log line, such as "192.168.1.20:51234", or "unknown".
 std::string remoteEndpointText(const asio::ip::tcp::socket& socket);
 
-/// The address of the server that the client has connected to, such as "http://192.168.1.20/" or
-/// "http://[fd00::1]:8080/"; nothing once the connection is gone.
+/// Returns the URL of the server at the address that the client has connected to, such as
+/// "http://192.168.1.20/" or "http://[fd00::1]:8080/", or nullopt once the connection is gone.
 std::optional<std::string> localURL(const asio::ip::tcp::socket& socket);
 
 }  // namespace tarvinel

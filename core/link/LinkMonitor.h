@@ -11,24 +11,24 @@
 
 namespace tarvinel {
 
-/// Says whether this computer sends to its viewers by cable. Owns the queue ".link".
+/// Determines whether this computer sends to its viewers by cable. Owns the queue ".link".
 class LinkMonitor {
  public:
-  /// Begins to watch at once. `onChange` is called on the queue with every new answer, the first
-  /// time if the link turns out to be wired.
+  /// Starts watching at once. `onChange` is called on the queue at every change, the first time if
+  /// the link turns out to be wired.
   explicit LinkMonitor(const NetworkPath::Factory& makePath,
                        std::function<void(bool)> onChange = {});
   ~LinkMonitor();
   LinkMonitor(const LinkMonitor&) = delete;
   LinkMonitor& operator=(const LinkMonitor&) = delete;
 
-  /// The last answer, false until there is one. Safe from any thread.
+  /// Returns the last known state, false until there is one. Safe from any thread.
   bool isWired() const;
 
-  /// What the presenter is shown of a link. Pure.
+  /// Returns the name of the link that the presenter is shown. Pure.
   static std::string_view name(bool isWired) { return isWired ? "Ethernet" : "Wi-Fi"; }
 
-  /// The answer for a path: only the preferred interface counts. Pure.
+  /// Returns the state of a path: only the preferred interface counts. Pure.
   static bool isWired(const std::vector<InterfaceType>& preferredInterfaceTypes);
 
  private:

@@ -34,7 +34,7 @@ bool isUsable(const ifaddrs& entry) {
          (entry.ifa_flags & IFF_UP) != 0 && (entry.ifa_flags & IFF_LOOPBACK) == 0;
 }
 
-/// Empty when it cannot be written as a number.
+/// Returns "" if the address cannot be written as a number.
 std::string numericHost(const sockaddr& address) {
   std::array<char, NI_MAXHOST> host{};
   const int failed = getnameinfo(&address, sizeof(sockaddr_in), host.data(), host.size(), nullptr,
@@ -57,7 +57,7 @@ std::vector<LocalAddresses::Interface> usableInterfaces(const ifaddrs* list) {
   return found;
 }
 
-/// The names of those with a partner at the other end.
+/// Returns the names of the interfaces with a peer at the other end.
 std::set<std::string> carryingInterfaces(const ifaddrs* list) {
   std::set<std::string> names;
   for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
@@ -66,9 +66,9 @@ std::set<std::string> carryingInterfaces(const ifaddrs* list) {
   return names;
 }
 
-// Behind a phone's cable are at most those that use the phone as their access point. A cable that
-// is not plugged in reaches nobody, though its address may stay. What connects containers or
-// virtual machines, and the far end of a tunnel, are always out of the room's reach.
+// A phone's cable reaches at most those who use the phone as their access point. An unplugged cable
+// reaches nobody, though its address may stay. What connects containers or virtual machines, and
+// the peer of a tunnel, are always out of the room's reach.
 int distanceFromTheRoom(const std::optional<InterfaceType>& hardware, bool carries) {
   if (!hardware) return carries ? 4 : 5;
   return (*hardware == InterfaceType::cellular ? 1 : 0) + (carries ? 0 : 2);
@@ -135,7 +135,7 @@ std::string LocalAddresses::url(std::string_view host, std::uint16_t port) {
 
 namespace {
 
-/// What follows the address in a line.
+/// Returns the names that follow the address in a line.
 std::vector<std::string> namesIn(const std::string& line) {
   std::istringstream words(line.substr(0, line.find('#')));
   std::string word;

@@ -35,7 +35,7 @@ NetlinkPath::NetlinkPath(SerialQueue& queue, const Options& options, Handler onU
   queue_.post([this] { subscribe(); });
 }
 
-// before the first reading, so that no change falls between them
+// Subscribes before the first reading, so that no change is missed between them.
 void NetlinkPath::subscribe() {
   try {
     events_.assign(openNetworkEvents(receiveBuffer_).release());

@@ -14,8 +14,8 @@
 
 namespace tarvinel {
 
-/// When to act on events that come in bursts: once none has come for a while, but not for ever
-/// later than the first. Plain value; time is passed in.
+/// Decides when to handle events that come in bursts: once none has come for a while, but at most a
+/// limited time after the first. A plain value; time is passed in.
 class Debounce {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
@@ -23,13 +23,13 @@ class Debounce {
   Debounce(std::chrono::milliseconds quiet, std::chrono::milliseconds longest)
       : quiet_(quiet), longest_(longest) {}
 
-  /// An event has come; returns when to act unless another one comes.
+  /// Records an event; returns when to act unless another one comes.
   TimePoint event(TimePoint now) {
     first_ = first_.value_or(now);
     return std::min(now + quiet_, *first_ + longest_);
   }
 
-  /// The next event is the first of another burst.
+  /// Ends the burst: the next event is the first of another one.
   void acted() { first_.reset(); }
 
  private:
@@ -38,11 +38,11 @@ class Debounce {
   std::optional<TimePoint> first_;
 };
 
-/// The network path as rtnetlink and sysfs tell it. Every change leads to reading everything again,
-/// so that it does not matter which events were lost. Interfaces without hardware below, such as a
-/// VPN's, are left out: their traffic goes through another one. Phones and modems come last.
+/// The network path as reported by rtnetlink and sysfs. Every change leads to reading everything
+/// again, so that lost events do not matter. Interfaces without hardware below, such as a VPN's,
+/// are left out: their traffic goes through another one. Phones and modems come last.
 ///
-/// Where netlink is refused or fails it is tried again every few seconds.
+/// If netlink is rejected or fails, it is tried again every few seconds.
 class NetlinkPath : public NetworkPath {
  public:
   struct Options {
@@ -72,8 +72,8 @@ class NetlinkPath : public NetworkPath {
   Debounce debounce_;
 };
 
-/// The types of interfaces given by name, in the same order but for cellular ones, which come last;
-/// those without hardware are left out.
+/// Returns the types of interfaces given by name, in the same order except for cellular ones, which
+/// come last; those without hardware are left out.
 std::vector<InterfaceType> pathTypes(const std::vector<std::string>& names,
                                      const SysfsInterfaces& interfaces);
 

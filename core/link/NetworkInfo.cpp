@@ -11,7 +11,7 @@ namespace {
 using Link = NetworkInfo::Link;
 using DefaultRoute = NetworkInfo::DefaultRoute;
 
-/// Indices, the best first; one may come twice.
+/// Returns indices in order of preference; an index can occur twice.
 std::vector<int> linksByPreference(const NetworkInfo& info) {
   std::vector<DefaultRoute> routes = info.defaultRoutes;
   std::ranges::stable_sort(routes, [](const DefaultRoute& a, const DefaultRoute& b) {

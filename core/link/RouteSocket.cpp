@@ -43,7 +43,7 @@ UniqueFd openRouteSocket(std::uint32_t groups, int flags) {
   return fd;
 }
 
-/// Asks for everything of one kind; `type` is RTM_GETLINK or the like.
+/// Requests everything of one kind; `type` is RTM_GETLINK or the like.
 void requestAll(int fd, std::uint16_t type, std::uint32_t sequence) {
   struct {
     nlmsghdr head{};
@@ -57,7 +57,7 @@ void requestAll(int fd, std::uint16_t type, std::uint32_t sequence) {
   if (::send(fd, &question, sizeof question, 0) < 0) failNetlink(errno, "netlink request");
 }
 
-/// The next datagram of the kernel; others can send to the socket as well.
+/// Returns the next datagram of the kernel; other processes can send to the socket as well.
 std::span<const std::byte> receiveResponse(int fd, std::vector<std::byte>& buffer) {
   while (true) {
     sockaddr_nl sender{};
@@ -108,7 +108,7 @@ NetworkInfo readNetworkInfo() {
     }
     if (!changed) break;
   }
-  return info;  // if it still changes there is an event that leads to another read
+  return info;  // if it is still changing, an event leads to another read
 }
 
 UniqueFd openNetworkEvents(std::optional<int> receiveBuffer) {
@@ -134,7 +134,7 @@ using ByteSpan = std::span<const std::byte>;
 
 constexpr std::size_t alignment = 4;
 
-/// Takes a record off the front of `bytes`; nothing when they are too few.
+/// Removes and returns the record at the front of `bytes`, or nullopt if they are too few.
 template <class Record>
 std::optional<Record> takeRecord(ByteSpan& bytes) {
   if (bytes.size() < sizeof(Record)) return std::nullopt;
@@ -144,13 +144,13 @@ std::optional<Record> takeRecord(ByteSpan& bytes) {
   return record;
 }
 
-/// Without the first `length` bytes and the padding behind them, or without any bytes.
+/// Returns `bytes` without the first `length` and the padding behind them, or an empty span.
 ByteSpan bytesAfter(ByteSpan bytes, std::size_t length) {
   const std::size_t aligned = (length + alignment - 1) / alignment * alignment;
   return bytes.subspan(std::min(aligned, bytes.size()));
 }
 
-/// By type, a repeated one as it came last; up to the first that is cut off.
+/// Returns the attributes by type, the last of repeated ones; stops at the first truncated one.
 std::map<int, ByteSpan> attributesOf(ByteSpan bytes) {
   std::map<int, ByteSpan> found;
   while (true) {
@@ -170,7 +170,7 @@ std::optional<Number> numberIn(const std::map<int, ByteSpan>& attributes, int ty
   return takeRecord<Number>(bytes);
 }
 
-/// Names end up in paths.
+/// Returns whether `name` is safe in a path.
 bool isInterfaceName(std::string_view name) {
   return !name.empty() && name.size() < IFNAMSIZ && name != "." && name != ".." &&
          name.find('/') == std::string_view::npos;
@@ -195,12 +195,12 @@ void addLink(NetworkInfo& info, ByteSpan body) {
 void addAddress(NetworkInfo& info, ByteSpan body) {
   const auto head = takeRecord<ifaddrmsg>(body);
   if (!head || head->ifa_scope == RT_SCOPE_HOST) return;
-  // every interface has an IPv6 address of its link alone, which says nothing
+  // every interface has a link-local IPv6 address, which is no information
   if (head->ifa_family == AF_INET6 && head->ifa_scope == RT_SCOPE_LINK) return;
   info.linksWithAddress.insert(static_cast<int>(head->ifa_index));
 }
 
-/// The links of a route over several at once.
+/// Returns the links of a multipath route.
 std::vector<int> nextHops(ByteSpan bytes) {
   std::vector<int> links;
   while (true) {
@@ -219,7 +219,7 @@ std::vector<int> linksOf(const std::map<int, ByteSpan>& attributes) {
   return nextHops(several->second);
 }
 
-/// Of the main table alone: a VPN that has a table of its own has no hardware below either.
+/// Accepts the main table only: a VPN with a table of its own has no hardware below either.
 bool isLiveDefaultRoute(const rtmsg& route) {
   const bool isKnownFamily = route.rtm_family == AF_INET || route.rtm_family == AF_INET6;
   return isKnownFamily && route.rtm_dst_len == 0 && route.rtm_type == RTN_UNICAST &&

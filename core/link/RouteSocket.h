@@ -11,32 +11,32 @@
 
 namespace tarvinel {
 
-/// One message of an answer of the kernel (rtnetlink(7)).
+/// One message of a response of the kernel (rtnetlink(7)).
 struct NetlinkMessage {
   std::uint16_t type = 0;
   std::uint16_t flags = 0;
   std::uint32_t sequence = 0;
-  std::span<const std::byte> body;  ///< of the datagram it was found in
+  std::span<const std::byte> body;  ///< points into the datagram
 };
 
-/// The messages of a datagram, up to the first that is cut off or says nonsense about its length.
+/// Returns the messages of a datagram, up to the first that is truncated or has an invalid length.
 /// Pure.
 std::vector<NetlinkMessage> netlinkMessages(std::span<const std::byte> datagram);
 
-/// Takes what a message says of a link, an address or a default route into the facts. A message
-/// that is of no interest, cut off or nonsense changes nothing. Pure.
+/// Adds a link, an address or a default route from a message to `info`. A message that is
+/// irrelevant, truncated or invalid changes nothing. Pure.
 void addTo(NetworkInfo& info, const NetlinkMessage& message);
 
-/// What the kernel says of the network of the calling thread's namespace now (rtnetlink(7)).
-/// Answers within a millisecond or two, or gives up after two seconds. Throws std::system_error.
+/// Reads the state of the network of the calling thread's namespace from the kernel (rtnetlink(7)).
+/// Takes a millisecond or two, and times out after two seconds. Throws std::system_error.
 NetworkInfo readNetworkInfo();
 
-/// A socket that becomes readable when links, addresses or routes change, and never blocks. A
+/// Opens a socket that becomes readable when links, addresses or routes change, and never blocks. A
 /// `receiveBuffer` in bytes is for tests. Throws std::system_error.
 UniqueFd openNetworkEvents(std::optional<int> receiveBuffer = {});
 
-/// Reads what has come, whatever it says: an event is only a reason to read everything again, and
-/// so is the loss of some when they came too fast. False when the socket is of no use any more.
+/// Reads and discards all events: an event is only a reason to read everything again, and so is the
+/// loss of some that came too fast. Returns false if the socket is no longer usable.
 bool drainNetworkEvents(int events);
 
 }  // namespace tarvinel

@@ -30,7 +30,7 @@ std::string firstLine(const path& file) {
   return line;
 }
 
-/// The kernel's own name for the kind of device, such as "wlan"; empty for an ordinary one.
+/// Returns the kernel's name for the kind of device, such as "wlan", or "" for an ordinary one.
 std::string deviceType(const path& interface) {
   constexpr std::string_view key = "DEVTYPE=";
   std::ifstream lines(interface / "uevent");
@@ -45,7 +45,7 @@ std::string driver(const path& interface) {
   return std::filesystem::read_symlink(interface / "device/driver", none).filename();
 }
 
-// cdc_ether and cdc_ncm are not in the list: adapters and docking stations use them as well
+// Other drivers (cdc_ether, cdc_ncm) are not listed: adapters and docking stations use them, too.
 bool isPhone(const path& interface) {
   const std::string name = driver(interface);
   return name == "rndis_host" || name == "ipheth";
@@ -61,9 +61,9 @@ std::vector<std::string> entriesOf(const path& folder) {
   return names;
 }
 
-/// The interfaces directly below one.
+/// Returns the interfaces directly below one.
 std::vector<std::string> directlyBelow(const path& interface) {
-  // of a bond that uses one at a time, the one in use
+  // of a bond that uses one interface at a time, only the active one counts
   const std::string active = firstLine(interface / "bonding/active_slave");
   if (!active.empty()) return {active};
   std::vector<std::string> names = entriesOf(interface / "brif");

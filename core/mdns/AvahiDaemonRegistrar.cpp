@@ -37,13 +37,13 @@ std::int32_t codeOfError(const sd_bus_error& error) {
   return DNSServiceCode::unknown;
 }
 
-/// An invalid state, 0, when the message does not begin with a number.
+/// Returns 0, an invalid state, if the message does not begin with a number.
 std::int32_t stateIn(sd_bus_message& message) {
   std::int32_t state = 0;
   return sd_bus_message_read(&message, "i", &state) < 0 ? 0 : state;
 }
 
-/// Empty when the message does not begin with a text of that type.
+/// Returns "" if the message does not begin with a text of that type.
 std::string textIn(sd_bus_message& message, const char* type) {
   const char* text = nullptr;
   return sd_bus_message_read(&message, type, &text) <= 0 ? "" : text;
@@ -81,7 +81,7 @@ void AvahiDaemonRegistrar::watchServer() {
   bus_->call(bus_->methodCall(daemonService, "/", serverInterface, "GetState"), orEnd(changed));
 }
 
-// A daemon that still makes sure of the computer's own name is waited for. One that runs again may
+// Waits for a daemon that is still probing the computer's own name. A daemon that runs again may
 // have given the computer another name.
 void AvahiDaemonRegistrar::serverStateChanged(std::int32_t state) {
   if (state == serverFailure) {

@@ -13,14 +13,14 @@
 
 namespace tarvinel {
 
-/// Tells whether a daemon runs that publishes names, now and whenever that changes, until it is
-/// destroyed. Lives on a queue.
+/// Reports whether a daemon that publishes names is running, now and at every change, until the
+/// watch is destroyed. Lives on a queue.
 class DaemonWatch {
  public:
   enum class Finding : std::uint8_t {
-    running,  ///< it runs, or has been replaced by another that runs
+    running,  ///< it runs, or was replaced by another that runs
     absent,   ///< there is none
-    unknown,  ///< who should know does not reply; nothing more is found
+    unknown,  ///< the bus does not reply; no more findings follow
   };
   using Callback = std::function<void(Finding)>;
   using Factory =
@@ -32,11 +32,11 @@ class DaemonWatch {
   DaemonWatch& operator=(const DaemonWatch&) = delete;
 };
 
-/// Watches for the Avahi daemon on the system bus. Without a bus there is no daemon, and a bus is
-/// looked for again from time to time.
+/// Watches for the Avahi daemon on the system bus. Without a bus there is no daemon, and the
+/// connection to a bus is retried from time to time.
 class AvahiDaemonWatch : public DaemonWatch {
  public:
-  /// How long a bus may take to answer, and how long it takes until a bus is looked for again.
+  /// The timeout for a reply of the bus, and the interval between attempts to connect to a bus.
   static constexpr std::chrono::seconds defaultTimeout{10};
 
   /// `onFinding` is called on the queue, never during this call, and may destroy the watch.
@@ -61,11 +61,10 @@ class AvahiDaemonWatch : public DaemonWatch {
 /// daemon withdraws the record. A name that the daemon publishes for the computer itself counts as
 /// registered for as long as it does.
 ///
-/// After an error reply it has ended: nothing more comes of it. The end of the daemon goes
-/// unnoticed here.
+/// It ends with an error reply: no more replies follow. The end of the daemon is not detected here.
 class AvahiDaemonRegistrar : public NameRegistrar {
  public:
-  /// How long a daemon may take to register a name, its own start included.
+  /// The timeout for registering a name, the daemon's own start included.
   static constexpr std::chrono::seconds defaultTimeout{10};
 
   explicit AvahiDaemonRegistrar(SerialQueue& queue,
@@ -85,7 +84,7 @@ class AvahiDaemonRegistrar : public NameRegistrar {
   void commit();
   void groupStateChanged(std::int32_t state);
 
-  /// Hands the answer to `onResponse`, or ends with the code of the error.
+  /// Passes the response to `onResponse`, or ends with the code of the error.
   MessageBus::Handler orEnd(MessageBus::Handler onResponse);
   void report(std::int32_t code);
 
@@ -95,8 +94,8 @@ class AvahiDaemonRegistrar : public NameRegistrar {
   std::string name_;  ///< with the trailing dot
   Address address_{};
   Reply reply_;
-  std::unique_ptr<MessageBus> bus_;  ///< none once it has ended
-  std::string group_;                ///< object path; empty before there is one
+  std::unique_ptr<MessageBus> bus_;  ///< null once it has ended
+  std::string group_;                ///< object path; empty until there is one
   bool groupAsked_ = false;
   bool recordSent_ = false;
 };

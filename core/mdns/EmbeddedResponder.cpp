@@ -24,7 +24,7 @@ namespace tarvinel {
 
 namespace {
 
-/// Only our record, only IPv4, only multicast.
+/// Configures a responder for only our record, only IPv4 and only multicast.
 class ResponderConfig {
  public:
   ResponderConfig() {
@@ -62,7 +62,7 @@ Record recordOf(const std::string& name, NameRegistrar::Address address) {
   return record;
 }
 
-/// The responder's thread must not run while the owner uses what belongs to it.
+/// Keeps the responder's thread from running while the owner uses the responder's objects.
 class PollLock {
  public:
   explicit PollLock(AvahiThreadedPoll* poll) : poll_(poll) { avahi_threaded_poll_lock(poll_); }
@@ -86,7 +86,7 @@ void EmbeddedResponder::Release::operator()(AvahiServer* server) const {
 
 EmbeddedResponder::EmbeddedResponder(SerialQueue& queue, Logger logger)
     : queue_(queue), logger_(std::move(logger)) {
-  // it would write on standard error
+  // by default the library would write to standard error
   avahi_set_log_function([](AvahiLogLevel, const char*) {});
 }
 
@@ -157,7 +157,7 @@ std::int32_t EmbeddedResponder::update(Address address) {
   return addRecord(address, true) ? DNSServiceCode::noError : DNSServiceCode::unknown;
 }
 
-// On the responder's thread, or before it has begun.
+// Runs on the responder's thread, or before it has started.
 void EmbeddedResponder::reportGroupState(int state) {
   const auto code = AddressRecord::codeOfGroupState(state);
   if (!code) return;
@@ -168,8 +168,8 @@ void EmbeddedResponder::reportGroupState(int state) {
 
 namespace {
 
-/// The kernel lets a socket join a group on so many interfaces (net.ipv4.igmp_max_memberships). The
-/// responder would join on the newest and leave out those the computer began with, of all things.
+/// The kernel lets a socket join a group on this many interfaces (net.ipv4.igmp_max_memberships).
+/// The responder would join on the newest and leave out the computer's original ones.
 constexpr std::size_t maxMemberships = 20;
 
 bool supportsMulticast(const ifaddrs& entry) {

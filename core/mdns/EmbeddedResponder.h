@@ -13,7 +13,7 @@ struct AvahiThreadedPoll;
 
 namespace tarvinel {
 
-/// The interfaces that a multicast DNS responder listens on. Keeps no state; safe from any thread.
+/// Selects the interfaces of a multicast DNS responder. Stateless; safe from any thread.
 class MulticastInterfaces {
  public:
   MulticastInterfaces() = delete;
@@ -23,19 +23,19 @@ class MulticastInterfaces {
     NameRegistrar::Address address;
   };
 
-  /// Every IPv4 address of interfaces that are up and take multicast.
+  /// Returns every IPv4 address of interfaces that are up and support multicast.
   static std::vector<Interface> all();
 
-  /// The one interface that a responder for this address should keep to, if they are more than it
-  /// could listen on; nothing when it can have them all.
+  /// Returns the one interface that a responder for this address should be limited to if there are
+  /// more than it can listen on, or nullopt if it can use all.
   static std::optional<std::string> onlyOne(const std::vector<Interface>& interfaces,
                                             NameRegistrar::Address address);
 };
 
-/// A multicast DNS responder inside this program that knows one record only: for computers where no
-/// daemon runs. It needs no rights and no configuration, and follows interfaces that come and go.
+/// A multicast DNS responder inside this program with a single record, for computers where no
+/// daemon runs. It needs no privileges and no configuration, and follows interface changes.
 ///
-/// The responder has a thread of its own, which ends with it; replies hop to the queue.
+/// The responder has a thread of its own, which ends with it; replies are posted to the queue.
 class EmbeddedResponder : public NameRegistrar {
  public:
   EmbeddedResponder(SerialQueue& queue, Logger logger);
@@ -62,11 +62,11 @@ class EmbeddedResponder : public NameRegistrar {
   SerialQueue& queue_;
   const Logger logger_;
   std::string name_;
-  std::shared_ptr<Reply> reply_;  ///< replies under way find it gone
+  std::shared_ptr<Reply> reply_;  ///< pending replies hold it weakly
   std::unique_ptr<AvahiThreadedPoll, Release> poll_;
   std::unique_ptr<AvahiServer, Release> server_;
-  AvahiSEntryGroup* group_ = nullptr;         ///< the server's
-  std::optional<std::string> onlyInterface_;  ///< if it keeps to one
+  AvahiSEntryGroup* group_ = nullptr;         ///< owned by the server
+  std::optional<std::string> onlyInterface_;  ///< set if it is limited to one
 };
 
 }  // namespace tarvinel

@@ -15,11 +15,11 @@
 
 namespace tarvinel {
 
-/// Why a name was not published, or its record not updated.
+/// The error of a name that was not published, or of a record that was not updated.
 class NamePublisherError : public std::runtime_error {
  public:
   enum class Case : std::uint8_t {
-    daemon,          ///< the responder refused; `code` says why
+    daemon,          ///< the responder reported an error; see `code`
     invalidName,     ///< not a host label
     invalidAddress,  ///< not a dotted IPv4 address
     notPublished,    ///< there is no record to update
@@ -38,7 +38,7 @@ class NamePublisherError : public std::runtime_error {
 
   Case kind() const { return kind_; }
 
-  /// A `DNSServiceCode`; 0 for the cases without one.
+  /// Returns a `DNSServiceCode`; 0 for the cases without one.
   std::int32_t code() const { return code_; }
 
  private:
@@ -52,11 +52,11 @@ class NamePublisherError : public std::runtime_error {
 /// Makes this computer reachable in the room under its host label followed by ".local": publishes
 /// one IPv4 address record, keeps it up to date and withdraws it.
 ///
-/// The operations may be called on any thread but the publisher's own queue, ".mdns", which they
+/// The operations can be called on any thread except the publisher's own queue, ".mdns", which they
 /// enter and wait for; nothing on that queue waits for another process or for the network.
 class NamePublisher {
  public:
-  // what became of a registration
+  // states of a registration
 
   struct Failed {
     std::int32_t code;  ///< a `DNSServiceCode`
@@ -65,17 +65,17 @@ class NamePublisher {
   struct Registered {
     bool operator==(const Registered&) const = default;
   };
-  /// Someone else on this network has the name.
+  /// Another computer on this network has the name.
   struct Conflict {
     bool operator==(const Conflict&) const = default;
   };
-  /// The privacy settings of the system do not allow it.
+  /// The privacy settings of the system do not permit it.
   struct Denied {
     bool operator==(const Denied&) const = default;
   };
   using State = std::variant<Failed, Registered, Conflict, Denied>;
 
-  // what is to be done about the name at a tick
+  // what to do about the name at a tick
 
   struct Update {
     std::string address;
@@ -90,17 +90,17 @@ class NamePublisher {
   };
   using TickAction = std::variant<Update, Publish, None>;
 
-  /// What decides about it.
+  /// The input of `tickAction`.
   struct TickState {
     bool hostnameEnabled = false;
     std::optional<std::string> lastHost;  ///< the address last published or attempted
-    std::optional<std::string> current;   ///< the address now preferred
+    std::optional<std::string> current;   ///< the address preferred now
     bool registered = false;              ///< the name is published
     bool failed = false;                  ///< the last attempt failed
-    bool retryDue = false;                ///< the wait before another attempt is over
+    bool retryDue = false;                ///< the retry interval is over
   };
 
-  /// Publishes nothing yet.
+  /// Does not publish yet.
   NamePublisher(NameRegistrar::Factory makeRegistrar, Logger logger);
 
   /// Withdraws the name.
@@ -108,39 +108,39 @@ class NamePublisher {
   NamePublisher(const NamePublisher&) = delete;
   NamePublisher& operator=(const NamePublisher&) = delete;
 
-  /// Begins to publish a host label with a dotted IPv4 address, after withdrawing what was
-  /// published before. The outcome comes as a state. Throws NamePublisherError: with an invalid
-  /// name or address nothing is changed.
+  /// Starts publishing a host label with a dotted IPv4 address, after withdrawing what was
+  /// published before. The outcome is reported as a state. Throws NamePublisherError: an invalid
+  /// name or address changes nothing.
   void publish(std::string_view name, const std::string& address);
 
-  /// Gives the published record another address. Throws NamePublisherError.
+  /// Changes the address of the published record. Throws NamePublisherError.
   void update(const std::string& address);
 
-  /// Withdraws what is published.
+  /// Withdraws the published name, if any.
   void stop();
 
-  /// Called on the publisher's queue with every state of the registration.
+  /// Sets a callback for every state of the registration, which is called on the publisher's queue.
   void setOnState(std::function<void(State)> onState);
 
-  /// The published label, lower-cased.
+  /// Returns the published label, lower-cased.
   std::optional<std::string> publishedName();
 
-  /// 1 to 63 ASCII letters, digits and hyphens, with no hyphen at either end.
+  /// Returns whether it is 1 to 63 ASCII letters, digits and inner hyphens.
   static bool isValidLabel(std::string_view label);
 
-  /// The bytes of a dotted decimal IPv4 address.
+  /// Returns the bytes of a dotted decimal IPv4 address.
   static std::optional<NameRegistrar::Address> rdata(std::string_view address);
 
-  /// The label lower-cased, followed by ".local.".
+  /// Returns the label lower-cased, followed by ".local.".
   static std::string fullName(std::string_view label);
 
-  /// The state that a `DNSServiceCode` stands for.
+  /// Returns the state for a `DNSServiceCode`.
   static State state(std::int32_t code);
 
   static TickAction tickAction(const TickState& state);
 
  private:
-  /// What replies reach, without touching the publisher. Used on the queue only.
+  /// What replies use instead of the publisher itself. Used on the queue only.
   struct Callbacks {
     std::function<void(State)> onState;
   };

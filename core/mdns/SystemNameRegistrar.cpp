@@ -13,14 +13,15 @@ SystemNameRegistrar::SystemNameRegistrar(SerialQueue& queue, Logger logger, Regi
 
 NameRegistrar::Factory SystemNameRegistrar::factory() {
   const Registrars registrars{[](SerialQueue& queue, DaemonWatch::Callback onFinding) {
-                      return std::make_unique<AvahiDaemonWatch>(queue, std::move(onFinding));
-                    },
-                    [](SerialQueue& queue, const Logger&) {
-                      return std::make_unique<AvahiDaemonRegistrar>(queue);
-                    },
-                    [](SerialQueue& queue, const Logger& logger) {
-                      return std::make_unique<EmbeddedResponder>(queue, logger);
-                    }};
+                                return std::make_unique<AvahiDaemonWatch>(queue,
+                                                                          std::move(onFinding));
+                              },
+                              [](SerialQueue& queue, const Logger&) {
+                                return std::make_unique<AvahiDaemonRegistrar>(queue);
+                              },
+                              [](SerialQueue& queue, const Logger& logger) {
+                                return std::make_unique<EmbeddedResponder>(queue, logger);
+                              }};
   return [registrars](SerialQueue& queue, const Logger& logger) {
     return std::make_unique<SystemNameRegistrar>(queue, logger, registrars);
   };
@@ -60,7 +61,7 @@ void SystemNameRegistrar::daemonIsAbsent() {
   }
 }
 
-// The one before goes first: its record would be in the way of the same name.
+// The previous registrar is destroyed first: its record would conflict with the same name.
 void SystemNameRegistrar::take(const Factory& registrar) {
   registrar_.reset();
   registrar_ = registrar(queue_, logger_);

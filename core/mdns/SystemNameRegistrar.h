@@ -10,9 +10,9 @@
 
 namespace tarvinel {
 
-/// Publishes through the Avahi daemon while one runs, else by a responder of its own, for two
-/// responders on one computer answer in competition. Hands over to a daemon that appears; the end
-/// of the daemon is a failure, after which the record can be registered anew.
+/// Publishes through the Avahi daemon while one runs, else by a responder of its own, because two
+/// responders on one computer compete. Switches to a daemon that appears; the end of the daemon is
+/// a failure, after which the record can be registered again.
 class SystemNameRegistrar : public NameRegistrar {
  public:
   struct Registrars {
@@ -23,7 +23,7 @@ class SystemNameRegistrar : public NameRegistrar {
 
   SystemNameRegistrar(SerialQueue& queue, Logger logger, Registrars registrars);
 
-  /// Makes registrars over the Avahi daemon of this computer and the Avahi library.
+  /// Makes registrars that use the Avahi daemon of this computer and the Avahi library.
   static Factory factory();
 
   std::int32_t registerRecord(const std::string& name, Address address, Reply reply) override;
@@ -43,7 +43,7 @@ class SystemNameRegistrar : public NameRegistrar {
   Reply reply_;
   std::optional<std::int32_t> lastReply_;
   bool isThroughDaemon_ = false;
-  std::unique_ptr<NameRegistrar> registrar_;  ///< none until the watch has found out
+  std::unique_ptr<NameRegistrar> registrar_;  ///< null until the watch has a finding
   std::unique_ptr<DaemonWatch> watch_;
 };
 

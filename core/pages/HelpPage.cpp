@@ -10,7 +10,7 @@ namespace tarvinel {
 
 namespace {
 
-/// The logo, or the name in its place.
+/// Returns the logo, or the name in its place.
 std::string headerMark(const std::optional<BrandConfig>& brand) {
   if (const auto logo = BrandMarkup::logo(brand); !logo.empty()) return std::string(logo);
   return "<div id=\"name\">" + BrandMarkup::displayName(brand) + "</div>";

@@ -12,7 +12,7 @@
 namespace tarvinel {
 
 std::string UploadPage::html(const std::optional<BrandConfig>& brand) {
-  // the file chooser wants each extension with its dot
+  // the file chooser expects each extension with its dot
   const std::string accept = fmt::format(".{}", fmt::join(UploadNaming::allowedExtensions, ",."));
   const std::string style =
       filledTemplate(embedded::upload_css, {{"fontFamily", BrandMarkup::fontFamily(brand)}});

@@ -7,8 +7,8 @@
 
 namespace tarvinel {
 
-/// Renders the page from which participants send their photos. Self-contained but for the brand's
-/// files, "/upload/status" and the uploads themselves. Static and pure.
+/// Renders the page from which participants send their photos. Self-contained except for the
+/// brand's files, "/upload/status" and the uploads themselves. Static and pure.
 class UploadPage {
  public:
   UploadPage() = delete;

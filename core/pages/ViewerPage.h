@@ -9,7 +9,7 @@
 namespace tarvinel {
 
 /// Renders the page that viewers open: the shared screen in one image, and an idle text while there
-/// is no picture. Self-contained but for "/stream" and the brand's files. Static and pure.
+/// is no picture. Self-contained except for "/stream" and the brand's files. Static and pure.
 class ViewerPage {
  public:
   ViewerPage() = delete;

@@ -10,7 +10,7 @@
   const [closed, name, drop, pick, fileInput, queue, total] =
     ["closed", "name", "drop", "pick", "file-input", "queue", "total"].map(byId);
 
-  // Storage is refused in private windows: then the name is asked for again.
+  // Private windows deny storage: then the user has to type the name again.
   try {
     name.value = localStorage.getItem(nameKey) || "";
   } catch (refused) {}
@@ -64,13 +64,13 @@
     while (active < maxActive && waiting.length > 0) upload(waiting.shift());
   }
 
-  // A name can hold half of a surrogate pair, of which no address can be made.
+  // A name can hold half of a surrogate pair, which cannot be encoded in an address.
   function encoded(text) {
     return encodeURIComponent(text.replace(/[\uD800-\uDFFF]/gu, "\uFFFD"));
   }
 
-  // Browsers leave an empty part, "." and ".." out of an address, which then belongs to no upload:
-  // a blank lets the server say what is missing.
+  // Browsers drop an empty part, "." and ".." from an address, which then belongs to no upload: a
+  // blank lets the server report what is missing.
   function participant() {
     const typed = name.value.trim();
     return /^\.{0,2}$/.test(typed) ? " " : typed;
@@ -118,7 +118,7 @@
     item.status.textContent = reason;
   }
 
-  // A member of the answer's JSON; nothing when it cannot be read.
+  // Returns a member of the response's JSON, or undefined if it cannot be read.
   function member(request, key) {
     try {
       return JSON.parse(request.responseText)[key];

@@ -4,7 +4,7 @@
   const idle = document.getElementById("idle");
   const hint = document.getElementById("hint");
 
-  hint.setAttribute("role", "status");  // screen readers say what it comes to read
+  hint.setAttribute("role", "status");  // screen readers announce its changes
 
   screen.addEventListener("load", () => {
     screen.alt = "Shared screen";
@@ -19,9 +19,9 @@
     setTimeout(() => reconnect("/stream?" + Date.now()), 2000);
   }
 
-  // Browsers hold the last part of a multipart image back until the next one begins, and report
-  // nothing when the stream breaks. So the parts are read here and each is shown in the same
-  // image; an <img> alone does what it can where a response cannot be read as it arrives.
+  // Browsers hold back the last part of a multipart image until the next one begins, and report
+  // nothing when the stream breaks. So the parts are read here and each is shown in the same image;
+  // an <img> alone is the fallback where a response cannot be read as it arrives.
   if (!("fetch" in window && "ReadableStream" in window && "body" in Response.prototype)) {
     screen.addEventListener("error", () => disconnected((url) => { screen.src = url; }));
     return;
@@ -29,7 +29,7 @@
 
   const longestHead = 1024;  // bytes
 
-  // Cuts the stream into its parts by their Content-Length.
+  // Splits the stream into its parts by their Content-Length.
   class PartReader {
     constructor(body) {
       this.reader = body.getReader();
@@ -42,11 +42,11 @@
       return value;
     }
 
-    // The head of the next part, up to its blank line.
+    // Returns the head of the next part, up to its blank line.
     async head() {
       const decoder = new TextDecoder("latin1");
       for (;;) {
-        // What came at once can be many parts: no more is looked at than a head can take.
+        // One read can return many parts: no more is examined than a head can take.
         const text = decoder.decode(this.rest.subarray(0, longestHead));
         const end = text.indexOf("\r\n\r\n");
         if (end >= 0) {
@@ -78,13 +78,13 @@
     }
   }
 
-  let request = null;     // of the stream that is watched
-  let shownURL = null;    // of the picture on the page, or on its way there
+  let request = null;     // of the current stream
+  let shownURL = null;    // of the picture that is shown or loading
   let loading = false;
-  let newestJPEG = null;  // came while the picture before it was loading
+  let newestJPEG = null;  // arrived while the previous picture was loading
 
-  // The stream is read as fast as it comes and the newest picture shown as soon as the page has
-  // taken the one before: a slow device skips pictures instead of falling behind.
+  // The stream is read as fast as it arrives and the newest picture shown as soon as the previous
+  // one is loaded: a slow device skips pictures instead of falling behind.
   function offer(jpeg) {
     newestJPEG = jpeg;
     if (!loading) showNewest();
@@ -130,17 +130,17 @@
   });
   screen.addEventListener("error", () => request.abort());
 
-  // A connection made before the network went away may be dead without a sign of it: while the
-  // screen is still nothing is sent that could fail.
+  // A connection made before the network went away can be dead without notice: while the screen is
+  // still nothing is sent that could fail.
   addEventListener("online", () => request.abort());
 
-  screen.classList.add("down");   // an image without a source is drawn as a broken one
-  screen.removeAttribute("src");  // ends the request that the markup has begun
-  // WebKit keeps that request open all the same: without this every page takes two connections.
+  screen.classList.add("down");   // an image without a source is drawn as broken
+  screen.removeAttribute("src");  // ends the request that the markup has started
+  // WebKit keeps that request open anyway: without this every page uses two connections.
   if (navigator.vendor.startsWith("Apple")) {
     window.stop();
     const logo = document.getElementById("logo");
-    // Its request was stopped as well, and the same element would not begin the same one again.
+    // Its request was stopped as well, and the same element would not repeat it.
     if (logo) logo.replaceWith(logo.cloneNode());
   }
   watch("/stream");

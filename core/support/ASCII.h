@@ -6,7 +6,7 @@
 
 namespace tarvinel {
 
-/// Lower case of the ASCII letters; every other byte stays. Independent of the locale.
+/// Lower-cases the ASCII letters; every other byte stays. Independent of the locale.
 inline std::string asciiLowercased(std::string_view text) {
   std::string lowered(text);
   std::ranges::transform(lowered, lowered.begin(), [](char c) {
@@ -15,7 +15,7 @@ inline std::string asciiLowercased(std::string_view text) {
   return lowered;
 }
 
-/// Upper case of the ASCII letters; every other byte stays. Independent of the locale.
+/// Upper-cases the ASCII letters; every other byte stays. Independent of the locale.
 inline std::string asciiUppercased(std::string_view text) {
   std::string raised(text);
   std::ranges::transform(raised, raised.begin(), [](char c) {
@@ -24,14 +24,14 @@ inline std::string asciiUppercased(std::string_view text) {
   return raised;
 }
 
-/// Without the spaces and tabs at both ends.
+/// Returns the text without the spaces and tabs at both ends.
 inline std::string_view trimmed(std::string_view text) {
   const auto first = text.find_first_not_of(" \t");
   if (first == std::string_view::npos) return {};
   return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
-/// With a question mark for every control character, so that a text from elsewhere cannot move a
+/// Replaces every control character by a question mark, so that an external text cannot move a
 /// terminal's cursor or begin a new line of a log.
 inline std::string withoutControls(std::string_view text) {
   std::string shown(text);

@@ -18,7 +18,7 @@ bool hasConfiguration(const std::filesystem::path& folder) {
   return std::filesystem::exists(folder / "Tarvinel/config.json", unreachable);
 }
 
-/// The base directory specification calls a relative path invalid and wants it ignored.
+/// The base directory specification requires that relative paths are ignored as invalid.
 std::optional<std::filesystem::path> absolutePath(const char* variable) {
   const char* value = std::getenv(variable);
   if (value == nullptr || *value != '/') return std::nullopt;
@@ -53,7 +53,7 @@ namespace {
 constexpr std::size_t firstBufferBytes = 4096;
 constexpr std::size_t maxBufferBytes = std::size_t{1} << 20;
 
-/// The home in the user database's entry that `find(entry, buffer, size, result)` looks up.
+/// Returns the home in the user database's entry that `find(entry, buffer, size, result)` looks up.
 template <class Find>
 std::optional<std::string> homeInDatabase(const Find& find) {
   for (std::vector<char> buffer(firstBufferBytes); buffer.size() <= maxBufferBytes;

@@ -7,38 +7,37 @@
 
 namespace tarvinel {
 
-/// The current user's home: $HOME, else what the user database says, else "/".
+/// Returns the current user's home: $HOME, else the user database's entry, else "/".
 std::filesystem::path homeFolder();
 
-/// The path with a leading tilde replaced as a shell does: "~" and "~/x" by the current user's
-/// home, "~name" and "~name/x" by that user's. The home of a user who does not exist stays as it
-/// is.
+/// Returns the path with a leading tilde replaced as a shell does: "~" and "~/x" by the current
+/// user's home, "~name" and "~name/x" by that user's. Leaves the tilde if there is no such user.
 std::string expandingTilde(std::string_view path);
 
-/// What decides where a user's settings lie.
+/// The environment that determines where a user's settings are.
 struct SupportEnvironment {
   std::filesystem::path home;
   std::optional<std::filesystem::path>
       configHome;  ///< $XDG_CONFIG_HOME when it is an absolute path
 
-  /// Of this process.
+  /// Returns the environment of this process.
   static SupportEnvironment current();
 
-  /// Where a desktop's programs keep settings: $XDG_CONFIG_HOME, ~/.config unless that is set.
+  /// Returns the folder for settings of desktop programs: $XDG_CONFIG_HOME, or ~/.config if unset.
   std::filesystem::path configFolder() const { return configHome.value_or(home / ".config"); }
 };
 
-/// Where a desktop's programs keep what they can make again: $XDG_CACHE_HOME when it is an absolute
+/// Returns the folder for data that programs can restore: $XDG_CACHE_HOME if it is an absolute
 /// path, else ~/.cache. Creates nothing.
 std::filesystem::path cacheFolder();
 
-/// The folder that holds "Tarvinel/config.json": the first of $XDG_CONFIG_HOME (~/.config unless
-/// set) and ~/Library/Application Support that has one. When none has: $XDG_CONFIG_HOME if it is
-/// set, else the latter. Creates nothing.
+/// Returns the folder of "Tarvinel/config.json": the first of $XDG_CONFIG_HOME (~/.config if unset)
+/// and ~/Library/Application Support that has one. If neither has: $XDG_CONFIG_HOME if it is set,
+/// else the latter. Creates nothing.
 std::filesystem::path applicationSupportFolder(const SupportEnvironment& environment);
 
-/// The folder that holds "Tarvinel/preferences.json": the one above where there is a
-/// "Tarvinel/config.json", else $XDG_CONFIG_HOME (~/.config unless set). Creates nothing.
+/// Returns the folder of "Tarvinel/preferences.json": the one above if it has a
+/// "Tarvinel/config.json", else $XDG_CONFIG_HOME (~/.config if unset). Creates nothing.
 std::filesystem::path preferencesFolder(const SupportEnvironment& environment);
 
 }  // namespace tarvinel

@@ -1,2 +1,2 @@
-// Asio's own code, compiled once here instead of in every file that uses it.
+// Compiles Asio's own code once, instead of in every file that uses it.
 #include <asio/impl/src.hpp>

@@ -9,12 +9,12 @@ namespace tarvinel {
 
 namespace {
 
-// Writing to a file is mostly copying: on a busy computer it yields to what viewers wait for.
+// Writing to a file is mostly copying: on a busy computer it yields to the work for viewers.
 constexpr int niceness = 10;
 
 void becomeBlockingThread() {
   pthread_setname_np(pthread_self(), "blocking");
-  setpriority(PRIO_PROCESS, 0, niceness);  // on Linux: of the calling thread alone
+  setpriority(PRIO_PROCESS, 0, niceness);  // on Linux this affects the calling thread alone
 }
 
 }  // namespace

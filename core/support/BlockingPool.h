@@ -24,8 +24,8 @@ class BlockingPool {
   BlockingPool(const BlockingPool&) = delete;
   BlockingPool& operator=(const BlockingPool&) = delete;
 
-  /// Returns when every task posted so far, and what those posted, has run; ends the threads.
-  /// Idempotent; not from a task.
+  /// Waits until every task posted so far, and those that they posted, have run, then ends the
+  /// threads. Idempotent; must not be called from a task.
   void finish();
 
  private:
@@ -43,7 +43,7 @@ class BlockingPool {
 };
 
 /// A labelled queue that runs one task at a time, in the order posted, on the threads of a pool,
-/// which outlives it. Tasks not yet run stay when the queue goes. Safe from any thread.
+/// which outlives it. Pending tasks still run after the queue is destroyed. Safe from any thread.
 class PooledQueue {
  public:
   using Executor = asio::strand<asio::io_context::executor_type>;
@@ -53,15 +53,15 @@ class PooledQueue {
 
   const std::string& label() const { return label_; }
 
-  /// For timers that complete on the queue.
+  /// Returns the executor for timers that complete on the queue.
   const Executor& executor() const { return executor_; }
 
-  /// `task` must not throw.
+  /// Runs `task` on the queue; it must not throw.
   template <class Task>
   void post(Task&& task) {
     pool_.taskPosted();
     asio::post(executor_, [&pool = pool_, task = std::forward<Task>(task)]() mutable {
-      // what the task holds may be the last of its kind and goes before the task counts as done
+      // the task can hold a last reference, so it is destroyed before it counts as done
       {
         auto running = std::move(task);
         running();

@@ -6,15 +6,15 @@
 
 namespace tarvinel {
 
-/// An owned run of bytes.
+/// An owned sequence of bytes.
 using Bytes = std::vector<std::uint8_t>;
 
-/// The bytes of a text, as they are.
+/// Returns the bytes of a text, unchanged.
 inline Bytes bytesOf(std::string_view text) {
   return {text.begin(), text.end()};
 }
 
-/// A view of bytes as text; nothing is checked or copied.
+/// Returns a view of bytes as text; nothing is checked or copied.
 inline std::string_view textOf(const Bytes& bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }

@@ -5,8 +5,8 @@
 
 namespace tarvinel {
 
-/// The media type of a file name extension without its dot, in any case; nothing for others than
-/// the web's images and fonts.
+/// Returns the media type of a file name extension without its dot, in any case, or nullopt if it
+/// is not one of the web's image and font types.
 std::optional<std::string_view> contentTypeForExtension(std::string_view extension);
 
 }  // namespace tarvinel

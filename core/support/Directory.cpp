@@ -18,14 +18,14 @@ namespace tarvinel {
 namespace {
 
 constexpr int directoryFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-constexpr mode_t newDirectoryMode = 0777;  // less what the user's mask takes away
+constexpr mode_t newDirectoryMode = 0777;  // reduced by the user's mask
 
 [[noreturn]] void fail(const std::filesystem::path& path) {
   throw std::system_error(errno, std::generic_category(), path.string());
 }
 
-/// Opens a directory through no symbolic link at all; kernels before 5.6 and some sandboxes look at
-/// the last component only.
+/// Opens a directory without following any symbolic link; kernels before 5.6 and some sandboxes
+/// check the last component only.
 int openWithoutLinks(const std::filesystem::path& path) {
   open_how how{};
   how.flags = static_cast<std::uint64_t>(directoryFlags);
@@ -40,7 +40,7 @@ struct CloseDirectory {
 };
 using DirectoryStream = std::unique_ptr<DIR, CloseDirectory>;
 
-/// A stream takes a descriptor of its own, with a position of its own.
+/// Opens a stream with its own descriptor, and thus its own position.
 DirectoryStream streamOf(const Directory& directory) {
   UniqueFd fd(openat(directory.descriptor(), ".", directoryFlags));
   if (!fd) fail(directory.path());
@@ -98,7 +98,7 @@ bool Directory::isWritable() const {
   return faccessat(fd_.get(), ".", W_OK | X_OK, AT_EACCESS) == 0;
 }
 
-// Most file systems tell the type with the name, which spares a look at each entry.
+// Most file systems return the type with the name, which avoids a query for each entry.
 std::vector<Directory::Entry> Directory::entries() const {
   std::vector<Entry> entries;
   const DirectoryStream stream = streamOf(*this);
@@ -108,7 +108,7 @@ std::vector<Directory::Entry> Directory::entries() const {
     auto type = static_cast<mode_t>(DTTOIF(next->d_type));
     if (next->d_type == DT_UNKNOWN) {
       const auto status = find(name);
-      if (!status) continue;  // gone meanwhile
+      if (!status) continue;  // removed meanwhile
       type = status->st_mode;
     }
     entries.push_back({std::move(name), S_ISDIR(type), S_ISREG(type)});
@@ -128,7 +128,7 @@ std::int64_t Directory::freeBytes() const {
   return overflows ? std::numeric_limits<std::int64_t>::max() : bytes;
 }
 
-// FAT over FUSE and some network file systems refuse to synchronise a directory: EINVAL or ENOSYS.
+// FAT over FUSE and some network file systems cannot synchronise a directory: EINVAL or ENOSYS.
 void Directory::sync() const {
   if (fsync(fd_.get()) == 0 || errno == EINVAL || errno == ENOSYS || errno == ENOTSUP) return;
   fail(path_);

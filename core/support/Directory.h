@@ -12,9 +12,9 @@
 
 namespace tarvinel {
 
-/// An open folder. Everything below goes through its descriptor, so that it stays the same folder
-/// whatever happens to its path, and nothing follows a symbolic link out of it: names are single
-/// components and links count as what they are.
+/// An open folder. All operations use its descriptor, so that it stays the same folder even if its
+/// path changes, and never follow a symbolic link out of it: names are single components and links
+/// are not followed.
 ///
 /// Blocks as long as the disk does. Failures are thrown as std::system_error. Safe from any thread.
 class Directory {
@@ -25,39 +25,39 @@ class Directory {
     bool isRegularFile = false;
   };
 
-  /// Opens the folder at an absolute path that no part of which may be a symbolic link.
+  /// Opens the folder at an absolute path, no part of which may be a symbolic link.
   static Directory open(const std::filesystem::path& path);
 
   /// Opens a folder in this one.
   Directory subdirectory(const std::string& name) const;
 
-  /// Makes a folder in this one where it is missing, so that it would survive a power cut, and
-  /// opens it.
+  /// Opens a folder in this one, and makes it if it is missing, so that it would survive a power
+  /// cut.
   Directory madeSubdirectory(const std::string& name) const;
 
-  /// Where it was opened; something else may be there by now.
+  /// Returns the path at which it was opened; that can be another folder by now.
   const std::filesystem::path& path() const { return path_; }
 
   /// Opens a file in it; the flags and the mode are those of open(2).
   UniqueFd openFile(const std::string& name, int flags, mode_t mode = 0) const;
 
-  /// What stands under a name, a link itself rather than what it points to; nothing when nothing
-  /// does.
+  /// Returns the status of an entry, of a link itself rather than of its target, or nullopt if
+  /// there is no such entry.
   std::optional<struct stat> find(const std::string& name) const;
 
-  /// Whether this process may make files in it.
+  /// Returns whether this process can make files in it.
   bool isWritable() const;
 
-  /// Everything in it, without "." and "..".
+  /// Returns all entries except "." and "..".
   std::vector<Entry> entries() const;
 
   void removeFile(const std::string& name) const;
 
-  /// Bytes that can still be written.
+  /// Returns the number of bytes that can still be written.
   std::int64_t freeBytes() const;
 
-  /// Returns once the names in it would survive a power cut; where the file system cannot tell,
-  /// at once.
+  /// Returns once the names in it would survive a power cut, or at once if the file system does not
+  /// support that.
   void sync() const;
 
   int descriptor() const { return fd_.get(); }

@@ -4,7 +4,7 @@
 
 namespace tarvinel {
 
-/// Stops the program: for states that valid input cannot lead to. Says `why` on standard error.
+/// Stops the program in a state that valid input cannot lead to. Writes `why` to standard error.
 [[noreturn]] void fatalError(std::string_view why) noexcept;
 
 }  // namespace tarvinel

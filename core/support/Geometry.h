@@ -6,7 +6,7 @@
 
 namespace tarvinel {
 
-/// Width and height; points or pixels, as the owner says.
+/// Width and height, in points or pixels as specified by the owner.
 struct Size {
   double width = 0;
   double height = 0;
@@ -30,8 +30,8 @@ struct Point {
   bool operator==(const Point&) const = default;
 };
 
-/// An axis-parallel rectangle, y growing downward. Pure value; all operations are free of rounding
-/// except `integral`.
+/// An axis-parallel rectangle, y growing downward. A plain value; no operation rounds except
+/// `integral`.
 struct Rect {
   double x = 0;
   double y = 0;
@@ -45,23 +45,23 @@ struct Rect {
   double area() const { return width * height; }
   Point midpoint() const { return {x + width / 2, y + height / 2}; }
 
-  /// True when the rectangle covers nothing (not even a line). NaN counts as empty.
+  /// Returns true if the rectangle covers nothing (not even a line). NaN counts as empty.
   bool isEmpty() const { return !(width > 0 && height > 0); }
 
-  /// A point on the minimum edges is inside, one on the maximum edges is not.
+  /// Returns whether a point is inside; the minimum edges are, the maximum edges are not.
   bool contains(Point point) const {
     return point.x >= x && point.x < maxX() && point.y >= y && point.y < maxY();
   }
 
-  /// The common part of both, or an empty rectangle.
+  /// Returns the common part of both, or an empty rectangle.
   Rect intersection(const Rect& other) const;
 
-  /// The smallest rectangle with whole-number edges that contains this one.
+  /// Returns the smallest rectangle with whole-number edges that contains this one.
   Rect integral() const;
 };
 
-/// A rectangle of whole pixels. Whoever makes one keeps its numbers to some 20 bits, so that the
-/// sums never overflow.
+/// A rectangle of whole pixels. Its creator limits the numbers to some 20 bits, so that the sums
+/// never overflow.
 struct PixelRect {
   std::int32_t x = 0;
   std::int32_t y = 0;
@@ -74,14 +74,14 @@ struct PixelRect {
   std::int32_t maxY() const { return y + height; }
   bool isEmpty() const { return width <= 0 || height <= 0; }
 
-  /// The common part of both; empty when there is none.
+  /// Returns the common part of both; it is empty if there is none.
   PixelRect intersection(const PixelRect& other) const {
     const std::int32_t left = std::max(x, other.x);
     const std::int32_t top = std::max(y, other.y);
     return {left, top, std::min(maxX(), other.maxX()) - left, std::min(maxY(), other.maxY()) - top};
   }
 
-  /// The same rectangle seen from a plane whose origin lies at (left, top).
+  /// Returns the same rectangle in the coordinates of a plane whose origin is at (left, top).
   PixelRect relativeTo(std::int32_t left, std::int32_t top) const {
     return {x - left, y - top, width, height};
   }

@@ -63,7 +63,7 @@ void LineWriter::run() {
   }
 }
 
-/// Returns nothing when the writer ends.
+/// Returns nullopt when the writer ends.
 std::optional<std::string> LineWriter::next() {
   std::unique_lock lock(mutex_);
   changed_.wait(lock, [this] { return ending_ || !queue_.empty(); });
@@ -83,14 +83,14 @@ void LineWriter::written(std::size_t bytes) {
   changed_.notify_all();
 }
 
-/// A service that was restarted has to be connected to again.
+/// Reopens the output after an error, since a restarted service needs another connection.
 void LineWriter::deliver(std::string_view line) {
   if (send(line)) return;
   output_ = open_();
   send(line);
 }
 
-/// False after an error.
+/// Returns false after an error.
 bool LineWriter::send(std::string_view line) const {
   if (!output_) return false;
   while (!line.empty() && waitUntilWritable()) {
@@ -104,7 +104,7 @@ bool LineWriter::send(std::string_view line) const {
   return true;
 }
 
-/// False once what is queued is to be dropped.
+/// Returns false once the queued lines are to be dropped.
 bool LineWriter::waitUntilWritable() const {
   std::array<pollfd, 2> waiting{{{output_.get(), POLLOUT, 0}, {givenUp_.fd(), POLLIN, 0}}};
   while (poll(waiting.data(), waiting.size(), -1) < 0 && errno == EINTR) {

@@ -17,39 +17,38 @@
 
 namespace tarvinel {
 
-/// Writes lines on a thread of its own, so that nobody else waits for a terminal that is held
+/// Writes lines on a thread of its own, so that nothing else waits for a terminal that is held
 /// (Ctrl+S), a pipe that nobody reads or a connection that is dead.
 ///
 /// The queue is bounded: from the first line that does not fit, lines are dropped until everything
-/// queued has been written; then one line reports how many are missing at that place. Safe from any
-/// thread.
+/// queued has been written; then one line reports how many are missing there. Safe from any thread.
 class LineWriter {
  public:
   static constexpr std::size_t maxQueuedBytes = std::size_t{1} << 20U;
 
-  /// How long the destructor waits for what is queued.
+  /// How long the destructor waits for the queued lines.
   static constexpr std::chrono::seconds endLimit{1};
 
-  /// Opens what is written to, a descriptor such as `nonBlockingOutput` returns; called by the
-  /// constructor, and on the writer's thread after an error. Each line is one datagram where it
-  /// takes datagrams.
+  /// Opens the output, a descriptor such as `nonBlockingOutput` returns; called by the constructor,
+  /// and on the writer's thread after an error. Each line is one datagram if the output takes
+  /// datagrams.
   using Open = std::function<UniqueFd()>;
 
-  /// Makes a line of the sentence that reports missing lines; called on the writer's thread.
+  /// Formats a line from the sentence that reports missing lines; called on the writer's thread.
   using LineOf = std::function<std::string(const std::string& sentence)>;
 
   LineWriter(Open open, LineOf lineOf);
 
-  /// Writes what is queued, but drops it after `endLimit`. Waits longer only for an ordinary file
-  /// on a disk that hangs.
+  /// Writes the queued lines, but drops them after `endLimit`. Waits longer only for an ordinary
+  /// file on a disk that hangs.
   ~LineWriter();
   LineWriter(const LineWriter&) = delete;
   LineWriter& operator=(const LineWriter&) = delete;
 
-  /// Queues one line, its end included. Never blocks.
+  /// Queues one line, which includes its line end. Never blocks.
   void write(std::string line);
 
-  /// Waits until everything queued has been written; returns false when it has not by the limit.
+  /// Waits until everything queued has been written; returns false if it was not within the limit.
   bool flush(std::chrono::milliseconds limit);
 
  private:
@@ -62,25 +61,25 @@ class LineWriter {
 
   const Open open_;
   const LineOf lineOf_;
-  const StopEvent givenUp_;  ///< set once what is queued is to be dropped
+  const StopEvent givenUp_;  ///< set once the queued lines are to be dropped
 
   std::mutex mutex_;
   std::condition_variable changed_;
   // guarded by mutex_
   std::deque<std::string> queue_;
-  std::size_t queuedBytes_ = 0;  ///< the line that is being written included
+  std::size_t queuedBytes_ = 0;  ///< includes the line that is being written
   std::size_t dropped_ = 0;      ///< since the last report
   bool ending_ = false;
 
-  UniqueFd output_;  ///< of the thread
+  UniqueFd output_;  ///< used on the thread
   std::thread thread_;
 };
 
-/// An output stream whose text goes through a LineWriter whenever the stream is flushed, as
-/// std::endl does. Writing to it never blocks. Used on one thread.
+/// An output stream whose text goes through a LineWriter whenever the stream is flushed, as by
+/// std::endl. Writing to it never blocks. Used on one thread.
 class LineStream : public std::ostream {
  public:
-  /// Writes to where the descriptor leads; it stays the caller's and open.
+  /// Writes to the descriptor's output; the descriptor stays open and the caller's.
   explicit LineStream(int fd);
   ~LineStream() override;
   LineStream(const LineStream&) = delete;

@@ -26,7 +26,7 @@
 namespace tarvinel {
 
 namespace {
-// At rest the sources are listed every ten seconds, nearly always the same.
+// At rest the sources are listed every ten seconds and rarely change.
 constexpr std::chrono::hours repeatsAreCountedFor{1};
 
 constexpr const char* pattern = "%Y-%m-%d %H:%M:%S.%e %l [%n] %v";
@@ -88,7 +88,7 @@ namespace {
 
 constexpr std::string_view socketPath = "/run/systemd/journal/socket";
 
-/// Invalid while there is no journal.
+/// Returns an invalid descriptor if there is no journal.
 UniqueFd connectToJournal() {
   UniqueFd socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
   sockaddr_un address{};
@@ -116,7 +116,7 @@ int priorityOf(spdlog::level::level_enum level) {
   }
 }
 
-/// A value of several lines is preceded by its length, as eight bytes, the least significant first.
+/// A value with line breaks is preceded by its length, as eight bytes in little-endian order.
 void append(std::string& datagram, std::string_view field) {
   const auto sign = field.find('=');
   const std::string_view value = field.substr(sign + 1);

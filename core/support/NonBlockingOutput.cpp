@@ -44,7 +44,7 @@ UniqueFd nonBlockingOutput(int fd) {
 ssize_t writeSome(int fd, std::string_view bytes) {
   const ssize_t sent = send(fd, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
   if (sent >= 0 || errno != ENOTSOCK) return sent;
-  // a pipe that is writable takes so many without blocking, whatever its flags (pipe(7))
+  // a writable pipe takes this many bytes without blocking, whatever its flags (pipe(7))
   return write(fd, bytes.data(), std::min<std::size_t>(bytes.size(), PIPE_BUF));
 }
 

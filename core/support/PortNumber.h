@@ -8,7 +8,7 @@
 
 namespace tarvinel {
 
-/// The number that a text is, from 0 to 65535; nothing when it is anything else.
+/// Returns the number, from 0 to 65535, that a text represents, or nullopt for any other text.
 inline std::optional<std::uint16_t> portNumber(std::string_view text) {
   std::uint16_t number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);

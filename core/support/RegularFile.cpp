@@ -44,8 +44,8 @@ std::size_t checked(const struct stat& status, const path& file, std::size_t max
   return size;
 }
 
-/// Looks before it opens, since opening a device can do something; and opens without waiting, since
-/// the file may have become a pipe meanwhile.
+/// Checks before it opens, since opening a device can have effects; and opens without blocking,
+/// since the file may have become a pipe meanwhile.
 UniqueFd opened(const path& file, std::size_t maxBytes) {
   if (file.native().find('\0') != std::string::npos) fail(file, std::errc::invalid_argument);
   struct stat status{};
@@ -56,7 +56,7 @@ UniqueFd opened(const path& file, std::size_t maxBytes) {
   return fd;
 }
 
-/// Appends what can be read into the room for `count` more bytes; false at the end of the file.
+/// Appends up to `count` more bytes; returns false at the end of the file.
 bool readMore(int fd, const path& file, std::size_t count, Bytes& bytes) {
   const std::size_t before = bytes.size();
   bytes.resize(before + count);
@@ -76,7 +76,7 @@ Bytes readRegularFile(const path& file, std::size_t maxBytes) {
   const UniqueFd fd = opened(file, maxBytes);
   struct stat status{};
   if (::fstat(fd.get(), &status) != 0) failWithErrno(file);
-  // one byte of room beyond the size tells in one read that nothing follows
+  // one byte of room beyond the size shows in one read that nothing follows
   std::size_t room = std::max(checked(status, file, maxBytes) + 1, minRead);
   Bytes bytes;
   bytes.reserve(room + minRead);
@@ -119,7 +119,7 @@ void replaceFile(const std::filesystem::path& file, std::string_view content) {
     writeDurably(newFile, content);
     std::filesystem::rename(newFile, file);
   } catch (const std::system_error&) {
-    unlink(newFile.c_str());  // a full disk would be left with a part of it
+    unlink(newFile.c_str());  // a full disk would keep a part of it
     throw;
   }
 }

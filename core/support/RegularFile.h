@@ -12,9 +12,9 @@
 
 namespace tarvinel {
 
-/// Gives a file this content, making it and the folders above it where they are missing. Whatever
-/// happens meanwhile, a reader finds the old content or the new one, also after a power cut. The
-/// file can be read by its owner only. Throws std::system_error.
+/// Replaces the content of a file, and makes the file and the folders above it if they are missing.
+/// A reader always finds either the old content or the new one, also after a power cut. Only the
+/// owner can read the file. Throws std::system_error.
 void replaceFile(const std::filesystem::path& file, std::string_view content);
 
 enum class FileLock : std::uint8_t {
@@ -26,14 +26,14 @@ enum class FileLock : std::uint8_t {
 /// Tries to lock an open file or folder (flock, exclusively) among all processes; never waits.
 FileLock tryLock(int file);
 
-/// Why a file could not be read; the text begins with the file's name.
+/// The error of a file that could not be read; the text begins with the file's name.
 class FileReadError : public std::runtime_error {
  public:
   FileReadError(std::errc code, const std::string& text) : std::runtime_error(text), code_(code) {}
 
   std::errc code() const { return code_; }
 
-  /// There is no file of that name.
+  /// Returns whether there is no file of that name.
   bool isAbsent() const {
     return code_ == std::errc::no_such_file_or_directory || code_ == std::errc::not_a_directory;
   }
@@ -42,9 +42,9 @@ class FileReadError : public std::runtime_error {
   std::errc code_;
 };
 
-/// The whole of a regular file, symbolic links followed. Pipes, devices and folders are refused
-/// without opening them and never waited on. Throws FileReadError, also when the file is or grows
-/// larger than `maxBytes`.
+/// Reads the whole of a regular file, following symbolic links. Rejects pipes, devices and folders
+/// without opening or waiting on them. Throws FileReadError, also if the file is or grows larger
+/// than `maxBytes`.
 Bytes readRegularFile(const std::filesystem::path& path, std::size_t maxBytes);
 
 }  // namespace tarvinel

@@ -12,13 +12,12 @@
 
 namespace tarvinel {
 
-/// Calls its owner once after a while, unless it is cancelled or destroyed before. Lives on its
-/// queue.
+/// Calls a task once after a delay, unless it is cancelled or destroyed before. Lives on its queue.
 class OneShotTimer {
  public:
   explicit OneShotTimer(SerialQueue& queue) : timer_(queue.context()) {}
 
-  /// In place of what was started before.
+  /// Starts the timer; replaces a task that was started before.
   void start(std::chrono::milliseconds delay, std::function<void()> task) {
     task_ = std::make_shared<std::function<void()>>(std::move(task));
     timer_.expires_after(delay);
@@ -38,7 +37,7 @@ class OneShotTimer {
   std::shared_ptr<std::function<void()>> task_;
 };
 
-/// Calls its owner again and again while it runs. Lives on the owner's queue.
+/// Calls its owner repeatedly while it runs. Lives on the owner's queue.
 class RepeatingTimer {
  public:
   virtual ~RepeatingTimer() = default;
@@ -46,13 +45,13 @@ class RepeatingTimer {
   RepeatingTimer(const RepeatingTimer&) = delete;
   RepeatingTimer& operator=(const RepeatingTimer&) = delete;
 
-  /// Starts it, the first call being one interval away, or stops it; no effect when it already is
-  /// so.
+  /// Starts it, the first call being one interval away, or stops it; has no effect if it already is
+  /// in that state.
   virtual void run(bool wanted) = 0;
 };
 
-/// A timer of a queue, which must have been stopped before the timer is destroyed. Wakes nobody up
-/// while it does not run.
+/// A timer of a queue, which must have been stopped before the timer is destroyed. Causes no
+/// wake-ups while it does not run.
 class QueueTimer : public RepeatingTimer {
  public:
   QueueTimer(SerialQueue& queue, std::chrono::milliseconds interval, std::function<void()> onTick);

@@ -11,12 +11,11 @@
 
 namespace tarvinel {
 
-/// The text of an error as shown to people: what() of a std::exception.
+/// Returns the text of an error as shown to people: what() of a std::exception.
 std::string describe(const std::exception_ptr& error);
 
-/// Returns the error if it is an `Error` or derived from one, else nullopt; also for null. This is
-/// the place where an error is looked at: C++20 has no other way into it than to throw and catch
-/// it.
+/// Returns the error if it is an `Error` or derived from one, else nullopt; also for null. Errors
+/// are inspected only here: C++20 has no other way than to throw and catch them.
 template <class Error>
 std::optional<Error> errorAs(const std::exception_ptr& error) {
   if (!error) return std::nullopt;
@@ -29,7 +28,7 @@ std::optional<Error> errorAs(const std::exception_ptr& error) {
   }
 }
 
-/// What an asynchronous operation delivers: a value or the error that prevented it. Errors cross
+/// The outcome of an asynchronous operation: a value or the error that prevented it. Errors cross
 /// queues inside a Result and are never thrown there.
 template <class T>
 class Result {
@@ -39,7 +38,7 @@ class Result {
 
   bool ok() const { return std::holds_alternative<T>(state_); }
 
-  /// The value; rethrows the error when there is none.
+  /// Returns the value; rethrows the error if there is none.
   const T& value() const& {
     rethrowIfFailed();
     return std::get<T>(state_);
@@ -49,12 +48,12 @@ class Result {
     return std::get<T>(std::move(state_));
   }
 
-  /// Returns the error without throwing it, null when ok; see errorAs.
+  /// Returns the error without throwing it, or null if ok; see errorAs.
   std::exception_ptr error() const { return ok() ? nullptr : *std::get<SharedError>(state_); }
 
  private:
   // libstdc++ counts the owners of an exception inside the library, where the thread sanitizer does
-  // not see it: among threads the exception is shared through a pointer whose count it does see.
+  // not see it: threads share the exception through a pointer whose count it does see.
   using SharedError = std::shared_ptr<const std::exception_ptr>;
 
   static SharedError shared(std::exception_ptr error) {
@@ -82,7 +81,7 @@ class Result<void> {
   Result<std::monostate> outcome_;
 };
 
-/// What `operation` returns, or what it throws.
+/// Returns what `operation` returns, or the error that it throws.
 template <class Operation>
 auto resultOf(Operation&& operation) -> Result<std::invoke_result_t<Operation>> {
   try {

@@ -8,7 +8,7 @@ namespace tarvinel {
 
 namespace {
 
-// The kernel keeps 15 bytes of a thread's name.
+// The kernel limits a thread's name to 15 bytes.
 void nameCurrentThread(std::string_view suffix) {
   if (suffix.starts_with('.')) suffix.remove_prefix(1);
   pthread_setname_np(pthread_self(), std::string(suffix.substr(0, 15)).c_str());

@@ -18,8 +18,8 @@ namespace tarvinel {
 ///
 /// Asio objects made on `context()` complete on the same thread, so that an owner which keeps all
 /// its state on one queue needs no lock. An owner declares its queue as its first member, because
-/// Asio objects must go before their context, and calls `stop` first thing in its destructor, so
-/// that no task sees a half-destroyed owner.
+/// Asio objects must be destroyed before their context, and calls `stop` first in its destructor,
+/// so that no task sees a half-destroyed owner.
 ///
 /// `post`, `sync` and `isCurrent` are safe from any thread.
 class SerialQueue {
@@ -34,11 +34,11 @@ class SerialQueue {
   const std::string& label() const { return label_; }
   asio::io_context& context() { return context_; }
 
-  /// Ends the thread after the task that is running; tasks not yet run are dropped unrun.
-  /// Idempotent; must not be called from the queue itself.
+  /// Ends the thread after the running task; pending tasks are dropped. Idempotent; must not be
+  /// called from the queue itself.
   void stop();
 
-  /// Runs `task` on the queue, after what was posted before. `task` must not throw.
+  /// Runs `task` on the queue, after those posted before. `task` must not throw.
   template <class Task>
   void post(Task&& task) {
     asio::post(context_, std::forward<Task>(task));
@@ -57,7 +57,7 @@ class SerialQueue {
 
   bool isCurrent() const { return std::this_thread::get_id() == thread_.get_id(); }
 
-  /// For entry points of types that live on this queue.
+  /// Asserts that the caller runs on this queue; for entry points of types that live on it.
   void assertCurrent() const { assert(isCurrent()); }
 
  private:

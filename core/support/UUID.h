@@ -8,13 +8,13 @@
 
 namespace tarvinel {
 
-/// A random 128-bit identifier (version 4, RFC 9562 section 5.4). Plain value.
+/// A random 128-bit identifier (version 4, RFC 9562 section 5.4). A plain value.
 class UUID {
  public:
-  /// A fresh one from the system's random source. Safe from any thread.
+  /// Makes an identifier from the system's random source. Safe from any thread.
   static UUID random();
 
-  /// The 36-character lower-case form.
+  /// Returns the 36-character lower-case form.
   std::string text() const;
 
   bool operator==(const UUID& other) const { return sd_id128_equal(id_, other.id_) != 0; }

@@ -28,7 +28,7 @@ void require(UErrorCode status, std::string_view what) {
   if (U_FAILURE(status)) fatalError(what);
 }
 
-/// The places between characters in a text, as byte offsets, in order.
+/// The boundaries between characters in a text, as byte offsets, in order.
 class CharacterBoundaries {
  public:
   explicit CharacterBoundaries(std::string_view text) {
@@ -43,7 +43,7 @@ class CharacterBoundaries {
   CharacterBoundaries(const CharacterBoundaries&) = delete;
   CharacterBoundaries& operator=(const CharacterBoundaries&) = delete;
 
-  /// The next one; nothing after the end of the text.
+  /// Returns the next boundary, or nullopt after the end of the text.
   std::optional<std::size_t> next() {
     const std::int32_t offset = breaks_->next();
     if (offset == icu::BreakIterator::DONE) return std::nullopt;
@@ -110,7 +110,7 @@ bool isValidUTF8(std::string_view text) {
   if (text.size() > std::numeric_limits<std::int32_t>::max()) return false;
   UErrorCode outcome = U_ZERO_ERROR;
   std::int32_t length = 0;
-  // a conversion into no room reads everything and refuses what is malformed
+  // a conversion into an empty buffer reads everything and rejects malformed text
   u_strFromUTF8(nullptr, 0, &length, text.data(), static_cast<std::int32_t>(text.size()), &outcome);
   return outcome != U_INVALID_CHAR_FOUND;
 }

@@ -9,7 +9,7 @@
 
 namespace tarvinel {
 
-/// Owns one file descriptor and closes it. −1 is none.
+/// Owns one file descriptor and closes it. −1 means that there is none.
 class UniqueFd {
  public:
   UniqueFd() = default;
@@ -26,7 +26,7 @@ class UniqueFd {
   int get() const { return fd_; }
   explicit operator bool() const { return fd_ >= 0; }
 
-  /// Gives the descriptor up without closing it.
+  /// Releases the descriptor without closing it.
   int release() { return std::exchange(fd_, -1); }
 
   void reset(int fd = -1) {
@@ -38,10 +38,10 @@ class UniqueFd {
   int fd_ = -1;
 };
 
-/// Tells a thread that waits in poll(2) to stop: a descriptor that becomes readable, for good.
+/// Signals a thread in poll(2) to stop, by a descriptor that becomes permanently readable.
 class StopEvent {
  public:
-  /// Throws std::system_error.
+  /// Throws std::system_error if there is no descriptor available.
   StopEvent() : fd_(eventfd(0, EFD_CLOEXEC)) {
     if (!fd_) throw std::system_error(errno, std::generic_category(), "eventfd");
   }

@@ -16,15 +16,15 @@ namespace tarvinel {
 
 namespace {
 
-constexpr int maxTries = 10;  // others may go on taking the name
+constexpr int maxTries = 10;  // other programs can keep taking the name
 constexpr std::int64_t writebackBytes = std::int64_t{8} << 20U;
-constexpr mode_t ordinaryMode = 0666;  // less what the user's mask takes away
+constexpr mode_t ordinaryMode = 0666;  // reduced by the user's mask
 
 [[noreturn]] void fail(int code = errno) {
   throw std::system_error(code, std::generic_category());
 }
 
-/// Whether a name stands for an open file.
+/// Returns whether a name refers to an open file.
 bool isNamed(const Directory& directory, const std::string& name, int file) {
   struct stat opened{};
   if (fstat(file, &opened) != 0) fail();
@@ -32,22 +32,22 @@ bool isNamed(const Directory& directory, const std::string& name, int file) {
   return named && named->st_ino == opened.st_ino && named->st_dev == opened.st_dev;
 }
 
-/// Makes a locked file without a name; none where the file system has no such files.
+/// Makes a locked file without a name; returns an invalid descriptor if that is not supported.
 UniqueFd makeNameless(const Directory& directory) {
   UniqueFd file(
       openat(directory.descriptor(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, ordinaryMode));
   return file && tryLock(file.get()) == FileLock::taken ? std::move(file) : UniqueFd();
 }
 
-/// Gives a file without a name one. Sets errno when it returns false.
+/// Links a file without a name to a name. Sets errno if it returns false.
 bool nameFile(const Directory& directory, const std::string& name, int file) {
   const std::string itself = "/proc/self/fd/" + std::to_string(file);
   return linkat(AT_FDCWD, itself.c_str(), directory.descriptor(), name.c_str(),
                 AT_SYMLINK_FOLLOW) == 0;
 }
 
-/// Makes a file with a name and locks it; returns nothing when the name is taken or when another
-/// process took the file for a left-over before it was locked.
+/// Makes a file with a name and locks it; returns nullopt if the name is taken or if another
+/// process treated the file as a left-over before it was locked.
 std::optional<UniqueFd> makeAndLock(const Directory& directory, const std::string& name) {
   UniqueFd file(openat(directory.descriptor(), name.c_str(),
                        O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, ordinaryMode));
@@ -58,8 +58,8 @@ std::optional<UniqueFd> makeAndLock(const Directory& directory, const std::strin
   return file;
 }
 
-/// Makes a locked file, which has its name only once it is locked, where the file system can do
-/// that; returns nothing when the name is taken.
+/// Makes a locked file, which gets its name only once it is locked if the file system supports
+/// that; returns nullopt if the name is taken.
 std::optional<UniqueFd> makeFile(const Directory& directory, const std::string& name) {
   if (UniqueFd file = makeNameless(directory)) {
     if (nameFile(directory, name, file.get())) return file;
@@ -68,8 +68,8 @@ std::optional<UniqueFd> makeFile(const Directory& directory, const std::string& 
   return makeAndLock(directory, name);
 }
 
-/// An existing file for a look at its lock; nothing when it is gone or is no ordinary file. A pipe
-/// is opened without waiting for its other end.
+/// Opens an existing file to examine its lock; returns nullopt if it is gone or not an ordinary
+/// file. A pipe is opened without waiting for its other end.
 std::optional<UniqueFd> openExisting(const Directory& directory, const std::string& name) {
   const auto status = directory.find(name);
   if (!status || !S_ISREG(status->st_mode)) return std::nullopt;
@@ -104,7 +104,7 @@ bool PartialFile::removeLeftOver(const Directory& directory, const std::string& 
   if (!directory.find(name)) return true;
   const auto file = openExisting(directory, name);
   if (!file || tryLock(file->get()) != FileLock::taken) return false;
-  // between opening and locking its owner may have given it another name, or removed it
+  // between opening and locking, its owner may have renamed or removed it
   if (isNamed(directory, name, file->get())) directory.removeFile(name);
   return true;
 }
@@ -132,8 +132,8 @@ void PartialFile::append(std::span<const std::uint8_t> bytes) {
   }
 }
 
-// Left to itself the kernel gathers the whole file in memory and the flush at the end takes as long
-// again; where a file system cannot begin early, the flush does it all.
+// By default the kernel gathers the whole file in memory and the flush at the end takes as long
+// again; if a file system cannot begin early, the flush does it all.
 void PartialFile::startWriteback(std::int64_t count) {
   written_ += count;
   if (written_ - onItsWay_ < writebackBytes) return;
@@ -152,7 +152,7 @@ bool isNotSupported(int code) {
   return code == EINVAL || code == ENOSYS || code == EOPNOTSUPP || code == EPERM;
 }
 
-/// What the failed call's errno means.
+/// Returns the outcome for the failed call's errno.
 Placement::Outcome outcomeOfFailure(const Directory& directory, const std::string& to) {
   if (errno == EEXIST) return Placement::Outcome::nameTaken;
   if (isNotSupported(errno)) return Placement::Outcome::notSupported;
@@ -163,7 +163,7 @@ void renameOver(const Directory& directory, const std::string& from, const std::
   const int folder = directory.descriptor();
   if (renameat(folder, from.c_str(), folder, to.c_str()) == 0) return;
   const int code = errno;
-  unlinkat(folder, to.c_str(), 0);  // the claim
+  unlinkat(folder, to.c_str(), 0);  // removes the claim
   throw std::system_error(code, std::generic_category(), (directory.path() / to).string());
 }
 
@@ -194,7 +194,7 @@ Placement::Outcome Placement::byLink(const Directory& directory, const std::stri
   if (linkat(folder, from.c_str(), folder, to.c_str(), 0) != 0) {
     return outcomeOfFailure(directory, to);
   }
-  // should the first name stay, it is removed with the left-overs
+  // if the first name stays, it is removed with the left-overs
   unlinkat(folder, from.c_str(), 0);
   return Outcome::placed;
 }

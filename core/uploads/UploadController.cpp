@@ -36,8 +36,8 @@ void UploadController::setStore(std::shared_ptr<UploadStore> store) {
   store_ = std::move(store);
 }
 
-// Nothing but another decision takes a place, so what was free before the disk was asked is free
-// afterwards; only the gate may have been closed meanwhile.
+// Only another decision takes a place, so one that was free before the disk query is still free
+// afterwards; only uploads may have been closed meanwhile.
 UploadController::Admission UploadController::admit(
     std::int64_t declaredBytes, const std::shared_ptr<const UploadPlace>& place) {
   const std::scoped_lock oneDecision(admissionMutex_);
@@ -94,7 +94,7 @@ std::optional<std::int64_t> UploadController::freeSpace() const {
 void UploadController::release(std::int64_t declaredBytes,
                                const std::shared_ptr<const UploadPlace>& place) {
   const std::scoped_lock lock(mutex_);
-  const auto held = std::ranges::find(places_, place);  // none: it has yielded
+  const auto held = std::ranges::find(places_, place);  // end(): it has yielded
   if (held != places_.end()) places_.erase(held);
   reservedBytes_ = std::max(reservedBytes_ - declaredBytes, std::int64_t{0});
 }

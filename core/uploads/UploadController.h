@@ -15,7 +15,7 @@
 
 namespace tarvinel {
 
-/// What the upload page polls and the presenter is shown. Plain value.
+/// The state that the upload page polls and the presenter is shown. A plain value.
 struct UploadStatus {
   bool enabled = false;
   std::int64_t files = 0;
@@ -26,25 +26,25 @@ struct UploadStatus {
 
   bool operator==(const UploadStatus&) const = default;
 
-  /// The document of "/upload/status"; without a last participant its key is left out.
+  /// Returns the document of "/upload/status"; without a last participant its key is omitted.
   std::string json() const;
 };
 
-/// One of the places for uploads, as it is asked for and held.
+/// One of the places for uploads, as requested and held.
 struct UploadPlace {
   std::string address;  ///< of the client's computer
   /// Ends the upload in favour of a client at another address; never blocks.
   std::function<void()> giveWay;
 };
 
-/// The one gate that every upload passes: whether uploads are open, how many run at once, whether
+/// The admission control of all uploads: whether uploads are open, how many run at once, whether
 /// the disk has room.
 ///
 /// One address may hold all places while nobody else wants one. To others it yields those beyond
 /// half of them, the newest first, so that no single computer keeps everybody else out.
 ///
-/// Safe from any thread. `admit` asks the disk and blocks as long as it does; nothing else waits
-/// for that, so the rest may be called where nothing may block.
+/// Safe from any thread. `admit` queries the disk and blocks as long as it does; nothing else waits
+/// for that, so the rest can be called where nothing may block.
 class UploadController {
  public:
   struct Limits {
@@ -53,15 +53,15 @@ class UploadController {
     StallRule stall;
   };
 
-  /// Tells the bytes that can still be written, nothing when unknown.
+  /// Returns the bytes that can still be written, or nullopt if unknown.
   using FreeSpace = std::function<std::optional<std::int64_t>()>;
 
   enum class Admission : std::uint8_t { admitted, disabled, busy, noSpace };
 
-  /// Kept free beyond what every admitted upload may still take, in bytes.
+  /// Kept free beyond what every admitted upload can still take, in bytes.
   static constexpr std::int64_t headroom = std::int64_t{1} << 30U;
 
-  /// `freeSpace`, when given, is asked instead of the store.
+  /// `freeSpace`, if given, is called instead of the store's.
   UploadController(std::shared_ptr<UploadStore> store, bool isEnabled, Limits limits, Logger logger,
                    FreeSpace freeSpace = {});
 
@@ -73,12 +73,12 @@ class UploadController {
 
   std::shared_ptr<UploadStore> store() const;
 
-  /// Uploads admitted from now on go there; those under way stay with the store that named them.
+  /// Sets the store of future uploads; those in progress keep the store that named them.
   void setStore(std::shared_ptr<UploadStore> store);
 
-  /// Decides about an upload of so many bytes. One that is `admitted` holds a place until exactly
-  /// one `release` with the same arguments. Without a `place` it neither yields to others nor do
-  /// others yield to it.
+  /// Decides about an upload of this size. One that is `admitted` holds a place until exactly one
+  /// `release` with the same arguments. Without a `place` it neither yields to others nor do others
+  /// yield to it.
   Admission admit(std::int64_t declaredBytes, const std::shared_ptr<const UploadPlace>& place = {});
   void release(std::int64_t declaredBytes, const std::shared_ptr<const UploadPlace>& place = {});
 
@@ -100,20 +100,20 @@ class UploadController {
   const Logger logger_;
   const FreeSpace freeSpaceOverride_;
 
-  std::mutex admissionMutex_;  ///< one decision at a time, the disk's answer included
+  std::mutex admissionMutex_;  ///< one decision at a time, including its disk query
 
-  mutable std::mutex mutex_;            ///< never held while the disk is asked
+  mutable std::mutex mutex_;            ///< never held during a disk query
   bool isEnabled_;                      // guarded by mutex_
   std::shared_ptr<UploadStore> store_;  // guarded by mutex_
   Places places_;                       // guarded by mutex_; the newest last
   std::int64_t reservedBytes_ = 0;      // guarded by mutex_
 };
 
-/// What one admitted upload holds, a place and room on the disk; gives it back when it goes.
-/// Movable value.
+/// The resources of one admitted upload, a place and room on the disk; releases them when it is
+/// destroyed. Movable value.
 class UploadSlot {
  public:
-  /// Takes over what `admit` has just given.
+  /// Takes over what `admit` has just granted.
   UploadSlot(std::shared_ptr<UploadController> controller, std::int64_t declaredBytes,
              std::shared_ptr<const UploadPlace> place = {})
       : controller_(std::move(controller)),
@@ -127,7 +127,7 @@ class UploadSlot {
 
   std::int64_t declaredBytes() const { return declaredBytes_; }
 
-  /// Idempotent.
+  /// Releases the resources; idempotent.
   void release() {
     if (const auto controller = std::exchange(controller_, nullptr)) {
       controller->release(declaredBytes_, place_);

@@ -24,7 +24,7 @@ bool isHidden(const Directory::Entry& entry) {
   return entry.name.starts_with('.');
 }
 
-/// Whether a name is a date such as "2026-11-15".
+/// Returns whether a name is a date such as "2026-11-15".
 bool isDay(std::string_view name) {
   constexpr std::string_view pattern = "0000-00-00";
   return std::ranges::equal(name, pattern, [](char character, char expected) {
@@ -39,12 +39,12 @@ void forEachFolder(const Directory& directory, Visit visit) {
     if (!entry.isDirectory || isHidden(entry)) continue;
     try {
       visit(directory.subdirectory(entry.name), entry.name);
-    } catch (const std::system_error&) {  // gone meanwhile, or closed to us
+    } catch (const std::system_error&) {  // removed meanwhile, or not permitted
     }
   }
 }
 
-/// In bytes; 0 when it cannot be found out.
+/// Returns the size in bytes, or 0 if it is unknown.
 std::int64_t sizeOf(const Directory& directory, const Directory::Entry& entry) {
   try {
     const auto status = directory.find(entry.name);
@@ -71,7 +71,7 @@ void removeLeftOversIn(const Directory& directory) {
     if (!entry.isRegularFile || !UploadNaming::isPartialName(entry.name)) continue;
     try {
       PartialFile::removeLeftOver(directory, entry.name);
-    } catch (const std::system_error&) {  // it is taken over when its name is needed
+    } catch (const std::system_error&) {  // it is replaced when its name is needed
     }
   }
 }

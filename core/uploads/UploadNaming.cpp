@@ -23,7 +23,7 @@ bool isKept(UChar32 scalar, bool keepDot) {
          (keepDot && scalar == '.');
 }
 
-/// Every kept scalar as it is, every white space as a space, nothing of the rest.
+/// Keeps the permitted scalars, turns every white space into a space, and drops the rest.
 std::string filtered(std::string_view utf8, bool keepDot) {
   const auto text =
       icu::UnicodeString::fromUTF8({utf8.data(), static_cast<std::int32_t>(utf8.size())});
@@ -46,7 +46,7 @@ void collapseSpaces(std::string& text) {
   text.erase(std::unique(text.begin(), text.end(), bothSpaces), text.end());
 }
 
-/// The last of the pieces between slashes of either kind; the text itself when it has none.
+/// Returns the last piece between slashes of either kind, or the text itself if it has none.
 std::string_view lastPathComponent(std::string_view path) {
   constexpr std::string_view separators = "/\\";
   const auto last = path.find_last_not_of(separators);
@@ -56,7 +56,7 @@ std::string_view lastPathComponent(std::string_view path) {
   return path.substr(first, last - first + 1);
 }
 
-/// A name before and from the dot of its extension; all of it before when it has none.
+/// A name before and from the dot of its extension; the stem is all of it if it has no extension.
 struct NameParts {
   std::string_view stem;
   std::string_view dotAndExtension;
@@ -69,7 +69,7 @@ NameParts partsOf(std::string_view name) {
   return {name.substr(0, stemSize), name.substr(stemSize)};
 }
 
-/// The name with its stem cut to what the file system takes; empty when no character fits.
+/// Returns the name with its stem cut to the file system's limit, or "" if no character fits.
 std::string fitted(std::string_view name) {
   if (name.size() <= UploadNaming::maxNameBytes) return std::string(name);
   const auto [stem, end] = partsOf(name);
@@ -98,7 +98,7 @@ std::optional<std::string> UploadNaming::fileName(std::string_view name) {
 std::optional<std::string> UploadNaming::sanitize(std::string_view text, bool keepDot,
                                                   std::size_t maxLength) {
   std::string clean = filtered(canonicallyComposed(text), keepDot);
-  clean = canonicallyComposed(clean);  // what was dropped may have kept two scalars apart
+  clean = canonicallyComposed(clean);  // what was dropped may have separated two scalars
   collapseSpaces(clean);
   std::string_view rest = trimmed(clean);
   if (keepDot) rest.remove_prefix(std::min(rest.find_first_not_of('.'), rest.size()));

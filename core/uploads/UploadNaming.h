@@ -8,13 +8,14 @@
 
 namespace tarvinel {
 
-/// Turns the two words of an upload's address into names that are safe on disk, says which files
-/// are taken, and forms the names that keep a repeated one from overwriting an earlier file. Static
-/// and pure.
+/// Converts the two words of an upload's address into names that are safe on disk, decides which
+/// files are accepted, and forms the names that keep a repeated one from overwriting an earlier
+/// file. Static and pure.
 ///
-/// Beside the limits in characters there is the file system's own, 255 bytes for a name. A name
-/// that would pass it with the longest suffix ("-100") and as a hidden partial file is cut between
-/// two characters, and a file keeps its extension. Only what has not one character left is refused.
+/// Besides the limits in characters there is the file system's own, 255 bytes for a name. A name
+/// that would exceed it with the longest suffix ("-100") and as a hidden partial file is cut
+/// between two characters, and a file keeps its extension. Only a name with no character left is
+/// rejected.
 class UploadNaming {
  public:
   UploadNaming() = delete;
@@ -35,41 +36,42 @@ class UploadNaming {
   static constexpr std::size_t maxNameBytes =
       255 - partialPrefix.size() - partialSuffix.size() - std::string_view("-100").size();
 
-  /// The longest label in bytes: leaves room for a file's name behind it.
+  /// The longest label in bytes; it leaves room for a file's name behind it.
   static constexpr std::size_t maxLabelBytes = 200;
 
-  /// A participant's name as it may stand in a file name; nothing when no letter or digit is left.
+  /// Returns a participant's name safe for file names, or nullopt if no letter or digit is left.
   static std::optional<std::string> participantLabel(std::string_view name);
 
-  /// The name of a file as its participant's browser calls it, without its folders; nothing when no
-  /// name with an allowed extension is left.
+  /// Returns the name of a file as sent by its participant's browser, without its folders, or
+  /// nullopt if no name with an allowed extension is left.
   static std::optional<std::string> fileName(std::string_view name);
 
   /// Takes an extension without its dot, in any case.
   static bool isAllowedExtension(std::string_view extension);
 
-  /// The allowed extensions in the order of the alphabet, as shown to people.
+  /// Returns the allowed extensions in alphabetical order, as shown to people.
   static std::string listOfAllowedExtensions();
 
-  /// What follows the last dot; empty without one.
+  /// Returns what follows the last dot, or "" if there is none.
   static std::string_view pathExtension(std::string_view name);
 
-  /// The name of a participant's file where all files lie in one folder. Takes a label and a file
-  /// name from the functions above.
+  /// Returns the name of a participant's file for a single folder of all files. Takes a label and a
+  /// file name from the functions above.
   static std::string flatName(std::string_view label, std::string_view file);
 
-  /// The name to try at an attempt: the name itself at the first, then "-2", "-3" and so on before
-  /// the extension.
+  /// Returns the name to try at an attempt: the name itself at the first, then with "-2", "-3" and
+  /// so on before the extension.
   static std::string collisionName(std::string_view name, int attempt);
 
-  /// The hidden name that a file has until it is complete.
+  /// Returns the hidden name that a file has until it is complete.
   static std::string partialName(std::string_view name);
 
-  /// Whether `partialName` of a stored file could have made this name.
+  /// Returns whether a name can be the `partialName` of a stored file.
   static bool isPartialName(std::string_view name);
 
-  /// Letters, marks, digits, "-", "_", single spaces and, with `keepDot`, dots but no leading ones;
-  /// composed canonically and cut after `maxLength` characters. Nothing when nothing is left.
+  /// Keeps letters, marks, digits, "-", "_", single spaces and, with `keepDot`, dots but no leading
+  /// ones; composes canonically and cuts after `maxLength` characters. Returns nullopt if none is
+  /// left.
   static std::optional<std::string> sanitize(std::string_view text, bool keepDot,
                                              std::size_t maxLength);
 };

@@ -21,12 +21,12 @@
 
 namespace tarvinel {
 
-/// Why bytes of an upload did not reach the disk.
+/// The error of bytes of an upload that did not reach the disk.
 class UploadSinkError : public std::runtime_error {
  public:
   enum class Case : std::uint8_t {
-    ioFailure,  ///< the file system refused
-    closed,     ///< the sink had been finished or aborted before
+    ioFailure,  ///< the file system reported an error
+    closed,     ///< the sink was finished or aborted before
   };
 
   static UploadSinkError couldNotOpen(const std::filesystem::path& path) {
@@ -48,7 +48,7 @@ class UploadSinkError : public std::runtime_error {
   Case kind_;
 };
 
-/// When an upload no longer moves: it has been silent for too long, or it is, over its whole life,
+/// Decides when an upload has stalled: it has been silent for too long or is, over its whole life,
 /// too slow. Pure; times are durations of monotonic time.
 struct StallRule {
   using Seconds = std::chrono::duration<double>;
@@ -59,7 +59,7 @@ struct StallRule {
   Seconds timeout{30};                     ///< the longest silence allowed
   std::int64_t minBytesPerSecond = 20000;  ///< on average since the start
 
-  /// How often to look.
+  /// Returns how often to check.
   Seconds checkInterval() const { return std::min(timeout / 2, Seconds(5)); }
 
   bool isStalled(Seconds idle, Seconds age, std::int64_t bytes) const {
@@ -70,13 +70,13 @@ struct StallRule {
 };
 
 /// The open file of one upload. Writes it on a queue of its own, ".upload." and a UUID, so that a
-/// disk that hangs holds up nobody else, and cuts an upload off that no longer moves.
+/// disk that hangs blocks nothing else, and cuts off an upload that has stalled.
 ///
 /// Its operations are safe from any thread and return at once; completions run on its queue. The
-/// partial file stays locked until the sink goes.
+/// partial file stays locked until the sink is destroyed.
 class UploadSink : public std::enable_shared_from_this<UploadSink> {
  public:
-  /// Makes the partial file of a reservation; blocks as long as the disk does. Returns null when
+  /// Makes the partial file of a reservation; blocks as long as the disk does. Returns null if
   /// another program has taken the name. `onStall` is called at most once, on the sink's queue.
   /// Throws UploadSinkError.
   static std::shared_ptr<UploadSink> open(BlockingPool& pool,
@@ -84,21 +84,21 @@ class UploadSink : public std::enable_shared_from_this<UploadSink> {
                                           const StallRule& rule, std::function<void()> onStall,
                                           Logger logger);
 
-  /// Writes all of `chunk`, which must stay until the completion.
+  /// Writes all of `chunk`, which must stay valid until the completion.
   void write(std::span<const std::uint8_t> chunk, Completion<void> completion);
 
   /// Ends the file; completes once it would survive a power cut.
   void finish(Completion<void> completion);
 
-  /// Ends it in whatever state it is; `done` is called when no more byte can reach the file.
+  /// Ends the file in any state; `done` is called when no more bytes can reach it.
   void abort(std::function<void()> done);
 
-  /// Bytes that reached the file.
+  /// Returns the number of bytes that reached the file.
   std::int64_t bytesWritten() const { return bytesWritten_; }
 
   const PooledQueue& queue() const { return queue_; }
 
-  /// For its names, which the store gives and takes.
+  /// Returns the file, for the store to set and remove its names.
   const PartialFile& file() const { return file_; }
 
  private:

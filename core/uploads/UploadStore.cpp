@@ -16,7 +16,7 @@ namespace tarvinel {
 
 namespace {
 
-/// Makes the folder and those above it where they are missing.
+/// Makes the folder and those above it that are missing.
 void makeDirectories(const std::filesystem::path& path) {
   if (std::filesystem::is_directory(path)) return;
   if (path.has_parent_path()) makeDirectories(path.parent_path());
@@ -24,7 +24,7 @@ void makeDirectories(const std::filesystem::path& path) {
   Directory::open(std::filesystem::canonical(path.parent_path())).sync();
 }
 
-/// Makes the folder and finds out where it really is.
+/// Makes the folder and returns its path without symbolic links.
 std::filesystem::path preparedRoot(const std::filesystem::path& root) {
   try {
     makeDirectories(std::filesystem::absolute(root).lexically_normal());
@@ -34,7 +34,7 @@ std::filesystem::path preparedRoot(const std::filesystem::path& root) {
   }
 }
 
-/// A file is placed by its name: whatever has the name by now must be what was uploaded.
+/// A file is placed by its name, so the name must still refer to what was uploaded.
 void requireInPlace(const PartialFile& file, const UploadStore::Reservation& reservation) {
   if (file.hasName(reservation.partialName())) return;
   throw std::system_error(std::make_error_code(std::errc::no_such_file_or_directory),
@@ -70,8 +70,8 @@ bool UploadStore::isContinuedBy(const UploadStore& later) const {
          identity_ == later.identity_;
 }
 
-// The folder is opened anew for each upload, so that none is held open while nothing arrives: a
-// removable disk can be taken out. It is found under its path only if no link leads elsewhere.
+// The folder is opened again for each upload, so that none is held open while nothing arrives: a
+// removable disk can be taken out. Opening fails if a link in its path leads elsewhere.
 Directory UploadStore::openRoot() {
   try {
     return Directory::open(root_);
@@ -82,7 +82,7 @@ Directory UploadStore::openRoot() {
   }
 }
 
-// Said once, however many participants find it so.
+// Logs a problem once, however many participants encounter it.
 void UploadStore::noteProblem(const std::optional<std::string>& problem) {
   {
     const std::scoped_lock lock(statsMutex_);
@@ -148,7 +148,7 @@ std::filesystem::path UploadStore::commit(const Reservation& reservation, const 
   try {
     reservation.directory->sync();
   } catch (const std::system_error&) {
-    // the participant is told of a failure and sends it again; what cannot be taken back is there
+    // the participant sees a failure and sends it again; a file that cannot be removed counts
     if (!file.removeName(name)) recordCommit(reservation.participant, bytes);
     throw;
   }
@@ -186,7 +186,7 @@ std::optional<std::int64_t> UploadStore::freeSpace() {
     const std::int64_t bytes = openRoot().freeBytes();
     noteProblem({});
     return bytes;
-  } catch (const UploadStoreError&) {  // noted already
+  } catch (const UploadStoreError&) {  // already recorded
   } catch (const std::system_error& error) {
     noteProblem(error.what());
   }
@@ -236,7 +236,7 @@ std::shared_ptr<UploadStore> UploadStores::open(const std::filesystem::path& roo
   const bool wasThere = std::filesystem::is_directory(root, unreachable);
   auto opened = std::make_shared<UploadStore>(root, perParticipant, logger_);
   if (auto known = wasThere ? storeBefore(*opened) : nullptr) {
-    known->freeSpace();  // notes that a problem that it had is over
+    known->freeSpace();  // records that a former problem is over
     return known;
   }
   stores_.push_back(opened);

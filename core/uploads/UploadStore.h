@@ -20,7 +20,7 @@
 
 namespace tarvinel {
 
-/// Why the upload folder has no place for a file. The text is what the presenter is shown.
+/// The error of an upload folder that cannot store a file. The presenter is shown its text.
 class UploadStoreError : public std::runtime_error {
  public:
   enum class Case : std::uint8_t { pathEscapesRoot, collisionExhausted, rootUnavailable };
@@ -37,20 +37,20 @@ class UploadStoreError : public std::runtime_error {
   Case kind_;
 };
 
-/// The upload folder: gives out names before a file arrives, turns a complete partial file into its
+/// The upload folder: reserves names before a file arrives, renames a complete partial file to its
 /// final name without ever overwriting anything, and counts.
 ///
 /// Safe from any thread. All but `stats` and `problem` block as long as the disk does; these never
 /// wait for the disk, since the server's and the main queue read them.
 class UploadStore {
  public:
-  /// A name that no other upload is given until it is committed or aborted.
+  /// A name that is given to no other upload until it is committed or aborted.
   struct Reservation {
     std::string participant;
     std::shared_ptr<const Directory> directory;  ///< holds the final and the partial file
     std::string baseName;                        ///< before any suffix
     std::string finalName;
-    int attempt = 1;  ///< 1: the base name, n: the one with the suffix "-n"
+    int attempt = 1;  ///< 1: the base name, n: with the suffix "-n"
 
     std::string partialName() const;
     std::filesystem::path finalPath() const { return directory->path() / finalName; }
@@ -58,7 +58,7 @@ class UploadStore {
   };
 
   struct Stats {
-    std::int64_t files = 0;  ///< committed, and found when the folder was opened
+    std::int64_t files = 0;  ///< committed, or found when the folder was opened
     std::int64_t bytes = 0;
     std::int64_t participants = 0;               ///< with at least one file
     std::optional<std::string> lastParticipant;  ///< of the newest commit of this store
@@ -67,46 +67,46 @@ class UploadStore {
     bool operator==(const Stats&) const = default;
   };
 
-  /// Makes the folder where it is missing, removes the left-overs of a crash and counts what is
-  /// there. Throws UploadStoreError.
+  /// Makes the folder if it is missing, removes the left-overs of a crash and counts the files.
+  /// Throws UploadStoreError.
   UploadStore(const std::filesystem::path& root, bool perParticipant, Logger logger);
 
   const std::filesystem::path& root() const { return root_; }
 
-  /// Whether a store that was opened later has the same folder, not one that took its place, and
-  /// uses it in the same way.
+  /// Returns whether a store that was opened later has the same folder, not a replacement, and uses
+  /// it in the same way.
   bool isContinuedBy(const UploadStore& later) const;
 
-  /// Where each day has an upload folder of its own: removes what crashes on the other days left in
-  /// theirs. May take long where there are many.
+  /// Removes the left-overs of crashes on other days if each day has an upload folder of its own.
+  /// Can take long if there are many.
   void removeLeftOversOfOtherDays();
 
-  /// Takes a label and a file name from UploadNaming. Names before `firstAttempt` are left out.
-  /// Throws UploadStoreError or std::system_error.
+  /// Takes a label and a file name from UploadNaming. Skips names before `firstAttempt`. Throws
+  /// UploadStoreError or std::system_error.
   Reservation reserve(const std::string& participant, const std::string& filename,
                       int firstAttempt = 1);
 
-  /// Gives the name of a reservation back that no file was made for.
+  /// Releases the name of a reservation that no file was made for.
   void release(const Reservation& reservation);
 
-  /// Gives the finished partial file its final name, the next free one when another file has that
-  /// by now; returns its path once the name would survive a power cut. Throws UploadStoreError or
-  /// std::system_error, also when the partial file was removed or replaced; the file is then not
-  /// visible, and still to be removed by `abort`. Should it have become visible and not go again,
-  /// it counts.
+  /// Renames the finished partial file to its final name, or the next free one if another file has
+  /// that by now; returns its path once the name would survive a power cut. Throws UploadStoreError
+  /// or std::system_error, also if the partial file was removed or replaced; the file is then not
+  /// visible, and still to be removed by `abort`. If it became visible and cannot be removed, it
+  /// counts.
   std::filesystem::path commit(const Reservation& reservation, const PartialFile& file,
                                std::int64_t bytes);
 
-  /// Removes the partial file, unless another has its name by now, and gives the name back. Never
+  /// Removes the partial file, unless another has its name by now, and releases the name. Never
   /// throws.
   void abort(const Reservation& reservation, const PartialFile& file) noexcept;
 
-  /// Bytes that can still be written; nothing when that cannot be found out.
+  /// Returns the bytes that can still be written, or nullopt if that is unknown.
   std::optional<std::int64_t> freeSpace();
 
   Stats stats() const;
 
-  /// Why the folder could not be used when an upload last needed it; nothing when it could.
+  /// Returns why the folder was unusable when an upload last needed it, or nullopt.
   std::optional<std::string> problem() const;
 
  private:
@@ -123,26 +123,25 @@ class UploadStore {
   std::pair<dev_t, ino_t> identity_;  ///< of the folder when it was opened; fixed
   const Logger logger_;
 
-  std::mutex namesMutex_;                          ///< held while the disk is asked
+  std::mutex namesMutex_;                          ///< held during disk operations
   std::set<std::filesystem::path> reservedPaths_;  // guarded by namesMutex_
 
-  mutable std::mutex statsMutex_;       ///< never held while the disk is asked
+  mutable std::mutex statsMutex_;       ///< never held during disk operations
   Stats stats_;                         // guarded by statsMutex_
   std::optional<std::string> problem_;  // guarded by statsMutex_
   std::map<std::string, std::int64_t> participantFileCounts_;  // guarded by statsMutex_
 };
 
-/// The stores of one run, so that a folder that is opened again goes on counting where it was:
-/// uploads that are under way still end in the store that named them.
+/// The stores of one run, so that a folder that is opened again continues its counts: uploads in
+/// progress still end in the store that named them.
 ///
-/// Not safe from several threads at once.
+/// Not safe for concurrent use.
 class UploadStores {
  public:
   explicit UploadStores(Logger logger) : logger_(std::move(logger)) {}
 
-  /// Opens a folder as a new store does, and returns the store that it had before, if it is still
-  /// the same folder used in the same way. Blocks as long as the disk does. Throws
-  /// UploadStoreError.
+  /// Opens a folder like a new store, but returns the store that it had before if it is still the
+  /// same folder used in the same way. Blocks as long as the disk does. Throws UploadStoreError.
   std::shared_ptr<UploadStore> open(const std::filesystem::path& root, bool perParticipant);
 
  private:

@@ -8,8 +8,8 @@
 
 namespace tarvinel::test {
 
-/// Runs an asynchronous operation, given as a function that takes its completion, and waits for the
-/// outcome. Not from the queue on which it completes.
+/// Runs an asynchronous operation, given as a function that takes its completion, and returns its
+/// outcome. Must not be called on the queue on which it completes.
 template <class T, class Operation>
 Result<T> await(Operation operation) {
   auto promise = std::make_shared<std::promise<Result<T>>>();

@@ -6,7 +6,7 @@ namespace tarvinel {
 
 namespace {
 
-/// Runs an operation on the queue, waits for its completion and hands over what that brought.
+/// Runs an operation on the queue, waits for its completion and returns the result.
 template <class T>
 T await(SerialQueue& queue, const std::function<void(Completion<T>)>& operation) {
   std::promise<Result<T>> promise;

@@ -25,12 +25,12 @@ class CaptureRun {
   /// Waits for the list; throws what the service reports.
   ShareableContent content();
 
-  /// Prepares a stream and waits for its start; throws when one of them fails.
+  /// Prepares a stream and waits for its start; throws if one of them fails.
   void start(const ContentFilter& filter, const StreamConfiguration& configuration);
   void startDisplay(std::uint32_t displayID, bool showsCursor = false);
   void startWindow(std::uint32_t windowID, bool showsCursor = false);
 
-  /// The windows of a process on a display.
+  /// Starts with the windows of a process on a display.
   void startApplication(std::int32_t processID, std::uint32_t displayID, bool showsCursor = false);
   void stop();
 

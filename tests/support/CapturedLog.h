@@ -11,7 +11,7 @@
 
 namespace tarvinel::test {
 
-/// A log whose lines a test can look at, each as "category|level|message". Safe from any thread.
+/// A log whose lines a test can read, each as "category|level|message". Safe from any thread.
 class CapturedLog {
  public:
   CapturedLog() : sink_(std::make_shared<Sink>()), log_(sink_, spdlog::level::debug) {}

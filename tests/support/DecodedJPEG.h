@@ -9,7 +9,7 @@
 
 namespace tarvinel::test {
 
-/// What a JPEG decoder makes of a file: how tests look at encoded frames.
+/// A decoded JPEG file, with which tests inspect encoded frames.
 struct DecodedJPEG {
   using Pixel = std::array<std::uint8_t, 3>;  ///< red, green, blue
 
@@ -21,7 +21,7 @@ struct DecodedJPEG {
   bool progressive = false;
   std::vector<std::uint8_t> rgb;
 
-  /// Throws std::runtime_error when `file` is no JPEG.
+  /// Throws std::runtime_error if `file` is not a JPEG.
   static DecodedJPEG decode(const Bytes& file);
 
   Pixel at(std::size_t x, std::size_t y) const;

@@ -7,8 +7,8 @@
 
 namespace tarvinel::test {
 
-/// Sets a variable of the environment for as long as it lives; not while other threads look at the
-/// environment.
+/// Sets an environment variable for as long as it exists. Must not be used while other threads read
+/// the environment.
 class EnvironmentVariable {
  public:
   EnvironmentVariable(std::string name, const std::string& value) : name_(std::move(name)) {

@@ -5,8 +5,8 @@
 
 namespace tarvinel::test {
 
-/// Waits until `condition` holds; false when it does not within a minute, which is far beyond what
-/// any machine needs.
+/// Waits until `condition` holds; returns false if it does not within a minute, which is far beyond
+/// what any machine needs.
 template <class Condition>
 bool eventually(Condition condition) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);

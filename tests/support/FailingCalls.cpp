@@ -13,8 +13,8 @@ namespace tarvinel::test {
 
 namespace {
 
-/// "Load the number of the call; if it is one of these, fail, else go on." Only calls of the
-/// machine's own kind are made by this program.
+/// Returns the filter "load the number of the call; if it is one of these, fail, else continue".
+/// This program makes calls of the machine's own architecture only.
 std::vector<sock_filter> filterFor(const std::vector<long>& calls, int error) {
   std::vector<sock_filter> filter{BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
   for (const long call : calls) {

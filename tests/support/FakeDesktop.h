@@ -10,7 +10,7 @@
 
 namespace tarvinel::test {
 
-/// Writes down what it is asked to do.
+/// A desktop that records what it is requested to do.
 class FakeDesktop : public Desktop {
  public:
   void copy(const std::string& text) override { done.push_back("copy " + text); }
@@ -41,7 +41,7 @@ class FakeDesktop : public Desktop {
   void quit() override { done.emplace_back("quit"); }
 
   std::vector<std::string> done;
-  std::function<void(std::filesystem::path)> chosen;  ///< the last chooser's
+  std::function<void(std::filesystem::path)> chosen;  ///< the last chooser's callback
 
  private:
   bool isAlerting_ = false;

@@ -12,23 +12,23 @@
 
 namespace tarvinel::test {
 
-/// A network without a wire: keeps what registrars were asked to do and gives the answers that the
-/// test wants. Outlives the registrars; safe from any thread.
+/// A fake name service: records what registrars request and returns the replies that the test sets.
+/// Outlives the registrars; safe from any thread.
 class FakeNames {
  public:
-  /// Each call as one line: "register studio.local. 10.0.0.1", "update 10.0.0.2", "withdraw".
+  /// Returns the calls, such as "register studio.local. 10.0.0.1", "update 10.0.0.2", "withdraw".
   std::vector<std::string> calls() const {
     const std::scoped_lock lock(mutex_);
     return calls_;
   }
 
-  /// What registerRecord and update are to return.
+  /// Sets what registerRecord and update return.
   void respondWith(std::int32_t code) {
     const std::scoped_lock lock(mutex_);
     code_ = code;
   }
 
-  /// A reply of the newest record, waited for.
+  /// Sends a reply for the newest record and waits until it has been handled.
   void reply(std::int32_t code) {
     queue_->sync([&] { reply_(code); });
   }

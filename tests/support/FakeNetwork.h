@@ -9,7 +9,7 @@
 
 namespace tarvinel::test {
 
-/// A network whose path the test tells. It outlives what watches it.
+/// A network whose path the test sets. It outlives its watchers.
 class FakeNetwork {
  public:
   NetworkPath::Factory factory() {
@@ -20,7 +20,7 @@ class FakeNetwork {
     };
   }
 
-  /// Returns once the watcher has heard it.
+  /// Notifies the watcher and waits until it has handled the change.
   void tell(const std::vector<InterfaceType>& types) {
     queue_->sync([&] { handler_(types); });
   }

@@ -8,12 +8,12 @@
 
 namespace tarvinel::test {
 
-/// A folder that tells of network interfaces as sysfs does.
+/// A folder that describes network interfaces as sysfs does.
 class FakeSysfs {
  public:
   std::filesystem::path path() const { return folder_.path(); }
 
-  /// An interface with a device of its own.
+  /// Adds an interface with a device of its own.
   void hardware(const std::string& name, const std::string& driver,
                 const std::string& deviceType = "") const {
     virtualInterface(name, {}, deviceType);
@@ -29,7 +29,7 @@ class FakeSysfs {
     std::filesystem::create_directories(at(name) / "phy80211");
   }
 
-  /// An interface without a device, over others or over none.
+  /// Adds an interface without a device, over others or over none.
   void virtualInterface(const std::string& name, const std::vector<std::string>& lower = {},
                         const std::string& deviceType = "") const {
     const std::string line = deviceType.empty() ? "" : "DEVTYPE=" + deviceType + "\n";
@@ -39,7 +39,7 @@ class FakeSysfs {
       std::filesystem::create_directory_symlink("../" + below, at(name) / ("lower_" + below));
   }
 
-  /// A file of an interface, such as "wg0/type".
+  /// Writes a file of an interface, such as "wg0/type".
   void write(const std::string& file, const std::string& content) const {
     folder_.write("class/net/" + file, content);
   }

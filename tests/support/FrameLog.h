@@ -15,40 +15,40 @@
 
 namespace tarvinel {
 
-/// One delivered frame as it was then: the pixels are a copy.
+/// One delivered frame with a copy of its pixels at that time.
 struct SeenFrame {
   CapturedFrame frame;
   std::size_t width = 0;
   std::size_t height = 0;
   Bytes pixels;  ///< rows of width × 4 bytes
 
-  /// 0xRRGGBB.
+  /// Returns the pixel as 0xRRGGBB.
   std::uint32_t at(std::size_t x, std::size_t y) const;
 
   bool has(std::uint32_t colour) const;
 
-  /// Absent counts as none.
+  /// Returns the dirty rectangles; none if they are not known.
   std::vector<Rect> dirty() const { return frame.dirtyRects.value_or(std::vector<Rect>{}); }
 };
 
-/// Remembers what a stream reports. Its handlers run on the capture queue, the rest in the test.
+/// Records what a stream reports. Its handlers run on the capture queue, the rest in the test.
 class FrameLog {
  public:
   StreamHandlers handlers();
 
-  /// The frame with that position, counted from 0; waits for it. Throws when it does not come.
+  /// Waits for the frame with that position, counted from 0. Throws if it does not come.
   SeenFrame frame(std::size_t index);
 
-  /// The first frame from that position on for which the condition holds; waits for it.
+  /// Waits for the first frame from that position on for which the condition holds.
   SeenFrame frameWhere(std::size_t from, const std::function<bool(const SeenFrame&)>& condition);
 
-  /// Why the stream ended by itself; waits for it.
+  /// Waits until the stream has ended by itself and returns the reason.
   std::exception_ptr stopReason();
 
-  /// The newest frame; one without pixels when none has come.
+  /// Returns the newest frame; one without pixels if none has come.
   SeenFrame last();
 
-  /// True when a pixel of any frame so far was 0xRRGGBB.
+  /// Returns whether a pixel of any frame so far was 0xRRGGBB.
   bool hasShown(std::uint32_t colour);
 
   std::size_t frameCount();

@@ -7,7 +7,7 @@
 
 namespace tarvinel {
 
-/// A frame of that many zero bytes.
+/// Returns a frame of that many zero bytes.
 inline Frame frameOf(std::size_t bytes) {
   return std::make_shared<const Bytes>(bytes);
 }

@@ -6,12 +6,12 @@
 
 namespace tarvinel {
 
-/// A disk that hangs when it is asked, once, for its free space, until it is released.
+/// A disk whose free space can be queried once, which hangs until the disk is released.
 class HangingDisk {
  public:
   explicit HangingDisk(std::int64_t freeBytes) : freeBytes_(freeBytes) {}
 
-  /// Returns when released; called by whom the test is about.
+  /// Returns when released; called by the code under test.
   std::optional<std::int64_t> freeSpace() {
     asked_.set_value();
     released_.get_future().wait();

@@ -6,7 +6,7 @@
 
 namespace tarvinel::test {
 
-/// Sets $HOME for as long as it lives; not while other threads look at the environment.
+/// Sets $HOME for as long as it exists. Must not be used while other threads read the environment.
 class HomeVariable : public EnvironmentVariable {
  public:
   explicit HomeVariable(const std::filesystem::path& home)

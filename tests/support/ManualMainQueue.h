@@ -27,10 +27,10 @@ class ManualMainQueue : public MainQueue {
     return std::make_unique<Timer>();
   }
 
-  /// What the repeating timer does when its interval is over.
+  /// Runs the repeating timer's task, as when its interval is over.
   void tick() { onTick_(); }
 
-  /// Runs tasks until `condition` holds; false when it does not within a minute.
+  /// Runs tasks until `condition` holds; returns false if it does not within a minute.
   bool runUntil(const std::function<bool()>& condition) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (!condition()) {

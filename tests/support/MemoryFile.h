@@ -8,7 +8,7 @@
 
 namespace tarvinel::test {
 
-/// A file of memory such as producers of pictures share.
+/// A file in memory such as producers of pictures share.
 class MemoryFile {
  public:
   explicit MemoryFile(const std::vector<std::uint8_t>& bytes);

@@ -4,7 +4,7 @@
 
 namespace tarvinel {
 
-/// What sizes and rates may hold and must not be.
+/// Values of a double that are invalid as sizes and rates.
 inline constexpr double infinity = std::numeric_limits<double>::infinity();
 inline constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 

@@ -6,7 +6,7 @@
 
 namespace tarvinel::test {
 
-/// While it lives root is an ordinary user, to whom file permissions apply.
+/// Makes root an ordinary user while it exists, so that file permissions apply.
 class OrdinaryUser {
  public:
   OrdinaryUser() {

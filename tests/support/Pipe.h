@@ -35,7 +35,7 @@ class Pipe {
     fcntl(writer_.get(), F_SETFL, flags);
   }
 
-  /// Waits for something to read and returns a piece of it; empty at the end.
+  /// Waits for data and returns a piece of it; empty at the end.
   std::string read() const {
     std::array<char, 4096> piece{};
     const ssize_t count = ::read(reader_.get(), piece.data(), piece.size());
@@ -43,7 +43,7 @@ class Pipe {
     return {piece.data(), static_cast<std::size_t>(count)};
   }
 
-  /// Reads until the text ends so.
+  /// Reads until the text ends with `end`.
   std::string readUntil(std::string_view end) const {
     std::string text;
     while (!text.ends_with(end))

@@ -12,7 +12,7 @@
 
 namespace tarvinel::test {
 
-/// What listens as an X server of this computer does, takes connections and never says a word.
+/// A listener like a local X server that takes connections and never replies.
 class SilentDisplay {
  public:
   SilentDisplay() {
@@ -21,10 +21,10 @@ class SilentDisplay {
     }
   }
 
-  /// Such as ":60000".
+  /// Returns the display's name such as ":60000".
   std::string name() const { return ":" + std::to_string(number_); }
 
-  /// One more connection, none when no more are taken at once.
+  /// Returns one more connection, or an empty one if no more are taken at once.
   UniqueFd connect() const {
     UniqueFd client(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     const Address address = addressOf(number_);
@@ -43,7 +43,7 @@ class SilentDisplay {
     const sockaddr* generic() const { return reinterpret_cast<const sockaddr*>(&local); }
   };
 
-  /// In the abstract namespace, where nothing is left behind.
+  /// Returns an address in the abstract namespace, where no file is left behind.
   static Address addressOf(int number) {
     const std::string path = "/tmp/.X11-unix/X" + std::to_string(number);
     Address address;

@@ -8,7 +8,7 @@
 
 namespace tarvinel::test {
 
-/// A folder of its own that goes with everything in it.
+/// A new folder that the destructor removes with everything in it.
 class TemporaryFolder {
  public:
   TemporaryFolder();
@@ -19,18 +19,18 @@ class TemporaryFolder {
   const std::filesystem::path& path() const { return path_; }
   std::filesystem::path operator/(std::string_view name) const { return path_ / name; }
 
-  /// Writes a file, making the folders above it, and returns where it is.
+  /// Writes a file, creating its parent folders, and returns its path.
   std::filesystem::path write(std::string_view name, std::string_view content) const;
   std::string read(std::string_view name) const;
 
-  /// Everything in it and below, hidden files too, as relative paths in order.
+  /// Returns everything in it and below, hidden files too, as relative paths in order.
   std::vector<std::string> files() const;
 
  private:
   std::filesystem::path path_;
 };
 
-/// The content of a file.
+/// Returns the content of a file.
 std::string contentOf(const std::filesystem::path& file);
 
 }  // namespace tarvinel::test

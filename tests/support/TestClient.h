@@ -14,7 +14,7 @@ namespace tarvinel::test {
 class TestClient {
  public:
   /// Connects to 127.0.0.1. A small receive buffer (bytes) makes a viewer that fills up soon; 0 is
-  /// the system's own size.
+  /// the system's default.
   explicit TestClient(std::uint16_t port, int receiveBuffer = 0);
 
   /// Connects from another address of this computer, such as "127.0.0.2".
@@ -22,28 +22,28 @@ class TestClient {
 
   void send(std::string_view bytes);
 
-  /// Sends what the connection takes; false once it is broken.
+  /// Sends what the connection takes; returns false once it is broken.
   bool trySend(std::string_view bytes);
 
-  /// Exactly so many bytes; throws when the connection ends before.
+  /// Reads exactly so many bytes; throws if the connection ends before.
   std::string read(std::size_t count);
 
-  /// Everything up to and including the first `end`; throws when the connection ends before.
+  /// Reads everything up to and including the first `end`; throws if the connection ends before.
   std::string readUntil(std::string_view end);
 
-  /// Everything until the server ends the connection, orderly or by reset.
+  /// Reads everything until the server ends the connection, orderly or by reset.
   std::string readToEnd();
 
-  /// The next part of the stream: checks its head and returns the JPEG.
+  /// Reads the next part of the stream: checks its head and returns the JPEG.
   std::string readPart();
 
-  /// Ends the sending side only.
+  /// Shuts down the sending side only.
   void shutdownSend();
 
-  /// Closes in order.
+  /// Closes the connection in order.
   void close() { fd_.reset(); }
 
-  /// Closes with a reset.
+  /// Closes the connection with a reset.
   void reset();
 
  private:

@@ -10,14 +10,14 @@
 
 namespace tarvinel {
 
-/// What every test of capturing an X server needs: the server, a program that draws on it, and a
-/// capture service that looks at it.
+/// The fixture of tests that capture an X server: the server, a program that draws on it, and a
+/// capture service that reads it.
 struct X11Capture {
   explicit X11Capture(const std::string& screen = "320x240x24",
                       const std::vector<std::string>& arguments = {},
                       const x11::Options& options = {});
 
-  /// The only display's number.
+  /// Returns the only display's number.
   std::uint32_t onlyDisplay() { return run.content().displays.at(0).displayID; }
 
   /// Starts with the only display and waits for its first frame.
@@ -28,7 +28,7 @@ struct X11Capture {
   CaptureRun run;
 };
 
-/// A service for the server of that name, for CaptureRun.
+/// Returns what makes a service for the server of that name, for CaptureRun.
 CaptureRun::MakeService x11Service(const std::string& display, const x11::Options& options = {});
 
 }  // namespace tarvinel

@@ -21,7 +21,7 @@ xcb_rectangle_t rectangle(const PixelRect& rect) {
           static_cast<std::uint16_t>(rect.width), static_cast<std::uint16_t>(rect.height)};
 }
 
-/// A colour's part in the 16 bits of the core protocol.
+/// Returns a colour's component in the 16 bits of the core protocol.
 std::uint16_t part(std::uint32_t colour, unsigned shift) {
   return static_cast<std::uint16_t>((colour >> shift & 0xFFU) * 0x101U);
 }
@@ -179,8 +179,8 @@ xcb_atom_t XClient::atom(const std::string& name) {
   return reply->atom;
 }
 
-/// The server does requests in order, so one answered request proves those before it. Errors are a
-/// defect of the test.
+/// The server processes requests in order, so one reply proves that those before it are done.
+/// Errors are a defect of the test.
 void XClient::sync() {
   const x11::XcbPtr<xcb_get_input_focus_reply_t> reply(xcb_get_input_focus_reply(
       connection_.get(), xcb_get_input_focus(connection_.get()), nullptr));

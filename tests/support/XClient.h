@@ -24,10 +24,10 @@ class XClient {
   /// Sets a property of the root window, as window managers do.
   void writeOnRoot(const std::string& property, const std::vector<std::uint32_t>& numbers);
 
-  /// Says that the window's owner manages windows and composes the screen.
+  /// Declares that the window's owner manages windows and composes the screen.
   void manageAndCompose(xcb_window_t window);
 
-  /// Says that the window's owner composes the screen.
+  /// Declares that the window's owner composes the screen.
   void compose(xcb_window_t window);
 
   /// Fills a rectangle of the screen with 0xRRGGBB, over everything that is there.
@@ -42,12 +42,12 @@ class XClient {
   /// Makes the cursor over the root window a filled square whose top left corner is the hot spot.
   void setSquareCursor(std::uint16_t size, std::uint32_t colour);
 
-  /// Defines a monitor; returns its number. `takesOutput`: it
-  /// stands for the server's only output, else for none.
+  /// Defines a monitor; returns its number. With `takesOutput` it has the server's only output,
+  /// else none.
   std::uint32_t setMonitor(const std::string& name, const PixelRect& area, bool primary,
                            bool takesOutput);
 
-  /// Gives a monitor another place or size; nobody sees the server without it in between.
+  /// Moves or resizes a monitor; nobody sees the server without it in between.
   void moveMonitor(const std::string& name, const PixelRect& area);
   void removeMonitor(const std::string& name);
 
@@ -60,10 +60,10 @@ class XClient {
   /// Adds to the root window's resource database.
   void setResources(const std::string& text);
 
-  /// The number of a name.
+  /// Returns the atom of a name.
   xcb_atom_t atom(const std::string& name);
 
-  /// Waits until everything asked for has taken effect. Throws when something was refused.
+  /// Waits until all requests have taken effect. Throws if one was rejected.
   void sync();
 
  private:

@@ -18,14 +18,14 @@ namespace tarvinel {
 
 namespace {
 
-constexpr int readyFd = 9;  ///< as Xvfb sees it
+constexpr int readyFd = 9;  ///< the descriptor's number in Xvfb
 constexpr int patienceMs = 60000;
 constexpr int attempts = 5;
 
 /// tests/harness/x11/server.py claims its numbers there as well.
 constexpr const char* claims = "/tmp/.tarvinel-test-displays";
 
-/// Far above the numbers that servers choose by themselves, upwards from 0.
+/// Returns a number far above those that servers choose by themselves, upwards from 0.
 int randomNumber() {
   static std::random_device random;
   return std::uniform_int_distribution(10000, 49999)(random);
@@ -60,7 +60,7 @@ pid_t spawn(std::vector<std::string> words, int readyEnd) {
   return process;
 }
 
-/// Whether Xvfb writes its display number, as it does when it listens, before it ends.
+/// Returns whether Xvfb has written its display number, as it does when it listens, before its end.
 bool becomesReady(int fd) {
   char byte = 0;
   pollfd ready{fd, POLLIN, 0};
@@ -103,7 +103,7 @@ XServer::~XServer() {
 
 void XServer::crash() {
   end(SIGKILL);
-  // what a server ended in order would have removed
+  // a server that ended in order would have removed it
   std::remove(("/tmp/.X11-unix/X" + std::to_string(number_)).c_str());
 }
 

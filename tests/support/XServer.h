@@ -9,18 +9,17 @@
 
 namespace tarvinel {
 
-/// Keeps a display number from all other tests of this computer, in whatever process, while the
-/// descriptor is open; none when another has it. The servers' own sockets do not ensure that: a
-/// server in another network namespace replaces the file in /tmp/.X11-unix without asking, and
-/// clients try the abstract socket first, which is not in that folder.
+/// Reserves a display number against all other tests on this computer, in whatever process, while
+/// the descriptor is open; it is empty if another has the number. The servers' own sockets do not
+/// ensure that: a server in another network namespace replaces the file in /tmp/.X11-unix without
+/// asking, and clients try the abstract socket first, which is not in that folder.
 UniqueFd claimDisplay(int number);
 
-/// A real X server without hardware, on a display number that is its own until it is destroyed;
-/// ended by the destructor.
+/// A real X server without hardware, on a display number of its own; the destructor ends it.
 class XServer {
  public:
-  /// `screen` is width x height x depth; `arguments` go to Xvfb as they are. Throws when it does
-  /// not come up.
+  /// `screen` is width x height x depth; `arguments` go to Xvfb as they are. Throws if it does not
+  /// start.
   explicit XServer(const std::string& screen = "320x240x24",
                    const std::vector<std::string>& arguments = {});
   ~XServer();
@@ -29,13 +28,13 @@ class XServer {
 
   int number() const { return number_; }
 
-  /// Such as ":12345".
+  /// Returns the display's name such as ":12345".
   std::string display() const { return ":" + std::to_string(number_); }
 
-  /// Ends it at once, as a crash would, and waits until it is gone.
+  /// Kills it, as a crash would, and waits until it has ended.
   void crash();
 
-  /// Lets it sleep without answering, and wakes it.
+  /// Stops it, so that it does not reply, and lets it continue.
   void freeze() const;
   void thaw() const;
 

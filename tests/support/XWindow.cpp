@@ -7,7 +7,7 @@ namespace tarvinel {
 
 namespace {
 
-/// A visual with an alpha channel.
+/// Returns a visual with an alpha channel.
 xcb_visualid_t alphaVisual(const xcb_screen_t& screen) {
   for (auto depths = xcb_screen_allowed_depths_iterator(&screen); depths.rem > 0;
        xcb_depth_next(&depths)) {

@@ -12,17 +12,17 @@
 
 namespace tarvinel {
 
-/// A window of a client, on the screen from the start and until it is closed or the client goes.
-/// Every call has taken effect in the server when it returns.
+/// A window of a client, on the screen from the start and until it is closed or the client
+/// disconnects. Every call has taken effect in the server when it returns.
 class XWindow {
  public:
   struct Look {
-    /// 0xRRGGBB; none: the server paints nothing itself.
+    /// 0xRRGGBB; nullopt: the server paints nothing itself.
     std::optional<std::uint32_t> background = std::nullopt;
     bool isUnmanaged = false;        ///< as menus are (override-redirect)
     bool hasAlpha = false;           ///< of a visual with 32 bits
     std::uint16_t border = 0;        ///< pixels, of colour 0
-    xcb_window_t parent = XCB_NONE;  ///< none: the root window
+    xcb_window_t parent = XCB_NONE;  ///< XCB_NONE: the root window
     bool isMapped = true;
   };
 

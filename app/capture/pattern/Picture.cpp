@@ -34,7 +34,7 @@ constexpr std::array<Colour, 8> barColours{0xFFFFFF, 0xFFFF00, 0x00FFFF, 0x00FF0
 constexpr int barHeight = 240;
 constexpr int ballSize = 96;
 constexpr int laneTop = 312;
-constexpr int ballStride = 16;  ///< a step
+constexpr int ballStride = 16;  ///< per step
 constexpr int glyphScale = 12;
 constexpr int glyphAdvance = (glyphWidth + 1) * glyphScale;
 constexpr int textLeft = 100;
@@ -68,7 +68,7 @@ void drawBars(MemoryPixelBuffer& buffer) {
   }
 }
 
-/// The ball goes to the right end and back.
+/// The ball moves to the right end and back.
 Box ballBox(std::int64_t step) {
   constexpr int stops = (Picture::width - ballSize) / ballStride;
   const auto phase = static_cast<int>(step % (std::int64_t{2} * stops));

@@ -15,7 +15,7 @@ using Glyph = std::array<std::uint8_t, 7>;
 inline constexpr int glyphWidth = 5;
 inline constexpr int glyphHeight = 7;
 
-/// The glyph of a digit or of one of the capital letters E, P, S, T; blank for anything else.
+/// Returns the glyph of a digit or of the capital letters E, P, S, T; blank for anything else.
 Glyph patternGlyph(char character);
 
 /// Draws the built-in picture: colour bars, a ball that travels along a lane, and a step counter.
@@ -23,11 +23,11 @@ Glyph patternGlyph(char character);
 struct Picture {
   static constexpr int width = 1280;  ///< points
   static constexpr int height = 720;  ///< points
-  static constexpr int density = 2;   ///< pixels a point
+  static constexpr int density = 2;   ///< pixels per point
   static constexpr int pixelWidth = width * density;
   static constexpr int pixelHeight = height * density;
 
-  /// Draws all of one step, from 0 on.
+  /// Draws the whole picture of one step; steps count from 0.
   static void draw(MemoryPixelBuffer& buffer, std::int64_t step);
 
   /// Turns the picture of one step into that of another; returns the rectangles it changed, in

@@ -79,7 +79,7 @@ void Stream::deliver(std::vector<Rect> changed) {
   if (running_) awaitStep(step_ + 1);
 }
 
-/// When the queue was busy for longer than a step, the steps missed are left out.
+/// If the queue was busy for longer than a step, the missed steps are skipped.
 void Stream::awaitStep(std::int64_t step) {
   timer_.expires_at(startedAt_ + schedule_.timeOf(step));
   timer_.async_wait([weak = weak_from_this()](const std::error_code& ec) {

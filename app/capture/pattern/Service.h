@@ -15,19 +15,19 @@
 
 namespace tarvinel::pattern {
 
-/// When the built-in picture moves: five seconds at a steady rate, five of stillness, over and
-/// over. Pure; times count from the start of the stream.
+/// The timing of the built-in picture: five seconds of motion at a steady rate, then five of
+/// stillness, repeatedly. Pure; times count from the start of the stream.
 class Schedule {
  public:
   using Duration = std::chrono::nanoseconds;
 
-  /// The rate is taken as 1 to 1000 steps a second.
+  /// The rate is clamped to 1 to 1000 steps per second.
   explicit Schedule(std::int32_t stepsPerSecond);
 
-  /// The step shown at that time, from 0 on.
+  /// Returns the step shown at that time, counted from 0.
   std::int64_t stepAt(Duration elapsed) const;
 
-  /// When that step begins; the inverse of `stepAt`.
+  /// Returns when that step begins; the inverse of `stepAt`.
   Duration timeOf(std::int64_t step) const;
 
  private:
@@ -57,17 +57,17 @@ class Stream final : public CaptureStream, public std::enable_shared_from_this<S
   std::shared_ptr<MemoryPixelBuffer> buffer_;  ///< null until the first frame
   asio::steady_timer timer_;
   Clock::time_point startedAt_;
-  std::int64_t step_ = 0;  ///< the one in the buffer
+  std::int64_t step_ = 0;  ///< the step in the buffer
   bool running_ = false;
 };
 
-/// The built-in picture was asked for something else than its one display.
+/// The error of a request for anything but the built-in picture's one display.
 class Error : public std::runtime_error {
  public:
   Error() : std::runtime_error("the built-in picture has one display only") {}
 };
 
-/// A screen that is not there: one display of double density with the built-in moving picture, for
+/// A virtual screen: one display of double density with the built-in moving picture, for
 /// demonstrations, tests and machines whose screen cannot be captured. Lives on the capture queue,
 /// which outlives it.
 class Service final : public ScreenCaptureService {

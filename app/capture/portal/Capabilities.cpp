@@ -9,7 +9,7 @@ namespace tarvinel::portal {
 
 namespace {
 
-// Until the desktop tells the true size: that of most screens.
+// The size of most screens, assumed until the desktop reports the real one.
 constexpr Size assumedSize{1920, 1080};
 
 ShareableChoice choice(SourceType type, Entry entry, const char* title) {

@@ -6,8 +6,8 @@
 
 namespace tarvinel::portal {
 
-/// Why the desktop's portal gives no picture; the text is for the presenter. That the presenter
-/// refused is no such error: it is std::errc::operation_canceled.
+/// The reason why the desktop's portal delivers no picture; what() is meant for the presenter. A
+/// presenter who declines is not such an error, but std::errc::operation_canceled.
 class Error : public std::runtime_error {
  public:
   enum class Case : std::uint8_t {
@@ -31,7 +31,7 @@ class Error : public std::runtime_error {
   Case kind_;
 };
 
-/// The error as it crosses queues.
+/// Returns the error in a form that crosses queues.
 std::exception_ptr portalFailure(Error::Case kind);
 
 }  // namespace tarvinel::portal

@@ -8,7 +8,7 @@ namespace tarvinel::portal {
 
 namespace {
 
-/// The damage as seen from the content.
+/// Returns the damage in the content's coordinates.
 PixelRects within(const PixelRects& damage, const PixelRect& content) {
   PixelRects inside;
   for (const PixelRect& rect : damage) {
@@ -93,21 +93,21 @@ void FrameAccumulator::recordDamage(const pw_buffer& buffer) {
   if (damage_) damage_->insert(damage_->end(), damage->begin(), damage->end());
 }
 
-/// The picture was missing or incomplete, so the next one is shown as a whole. Logged once, since
-/// such a producer may go on like that.
+/// The picture was missing or incomplete, so the next one is shown as a whole. This is logged once,
+/// since such a producer may continue like that.
 void FrameAccumulator::loseTrack() {
   damage_.reset();
   if (std::exchange(reportedLoss_, true)) return;
   logger_->warn("lost a picture: the desktop gave less memory than it said, or took it back");
 }
 
-/// Logged once as well.
+/// This is logged once as well.
 void FrameAccumulator::reportNonsense() {
   if (std::exchange(reportedNonsense_, true)) return;
   logger_->warn("ignored a picture: the desktop describes its memory in a way that makes no sense");
 }
 
-/// Another part of the frame, or another side of it up, is another picture in which the cursor has
+/// Another part of the frame, or another rotation of it, is another picture in which the cursor has
 /// another place.
 void FrameAccumulator::recordView(const PixelRect& content, const VideoTransform& transform) {
   if (content_ == content && transform_ == transform) return;

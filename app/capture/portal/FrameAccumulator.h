@@ -20,12 +20,12 @@ namespace tarvinel::portal {
 class FrameAccumulator {
  public:
   struct Handlers {
-    /// A picture, upright, valid during the call, and what has changed in it since the last one
-    /// (absent: unknown).
+    /// Receives a picture, upright, valid during the call, and what has changed in it since the
+    /// last one (nullopt: not known).
     std::function<void(const RawPicture& picture, const std::optional<PixelRects>& changed)>
         onPicture;
 
-    /// The cursor's new look or place, in the picture's pixels, or nullopt if it is hidden.
+    /// Receives the cursor's new shape or place (the picture's pixels; nullopt: hidden).
     std::function<void(const std::optional<CursorImage>& cursor)> onCursor;
   };
 
@@ -33,7 +33,7 @@ class FrameAccumulator {
 
   const std::optional<VideoFormat>& format() const { return format_; }
 
-  /// Buffers have this format from now on; without one no picture is read.
+  /// Sets the format of the buffers from now on; without one no picture is read.
   void setFormat(const std::optional<VideoFormat>& format);
 
   /// Records the cursor and the damage of a buffer. Returns whether its picture can be shown.
@@ -42,8 +42,8 @@ class FrameAccumulator {
   /// Shows the picture of a buffer that was added, with the damage since the last one.
   void show(const pw_buffer& buffer);
 
-  /// Shows the picture of a buffer that was found without being announced: what happened before it
-  /// and between it and the next one is unknown.
+  /// Shows the picture of a buffer that was found without being announced: the damage before it,
+  /// and between it and the next one, is not known.
   void showFound(const pw_buffer& buffer);
 
   /// Reports the cursor if it has changed.
@@ -61,7 +61,7 @@ class FrameAccumulator {
   const Logger logger_;
   const Handlers handlers_;
   std::optional<VideoFormat> format_;
-  std::optional<PixelRects> damage_;  ///< since the last picture, frame's pixels; absent: unknown
+  std::optional<PixelRects> damage_;  ///< since the last picture, frame's pixels; or unknown
   PixelRect content_;                 ///< where in the frame the last picture was
   VideoTransform transform_;          ///< of the last picture
   CursorMetadata cursor_;

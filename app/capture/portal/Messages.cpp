@@ -93,7 +93,7 @@ std::optional<Size> readSize(sd_bus_message& message) {
   return Size{static_cast<double>(width), static_cast<double>(height)};
 }
 
-// One is asked for: any further ones are passed over.
+// Only one stream is requested: any others are skipped.
 bool readStream(sd_bus_message& message, StreamInfo& grant) {
   if (sd_bus_message_enter_container(&message, 'r', "ua{sv}") <= 0) return false;
   grant.node = readNumber(message);

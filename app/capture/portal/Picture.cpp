@@ -29,7 +29,7 @@ void copyPixels(const std::uint8_t* raw, std::uint8_t* bgra, std::int32_t count,
   }
 }
 
-// From the first to the last pixel of a row that differs; empty when none does.
+// Returns the span from the first to the last differing pixel of a row; empty if none differs.
 PixelRect rowDifference(const RawPicture& picture, std::int32_t y, const std::uint8_t* shown) {
   const std::uint8_t* raw = picture.row(y);
   const auto same = [&](std::int32_t x) {
@@ -45,7 +45,7 @@ PixelRect rowDifference(const RawPicture& picture, std::int32_t y, const std::ui
   return {first, y, end - first, first < end ? 1 : 0};
 }
 
-// Grows the last rectangle by a row that follows on it, or begins another one.
+// Extends the last rectangle by a row that follows it, or begins another one.
 void addRow(PixelRects& rects, const PixelRect& row) {
   if (rects.empty() || rects.back().maxY() != row.y) {
     rects.push_back(row);
@@ -67,7 +67,7 @@ std::optional<CapturedFrame> Picture::update(const RawPicture& picture,
                                                   static_cast<std::size_t>(picture.height));
   }
   const PixelRects whole{picture.area()};
-  // some compositors call all of the screen damaged when a character is typed
+  // some compositors report the whole screen as damaged when a character is typed
   const PixelRects changed = known ? differences(picture, damage.value_or(whole)) : whole;
   for (const PixelRect& area : changed)
     copy(picture, area);

@@ -17,13 +17,13 @@ namespace tarvinel::portal {
 /// on the capture queue.
 class Picture {
  public:
-  /// Takes over what differs from the last picture in `damage`, which lies inside the picture, or
-  /// anywhere, when that is not known. None when nothing does.
+  /// Copies what differs from the last picture within `damage`, which lies inside the picture, or
+  /// anywhere if the damage is not known. Returns nullopt if nothing differs.
   std::optional<CapturedFrame> update(const RawPicture& picture,
                                       const std::optional<PixelRects>& damage);
 
-  /// Draws the cursor (the picture's pixels) where it is now, and nowhere else; none: it is not to
-  /// be seen. None when there is no picture yet, or nothing of the cursor was or is in it.
+  /// Draws the cursor (the picture's pixels) at its new place only; nullopt hides it. Returns
+  /// nullopt if there is no picture yet, or nothing of the cursor was or is in it.
   std::optional<CapturedFrame> showCursor(const std::optional<CursorImage>& cursor);
 
  private:
@@ -38,8 +38,8 @@ class Picture {
 
   std::shared_ptr<MemoryPixelBuffer> buffer_;  ///< null before the first picture
   std::optional<CursorImage> cursor_;          ///< as drawn
-  PixelRect covered_;                          ///< what of the picture it covers; empty: nothing
-  std::vector<std::uint8_t> below_;            ///< the pixels of that without it
+  PixelRect covered_;                          ///< the area that it covers; may be empty
+  std::vector<std::uint8_t> below_;            ///< the pixels of that area without the cursor
 };
 
 }  // namespace tarvinel::portal

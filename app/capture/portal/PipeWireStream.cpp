@@ -15,7 +15,7 @@
 #include <system_error>
 #include <utility>
 
-// the library's calls are macros of that kind
+// the library's calls are macros with statement expressions
 #ifdef __clang__
 #pragma clang diagnostic ignored "-Wgnu-statement-expression"
 #endif
@@ -40,7 +40,7 @@ int duplicateOf(int fd) {
   return copy;
 }
 
-// What memory pictures are to come in, and what is to be told beside them.
+// Returns the kind of memory in which pictures shall come, and the metadata beside them.
 std::vector<StreamParameter> wantedParameters(bool withCursor) {
   constexpr std::uint32_t header = sizeof(spa_meta_header);
   constexpr std::uint32_t region = sizeof(spa_meta_region);
@@ -61,7 +61,7 @@ std::vector<StreamParameter> wantedParameters(bool withCursor) {
 
 }  // namespace
 
-/// What the stream holds of the library; made and destroyed on the capture queue.
+/// The library's objects of the stream; made and destroyed on the capture queue.
 struct PipeWireStream::Connection {
   struct Library {
     Library() { pw_init(nullptr, nullptr); }
@@ -110,7 +110,7 @@ struct PipeWireStream::Connection {
   spa_hook streamHook{};
 };
 
-/// What the library calls.
+/// The library's callbacks.
 struct PipeWireStream::Events {
   static void coreInfo(void* self, const pw_core_info* /*info*/) {
     static_cast<PipeWireStream*>(self)->serverResponded_ = true;
@@ -223,7 +223,7 @@ void PipeWireStream::connect(UniqueFd mediaServer, std::uint32_t node) {
   connection_ = std::make_unique<Connection>();
   Connection& made = *connection_;
   pw_context* context = orThrow(made.context);
-  // the library closes the descriptor, whatever comes of it
+  // the library closes the descriptor, even if it fails
   made.core = orThrow(pw_context_connect_fd(context, mediaServer.release(), nullptr, 0));
   pw_core_add_listener(made.core, &made.coreHook, &Events::ofCore(), this);
   node_ = node;
@@ -258,7 +258,7 @@ void PipeWireStream::awaitEvents() {
                           });
 }
 
-/// Where the media server finds no format or memory that suits both sides, nobody says so.
+/// Sets a timeout: nobody reports a lack of formats or memory that suit both sides.
 void PipeWireStream::awaitBuffers() {
   deadline_.start(maxTimeToBegin, [weak = weak_from_this()] {
     const auto self = weak.lock();
@@ -293,7 +293,7 @@ void PipeWireStream::streamEnded() {
 }
 
 /// What a producer sends may need more memory than there is. No exception passes through the
-/// library: the stream ends once it has returned.
+/// library: the stream ends once the library has returned.
 void PipeWireStream::guarded(const std::function<void(PipeWireStream&)>& step) {
   try {
     step(*this);
@@ -308,7 +308,7 @@ void PipeWireStream::serverEnded() {
   ended_ = portalFailure(Error::Case::mediaServerGone);
 }
 
-/// A format that was not offered shows nothing until the next one comes.
+/// In an unsupported format nothing is shown until the next one comes.
 void PipeWireStream::formatChanged(const spa_pod* format) {
   frames_.setFormat(format != nullptr ? VideoFormat::read(*format) : std::nullopt);
   recovery_.formatChanged();
@@ -355,9 +355,9 @@ void PipeWireStream::recover() {
   }
 }
 
-/// A producer may send its first picture in new buffers before they have arrived on this side. The
-/// media server then announces it to nobody, and a screen that is still sends no other: the picture
-/// lies in its buffer.
+/// A producer may send its first picture in new buffers before these have arrived on this side. The
+/// media server then notifies nobody, and a still screen sends no other picture: it remains in its
+/// buffer.
 void PipeWireStream::searchBuffers() {
   const pw_buffer* newest = frames_.format() ? buffers_.newest(*frames_.format()) : nullptr;
   if (newest == nullptr) return;
@@ -365,23 +365,22 @@ void PipeWireStream::searchBuffers() {
   handlers_.onRest();
 }
 
-/// When one format follows upon another, the media server may hand over the new buffers before
-/// their producer gave them memory. No picture then ever comes, unless the format is negotiated
-/// again.
+/// When one format follows another, the media server may hand over the new buffers before their
+/// producer has given them memory. No picture then ever comes, unless the format is renegotiated.
 void PipeWireStream::renegotiate() {
   const auto formats = StreamParameter::formats(wish_.framesPerSecond);
   std::array<const spa_pod*, 1> parameters{formats.pod()};
   pw_stream_update_params(connection_->stream, parameters.data(), parameters.size());
 }
 
-/// When one format follows upon another, the media server may leave the way from the producer to
-/// this side closed. Both sides believe that all is well, and no picture ever comes.
+/// When one format follows another, the media server may leave the path from the producer to this
+/// side closed. Both sides consider the stream healthy, and no picture ever comes.
 void PipeWireStream::restart() {
   pw_stream_set_active(connection_->stream, false);
   pw_stream_set_active(connection_->stream, true);
 }
 
-/// Shows the newest of the buffers that wait; those before it only report what changed.
+/// Shows the newest of the waiting buffers; those before it only report what changed.
 void PipeWireStream::takeBuffers() {
   pw_stream* stream = connection_->stream;
   pw_buffer* newest = nullptr;

@@ -21,8 +21,8 @@ struct spa_pod;
 
 namespace tarvinel::portal {
 
-/// Decides what to try next while no picture arrives, for there are three ways in which a stream
-/// falls silent although both sides believe that all is well. Pure.
+/// Decides what to try next while no picture arrives: a stream can fall silent in three ways
+/// although both sides consider it healthy. Pure.
 class SilenceRecovery {
  public:
   enum class Action : std::uint8_t {
@@ -39,11 +39,10 @@ class SilenceRecovery {
   void bufferAdded() { pollsLeft_ = maxPolls; }
   void pictureArrived();
 
-  /// Returns whether to look again after a while, which uses up one of the polls that a new buffer
-  /// allows.
+  /// Returns whether to poll again later, which uses up one of the polls that a new buffer allows.
   bool takePoll() { return pollsLeft_-- > 0; }
 
-  /// What to do at a poll.
+  /// Returns what to do at a poll.
   Action next(bool buffersLackMemory);
 
  private:
@@ -54,30 +53,30 @@ class SilenceRecovery {
   int renegotiationsLeft_ = maxRenegotiations;
 };
 
-/// Takes pictures from one node of a PipeWire media server. Its loop runs on the capture queue,
+/// Receives pictures from one node of a PipeWire media server. Its loop runs on the capture queue,
 /// where everything is reported; the queue outlives it. Handlers other than `onPicture` may destroy
 /// it; made by std::make_shared.
 class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
  public:
   struct Handlers {
-    /// Once: there is memory for pictures; they come whenever there is something new.
+    /// Is called once: there is memory for pictures, which come whenever something changes.
     std::function<void()> onReady;
 
-    /// The newest picture. Must not encode: the producer waits for its buffer. The cursor is only
-    /// reported if it is beside the pictures.
+    /// These receive the newest picture and the cursor. They must not encode: the producer waits
+    /// for its buffer. The cursor is reported only if it is sent as metadata.
     FrameAccumulator::Handlers frames;
 
-    /// After all that had come was reported.
+    /// Is called after everything that had come was reported.
     std::function<void()> onRest;
 
-    /// Once, with a Error; nothing follows.
+    /// Is called once, with an Error; nothing follows.
     std::function<void(std::exception_ptr)> onEnd;
   };
 
-  /// How the pictures are to come.
+  /// The requested properties of the stream.
   struct Wish {
     std::int32_t framesPerSecond = 1;
-    bool cursorIsApart = false;  ///< told beside the pictures
+    bool cursorIsApart = false;  ///< sent as metadata
   };
 
   PipeWireStream(SerialQueue& queue, Logger logger, const Wish& wish, Handlers handlers);
@@ -115,10 +114,10 @@ class PipeWireStream : public std::enable_shared_from_this<PipeWireStream> {
   const Wish wish_;
   Handlers handlers_;
   StreamBuffers buffers_;
-  std::unique_ptr<Connection> connection_;  ///< null once it ended
   std::uint32_t node_ = 0;
-  OneShotTimer deadline_;  ///< for the first buffer
-  OneShotTimer nextPoll_;  ///< for a picture that nobody announced
+  std::unique_ptr<Connection> connection_;  ///< null once it has ended
+  OneShotTimer deadline_;                   ///< for the first buffer
+  OneShotTimer nextPoll_;                   ///< for a picture that was not announced
   std::optional<asio::posix::stream_descriptor> descriptor_;
   FrameAccumulator frames_;
   SilenceRecovery recovery_;

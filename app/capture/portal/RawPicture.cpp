@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t maxPictureBytes = std::numeric_limits<int>::max();
 
-// The part of [start, start + length) in [low, high), as its start and length.
+// The range [start, start + length); `within` returns its part in [low, high).
 struct Span {
   std::int64_t start;
   std::int64_t length;

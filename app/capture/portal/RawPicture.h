@@ -9,10 +9,10 @@
 
 namespace tarvinel::portal {
 
-/// Of each layout that is taken.
+/// The bytes per pixel of each supported layout.
 inline constexpr std::size_t bytesPerPixel = 4;
 
-/// One buffer of a stream as its producer describes it. Nothing of it is trusted but `mapped`.
+/// One buffer of a stream as its producer describes it. Nothing but `mapped` is trusted.
 struct RawBuffer {
   const std::uint8_t* data = nullptr;  ///< null: it cannot be read
   std::size_t mapped = 0;              ///< bytes that can be read
@@ -21,11 +21,11 @@ struct RawBuffer {
   std::int32_t stride = 0;             ///< bytes from row to row; 0: rows without gaps
   bool corrupted = false;
 
-  /// Whether the producer says that there is a picture in it.
+  /// Returns whether the producer claims that there is a picture in it.
   bool hasPicture() const { return data != nullptr && !corrupted && size != 0; }
 };
 
-/// A rectangle as a producer tells it.
+/// A rectangle as a producer reports it.
 struct RawRegion {
   std::int32_t x = 0;
   std::int32_t y = 0;
@@ -46,15 +46,15 @@ struct RawPicture {
   }
   PixelRect area() const { return {0, 0, width, height}; }
 
-  /// The part of the picture in a rectangle that lies inside it.
+  /// Returns the part of the picture in a rectangle that lies inside it.
   RawPicture part(const PixelRect& area) const;
 };
 
-/// The picture in a buffer; none when there is none, not enough of it can be read, or its rows are
-/// not whole pixels apart.
+/// Returns the picture in a buffer, or nullopt if there is none, not enough of it can be read, or
+/// its rows are not whole pixels apart.
 std::optional<RawPicture> pictureIn(const RawBuffer& buffer, const VideoFormat& format);
 
-/// The part of the region that lies in `area`, in the same coordinates; it may be empty.
+/// Returns the part of the region that lies in `area`, in the same coordinates; it may be empty.
 PixelRect clipped(const RawRegion& region, const PixelRect& area);
 
 }  // namespace tarvinel::portal

@@ -39,7 +39,7 @@ std::shared_ptr<CaptureStream> Service::makeStream(const ContentFilter& filter,
                                   std::move(handlers));
 }
 
-/// A step that others may call at any time: it is taken while the share is on.
+/// Wraps a step that others may call at any time: it runs only while the share is on.
 template <class Step>
 auto Stream::whileRunning(Step step) {
   return [weak = weak_from_this(), step](const auto&... arguments) {
@@ -129,16 +129,16 @@ void Stream::deliver() {
   if (const auto frame = std::exchange(undelivered_, std::nullopt)) handlers_.onFrame(*frame);
 }
 
-/// A token counts as used once the desktop has asked the presenter after all.
+/// A token counts as used once the desktop has asked the presenter nevertheless.
 void Stream::end(std::exception_ptr why) {
-  const auto self = shared_from_this();  // the owner lets go
+  const auto self = shared_from_this();  // the owner may release it
   if (gaveToken_ && isRefusal(why)) tokens_->remember(RestoreTokens::key(wish_.type), {});
   close();
   if (const auto onStarted = std::exchange(onStarted_, nullptr)) return onStarted(std::move(why));
   if (handlers_.onStop) handlers_.onStop(std::move(why));
 }
 
-/// The session may be the one that is calling: it goes with the next task.
+/// The session may be the caller, so the next task destroys it.
 void Stream::close() {
   running_ = false;
   undelivered_.reset();
@@ -146,8 +146,8 @@ void Stream::close() {
   if (session_) queue_.post([session = std::shared_ptr(std::move(session_))] {});
 }
 
-/// Areas are compared: the picture may lie where what was told stands. Fewer pixels than points
-/// come of a window that is only a part of what was told.
+/// Areas are compared, since the picture may be upright where the reported size is wide. A picture
+/// with fewer pixels than points shows a window that is only a part of the reported size.
 std::optional<Size> PictureDensity::points(std::size_t width, std::size_t height) {
   if (!told_) return std::nullopt;
   const auto wide = static_cast<double>(width);

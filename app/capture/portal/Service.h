@@ -19,21 +19,21 @@
 
 namespace tarvinel::portal {
 
-/// How many pixels of the pictures make a point of what is shared. The desktop tells the size in
-/// points but once, while windows grow and screens are turned: the density is what stays.
+/// The number of pixels per point of what is shared. The desktop reports the size in points only
+/// once, while windows grow and screens are rotated: the density is what stays.
 class PictureDensity {
  public:
   PictureDensity() = default;
 
-  /// `told`: points of what is shared when its first picture is taken; absent: not known.
+  /// `told` is the size in points of what is shared at its first picture; nullopt: not known.
   explicit PictureDensity(const std::optional<Size>& told) : told_(told) {}
 
-  /// The points of a picture of so many pixels, of which there is at least one; absent as told.
+  /// Returns the points of a picture of so many pixels, at least one; nullopt if `told` was.
   std::optional<Size> points(std::size_t width, std::size_t height);
 
  private:
   std::optional<Size> told_;
-  std::optional<double> pixelsPerPoint_;  ///< absent before the first picture
+  std::optional<double> pixelsPerPoint_;  ///< nullopt before the first picture
 };
 
 /// One share through the desktop's portal, from the dialog to the last picture. Lives on the
@@ -50,7 +50,7 @@ class Stream final : public CaptureStream, public std::enable_shared_from_this<S
          StreamHandlers handlers);
 
   /// Completes once the presenter has chosen and pictures may come; fails with
-  /// std::errc::operation_canceled when the presenter refused. May be called once.
+  /// std::errc::operation_canceled if the presenter declined. May be called once.
   void start(Completion<void> completion) override;
   void stop(Completion<void> completion) override;
 
@@ -81,8 +81,8 @@ class Stream final : public CaptureStream, public std::enable_shared_from_this<S
   bool running_ = false;
 };
 
-/// Screen capture as a Wayland desktop grants it: one entry for each type of source, whose dialog
-/// opens when it is shared. Lives on the capture queue, which outlives it.
+/// Screen capture through a Wayland desktop's portal: one entry for each type of source, whose
+/// dialog opens when it is shared. Lives on the capture queue, which outlives it.
 class Service final : public ScreenCaptureService {
  public:
   Service(SerialQueue& queue, Logger logger, std::shared_ptr<RestoreTokens> tokens);

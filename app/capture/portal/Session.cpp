@@ -32,7 +32,7 @@ constexpr const char* ownerChanges =
     "interface='org.freedesktop.DBus',member='NameOwnerChanged',"
     "arg0='org.freedesktop.portal.Desktop'";
 
-constexpr std::uint32_t untilRevoked = 2;  // how long a choice is to be remembered
+constexpr std::uint32_t untilRevoked = 2;  // how long the desktop remembers a choice
 
 constexpr std::chrono::milliseconds betweenAttempts{250};
 
@@ -134,8 +134,8 @@ void Session::sessionCame(sd_bus_message& results) {
   selectSources();
 }
 
-/// A desktop's part of the portal is on the bus a little before it takes requests. Some end when a
-/// dialog of theirs is closed from outside, as by another choice, and are started anew.
+/// A desktop's portal backend is on the bus a little before it accepts requests. Some exit when one
+/// of their dialogs is closed from outside, as by another choice, and are restarted.
 void Session::createSessionLater() {
   if (--attemptsLeft_ <= 0) notStarted();
   nextAttempt_.start(betweenAttempts, [this] {
@@ -161,7 +161,7 @@ void Session::selectSources() {
                                [this] { reselectSources(); }, notStarted});
 }
 
-/// A token that the portal does not even take for one must not stand in the way for ever.
+/// A token that the portal rejects as malformed must not block shares for ever.
 void Session::reselectSources() {
   if (!wish_.restoreToken) notStarted();
   wish_.restoreToken.reset();
@@ -195,7 +195,7 @@ void Session::openMediaServer() {
              }));
 }
 
-/// Calls a method whose true answer is a signal that may take as long as the presenter thinks.
+/// Calls a method whose actual response is a signal, which may take as long as the presenter does.
 void Session::request(MessageBus::Message message, Outcomes outcomes) {
   outcomes_ = std::move(outcomes);
   bus_->call(std::move(message), orEnd([onError = outcomes_.onError](sd_bus_message& reply) {
@@ -215,7 +215,7 @@ void Session::responseCame(sd_bus_message& response) {
   outcomes.onFailure();
 }
 
-/// For the name of the next request: an old one may not be free yet.
+/// Returns a token for the name of the next request: an old name may not be free yet.
 const std::string& Session::newToken() {
   token_ = tokenForPaths();
   return token_;

@@ -16,9 +16,9 @@
 
 namespace tarvinel::portal {
 
-/// One conversation with the desktop's portal: asks for a source, for which the desktop may open a
-/// dialog, and watches that what was granted stays granted. Destroying it ends the session and
-/// closes an open dialog: the portal sees its connection go.
+/// One session with the desktop's portal: requests a source, for which the desktop may open a
+/// dialog, and watches for the end of the grant. Destroying it ends the session and closes an open
+/// dialog, since the portal sees its connection close.
 ///
 /// Lives on the capture queue, which outlives it. Handlers may destroy it.
 class Session {
@@ -30,25 +30,26 @@ class Session {
   };
 
   struct Handlers {
-    /// Once: the presenter agreed. `mediaServer` is a connection to it that shows the node alone.
+    /// Is called once: the presenter agreed. `mediaServer` is a connection that exposes only the
+    /// node.
     std::function<void(const StreamInfo& grant, UniqueFd mediaServer)> onGranted;
 
-    /// Once, and nothing follows: it was refused (std::errc::operation_canceled), could not be
-    /// begun, or ended (Error).
+    /// Is called once, and nothing follows: the presenter declined (std::errc::operation_canceled),
+    /// or the session could not begin or ended (Error).
     std::function<void(std::exception_ptr)> onEnd;
   };
 
-  /// Throws Error when there is no session bus.
+  /// Throws Error if there is no session bus.
   Session(SerialQueue& queue, Wish wish, Handlers handlers);
 
  private:
   using Reply = std::function<void(sd_bus_message& results)>;
 
-  /// What follows upon a request. A refusal by the presenter ends the session.
+  /// The continuations of a request. The session ends if the presenter declines.
   struct Outcomes {
     Reply onSuccess;
-    std::function<void()> onError;    ///< the call was not taken
-    std::function<void()> onFailure;  ///< it was taken, and failed
+    std::function<void()> onError;    ///< the call was rejected
+    std::function<void()> onFailure;  ///< it was accepted, but failed
   };
 
   static constexpr int maxAttempts = 12;
@@ -77,14 +78,14 @@ class Session {
   Capabilities offer_;
   std::string session_;  ///< its path on the bus, empty until there is one
   StreamInfo grant_;
-  Outcomes outcomes_;  ///< of the request that is open
+  Outcomes outcomes_;  ///< of the pending request
   int attemptsLeft_ = maxAttempts;
   OneShotTimer nextAttempt_;
   std::unique_ptr<MessageBus> bus_;
 };
 
-/// Asks what the portal can do; `completion` is called on the queue, and not at all once the bus
-/// that is returned is destroyed. Throws Error when there is no session bus.
+/// Queries the portal's capabilities; `completion` is called on the queue, and not at all once the
+/// returned bus is destroyed. Throws Error if there is no session bus.
 std::unique_ptr<MessageBus> queryCapabilities(SerialQueue& queue,
                                               Completion<Capabilities> completion);
 

@@ -23,7 +23,7 @@ RawRegion regionOf(const spa_meta_region& meta) {
           meta.region.size.height};
 }
 
-// A producer may say more than its memory has: looking further would end the program.
+// A producer may claim more than its memory holds: reading further would end the program.
 std::size_t readableBytes(const spa_data& data) {
   if (data.type == SPA_DATA_MemPtr) return data.maxsize;
   struct stat file{};
@@ -39,7 +39,7 @@ bool isCorrupted(const pw_buffer& buffer) {
          (chunkFlags & SPA_CHUNK_FLAG_CORRUPTED) != 0;
 }
 
-// Null when there is none that could hold a picture.
+// Returns null if there is none that could hold a picture.
 const spa_data* dataOf(const pw_buffer& buffer) {
   if (buffer.buffer->n_datas < 1) return nullptr;
   const spa_data* data = buffer.buffer->datas;
@@ -130,7 +130,7 @@ bool StreamBuffers::lackMemory() const {
                       [](const pw_buffer* b) { return StreamBuffer(*b).hasMemory(); });
 }
 
-/// Producers may change what they tell at any time: it is read once.
+/// Producers may change what they describe at any time, so it is read once.
 const pw_buffer* StreamBuffers::newest(const VideoFormat& format) const {
   const pw_buffer* newest = nullptr;
   StreamBuffer::Time latest;
@@ -152,7 +152,7 @@ namespace {
 
 constexpr std::int32_t farthest = 1 << 20;  // pixels: no screen is there
 
-// Where the alpha, red, green and blue of a pixel are among its bytes.
+// The positions of alpha, red, green and blue among the bytes of a pixel.
 struct Layout {
   std::size_t alpha;
   std::size_t red;
@@ -180,7 +180,7 @@ std::uint32_t pixelOf(const std::uint8_t* bytes, const Layout& layout) {
          (std::uint32_t{bytes[layout.green]} << 8U) | std::uint32_t{bytes[layout.blue]};
 }
 
-// Facts lie at any place in the producer's memory.
+// Metadata may be unaligned in the producer's memory.
 template <class T>
 std::optional<T> valueAt(const std::uint8_t* metadata, std::size_t size, std::size_t offset) {
   if (offset > size || size - offset < sizeof(T)) return std::nullopt;
@@ -233,7 +233,7 @@ bool CursorMetadata::read(const std::uint8_t* metadata, std::size_t size) {
   return changed;
 }
 
-/// A look that makes no sense, or is none, is not shown.
+/// An invalid or missing bitmap is not shown.
 void CursorMetadata::readBitmap(const std::uint8_t* metadata, std::size_t size,
                                 std::size_t offset) {
   ++serial_;

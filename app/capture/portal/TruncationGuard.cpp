@@ -9,7 +9,7 @@ namespace tarvinel::portal {
 
 namespace {
 
-// a signal's handler is told nothing but the address
+// a signal handler receives nothing but the address
 thread_local TruncationGuard* guarding = nullptr;
 
 std::size_t bytesIntoPage(const std::uint8_t* address) {
@@ -40,7 +40,7 @@ TruncationGuard::~TruncationGuard() {
   static_cast<void>(mmap(begin_, bytes_, PROT_READ, MAP_SHARED | MAP_FIXED, file_, offset_));
 }
 
-/// What is not of a guarded map happens once more, and then ends the program as it should.
+/// A fault outside a guarded map happens once more, and then ends the program as it should.
 void TruncationGuard::handle(int signal, siginfo_t* info, void* /*context*/) {
   const int error = errno;
   if (guarding == nullptr || !guarding->fillWithZeros(info->si_addr)) ::signal(signal, SIG_DFL);

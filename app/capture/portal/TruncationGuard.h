@@ -14,10 +14,10 @@ struct SharedMap {
   std::int64_t offset = 0;  ///< where in the file it begins
 };
 
-/// While it lives its thread may read a map whose file another process may truncate meanwhile. The
-/// kernel then answers with SIGBUS (mmap(2), "Use of a mapped region"), which would end the
-/// program; with this, what is gone reads as zeros. The signal is handled for the whole process
-/// until then: there is one at a time.
+/// While it exists, its thread may read a map whose file another process may truncate. The kernel
+/// then sends SIGBUS (mmap(2), "Use of a mapped region"), which would end the program; with the
+/// guard the missing pages read as zeros. It handles the signal for the whole process, so there is
+/// one guard at a time.
 class TruncationGuard {
  public:
   explicit TruncationGuard(const SharedMap& map);
@@ -28,7 +28,7 @@ class TruncationGuard {
   TruncationGuard(const TruncationGuard&) = delete;
   TruncationGuard& operator=(const TruncationGuard&) = delete;
 
-  /// Whether something of it was gone when it was read.
+  /// Returns whether a part was missing when it was read.
   bool wasTruncated() const { return truncated_ != 0; }
 
  private:

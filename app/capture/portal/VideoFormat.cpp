@@ -30,7 +30,7 @@ std::optional<PixelOrder> orderOf(std::uint32_t format) {
   }
 }
 
-/// One object of a stream's parameters while it is written.
+/// One object of a stream's parameters while it is being written.
 class ObjectWriter {
  public:
   ObjectWriter(std::vector<std::uint64_t>& storage, std::uint32_t type, std::uint32_t id) {
@@ -49,7 +49,7 @@ class ObjectWriter {
     spa_pod_builder_int(&builder_, value);
   }
 
-  /// The first value is the preferred one, and stands twice.
+  /// The first value is the preferred one and is written twice.
   template <class Write>
   void choice(std::uint32_t key, std::uint32_t kind, Write&& write) {
     spa_pod_frame frame{};
@@ -106,7 +106,7 @@ bool isLength(std::uint32_t pixels) {
 std::optional<VideoFormat> VideoFormat::read(const spa_pod& format) {
   spa_video_info_raw info{};
   if (!isRawVideo(format) || spa_format_video_raw_parse(&format, &info) < 0) return std::nullopt;
-  std::uint32_t layout = SPA_VIDEO_FORMAT_UNKNOWN;  // it may be none that the library knows
+  std::uint32_t layout = SPA_VIDEO_FORMAT_UNKNOWN;  // may be a value that the library does not know
   std::memcpy(&layout, &info.format, sizeof layout);
   const auto order = orderOf(layout);
   if (!order || !isLength(info.size.width) || !isLength(info.size.height)) return std::nullopt;
@@ -122,7 +122,7 @@ StreamParameter StreamParameter::formats(std::int32_t framesPerSecond) {
   writer.id(SPA_FORMAT_mediaSubtype, SPA_MEDIA_SUBTYPE_raw);
   writeFormats(writer);
   writeSizes(writer);
-  // none at all (0) is what screens say, which show something new when there is something
+  // screens report no rate (0), since they send a picture only when something changes
   writeRates(writer, SPA_FORMAT_VIDEO_framerate, 0, 0, 1000);
   writeRates(writer, SPA_FORMAT_VIDEO_maxFramerate, rate, 1, rate);
   writer.end();

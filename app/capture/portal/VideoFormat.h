@@ -10,10 +10,10 @@ struct spa_pod;
 
 namespace tarvinel::portal {
 
-/// The layouts of a pixel that are taken: four bytes, the fourth is padding or alpha.
+/// The supported layouts of a pixel: four bytes, the fourth is padding or alpha.
 enum class PixelOrder : std::uint8_t { bgr, rgb };
 
-/// How the pictures of a stream come. Plain value.
+/// The format of a stream's pictures. Plain value.
 struct VideoFormat {
   PixelOrder order = PixelOrder::bgr;
   std::int32_t width = 0;   ///< pixels, 1 to `longest`
@@ -23,24 +23,24 @@ struct VideoFormat {
 
   bool operator==(const VideoFormat&) const = default;
 
-  /// Reads a stream's format; none when it is not one of those that were offered.
+  /// Reads a stream's format; returns nullopt if it is not a supported one.
   static std::optional<VideoFormat> read(const spa_pod& format);
 };
 
-/// A parameter of a stream, built here.
+/// A stream parameter that this program builds.
 class StreamParameter {
  public:
-  /// What formats are taken: at most so many pictures a second, 1 at least.
+  /// Returns the supported formats, with at most so many pictures per second, 1 at least.
   static StreamParameter formats(std::int32_t framesPerSecond);
 
-  /// What memory pictures may come in: only such as can be read.
+  /// Returns the kinds of memory in which pictures may come: only those that can be read.
   static StreamParameter buffers();
 
-  /// That each picture is to carry a kind of facts (SPA_META_*) of at most so many bytes.
+  /// Returns the request for a kind of metadata (SPA_META_*) of at most so many bytes per picture.
   static StreamParameter metadata(std::uint32_t type, std::uint32_t minBytes,
                                   std::uint32_t maxBytes);
 
-  /// Valid as long as this.
+  /// Returns the pod, which is valid as long as this object.
   const spa_pod* pod() const;
 
  private:

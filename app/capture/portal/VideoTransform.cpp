@@ -61,7 +61,7 @@ CursorImage VideoTransform::upright(const CursorImage& cursor, const PixelRect& 
   return back;
 }
 
-/// To turn back and then mirror is to turn upside down, mirrored, and then turn the other way.
+/// Rotating by q quarters and then mirroring equals flipping vertically and rotating by 2 - q.
 void VideoTransform::write(const RawPicture& picture, std::uint8_t* pixels,
                            std::size_t bytesPerRow) const {
   const int status = libyuv::ARGBRotate(picture.pixels, static_cast<int>(picture.bytesPerRow),

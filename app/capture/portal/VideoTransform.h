@@ -10,15 +10,13 @@
 
 namespace tarvinel::portal {
 
-/// How a producer has turned its pictures away from upright: counter-clockwise by so many quarters
-/// of a circle, after it mirrored them left to right or did not. Plain value; all functions are
-/// pure.
+/// The rotation of a producer's pictures away from upright: counter-clockwise by a number of
+/// quarter turns, after an optional mirroring left to right. Plain value; all functions are pure.
 class VideoTransform {
  public:
   constexpr VideoTransform() = default;
 
-  /// Reads the number by which a producer tells it (SPA_META_TRANSFORMATION_*); upright when that
-  /// makes no sense.
+  /// Reads a producer's number for it (SPA_META_TRANSFORMATION_*); upright if that is invalid.
   static constexpr VideoTransform read(std::uint32_t number) {
     return number < 8 ? VideoTransform(number % 4, number >= 4) : VideoTransform();
   }
@@ -27,17 +25,17 @@ class VideoTransform {
 
   bool isUpright() const { return *this == VideoTransform(); }
 
-  /// The place of an upright picture of which `turned` is the producer's; both begin at 0, 0.
+  /// Returns the upright picture's area; `turned` is the producer's. Both begin at 0, 0.
   PixelRect uprightArea(const PixelRect& turned) const;
 
-  /// Where a rectangle of the producer's picture of that area is in the upright one.
+  /// Returns the place in the upright picture of a rectangle of the producer's picture `turned`.
   PixelRect upright(const PixelRect& rect, const PixelRect& turned) const;
 
-  /// The cursor of the producer's picture as it is in the upright one.
+  /// Returns the cursor of the producer's picture as it is in the upright one.
   CursorImage upright(const CursorImage& cursor, const PixelRect& turned) const;
 
   /// Writes the picture upright to `pixels`, rows of `bytesPerRow` bytes that do not overlap it.
-  /// Throws std::runtime_error when there is no memory for that, or its rows are not whole pixels
+  /// Throws std::runtime_error if there is no memory for that, or its rows are not whole pixels
   /// apart.
   void write(const RawPicture& picture, std::uint8_t* pixels, std::size_t bytesPerRow) const;
 
@@ -46,18 +44,18 @@ class VideoTransform {
       : quarters_(quarters), mirrored_(mirrored) {}
 
   std::uint32_t quarters_ = 0;  ///< counter-clockwise, 0 to 3
-  bool mirrored_ = false;       ///< before
+  bool mirrored_ = false;       ///< before the rotation
 };
 
-/// The newest picture of a stream whose producer turned it, upright. Lives on the capture queue.
+/// The newest picture of a stream, rotated upright. Lives on the capture queue.
 class FrameRotator {
  public:
   struct Turned {
     RawPicture picture;                 ///< borrowed from here until the next one
-    std::optional<PixelRects> changed;  ///< in it; absent: not known
+    std::optional<PixelRects> changed;  ///< in it; nullopt: not known
   };
 
-  /// Takes over what has changed since the last picture (not known: all of it). One that is upright
+  /// Copies what has changed since the last picture (nullopt: all of it). One that is upright
   /// already is passed through.
   Turned turn(const RawPicture& picture, const VideoTransform& transform,
               const std::optional<PixelRects>& changed);

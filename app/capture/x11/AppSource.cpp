@@ -60,7 +60,7 @@ void AppSource::followDisplay() {
   drawn_.clear();
 }
 
-/// Returns what it changed, in the canvas's coordinates.
+/// Returns the changed areas, in the canvas's coordinates.
 PixelRects AppSource::redraw() {
   PixelRects parts = changedAreas(drawn_, windows_->layers());
   for (const PixelRect& rect : windows_->takeDamage())
@@ -72,7 +72,7 @@ PixelRects AppSource::redraw() {
   return parts;
 }
 
-/// In the canvas's coordinates; none where another program's window is under the pointer.
+/// Returns the cursor in the canvas's coordinates, or nullopt over another program's window.
 std::optional<CursorImage> AppSource::cursor() const {
   if (!cursor_) return std::nullopt;
   const auto isOne = [this](xcb_window_t window) { return windows_->has(window); };
@@ -104,7 +104,7 @@ AppWindows::AppWindows(const Connection& connection, std::int32_t processID, boo
   addAllIn(windows);
 }
 
-/// Windows inside the process's own are a part of those already.
+/// Windows inside the process's own windows are skipped, since those contain them.
 void AppWindows::addAllIn(const std::vector<xcb_window_t>& windows) {
   const ClientProcesses processes(connection_, atoms_, windows);
   const auto parents = parentsOf(connection_, windows);
@@ -132,7 +132,7 @@ AppWindows::Known AppWindows::open(xcb_window_t window) const {
       connection_.reply(xcb_get_geometry_reply, xcb_get_geometry(connection_.get(), window));
   if (attributes->_class != XCB_WINDOW_CLASS_INPUT_OUTPUT ||
       !isBGRA(connection_, attributes->visual) || !fitsPixmap(*geometry)) {
-    // its end is all that matters of it
+    // only the event of its end is needed
     const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     xcb_change_window_attributes(connection_.get(), window, XCB_CW_EVENT_MASK, &events);
     return {};
@@ -150,7 +150,7 @@ bool AppWindows::handle(const xcb_generic_event_t& event) {
   return isNews;
 }
 
-/// Or brings back.
+/// Returns whether the event may mean that windows were put away or brought back.
 bool AppWindows::putsAway(const xcb_generic_event_t& event) const {
   if (eventCode(event) != XCB_PROPERTY_NOTIFY) return false;
   const xcb_atom_t property = eventAs<xcb_property_notify_event_t>(event).atom;
@@ -170,7 +170,7 @@ bool AppWindows::comeOrGo(const xcb_generic_event_t& event) {
   return layersMayDiffer_ = true;
 }
 
-/// A window that has just been made claims nothing yet: those known tell for their client.
+/// A new window claims no process yet, so the known windows of its client are queried as well.
 bool AppWindows::isOwn(xcb_window_t window) const {
   std::vector<xcb_window_t> windows{window};
   for (const auto& [known, content] : windows_)

@@ -24,35 +24,35 @@ namespace tarvinel::x11 {
 
 class Connection;
 
-/// The windows of one process, its menus and dialogs included, followed as they come, go, move and
-/// change their order. Must not outlive the connection, on which XFixes and Composite have been
-/// negotiated and the root window's substructure and property events are selected.
+/// Tracks the windows of one process, its menus and dialogs included, as they are created,
+/// destroyed, moved and restacked. Must not outlive the connection, on which XFixes and Composite
+/// have been negotiated and the root window's substructure and property events are selected.
 class AppWindows {
  public:
   /// Throws Error.
   AppWindows(const Connection& connection, std::int32_t processID, bool hasXFixes);
 
-  /// Takes notice of an event; true when there may be something new to see. Throws Error.
+  /// Handles an event; returns whether there may be something new to see. Throws Error.
   bool handle(const xcb_generic_event_t& event);
 
-  /// True when the process has no window any more, hidden ones counted: a program that closes one
-  /// and then opens another usually keeps some.
+  /// Returns whether the process has no windows left, hidden ones included: a program that closes
+  /// one and then opens another usually keeps some.
   bool isEmpty() const { return windows_.empty(); }
 
   bool has(xcb_window_t window) const { return windows_.contains(window); }
 
-  /// Brings the layers up to date. Throws Error.
+  /// Updates the layers. Throws Error.
   void follow();
 
-  /// The windows that are on the screen and have been painted, lowest first.
+  /// Returns the windows that are on the screen and have been painted, lowest first.
   const std::vector<Layer>& layers() const { return layers_; }
 
-  /// What the windows drew since the last call, on the root window. Throws Error.
+  /// Returns what the windows drew since the last call, on the root window. Throws Error.
   PixelRects takeDamage();
 
  private:
   struct Known {
-    std::unique_ptr<WindowContent> content;  ///< null: it never shows anything that can be read
+    std::unique_ptr<WindowContent> content;  ///< null: its pixels can never be read
     bool hasAlpha = false;
   };
 
@@ -78,8 +78,8 @@ class AppWindows {
 /// other windows lie over, under or between them. Lives on the capture queue.
 class AppSource final : public FrameSource {
  public:
-  /// Connects to `server` and looks for the display and the process's windows. Throws Error, and
-  /// CaptureError (unknownSource) when the process has no windows.
+  /// Connects to `server` and finds the display and the process's windows. Throws Error, and
+  /// CaptureError (unknownSource) if the process has no windows.
   AppSource(const std::string& server, const Options& options, std::uint32_t displayID,
             std::int32_t processID, bool showsCursor);
 
@@ -98,13 +98,13 @@ class AppSource final : public FrameSource {
   MonitorEvents monitors_;
   const bool hasRender_;
   std::unique_ptr<AppWindows> windows_;
-  std::optional<Cursor> cursor_;  ///< none: not shown
+  std::optional<Cursor> cursor_;  ///< nullopt: not shown
   std::unique_ptr<AppCanvas> canvas_;
   std::unique_ptr<Picture> picture_;
-  std::vector<Layer> drawn_;  ///< as they are on the canvas
+  std::vector<Layer> drawn_;  ///< as drawn on the canvas
   bool noticed_ = true;       ///< something happened since the last capture
   bool displayMayDiffer_ = true;
-  bool isPainted_ = false;  ///< there was a window to see
+  bool isPainted_ = false;  ///< a window has been visible
 };
 
 }  // namespace tarvinel::x11

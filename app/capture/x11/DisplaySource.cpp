@@ -39,7 +39,7 @@ std::optional<CapturedFrame> DisplaySource::capture() try {
   return picture_->update(damage_->take(), cursor);
 } catch (const Error& error) {
   if (!isBadMatch(error)) throw;
-  // the display changed between two requests: the event that tells so brings the next attempt
+  // the display changed between two requests; the event that reports it brings the next attempt
   displayMayDiffer_ = true;
   return std::nullopt;
 }

@@ -14,11 +14,11 @@
 
 namespace tarvinel::x11 {
 
-/// The picture of one display, followed through changes of its size and place. Lives on the capture
+/// The picture of one display, which follows changes of its size and place. Lives on the capture
 /// queue.
 class DisplaySource final : public FrameSource {
  public:
-  /// Connects to `server` and looks for the display. Throws Error.
+  /// Connects to `server` and finds the display. Throws Error.
   DisplaySource(const std::string& server, const Options& options, std::uint32_t displayID,
                 bool showsCursor);
 
@@ -34,7 +34,7 @@ class DisplaySource final : public FrameSource {
   const std::uint32_t displayID_;
   MonitorEvents monitors_;
   std::optional<Damage> damage_;
-  std::optional<Cursor> cursor_;  ///< none: not shown
+  std::optional<Cursor> cursor_;  ///< nullopt: not shown
   std::optional<Picture> picture_;
   bool noticed_ = true;  ///< something happened since the last capture
   bool displayMayDiffer_ = true;

@@ -10,9 +10,9 @@ namespace tarvinel::x11 {
 
 class Connection;
 
-/// What a stream shows, with the connection it is read over. Knows no queue and no clock: it is
-/// told of the events and asked for frames. Every call may throw Error, after which a source is
-/// of no more use.
+/// The source of a stream's frames, with the connection over which it is read. It knows no queue
+/// and no clock: its owner passes it the events and requests frames. Every call may throw Error,
+/// after which the source is unusable.
 class FrameSource {
  public:
   virtual ~FrameSource() = default;
@@ -22,13 +22,13 @@ class FrameSource {
 
   virtual const Connection& connection() const = 0;
 
-  /// Takes notice of one event of the connection.
+  /// Handles one event of the connection.
   virtual void handle(const xcb_generic_event_t& event) = 0;
 
-  /// True when `capture` may find something new.
+  /// Returns whether `capture` may find something new.
   virtual bool wantsCapture() const = 0;
 
-  /// Brings the picture up to date; none when it has not changed. The first frame is whole.
+  /// Updates the picture; returns nullopt if it has not changed. The first frame is whole.
   virtual std::optional<CapturedFrame> capture() = 0;
 };
 

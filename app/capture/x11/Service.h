@@ -19,7 +19,7 @@
 
 namespace tarvinel::x11 {
 
-/// When a stream may look at the screen again. Pure: the time is passed in.
+/// Decides when a stream may look at the screen again. Pure: the time is passed in.
 class CapturePacing {
  public:
   using Time = std::chrono::steady_clock::time_point;
@@ -27,12 +27,12 @@ class CapturePacing {
   /// A rate below 1 counts as 1.
   explicit CapturePacing(std::int32_t framesPerSecond);
 
-  /// The earliest time of the next look; long ago at first.
+  /// Returns the earliest time of the next look; initially a time long past.
   Time notBefore() const { return notBefore_; }
 
-  /// Takes notice of a look begun at `now`. After a frame the next comes an interval later at the
-  /// earliest. A look in vain (something moved, but not here) holds back a frame for a fraction of
-  /// that only, and yet a busy neighbour cannot cause looks without end.
+  /// Records a look that began at `now`. After a frame the next look comes an interval later at the
+  /// earliest. A look without a frame (something changed elsewhere) delays the next one by only a
+  /// fraction of that, which still limits the looks that a busy neighbour causes.
   void looked(Time now, bool delivered);
 
  private:
@@ -40,12 +40,12 @@ class CapturePacing {
   Time notBefore_{};
 };
 
-/// Drives one source: waits for the connection's events, looks when they tell of something new, not
+/// Drives one source: waits for the connection's events, looks when they report something new, no
 /// more often than the rate allows, and sleeps while the screen is still. Lives on the capture
 /// queue, which outlives it; made by std::make_shared.
 class Stream final : public CaptureStream, public std::enable_shared_from_this<Stream> {
  public:
-  /// Connects and prepares; called by `start`. May throw.
+  /// Connects and prepares the source; called by `start`. May throw.
   using OpenSource = std::function<std::unique_ptr<FrameSource>()>;
 
   Stream(SerialQueue& queue, OpenSource openSource, std::int32_t framesPerSecond,
@@ -82,8 +82,8 @@ class Stream final : public CaptureStream, public std::enable_shared_from_this<S
 /// which outlives it. Holds no connection itself: each listing and each stream has its own.
 class Service final : public ScreenCaptureService {
  public:
-  /// `server` is the display's name such as ":0", empty when the environment has none: listing and
-  /// streams then fail with a text that says so.
+  /// `server` is the display's name such as ":0", or empty if the environment has none: listing and
+  /// streams then fail with a message that says so.
   Service(SerialQueue& queue, std::string server, Options options = {});
 
   void shareableContent(Completion<ShareableContent> completion) override;

@@ -33,7 +33,7 @@ void WindowSource::open(std::int32_t processID, bool showsCursor) {
   requireBGRA(connection_, attributes->visual);
   const bool hasXFixes = negotiateXFixes(connection_);
   content_ = std::make_unique<WindowContent>(connection_, window_, hasXFixes);
-  // asked while its end would be noticed: from here on the number stands for no other window
+  // checked while its end would be reported: from here on no other window can reuse the number
   if (!isOwnedBy(processID)) throw CaptureError(CaptureError::Case::unknownSource);
   margins_ = std::make_unique<FrameExtents>(connection_, window_);
   if (hasXFixes && showsCursor) cursor_.emplace(connection_);
@@ -83,7 +83,7 @@ void WindowSource::followPicture() {
   }
 }
 
-/// In the pixmap's coordinates; none where another window is under the pointer.
+/// Returns the cursor in the pixmap's coordinates, or nullopt over another window.
 std::optional<CursorImage> WindowSource::cursor() const {
   if (!cursor_) return std::nullopt;
   const auto isThis = [this](xcb_window_t window) { return window == window_; };

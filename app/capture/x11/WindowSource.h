@@ -15,14 +15,14 @@
 
 namespace tarvinel::x11 {
 
-/// The picture of one window without what the window manager puts around it: that is drawn by
-/// another program and may show other windows' titles. Followed through changes of its size; while
-/// the window is hidden its last picture stands. Lives on the capture queue.
+/// The picture of one window without the window manager's frame, which another program draws and
+/// which may show other windows' titles. It follows changes of the window's size; while the window
+/// is hidden its last picture stays. Lives on the capture queue.
 class WindowSource final : public FrameSource {
  public:
-  /// Connects to `server` and looks for the window, which must belong to `processID`, or to anybody
-  /// when that is 0: the number may be that of another window by now. Throws Error, and
-  /// CaptureError (unknownSource) when there is no such window.
+  /// Connects to `server` and finds the window, which must belong to `processID` (0: to any
+  /// process), since another window may have reused the number. Throws Error, and CaptureError
+  /// (unknownSource) if there is no such window.
   WindowSource(const std::string& server, const Options& options, std::uint32_t windowID,
                std::int32_t processID, bool showsCursor);
 
@@ -43,7 +43,7 @@ class WindowSource final : public FrameSource {
   const xcb_window_t window_;
   std::unique_ptr<WindowContent> content_;
   std::unique_ptr<FrameExtents> margins_;
-  std::optional<Cursor> cursor_;  ///< none: not shown
+  std::optional<Cursor> cursor_;  ///< nullopt: not shown
   std::optional<Picture> picture_;
   bool noticed_ = true;  ///< something happened since the last capture
   bool isGone_ = false;

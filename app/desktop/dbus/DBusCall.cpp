@@ -9,7 +9,7 @@ namespace tarvinel {
 void callOverDBus(const QDBusConnection& bus, const QDBusMessage& call, QObject& context,
                   std::function<void(const QDBusMessage& reply)> done,
                   std::chrono::milliseconds limit) {
-  // owned by the context, and by nobody once it has finished
+  // owned by the context; deletes itself when the call has finished
   auto* const watcher =
       new QDBusPendingCallWatcher(bus.asyncCall(call, static_cast<int>(limit.count())), &context);
   QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &context,

@@ -10,23 +10,23 @@
 
 namespace tarvinel {
 
-/// Names of the desktop's portal on the session bus.
+/// The names of the desktop's portal on the session bus.
 struct DesktopPortal {
   DesktopPortal() = delete;
 
   static inline const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
   static inline const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
 
-  /// Of the object that stands for something asked of it.
+  /// The interface of the object that represents a pending request.
   static inline const QString requestInterface = QStringLiteral("org.freedesktop.portal.Request");
 };
 
-/// Listens to one signal of a service while it lives. Lives on the main queue.
+/// Receives one signal of a service during its lifetime. Lives on the main queue.
 class DBusSignal : public QObject {
   Q_OBJECT
 
  public:
-  /// Which signal; an empty service or path stands for any.
+  /// The signal to receive; an empty service or path matches any.
   struct Source {
     QString service;
     QString path;
@@ -48,17 +48,17 @@ class DBusSignal : public QObject {
   const std::function<void(const QDBusMessage&)> received_;
 };
 
-/// How long a service may take to answer when nothing else is said.
+/// The default time limit for a service's reply.
 inline constexpr std::chrono::milliseconds dbusAnswerLimit{25000};
 
-/// Calls a method without waiting for it. `done` is called later on the main queue with the answer,
-/// which is an error when the service is not there, refuses or is silent for too long; never once
-/// `context` is gone.
+/// Calls a method without waiting for it. `done` is called later on the main queue with the reply,
+/// which is an error if the service is missing, rejects the call or exceeds the limit; it is never
+/// called after `context` has been destroyed.
 void callOverDBus(const QDBusConnection& bus, const QDBusMessage& call, QObject& context,
                   std::function<void(const QDBusMessage& reply)> done,
                   std::chrono::milliseconds limit = dbusAnswerLimit);
 
-/// True for an answer that is none.
+/// Returns whether the reply is an error or missing.
 bool isRefusal(const QDBusMessage& reply);
 
 }  // namespace tarvinel

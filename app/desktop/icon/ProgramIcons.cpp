@@ -19,14 +19,14 @@ namespace {
 constexpr auto traySizes = {16, 22, 24, 32, 48, 64};
 constexpr auto programSizes = {16, 32, 48, 64, 128, 256};
 
-/// Adds one size of an icon, from a file below the folder of resources.
+/// Adds one size of an icon from a file below the resources folder.
 void addSize(QIcon& icon, const std::filesystem::path& file, int side) {
   if (const auto folder = resourcesFolder()) {
     icon.addFile(QString::fromStdString(*folder / file), {side, side});
   }
 }
 
-/// Pictures of our own under a name that the desktop's theme has an icon for.
+/// An icon with this program's pictures under a name for which the desktop's theme has an icon.
 class NamedIconEngine : public QIconEngine {
  public:
   NamedIconEngine(QString name, QIcon pictures)

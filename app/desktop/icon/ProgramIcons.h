@@ -4,16 +4,17 @@
 
 namespace tarvinel {
 
-/// The program's icons, from its read-only files; empty ones where those are missing. Needs the
-/// toolkit's application.
+/// The program's icons from its read-only files; an icon is empty if its files are missing.
+/// Requires the toolkit's application.
 class ProgramIcons {
  public:
   ProgramIcons() = delete;
 
-  /// Of windows and notifications.
+  /// Returns the icon of windows and notifications.
   static QIcon program();
 
-  /// Of the tray. An installed one goes by its name, so that a panel can paint it in its colours.
+  /// Returns the tray's icon. An installed icon is passed by name, so that a panel can draw it in
+  /// its own colours.
   static QIcon tray(bool sharing);
 };
 

@@ -74,7 +74,7 @@ xcb_connection_t* toolkitConnection() {
   return x11 == nullptr ? nullptr : x11->connection();
 }
 
-/// The selection that a tray on this screen owns.
+/// Returns the atom of the selection that a tray on this screen owns.
 xcb_atom_t traySelectionAtom(xcb_connection_t* connection) {
   const std::string name = x11::traySelection(nullptr);
   const auto length = static_cast<std::uint16_t>(name.size());
@@ -83,7 +83,7 @@ xcb_atom_t traySelectionAtom(xcb_connection_t* connection) {
   return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
-/// True when the server has the extension; asking for it also enables it.
+/// Returns whether the server has the extension; the version query also enables it.
 bool hasXfixes(xcb_connection_t* connection) {
   const auto* extension = xcb_get_extension_data(connection, &xcb_xfixes_id);
   if (extension == nullptr || extension->present == 0) return false;

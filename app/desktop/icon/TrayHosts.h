@@ -13,11 +13,11 @@
 
 namespace tarvinel {
 
-/// Whether the toolkit's X display has a tray that icons are embedded in: a window owns the tray's
-/// selection. There is none where the toolkit is not on X. Lives on the main queue.
+/// Watches for a tray that embeds icons on the toolkit's X display: the tray's selection then has
+/// an owner. There is none if the toolkit is not on X. Lives on the main queue.
 class EmbeddingTray : private QAbstractNativeEventFilter {
  public:
-  /// Begins to look; `onChange` is called whenever `isThere` has changed.
+  /// Starts watching; `onChange` is called after every change of `isThere`.
   explicit EmbeddingTray(std::function<void()> onChange);
   ~EmbeddingTray() override;
   EmbeddingTray(const EmbeddingTray&) = delete;
@@ -37,11 +37,11 @@ class EmbeddingTray : private QAbstractNativeEventFilter {
   bool isThere_ = false;
 };
 
-/// Whether a panel shows status notifier items: there is a watcher, and a host has registered with
-/// it. Lives on the main queue.
+/// Watches for a panel that shows status notifier items: there is a watcher, and a host has
+/// registered with it. Lives on the main queue.
 class NotifierHosts {
  public:
-  /// Begins to look; `onChange` is called whenever `isThere` has changed.
+  /// Starts watching; `onChange` is called after every change of `isThere`.
   NotifierHosts(const QDBusConnection& bus, std::function<void()> onChange);
 
   bool isThere() const { return isThere_; }
@@ -58,17 +58,17 @@ class NotifierHosts {
   DBusSignal unregistered_;
 };
 
-/// The trays of the desktop, of either kind. Lives on the main queue.
+/// The desktop's trays of both kinds. Lives on the main queue.
 class TrayHosts {
  public:
-  /// Begins to look; `onChange` is called whenever one has come or gone.
+  /// Starts watching; `onChange` is called whenever a tray has appeared or disappeared.
   TrayHosts(const QDBusConnection& bus, const std::function<void()>& onChange)
       : notifierHosts_(bus, onChange), embeddingTray_(onChange) {}
 
-  /// Who would draw the menu of an icon made now; nothing while there is no tray.
+  /// Returns who would draw the menu of an icon created now, or nullopt if there is no tray.
   std::optional<MenuDrawer> drawer() const;
 
-  /// Whether there is a tray that has this one draw the menu.
+  /// Returns whether there is a tray whose menus this drawer draws.
   bool has(MenuDrawer drawer) const;
 
  private:

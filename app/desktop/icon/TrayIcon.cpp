@@ -11,7 +11,7 @@ namespace tarvinel {
 
 namespace {
 
-/// Elsewhere a program cannot tell where the pointer is, nor place a window there.
+/// Only on X a program knows the pointer's position and can place a window there.
 bool canPlaceMenu() {
   return QGuiApplication::platformName() == QStringLiteral("xcb");
 }

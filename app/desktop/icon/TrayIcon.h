@@ -11,13 +11,15 @@
 
 namespace tarvinel {
 
-/// The icon in the desktop's tray, with the menu behind it. Lives on the main queue.
+/// The icon in the desktop's tray, with its menu. Lives on the main queue.
 ///
-/// The toolkit settles for one kind of tray when the first of these is made: there must be one.
+/// The toolkit chooses the kind of tray when the first icon is created: create one only if there is
+/// a tray.
 class TrayIcon {
  public:
-  /// `drawer` tells who will draw the menu. `perform` is called in the middle of a click, when
-  /// nothing may be drawn; `openWindow` when the icon was clicked where no menu can be opened.
+  /// `drawer` is the one that will draw the menu. `perform` is called in the middle of a click,
+  /// when nothing may be drawn; `openWindow` is called if the icon is clicked where no menu can be
+  /// opened.
   TrayIcon(MenuDrawer drawer, const TrayMenu::Perform& perform, std::function<void()> openWindow);
 
   /// Shows these items, and whether the screen is shared.
@@ -28,7 +30,7 @@ class TrayIcon {
 
   const std::function<void()> openWindow_;
   TrayMenu menu_;         ///< the tray's
-  TrayMenu clickedMenu_;  ///< opened by ourselves where the tray leaves that to us
+  TrayMenu clickedMenu_;  ///< opened by this program if the tray does not open one
   std::optional<bool> isSharing_;
   QSystemTrayIcon icon_;
 };

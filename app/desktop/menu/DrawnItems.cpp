@@ -6,13 +6,13 @@ namespace tarvinel {
 
 namespace {
 
-/// What an item is for, whatever it reads: one button starts and stops sharing.
+/// Returns an item's purpose, independent of its label: one button starts and stops sharing.
 MenuCommand::Action purposeOf(const MenuItem& item) {
   const auto action = item.command.action;
   return action == MenuCommand::Action::stopSharing ? MenuCommand::Action::startSharing : action;
 }
 
-/// True when the one can become the other in its place.
+/// Returns whether one item can replace the other in place.
 bool canBecome(const MenuItem& before, const MenuItem& after) {
   if (before.kind != after.kind || purposeOf(before) != purposeOf(after)) return false;
   if (after.kind == MenuItem::Kind::submenu) return before.label == after.label;
@@ -20,7 +20,8 @@ bool canBecome(const MenuItem& before, const MenuItem& after) {
   return true;
 }
 
-/// Lengths of the longest lists of items that stay, of what is left of both lists from an item on.
+/// The lengths of the longest common subsequences, for the rest of both lists from each pair of
+/// items on.
 class StayingLengths {
  public:
   StayingLengths(const std::vector<MenuItem>& before, const std::vector<MenuItem>& after)

@@ -12,33 +12,34 @@
 
 namespace tarvinel {
 
-/// One step from a menu that is drawn to the one that should be. Plain value.
+/// One step from the drawn menu to the wanted one. Plain value.
 struct MenuEdit {
   enum class Kind : std::uint8_t { insert, remove, change };
 
   Kind kind = Kind::insert;
-  std::size_t index = 0;  ///< among the items as they are when this step is taken
-  MenuItem item = {};     ///< the new one; of an insertion or a change
+  std::size_t index = 0;  ///< in the list as it is when this step is applied
+  MenuItem item = {};     ///< the new item, for insert and change
 
   bool operator==(const MenuEdit&) const = default;
 };
 
-/// The steps from one list of items to another. As many items as possible stay what they are, so
-/// that an open menu stays open and still: only what differs is changed, inserted or removed. Pure.
+/// Returns the steps from one list of items to another. Keeps as many items as possible in place,
+/// so that an open menu stays open and does not move: only the differences are changed, inserted or
+/// removed. Pure.
 std::vector<MenuEdit> menuEdits(const std::vector<MenuItem>& before,
                                 const std::vector<MenuItem>& after);
 
-/// A list of items and the parts that it is drawn with, one for each. A part has `show(item)`, and
-/// vanishes from what it is part of when it is destroyed. Lives on the main queue.
+/// A list of items and the parts that draw them, one for each. A part has `show(item)`, and removes
+/// itself from its container when it is destroyed. Lives on the main queue.
 template <class Part>
 class DrawnItems {
  public:
-  /// Makes the part of an item and puts it before the part that has this index now.
+  /// Creates the part of an item and inserts it before the part that has this index now.
   using Insert = std::function<std::unique_ptr<Part>(std::size_t index, const MenuItem& item)>;
 
   explicit DrawnItems(Insert insert) : insert_(std::move(insert)) {}
 
-  /// Draws these items; true when anything had to be done. What stays the same is not touched.
+  /// Draws these items; returns whether anything has changed. Does not touch unchanged parts.
   bool draw(const std::vector<MenuItem>& items) {
     const auto edits = menuEdits(items_, items);
     for (const MenuEdit& edit : edits)

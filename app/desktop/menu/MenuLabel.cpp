@@ -12,7 +12,8 @@ QString escapedForToolkit(QString label) {
   return label.replace('&'_L1, "&&"_L1);
 }
 
-/// The toolkit makes the first '&' an '_' unless it is the label's last character.
+/// Escapes for a panel: the toolkit converts the first '&' to '_' unless it is the label's last
+/// character.
 QString escapedForPanel(QString label) {
   label.replace('_'_L1, "__"_L1);
   const qsizetype first = label.indexOf('&'_L1);

@@ -10,21 +10,21 @@
 
 namespace tarvinel {
 
-/// Who draws a menu, and so which characters of a label it would take for marks of its own.
+/// The component that draws a menu, which determines the characters of a label to escape.
 enum class MenuDrawer : std::uint8_t {
-  toolkit,  ///< ours: '&' marks a letter
-  panel,    ///< the desktop's panel, told over D-Bus: '_' marks a letter, and the first '&' is
-            ///< translated to that
+  toolkit,  ///< this program: '&' marks a letter
+  panel,    ///< the desktop's panel, over D-Bus: '_' marks a letter, and the toolkit converts the
+            ///< first '&' to it
 };
 
-/// An item's label as it is handed to the toolkit so that people read just that: one line,
-/// shortened in the middle when it is very long. Pure.
+/// Returns an item's label in the form that makes the toolkit show exactly its text: one line,
+/// shortened in the middle if it is very long. Pure.
 QString menuLabel(const MenuItem& item, MenuDrawer drawer);
 
-/// What an item's command is called with on the keyboard; empty for nothing. Pure.
+/// Returns the keyboard shortcut of an item's command, or an empty one. Pure.
 QKeySequence menuShortcut(const MenuItem& item);
 
-/// A label on one line, not longer than a menu can bear. Pure.
+/// Returns a label on one line, shortened to what a menu can show. Pure.
 QString shortLabel(const std::string& label);
 
 }  // namespace tarvinel

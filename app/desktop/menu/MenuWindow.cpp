@@ -25,7 +25,7 @@ MenuWindow::MenuWindow(MenuRow::Perform perform)
     : perform_(std::move(perform)),
       items_([this](std::size_t index, const MenuItem& item) { return insert(index, item); }) {
   window_.setWindowTitle(QStringLiteral("Tarvinel"));
-  column_.addStrut(narrowest);  // rows that need more get it
+  column_.addStrut(narrowest);  // wider rows widen the window
   column_.addStretch();
 }
 
@@ -46,18 +46,19 @@ void MenuWindow::open() {
 std::unique_ptr<MenuRow> MenuWindow::insert(std::size_t index, const MenuItem& item) {
   auto row = MenuRow::make(item, perform_);
   column_.insertWidget(static_cast<int>(index), &row->widget());
-  row->widget().show();  // now, so that there is room made for it
+  row->widget().show();  // before the layout, which ignores hidden widgets
   return row;
 }
 
-/// The toolkit takes no account of how high lines become that are wrapped.
+/// Enlarges the window to fit: the toolkit ignores the height of wrapped lines.
 void MenuWindow::makeRoom() {
   if (!window_.isVisible()) return;
   column_.activate();
   window_.setMinimumHeight(column_.totalHeightForWidth(window_.width()));
 }
 
-/// The toolkit would have the Tab key go through the rows by age.
+/// Makes the Tab key follow the order of the rows; the toolkit's default is the order of their
+/// creation.
 void MenuWindow::orderFocus() {
   QWidget* before = nullptr;
   for (const auto& row : items_.parts()) {
@@ -72,7 +73,7 @@ namespace {
 
 using Kind = MenuItem::Kind;
 
-/// Can be selected, to copy an address or to search for a message.
+/// A text that can be selected, to copy an address or to search for a message.
 class TextRow : public MenuRow {
  public:
   explicit TextRow(bool isTitle) {
@@ -85,7 +86,7 @@ class TextRow : public MenuRow {
     label_.setFont(font);
   }
 
-  /// What is selected stays so while the text stays.
+  /// Keeps the selection while the text is unchanged.
   void show(const MenuItem& item) override {
     const QString text = QString::fromStdString(item.label);
     if (label_.text() != text) label_.setText(text);
@@ -97,13 +98,13 @@ class TextRow : public MenuRow {
   QLabel label_;
 };
 
-/// A button that does its command; `Button` is the toolkit's.
+/// A button that performs its command; `Button` is the toolkit's class.
 template <class Button>
 class ButtonRow : public MenuRow {
  public:
   explicit ButtonRow(const Perform& perform) {
     QObject::connect(&button_, &QAbstractButton::clicked, &button_, [this, perform] {
-      // what is on is for the model to say: what the toolkit did by itself is undone
+      // the model decides what is on: this undoes the toolkit's own change
       button_.setChecked(item_.isOn);
       perform(item_.command);
     });
@@ -134,7 +135,7 @@ class ChoiceRow : public ButtonRow<QRadioButton> {
   }
 };
 
-/// A button that opens a menu, and tells which of its choices is on.
+/// A button that opens a menu and shows which of its choices is on.
 class SubmenuRow : public MenuRow {
  public:
   explicit SubmenuRow(const Perform& perform) : menu_(MenuDrawer::toolkit, perform) {

@@ -13,13 +13,13 @@
 
 namespace tarvinel {
 
-/// One item of the menu as a row of a window. Lives on the main queue.
+/// A menu item as a row of a window. Lives on the main queue.
 class MenuRow {
  public:
   using Perform = std::function<void(const MenuCommand&)>;
 
-  /// A row for items of this one's kind. `perform` is called in the middle of a click, when nothing
-  /// may be drawn.
+  /// Returns a row for items of this kind. `perform` is called in the middle of a click, when
+  /// nothing may be drawn.
   static std::unique_ptr<MenuRow> make(const MenuItem& item, const Perform& perform);
 
   virtual ~MenuRow() = default;
@@ -27,10 +27,10 @@ class MenuRow {
   MenuRow(const MenuRow&) = delete;
   MenuRow& operator=(const MenuRow&) = delete;
 
-  /// Shows another item of the same kind in its place.
+  /// Shows another item of the same kind in place of the current one.
   virtual void show(const MenuItem& item) = 0;
 
-  /// The row's.
+  /// Returns the row's widget.
   virtual QWidget& widget() = 0;
 };
 
@@ -38,14 +38,14 @@ class MenuRow {
 /// main queue.
 class MenuWindow {
  public:
-  /// An empty window, not shown yet. `perform` is called in the middle of a click, when nothing may
-  /// be drawn.
+  /// Creates an empty window that is not shown yet. `perform` is called in the middle of a click,
+  /// when nothing may be drawn.
   explicit MenuWindow(MenuRow::Perform perform);
 
-  /// Shows these items. What stays the same is not touched.
+  /// Shows these items. Does not touch unchanged rows.
   void draw(const std::vector<MenuItem>& items);
 
-  /// Brings it before the presenter's eyes, wherever it was.
+  /// Shows the window in front of others, even if it was hidden, minimised or covered.
   void open();
 
   bool isOpen() const { return window_.isVisible(); }

@@ -18,7 +18,7 @@ bool isCheckable(const MenuItem& item) {
 
 }  // namespace
 
-/// One item as an action of the menu.
+/// An item as an action of the menu.
 class TrayMenu::Entry {
  public:
   Entry(const MenuItem& item, MenuDrawer drawer, const Perform& perform) : drawer_(drawer) {
@@ -26,7 +26,7 @@ class TrayMenu::Entry {
       submenu_ = std::make_unique<TrayMenu>(drawer, perform);
     } else {
       own_ = std::make_unique<QAction>();
-      // what is on is for the model to say: what the toolkit did by itself is undone
+      // the model decides what is on: this undoes the toolkit's own change
       QObject::connect(own_.get(), &QAction::triggered, own_.get(), [this, perform] {
         showState();
         perform(item_.command);
@@ -54,7 +54,8 @@ class TrayMenu::Entry {
     action()->setChecked(item_.isOn);
   }
 
-  /// A group of its own has it drawn as one of many; which one is on is the model's matter.
+  /// Draws the action as an exclusive choice by a group of its own; the model decides which choice
+  /// is on.
   void oneOfMany() {
     group_ = std::make_unique<QActionGroup>(nullptr);
     group_->setExclusionPolicy(QActionGroup::ExclusionPolicy::ExclusiveOptional);
@@ -64,8 +65,8 @@ class TrayMenu::Entry {
   const MenuDrawer drawer_;
   MenuItem item_;
   std::unique_ptr<QActionGroup> group_;
-  std::unique_ptr<QAction> own_;       ///< unless it is a submenu
-  std::unique_ptr<TrayMenu> submenu_;  ///< if it is one
+  std::unique_ptr<QAction> own_;       ///< null for a submenu
+  std::unique_ptr<TrayMenu> submenu_;  ///< null for any other item
 };
 
 TrayMenu::TrayMenu(MenuDrawer drawer, Perform perform)
@@ -79,7 +80,7 @@ void TrayMenu::draw(const std::vector<MenuItem>& items) {
   if (items_.draw(items) && menu_.isVisible()) keepOnScreen();
 }
 
-/// A menu that opened upwards from a panel grows downwards.
+/// Keeps the menu on the screen: one that opened upwards from a panel grows downwards.
 void TrayMenu::keepOnScreen() {
   const int below = menu_.geometry().bottom() - menu_.screen()->availableGeometry().bottom();
   if (below > 0) menu_.move(menu_.x(), menu_.y() - below);

@@ -13,19 +13,19 @@
 
 namespace tarvinel {
 
-/// A menu that shows a list of items, and goes on showing it while the list changes. Lives on the
-/// main queue.
+/// A menu that shows a list of items and updates it in place. Lives on the main queue.
 class TrayMenu {
  public:
   using Perform = std::function<void(const MenuCommand&)>;
 
-  /// An empty menu. `perform` is called in the middle of a click, when nothing may be drawn.
+  /// Creates an empty menu. `perform` is called in the middle of a click, when nothing may be
+  /// drawn.
   TrayMenu(MenuDrawer drawer, Perform perform);
   ~TrayMenu();
   TrayMenu(const TrayMenu&) = delete;
   TrayMenu& operator=(const TrayMenu&) = delete;
 
-  /// Shows these items. What stays the same is not touched: an open menu stays open.
+  /// Shows these items. Does not touch unchanged ones: an open menu stays open.
   void draw(const std::vector<MenuItem>& items);
 
   QMenu& menu() { return menu_; }

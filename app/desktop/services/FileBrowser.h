@@ -9,14 +9,14 @@
 
 namespace tarvinel {
 
-/// A folder's address, "file:" and percent-encoded: its bytes are kept, whatever they mean. Pure.
+/// Returns a folder's percent-encoded "file:" URL, which preserves its bytes in any encoding. Pure.
 QString folderAddress(const std::filesystem::path& folder);
 
-/// The folder of an address on this machine. Pure.
+/// Returns the folder of a URL on this computer, or nullopt for any other URL. Pure.
 std::optional<std::filesystem::path> folderOfAddress(const QString& address);
 
-/// Shows a folder in the desktop's file browser, or in whatever opens folders by default. Does not
-/// wait; nothing more comes of it once `context` is gone.
+/// Shows a folder in the desktop's file browser, or in the default program for folders. Does not
+/// wait; stops when `context` is destroyed.
 void showInFileBrowser(const QDBusConnection& bus, const std::filesystem::path& folder,
                        QObject& context);
 

@@ -20,10 +20,10 @@ using namespace Qt::StringLiterals;
 const QString dialogTitle = u"Upload Folder"_s;
 const QString acceptLabel = u"Use This Folder"_s;
 
-/// How the presenter answered the portal's dialog.
+/// The presenter's response to the portal's dialog.
 enum class Reply : std::uint32_t { chosen = 0, cancelled = 1 };
 
-/// Closes the dialog of a request; one that is closed already makes no difference.
+/// Closes the dialog of a request; has no effect if it is already closed.
 void closeRequest(const QDBusConnection& bus, const QString& path) {
   auto close = QDBusMessage::createMethodCall(DesktopPortal::service, path,
                                               DesktopPortal::requestInterface, u"Close"_s);
@@ -31,7 +31,7 @@ void closeRequest(const QDBusConnection& bus, const QString& path) {
   bus.send(close);
 }
 
-/// Where the portal will put the request with this token.
+/// Returns the object path that the portal will use for the request with this token.
 QString requestPath(const QDBusConnection& bus, const QString& token) {
   QString sender = bus.baseService().mid(1);
   sender.replace('.'_L1, '_'_L1);
@@ -51,7 +51,7 @@ QDBusMessage openFileCall(const std::filesystem::path& current, const QString& t
   return call;
 }
 
-/// The folder in the results of a portal's dialog.
+/// Returns the folder in the results of a portal's dialog.
 std::optional<std::filesystem::path> folderIn(const QDBusMessage& response) {
   const auto results = qdbus_cast<QVariantMap>(response.arguments().value(1));
   const auto addresses = results.value(u"uris"_s).toStringList();
@@ -60,7 +60,7 @@ std::optional<std::filesystem::path> folderIn(const QDBusMessage& response) {
 
 }  // namespace
 
-/// A dialog of the portal, which is closed when this goes.
+/// A dialog of the portal; the destructor closes it.
 struct FolderChooser::PortalRequest {
   PortalRequest(QDBusConnection where, QString expectedPath,
                 std::function<void(const QDBusMessage&)> answered)
@@ -105,7 +105,7 @@ void FolderChooser::queryPortal() {
       [this, path](const QDBusMessage& reply) { portalReplied(path, reply); }, withoutLimit);
 }
 
-/// The reply to a request that was given up comes when its dialog is about to open.
+/// Closes the dialog of an abandoned request, whose reply comes when its dialog is about to open.
 void FolderChooser::portalReplied(const QString& path, const QDBusMessage& reply) {
   if (!request_ || request_->path != path) return closeRequest(bus_, path);
   timeout_.stop();

@@ -14,13 +14,13 @@
 
 namespace tarvinel {
 
-/// Lets the presenter choose a folder, in the desktop's own dialog where its portal has one, else
-/// in the toolkit's. Lives on the main queue; waits for nobody.
+/// Lets the presenter choose a folder, in the desktop portal's dialog if there is one, else in the
+/// toolkit's. Lives on the main queue; never blocks.
 class FolderChooser {
  public:
   using Chosen = std::function<void(std::filesystem::path)>;
 
-  /// How long the portal may take to say that it will ask the presenter.
+  /// The time limit for the portal to confirm that it opens a dialog.
   static constexpr std::chrono::seconds portalLimit{5};
 
   explicit FolderChooser(QDBusConnection bus);
@@ -28,7 +28,7 @@ class FolderChooser {
   FolderChooser(const FolderChooser&) = delete;
   FolderChooser& operator=(const FolderChooser&) = delete;
 
-  /// Opens a dialog, in place of one that is still open; `chosen` is called later, or never.
+  /// Opens a dialog and closes one that is still open; `chosen` is called later, or never.
   void choose(const std::filesystem::path& current, Chosen chosen);
 
  private:
@@ -44,10 +44,10 @@ class FolderChooser {
   std::filesystem::path current_;
   Chosen chosen_;
   int requests_ = 0;
-  std::unique_ptr<PortalRequest> request_;  ///< the one whose dialog is or may be open
+  std::unique_ptr<PortalRequest> request_;  ///< the request whose dialog is open or about to open
   std::unique_ptr<QFileDialog> dialog_;
   QTimer timeout_;   ///< for the portal's reply
-  QObject context_;  ///< of the calls that open dialogs
+  QObject context_;  ///< context of the calls that open dialogs
 };
 
 }  // namespace tarvinel

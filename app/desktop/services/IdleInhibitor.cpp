@@ -25,7 +25,8 @@ constexpr std::uint32_t inhibitIdle = 8;
 
 }  // namespace
 
-/// One time of being kept awake. Whatever is granted after it has ended is given back at once.
+/// One period of keeping the screen awake. An inhibition that is granted after its end is released
+/// at once.
 struct IdleInhibitor::Hold {
   explicit Hold(QDBusConnection where) : bus(std::move(where)) {}
 
@@ -96,7 +97,7 @@ void IdleInhibitor::holdXServer(Hold& hold) {
     hold.suspension =
         std::make_unique<x11::ScreenSaverSuspension>(qgetenv("DISPLAY").toStdString());
   } catch (const x11::Error&) {
-    // the screen goes blank when it always does
+    // the screen blanks as usual
   }
 }
 

@@ -8,8 +8,8 @@
 
 namespace tarvinel {
 
-/// Keeps the screen from going blank, by what the desktop has for that: the service of its screen
-/// saver, else its portal and the X server. Lives on the main queue; does not wait for services.
+/// Keeps the screen from blanking, by the desktop's screen saver service, else by its portal and
+/// the X server. Lives on the main queue; does not wait for services.
 class IdleInhibitor {
  public:
   explicit IdleInhibitor(QDBusConnection bus) : bus_(std::move(bus)) {}
@@ -17,7 +17,7 @@ class IdleInhibitor {
   IdleInhibitor(const IdleInhibitor&) = delete;
   IdleInhibitor& operator=(const IdleInhibitor&) = delete;
 
-  /// Keeps it awake, or no longer. A desktop with nothing for that does what it always does.
+  /// Starts or stops keeping the screen awake. Has no effect on a desktop without such a service.
   void keepAwake(bool awake);
 
  private:
@@ -28,8 +28,8 @@ class IdleInhibitor {
   static void holdXServer(Hold& hold);
 
   const QDBusConnection bus_;
-  std::shared_ptr<Hold> hold_;  ///< while it is to be kept awake
-  QObject context_;             ///< of the calls
+  std::shared_ptr<Hold> hold_;  ///< null while the screen is not kept awake
+  QObject context_;             ///< context of pending calls
 };
 
 }  // namespace tarvinel

@@ -16,19 +16,19 @@ struct LaunchCommand {
   bool operator==(const LaunchCommand&) const = default;
 };
 
-/// Starts the first of these programs that is installed, and leaves it to itself; false when none
-/// is. Does not wait for it.
+/// Starts the first of these programs that is installed, detached from this one; returns false if
+/// none is. Does not wait for it.
 bool launchFirstOf(const QList<LaunchCommand>& commands);
 
-/// Opens an address, of a page or of a folder, with whatever the desktop opens such with; false
-/// when there is nothing that could.
+/// Opens the address of a page or a folder with the desktop's default program; returns false if
+/// there is none.
 bool openByDefault(const QString& url);
 
-/// The programs that could show the desktop's privacy settings, the best first; `desktop` is what
-/// XDG_CURRENT_DESKTOP says. Pure.
+/// Returns the programs that may show the desktop's privacy settings, the best first; `desktop` is
+/// the value of XDG_CURRENT_DESKTOP. Pure.
 QList<LaunchCommand> privacySettingsPrograms(const QString& desktop);
 
-/// Opens the desktop's privacy settings; false when nothing installed shows them.
+/// Opens the desktop's privacy settings; returns false if no installed program shows them.
 bool openDesktopPrivacySettings();
 
 }  // namespace tarvinel

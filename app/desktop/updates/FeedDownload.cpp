@@ -22,7 +22,7 @@ constexpr std::size_t maxReasonCharacters = 160;
 QNetworkRequest requestFor(const QUrl& url) {
   QNetworkRequest request(url);
   request.setRawHeader("User-Agent", "Tarvinel/" + QByteArray(appVersion.data()));
-  // by itself the toolkit asks for compressed answers, and unpacks them whatever their size
+  // by default the toolkit requests compressed responses, and decompresses them whatever their size
   request.setRawHeader("Accept-Encoding", "identity");
   request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
                        QNetworkRequest::ManualRedirectPolicy);
@@ -90,7 +90,7 @@ void FeedDownload::follow() {
   get(to);
 }
 
-/// A step of the reading, whose failure ends it.
+/// Runs a step of the download; an error ends it.
 void FeedDownload::attempt(const std::function<void()>& step) {
   if (settled_) return;
   try {
@@ -100,7 +100,8 @@ void FeedDownload::attempt(const std::function<void()>& step) {
   }
 }
 
-/// Delivers later: this runs inside the reply's own signals, which the owner may not end.
+/// Delivers the outcome later: this runs inside the reply's own signals, in which it must not be
+/// destroyed.
 void FeedDownload::settle(const Result<std::string>& outcome) {
   settled_ = true;
   deadline_.stop();

@@ -17,30 +17,30 @@ class QNetworkReply;
 
 namespace tarvinel {
 
-/// Which addresses may be read or shown. Static and pure.
+/// The addresses that may be read or shown. Static and pure.
 class FeedAddress {
  public:
   FeedAddress() = delete;
 
-  /// The address of a feed: https, or http of this very computer. Throws FeedError.
+  /// Returns the address of a feed: https, or http on this computer. Throws FeedError.
   static QUrl parse(const std::string& text);
 
-  /// Where a redirection leads: to https, and from http of this very computer also to such. Throws
+  /// Returns a redirect's target: https, or from http on this computer also http on it. Throws
   /// FeedError.
   static QUrl redirected(const QUrl& from, const QByteArray& location);
 
-  /// The address of a page to show in a browser: http or https; nothing for anything else.
+  /// Returns the http or https address of a page to show in a browser, or nullopt for any other.
   static std::optional<std::string> page(const QString& text);
 };
 
-/// Reads a feed over the network, once. Destroying it ends the reading without a word.
+/// Downloads a feed once. Destroying it cancels the download silently.
 ///
-/// Lives on the thread of a toolkit's loop, and calls `done` there, later and once, with the feed's
+/// Lives on the thread of a toolkit's loop and calls `done` there, later and once, with the feed's
 /// bytes or a FeedError; it may be destroyed in that call.
 class FeedDownload {
  public:
   struct Limits {
-    std::chrono::milliseconds time = std::chrono::seconds(30);  ///< of all of it
+    std::chrono::milliseconds time = std::chrono::seconds(30);  ///< for the whole download
     qsizetype bytes = qsizetype{1} << 20U;
     int redirects = 5;
   };
@@ -66,7 +66,7 @@ class FeedDownload {
   QNetworkAccessManager network_;
   QNetworkReply* reply_ = nullptr;  ///< owned by network_
   QTimer deadline_;
-  QObject context_;  ///< of all connections: the last member, so that none is left when others go
+  QObject context_;  ///< of all connections: the last member, so that they end first
 };
 
 }  // namespace tarvinel

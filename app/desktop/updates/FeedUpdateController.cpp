@@ -76,7 +76,7 @@ void FeedUpdateController::log(const Result<AppcastItem>& newest) const {
   }
 }
 
-/// Whatever came of it, since the presenter waits for it.
+/// Shows the outcome, whatever it is, since the presenter waits for it.
 void FeedUpdateController::notifyPresenter(const Result<AppcastItem>& newest) {
   if (!newest.ok()) return tell(UpdateNotice::failed(describe(newest.error())));
   const auto& item = newest.value();
@@ -86,7 +86,7 @@ void FeedUpdateController::notifyPresenter(const Result<AppcastItem>& newest) {
   if (item.page) environment_.desktop.openInBrowser(*item.page);
 }
 
-/// Only what is new, once.
+/// Notifies the presenter of a new version, once.
 void FeedUpdateController::reportNews(const Result<AppcastItem>& newest) {
   if (!newest.ok() || !isNews(newest.value())) return;
   const auto& version = newest.value().version;
@@ -110,12 +110,12 @@ namespace {
 
 constexpr std::size_t maxAttributes = 256;
 
-/// A name without its namespace's prefix.
+/// Returns a name without its namespace prefix.
 std::string_view localName(std::string_view name) {
-  return name.substr(name.rfind(':') + 1);  // the whole without a colon: npos + 1
+  return name.substr(name.rfind(':') + 1);  // the whole name if there is no colon: npos + 1 is 0
 }
 
-/// What an item says; of several sayings the first counts that can be used.
+/// The elements of an item; the first usable one of a kind counts.
 class ItemDraft {
  public:
   void say(std::string_view name, const std::string& text) {
@@ -150,8 +150,8 @@ class ItemDraft {
   Text releaseNotes_;
 };
 
-/// Reads a feed with expat, whose time and memory grow with the feed's size only, however deep its
-/// elements and however many the attributes of a tag.
+/// Reads a feed with expat, whose time and memory grow only with the feed's size, however deep its
+/// elements and however many a tag's attributes.
 class AppcastReader {
  public:
   AppcastReader() : parser_(XML_ParserCreate("UTF-8"), &XML_ParserFree) {
@@ -178,7 +178,7 @@ class AppcastReader {
   static constexpr std::array<std::string_view, 3> itemPath{"rss", "channel", "item"};
 
   /// Runs a step of a callback. No exception passes through the library: the first one stops the
-  /// parser, which may call back a few times more, and is thrown once it has returned.
+  /// parser, which may still call back a few times, and is rethrown when it has returned.
   template <class Step>
   static void guarded(void* reader, Step step) {
     auto& self = *static_cast<AppcastReader*>(reader);
@@ -191,7 +191,7 @@ class AppcastReader {
     }
   }
 
-  /// Called before anything is read of what the document type declares.
+  /// Called before anything that the document type declares is read.
   static void onDocumentType(void* reader, const char* /*name*/, const char* /*system*/,
                              const char* /*publicly*/, int /*hasInternalSubset*/) {
     guarded(reader, [](AppcastReader&) { throw FeedError(FeedError::Case::documentType); });
@@ -208,7 +208,7 @@ class AppcastReader {
     });
   }
 
-  /// `attributes` holds names and values in turn, and ends with a null pointer.
+  /// `attributes` alternates names and values, and ends with a null pointer.
   void start(std::string_view name, const char** attributes) {
     std::size_t count = 0;
     while (attributes[2 * count] != nullptr)
@@ -240,7 +240,7 @@ class AppcastReader {
     if (auto item = std::exchange(draft_, {}).item()) items_.push_back(*std::move(item));
   }
 
-  /// Whether the parser is in an item, so many elements below it.
+  /// Returns whether the parser is this number of elements below an item.
   bool isInItem(std::size_t below) const {
     return matched_ == itemPath.size() && depth_ == matched_ + below;
   }
@@ -250,8 +250,8 @@ class AppcastReader {
   std::size_t depth_ = 0;    ///< how many elements are open
   std::size_t matched_ = 0;  ///< how many of them, from the outermost on, lead to an item
   ItemDraft draft_;
-  std::string name_;  ///< of the element in the item, without prefix
-  std::string text_;  ///< directly in that element
+  std::string name_;  ///< name, without prefix, of the current element in the item
+  std::string text_;  ///< the text directly in that element
   std::vector<AppcastItem> items_;
 };
 

@@ -21,22 +21,22 @@
 
 namespace tarvinel {
 
-/// An RSS feed whose items are versions of the program. Static and pure.
+/// An RSS feed in which each item is a version of the program. Static and pure.
 class AppcastFeed {
  public:
   AppcastFeed() = delete;
 
-  /// The versions in a feed's bytes, in their order, at least one; items without a version are left
-  /// out, as are pages that are not on the web. Throws FeedError.
+  /// Returns the versions in a feed's bytes, in their order, at least one; skips items without a
+  /// version, and pages that are not on the web. Throws FeedError.
   ///
   /// The bytes are UTF-8. An item has its versions as elements or as attributes of its enclosure,
-  /// in whatever namespace: "shortVersionString", which counts, else "version". Its page is its
+  /// in any namespace: "shortVersionString" takes precedence over "version". Its page is its
   /// "link", else its "releaseNotesLink".
   static std::vector<AppcastItem> parse(std::string_view bytes);
 };
 
-/// Finds new versions in a feed on the web, see AppcastFeed. It tells of them and shows their page
-/// in a browser; getting and installing them is up to the presenter.
+/// Finds new versions in a feed on the web, see AppcastFeed. It notifies the presenter and shows a
+/// version's page in a browser; the presenter downloads and installs it.
 ///
 /// Lives on the main queue, which is a toolkit's loop.
 class FeedUpdateController : public UpdateController {
@@ -46,7 +46,7 @@ class FeedUpdateController : public UpdateController {
     MainQueue& mainQueue;
     Logger logger;
     std::filesystem::path memory;                 ///< the file with the time of the last check
-    std::string builtInFeed = builtInUpdateFeed;  ///< empty for none
+    std::string builtInFeed = builtInUpdateFeed;  ///< empty if there is none
     std::string version = std::string(appVersion);
     FeedDownload::Limits limits = {};
     std::function<UpdateSchedule::Time()> now = std::chrono::system_clock::now;
@@ -59,7 +59,7 @@ class FeedUpdateController : public UpdateController {
   void setOnChange(std::function<void()> onChange) override { onChange_ = std::move(onChange); }
   void checkForUpdates() override { check(Check::userInitiated); }
 
-  /// Checks and tells nobody but the log.
+  /// Checks and only logs the outcome.
   void probe() { check(Check::probe); }
 
  private:
@@ -80,8 +80,8 @@ class FeedUpdateController : public UpdateController {
   std::function<void()> onChange_;
   UserDefaults memory_;
   UpdateSchedule schedule_;
-  std::unique_ptr<FeedDownload> download_;  ///< of the check that is under way
-  std::string toldVersion_;                 ///< of which the presenter knows
+  std::unique_ptr<FeedDownload> download_;  ///< the check in progress, or null
+  std::string toldVersion_;                 ///< the latest one that the presenter was notified of
 };
 
 }  // namespace tarvinel

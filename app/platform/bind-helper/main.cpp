@@ -1,10 +1,11 @@
-// Listens on port 80 for an ordinary user's program, which asks over an inherited socket, hands the
-// socket back and ends. It carries the file capability cap_net_bind_service, which must not be on
-// the program itself: such a program is refused by the desktop's portal and gets no session bus.
+// Listens on port 80 for an unprivileged program, which requests it over an inherited socket,
+// passes the listening socket back and exits. It carries the file capability cap_net_bind_service,
+// which must not be on the program itself: the desktop's portal rejects such a program, and it gets
+// no session bus.
 //
-// What surrounds it may be hostile: it takes no arguments, reads no environment and no file, writes
-// to nothing but the inherited socket, and is linked statically. Run by hand, without that socket,
-// it tells by its exit status whether it has the capability: 0 if so.
+// Its environment may be hostile: it takes no arguments, reads no environment variable and no file,
+// writes only to the inherited socket, and is linked statically. When it is run by hand, without
+// that socket, its exit status is 0 if it has the capability.
 
 #include "app/platform/bind-helper/BindHelper.h"
 #include "core/http/ListeningSocket.h"
@@ -49,7 +50,7 @@ bool dropCapabilities() {
   return ::syscall(SYS_capset, &head, none) == 0;
 }
 
-/// Adds the descriptor to the message, using the buffer.
+/// Attaches the descriptor to the message, using the buffer.
 template <std::size_t size>
 void attach(int fd, msghdr& message, char (&buffer)[size]) {
   message.msg_control = buffer;

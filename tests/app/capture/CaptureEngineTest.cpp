@@ -47,7 +47,7 @@ class HandDrivenTimer : public RepeatingTimer {
   bool& running_;
 };
 
-/// Collects what a broadcaster publishes, by size.
+/// Records the sizes of what a broadcaster publishes.
 class Viewer {
  public:
   explicit Viewer(FrameBroadcaster& broadcaster) {
@@ -167,7 +167,7 @@ class CaptureEngineTest : public testing::Test {
     return {lines.begin() + static_cast<std::ptrdiff_t>(first), lines.end()};
   }
 
-  // of the capture queue
+  // used on the capture queue only
   FakeScreen screen;
   double now = 0;
   bool timerRuns = false;

@@ -17,8 +17,8 @@ inline std::exception_ptr failure(const std::string& text) {
   return std::make_exception_ptr(std::runtime_error(text));
 }
 
-/// What a test decides about the fake service and what it learns of it. Touched on the capture
-/// queue only.
+/// The state with which a test controls and observes the fake service. Used on the capture queue
+/// only.
 struct FakeScreen {
   struct Stream {
     ContentFilter filter;
@@ -26,7 +26,7 @@ struct FakeScreen {
     StreamHandlers handlers;
     Completion<void> pendingStart;  ///< set while `holdStarts`
     bool stopped = false;
-    bool goneOnQueue = false;  ///< destroyed, and where it lived
+    bool goneOnQueue = false;  ///< destroyed on the capture queue
   };
 
   SerialQueue* queue = nullptr;

@@ -6,7 +6,7 @@
 namespace tarvinel {
 namespace {
 
-/// What an encoder that truncates makes of a length.
+/// Returns a length as an encoder that truncates scales it.
 std::int64_t scaled(std::int64_t length, double scale) {
   return static_cast<std::int64_t>(static_cast<double>(length) * scale);
 }

@@ -32,7 +32,7 @@ const QString fileManager = QStringLiteral("org.freedesktop.FileManager1");
 const QString screenSaver = QStringLiteral("org.freedesktop.ScreenSaver");
 const QString portal = QStringLiteral("org.freedesktop.portal.Desktop");
 
-/// The toolkit's own dialog, once it is open.
+/// Returns the toolkit's own dialog, or null while none is open.
 QFileDialog* openDialog() {
   for (QWidget* widget : QApplication::topLevelWidgets()) {
     if (auto* dialog = qobject_cast<QFileDialog*>(widget); dialog && dialog->isVisible())
@@ -51,7 +51,7 @@ class DesktopShellTest : public testing::Test {
     shell_->chooseFolder("/home/a b", [this](std::filesystem::path folder) { chosen_ = folder; });
   }
 
-  /// Waits until everything that the service has answered so far has come back.
+  /// Waits until all replies that the service has sent so far have arrived.
   void awaitAnswers(const QString& service) {
     bool answered = false;
     QObject context;
@@ -63,7 +63,7 @@ class DesktopShellTest : public testing::Test {
     ASSERT_TRUE(spinUntil([&answered] { return answered; }));
   }
 
-  /// Where the portal puts the request that a call makes.
+  /// Returns the object path that the portal uses for a call's request.
   static QString requestOf(const QDBusMessage& call) {
     QString sender = call.service().mid(1);
     sender.replace(QLatin1Char('.'), QLatin1Char('_'));
@@ -72,7 +72,7 @@ class DesktopShellTest : public testing::Test {
            options.value(QStringLiteral("handle_token")).toString();
   }
 
-  /// Has the portal answer the request that it was made last.
+  /// Makes the portal respond to the latest request.
   void answerRequest(std::uint32_t response, const QVariantMap& results) {
     service_->emitSignal(requestOf(service_->calls("OpenFile").back()),
                          QStringLiteral("org.freedesktop.portal.Request"),
@@ -215,7 +215,7 @@ TEST_F(DesktopShellTest, ChoosesNothingWhenThePresenterCancels) {
   choose();
   ASSERT_TRUE(spinUntil([&] { return service.calls("OpenFile").size() == 1; }));
   answerRequest(1, {});
-  // the next request's answer comes after that one's
+  // the next request's reply comes after the previous one's
   choose();
   ASSERT_TRUE(spinUntil([&] { return service.calls("OpenFile").size() == 2; }));
   answerRequest(0, {{QStringLiteral("uris"), QStringList{QStringLiteral("file:///second")}}});

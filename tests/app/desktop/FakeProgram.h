@@ -10,7 +10,7 @@
 
 namespace tarvinel::test {
 
-/// While it lives, the only program to be found is this one, a shell script.
+/// During its lifetime this shell script is the only program that can be found.
 class FakeProgram {
  public:
   FakeProgram(const std::string& name, const std::string& script) {
@@ -22,7 +22,7 @@ class FakeProgram {
   FakeProgram(const FakeProgram&) = delete;
   FakeProgram& operator=(const FakeProgram&) = delete;
 
-  /// Where it may write: "$0.out" in the script. Empty until then.
+  /// Returns the content of the file that the script names "$0.out"; empty until the file exists.
   std::string output(const std::string& name) const {
     const auto file = folder_ / (name + ".out");
     return std::filesystem::exists(file) ? contentOf(file) : "";

@@ -11,10 +11,10 @@
 
 namespace tarvinel::test {
 
-/// A service on a bus that writes down how it is called and answers as the test says.
+/// A service on a bus that records calls and replies as the test specifies.
 class FakeService : public QDBusVirtualObject {
  public:
-  /// Answers a call; nothing answered is silence.
+  /// Returns the reply to a call, or nullopt for silence.
   using Answer = std::function<std::optional<QVariantList>(const QDBusMessage&)>;
 
   FakeService(QDBusConnection bus, const QString& name, Answer answer)
@@ -36,12 +36,12 @@ class FakeService : public QDBusVirtualObject {
     bus_.send(signal);
   }
 
-  /// Answers a call that was met with silence.
+  /// Replies to a call that has not been answered yet.
   void answer(const QDBusMessage& call, const QVariantList& arguments) {
     bus_.send(call.createReply(arguments));
   }
 
-  /// The calls of one method so far.
+  /// Returns the calls of a method so far.
   std::vector<QDBusMessage> calls(const char* method) const {
     std::vector<QDBusMessage> found;
     for (const QDBusMessage& call : calls_)
@@ -64,7 +64,7 @@ class FakeService : public QDBusVirtualObject {
   std::vector<QDBusMessage> calls_;
 };
 
-/// Answers every call with the same.
+/// Replies to every call with the same arguments.
 inline FakeService::Answer always(const QVariantList& answer) {
   return [answer](const QDBusMessage&) { return answer; };
 }

@@ -7,16 +7,16 @@
 
 namespace tarvinel::test {
 
-/// A real session bus of a test's own, which starts no services by itself; ended by the destructor.
+/// A real session bus for one test, which does not start services; the destructor ends it.
 class PrivateBus {
  public:
-  /// Throws when it does not come up.
+  /// Throws if the bus does not start.
   PrivateBus();
   ~PrivateBus();
   PrivateBus(const PrivateBus&) = delete;
   PrivateBus& operator=(const PrivateBus&) = delete;
 
-  /// One more connection to it.
+  /// Returns a new connection to the bus.
   QDBusConnection connect();
 
  private:

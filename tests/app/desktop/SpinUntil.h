@@ -8,8 +8,8 @@
 
 namespace tarvinel::test {
 
-/// Runs the toolkit's loop until `condition` holds; false when it does not within a minute,
-/// which is far beyond what any machine needs.
+/// Runs the toolkit's loop until `condition` holds; returns false if it does not within a minute,
+/// which is far more than any machine needs.
 template <class Condition>
 bool spinUntil(Condition condition) {
   const QDeadlineTimer deadline(std::chrono::seconds(60));

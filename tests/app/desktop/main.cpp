@@ -3,7 +3,7 @@
 
 int main(int argc, char** argv) {
   testing::InitGoogleMock(&argc, argv);
-  // widgets are drawn into memory, wherever the tests run
+  // widgets are drawn into memory, whatever display the tests run on
   qputenv("QT_QPA_PLATFORM", "offscreen");
   const QApplication application(argc, argv);
   return RUN_ALL_TESTS();

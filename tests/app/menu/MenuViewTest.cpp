@@ -20,7 +20,7 @@ using testing::ElementsAre;
 using testing::IsSupersetOf;
 using testing::Not;
 
-/// An item on a line: its label, its mark when it is on, what sets it apart, its items.
+/// Describes an item on a line: its kind and label, whether it is on or disabled, its shortcut.
 std::string lineOf(const MenuItem& item) {
   static constexpr const char* kinds[] = {"text", "title", "button", "toggle", "choice", "submenu"};
   if (item.kind == Kind::divider) return "-";
@@ -46,7 +46,7 @@ class MenuViewTest : public ModelFixture {
     screen.content.windows = {{21, "Notes", editor, 0, {10, 10, 600, 400}}};
   }
 
-  ~MenuViewTest() override { model.reset(); }  // before what it stands on
+  ~MenuViewTest() override { model.reset(); }  // before its dependencies
 
   void launch() override {
     AppModel::Dependencies withNames = platform(mainQueue);

@@ -25,7 +25,7 @@ constexpr const char* conflictText =
 constexpr const char* privacyRefusalText =
     "Allow Tarvinel under Privacy & Security › Local Network to publish studio.local";
 
-/// A model with a real server and a console on a network without a wire.
+/// A model with a real server and a console, on a network without a wired link.
 class AppModelNameTest : public ModelFixture {
  protected:
   AppModelNameTest() { config.hostname = "studio"; }
@@ -40,7 +40,7 @@ class AppModelNameTest : public ModelFixture {
     ASSERT_TRUE(mainQueue.runUntil([&] { return model->serverURL() || model->serverError(); }));
   }
 
-  void TearDown() override { model.reset(); }  // before what it stands on
+  void TearDown() override { model.reset(); }  // before its dependencies
 
   void launchAndRegister() {
     launch();
@@ -48,7 +48,7 @@ class AppModelNameTest : public ModelFixture {
     ASSERT_EQ(model->nameURL(), nameURL());
   }
 
-  /// A reply of the newest record, and what the model makes of it.
+  /// Replies for the latest record; returns when the model has handled the reply.
   void reply(std::int32_t code) {
     names.reply(code);
     runWhatIsPosted();
@@ -69,7 +69,7 @@ class AppModelNameTest : public ModelFixture {
     return "http://studio.local:" + std::to_string(model->boundPort()) + "/";
   }
 
-  /// What the console printed since it was looked at last.
+  /// Returns what the console has printed since the previous call.
   std::string printed() { return std::exchange(out, std::ostringstream()).str(); }
 
   FakeNames names;
@@ -191,7 +191,7 @@ TEST_F(AppModelNameTest, AnAddressThatChangesDuringTheAttemptIsPublishedAnew) {
 
 TEST_F(AppModelNameTest, WhatARecordStillSaysAfterItWasWithdrawnIsVoid) {
   launch();
-  names.reply(DNSServiceCode::noError);  // on its way to the model
+  names.reply(DNSServiceCode::noError);  // pending on the model's queue
   host = std::nullopt;
   tick(5);
   runWhatIsPosted();

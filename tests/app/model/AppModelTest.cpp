@@ -50,7 +50,7 @@ class AppModelTest : public ModelFixture {
     return answer.substr(answer.find("\r\n\r\n") + 4);
   }
 
-  /// The answer to an upload by Sam.
+  /// Returns the response to an upload by Sam.
   std::string uploaded(std::string_view file) const {
     TestClient client(model->boundPort());
     client.send("PUT /upload/Sam/" + std::string(file) +
@@ -201,7 +201,7 @@ TEST_F(AppModelTest, WhenIdleTheListIsReadAgainEveryTenTicksWhileSharingNever) {
   EXPECT_EQ(listings(), 1);
   for (int i = 0; i < 20; ++i)
     mainQueue.tick();
-  refresh();  // everything asked for before it is done when it is
+  refresh();  // when it has ended, everything requested before it has too
   EXPECT_EQ(listings(), 4);
   startSharing();
   for (int i = 0; i < 20; ++i)
@@ -378,7 +378,7 @@ TEST_F(AppModelTest, ALateReportOfAStoppedCaptureLeavesTheNextShare) {
   model->stopSharing();
   model->startSharing();
   ASSERT_TRUE(mainQueue.runUntil([&] { return model->isSharing(); }));
-  refresh();  // by then the report has come
+  refresh();  // the report has arrived by then
   EXPECT_TRUE(model->isSharing());
   EXPECT_EQ(model->captureError(), std::nullopt);
   EXPECT_THAT(desktop.done, ElementsAre("awake", "may sleep", "awake"));
@@ -439,14 +439,14 @@ TEST_F(AppModelTest, TheComputerIsKeptAwakeWhileSharing) {
   EXPECT_THAT(desktop.done, ElementsAre("awake", "may sleep"));
 }
 
-// What viewers see when a share has ended
+// What viewers see after a share has ended
 
 class EndedShareTest : public AppModelTest {
  protected:
   static constexpr DecodedJPEG::Pixel white{255, 255, 255};
   static constexpr DecodedJPEG::Pixel quiet{0x11, 0x11, 0x11};
 
-  /// Begins a share that one viewer has seen white pictures of.
+  /// Starts a share of which one viewer has seen white pictures.
   void shareWhite() {
     launchAndWait();
     startSharing();
@@ -463,7 +463,7 @@ class EndedShareTest : public AppModelTest {
     ASSERT_TRUE(mainQueue.runUntil([&stopped] { return stopped; }));
   }
 
-  /// Reads on until there is a picture with a corner of the page's background.
+  /// Reads until there is a picture whose corner has the page's background.
   DecodedJPEG card() {
     for (;;) {
       auto picture = DecodedJPEG::decode(bytesOf(watching->readPart()));
@@ -538,7 +538,7 @@ TEST_F(EndedShareTest, WhoJoinsThenIsShownNothing) {
   TestClient after = viewer();
   ASSERT_TRUE(awaitViewers(2));
   after.shutdownSend();
-  // the retained frame, or without one only the opening of the part to come
+  // either the retained frame, or without one only the opening of the next part
   EXPECT_EQ(after.read(15), "--tarvinelframe");
   startSharing();
   deliver(std::make_shared<MemoryPixelBuffer>(16, 16));
@@ -651,7 +651,7 @@ TEST_F(AppModelTest, TheStreamLineHasTheTrafficOfTheLastSecond) {
   ASSERT_TRUE(awaitViewers(2));
   deliver(noise());
   std::size_t bytes = 0;
-  for (int part = 0; part < 2; ++part)  // while it moves, and settled: no third follows
+  for (int part = 0; part < 2; ++part)  // in motion, and settled: no third follows
     bytes += one.readPart().size() + other.readPart().size();
   mainQueue.tick();
   const double megabits = static_cast<double>(bytes) * 8 / 1e6;
@@ -906,7 +906,7 @@ TEST_F(AppModelTest, InvitesOnlyOnceTheServerListens) {
 
 // Without a server
 
-/// A model whose port another program has.
+/// A model whose port is taken by another program.
 class WithoutServerTest : public AppModelTest {
  protected:
   void launch() override {

@@ -24,8 +24,8 @@
 
 namespace tarvinel {
 
-/// A model over a fake screen with one display and a fake desktop, a real server on a free port and
-/// a main queue that the test turns.
+/// A model with a fake screen with one display and a fake desktop, a real server on a free port and
+/// a main queue that the test runs by hand.
 class ModelFixture : public testing::Test {
  protected:
   ModelFixture() {
@@ -51,7 +51,7 @@ class ModelFixture : public testing::Test {
 
   virtual void launch() { model = AppModel::create(config, platform(mainQueue), uploads); }
 
-  /// Launches, and waits for the server and the list of sources.
+  /// Launches the model, and waits for the server and the list of sources.
   void launchAndWait() {
     launch();
     ASSERT_TRUE(
@@ -64,12 +64,12 @@ class ModelFixture : public testing::Test {
     ASSERT_TRUE(mainQueue.runUntil([&] { return model->isSharing(); }));
   }
 
-  /// Starts the newest stream, which waits because `screen.holdStarts`.
+  /// Completes the start of the latest stream, which is pending because of `screen.holdStarts`.
   void letStart(const Result<void>& outcome = {}) {
     onScreen([&] { screen.streams.back()->pendingStart(outcome); });
   }
 
-  /// A picture that JPEG cannot make small.
+  /// Returns a picture that JPEG cannot compress well.
   static std::shared_ptr<MemoryPixelBuffer> noise() {
     auto picture = std::make_shared<MemoryPixelBuffer>(640, 480);
     std::mt19937 random(1);
@@ -78,13 +78,13 @@ class ModelFixture : public testing::Test {
     return picture;
   }
 
-  /// The newest stream's next picture.
+  /// Delivers the next picture of the latest stream.
   void deliver(std::shared_ptr<MemoryPixelBuffer> picture) {
     onScreen(
         [&] { screen.streams.back()->handlers.onFrame({std::move(picture), {}, {}, {}, {}, {}}); });
   }
 
-  /// Who has read the head of the stream.
+  /// Returns a viewer that has read the head of the stream.
   test::TestClient viewer() const {
     test::TestClient client(model->boundPort());
     client.send("GET /stream HTTP/1.1\r\n\r\n");
@@ -92,18 +92,19 @@ class ModelFixture : public testing::Test {
     return client;
   }
 
-  /// Runs a step of the platform where the platform runs.
+  /// Runs a step of the platform on the platform's queue.
   void onScreen(const std::function<void()>& step) { screen.queue->sync(step); }
 
-  /// Runs until the main queue has seen a listing to its end.
+  /// Lists the sources and runs the main queue until the model has handled the list.
   void refresh() {
     bool done = false;
     model->refreshSources([&done] { done = true; });
     ASSERT_TRUE(mainQueue.runUntil([&done] { return done; }));
   }
 
-  /// Gives a command that opens the upload folder, which is `folderOfToday`, and returns when the
-  /// model knows what came of it: right after that what a crash left on another day is removed.
+  /// Runs a command that opens the upload folder, which is `folderOfToday`, and returns when the
+  /// model has handled the outcome, after which a file that a crash left behind on another day is
+  /// removed.
   void thenOpensFolder(const std::function<void()>& command) {
     const auto leftOver = folder.write("Tarvinel Uploads/2026-11-14/.a.jpg.partial", "");
     command();

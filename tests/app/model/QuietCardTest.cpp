@@ -19,7 +19,7 @@ bool isBackground(const DecodedJPEG& picture, std::size_t x, std::size_t y) {
   return picture.at(x, y) == DecodedJPEG::Pixel{0x11, 0x11, 0x11};
 }
 
-/// How many pixels of a row are those of letters.
+/// Returns how many pixels of a row belong to letters.
 std::size_t lettersInRow(const DecodedJPEG& picture, std::size_t y) {
   std::size_t letters = 0;
   for (std::size_t x = 0; x < picture.width; ++x)

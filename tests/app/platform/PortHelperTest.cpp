@@ -35,7 +35,7 @@ bool hasChild() {
   return ::waitpid(-1, nullptr, WNOHANG) >= 0;
 }
 
-/// A program in place of the helper, whose answer comes over descriptor 3.
+/// Runs a program in place of the helper, which replies over descriptor 3.
 class PortHelperTest : public testing::Test {
  protected:
   std::filesystem::path program(const std::string& script) const {
@@ -44,7 +44,7 @@ class PortHelperTest : public testing::Test {
     return file;
   }
 
-  /// A Python script, with its end of the channel as `channel`.
+  /// Writes a Python script in which `channel` is its end of the channel; returns its path.
   std::filesystem::path python(const std::string& steps) const {
     return program(
         "#!/usr/bin/python3\n"
@@ -57,7 +57,8 @@ class PortHelperTest : public testing::Test {
         steps);
   }
 
-  /// That asking this program leaves the refusal, no descriptor and no child behind.
+  /// Expects that this program makes `listen` throw the refusal, and leaves no descriptor and no
+  /// child behind.
   static void expectRefusal(const std::filesystem::path& program,
                             std::chrono::milliseconds limit = std::chrono::seconds(60)) {
     const long before = openDescriptors();
@@ -153,7 +154,7 @@ TEST_F(PortHelperTest, ItStartsWithTheChannelAloneAndWithoutAnEnvironment) {
   EXPECT_EQ(test::contentOf(report), "[0, 1, 2, 3] ''\n");
 }
 
-// The real one. It needs root, or the capability, which the system tests give it.
+// Runs the real helper. It needs root or the capability, which the system tests give it.
 
 class RealPortHelper : public testing::Test {
  protected:

@@ -15,7 +15,7 @@ using test::TemporaryFolder;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// Loads what the command line names.
+/// Loads the files that the command line names.
 class ConfigurationTest : public testing::Test {
  protected:
   ConfigurationTest() {

@@ -16,7 +16,7 @@ class TerminationSignalsTest : public testing::TestWithParam<int> {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
   }
 
-  /// Raises the signal until it is caught for the first time.
+  /// Raises the signal until it has been caught for the first time.
   static void raiseOnce(std::promise<void>& caught) {
     ASSERT_EQ(std::raise(GetParam()), 0);
     caught.get_future().wait();

@@ -27,13 +27,13 @@ class ConsoleTest : public ModelFixture {
     console->refresh();
   }
 
-  /// Launches, waits, and forgets what was printed meanwhile.
+  /// Launches the model, waits for the server, and discards what was printed meanwhile.
   void launchQuietly() {
     launchAndWait();
     out.str("");
   }
 
-  /// What is printed until `condition` holds.
+  /// Returns what is printed until `condition` holds.
   std::string printedUntil(const std::function<bool()>& condition) {
     EXPECT_TRUE(mainQueue.runUntil(condition));
     return std::exchange(out, std::ostringstream()).str();

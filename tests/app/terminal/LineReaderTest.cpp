@@ -22,7 +22,7 @@ using test::eventually;
 using test::TemporaryFolder;
 using testing::ElementsAre;
 
-/// Lines as they come in on the reader's thread.
+/// Collects lines from the reader's thread.
 class Lines {
  public:
   auto collector() {

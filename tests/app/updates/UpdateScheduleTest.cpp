@@ -23,7 +23,7 @@ using Time = UpdateSchedule::Time;
 
 constexpr Time noon = Time(std::chrono::seconds(1'795'262'400));
 
-/// A queue that tells how often a repeated task is run.
+/// A queue that records the interval of a repeated task.
 class TimedQueue : public ManualMainQueue {
  public:
   std::unique_ptr<Timer> repeat(std::chrono::milliseconds interval,
@@ -40,7 +40,7 @@ class TimedQueue : public ManualMainQueue {
 
 class UpdateScheduleTest : public testing::Test {
  protected:
-  /// A run of the program: what it remembers is in the file.
+  /// Starts a run of the program, whose saved values are in the file.
   void start() {
     schedule.reset();
     memory = std::make_unique<UserDefaults>(UserDefaults::Place{folder / "updates.json"},

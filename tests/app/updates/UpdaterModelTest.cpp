@@ -15,7 +15,7 @@ namespace {
 using test::CapturedLog;
 using testing::ElementsAre;
 
-/// A controller that a test looks into and whose state it sets.
+/// A controller that a test inspects and whose state it sets.
 class ScriptedController : public UpdateController {
  public:
   explicit ScriptedController(Delegate& asked) : delegate(asked) {}
@@ -39,7 +39,7 @@ class ScriptedController : public UpdateController {
 
 class UpdaterModelTest : public testing::Test {
  protected:
-  /// Makes a model over a controller with a feed of its own, or none.
+  /// Creates a model whose controller has this feed, or none.
   std::unique_ptr<UpdaterModel> model(const std::optional<std::string>& feed,
                                       const std::optional<std::string>& feedOverride = {}) {
     const auto makeController = [this, feed](UpdateController::Delegate& delegate) {

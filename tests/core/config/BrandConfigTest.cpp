@@ -40,7 +40,7 @@ TEST(BrandConfig, ExpandsTheTildeInPathsOnly) {
   EXPECT_EQ(BrandConfig().expandingPaths(), BrandConfig());
 }
 
-/// A brand whose files are in a folder of the test.
+/// Loads a brand whose files are in a folder of the test.
 class BrandAssetsTest : public testing::Test {
  protected:
   static Assets loaded(const std::filesystem::path& image) {

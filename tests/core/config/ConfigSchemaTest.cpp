@@ -29,7 +29,7 @@ json parsed(const char* name) {
   return json::parse(file);
 }
 
-/// The settings in the schema, without the keys that the program passes over.
+/// Returns the settings in the schema, without the keys that the program ignores.
 json settings() {
   json properties = parsed("config.schema.json").at("properties");
   properties.erase("$schema");
@@ -43,7 +43,7 @@ std::vector<std::string> keysOf(const json& object) {
   return keys;
 }
 
-/// What becomes of one value once it is decoded and clamped.
+/// Returns a value after decoding and clamping.
 json afterLoading(const std::string& key, const json& value) {
   return encodeConfig(decodeConfig({{key, value}}).clamped()).at(key);
 }

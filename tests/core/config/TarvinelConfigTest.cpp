@@ -52,7 +52,7 @@ class TarvinelConfigTest : public testing::Test {
     return load();
   }
 
-  /// What is reported for a user's file, which must leave every default.
+  /// Returns the error for a user's file, which must leave every default.
   std::string errorOf(std::string_view text) {
     EXPECT_EQ(load(text), TarvinelConfig());
     return error;
@@ -378,7 +378,7 @@ TEST_F(TarvinelConfigTest, AProfileThatIsAFolderOrNoObjectIsLogged) {
                                        HasSubstr(" ignored: config.json is valid JSON but not")));
 }
 
-// At most one error, the first
+// At most one error is reported, the first
 
 TEST_F(TarvinelConfigTest, TheProfilesErrorComesBeforeTheUsers) {
   profile("[]");
@@ -406,7 +406,7 @@ TEST_F(TarvinelConfigTest, AfterAColourTheProfileIsNamedOnlyWhenAnotherErrorIsRe
   EXPECT_THAT(log.lines(), ElementsAre("config|info|loaded bundled profile hostname=tarvinel"));
 }
 
-// Files that cannot be used
+// Unusable files
 
 TEST_F(TarvinelConfigTest, ABrokenUserFileLeavesTheProfile) {
   profile(R"({"fps":10})");
@@ -476,7 +476,7 @@ TEST_F(TarvinelConfigTest, AFileLargerThanTheLimitIsNotRead) {
 
 TEST_F(TarvinelConfigTest, AHugeFileIsNotRead) {
   user("{");
-  std::filesystem::resize_file(userFile, std::uintmax_t{100} << 30);  // 100 GB of nothing on disk
+  std::filesystem::resize_file(userFile, std::uintmax_t{100} << 30);  // a sparse file of 100 GiB
   EXPECT_EQ(load(), TarvinelConfig());
   EXPECT_EQ(error, "config.json is larger than 1 MiB");
 }

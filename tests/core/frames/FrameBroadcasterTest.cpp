@@ -14,7 +14,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// Remembers what one viewer was handed.
+/// Records what one viewer received.
 struct Viewer {
   std::vector<Frame> received;
   FrameBroadcaster::Sink sink() {

@@ -12,7 +12,7 @@ namespace {
 
 using testing::ElementsAre;
 
-/// A viewer that can be made to hold up the first frame.
+/// A viewer that can block on the first frame.
 class BlockingViewer {
  public:
   explicit BlockingViewer(FrameBroadcaster& broadcaster) {

@@ -22,7 +22,7 @@ TEST(JPEGSize, IsNothingWhereAFileEndsTooEarlyOrIsNoJPEG) {
   EXPECT_EQ(sizeOfJPEG({}), std::nullopt);
   EXPECT_EQ(sizeOfJPEG({whole.begin(), whole.begin() + 20}), std::nullopt);
   EXPECT_EQ(sizeOfJPEG(bytesOf("\x89PNG and so on, long enough for a frame header")), std::nullopt);
-  // a segment that claims to be longer than the file
+  // a segment whose length exceeds the file
   EXPECT_EQ(sizeOfJPEG({0xFF, 0xD8, 0xFF, 0xE0, 0xFF, 0xFF, 0, 0, 0, 0, 0, 0}), std::nullopt);
 }
 

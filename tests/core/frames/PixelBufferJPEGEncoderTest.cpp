@@ -16,7 +16,7 @@ namespace {
 using test::DecodedJPEG;
 using testing::Le;
 
-/// A picture in memory whose every answer a test can spoil, and which counts its locks.
+/// A picture in memory whose every property a test can make invalid, and which counts its locks.
 class FakeBuffer : public PixelBuffer {
  public:
   FakeBuffer(std::size_t width, std::size_t height, std::size_t padding = 0)
@@ -28,7 +28,7 @@ class FakeBuffer : public PixelBuffer {
     }
   }
 
-  /// Colours as red, green, blue; alpha becomes 0, which must not matter.
+  /// Takes colours as red, green, blue; alpha becomes 0, which must not matter.
   void paint(std::size_t x, std::size_t y, DecodedJPEG::Pixel colour) {
     std::uint8_t* pixel = &pixels_.at(y * rowLength_ + x * 4);
     pixel[0] = colour[2];

@@ -70,7 +70,7 @@ class ClientConnectionTest : public testing::Test {
   std::optional<asio::ip::tcp::acceptor> acceptor;
   std::optional<TestClient> client;
   std::shared_ptr<ClientConnection> connection;
-  int closes = 0;  // of the queue
+  int closes = 0;  // counted on the queue
 };
 
 TEST_F(ClientConnectionTest, ClosingTwiceHasTheEffectOfOnce) {

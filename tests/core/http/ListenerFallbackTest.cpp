@@ -29,7 +29,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::StartsWith;
 
-/// A server that asks for port 80 as an ordinary user, in a network where that is refused.
+/// A server for port 80 that runs as an ordinary user, in a network where that is not permitted.
 class ListenerFallbackTest : public testing::Test {
  protected:
   void asOrdinaryUser(const std::function<void()>& steps) {

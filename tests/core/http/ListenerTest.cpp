@@ -15,7 +15,7 @@
 namespace tarvinel {
 namespace {
 
-/// A listener on a free port, which is dropped on its queue.
+/// A listener on a free port, which is destroyed on its queue.
 class ListenerTest : public testing::Test {
  protected:
   ListenerTest()
@@ -51,7 +51,7 @@ TEST_F(ListenerTest, ConnectionsThatWaitTogetherAreAllTaken) {
   int taken = 0;
   std::vector<test::TestClient> clients;
   for (int i = 0; i < count; ++i)
-    clients.emplace_back(port());  // by the kernel: nobody accepts yet
+    clients.emplace_back(port());  // connected by the kernel: nobody accepts yet
   start([&](asio::ip::tcp::socket) {
     if (++taken == count) all.set_value();
   });

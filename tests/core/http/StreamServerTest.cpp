@@ -52,7 +52,7 @@ Result<std::uint16_t> started(StreamServer& server) {
   return outcome.get_future().get();
 }
 
-/// A server on a free port of this computer.
+/// Runs a server on a free port of this computer.
 class StreamServerTest : public testing::Test {
  protected:
   StreamServer::Options options(std::uint16_t onPort = 0) {
@@ -74,7 +74,7 @@ class StreamServerTest : public testing::Test {
 
   std::string response(const std::string& head) const { return requested(head).readToEnd(); }
 
-  /// A viewer that has been counted and has read the head of the stream.
+  /// Returns a viewer that has been counted and has read the head of the stream.
   TestClient viewer(int receiveBuffer = 0) {
     const std::size_t before = broadcaster.viewerCount();
     TestClient client(port, receiveBuffer);
@@ -91,7 +91,7 @@ class StreamServerTest : public testing::Test {
     return lines;
   }
 
-  /// How many refusals some throttled lines stand for.
+  /// Returns how many rejections some throttled lines stand for.
   static int refusedBy(const std::vector<std::string>& lines) {
     constexpr std::string_view before = "(the last of ";
     int count = 0;
@@ -187,7 +187,7 @@ TEST_F(StreamServerTest, OverTheCapAConnectionIsClosedWithoutAByteUntilOneIsFree
   EXPECT_THAT(response("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 OK\r\n"));
 }
 
-// Answers
+// Responses
 
 TEST_F(StreamServerTest, AFloodOfRefusedConnectionsIsLoggedOnceASecondWithACount) {
   auto limited = options();
@@ -198,7 +198,7 @@ TEST_F(StreamServerTest, AFloodOfRefusedConnectionsIsLoggedOnceASecondWithACount
   const auto begin = std::chrono::steady_clock::now();
   for (int i = 0; i < refused; ++i)
     TestClient(port).readToEnd();
-  server->stop();  // logs what is still to be logged
+  server->stop();  // logs the pending lines
   const auto end = std::chrono::steady_clock::now();
   const auto lines = linesWith("connection cap (1) reached; refusing 127.0.0.1:");
   EXPECT_EQ(refusedBy(lines), refused);
@@ -318,7 +318,7 @@ TEST_F(StreamServerTest, AStopWhileTheBrandsFilesAreReadEndsTheStart) {
   server->start([&](Result<std::uint16_t> result) { outcome.set_value(std::move(result)); });
   server->stop();
   const auto first = outcome.get_future().get();
-  // a start that was faster than the stop succeeded; none outlives the stop
+  // a start that was faster than the stop succeeded; either way nothing is left running
   if (!first.ok()) {
     EXPECT_EQ(describe(first.error()), "the server was stopped before it was ready");
   }
@@ -470,7 +470,7 @@ TEST_F(StreamServerTest, AViewerOutlivesTheHeadTimeout) {
   serve(with);
   TestClient watching = viewer();
   TestClient silent(port);
-  EXPECT_EQ(silent.readToEnd(), "");  // accepted later and closed by now
+  EXPECT_EQ(silent.readToEnd(), "");  // accepted later, and closed by now
   broadcaster.publish(frameOf("a"));
   EXPECT_EQ(watching.readPart(), "a");
 }
@@ -556,7 +556,7 @@ TEST_F(StreamServerTest, AnyOtherAcceptHeaderGetsTheMultipartStream) {
 TEST_F(StreamServerTest, OfThreeFramesThatComeWhileOneIsInFlightOnlyTheLastIsSent) {
   serve();
   TestClient slow = viewer(4096);
-  const std::string large(8'000'000, 'L');  // more than the kernel takes from a stopped reader
+  const std::string large(8'000'000, 'L');  // more than the kernel accepts for a stopped reader
   broadcaster.publish(frameOf(large));
   broadcaster.publish(frameOf("first"));
   broadcaster.publish(frameOf("second"));
@@ -580,7 +580,7 @@ TEST_F(StreamServerTest, AViewerThatNeverReadsHoldsOneFrameAndDisturbsNobody) {
     broadcaster.publish(frame);
     EXPECT_EQ(reading.readPart().front(), 'a' + i);
   }
-  // alive: the one in flight to the stuck viewer and the newest, which waits and is retained
+  // alive are the one in flight to the stuck viewer and the newest, which is pending and retained
   EXPECT_TRUE(eventually([&] {
     return std::ranges::count_if(frames, [](const auto& frame) { return !frame.expired(); }) == 2;
   }));
@@ -651,7 +651,7 @@ TEST_F(StreamServerTest, AViewerThatHalfClosedAndThenLeavesIsGoneWithTheNextFram
   }));
 }
 
-// A second without a word is enough here, so that a viewer of a still screen passes for vanished.
+// A second of silence suffices here, so that a viewer of a still screen counts as vanished.
 TEST_F(StreamServerTest, AVanishedViewerIsNoLongerServedAndItsConnectionIsKept) {
   StreamServer::Options impatient = options();
   impatient.silenceLimit = std::chrono::seconds(1);

@@ -69,7 +69,7 @@ std::string refused(std::string_view status, std::string_view message) {
   return std::string(textOf(HTTPResponse::jsonError(status, message)));
 }
 
-/// A server on a free port that takes uploads into a folder of its own.
+/// A server on a free port that stores uploads in a folder of its own.
 class UploadTransferTest : public testing::Test {
  protected:
   void serve(
@@ -213,7 +213,7 @@ TEST_F(UploadTransferTest, WhileTheyArriveFilesAreHidden) {
   EXPECT_THAT(folder.files(), ElementsAre("uploads/Sam-a.jpg"));
 }
 
-// Refusals, in the order of the checks
+// Rejections, in the order of the checks
 
 TEST_F(UploadTransferTest, WithoutAControllerThereIsNothing) {
   serve(nullptr);
@@ -455,10 +455,10 @@ TEST_F(UploadTransferTest, AServerThatStopsWhileTheDiskIsAskedLeavesNothing) {
   EXPECT_EQ(controller->debugInFlight(), 0);
 }
 
-/// Holds up a queue until it is opened.
+/// Blocks a queue until it is opened.
 class Gate {
  public:
-  /// Returns when it is opened; called on the queue.
+  /// Returns once it is opened; called on the queue.
   void pass() {
     reached_.set_value();
     opened_.get_future().wait();
@@ -472,7 +472,7 @@ class Gate {
   std::promise<void> opened_;
 };
 
-// The pool has one thread, so that a gate holds up the disk, and the server is held up between the
+// The pool has one thread, so that a gate blocks the disk, and the server is blocked between the
 // end of the writing and the beginning of the finishing.
 TEST_F(UploadTransferTest, AResetWhileTheUploadIsFinishingKeepsTheFile) {
   Gate writingGate;
@@ -507,7 +507,7 @@ TEST_F(UploadTransferTest, AResetWhileTheUploadIsFinishingKeepsTheFile) {
   disk.post([&] { finishingGate.pass(); });
   finishingGate.waitUntilReached();
   serverGate.open();
-  queue.sync([&] { transfer->connectionClosed(); });  // the finishing waits for the disk by now
+  queue.sync([&] { transfer->connectionClosed(); });  // finishing is waiting for the disk by now
   EXPECT_THAT(folder.files(), ElementsAre("uploads/.Sam-a.jpg.partial"));
   finishingGate.open();
   pool.finish();
@@ -519,7 +519,7 @@ TEST_F(UploadTransferTest, AResetWhileTheUploadIsFinishingKeepsTheFile) {
   EXPECT_FALSE(responded);
 }
 
-// What else the server answers
+// Other responses of the server
 
 TEST_F(UploadTransferTest, TheServerAnswersWhileADiskHangs) {
   HangingDisk disk(plenty);

@@ -24,8 +24,8 @@ void setOption(tcp::socket& socket, int level, int name, int value) {
   ASSERT_EQ(setsockopt(socket.native_handle(), level, name, &value, sizeof value), 0);
 }
 
-/// A viewer on this computer whose connection goes dead without a sign of it: a filter on its
-/// socket throws away whatever comes, so that nothing is acknowledged and no question answered.
+/// A viewer on this computer whose connection goes dead silently: a filter on its socket discards
+/// whatever arrives, so that it acknowledges no data and replies to no probe.
 class VanishedViewersTest : public testing::Test {
  protected:
   ~VanishedViewersTest() override {

@@ -84,7 +84,7 @@ TEST(LocalAddresses, FiftyAddressesOfAnInterfaceAskForItsDistanceOnce) {
   EXPECT_EQ(asked, 1);
 }
 
-/// In a network of its own.
+/// Runs in a network namespace of its own.
 class LocalAddressesHere : public testing::Test {
  protected:
   void inNetwork(const std::string& setup, const std::function<void()>& steps) {

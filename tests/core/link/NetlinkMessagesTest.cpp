@@ -99,7 +99,7 @@ NetworkInfo metadataOf(std::span<const std::byte> datagram) {
   return info;
 }
 
-/// One of each kind.
+/// Returns one message of each kind.
 Octets everything() {
   const Octets several = message(
       RTM_NEWROUTE, octets(defaultRoute()) + attribute(RTA_MULTIPATH, nextHop(5) + nextHop(6)));
@@ -130,7 +130,7 @@ TEST(NetlinkMessages, AddressesOfTheHostOrTheLinkAloneSayNothing) {
   EXPECT_THAT(metadataOf(address(1, AF_INET, RT_SCOPE_HOST)).linksWithAddress, IsEmpty());
   EXPECT_THAT(metadataOf(address(2, AF_INET6, RT_SCOPE_LINK)).linksWithAddress, IsEmpty());
   EXPECT_THAT(metadataOf(address(2, AF_INET6)).linksWithAddress, ElementsAre(2));
-  // self-assigned, on a cable between two computers
+  // self-assigned addresses, on a cable between two computers, count
   EXPECT_THAT(metadataOf(address(2, AF_INET, RT_SCOPE_LINK)).linksWithAddress, ElementsAre(2));
 }
 
@@ -188,7 +188,7 @@ TEST(NetlinkMessages, LengthsThatAreNonsenseEndTheReading) {
   }
 }
 
-// the sanitizers look on
+// The sanitizers detect invalid reads here.
 TEST(NetlinkMessages, RubbishIsSurvived) {
   std::mt19937 random(1);
   for (int round = 0; round < 20000; ++round) {

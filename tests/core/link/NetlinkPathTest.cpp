@@ -29,7 +29,7 @@ using test::ipBatch;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// A monitor of the real network of the calling thread, with what it has reported.
+/// Monitors the real network of the calling thread and records the reports.
 class Watched {
  public:
   explicit Watched(const FakeSysfs& sysfs, std::optional<int> receiveBuffer = {})
@@ -62,8 +62,8 @@ class Watched {
   LinkMonitor monitor_;
 };
 
-/// Two links that carry traffic, with an address each: "wire0" and "air0", which sysfs says are
-/// what their names say.
+/// Two links that carry traffic, with an address each: "wire0" and "air0", whose types in sysfs
+/// match their names.
 class NetlinkPathTest : public testing::Test {
  protected:
   NetlinkPathTest() {
@@ -169,7 +169,7 @@ TEST_F(NetlinkPathTest, WithoutAnyNetworkItIsNotWiredAndOneThatComesLaterIsNotic
     ipBatch(
         "link add wire0 type veth peer name wire1\naddress add 10.1.0.1/24 dev wire0\n"
         "link set wire1 up\nlink set wire0 up\n");
-    EXPECT_TRUE(watched.becomes(true));  // also without a default route
+    EXPECT_TRUE(watched.becomes(true));  // even without a default route
   });
   if (!permitted) GTEST_SKIP() << "network namespaces need root";
 }
@@ -241,7 +241,7 @@ TEST_F(NetlinkPathTest, FindsItsWayAmongTwoHundredInterfaces) {
 
 TEST_F(NetlinkPathTest, EventsThatAreLostAreMadeUpFor) {
   inTwoNetworks([this] {
-    constexpr int tiny = 1;  // the kernel makes a few kilobytes of it
+    constexpr int tiny = 1;  // the kernel raises it to a few kilobytes
     Watched watched(sysfs, tiny);
     std::string changes;
     for (int i = 0; i < 2000; ++i)

@@ -143,7 +143,7 @@ TEST_F(SysfsInterfacesTest, OfTwoHundredPortsOneHasHardware) {
 TEST_F(SysfsInterfacesTest, WhatIsNotThereHasNoHardware) {
   EXPECT_EQ(below("eth0"), std::nullopt);
   EXPECT_EQ(SysfsInterfaces("/nowhere").hardwareBelow("eth0"), std::nullopt);
-  sysfs.virtualInterface("eth0.5", {"eth0"}, "vlan");  // whose parent has just gone
+  sysfs.virtualInterface("eth0.5", {"eth0"}, "vlan");  // whose parent does not exist
   EXPECT_EQ(below("eth0.5"), std::nullopt);
 }
 

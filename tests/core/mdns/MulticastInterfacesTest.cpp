@@ -10,7 +10,7 @@
 namespace tarvinel {
 namespace {
 
-/// "if0" with 10.0.0.1, "if1" with 10.0.1.1 and so on.
+/// Returns "if0" with 10.0.0.1, "if1" with 10.0.1.1 and so on.
 std::vector<MulticastInterfaces::Interface> numbered(int count) {
   std::vector<MulticastInterfaces::Interface> interfaces;
   for (int i = 0; i < count; ++i) {

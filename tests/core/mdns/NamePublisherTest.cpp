@@ -19,14 +19,14 @@ using test::FakeNames;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// A publisher over a network without a wire.
+/// A publisher over fake registrars instead of a network.
 class NamePublisherTest : public testing::Test {
  protected:
   NamePublisherTest() {
     publisher->setOnState([this](const NamePublisher::State& state) { states.push_back(state); });
   }
 
-  /// The case that `operation` fails with.
+  /// Returns the error that `operation` throws.
   template <class Operation>
   static std::optional<NamePublisherError> errorOf(Operation operation) {
     try {

@@ -23,7 +23,7 @@ using testing::IsEmpty;
 
 using Finding = DaemonWatch::Finding;
 
-/// A registrar whose two registrars and whose watch are the test's.
+/// A registrar whose two registrars and whose watch are controlled by the test.
 class SystemNameRegistrarTest : public testing::Test {
  protected:
   void TearDown() override {
@@ -35,10 +35,10 @@ class SystemNameRegistrarTest : public testing::Test {
       registrar = std::make_unique<SystemNameRegistrar>(
           queue, log.category("mdns"),
           SystemNameRegistrar::Registrars{[this](SerialQueue&, DaemonWatch::Callback onFinding) {
-                                       onFinding_ = std::move(onFinding);
-                                       return std::make_unique<DaemonWatch>();
-                                     },
-                                     daemon.factory(), embedded.factory()});
+                                            onFinding_ = std::move(onFinding);
+                                            return std::make_unique<DaemonWatch>();
+                                          },
+                                          daemon.factory(), embedded.factory()});
       return registrar->registerRecord("studio.local.", {10, 0, 0, 1},
                                        [this](std::int32_t code) { replies.push_back(code); });
     });
@@ -94,7 +94,7 @@ TEST_F(SystemNameRegistrarTest, HandsOverToADaemonThatAppears) {
   EXPECT_THAT(embedded.calls(), ElementsAre("register studio.local. 10.0.0.1", "withdraw"));
   EXPECT_THAT(daemon.calls(), ElementsAre("register studio.local. 10.0.0.1"));
   daemon.reply(DNSServiceCode::noError);
-  EXPECT_THAT(replies, ElementsAre(0));  // nothing has changed
+  EXPECT_THAT(replies, ElementsAre(0));  // nothing was reported again
 }
 
 TEST_F(SystemNameRegistrarTest, TheEndOfTheDaemonIsAFailure) {

@@ -35,7 +35,7 @@ std::vector<std::string> headings(const std::string& page) {
   return found;
 }
 
-/// The text of the sample with that id, as a reader copies it.
+/// Returns the text of the sample with that id, as a reader copies it.
 std::string sample(const std::string& page, const std::string& id) {
   const std::string start = "<pre id=\"" + id + "\"><code>";
   const auto from = page.find(start) + start.size();

@@ -75,7 +75,7 @@ TEST(UploadPage, ABrandsFontComesFirst) {
 
 using Rule = std::pair<std::string, std::string>;  // selector, declarations
 
-/// The rules of the page's style sheet in their order, with single blanks.
+/// Returns the rules of the page's style sheet in their order, with single blanks.
 std::vector<Rule> styleRules(const std::string& page) {
   const auto begin = page.find("<style>") + 7;
   std::string style = page.substr(begin, page.find("</style>") - begin);
@@ -122,7 +122,7 @@ TEST(UploadPage, LooksLikeThis) {
       {"#queue .status", "font-size: 12px; color: rgba(255, 255, 255, 0.6)"},
       {"#total", "font-size: 13px; color: rgba(255, 255, 255, 0.6)"},
       {"#total[hidden]", "display: none"},
-      // the list is as wide as the form, and what failed looks like it
+      // the list is as wide as the form, and failed uploads look failed
       {"#queue", "width: min(480px, 100%)"},
       {"#queue li.failed", "box-shadow: inset 4px 0 #ff8a80"},
       {"#queue li.failed progress", "display: none"},

@@ -15,7 +15,7 @@ TEST(BlockingPool, AQueueRunsItsTasksOneAtATimeInOrder) {
   BlockingPool pool(4);
   PooledQueue queue(pool, ".upload.1");
   EXPECT_EQ(queue.label(), "org.tarvinel.Tarvinel.upload.1");
-  std::vector<int> order;  // no lock: one task at a time
+  std::vector<int> order;  // needs no lock: one task runs at a time
   for (int i = 0; i < 1000; ++i)
     queue.post([&order, i] { order.push_back(i); });
   pool.finish();

@@ -75,7 +75,7 @@ TEST_F(LineWriterTest, ItsEndDoesNotWaitForAPipeThatNobodyReads) {
   pipe.fill();
   std::optional<LineWriter> writer(std::in_place, openOf(pipe.writer()), lineOf);
   writer->write("line\n");
-  writer.reset();  // or this test would hang
+  writer.reset();  // this test hangs if the destructor waits for the output
 }
 
 TEST_F(LineWriterTest, OthersWithTheSamePipeAreNotChanged) {

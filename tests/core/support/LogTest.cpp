@@ -10,7 +10,7 @@
 namespace tarvinel {
 namespace {
 
-/// What was written since CaptureStderr(), line by line and without times.
+/// Returns what was written since CaptureStderr(), line by line and without times.
 std::vector<std::string> writtenLines(const Log& log) {
   log.flush();
   std::istringstream text(testing::internal::GetCapturedStderr());

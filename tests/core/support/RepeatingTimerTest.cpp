@@ -11,7 +11,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// A queue with a timer that counts its ticks and stops itself at the last one wanted.
+/// A queue with a timer that counts its ticks and stops itself after a given number.
 class CountingTimer {
  public:
   explicit CountingTimer(int wanted) : wanted_(wanted) {}

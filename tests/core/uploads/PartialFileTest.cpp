@@ -85,7 +85,7 @@ TEST_F(PartialFileTest, TellsThatItCouldNotBeRemoved) {
   EXPECT_TRUE(file->hasName(partialName));
 }
 
-// A search for left-overs looks at every file that it finds, just then.
+// A concurrent search for left-overs examines every file as soon as it appears.
 TEST_F(PartialFileTest, IsNeverFoundWithoutItsLock) {
   std::atomic<bool> over = false;
   std::thread search([&] {

@@ -18,7 +18,7 @@ using test::TemporaryFolder;
 using testing::ElementsAre;
 using Outcome = Placement::Outcome;
 
-/// Every road keeps the same promises.
+/// Every strategy must behave the same.
 class PlacementTest : public testing::TestWithParam<Placement::Strategy> {
  protected:
   Outcome place() { return GetParam()(directory, ".a.partial", "a"); }

@@ -73,7 +73,7 @@ TEST_F(UploadControllerTest, TheNinthAtOnceIsBusyUntilOneEnds) {
 
 class UploadPlacesTest : public UploadControllerTest {
  protected:
-  /// Asks for a place for one byte; who gives way is noted under its address and number.
+  /// Requests a place for one byte; an upload that yields is recorded by its address and number.
   Admission ask(const std::string& address) {
     const std::string name = address + " " + std::to_string(++asked);
     const auto place = std::make_shared<const UploadPlace>(
@@ -214,7 +214,7 @@ TEST_F(UploadControllerTest, ADiskThatHangsHoldsUpNothingButAdmission) {
   EXPECT_TRUE(controller.snapshot().enabled);
   controller.release(1);
   controller.setStore(storeIn("elsewhere"));
-  controller.setEnabled(false);  // also for the request that waits
+  controller.setEnabled(false);  // also applies to the request that waits
   disk.release();
   admission.join();
   EXPECT_EQ(controller.debugInFlight(), 0);

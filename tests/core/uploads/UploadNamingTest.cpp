@@ -45,7 +45,7 @@ TEST(UploadNaming, ALabelLosesEverythingElse) {
 
 TEST(UploadNaming, ALabelIsComposed) {
   EXPECT_EQ(UploadNaming::participantLabel("Zoe\u0308"), "Zo\u00EB");
-  // even where what stood between the letter and its mark is dropped
+  // even if what separated the letter from its mark is dropped
   EXPECT_EQ(UploadNaming::participantLabel("Zoe\u200D\u0308"), "Zo\u00EB");
 }
 
@@ -97,12 +97,12 @@ TEST(UploadNaming, OtherExtensionsAndNoneAreRefused) {
 TEST(UploadNaming, AFileNameOver120CharactersIsCutAndWithItsExtensionGoneRefused) {
   EXPECT_EQ(UploadNaming::fileName(repeated("a", 116) + ".jpg"), repeated("a", 116) + ".jpg");
   EXPECT_EQ(UploadNaming::fileName(repeated("a", 117) + ".jpg"), std::nullopt);
-  // what is cut is behind an extension
+  // the cut leaves a name with an allowed extension
   EXPECT_EQ(UploadNaming::fileName(repeated("a", 116) + ".jpgx.png"), repeated("a", 116) + ".jpg");
 }
 
 TEST(UploadNaming, AFileNameThatTheFileSystemCannotHoldIsCutBetweenCharactersBeforeItsExtension) {
-  const std::string longest = repeated("写", 79) + ".jpeg";  // 237 + 5 bytes: exactly the most
+  const std::string longest = repeated("写", 79) + ".jpeg";  // 237 + 5 bytes: exactly the limit
   ASSERT_EQ(longest.size(), UploadNaming::maxNameBytes);
   EXPECT_EQ(UploadNaming::fileName(longest), longest);
   EXPECT_EQ(UploadNaming::fileName(repeated("写", 80) + ".jpeg"), longest);

@@ -27,7 +27,7 @@ using testing::MatchesRegex;
 using testing::StartsWith;
 using namespace std::chrono_literals;
 
-// When an upload no longer moves
+// Stalled uploads
 
 TEST(StallRule, LooksTwiceInATimeoutButAtLeastEveryFiveSeconds) {
   EXPECT_EQ((StallRule{30s, 20000}).checkInterval(), 5s);
@@ -52,7 +52,7 @@ TEST(StallRule, ATrickleStallsOnceItIsTenSecondsOld) {
 
 TEST(StallRule, TheAverageCountsFromTheStart) {
   const StallRule rule{30s, 20000};
-  EXPECT_FALSE(rule.isStalled(5s, 60s, 1'200'000));  // all of it in the first second, say
+  EXPECT_FALSE(rule.isStalled(5s, 60s, 1'200'000));  // such as all of it in the first second
   EXPECT_TRUE(rule.isStalled(5s, 60s, 1'199'999));
 }
 
@@ -170,7 +170,7 @@ TEST_F(UploadSinkTest, ALinkInPlaceOfTheFileIsNotFollowed) {
   EXPECT_EQ(sink, nullptr);
   std::filesystem::remove(reservation->partialPath());
   std::filesystem::create_hard_link(folder / "outside.jpg", reservation->partialPath());
-  open();  // the other name of the file goes, the file stays
+  open();  // removes this name of the file; the file itself stays
   EXPECT_TRUE(written("new").ok());
   EXPECT_EQ(folder.read("outside.jpg"), "outside");
 }
@@ -200,7 +200,7 @@ TEST_F(UploadSinkTest, SilenceIsReportedOnceAndEndsTheFile) {
                                                  "[0-9]+\\.[0-9]+s, age [0-9]+\\.[0-9]+s")));
 }
 
-// The second upload is silent for as long as the first one after its end.
+// The second upload is silent for as long as the first one is after its end.
 TEST_F(UploadSinkTest, SilenceAfterTheEndIsNoStall) {
   open({20ms, 0});
   EXPECT_TRUE(written("one").ok());

@@ -52,7 +52,7 @@ class UploadStoreTest : public testing::Test {
     return *store;
   }
 
-  /// What a sink does: the file stays locked until the returned object goes.
+  /// Does what a sink does: the file stays locked until the returned object is destroyed.
   static PartialFile written(const UploadStore::Reservation& reservation,
                              std::string_view content = "photo") {
     auto file = PartialFile::create(reservation.directory, reservation.partialName()).value();
@@ -470,7 +470,7 @@ TEST_F(UploadStoreTest, ManyAtOnceGetNamesOfTheirOwn) {
 
 TEST_F(UploadStoreTest, TellsTheFreeSpace) {
   open();
-  constexpr double gigabyte = 1e9;  // others write to this disk as well
+  constexpr double gigabyte = 1e9;  // other programs write to this disk as well
   EXPECT_NEAR(static_cast<double>(store->freeSpace().value()),
               static_cast<double>(std::filesystem::space(root).available), 10 * gigabyte);
 }

@@ -116,7 +116,7 @@ void AppCanvas::blend(const Layer& layer, const PixelRect& part) const {
 
 namespace {
 
-/// Of the layer at that height; empty where there is none.
+/// Returns the layer at that height, or an empty one if there is none.
 Layer layerAt(const std::vector<Layer>& layers, std::size_t height) {
   return height < layers.size() ? layers[height] : Layer{};
 }

@@ -12,7 +12,7 @@ namespace tarvinel::x11 {
 
 class Connection;
 
-/// What one window puts into the picture of its application. Plain value.
+/// The part of one window in the picture of its application. Plain value.
 struct Layer {
   xcb_window_t window = XCB_NONE;
   xcb_pixmap_t pixmap = XCB_NONE;
@@ -22,17 +22,16 @@ struct Layer {
   bool operator==(const Layer&) const = default;
 };
 
-/// The areas in which the second picture may differ from the first, apart from what the windows
-/// have drawn. Layers are given lowest first. Pure.
+/// Returns the areas in which the second picture may differ from the first, apart from what the
+/// windows have drawn. Layers are given lowest first. Pure.
 PixelRects changedAreas(const std::vector<Layer>& before, const std::vector<Layer>& after);
 
-/// A pixmap in the server in which the windows of an application are laid over each other, on
-/// black: no pixel of them passes through this program before they are together. Must not outlive
-/// the connection.
+/// A server-side pixmap in which the windows of an application are composed on black, so that this
+/// program reads only the composed pixels. Must not outlive the connection.
 class AppCanvas {
  public:
-  /// `area` is the canvas's place on the root window, whose pixels it has. Without Render, windows
-  /// with alpha are left out. Throws Error.
+  /// `area` is the canvas's place on the root window, whose pixel format it has. Without Render,
+  /// windows with alpha are left out. Throws Error.
   AppCanvas(const Connection& connection, const PixelRect& area, bool hasRender);
   ~AppCanvas();
   AppCanvas(const AppCanvas&) = delete;
@@ -41,7 +40,7 @@ class AppCanvas {
   const PixelRect& area() const { return area_; }
   xcb_pixmap_t pixmap() const { return pixmap_; }
 
-  /// Makes these parts (on the root window) show the layers, given lowest first. Does not wait.
+  /// Draws the layers, given lowest first, into these parts (on the root window). Does not wait.
   void draw(const std::vector<Layer>& layers, const PixelRects& parts);
 
  private:
@@ -55,7 +54,7 @@ class AppCanvas {
   const PixelRect area_;
   xcb_pixmap_t pixmap_;
   xcb_gcontext_t gc_;
-  xcb_render_picture_t picture_ = XCB_NONE;  ///< none: windows with alpha are left out
+  xcb_render_picture_t picture_ = XCB_NONE;  ///< XCB_NONE: windows with alpha are left out
   xcb_render_pictformat_t alphaFormat_ = XCB_NONE;
 };
 

@@ -16,8 +16,8 @@ Cursor::Cursor(const Connection& connection) : connection_(connection) {
   selectMotion();
 }
 
-/// Raw motion is announced to the root window whichever window the pointer is in, from 2.1 on also
-/// while a program has grabbed it.
+/// Raw motion is reported to the root window whichever window the pointer is in, and since XInput
+/// 2.1 also while a program has grabbed the pointer.
 void Cursor::selectMotion() {
   const auto* input = connection_.extension(xcb_input_id);
   if (input == nullptr) return;
@@ -49,13 +49,13 @@ std::optional<CursorImage> Cursor::read() const try {
                      image->cursor_serial,
                      {pixels, pixels + count}};
 } catch (const Error& error) {
-  if (error.kind() == Error::Case::requestRefused) return std::nullopt;  // no cursor yet
+  if (error.kind() == Error::Case::requestRefused) return std::nullopt;  // there is no cursor yet
   throw;
 }
 
 namespace {
 
-/// The window in another one that the pointer is in; none when it is in none.
+/// Returns the child of `within` that contains the pointer, or XCB_NONE.
 xcb_window_t underPointer(const Connection& connection, xcb_window_t within) {
   const auto pointer =
       connection.replyIfAny(xcb_query_pointer_reply, xcb_query_pointer(connection.get(), within));

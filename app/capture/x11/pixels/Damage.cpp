@@ -24,7 +24,7 @@ Damage::Damage(const Connection& connection, xcb_drawable_t drawable, bool hasXF
                                              XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY));
 }
 
-// Both may be gone with their window: the server's complaint is an event that nobody looks at.
+// Both may be gone with their window: the server's error event is then ignored.
 Damage::~Damage() {
   xcb_damage_destroy(connection_.get(), damage_);
   if (region_ != XCB_XFIXES_REGION_NONE) xcb_xfixes_destroy_region(connection_.get(), region_);

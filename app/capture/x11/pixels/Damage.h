@@ -14,12 +14,11 @@ namespace tarvinel::x11 {
 
 class Connection;
 
-/// Watches what is drawn on a window, the windows on it included. One event tells of the first
-/// damage; no other comes before it is taken. Must not outlive the connection.
+/// Watches what is drawn on a window, its child windows included. One event reports the first
+/// damage; no other comes before that is taken. Must not outlive the connection.
 class Damage {
  public:
-  /// Throws Error when the server cannot watch. Without XFixes (`hasXFixes`) it cannot tell
-  /// where.
+  /// Throws Error if the server cannot watch. Without XFixes (`hasXFixes`) it cannot report where.
   Damage(const Connection& connection, xcb_drawable_t drawable, bool hasXFixes);
   ~Damage();
   Damage(const Damage&) = delete;
@@ -27,12 +26,12 @@ class Damage {
 
   bool isNotification(const xcb_generic_event_t& event) const;
 
-  /// Forgets what was damaged; the number of that request tells later events from earlier ones.
+  /// Forgets the damage; the returned request number separates later events from earlier ones.
   std::uint32_t discard();
 
-  /// What was damaged since the last call, in the window's own coordinates: disjoint rectangles, or
-  /// nothing when the server cannot tell where. Pixels must be read after this call, or damage done
-  /// between is lost. Throws Error.
+  /// Returns the damage since the last call as disjoint rectangles in the window's own coordinates,
+  /// or nullopt if the server cannot report where. Pixels must be read after this call, or damage
+  /// done in between is lost. Throws Error.
   std::optional<PixelRects> take();
 
  private:

@@ -50,12 +50,12 @@ DirtyRegion Picture::findChanges(const std::optional<PixelRects>& damaged,
   return dirty;
 }
 
-/// Rows read anew have no cursor. So the rows under it are read all or none, and it is drawn when
-/// they were: never twice over the same pixels.
+/// Rows that are read again have no cursor. The rows under it are therefore read all or not at all,
+/// and it is drawn if they were: never twice over the same pixels.
 void Picture::redraw(const DirtyRegion& dirty, const std::optional<CursorImage>& cursor) {
   const auto rows = cursor ? cursorRows(*cursor, area()) : std::nullopt;
   const auto bands = dirty.bands(rows);
-  everythingDirty_ = true;  // until all has been read
+  everythingDirty_ = true;  // in case reading throws
   reader_.read(bands);
   everythingDirty_ = false;
   ShmPixelBuffer& buffer = *reader_.buffer();
@@ -77,7 +77,7 @@ CapturedFrame Picture::frame(const DirtyRegion& dirty) const {
 namespace {
 
 constexpr std::uint32_t allPlanes = 0xFFFFFFFFU;
-constexpr std::size_t copiedBytes = std::size_t{1} << 20U;  ///< of one reply at the most, about
+constexpr std::size_t copiedBytes = std::size_t{1} << 20U;  ///< approximate maximum of one reply
 
 }  // namespace
 
@@ -111,7 +111,7 @@ void ImageReader::readShared(std::span<const RowBand> bands) {
         static_cast<std::uint16_t>(band.count), allPlanes, XCB_IMAGE_FORMAT_Z_PIXMAP,
         segment_->id(), static_cast<std::uint32_t>(offset)));
   }
-  // all replies are taken even when one is an error: none may stay behind in xcb
+  // all replies are taken even if one is an error, so that none remains in xcb
   std::exception_ptr failure;
   for (const auto& cookie : cookies) {
     try {

@@ -19,12 +19,12 @@ class Connection;
 
 class Connection;
 
-/// Reads rows of one area of a window or pixmap into a buffer of that size: written there by the
-/// server where memory can be shared, else copied from its replies. Must not outlive the
+/// Reads rows of one area of a window or pixmap into a buffer of that size. The server writes them
+/// there if memory can be shared; else they are copied from its replies. Must not outlive the
 /// connection.
 class ImageReader {
  public:
-  /// Throws Error when the memory for the picture cannot be had.
+  /// Throws Error if the memory for the picture cannot be allocated.
   ImageReader(const Connection& connection, xcb_drawable_t drawable, const PixelRect& area);
 
   const PixelRect& area() const { return area_; }
@@ -34,8 +34,7 @@ class ImageReader {
   /// Reads from another drawable from now on, into the same buffer.
   void readFrom(xcb_drawable_t drawable) { drawable_ = drawable; }
 
-  /// Brings the rows up to date. Throws Error; with BadMatch when the area is no longer within
-  /// the drawable.
+  /// Updates the rows. Throws Error; with BadMatch if the area is no longer within the drawable.
   void read(std::span<const RowBand> bands);
 
  private:
@@ -53,8 +52,7 @@ class ImageReader {
 /// kept up to date. Must not outlive the connection.
 class Picture {
  public:
-  /// Rectangles in the drawable's coordinates.
-  /// `area` lies within the drawable. Throws Error when the memory cannot be had.
+  /// `area` lies within the drawable. Throws Error if the memory cannot be allocated.
   Picture(const Connection& connection, xcb_drawable_t drawable, const PixelRect& area);
 
   const PixelRect& area() const { return reader_.area(); }
@@ -63,9 +61,9 @@ class Picture {
   /// Shows the same area of another drawable from now on.
   void show(xcb_drawable_t drawable);
 
-  /// Reads again what was damaged (all of it when that is not known) and where the cursor was and
-  /// is; none when nothing of that lies in the area. The first call reads everything, and so does
-  /// the next one after a failure. Throws Error.
+  /// Reads again what was damaged (in the drawable's coordinates; all of it if that is not known)
+  /// and where the cursor was and is; returns nullopt if nothing of that lies in the area. The
+  /// first call reads everything, and so does the next one after a failure. Throws Error.
   std::optional<CapturedFrame> update(const std::optional<PixelRects>& damaged,
                                       const std::optional<CursorImage>& cursor);
 
@@ -76,7 +74,7 @@ class Picture {
   CapturedFrame frame(const DirtyRegion& dirty) const;
 
   ImageReader reader_;
-  std::optional<CursorImage> drawnCursor_;  ///< as it is in the picture
+  std::optional<CursorImage> drawnCursor_;  ///< as drawn in the picture
   bool everythingDirty_ = true;
 };
 

@@ -14,12 +14,12 @@ namespace tarvinel::x11 {
 class SharedMemory;
 class Connection;
 
-/// The X server's hold on a piece of shared memory (MIT-SHM 1.2, by descriptor); the destructor
-/// takes it away. Must not outlive the connection.
+/// The X server's attachment to shared memory (MIT-SHM 1.2, by descriptor); the destructor detaches
+/// it. Must not outlive the connection.
 class ShmSegment {
  public:
-  /// Null where the server has no such extension, runs on another machine or refuses. Throws
-  /// Error when the connection is lost.
+  /// Returns null if the server lacks the extension, runs on another machine or rejects the
+  /// request. Throws Error if the connection is lost.
   static std::unique_ptr<ShmSegment> attach(const Connection& connection,
                                             const SharedMemory& memory);
 
@@ -36,11 +36,11 @@ class ShmSegment {
   xcb_shm_seg_t id_;
 };
 
-/// Anonymous memory, zero at first, that can be given to another process by descriptor. Pages are
-/// taken from the system when first touched; the other process cannot shrink it.
+/// Anonymous memory, initially zero, that can be passed to another process by descriptor. Pages are
+/// allocated when first touched; the other process cannot shrink it.
 class SharedMemory {
  public:
-  /// Throws Error (outOfMemory) when that many bytes cannot be had.
+  /// Throws Error (outOfMemory) if that many bytes cannot be allocated.
   explicit SharedMemory(std::uint64_t size);
   ~SharedMemory();
   SharedMemory(const SharedMemory&) = delete;
@@ -49,7 +49,8 @@ class SharedMemory {
   std::uint8_t* data() { return data_; }
   const std::uint8_t* data() const { return data_; }
 
-  /// A new descriptor of the memory; the caller owns it. Throws Error when there are too many.
+  /// Returns a new descriptor of the memory. The caller owns it. Throws Error if there are too
+  /// many.
   int duplicateDescriptor() const;
 
  private:
@@ -63,7 +64,7 @@ class SharedMemory {
 /// changes the contents; may outlive the connection.
 class ShmPixelBuffer : public PixelBuffer {
  public:
-  /// As large as `area`, which is not empty. Throws Error when the memory cannot be had.
+  /// The buffer is as large as `area`, which is not empty. Throws Error if it cannot be allocated.
   explicit ShmPixelBuffer(const PixelRect& area);
 
   PixelFormat pixelFormat() const override { return pixelFormatBGRA; }

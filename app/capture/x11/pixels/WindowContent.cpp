@@ -27,7 +27,7 @@ WindowContent::~WindowContent() {
   }
 }
 
-/// Returns the size that later events tell changes of, if a window of that size may be redirected.
+/// Returns the size whose changes later events report. Throws Error if it is too large to redirect.
 WindowContent::Size WindowContent::watch() const {
   const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_VISIBILITY_CHANGE |
                                XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_ENTER_WINDOW |
@@ -53,8 +53,8 @@ bool WindowContent::handle(const xcb_generic_event_t& event) {
 bool WindowContent::hasNewPixmap(const xcb_generic_event_t& event) {
   bool isNew = false;
   if (eventCode(event) == XCB_VISIBILITY_NOTIFY) {
-    // it comes whenever the window gets on the screen, also with a window around it, and not for
-    // what covers it: a window with a pixmap of its own counts as never covered
+    // it comes whenever the window becomes viewable, also with its parent, and not when it is
+    // covered: a window with a pixmap of its own counts as never covered
     isNew = eventAs<xcb_visibility_notify_event_t>(event).window == window_;
   } else if (eventCode(event) == XCB_CONFIGURE_NOTIFY) {
     isNew = changesSize(eventAs<xcb_configure_notify_event_t>(event));
@@ -69,8 +69,8 @@ bool WindowContent::changesSize(const xcb_configure_notify_event_t& event) {
   return size_ != before;
 }
 
-/// Waits for nothing, so that it is done before the owner's own painting when it can be. Where the
-/// window is not on the screen it comes to nothing.
+/// Does not wait, so that it takes effect before the owner's own painting if possible. It has no
+/// effect while the window is not on the screen.
 void WindowContent::renew() {
   if (newest_ != XCB_NONE) xcb_free_pixmap(connection_.get(), newest_);
   newest_ = xcb_generate_id(connection_.get());

@@ -15,48 +15,48 @@ class Connection;
 
 class Connection;
 
-/// Asks the owner of a window to paint all of it anew, as if something that covered it had gone.
-/// Does not wait; a window that is gone is nobody's problem.
+/// Requests the owner of a window to repaint all of it, as if something that covered it had gone.
+/// Does not wait; a window that no longer exists is ignored.
 void requestRepaint(const Connection& connection, xcb_window_t window);
 
-/// The same for the windows inside it, however deep. Throws Error when the connection is lost.
+/// Does the same for windows inside it at any depth. Throws Error if the connection is lost.
 void requestRepaintInside(const Connection& connection, xcb_window_t window);
 
-/// What one window draws, be it covered, half off the screen or minimised: the server is told to
-/// let it draw into a pixmap of its own, and that is what is looked at. Must not outlive the
+/// The content of one window, be it covered, half off the screen or minimised: the server redirects
+/// the window into a pixmap of its own, which is read instead of the screen. Must not outlive the
 /// connection, on which XFixes and Composite have been negotiated.
 ///
 /// The server makes a new pixmap whenever the window is shown or changes its size, and fills it
 /// with what was on the screen there: other windows' pixels, which stay until the owner has painted
-/// over them. So every pixmap is first painted over with the window's last picture, or black, and
-/// the owner is asked to paint it anew; no pixel of it is looked at before.
+/// over them. Every new pixmap is therefore first covered with the window's last picture, or black,
+/// and the owner is requested to repaint it; no pixel of it is read before.
 class WindowContent {
  public:
-  /// Throws Error, with requestRefused when there is no such window or it cannot be drawn into,
-  /// with windowTooLarge when it does not fit a pixmap.
+  /// Throws Error, with requestRefused if there is no such window or it cannot be drawn into, with
+  /// windowTooLarge if it does not fit a pixmap.
   WindowContent(const Connection& connection, xcb_window_t window, bool hasXFixes);
   ~WindowContent();
   WindowContent(const WindowContent&) = delete;
   WindowContent& operator=(const WindowContent&) = delete;
 
-  /// Takes notice of an event of the connection; true when there may be something new to see.
+  /// Handles an event of the connection; returns whether there may be something new to see.
   bool handle(const xcb_generic_event_t& event);
 
-  /// Turns to the newest pixmap. Throws Error.
+  /// Switches to the newest pixmap. Throws Error.
   void follow();
 
-  /// Where the window draws, or drew before it was hidden; none before it has painted anything.
-  /// Another one after `follow` at the earliest, which frees the former.
+  /// Returns the pixmap into which the window draws, or drew before it was hidden, or XCB_NONE
+  /// before it has painted anything. It stays valid until `follow` replaces and frees it.
   xcb_pixmap_t pixmap() const { return isPainted_ ? pixmap_ : xcb_pixmap_t{XCB_NONE}; }
 
-  /// The pixmap's own area, the window's border included.
+  /// Returns the pixmap's own area, the window's border included.
   PixelRect pixmapArea() const { return pixmapArea_; }
 
-  /// The window without its border, in the pixmap.
+  /// Returns the window's area without its border, in the pixmap's coordinates.
   PixelRect inside() const;
 
-  /// What was drawn since the last call, in the pixmap's coordinates; nothing when the server
-  /// cannot tell where. Throws Error.
+  /// Returns what was drawn since the last call, in the pixmap's coordinates, or nullopt if the
+  /// server cannot report where. Throws Error.
   std::optional<PixelRects> takeDamage();
 
  private:
@@ -80,10 +80,10 @@ class WindowContent {
   Damage damage_;
   xcb_pixmap_t pixmap_ = XCB_NONE;
   PixelRect pixmapArea_;
-  xcb_pixmap_t newest_ = XCB_NONE;  ///< takes the place of pixmap_, if the server knows it
+  xcb_pixmap_t newest_ = XCB_NONE;  ///< replaces pixmap_, if the server knows it
   std::uint32_t namedAt_ = 0;       ///< the request that gave newest_ its name
-  std::uint32_t coveredAt_ = 0;     ///< a request after it was painted over
-  bool isPainted_ = false;          ///< the owner has painted since it is watched
+  std::uint32_t coveredAt_ = 0;     ///< a request after newest_ was covered
+  bool isPainted_ = false;          ///< the owner has painted since the watch began
   bool isDamaged_ = true;
 };
 

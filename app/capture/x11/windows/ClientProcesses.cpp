@@ -31,7 +31,7 @@ Record take(std::span<const std::byte>& body) {
   return record;
 }
 
-/// 0 where there is none that can be a process.
+/// Returns 0 if the property holds no valid process ID.
 std::int32_t claimedProcess(const std::optional<Property>& property) {
   return std::max(static_cast<std::int32_t>(firstNumber(property).value_or(0)), 0);
 }

@@ -13,8 +13,8 @@ namespace {
 
 constexpr std::uint32_t maxListed = 65536;  ///< bytes
 
-/// What a window manager left behind when it ended is not to be believed: one that lives owns a
-/// window that names itself.
+/// Ignores what a window manager left behind when it ended: a running one owns a window that names
+/// itself.
 bool hasWindowManager(const Connection& connection, const Atoms& atoms) {
   const auto checkWindow =
       firstNumber(readProperty(connection, connection.root(), atoms.supportingWmCheck));
@@ -45,9 +45,9 @@ std::vector<bool> haveState(const Connection& connection, const Atoms& atoms,
   return replies;
 }
 
-/// A window that may be the program's own in one of the windows on the root window.
+/// A window inside a top-level window, or that one itself, that may be the program's own.
 struct Candidate {
-  std::size_t place;  ///< of the window on the root window
+  std::size_t place;  ///< index of the top-level window
   xcb_window_t window;
 };
 
@@ -70,7 +70,7 @@ std::vector<Candidate> candidatesInside(const Connection& connection,
   return inside;
 }
 
-/// In the place of each, the window that a window manager has put into it, if there is one.
+/// Replaces each top-level window by the one that a window manager has put into it, if any.
 std::vector<xcb_window_t> clientsIn(const Connection& connection, const Atoms& atoms,
                                     std::vector<xcb_window_t> topLevels) {
   constexpr int deepest = 3;

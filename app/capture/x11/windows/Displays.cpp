@@ -16,7 +16,7 @@ namespace tarvinel::x11 {
 
 namespace {
 
-/// Takes one entry off the front of a monitor list.
+/// Removes the first entry of a monitor list and returns it.
 xcb_randr_monitor_info_t takeMonitor(std::span<const std::byte>& body) {
   xcb_randr_monitor_info_t info{};
   if (body.size() < sizeof info) throw Error::malformedReply();
@@ -36,7 +36,7 @@ void markMain(std::vector<Display>& displays) {
   }
 }
 
-/// Monitor lists came with version 1.5.
+/// RandR has monitor lists since version 1.5.
 bool hasMonitors(const Connection& connection) {
   if (connection.extension(xcb_randr_id) == nullptr) return false;
   const auto version = connection.reply(xcb_randr_query_version_reply,
@@ -80,7 +80,7 @@ std::optional<Display> findDisplay(const Connection& connection, std::uint32_t i
   for (const Display& display : listMonitors(connection, rootArea)) {
     if (display.id == id) return display;
   }
-  // a share of the root window goes on when monitors appear
+  // a share of the root window continues when monitors appear
   if (id == connection.root()) return Display{id, rootArea, true};
   return std::nullopt;
 }
@@ -128,7 +128,7 @@ std::string_view afterBlanks(std::string_view text) {
   return text.substr(std::min(text.find_first_not_of(blanks), text.size()));
 }
 
-/// The dots per inch of one line of the database, if that is what it sets.
+/// Returns the dots per inch that one line of the database sets, or nullopt if it sets none.
 std::optional<double> dotsPerInch(std::string_view line) {
   constexpr std::string_view name = "Xft.dpi:";
   line = afterBlanks(line);

@@ -20,53 +20,53 @@ class Connection;
 
 class Connection;
 
-/// Screen pixels per point, 1 to 3, from the desktop's resource database (lines such as
-/// "Xft.dpi: 192"): the dots per inch divided by 96, rounded. 1 when there is no usable line.
+/// Returns the screen pixels per point, 1 to 3, from the desktop's resource database (lines such as
+/// "Xft.dpi: 192"): the dots per inch divided by 96, rounded; 1 if there is no usable line.
 int scaleFromResources(std::string_view resources);
 
-/// The same from the database that the X server holds. Throws Error.
+/// Returns the same from the database that the X server holds. Throws Error.
 int desktopScale(const Connection& connection);
 
-/// Asks for the events that announce changes of the monitors. Must not outlive the connection.
+/// Selects the events that report changes of the monitors. Must not outlive the connection.
 class MonitorEvents {
  public:
-  /// Throws Error when the connection is lost.
-  /// A client has one event mask for the root window: `rootEvents` is asked for as well.
+  /// A client has one event mask for the root window, so `rootEvents` are selected as well. Throws
+  /// Error if the connection is lost.
   explicit MonitorEvents(const Connection& connection, std::uint32_t rootEvents = 0);
 
-  /// True when the monitors may be different now.
+  /// Returns whether the event may mean that the monitors changed.
   bool isNotification(const xcb_generic_event_t& event) const;
 
  private:
   xcb_window_t root_;
-  std::optional<std::uint8_t> firstEvent_;  ///< of RandR; none without it
+  std::optional<std::uint8_t> firstEvent_;  ///< of RandR; nullopt without it
 };
 
 /// One monitor as the X server arranges it.
 struct Display {
-  std::uint32_t id = 0;  ///< the monitor's name atom; the root window where there are no monitors
+  std::uint32_t id = 0;  ///< the monitor's name atom; the root window if there are no monitors
   PixelRect area;        ///< its place on the root window, never empty
   bool isMain = false;
 
   bool operator==(const Display&) const = default;
 };
 
-/// The monitors in the body of a RandR monitor list of `count` entries, cut to what lies on the
-/// root window; those without an area are left out. The primary one is the main one, else the
-/// first. Throws Error when the bytes do not hold so many entries.
+/// Returns the monitors in the body of a RandR monitor list of `count` entries, clipped to the root
+/// window; those without an area are left out. The primary one is the main one, else the first.
+/// Throws Error if the bytes do not hold so many entries.
 std::vector<Display> parseMonitors(std::span<const std::byte> body, std::size_t count,
                                    const PixelRect& rootArea);
 
-/// The monitors of the server now; the root window when it knows of none. Throws Error.
+/// Returns the server's current monitors, or the root window if there are none. Throws Error.
 std::vector<Display> listDisplays(const Connection& connection);
 
-/// The display with that number as it is now; none when it is gone. Throws Error.
+/// Returns the current state of a display, or nullopt if it no longer exists. Throws Error.
 std::optional<Display> findDisplay(const Connection& connection, std::uint32_t id);
 
-/// The same, but throws Error (displayGone) when there is none.
+/// Returns the same, but throws Error (displayGone) if it no longer exists.
 Display requireDisplay(const Connection& connection, std::uint32_t id);
 
-/// The display as it is offered, measured in points of `scale` pixels.
+/// Returns the display as it is listed, measured in points of `scale` pixels.
 ShareableDisplay shareableDisplay(const Display& display, int scale);
 
 }  // namespace tarvinel::x11

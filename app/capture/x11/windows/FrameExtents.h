@@ -14,20 +14,20 @@ namespace tarvinel::x11 {
 class Connection;
 
 /// The shadow that some programs draw around their own windows, inside the window (the property
-/// _GTK_FRAME_EXTENTS): neither people nor viewers take it for a part of it. Must not outlive the
+/// _GTK_FRAME_EXTENTS): people do not see it as a part of the window. Must not outlive the
 /// connection.
 class FrameExtents {
  public:
-  /// Left, right, top, bottom; pixels.
+  /// The widths at the left, right, top and bottom; pixels.
   using Widths = std::array<std::uint32_t, 4>;
 
   /// Throws Error.
   FrameExtents(const Connection& connection, xcb_window_t window);
 
-  /// Takes notice of an event that tells of the window's properties; true when they changed.
+  /// Handles an event of the window's properties; returns whether the margins may have changed.
   bool handle(const xcb_generic_event_t& event);
 
-  /// The rest of a window; the whole of it when nothing would be left. Throws Error.
+  /// Returns a window's area without its margins; all of it if nothing is left. Throws Error.
   PixelRect without(const PixelRect& window);
 
  private:
@@ -38,10 +38,10 @@ class FrameExtents {
   bool isKnown_ = false;
 };
 
-/// The margins that a property tells of; none when it is missing or makes no sense. Pure.
+/// Returns the margins that a property holds; 0 if it is missing or invalid. Pure.
 FrameExtents::Widths marginsIn(const std::optional<Property>& property);
 
-/// A window's area less its margins; the whole of it when nothing would be left. Pure.
+/// Returns a window's area without its margins, or all of it if nothing would be left. Pure.
 PixelRect withoutMargins(const PixelRect& window, const FrameExtents::Widths& margins);
 
 }  // namespace tarvinel::x11

@@ -13,7 +13,7 @@ namespace tarvinel::x11 {
 
 namespace {
 
-/// Height by window of those directly on the root window.
+/// The heights of the windows that are directly on the root window.
 using Heights = std::unordered_map<xcb_window_t, std::size_t>;
 
 Heights heightsOnRoot(const Connection& connection) {
@@ -23,14 +23,14 @@ Heights heightsOnRoot(const Connection& connection) {
   return heights;
 }
 
-/// The requests for one window, under way.
+/// The pending requests for one window.
 struct SightRequests {
   xcb_get_window_attributes_cookie_t attributes;
   xcb_get_property_cookie_t wmState;
   xcb_get_property_cookie_t workspace;
 };
 
-/// Takes every answer, whatever the other says.
+/// Takes every reply, whatever the others contain.
 bool isInSight(const Connection& connection, const SightRequests& requests,
                std::optional<std::uint32_t> shownWorkspace) {
   const auto attributes =
@@ -59,7 +59,7 @@ std::vector<xcb_window_t> visibleAmong(const Connection& connection, const Atoms
   return visible;
 }
 
-/// The window on the root window that each lies in; anything for one that is gone.
+/// Returns the window on the root window that contains each; any value for one that is gone.
 std::vector<xcb_window_t> topLevelsOf(const Connection& connection, const Heights& heights,
                                       std::vector<xcb_window_t> windows) {
   constexpr int deepest = 8;

@@ -29,7 +29,7 @@ constexpr std::int64_t aboveApplications = 1;
 
 ShareableApplication applicationOf(const WindowMetadata& metadata, std::int32_t ownProcess) {
   ShareableApplication application{metadata.processID, metadata.className, metadata.className};
-  // the class tells of another run of this program
+  // the class identifies another instance of this program
   const bool isOwn = metadata.processID == ownProcess || metadata.className == windowClass;
   if (isOwn) application.bundleID = std::string(applicationIdentifier);
   return application;
@@ -66,7 +66,7 @@ namespace {
 
 constexpr std::uint32_t maxTitleBytes = 16384;
 
-/// The requests for one window, under way.
+/// The pending requests for one window.
 struct Requests {
   xcb_get_window_attributes_cookie_t attributes;
   xcb_get_geometry_cookie_t geometry;
@@ -81,7 +81,7 @@ struct Requests {
   xcb_get_property_cookie_t margins;
 };
 
-/// What came of them; null or none where it is missing.
+/// The replies to them; null or nullopt where one is missing.
 struct Replies {
   XcbPtr<xcb_get_window_attributes_reply_t> attributes;
   XcbPtr<xcb_get_geometry_reply_t> geometry;
@@ -111,7 +111,7 @@ Requests ask(const Connection& connection, const Atoms& atoms, xcb_window_t wind
           requestProperty(connection, window, atoms.frameExtents)};
 }
 
-/// Takes every answer, whatever is missing: none may stay behind in xcb.
+/// Takes every reply, even if another is missing, so that none remains in xcb.
 Replies take(const Connection& connection, const Requests& requests) {
   return {connection.replyIfAny(xcb_get_window_attributes_reply, requests.attributes),
           connection.replyIfAny(xcb_get_geometry_reply, requests.geometry),
@@ -154,7 +154,7 @@ std::optional<std::string> classNameOf(const std::optional<Property>& property) 
   return name.empty() ? std::nullopt : std::optional(std::move(name));
 }
 
-/// What window managers leave alone (override-redirect) is a menu or a panel.
+/// A window that window managers ignore (override-redirect) is a menu or a panel.
 WindowMetadata::Role roleOf(const Replies& replies, const Atoms& atoms) {
   if (replies.attributes->override_redirect != 0) return WindowMetadata::Role::accessory;
   const auto types = replies.type ? replies.type->numbers() : std::vector<std::uint32_t>{};
@@ -232,14 +232,14 @@ icu::UnicodeString converted(std::string_view bytes, const char* converterName) 
   return {bytes.data(), static_cast<std::int32_t>(bytes.size()), converter.get(), status};
 }
 
-/// Takes off and returns what comes before a mark; all of it, when there is none.
+/// Removes and returns what precedes a mark, or everything if there is none.
 std::string_view takeUpTo(std::string_view& bytes, std::string_view mark) {
   const std::string_view before = bytes.substr(0, bytes.find(mark));
   bytes.remove_prefix(std::min(before.size() + mark.size(), bytes.size()));
   return before;
 }
 
-/// The converter does not know the parts in UTF-8 that newer programs put in.
+/// Decodes the UTF-8 parts of newer programs apart, since the converter does not know them.
 icu::UnicodeString decodedCompound(std::string_view bytes) {
   icu::UnicodeString text;
   while (!bytes.empty()) {
@@ -269,7 +269,7 @@ bool turnsDirection(UChar32 character) {
   return u_hasBinaryProperty(character, UCHAR_BIDI_CONTROL) != 0;
 }
 
-/// Blanks and control characters become one space each run, at the ends none.
+/// Replaces each run of blanks and control characters by one space, and drops it at the ends.
 icu::UnicodeString inOneLine(const icu::UnicodeString& text) {
   icu::UnicodeString line;
   bool isBlankPending = false;

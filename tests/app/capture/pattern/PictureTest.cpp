@@ -21,7 +21,7 @@ Bytes drawn(std::int64_t step) {
   return bytesOf(buffer);
 }
 
-/// Whether a pixel is in rectangles of points.
+/// Returns whether a pixel is in rectangles of points.
 bool isInside(const std::vector<Rect>& rects, std::size_t x, std::size_t y) {
   const Point point{static_cast<double>(x) / Picture::density,
                     static_cast<double>(y) / Picture::density};

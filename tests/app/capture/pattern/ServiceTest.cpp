@@ -29,7 +29,7 @@ struct PatternCapture : testing::Test {
   CaptureRun run{[](SerialQueue& queue) { return std::make_unique<Service>(queue); }};
 };
 
-/// The step that a frame shows, looked for from `from` on.
+/// Returns the step that a frame shows, searching upwards from `from`.
 std::int64_t stepOf(const SeenFrame& seen, std::int64_t from) {
   MemoryPixelBuffer buffer(Picture::pixelWidth, Picture::pixelHeight);
   Picture::draw(buffer, from);
@@ -81,7 +81,7 @@ TEST_F(PatternCapture, AfterStopNoHandlerIsCalled) {
   EXPECT_EQ(run.log().stopCount(), 0U);
 }
 
-/// The real picture, encoded; only the time by which it settles is the test's.
+/// Encodes the real picture; the test controls only the time by which it settles.
 class PatternAtScale : public testing::TestWithParam<std::pair<double, PixelSize>> {
  protected:
   struct NoTimer : RepeatingTimer {
@@ -125,7 +125,7 @@ class PatternAtScale : public testing::TestWithParam<std::pair<double, PixelSize
     return sizes;
   }
 
-  double now = 1;  // seconds; of the capture queue
+  double now = 1;  // seconds; used on the capture queue only
   std::function<void()> tick;
   SerialQueue* captureQueue = nullptr;
   std::mutex mutex;
@@ -145,7 +145,7 @@ TEST_P(PatternAtScale, MovesAtOnePixelPerPointAndSettlesAtTheScale) {
   const PixelSize settled = GetParam().second;
   ASSERT_TRUE(test::eventually([this] { return !seen().empty(); }));
   EXPECT_EQ(seen().front(), moving);
-  // the picture goes on: a settled frame may be overtaken by the next one that moves
+  // the picture keeps moving: a settled frame may be overtaken by the next motion frame
   EXPECT_TRUE(test::eventually([&] {
     settle();
     return seen().size() > 1 && seen().back() == settled;

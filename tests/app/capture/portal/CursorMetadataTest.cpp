@@ -12,7 +12,7 @@ namespace {
 
 using testing::ElementsAre;
 
-// As the protocol lays them out.
+// A cursor's metadata in the layout of the protocol.
 struct Cursor {
   std::uint32_t id = 1;
   std::uint32_t flags = 0;

@@ -17,7 +17,7 @@ constexpr std::int32_t high = 6;
 
 using Bytes4 = std::array<std::uint8_t, 4>;
 
-/// What a producer draws, in its own memory.
+/// A producer's picture, in its own memory.
 class Drawing {
  public:
   explicit Drawing(PixelOrder order = PixelOrder::bgr) : order_(order) {}

@@ -77,7 +77,7 @@ TEST_F(RawPictureTest, RowsThatAreNotWholePixelsApartAreNotTaken) {
 TEST_F(RawPictureTest, RowsThatAreFartherApartThanAnIntCountsAreNotTaken) {
   RawBuffer given = buffer();
   given.offset = 0;
-  given.mapped = Unsigned::max();  // as told; nothing of it is looked at here
+  given.mapped = Unsigned::max();  // as claimed; nothing of it is read here
   given.size = Unsigned::max();
   given.stride = (Int::max() - 16) / 2 / 4 * 4;
   EXPECT_TRUE(pictureIn(given, fourByThree));

@@ -14,7 +14,7 @@ namespace {
 constexpr VideoFormat onePixel{PixelOrder::bgr, 1, 1};
 constexpr std::uint32_t bytesOfAPicture = 4;
 
-/// A buffer of a media server that never ran.
+/// A stream's buffer that no media server has made.
 class FakeBuffer {
  public:
   FakeBuffer() {

@@ -15,7 +15,7 @@
 namespace tarvinel::portal {
 namespace {
 
-/// A stream's format as a producer writes it, in memory that is no longer than it.
+/// A stream's format as a producer writes it, in memory of exactly its size.
 class Offer {
  public:
   std::uint32_t type = SPA_TYPE_OBJECT_Format;
@@ -106,7 +106,7 @@ TEST(VideoFormat, SoundIsNoPicture) {
   EXPECT_FALSE(read(offer.words()));
 }
 
-// The size of a pod is how much of it there is: the library has checked that before.
+// A pod's size never exceeds its memory: the library has checked that before.
 TEST(VideoFormat, WhatIsCutOffDoesNoHarm) {
   const auto whole = Offer().words();
   for (std::uint32_t size = 0; size < whole.size() * 8 - sizeof(spa_pod); size += 8) {

@@ -27,7 +27,7 @@ struct X11AppSourceTest : testing::Test {
     return log.frameWhere(from, [=](const SeenFrame& seen) { return seen.at(x, y) == colour; });
   }
 
-  /// Paints a part as an owner does who is asked to again and again, until it is seen.
+  /// Paints a part until it is seen, as an owner does that receives repeated repaint requests.
   void paint(XWindow& window, const PixelRect& part, std::uint32_t colour) {
     EXPECT_TRUE(test::eventually([&] {
       window.fill(part, colour);
@@ -113,7 +113,7 @@ TEST_F(X11AppSourceTest, AWindowMovesWithoutATrace) {
   frameWith(blue, 249, 199, log.frameCount());
 }
 
-/// As window managers do that need its picture for their previews.
+/// Window managers that need its picture for their previews keep it mapped.
 TEST_F(X11AppSourceTest, AWindowThatIsPutAwayIsNotSeenThoughItIsMapped) {
   const std::vector<std::uint32_t> normal{1, 0};
   const std::vector<std::uint32_t> iconic{3, 0};
@@ -180,7 +180,7 @@ TEST_F(X11AppSourceTest, AWindowInAFrameIsSeenWithoutTheFrame) {
   XWindow window(x11.client, {20, 20, 50, 50}, ordinaryLook);
   start();
   frameWith(blue, 20, 20);
-  // in truth a frame is another program's; here it covers part of the window's own place
+  // a real frame is another program's; here it covers part of the window's own place
   XWindow frame(x11.client, {100, 100, 80, 80}, {.background = red, .isUnmanaged = true});
   window.reparent(frame.id());
   // the frame may appear one picture after the window in it

@@ -30,7 +30,7 @@ std::ptrdiff_t openDescriptors() {
   return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
-/// The kind of Error that an operation throws.
+/// Returns the kind of Error that an operation throws.
 template <class Operation>
 Error::Case failureOf(const Operation& operation) {
   try {
@@ -41,7 +41,7 @@ Error::Case failureOf(const Operation& operation) {
   throw std::runtime_error("nothing failed");
 }
 
-/// What xauth(1) writes: a cookie for every display of this computer.
+/// Returns what xauth(1) writes: a cookie for every display of this computer.
 std::string cookieFile(const std::string& cookie) {
   std::array<char, 256> host{};
   gethostname(host.data(), host.size() - 1);
@@ -64,7 +64,7 @@ TEST(X11Failure, AServerThatDiesEndsTheStreamOnceAndLeavesNothingOpen) {
     const auto whileOpen = openDescriptors();
     server.crash();
     EXPECT_EQ(describe(run.log().stopReason()), "the connection to the X server was lost");
-    // the connection, the stream's duplicate of it and the segment's descriptor in the frame kept
+    // the connection and the stream's duplicate are closed; the kept frame holds its descriptor
     EXPECT_EQ(openDescriptors(), whileOpen - 2);
     run.stop();
     EXPECT_EQ(run.log().stopCount(), 1U);

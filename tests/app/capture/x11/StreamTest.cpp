@@ -20,7 +20,7 @@ struct RoadOfPixels {
 
 class X11Pixels : public testing::TestWithParam<RoadOfPixels> {
  protected:
-  // larger than what is copied in one reply
+  // the screen is larger than what is copied in one reply
   X11Capture x11{"640x480x24", GetParam().serverArguments, {GetParam().sharedMemory}};
 };
 

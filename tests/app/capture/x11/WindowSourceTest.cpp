@@ -27,14 +27,14 @@ const XWindow::Look unpainted{};
 const XWindow::Look covering{.background = secret, .isUnmanaged = true};
 
 struct X11WindowSourceTest : testing::Test {
-  /// The first frame from `from` on in which a pixel has that colour.
+  /// Returns the first frame from `from` on in which a pixel has that colour.
   SeenFrame frameWith(std::uint32_t colour, std::size_t x, std::size_t y, std::size_t from = 0) {
     return x11.run.log().frameWhere(from, [=](const SeenFrame& seen) {
       return x < seen.width && y < seen.height && seen.at(x, y) == colour;
     });
   }
 
-  /// Paints a part as an owner does who is asked to again and again, until it is seen.
+  /// Paints a part until it is seen, as an owner does that receives repeated repaint requests.
   SeenFrame paint(XWindow& window, const PixelRect& part, std::uint32_t colour) {
     const auto x = static_cast<std::size_t>(part.x);
     const auto y = static_cast<std::size_t>(part.y);

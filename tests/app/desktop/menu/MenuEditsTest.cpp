@@ -22,7 +22,7 @@ const MenuItem dividerItem = MenuItem::divider();
 const MenuItem startItem = button("Start Sharing", Action::startSharing);
 const MenuItem quitItem = button("Quit Tarvinel", Action::quit);
 
-/// What a list becomes by the edits.
+/// Returns the list after the edits.
 std::vector<MenuItem> edited(std::vector<MenuItem> items, const std::vector<MenuEdit>& edits) {
   for (const MenuEdit& edit : edits) {
     const auto at = items.begin() + static_cast<std::ptrdiff_t>(edit.index);
@@ -107,7 +107,7 @@ TEST(MenuEdits, LeadFromAnyListToAnyOther) {
       }
       const auto edits = menuEdits(from, to);
       EXPECT_EQ(edited(from, edits), to);
-      // each item is of another purpose: what is in both stays
+      // each item has another purpose: an item that is in both lists stays
       EXPECT_EQ(count(edits, Kind::remove),
                 static_cast<std::size_t>(std::popcount(before & ~after)));
       EXPECT_EQ(count(edits, Kind::insert),

@@ -11,7 +11,7 @@ namespace {
 
 using testing::ElementsAre;
 
-/// A feed of these items.
+/// Returns a feed with these items.
 std::string rss(const std::string& items) {
   return R"(<?xml version="1.0" encoding="utf-8"?>
 <rss version="2.0" xmlns:u="https://tarvinel.example/ns"><channel>
@@ -20,7 +20,7 @@ std::string rss(const std::string& items) {
          "</channel></rss>\n";
 }
 
-/// A feed of one item with this in it.
+/// Returns a feed with one item that contains this text.
 std::string item(const std::string& facts) {
   return rss("<item>" + facts + "</item>");
 }
@@ -32,7 +32,7 @@ std::string repeated(const std::string& text, int times) {
   return result;
 }
 
-/// What is wrong with a feed; empty when nothing is.
+/// Returns the error of a feed; empty if there is none.
 std::string complaint(const std::string& feed) {
   try {
     AppcastFeed::parse(feed);

@@ -47,7 +47,7 @@ class FeedDownloadTest : public testing::Test {
     });
   }
 
-  /// The feed at an address, or what is wrong with it.
+  /// Returns the feed at an address, or its error.
   std::string read(const std::string& address) {
     begin(address);
     if (!spinUntil([this] { return outcomes > 0; })) return "no outcome";

@@ -13,10 +13,11 @@ class QTcpSocket;
 
 namespace tarvinel::test {
 
-/// An HTTP server on this computer, on a toolkit's loop, whose answers a test gives byte for byte.
+/// An HTTP server on this computer, in a toolkit's loop, whose responses a test specifies byte for
+/// byte.
 class FeedServer {
  public:
-  /// Answers a request on the connection that it came from.
+  /// Responds to a request on the connection from which it came.
   using Answer = std::function<void(QTcpSocket&)>;
 
   FeedServer();
@@ -24,7 +25,7 @@ class FeedServer {
   FeedServer(const FeedServer&) = delete;
   FeedServer& operator=(const FeedServer&) = delete;
 
-  /// The address of a path, such as "/feed.xml".
+  /// Returns the address of a path, such as "/feed.xml".
   std::string url(const std::string& path) const;
 
   void answer(const std::string& path, Answer answer);
@@ -33,7 +34,7 @@ class FeedServer {
   /// (RFC 9110, section 5.1), and versions of the toolkit differ.
   const std::vector<std::string>& requests() const { return requests_; }
 
-  /// How many of the connections so far have ended.
+  /// Returns how many connections have ended so far.
   int ended() const { return ended_; }
 
  protected:
@@ -50,13 +51,13 @@ class FeedServer {
   const std::unique_ptr<QTcpServer> server_;
 };
 
-/// The same over TLS, with a certificate that nobody trusts unless it is told to.
+/// The same over TLS, with a certificate that is not trusted by default.
 class SecureFeedServer : public FeedServer {
  public:
   SecureFeedServer();
 };
 
-/// While it lives, this process trusts the certificate of secure feed servers.
+/// During its lifetime this process trusts the certificate of secure feed servers.
 class TrustInFeedServers {
  public:
   TrustInFeedServers();
@@ -65,22 +66,22 @@ class TrustInFeedServers {
   TrustInFeedServers& operator=(const TrustInFeedServers&) = delete;
 };
 
-/// These bytes, and then the end of the connection.
+/// Sends these bytes, then closes the connection.
 FeedServer::Answer bytes(const QByteArray& answer);
 
-/// A document with a status such as "200 OK" and more lines of the head, each with its CRLF.
+/// Sends a document with a status such as "200 OK" and more header lines, each with its CRLF.
 FeedServer::Answer document(const QByteArray& body, const QByteArray& status = "200 OK",
                             const QByteArray& headLines = {});
 
 FeedServer::Answer redirection(const std::string& location);
 
-/// These bytes, then more of the same for as long as they are read.
+/// Sends these bytes, then repeats `more` as long as it is read.
 FeedServer::Answer endless(const QByteArray& start, const QByteArray& more);
 
-/// These bytes, then one at a time for ever.
+/// Sends these bytes, then one byte at a time for ever.
 FeedServer::Answer drip(const QByteArray& start);
 
-/// Nothing; the connection stays.
+/// Sends nothing and keeps the connection open.
 FeedServer::Answer silence();
 
 }  // namespace tarvinel::test

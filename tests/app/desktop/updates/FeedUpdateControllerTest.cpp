@@ -32,7 +32,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using namespace std::chrono_literals;
 
-/// A delegate that keeps what it is asked.
+/// A delegate that records the checks for which it is queried.
 class AskedDelegate : public UpdateController::Delegate {
  public:
   std::optional<std::string> feedURLString() const override { return feedOverride; }
@@ -53,7 +53,7 @@ QByteArray feedOf(const std::string& version, const std::string& link = "https:/
 
 class FeedUpdateControllerTest : public testing::Test {
  protected:
-  /// A run of the program, version 1.2.0.
+  /// Starts a run of the program, version 1.2.0.
   void start() {
     controller.reset();
     controller = std::make_unique<FeedUpdateController>(
@@ -84,7 +84,7 @@ class FeedUpdateControllerTest : public testing::Test {
     awaitEnd();
   }
 
-  /// A scheduled check, a day after the last.
+  /// Makes a scheduled check due, a day after the last one.
   void checkTomorrow() {
     now += 24h;
     queue.tick();

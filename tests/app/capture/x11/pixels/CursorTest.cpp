@@ -103,7 +103,7 @@ TEST_F(X11CursorTest, IsNotDrawnWhileOnAnotherMonitor) {
   EXPECT_EQ(next.at(4, 17), blue);
 }
 
-// One connection only: Xvfb without this extension crashes when a client leaves it.
+// This test opens one connection only: Xvfb without this extension crashes when a client leaves it.
 TEST(X11WithoutXFixes, FramesAreWholeAndWithoutACursor) {
   const XServer server("320x240x24", {"-extension", "XFIXES"});
   XClient client(server.display());

@@ -12,7 +12,7 @@ namespace {
 
 using testing::ElementsAre;
 
-/// Hands a source all events that have come.
+/// Passes all pending events to a source.
 void takeEvents(FrameSource& source) {
   while (const auto event = source.connection().pollEvent())
     source.handle(*event);
@@ -96,7 +96,7 @@ TEST(X11MonitorChange, AReadDuringTheChangeIsRepeatedAfterIt) {
   ASSERT_TRUE(source.capture().has_value());
   takeEvents(source);
   source.capture();
-  // smaller before its events are known: the rows that the source asks for are not there
+  // the screen shrinks before its events are read: the rows that the source requests are not there
   client.resizeScreen(200, 100);
   client.fill({0, 0, 200, 100}, green);
   EXPECT_FALSE(source.capture().has_value());

@@ -17,7 +17,7 @@ namespace {
 constexpr std::int32_t claimed = 4321;
 const XWindow::Look plainBlue{.background = blue};
 
-/// Clients whose process the server cannot tell; what their windows claim is all that is known.
+/// Clients whose process the server does not know, but only their windows' claims.
 class X11UnknownClients : public testing::Test {
  protected:
   struct Screen {
@@ -45,7 +45,7 @@ class X11UnknownClients : public testing::Test {
     window.setNumbers("_NET_WM_PID", "CARDINAL", {static_cast<std::uint32_t>(process)});
   }
 
-  /// With a client that comes over the network.
+  /// Runs the steps with a client that connects over the network.
   static void overNetwork(const std::function<void(Screen&)>& steps) {
     const bool permitted = test::inNetworkNamespace([&] {
       Screen screen({"-listen", "tcp", "-ac"}, "127.0.0.1");
@@ -54,7 +54,7 @@ class X11UnknownClients : public testing::Test {
     if (!permitted) GTEST_SKIP() << "network namespaces need root";
   }
 
-  /// Shares what is listed of a window and of its program.
+  /// Shares a window, and its program by the process that is listed.
   static void shareBoth(Screen& screen) {
     XWindow window(screen.client, {10, 20, 300, 200}, plainBlue);
     EXPECT_EQ(screen.listedProcess(window), 0);
