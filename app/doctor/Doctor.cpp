@@ -41,7 +41,7 @@ void Doctor::run(DoctorReport& report) const {
 
 namespace {
 
-constexpr std::size_t textColumn = 28;
+constexpr std::size_t textColumn = 30;
 constexpr std::string_view adviceMark = "→ ";
 constexpr std::size_t minTextColumns = 28;  // in a narrower terminal the text overflows
 
@@ -82,7 +82,7 @@ std::string_view wordFor(Finding::State state) {
     case Finding::State::toBeMended:
       break;
   }
-  return "to be mended";
+  return "needs attention";
 }
 
 std::string_view colourOf(Finding::State state) {
@@ -108,7 +108,7 @@ DoctorReport::Style DoctorReport::Style::forStandardOutput() {
 
 void DoctorReport::add(const std::string& topic, const Finding& finding) {
   if (finding.state == Finding::State::toBeMended) ++toBeMended_;
-  out_ << painted(finding.state, fmt::format("{:<14}", wordFor(finding.state)))
+  out_ << painted(finding.state, fmt::format("{:<16}", wordFor(finding.state)))
        << fmt::format("{:<14}", topic);
   writeLine(finding.what, textColumn);
   for (const std::string& line : finding.advice) {
@@ -133,11 +133,11 @@ void DoctorReport::writeLine(const std::string& text, std::size_t column) {
 
 void DoctorReport::finish() {
   if (toBeMended_ == 0) {
-    out_ << "\nNothing has to be mended.\n";
+    out_ << "\nNothing needs attention.\n";
   } else if (toBeMended_ == 1) {
-    out_ << "\nOne thing has to be mended.\n";
+    out_ << "\nOne thing needs attention.\n";
   } else {
-    out_ << fmt::format("\n{} things have to be mended.\n", toBeMended_);
+    out_ << fmt::format("\n{} things need attention.\n", toBeMended_);
   }
   out_ << std::flush;
 }

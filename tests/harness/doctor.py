@@ -7,7 +7,7 @@ from typing import NamedTuple
 from .program import executable, private_env
 from .waiting import LIMIT
 
-STATES = ("fine", "worth knowing", "to be mended")
+STATES = ("fine", "worth knowing", "needs attention")
 LINE = re.compile(rf"({'|'.join(STATES)}) +(\S+) +(.*)")
 
 
@@ -49,7 +49,7 @@ def report_in(text, status):
         if found:
             state, topic, what = found.groups()
             findings.setdefault(topic, []).append(Finding(state, what, ()))
-        elif line.startswith(" " * 28 + "→ "):
+        elif line.startswith(" " * 30 + "→ "):
             state, what, advice = findings[topic][-1]
             findings[topic][-1] = Finding(state, what, (*advice, line.strip()[2:]))
     return Report(status, text, findings)

@@ -16,7 +16,7 @@ from harness.network.fake_firewalld import FakeFirewalld
 from harness.program import executable, private_env
 from harness.wayland.sway import SwaySession
 
-FINE, KNOW, MEND = "fine", "worth knowing", "to be mended"
+FINE, KNOW, MEND = "fine", "worth knowing", "needs attention"
 
 
 def files_below(folder):
@@ -386,6 +386,6 @@ def test_in_a_terminal_it_has_colours_and_fits(tmp_path):
     terminal.wait()
     shown = terminal.shown
     terminal.stop()
-    assert "\x1b[32mfine          \x1b[0mPort" in shown
+    assert "\x1b[32mfine            \x1b[0mPort" in shown
     assert max(len(re.sub(r"\x1b\[[\d;]*m", "", line)) for line in shown.splitlines()
                if "/" not in line) <= 80

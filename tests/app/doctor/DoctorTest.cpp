@@ -34,26 +34,26 @@ class DoctorTest : public testing::Test {
 TEST_F(DoctorTest, ReportsTheStateTheTopicWhatWasFoundAndWhatToDo) {
   EXPECT_EQ(reportOf({finding("Port", {{fine, "Port 80 is free.", {}}}),
                       finding("Tray", {{worthKnowing, "None.", {"Do this.", "Or that."}}})}),
-            "fine          Port          Port 80 is free.\n"
-            "worth knowing Tray          None.\n"
-            "                            → Do this.\n"
-            "                            → Or that.\n"
+            "fine            Port          Port 80 is free.\n"
+            "worth knowing   Tray          None.\n"
+            "                              → Do this.\n"
+            "                              → Or that.\n"
             "\n"
-            "Nothing has to be mended.\n");
+            "Nothing needs attention.\n");
   EXPECT_FALSE(needsAttention);
 }
 
 TEST_F(DoctorTest, CountsWhatIsToBeMended) {
   EXPECT_EQ(reportOf({finding("Port", {{toBeMended, "Taken.", {}}})}),
-            "to be mended  Port          Taken.\n"
+            "needs attention Port          Taken.\n"
             "\n"
-            "One thing has to be mended.\n");
+            "One thing needs attention.\n");
   EXPECT_TRUE(needsAttention);
   EXPECT_EQ(reportOf({finding("Port", {{toBeMended, "Taken.", {}}, {toBeMended, "Far.", {}}})}),
-            "to be mended  Port          Taken.\n"
-            "to be mended  Port          Far.\n"
+            "needs attention Port          Taken.\n"
+            "needs attention Port          Far.\n"
             "\n"
-            "2 things have to be mended.\n");
+            "2 things need attention.\n");
 }
 
 TEST_F(DoctorTest, KeepsTheOrderWhateverTakesLonger) {
@@ -74,12 +74,12 @@ TEST_F(DoctorTest, WhatDoesNotEndIsReportedAsLate) {
                       {"Screen", hang, {toBeMended, "It hangs.", {"Mend it."}}},
                       finding("Port", {{fine, "Port 80 is free.", {}}})},
                      std::chrono::milliseconds(1500)),
-            "worth knowing Disk          This could not be found out.\n"
-            "to be mended  Screen        It hangs.\n"
-            "                            → Mend it.\n"
-            "fine          Port          Port 80 is free.\n"
+            "worth knowing   Disk          This could not be found out.\n"
+            "needs attention Screen        It hangs.\n"
+            "                              → Mend it.\n"
+            "fine            Port          Port 80 is free.\n"
             "\n"
-            "One thing has to be mended.\n");
+            "One thing needs attention.\n");
 }
 
 TEST_F(DoctorTest, ControlCharactersOfTextsFromElsewhereAreNotWritten) {
@@ -91,31 +91,31 @@ TEST_F(DoctorTest, OnATerminalTheStateHasAColour) {
   style = {.hasColours = true};
   EXPECT_EQ(
       reportOf({finding("A", {{fine, "a", {}}, {worthKnowing, "b", {}}, {toBeMended, "c", {}}})}),
-      "\x1b[32mfine          \x1b[0mA             a\n"
-      "\x1b[35mworth knowing \x1b[0mA             b\n"
-      "\x1b[1;31mto be mended  \x1b[0mA             c\n"
+      "\x1b[32mfine            \x1b[0mA             a\n"
+      "\x1b[35mworth knowing   \x1b[0mA             b\n"
+      "\x1b[1;31mneeds attention \x1b[0mA             c\n"
       "\n"
-      "One thing has to be mended.\n");
+      "One thing needs attention.\n");
 }
 
 TEST_F(DoctorTest, OnATerminalLinesAreWrappedBetweenWords) {
-  style = {.columns = 58};
+  style = {.columns = 60};
   EXPECT_EQ(reportOf({finding("A", {{fine,
                                      "These are thirty columns × wide, and these are not.",
                                      {"/a/path/longer/than/the/columns/that/are/there"}}})}),
-            "fine          A             These are thirty columns ×\n"
-            "                            wide, and these are not.\n"
-            "                            → /a/path/longer/than/the/columns/that/are/there\n"
+            "fine            A             These are thirty columns ×\n"
+            "                              wide, and these are not.\n"
+            "                              → /a/path/longer/than/the/columns/that/are/there\n"
             "\n"
-            "Nothing has to be mended.\n");
+            "Nothing needs attention.\n");
 }
 
 TEST_F(DoctorTest, InATerminalTooNarrowForThatTheyAreNot) {
   style = {.columns = 40};
   EXPECT_EQ(reportOf({finding("A", {{fine, "This is longer than ten columns.", {}}})}),
-            "fine          A             This is longer than ten columns.\n"
+            "fine            A             This is longer than ten columns.\n"
             "\n"
-            "Nothing has to be mended.\n");
+            "Nothing needs attention.\n");
 }
 
 }  // namespace
