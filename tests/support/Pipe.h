@@ -7,7 +7,9 @@
 
 #include <array>
 #include <cerrno>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 namespace tarvinel::test {
@@ -43,11 +45,14 @@ class Pipe {
     return {piece.data(), static_cast<std::size_t>(count)};
   }
 
-  /// Reads until the text ends with `end`.
+  /// Reads until the text ends with `end`. Throws if the writer is closed before.
   std::string readUntil(std::string_view end) const {
     std::string text;
-    while (!text.ends_with(end))
-      text += read();
+    while (!text.ends_with(end)) {
+      const std::string piece = read();
+      if (piece.empty()) throw std::runtime_error("The pipe ended with: " + text);
+      text += piece;
+    }
     return text;
   }
 
