@@ -74,10 +74,10 @@ class Toolkit {
 
 /// Returns the advice that --doctor gives on a port that could not be bound.
 std::vector<std::string> adviceOnPort(std::uint16_t port, std::error_code refusal) {
-  const auto facts =
+  const auto probe =
       PortProbe::afterRefusal(port, refusal.value(), PortHelper::ofThisProgram().place());
   std::vector<std::string> lines;
-  for (const Finding& finding : judge(facts)) {
+  for (const Finding& finding : judge(probe)) {
     lines.push_back(finding.what);
     lines.insert(lines.end(), finding.advice.begin(), finding.advice.end());
   }

@@ -39,7 +39,7 @@ BusInquiry::Read booleanInto(std::optional<bool>& reply) {
 
 }  // namespace
 
-void BusInquiry::Reply::tell(bool there) {
+void BusInquiry::Reply::complete(bool there) {
   if (std::exchange(isOpen, false)) isThere.set_value(there);
 }
 
@@ -47,7 +47,7 @@ BusInquiry::BusInquiry(Bus bus, std::chrono::milliseconds timeout) : timeout_(ti
   queue_.sync([this, bus] {
     const auto lost = [this] {
       bus_.reset();
-      if (reply_) reply_->tell(false);
+      if (reply_) reply_->complete(false);
     };
     bus_ = bus == Bus::system ? MessageBus::openSystem(queue_, lost)
                               : MessageBus::openSession(queue_, lost);
@@ -69,14 +69,14 @@ bool BusInquiry::ask(const Method& method, const Fill& fill, const Read& read) {
 }
 
 void BusInquiry::send(const Method& method, const Fill& fill, const Read& read) {
-  if (!bus_) return reply_->tell(false);
+  if (!bus_) return reply_->complete(false);
   auto message = bus_->methodCall(method.service, method.path, method.interface, method.member);
-  if (!message) return reply_->tell(false);
+  if (!message) return reply_->complete(false);
   fill(*message);
   bus_->call(std::move(message), [reply = reply_, read](sd_bus_message& result) {
     const bool isError = sd_bus_message_is_method_error(&result, nullptr) > 0;
     if (!isError) read(result);
-    reply->tell(!isError);
+    reply->complete(!isError);
   });
 }
 

@@ -71,7 +71,7 @@ class BusInquiry {
     std::promise<bool> isThere;
     bool isOpen = true;  ///< `isThere` is not set yet
 
-    void tell(bool there);
+    void complete(bool there);
   };
 
   void send(const Method& method, const Fill& fill, const Read& read);

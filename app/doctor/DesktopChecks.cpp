@@ -44,7 +44,7 @@ std::vector<Extension> missingFrom(const x11::Connection& connection) {
 Finding without(Extension extension) {
   switch (extension) {
     case Extension::damage:
-      return {toBeMended,
+      return {needsAttention,
               "The X server has no DAMAGE extension: its screen cannot be shared.",
               {"Start the X server with the extension (+extension DAMAGE)."}};
     case Extension::composite:
@@ -71,7 +71,7 @@ std::string screenOf(const DisplayProbe& server) {
 }
 
 Finding unreachable(const ScreenProbe& probe) {
-  return {toBeMended,
+  return {needsAttention,
           probe.decision.backend == CaptureBackend::x11
               ? fmt::format("The X11 screen cannot be captured: {}.", probe.server.error)
               : probe.decision.reason,
@@ -80,9 +80,9 @@ Finding unreachable(const ScreenProbe& probe) {
 }
 
 Finding hangingServer(const std::string& display) {
-  return {toBeMended,
+  return {needsAttention,
           fmt::format("The X server {} takes connections but does not answer.", display),
-          {"Look whether DISPLAY is right, or log in anew."}};
+          {"Look whether DISPLAY is right, or log in again."}};
 }
 
 }  // namespace

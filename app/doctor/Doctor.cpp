@@ -79,7 +79,7 @@ std::string_view wordFor(Finding::State state) {
       return "fine";
     case Finding::State::worthKnowing:
       return "worth knowing";
-    case Finding::State::toBeMended:
+    case Finding::State::needsAttention:
       break;
   }
   return "needs attention";
@@ -91,7 +91,7 @@ std::string_view colourOf(Finding::State state) {
       return "\x1b[32m";  // green
     case Finding::State::worthKnowing:
       return "\x1b[35m";  // magenta, which is legible on black and on white
-    case Finding::State::toBeMended:
+    case Finding::State::needsAttention:
       break;
   }
   return "\x1b[1;31m";  // bold red
@@ -107,7 +107,7 @@ DoctorReport::Style DoctorReport::Style::forStandardOutput() {
 }
 
 void DoctorReport::add(const std::string& topic, const Finding& finding) {
-  if (finding.state == Finding::State::toBeMended) ++toBeMended_;
+  if (finding.state == Finding::State::needsAttention) ++needingAttention_;
   out_ << painted(finding.state, fmt::format("{:<16}", wordFor(finding.state)))
        << fmt::format("{:<14}", topic);
   writeLine(finding.what, textColumn);
@@ -132,12 +132,12 @@ void DoctorReport::writeLine(const std::string& text, std::size_t column) {
 }
 
 void DoctorReport::finish() {
-  if (toBeMended_ == 0) {
+  if (needingAttention_ == 0) {
     out_ << "\nNothing needs attention.\n";
-  } else if (toBeMended_ == 1) {
+  } else if (needingAttention_ == 1) {
     out_ << "\nOne thing needs attention.\n";
   } else {
-    out_ << fmt::format("\n{} things need attention.\n", toBeMended_);
+    out_ << fmt::format("\n{} things need attention.\n", needingAttention_);
   }
   out_ << std::flush;
 }

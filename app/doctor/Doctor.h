@@ -19,8 +19,8 @@ namespace tarvinel {
 struct Finding {
   enum class State : std::uint8_t {
     fine,
-    worthKnowing,  ///< the program works, but perhaps not as the presenter expects
-    toBeMended,    ///< something does not work until it is fixed
+    worthKnowing,    ///< the program works, but perhaps not as the presenter expects
+    needsAttention,  ///< something does not work until it is fixed
   };
 
   State state = State::fine;
@@ -63,7 +63,7 @@ class DoctorReport {
   /// Writes how many findings need attention.
   void finish();
 
-  bool needsAttention() const { return toBeMended_ > 0; }
+  bool needsAttention() const { return needingAttention_ > 0; }
 
  private:
   void writeLine(const std::string& text, std::size_t column);
@@ -71,7 +71,7 @@ class DoctorReport {
 
   std::ostream& out_;
   const Style style_;
-  int toBeMended_ = 0;
+  int needingAttention_ = 0;
 };
 
 /// Runs checks concurrently and reports them in their order.

@@ -94,7 +94,8 @@ Findings judge(const ConfigurationProbe& probe) {
   using enum Finding::State;
   Findings findings;
   if (probe.problem) {
-    findings.push_back({toBeMended, *probe.problem, {"Correct the file, then start anew."}});
+    findings.push_back(
+        {needsAttention, *probe.problem, {"Correct the file, then start Tarvinel again."}});
   } else {
     findings.push_back(readFinding(probe));
   }
@@ -106,7 +107,7 @@ Findings judge(const ConfigurationProbe& probe) {
   for (const std::string& correction : probe.corrections)
     findings.push_back({worthKnowing, fmt::format("Out of range: {}.", correction)});
   for (const std::string& lost : probe.lostBrandFiles) {
-    findings.push_back({toBeMended,
+    findings.push_back({needsAttention,
                         fmt::format("It cannot be used: {}.", lost),
                         {"It is missing, unreadable, larger than 10 MB or of an unknown type."}});
   }
@@ -166,16 +167,17 @@ Findings judge(const UploadProbe& probe) {
   using enum Finding::State;
   const std::string& path = probe.path.native();
   const std::vector<std::string> choose{
-      "Choose another folder in the menu, or with "
-      "--upload-folder."};
-  if (probe.folder == Folder::isNoFolder)
-    return {{toBeMended, fmt::format("Photos cannot go to {}: that is no folder.", path), choose}};
+      "Choose another folder in the menu, or with --upload-folder."};
+  if (probe.folder == Folder::isNoFolder) {
+    return {
+        {needsAttention, fmt::format("Photos cannot go to {}: that is no folder.", path), choose}};
+  }
   if (probe.folder == Folder::notWritable) {
-    return {{toBeMended,
+    return {{needsAttention,
              fmt::format("Photos cannot go to {}: this user may not write there.", path), choose}};
   }
   if (probe.freeBytes && *probe.freeBytes <= UploadController::headroom) {
-    return {{toBeMended,
+    return {{needsAttention,
              fmt::format("The disk of {} is too full for photos: 1.1 GB stay free.", path),
              {"Make room on it, or choose another folder in the menu or with --upload-folder."}}};
   }
@@ -185,7 +187,7 @@ Findings judge(const UploadProbe& probe) {
 }
 
 Finding hangingDisk() {
-  return {Finding::State::toBeMended,
+  return {Finding::State::needsAttention,
           "The disk of the upload folder does not answer.",
           {"Look at its connection, or choose another folder with --upload-folder."}};
 }

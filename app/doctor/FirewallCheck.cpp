@@ -144,7 +144,7 @@ Finding ufwFinding(const FirewallProbe& probe) {
     return {fine, fmt::format("ufw is on and lets viewers in at port {}.", probe.port)};
   const auto advice = fmt::format("Let viewers in: sudo ufw allow {}/tcp", probe.port);
   if (probe.ufwLetsIn == false) {
-    return {toBeMended,
+    return {needsAttention,
             fmt::format("ufw is on and keeps viewers out of port {}.", probe.port),
             {advice}};
   }
@@ -175,7 +175,7 @@ Findings firewalldFindings(const FirewallProbe& probe) {
     findings.push_back(
         {fine, fmt::format("firewalld runs and lets viewers in at port {}.", probe.port)});
   } else {
-    findings.push_back({toBeMended,
+    findings.push_back({needsAttention,
                         fmt::format("firewalld runs, and its zone {} keeps viewers out of port {}.",
                                     probe.firewalldZone, probe.port),
                         {viewers}});

@@ -77,7 +77,7 @@ Findings judge(const AddressProbe& probe) {
   using enum Finding::State;
   const auto preferred = LocalAddresses::preferred(probe.interfaces);
   if (!preferred) {
-    return {{toBeMended,
+    return {{needsAttention,
              "This computer has no network address: nobody can reach it.",
              {"Plug in a cable, or join the Wi-Fi that the viewers are in."}}};
   }
@@ -133,7 +133,7 @@ std::optional<std::string> addressOf(BusInquiry& bus, const std::string& name) {
 }
 
 Finding conflict(const std::string& name, const std::string& holder) {
-  return {Finding::State::toBeMended,
+  return {Finding::State::needsAttention,
           fmt::format("{} is taken in this network, by {}.", name, holder),
           {R"(Set "hostname" in config.json to another name.)"}};
 }
@@ -160,9 +160,9 @@ Findings judge(const NameProbe& probe) {
     return {{fine, R"(None is published: "hostname" in the configuration is empty.)"}};
   const std::string name = probe.hostname + ".local";
   if (probe.bus == BusInquiry::State::isSilent) {
-    return {{toBeMended,
+    return {{needsAttention,
              fmt::format("{} cannot be published: the Avahi daemon does not answer.", name),
-             {"Start it anew: sudo systemctl restart avahi-daemon"}}};
+             {"Restart it: sudo systemctl restart avahi-daemon"}}};
   }
   if (!probe.daemonRuns)
     return {{fine, fmt::format("No Avahi daemon runs: Tarvinel itself answers for {}.", name)}};

@@ -46,19 +46,19 @@ void requestFromHelper(PortProbe& probe) {
 Finding takenPort(const PortProbe& probe) {
   using enum Finding::State;
   const auto taken = fmt::format("Port {} is taken", probe.port);
-  if (!probe.holder) return {toBeMended, taken + ".", {otherPort}};
+  if (!probe.holder) return {needsAttention, taken + ".", {otherPort}};
   const auto& [user, program, process] = *probe.holder;
   if (program == "tarvinel") {
     return {worthKnowing, fmt::format("Tarvinel is running already and has port {} (process {}).",
                                       probe.port, process)};
   }
   if (program.empty()) {
-    return {toBeMended,
+    return {needsAttention,
             fmt::format("{} by a program of the user {}.", taken, user),
             {fmt::format("See which: sudo ss -ltnp sport = :{}. End it if it may end.", probe.port),
              otherPort}};
   }
-  return {toBeMended,
+  return {needsAttention,
           fmt::format("{} by {} (process {}, user {}).", taken, program, process, user),
           {"End that program if it may end.", otherPort}};
 }
@@ -76,17 +76,18 @@ std::vector<std::string> adviceOnPort80(const PortProbe& probe) {
 
 Finding refusedPort(const PortProbe& probe) {
   if (probe.port == BindHelper::port) {
-    return {Finding::State::toBeMended, "This user may not listen on port 80.",
+    return {Finding::State::needsAttention, "This user may not listen on port 80.",
             adviceOnPort80(probe)};
   }
-  return {Finding::State::toBeMended,
+  return {Finding::State::needsAttention,
           fmt::format("This user may not listen on port {}.", probe.port),
           {R"(Set "port" in config.json to 80, which the helper may use, or to one above 1023.)"}};
 }
 
 Finding otherFailure(const PortProbe& probe) {
-  return {Finding::State::toBeMended, fmt::format("Port {} cannot be listened on: {}.", probe.port,
-                                                  std::system_category().message(probe.error))};
+  return {Finding::State::needsAttention,
+          fmt::format("Port {} cannot be listened on: {}.", probe.port,
+                      std::system_category().message(probe.error))};
 }
 
 Finding freePort(const PortProbe& probe) {

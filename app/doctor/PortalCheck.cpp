@@ -82,28 +82,30 @@ const char* const installPortal =
 Finding portalFinding(const PortalProbe& probe) {
   using enum Finding::State;
   if (probe.bus == BusInquiry::State::isSilent) {
-    return {toBeMended,
+    return {needsAttention,
             "The screen cannot be shared: the session bus, or the desktop's portal, does not "
             "answer.",
             {"Log out and in again."}};
   }
   if (probe.bus == BusInquiry::State::isAbsent) {
-    return {toBeMended,
+    return {needsAttention,
             "The screen cannot be shared: there is no session bus to reach the desktop's portal "
             "by.",
             {"Start Tarvinel from within the desktop, not by su or sudo."}};
   }
-  if (probe.portal == Portal::isMissing)
-    return {toBeMended, "The screen cannot be shared: the desktop has no portal.", {installPortal}};
+  if (probe.portal == Portal::isMissing) {
+    return {
+        needsAttention, "The screen cannot be shared: the desktop has no portal.", {installPortal}};
+  }
   if (probe.portal == Portal::startsWhenNeeded)
     return {fine, "The desktop's portal starts when the screen is shared."};
   if (!probe.version) {
-    return {toBeMended,
+    return {needsAttention,
             "The screen cannot be shared: the desktop's portal has no screen cast.",
             {installPortal}};
   }
   return {
-      probe.sourceTypes == 0U ? toBeMended : fine,
+      probe.sourceTypes == 0U ? needsAttention : fine,
       fmt::format("The desktop's portal offers {} (screen cast, version {}).",
                   offerText(probe.sourceTypes.value_or(PortalProbe::monitors)), *probe.version)};
 }
@@ -112,7 +114,7 @@ Finding pipeWireFinding(const PortalProbe& probe) {
   using enum Finding::State;
   const std::string& socket = probe.pipeWireSocket.native();
   if (probe.pipeWireAnswers) return {fine, fmt::format("PipeWire answers at {}.", socket)};
-  return {toBeMended,
+  return {needsAttention,
           fmt::format("PipeWire, which brings the pictures, does not answer at {}.", socket),
           {"Install pipewire and wireplumber, or start them: systemctl --user start pipewire "
            "wireplumber"}};

@@ -81,6 +81,9 @@ class AppModel : public ModelPart<AppModel> {
   static std::shared_ptr<AppModel> create(TarvinelConfig config, Dependencies dependencies,
                                           const UploadLaunch& uploads);
 
+  AppModel(const AppModel&) = delete;
+  AppModel& operator=(const AppModel&) = delete;
+
   /// Ends the model as `end` does, then waits for disks and for the display; the owner limits how
   /// long.
   ~AppModel();

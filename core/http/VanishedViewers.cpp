@@ -21,7 +21,7 @@ bool VanishedViewers::isMissing(asio::ip::tcp::socket& viewer) const {
 
 void VanishedViewers::adopt(asio::ip::tcp::socket socket) {
   if (vanished_.size() == maxSockets) vanished_.erase(vanished_.begin());
-  askForViewerFor(socket, limit);
+  keepProbing(socket, limit);
   vanished_.push_back({std::move(socket), std::chrono::steady_clock::now()});
   timer_.run(true);
 }

@@ -66,7 +66,7 @@ std::chrono::milliseconds silenceOf(asio::ip::tcp::socket& socket) {
   return std::chrono::milliseconds(info.tcpi_last_ack_recv);
 }
 
-void askForViewerFor(asio::ip::tcp::socket& socket, std::chrono::milliseconds limit) {
+void keepProbing(asio::ip::tcp::socket& socket, std::chrono::milliseconds limit) {
   setOption(socket.native_handle(), IPPROTO_TCP, TCP_USER_TIMEOUT, static_cast<int>(limit.count()));
 }
 

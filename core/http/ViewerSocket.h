@@ -18,7 +18,7 @@ void prepareViewerSocket(asio::ip::tcp::socket& socket);
 std::chrono::milliseconds silenceOf(asio::ip::tcp::socket& socket);
 
 /// Keeps probing a silent client for `limit` instead of dropping it.
-void askForViewerFor(asio::ip::tcp::socket& socket, std::chrono::milliseconds limit);
+void keepProbing(asio::ip::tcp::socket& socket, std::chrono::milliseconds limit);
 
 /// Returns the remote address alone, or "unknown" once the connection is gone.
 std::string remoteAddressText(const asio::ip::tcp::socket& socket);

@@ -56,7 +56,7 @@ UploadController::Admission UploadController::admit(
     places_.push_back(place);
     reservedBytes_ += declaredBytes;
   }
-  if (yielding) yielding->giveWay();
+  if (yielding) yielding->yield();
   return Admission::admitted;
 }
 

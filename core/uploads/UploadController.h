@@ -34,7 +34,7 @@ struct UploadStatus {
 struct UploadPlace {
   std::string address;  ///< of the client's computer
   /// Ends the upload in favour of a client at another address; never blocks.
-  std::function<void()> giveWay;
+  std::function<void()> yield;
 };
 
 /// The admission control of all uploads: whether uploads are open, how many run at once, whether

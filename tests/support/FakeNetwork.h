@@ -21,7 +21,7 @@ class FakeNetwork {
   }
 
   /// Notifies the watcher and waits until it has handled the change.
-  void tell(const std::vector<InterfaceType>& types) {
+  void report(const std::vector<InterfaceType>& types) {
     queue_->sync([&] { handler_(types); });
   }
 

@@ -149,11 +149,12 @@ void Stream::close() {
 /// Areas are compared, since the picture may be upright where the reported size is wide. A picture
 /// with fewer pixels than points shows a window that is only a part of the reported size.
 std::optional<Size> PictureDensity::points(std::size_t width, std::size_t height) {
-  if (!told_) return std::nullopt;
+  if (!reported_) return std::nullopt;
   const auto wide = static_cast<double>(width);
   const auto high = static_cast<double>(height);
   if (!pixelsPerPoint_) {
-    pixelsPerPoint_ = std::max(1.0, std::sqrt(wide * high / (told_->width * told_->height)));
+    pixelsPerPoint_ =
+        std::max(1.0, std::sqrt(wide * high / (reported_->width * reported_->height)));
   }
   return Size{wide / *pixelsPerPoint_, high / *pixelsPerPoint_};
 }

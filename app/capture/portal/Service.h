@@ -25,14 +25,14 @@ class PictureDensity {
  public:
   PictureDensity() = default;
 
-  /// `told` is the size in points of what is shared at its first picture; nullopt: not known.
-  explicit PictureDensity(const std::optional<Size>& told) : told_(told) {}
+  /// `reported` is the size in points of what is shared at its first picture; nullopt: not known.
+  explicit PictureDensity(const std::optional<Size>& reported) : reported_(reported) {}
 
-  /// Returns the points of a picture of so many pixels, at least one; nullopt if `told` was.
+  /// Returns the points of a picture of so many pixels, at least one; nullopt if `reported` was.
   std::optional<Size> points(std::size_t width, std::size_t height);
 
  private:
-  std::optional<Size> told_;
+  std::optional<Size> reported_;
   std::optional<double> pixelsPerPoint_;  ///< nullopt before the first picture
 };
 

@@ -78,11 +78,11 @@ void FeedUpdateController::log(const Result<AppcastItem>& newest) const {
 
 /// Shows the outcome, whatever it is, since the presenter waits for it.
 void FeedUpdateController::notifyPresenter(const Result<AppcastItem>& newest) {
-  if (!newest.ok()) return tell(UpdateNotice::failed(describe(newest.error())));
+  if (!newest.ok()) return notify(UpdateNotice::failed(describe(newest.error())));
   const auto& item = newest.value();
-  if (!isNews(item)) return tell(UpdateNotice::upToDate(environment_.version));
-  toldVersion_ = item.version;
-  tell(UpdateNotice::available(item.version, environment_.version));
+  if (!isNews(item)) return notify(UpdateNotice::upToDate(environment_.version));
+  notifiedVersion_ = item.version;
+  notify(UpdateNotice::available(item.version, environment_.version));
   if (item.page) environment_.desktop.openInBrowser(*item.page);
 }
 
@@ -90,11 +90,11 @@ void FeedUpdateController::notifyPresenter(const Result<AppcastItem>& newest) {
 void FeedUpdateController::reportNews(const Result<AppcastItem>& newest) {
   if (!newest.ok() || !isNews(newest.value())) return;
   const auto& version = newest.value().version;
-  if (std::exchange(toldVersion_, version) == version) return;
-  tell(UpdateNotice::available(version, environment_.version));
+  if (std::exchange(notifiedVersion_, version) == version) return;
+  notify(UpdateNotice::available(version, environment_.version));
 }
 
-void FeedUpdateController::tell(const UpdateNotice& notice) {
+void FeedUpdateController::notify(const UpdateNotice& notice) {
   environment_.desktop.notify(notice.title, notice.text);
 }
 

@@ -71,7 +71,7 @@ class FeedUpdateController : public UpdateController {
   void log(const Result<AppcastItem>& newest) const;
   void notifyPresenter(const Result<AppcastItem>& newest);
   void reportNews(const Result<AppcastItem>& newest);
-  void tell(const UpdateNotice& notice);
+  void notify(const UpdateNotice& notice);
   bool isNews(const AppcastItem& item) const;
   void changed() const;
 
@@ -81,7 +81,7 @@ class FeedUpdateController : public UpdateController {
   UserDefaults memory_;
   UpdateSchedule schedule_;
   std::unique_ptr<FeedDownload> download_;  ///< the check in progress, or null
-  std::string toldVersion_;                 ///< the latest one that the presenter was notified of
+  std::string notifiedVersion_;             ///< the latest one that the presenter was notified of
 };
 
 }  // namespace tarvinel

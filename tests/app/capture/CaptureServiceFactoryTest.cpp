@@ -10,7 +10,7 @@
 namespace tarvinel {
 namespace {
 
-struct RoadCase {
+struct BackendCase {
   CaptureBackend wanted;
   CaptureEnvironment environment;
   bool answers;
@@ -18,10 +18,10 @@ struct RoadCase {
   const char* reason;
 };
 
-class CaptureRoadDecision : public testing::TestWithParam<RoadCase> {};
+class CaptureBackendDecision : public testing::TestWithParam<BackendCase> {};
 
-TEST_P(CaptureRoadDecision, FollowsTheSession) {
-  const RoadCase& given = GetParam();
+TEST_P(CaptureBackendDecision, FollowsTheSession) {
+  const BackendCase& given = GetParam();
   const auto decision = chooseCaptureBackend(given.wanted, given.environment,
                                              [&](const std::string&) { return given.answers; });
   EXPECT_EQ(decision.backend, given.backend);
@@ -31,52 +31,52 @@ TEST_P(CaptureRoadDecision, FollowsTheSession) {
 constexpr const char* waylandReason = "Capturing what this Wayland desktop's own dialog offers.";
 
 INSTANTIATE_TEST_SUITE_P(
-    All, CaptureRoadDecision,
-    testing::Values(RoadCase{CaptureBackend::automatic,
-                             {":0", "", "x11"},
-                             true,
-                             CaptureBackend::x11,
-                             "Capturing the X11 screen :0."},
-                    RoadCase{CaptureBackend::automatic,
-                             {":0", "", ""},
-                             true,
-                             CaptureBackend::x11,
-                             "Capturing the X11 screen :0."},
-                    RoadCase{CaptureBackend::automatic,
-                             {":0", "", "x11"},
-                             false,
-                             CaptureBackend::pattern,
-                             "Showing the built-in picture: the X server :0 does not answer."},
-                    RoadCase{CaptureBackend::automatic,
-                             {"", "", "tty"},
-                             true,
-                             CaptureBackend::pattern,
-                             "Showing the built-in picture: there is no screen here."},
-                    RoadCase{CaptureBackend::automatic,
-                             {":0", "wayland-0", ""},
-                             true,
-                             CaptureBackend::portal,
-                             waylandReason},
-                    RoadCase{CaptureBackend::automatic,
-                             {":0", "", "wayland"},
-                             true,
-                             CaptureBackend::portal,
-                             waylandReason},
-                    RoadCase{CaptureBackend::x11,
-                             {"", "wayland-0", "wayland"},
-                             false,
-                             CaptureBackend::x11,
-                             "Capturing the X11 screen, as asked for."},
-                    RoadCase{CaptureBackend::portal,
-                             {":0", "", "x11"},
-                             true,
-                             CaptureBackend::portal,
-                             "Capturing what the desktop's own dialog offers, as asked for."},
-                    RoadCase{CaptureBackend::pattern,
-                             {":0", "", "x11"},
-                             true,
-                             CaptureBackend::pattern,
-                             "Showing the built-in picture, as asked for."}));
+    All, CaptureBackendDecision,
+    testing::Values(BackendCase{CaptureBackend::automatic,
+                                {":0", "", "x11"},
+                                true,
+                                CaptureBackend::x11,
+                                "Capturing the X11 screen :0."},
+                    BackendCase{CaptureBackend::automatic,
+                                {":0", "", ""},
+                                true,
+                                CaptureBackend::x11,
+                                "Capturing the X11 screen :0."},
+                    BackendCase{CaptureBackend::automatic,
+                                {":0", "", "x11"},
+                                false,
+                                CaptureBackend::pattern,
+                                "Showing the built-in picture: the X server :0 does not answer."},
+                    BackendCase{CaptureBackend::automatic,
+                                {"", "", "tty"},
+                                true,
+                                CaptureBackend::pattern,
+                                "Showing the built-in picture: there is no screen here."},
+                    BackendCase{CaptureBackend::automatic,
+                                {":0", "wayland-0", ""},
+                                true,
+                                CaptureBackend::portal,
+                                waylandReason},
+                    BackendCase{CaptureBackend::automatic,
+                                {":0", "", "wayland"},
+                                true,
+                                CaptureBackend::portal,
+                                waylandReason},
+                    BackendCase{CaptureBackend::x11,
+                                {"", "wayland-0", "wayland"},
+                                false,
+                                CaptureBackend::x11,
+                                "Capturing the X11 screen, as asked for."},
+                    BackendCase{CaptureBackend::portal,
+                                {":0", "", "x11"},
+                                true,
+                                CaptureBackend::portal,
+                                "Capturing what the desktop's own dialog offers, as asked for."},
+                    BackendCase{CaptureBackend::pattern,
+                                {":0", "", "x11"},
+                                true,
+                                CaptureBackend::pattern,
+                                "Showing the built-in picture, as asked for."}));
 
 TEST(XServerAnswers, OnlyWhenThereIsOne) {
   XServer server;

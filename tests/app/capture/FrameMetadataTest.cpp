@@ -25,7 +25,7 @@ FramePacer::Change changeOf(const CapturedFrame& frame) {
   return FramePacer::change(metadata.dirtyFraction, metadata.idle);
 }
 
-TEST(FrameFacts, OnlyCompleteAndIdlePicturesAreUsable) {
+TEST(FrameMetadata, OnlyCompleteAndIdlePicturesAreUsable) {
   CapturedFrame frame = picture();
   EXPECT_TRUE(FrameMetadata(frame).usable);
   frame.status = FrameStatus::complete;
@@ -41,14 +41,14 @@ TEST(FrameFacts, OnlyCompleteAndIdlePicturesAreUsable) {
   }
 }
 
-TEST(FrameFacts, ASampleWithoutAPictureIsNotUsable) {
+TEST(FrameMetadata, ASampleWithoutAPictureIsNotUsable) {
   CapturedFrame frame;
   frame.status = FrameStatus::idle;
   frame.dirtyRects = {{0, 0, 1, 1}};
   EXPECT_FALSE(FrameMetadata(frame).usable);
 }
 
-TEST(FrameFacts, TheCropIsTheContentInPixels) {
+TEST(FrameMetadata, TheCropIsTheContentInPixels) {
   CapturedFrame frame = picture();
   EXPECT_EQ(FrameMetadata(frame).crop, std::nullopt);
   frame.contentRect = Rect{10, 20, 300, 200};
@@ -59,17 +59,17 @@ TEST(FrameFacts, TheCropIsTheContentInPixels) {
   EXPECT_EQ(FrameMetadata(frame).crop, std::nullopt);
 }
 
-TEST(FrameFacts, WithoutDirtyRectanglesNothingIsKnown) {
+TEST(FrameMetadata, WithoutDirtyRectanglesNothingIsKnown) {
   EXPECT_EQ(FrameMetadata(picture()).dirtyFraction, std::nullopt);
   EXPECT_EQ(changeOf(picture()), FramePacer::Change::major);
 }
 
-TEST(FrameFacts, NoRectangleMeansNothingWasDrawn) {
+TEST(FrameMetadata, NoRectangleMeansNothingWasDrawn) {
   EXPECT_EQ(FrameMetadata(dirty({})).dirtyFraction, 0.0);
   EXPECT_EQ(changeOf(dirty({})), FramePacer::Change::minor);
 }
 
-TEST(FrameFacts, DirtyRectanglesAddUp) {
+TEST(FrameMetadata, DirtyRectanglesAddUp) {
   EXPECT_EQ(FrameMetadata(dirty({{0, 0, 40, 100}})).dirtyFraction, 0.004);
   EXPECT_EQ(changeOf(dirty({{0, 0, 40, 100}})), FramePacer::Change::minor);
   EXPECT_EQ(FrameMetadata(dirty({{0, 0, 50, 100}})).dirtyFraction, 0.005);
@@ -77,23 +77,23 @@ TEST(FrameFacts, DirtyRectanglesAddUp) {
   EXPECT_EQ(FrameMetadata(dirty({{0, 0, 500, 500}, {0, 0, 500, 500}})).dirtyFraction, 0.5);
 }
 
-TEST(FrameFacts, MoreThanTheWholePictureIsTheWholePicture) {
+TEST(FrameMetadata, MoreThanTheWholePictureIsTheWholePicture) {
   EXPECT_EQ(FrameMetadata(dirty({{0, 0, 1000, 900}, {0, 0, 1000, 900}})).dirtyFraction, 1.0);
 }
 
-TEST(FrameFacts, DirtyRectanglesAreInPoints) {
+TEST(FrameMetadata, DirtyRectanglesAreInPoints) {
   CapturedFrame frame = dirty({{0, 0, 100, 100}});
   frame.scaleFactor = 2.0;
   EXPECT_EQ(FrameMetadata(frame).dirtyFraction, 0.04);
 }
 
-TEST(FrameFacts, RectanglesThatAreNoneAreSkipped) {
+TEST(FrameMetadata, RectanglesThatAreNoneAreSkipped) {
   EXPECT_EQ(FrameMetadata(dirty({{0, 0, -50, 100}, {0, 0, -50, -50}, {0, 0, nan, 5}, {0, 0, 0, 9}}))
                 .dirtyFraction,
             0.0);
 }
 
-TEST(FrameFacts, ABufferWithoutPixelsTellsNothingOfTheChange) {
+TEST(FrameMetadata, ABufferWithoutPixelsTellsNothingOfTheChange) {
   CapturedFrame frame = picture(0, 100);
   frame.dirtyRects = {{0, 0, 10, 10}};
   EXPECT_EQ(FrameMetadata(frame).dirtyFraction, std::nullopt);

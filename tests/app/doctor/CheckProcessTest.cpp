@@ -26,7 +26,7 @@ bool isChildLeft() {
 }
 
 TEST(CheckProcess, TellsWhatWasFound) {
-  const Findings findings{{fine, "a", {}}, {toBeMended, "bä \"\n", {"do", "this"}}};
+  const Findings findings{{fine, "a", {}}, {needsAttention, "bä \"\n", {"do", "this"}}};
   {
     CheckProcess process([&findings] { return findings; });
     EXPECT_EQ(process.await(after(minutes(10))), findings);

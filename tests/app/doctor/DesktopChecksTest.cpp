@@ -24,7 +24,7 @@ TEST(ScreenCheck, TellsWhatAMissingExtensionCosts) {
   const Finding screen{fine, "Capturing the X11 screen :0. 1920 × 1080 pixels, 2 displays.", {}};
   EXPECT_EQ(judge(lacking(Extension::damage)),
             (Findings{screen,
-                      {toBeMended,
+                      {needsAttention,
                        "The X server has no DAMAGE extension: its screen cannot be shared.",
                        {"Start the X server with the extension (+extension DAMAGE)."}}}));
   EXPECT_EQ(judge(lacking(Extension::composite)),
@@ -52,10 +52,10 @@ TEST(ScreenCheck, AnUnreachableServerIsToBeMended) {
                               {CaptureBackend::pattern,
                                "Showing the built-in picture: the X server :9 does not answer."},
                               unreachable}),
-            (Findings{{toBeMended, "Showing the built-in picture: the X server :9 does not answer.",
-                       advice}}));
+            (Findings{{needsAttention,
+                       "Showing the built-in picture: the X server :9 does not answer.", advice}}));
   EXPECT_EQ(judge(ScreenProbe{CaptureBackend::x11, x11, unreachable}),
-            (Findings{{toBeMended,
+            (Findings{{needsAttention,
                        "The X11 screen cannot be captured: cannot connect to the X server :9.",
                        advice}}));
 }
@@ -106,9 +106,9 @@ TEST(ScreenCheck, AServerThatHangsIsToBeMended) {
   EXPECT_TRUE(probe.hangs);
   EXPECT_EQ(
       judge(ScreenProbe{.decision = {CaptureBackend::x11, ""}, .server = probe, .display = ":5"}),
-      (Findings{{toBeMended,
+      (Findings{{needsAttention,
                  "The X server :5 takes connections but does not answer.",
-                 {"Look whether DISPLAY is right, or log in anew."}}}));
+                 {"Look whether DISPLAY is right, or log in again."}}}));
 }
 
 }  // namespace

@@ -19,7 +19,7 @@ class DoctorTest : public testing::Test {
     std::ostringstream out;
     DoctorReport report(out, style);
     Doctor(std::move(checks), timeout).run(report);
-    needsAttention = report.needsAttention();
+    attentionNeeded = report.needsAttention();
     return out.str();
   }
 
@@ -28,7 +28,7 @@ class DoctorTest : public testing::Test {
   }
 
   DoctorReport::Style style;
-  bool needsAttention = false;
+  bool attentionNeeded = false;
 };
 
 TEST_F(DoctorTest, ReportsTheStateTheTopicWhatWasFoundAndWhatToDo) {
@@ -40,20 +40,21 @@ TEST_F(DoctorTest, ReportsTheStateTheTopicWhatWasFoundAndWhatToDo) {
             "                              → Or that.\n"
             "\n"
             "Nothing needs attention.\n");
-  EXPECT_FALSE(needsAttention);
+  EXPECT_FALSE(attentionNeeded);
 }
 
 TEST_F(DoctorTest, CountsWhatIsToBeMended) {
-  EXPECT_EQ(reportOf({finding("Port", {{toBeMended, "Taken.", {}}})}),
+  EXPECT_EQ(reportOf({finding("Port", {{needsAttention, "Taken.", {}}})}),
             "needs attention Port          Taken.\n"
             "\n"
             "One thing needs attention.\n");
-  EXPECT_TRUE(needsAttention);
-  EXPECT_EQ(reportOf({finding("Port", {{toBeMended, "Taken.", {}}, {toBeMended, "Far.", {}}})}),
-            "needs attention Port          Taken.\n"
-            "needs attention Port          Far.\n"
-            "\n"
-            "2 things need attention.\n");
+  EXPECT_TRUE(attentionNeeded);
+  EXPECT_EQ(
+      reportOf({finding("Port", {{needsAttention, "Taken.", {}}, {needsAttention, "Far.", {}}})}),
+      "needs attention Port          Taken.\n"
+      "needs attention Port          Far.\n"
+      "\n"
+      "2 things need attention.\n");
 }
 
 TEST_F(DoctorTest, KeepsTheOrderWhateverTakesLonger) {
@@ -71,7 +72,7 @@ TEST_F(DoctorTest, WhatDoesNotEndIsReportedAsLate) {
       ::pause();
   };
   EXPECT_EQ(reportOf({{"Disk", hang},
-                      {"Screen", hang, {toBeMended, "It hangs.", {"Mend it."}}},
+                      {"Screen", hang, {needsAttention, "It hangs.", {"Mend it."}}},
                       finding("Port", {{fine, "Port 80 is free.", {}}})},
                      std::chrono::milliseconds(1500)),
             "worth knowing   Disk          This could not be found out.\n"
@@ -89,13 +90,13 @@ TEST_F(DoctorTest, ControlCharactersOfTextsFromElsewhereAreNotWritten) {
 
 TEST_F(DoctorTest, OnATerminalTheStateHasAColour) {
   style = {.hasColours = true};
-  EXPECT_EQ(
-      reportOf({finding("A", {{fine, "a", {}}, {worthKnowing, "b", {}}, {toBeMended, "c", {}}})}),
-      "\x1b[32mfine            \x1b[0mA             a\n"
-      "\x1b[35mworth knowing   \x1b[0mA             b\n"
-      "\x1b[1;31mneeds attention \x1b[0mA             c\n"
-      "\n"
-      "One thing needs attention.\n");
+  EXPECT_EQ(reportOf({finding(
+                "A", {{fine, "a", {}}, {worthKnowing, "b", {}}, {needsAttention, "c", {}}})}),
+            "\x1b[32mfine            \x1b[0mA             a\n"
+            "\x1b[35mworth knowing   \x1b[0mA             b\n"
+            "\x1b[1;31mneeds attention \x1b[0mA             c\n"
+            "\n"
+            "One thing needs attention.\n");
 }
 
 TEST_F(DoctorTest, OnATerminalLinesAreWrappedBetweenWords) {

@@ -47,15 +47,15 @@ TEST_F(ConfigurationCheckTest, WithoutAFileThePlaceToWriteItToIsNamed) {
 
 TEST_F(ConfigurationCheckTest, AFileThatWasAskedForMustExist) {
   EXPECT_EQ(judge(ConfigurationProbe::of(options)),
-            (Findings{{toBeMended,
+            (Findings{{needsAttention,
                        "config at " + file() + " does not exist",
-                       {"Correct the file, then start anew."}}}));
+                       {"Correct the file, then start Tarvinel again."}}}));
 }
 
 TEST_F(ConfigurationCheckTest, AFileThatCannotBeUsed) {
   const auto found = findings("[]");
   ASSERT_EQ(found.size(), 1U);
-  EXPECT_EQ(found[0].state, toBeMended);
+  EXPECT_EQ(found[0].state, needsAttention);
   EXPECT_EQ(found[0].what,
             "config at " + file() + " ignored: config.json is valid JSON but not an object");
 }
@@ -63,7 +63,7 @@ TEST_F(ConfigurationCheckTest, AFileThatCannotBeUsed) {
 TEST_F(ConfigurationCheckTest, ASettingThatWasCorrected) {
   const auto found = findings(R"({"hostname": "my.room"})");
   ASSERT_EQ(found.size(), 1U);
-  EXPECT_EQ(found[0].state, toBeMended);
+  EXPECT_EQ(found[0].state, needsAttention);
   EXPECT_EQ(found[0].what, "config at " + file() +
                                R"(: hostname "my.room" must be 1-63 letters, digits, or hyphens )"
                                R"((no dots); using "tarvinel")");
@@ -93,7 +93,7 @@ TEST_F(ConfigurationCheckTest, FilesOfTheBrandThatCannotBeUsed) {
   const auto found = findings(R"({"brand": {"image": "/nowhere/logo.png"}})");
   ASSERT_EQ(found.size(), 2U);
   EXPECT_EQ(found[1],
-            (Finding{toBeMended,
+            (Finding{needsAttention,
                      "It cannot be used: brand.image, /nowhere/logo.png.",
                      {"It is missing, unreadable, larger than 10 MB or of an unknown type."}}));
 }

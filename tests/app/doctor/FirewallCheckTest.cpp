@@ -24,7 +24,7 @@ TEST(FirewallCheck, Ufw) {
   EXPECT_EQ(judge(FirewallProbe{.port = 80, .ufwIsOn = true, .ufwLetsIn = true}),
             (Findings{{fine, "ufw is on and lets viewers in at port 80.", {}}}));
   EXPECT_EQ(judge(FirewallProbe{.port = 8080, .ufwIsOn = true, .ufwLetsIn = false}),
-            (Findings{{toBeMended,
+            (Findings{{needsAttention,
                        "ufw is on and keeps viewers out of port 8080.",
                        {"Let viewers in: sudo ufw allow 8080/tcp"}}}));
   EXPECT_EQ(judge(FirewallProbe{.port = 80, .ufwIsOn = true}),
@@ -52,7 +52,7 @@ TEST(FirewallCheck, Firewalld) {
   const Finding letsIn{fine, "firewalld runs and lets viewers in at port 80.", {}};
   EXPECT_EQ(judge(firewalldWith(true, true)), Findings{letsIn});
   EXPECT_EQ(judge(firewalldWith(false, true)),
-            (Findings{{toBeMended,
+            (Findings{{needsAttention,
                        "firewalld runs, and its zone home keeps viewers out of port 80.",
                        {letViewersIn}}}));
   EXPECT_EQ(judge(firewalldWith(std::nullopt, std::nullopt)),
@@ -112,27 +112,27 @@ TEST(UfwRules, KeepOutEveryoneElse) {
   EXPECT_FALSE(ufwRulesLetIn(tuple("allow tcp :,99999:,x 0.0.0.0/0 any 0.0.0.0/0"), 80));
 }
 
-class FirewallFactsTest : public testing::Test {
+class FirewallProbeTest : public testing::Test {
  protected:
   FirewallProbe probe() const { return FirewallProbe::of({}, root.path()); }
 
   test::TemporaryFolder root;
 };
 
-TEST_F(FirewallFactsTest, NothingIsSetUp) {
+TEST_F(FirewallProbeTest, NothingIsSetUp) {
   EXPECT_FALSE(probe().ufwIsOn);
   EXPECT_FALSE(probe().rulesAreLoaded);
   root.write("etc/ufw/ufw.conf", "ENABLED=no\nLOGLEVEL=low\n");
   EXPECT_FALSE(probe().ufwIsOn);
 }
 
-TEST_F(FirewallFactsTest, UfwWhoseRulesCannotBeRead) {
+TEST_F(FirewallProbeTest, UfwWhoseRulesCannotBeRead) {
   root.write("etc/ufw/ufw.conf", "# comment\nENABLED=yes\nLOGLEVEL=low\n");
   EXPECT_TRUE(probe().ufwIsOn);
   EXPECT_EQ(probe().ufwLetsIn, std::nullopt);
 }
 
-TEST_F(FirewallFactsTest, UfwWhoseRulesCanBeRead) {
+TEST_F(FirewallProbeTest, UfwWhoseRulesCanBeRead) {
   root.write("etc/ufw/ufw.conf", "ENABLED=yes\n");
   root.write("etc/ufw/user.rules", tuple("allow tcp 22 0.0.0.0/0 any 0.0.0.0/0 in"));
   EXPECT_EQ(probe().ufwLetsIn, false);
@@ -140,18 +140,18 @@ TEST_F(FirewallFactsTest, UfwWhoseRulesCanBeRead) {
   EXPECT_EQ(probe().ufwLetsIn, true);
 }
 
-TEST_F(FirewallFactsTest, UfwThatLetsEveryoneIn) {
+TEST_F(FirewallProbeTest, UfwThatLetsEveryoneIn) {
   root.write("etc/ufw/ufw.conf", "ENABLED=yes\n");
   root.write("etc/default/ufw", "DEFAULT_INPUT_POLICY=\"ACCEPT\"\n");
   EXPECT_EQ(probe().ufwLetsIn, true);
 }
 
-TEST_F(FirewallFactsTest, RulesOfOtherKinds) {
+TEST_F(FirewallProbeTest, RulesOfOtherKinds) {
   root.write("etc/iptables/rules.v4", "");
   EXPECT_TRUE(probe().rulesAreLoaded);
 }
 
-TEST_F(FirewallFactsTest, NftablesAtStart) {
+TEST_F(FirewallProbeTest, NftablesAtStart) {
   std::filesystem::create_directories(root / "etc/systemd/system/sysinit.target.wants");
   std::filesystem::create_symlink(
       "/lib/systemd/system/nftables.service",

@@ -26,7 +26,7 @@ TEST(NameCheck, WhoAnswersForTheName) {
 TEST(NameCheck, ANameThatIsTakenIsToBeMended) {
   auto probe = withDaemon("desk.local");
   probe.found = "10.0.0.7";
-  EXPECT_EQ(judge(probe), (Findings{{toBeMended,
+  EXPECT_EQ(judge(probe), (Findings{{needsAttention,
                                      "tarvinel.local is taken in this network, by 10.0.0.7.",
                                      {R"(Set "hostname" in config.json to another name.)"}}}));
 }
@@ -42,9 +42,9 @@ TEST(NameCheck, ANameOfOurOwnIsNotTaken) {
 
 TEST(NameCheck, ADaemonThatDoesNotAnswerIsToBeMended) {
   EXPECT_EQ(judge(NameProbe{.hostname = "tarvinel", .bus = Bus::isSilent, .daemonRuns = true}),
-            (Findings{{toBeMended,
+            (Findings{{needsAttention,
                        "tarvinel.local cannot be published: the Avahi daemon does not answer.",
-                       {"Start it anew: sudo systemctl restart avahi-daemon"}}}));
+                       {"Restart it: sudo systemctl restart avahi-daemon"}}}));
 }
 
 TEST(NameCheck, NoName) {

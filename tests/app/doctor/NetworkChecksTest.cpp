@@ -74,12 +74,12 @@ TEST(AddressCheck, AnAddressWithoutHardware) {
 
 TEST(AddressCheck, NoAddress) {
   EXPECT_EQ(judge(AddressProbe{}),
-            (Findings{{toBeMended,
+            (Findings{{needsAttention,
                        "This computer has no network address: nobody can reach it.",
                        {"Plug in a cable, or join the Wi-Fi that the viewers are in."}}}));
 }
 
-TEST(AddressFacts, OfARealNetwork) {
+TEST(AddressProbe, OfARealNetwork) {
   const test::FakeSysfs sysfs;
   sysfs.wifi("wlan0");
   const bool isRoot = test::inNetworkNamespace([&sysfs] {

@@ -28,15 +28,15 @@ TEST(PortCheck, AFreePort) {
 
 TEST(PortCheck, ATakenPortAndWhoHasIt) {
   EXPECT_EQ(judge(PortProbe{.port = 80, .error = EADDRINUSE}),
-            (Findings{{toBeMended, "Port 80 is taken.", {otherPort}}}));
+            (Findings{{needsAttention, "Port 80 is taken.", {otherPort}}}));
   EXPECT_EQ(
       judge(PortProbe{.port = 80, .error = EADDRINUSE, .holder = PortHolder{"www", "nginx", 42}}),
-      (Findings{{toBeMended,
+      (Findings{{needsAttention,
                  "Port 80 is taken by nginx (process 42, user www).",
                  {"End that program if it may end.", otherPort}}}));
   EXPECT_EQ(
       judge(PortProbe{.port = 80, .error = EADDRINUSE, .holder = PortHolder{"root", "", 0}}),
-      (Findings{{toBeMended,
+      (Findings{{needsAttention,
                  "Port 80 is taken by a program of the user root.",
                  {"See which: sudo ss -ltnp sport = :80. End it if it may end.", otherPort}}}));
 }
@@ -52,7 +52,7 @@ TEST(PortCheck, APortThatThisUserMayNotHave) {
                             .error = EACCES,
                             .helper = Helper::mayNot,
                             .helperPlace = "/usr/libexec/tarvinel/tarvinel-bind"}),
-            (Findings{{toBeMended,
+            (Findings{{needsAttention,
                        "This user may not listen on port 80.",
                        {"Let the helper: sudo setcap cap_net_bind_service=ep "
                         "/usr/libexec/tarvinel/tarvinel-bind",
@@ -61,23 +61,23 @@ TEST(PortCheck, APortThatThisUserMayNotHave) {
                             .error = EACCES,
                             .helper = Helper::isMissing,
                             .helperPlace = "/usr/libexec/tarvinel/tarvinel-bind"}),
-            (Findings{{toBeMended,
+            (Findings{{needsAttention,
                        "This user may not listen on port 80.",
                        {"The helper that may is not at /usr/libexec/tarvinel/tarvinel-bind: "
                         "install Tarvinel again.",
                         otherPort}}}));
   EXPECT_EQ(judge(PortProbe{.port = 443, .error = EACCES}),
-            (Findings{{toBeMended,
+            (Findings{{needsAttention,
                        "This user may not listen on port 443.",
                        {R"(Set "port" in config.json to 80, which the helper may use, or to one )"
                         "above 1023."}}}));
 }
 
 TEST(PortCheck, AnyOtherRefusal) {
-  EXPECT_EQ(
-      judge(PortProbe{.port = 80, .error = EADDRNOTAVAIL}),
-      (Findings{
-          {toBeMended, "Port 80 cannot be listened on: Cannot assign requested address.", {}}}));
+  EXPECT_EQ(judge(PortProbe{.port = 80, .error = EADDRNOTAVAIL}),
+            (Findings{{needsAttention,
+                       "Port 80 cannot be listened on: Cannot assign requested address.",
+                       {}}}));
 }
 
 std::uint16_t portOf(const ListeningSocket& listening) {
@@ -87,7 +87,7 @@ std::uint16_t portOf(const ListeningSocket& listening) {
   return ntohs(address.sin6_port);
 }
 
-TEST(PortFacts, OfARealPort) {
+TEST(PortProbe, OfARealPort) {
   std::uint16_t port = 0;
   {
     const ListeningSocket taken = listenOnAllAddresses(0);
@@ -102,7 +102,7 @@ TEST(PortFacts, OfARealPort) {
   EXPECT_EQ(listenOnAllAddresses(port).error, 0) << "it was given back";
 }
 
-TEST(PortFacts, OfARefusalAreWhatTheDoctorWouldFind) {
+TEST(PortProbe, OfARefusalAreWhatTheDoctorWouldFind) {
   const test::TemporaryFolder folder;
   const auto helper = folder.write("tarvinel-bind", "");
   const auto refused = PortProbe::afterRefusal(80, EACCES, helper);

@@ -41,7 +41,8 @@ TEST(PortalCheck, WhatThePortalOffers) {
   probe.sourceTypes = 0;
   EXPECT_EQ(
       portalOf(probe),
-      (Finding{toBeMended, "The desktop's portal offers nothing (screen cast, version 4).", {}}));
+      (Finding{
+          needsAttention, "The desktop's portal offers nothing (screen cast, version 4).", {}}));
 }
 
 TEST(PortalCheck, APortalThatDoesNotRunYet) {
@@ -56,25 +57,25 @@ TEST(PortalCheck, NoPortalOrOneThatCannotCapture) {
   probe.version = std::nullopt;
   EXPECT_EQ(
       portalOf(probe),
-      (Finding{toBeMended, "The screen cannot be shared: the desktop's portal has no screen cast.",
-               install}));
+      (Finding{needsAttention,
+               "The screen cannot be shared: the desktop's portal has no screen cast.", install}));
   probe.portal = Portal::isMissing;
-  EXPECT_EQ(
-      portalOf(probe),
-      (Finding{toBeMended, "The screen cannot be shared: the desktop has no portal.", install}));
+  EXPECT_EQ(portalOf(probe),
+            (Finding{needsAttention, "The screen cannot be shared: the desktop has no portal.",
+                     install}));
 }
 
 TEST(PortalCheck, NoWayToThePortal) {
   auto probe = running();
   probe.bus = Bus::isAbsent;
   EXPECT_EQ(portalOf(probe),
-            (Finding{toBeMended,
+            (Finding{needsAttention,
                      "The screen cannot be shared: there is no session bus to reach the desktop's "
                      "portal by.",
                      {"Start Tarvinel from within the desktop, not by su or sudo."}}));
   probe.bus = Bus::isSilent;
   EXPECT_EQ(portalOf(probe),
-            (Finding{toBeMended,
+            (Finding{needsAttention,
                      "The screen cannot be shared: the session bus, or the desktop's portal, does "
                      "not answer.",
                      {"Log out and in again."}}));
@@ -84,7 +85,7 @@ TEST(PortalCheck, NoPipeWire) {
   auto probe = running();
   probe.pipeWireAnswers = false;
   EXPECT_EQ(judge(probe).at(1),
-            (Finding{toBeMended,
+            (Finding{needsAttention,
                      "PipeWire, which brings the pictures, does not answer at /run/pipewire-0.",
                      {"Install pipewire and wireplumber, or start them: systemctl --user start "
                       "pipewire wireplumber"}}));

@@ -12,12 +12,12 @@ const SessionProbe desktop{{":0", "", "x11"}, ""};
 
 TEST(TrayCheck, EitherKindOfPanelIsFine) {
   const Findings expected{{fine, "A panel shows Tarvinel's icon; the menu is behind it.", {}}};
-  EXPECT_EQ(judge(TrayProbe{desktop, Bus::answers, true, false}), expected);
+  EXPECT_EQ(judge(TrayProbe{desktop, Bus::replies, true, false}), expected);
   EXPECT_EQ(judge(TrayProbe{desktop, Bus::isAbsent, false, true}), expected);
 }
 
 TEST(TrayCheck, WithoutAPanelTheMenuIsAWindow) {
-  EXPECT_EQ(judge(TrayProbe{desktop, Bus::answers, false, false}),
+  EXPECT_EQ(judge(TrayProbe{desktop, Bus::replies, false, false}),
             (Findings{{worthKnowing,
                        "No panel shows icons of programs: the menu opens as a window.",
                        {"In GNOME an extension gives one: AppIndicator and KStatusNotifierItem "

@@ -27,16 +27,16 @@ TEST(UploadCheck, WherePhotosGo) {
 
 TEST(UploadCheck, AFolderThatCannotBeUsed) {
   EXPECT_EQ(judge(UploadProbe{"/p", Folder::isNoFolder, {}}),
-            (Findings{{toBeMended, "Photos cannot go to /p: that is no folder.", choose}}));
-  EXPECT_EQ(
-      judge(UploadProbe{"/p", Folder::notWritable, {}}),
-      (Findings{{toBeMended, "Photos cannot go to /p: this user may not write there.", choose}}));
+            (Findings{{needsAttention, "Photos cannot go to /p: that is no folder.", choose}}));
+  EXPECT_EQ(judge(UploadProbe{"/p", Folder::notWritable, {}}),
+            (Findings{{needsAttention, "Photos cannot go to /p: this user may not write there.",
+                       choose}}));
 }
 
 TEST(UploadCheck, ADiskThatIsTooFull) {
   constexpr std::int64_t keptFree = std::int64_t{1} << 30U;
   EXPECT_EQ(judge(UploadProbe{"/p", Folder::usable, keptFree}),
-            (Findings{{toBeMended,
+            (Findings{{needsAttention,
                        "The disk of /p is too full for photos: 1.1 GB stay free.",
                        {"Make room on it, or choose another folder in the menu or with "
                         "--upload-folder."}}}));
@@ -45,12 +45,12 @@ TEST(UploadCheck, ADiskThatIsTooFull) {
 
 TEST(UploadCheck, ADiskThatDoesNotAnswer) {
   EXPECT_EQ(hangingDisk(),
-            (Finding{toBeMended,
+            (Finding{needsAttention,
                      "The disk of the upload folder does not answer.",
                      {"Look at its connection, or choose another folder with --upload-folder."}}));
 }
 
-TEST(UploadFacts, OfRealFoldersWithoutMakingAny) {
+TEST(UploadProbe, OfRealFoldersWithoutMakingAny) {
   const test::TemporaryFolder folder;
   folder.write("file", "");
   const auto stateOf = [&folder](std::string_view name) {
@@ -64,7 +64,7 @@ TEST(UploadFacts, OfRealFoldersWithoutMakingAny) {
   EXPECT_EQ(metadataOf("/proc/self").folder, Folder::notWritable);
 }
 
-TEST(UploadFacts, TellTheFreeSpace) {
+TEST(UploadProbe, TellTheFreeSpace) {
   const test::TemporaryFolder folder;
   EXPECT_GT(metadataOf(folder / "new").freeBytes, 0);
 }

@@ -668,10 +668,10 @@ TEST_F(AppModelTest, ACableIsNoticedWithALogLine) {
   startSharing();
   EXPECT_FALSE(model->isWired());
   EXPECT_EQ(model->streamLine(), "Wi-Fi · 8 fps · 0 viewers · 0 Mbps");
-  network.tell({InterfaceType::wiredEthernet, InterfaceType::wifi});
+  network.report({InterfaceType::wiredEthernet, InterfaceType::wifi});
   ASSERT_TRUE(mainQueue.runUntil([&] { return model->isWired(); }));
   EXPECT_EQ(model->streamLine(), "Ethernet · 8 fps · 0 viewers · 0 Mbps");
-  network.tell({InterfaceType::wifi, InterfaceType::wiredEthernet});
+  network.report({InterfaceType::wifi, InterfaceType::wiredEthernet});
   ASSERT_TRUE(mainQueue.runUntil([&] { return !model->isWired(); }));
   EXPECT_EQ(model->streamLine(), "Wi-Fi · 8 fps · 0 viewers · 0 Mbps");
   EXPECT_THAT(log.lines(), IsSupersetOf({"app|info|network path is now Ethernet",
@@ -681,8 +681,8 @@ TEST_F(AppModelTest, ACableIsNoticedWithALogLine) {
 TEST_F(AppModelTest, ALinkThatStaysAsItIsIsNotMentioned) {
   launchAndWait();
   changes = 0;
-  network.tell({InterfaceType::wifi});
-  network.tell({});
+  network.report({InterfaceType::wifi});
+  network.report({});
   refresh();
   EXPECT_EQ(changes, 0);
   EXPECT_THAT(log.lines(), Not(Contains(HasSubstr("network path"))));
@@ -702,7 +702,7 @@ TEST_F(AppModelTest, ACableHalvesWhatAFrameCosts) {
   ASSERT_GT(overWiFi, StreamPolicy::defaultFloor);
   mainQueue.tick();
   EXPECT_EQ(model->motionFPS(), std::min(overWiFi, StreamPolicy::defaultCeiling));
-  network.tell({InterfaceType::wiredEthernet});
+  network.report({InterfaceType::wiredEthernet});
   ASSERT_TRUE(mainQueue.runUntil([&] { return model->isWired(); }));
   mainQueue.tick();
   EXPECT_EQ(model->motionFPS(), std::min(overCable, StreamPolicy::defaultCeiling));
@@ -883,25 +883,25 @@ TEST_F(AppModelTest, TellsOnceInALifeWhereItLives) {
   launchAndWait();
   EXPECT_THAT(desktop.done, Not(Contains(StartsWith("notify"))));
   model->appearedInTray();
-  const std::string told =
+  const std::string notification =
       "notify Tarvinel is in the panel: Click on its icon to share your screen.";
-  EXPECT_THAT(desktop.done, Contains(told).Times(1));
+  EXPECT_THAT(desktop.done, Contains(notification).Times(1));
   model->appearedInTray();
-  EXPECT_THAT(desktop.done, Contains(told).Times(1));
+  EXPECT_THAT(desktop.done, Contains(notification).Times(1));
   model.reset();
   launchAndWait();
   model->appearedInTray();
-  EXPECT_THAT(desktop.done, Contains(told).Times(1));
+  EXPECT_THAT(desktop.done, Contains(notification).Times(1));
 }
 
 TEST_F(AppModelTest, InvitesOnlyOnceTheServerListens) {
   launch();
   model->appearedInTray();
-  const std::string told =
+  const std::string notification =
       "notify Tarvinel is in the panel: Click on its icon to share your screen.";
-  EXPECT_THAT(desktop.done, Not(Contains(told)));
+  EXPECT_THAT(desktop.done, Not(Contains(notification)));
   ASSERT_TRUE(mainQueue.runUntil([&] { return model->serverURL().has_value(); }));
-  EXPECT_THAT(desktop.done, Contains(told).Times(1));
+  EXPECT_THAT(desktop.done, Contains(notification).Times(1));
 }
 
 // Without a server

@@ -20,73 +20,73 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
-class ServiceNoticeTest : public ModelFixture {
+class SystemdNotifierTest : public ModelFixture {
  protected:
   void launch() override {
     ModelFixture::launch();
-    notice.emplace(*model, [this](const std::string& state) { told.push_back(state); });
+    notice.emplace(*model, [this](const std::string& state) { sent.push_back(state); });
     model->setOnChange([this] { notice->refresh(); });
   }
 
-  ~ServiceNoticeTest() override {
+  ~SystemdNotifierTest() override {
     if (model) model->setOnChange({});
   }
 
-  std::vector<std::string> told;
+  std::vector<std::string> sent;
   std::optional<SystemdNotifier> notice;
 };
 
-TEST_F(ServiceNoticeTest, IsReadyOnceTheServerListens) {
+TEST_F(SystemdNotifierTest, IsReadyOnceTheServerListens) {
   launch();
-  EXPECT_THAT(told, ElementsAre("STATUS=Starting server…"));
+  EXPECT_THAT(sent, ElementsAre("STATUS=Starting server…"));
   ASSERT_TRUE(mainQueue.runUntil([&] { return model->serverURL().has_value(); }));
-  EXPECT_THAT(told, ElementsAre("STATUS=Starting server…", "READY=1",
+  EXPECT_THAT(sent, ElementsAre("STATUS=Starting server…", "READY=1",
                                 fmt::format("STATUS={} · Not sharing", *model->serverURL())));
 }
 
-TEST_F(ServiceNoticeTest, TellsWhatIsSharedAndIsReadyOnlyOnce) {
+TEST_F(SystemdNotifierTest, TellsWhatIsSharedAndIsReadyOnlyOnce) {
   launchAndWait();
   startSharing();
-  EXPECT_EQ(told.back(), fmt::format("STATUS={} · {}", *model->serverURL(), model->statusLine()));
-  EXPECT_THAT(told.back(), HasSubstr("Sharing"));
-  EXPECT_EQ(std::count(told.begin(), told.end(), "READY=1"), 1);
+  EXPECT_EQ(sent.back(), fmt::format("STATUS={} · {}", *model->serverURL(), model->statusLine()));
+  EXPECT_THAT(sent.back(), HasSubstr("Sharing"));
+  EXPECT_EQ(std::count(sent.begin(), sent.end(), "READY=1"), 1);
 }
 
-TEST_F(ServiceNoticeTest, TellsNothingTwice) {
+TEST_F(SystemdNotifierTest, TellsNothingTwice) {
   launchAndWait();
-  const auto before = told.size();
+  const auto before = sent.size();
   notice->refresh();
-  EXPECT_EQ(told.size(), before);
+  EXPECT_EQ(sent.size(), before);
 }
 
-TEST_F(ServiceNoticeTest, IsNeverReadyWithoutAServer) {
+TEST_F(SystemdNotifierTest, IsNeverReadyWithoutAServer) {
   launchAndWait();
   config.port = model->boundPort();
   const auto holder = model;
   holder->setOnChange({});
-  told.clear();
+  sent.clear();
   launch();
   ASSERT_TRUE(mainQueue.runUntil([&] { return model->serverError().has_value(); }));
-  EXPECT_THAT(told, Not(Contains("READY=1")));
-  EXPECT_EQ(told.back(), "STATUS=" + *model->serverError());
+  EXPECT_THAT(sent, Not(Contains("READY=1")));
+  EXPECT_EQ(sent.back(), "STATUS=" + *model->serverError());
 }
 
-TEST_F(ServiceNoticeTest, TellsThatItEnds) {
+TEST_F(SystemdNotifierTest, TellsThatItEnds) {
   launchAndWait();
   model->setOnChange({});
   notice.reset();
-  EXPECT_EQ(told.back(), "STOPPING=1");
+  EXPECT_EQ(sent.back(), "STOPPING=1");
 }
 
-TEST_F(ServiceNoticeTest, ATitleCannotTellTheServiceManagerAnythingElse) {
+TEST_F(SystemdNotifierTest, ATitleCannotTellTheServiceManagerAnythingElse) {
   screen.content.windows = {
       {3, "a\nMAINPID=1", ShareableApplication{1, "App", "app"}, 0, {0, 0, 640, 480}}};
   launchAndWait();
   model->select("window-3");
   model->startSharing();
   ASSERT_TRUE(mainQueue.runUntil([&] { return model->isSharing(); }));
-  EXPECT_THAT(told.back(), HasSubstr("MAINPID=1"));
-  EXPECT_THAT(told, Each(Not(HasSubstr("\n"))));
+  EXPECT_THAT(sent.back(), HasSubstr("MAINPID=1"));
+  EXPECT_THAT(sent, Each(Not(HasSubstr("\n"))));
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ TEST(LinkMonitor, IsNotWiredUntilItIsTold) {
   FakeNetwork network;
   const LinkMonitor monitor(network.factory());
   EXPECT_FALSE(monitor.isWired());
-  network.tell({wiredEthernet});
+  network.report({wiredEthernet});
   EXPECT_TRUE(monitor.isWired());
 }
 
@@ -35,14 +35,14 @@ TEST(LinkMonitor, ReportsEachChangeOnce) {
   FakeNetwork network;
   std::vector<bool> reports;
   const LinkMonitor monitor(network.factory(), [&](bool isWired) { reports.push_back(isWired); });
-  network.tell({wifi});
-  network.tell({});
+  network.report({wifi});
+  network.report({});
   EXPECT_THAT(reports, IsEmpty());
-  network.tell({wiredEthernet});
-  network.tell({wiredEthernet, wifi});
+  network.report({wiredEthernet});
+  network.report({wiredEthernet, wifi});
   EXPECT_THAT(reports, ElementsAre(true));
-  network.tell({wifi, wiredEthernet});
-  network.tell({});
+  network.report({wifi, wiredEthernet});
+  network.report({});
   EXPECT_THAT(reports, ElementsAre(true, false));
 }
 
@@ -52,7 +52,7 @@ TEST(LinkMonitor, TheNewAnswerCanBeReadWhileItIsReported) {
   bool answer = false;
   const LinkMonitor monitor(network.factory(), [&](bool) { answer = asked->isWired(); });
   asked = &monitor;
-  network.tell({wiredEthernet});
+  network.report({wiredEthernet});
   EXPECT_TRUE(answer);
 }
 

@@ -13,7 +13,7 @@ std::vector<ShareableChoice> choices(const Capabilities& offer, Memory ofDisplay
       .choices;
 }
 
-TEST(PortalOffer, OneEntryForEachTypeThatIsOffered) {
+TEST(Capabilities, OneEntryForEachTypeThatIsOffered) {
   EXPECT_TRUE(choices({0, 7, 4}, Memory::none).empty());
   EXPECT_TRUE(choices({4, 7, 4}, Memory::known).empty());  // virtual screens
 
@@ -28,7 +28,7 @@ TEST(PortalOffer, OneEntryForEachTypeThatIsOffered) {
   EXPECT_EQ(both[1].title, "Window (chosen in the desktop's dialog)");
 }
 
-TEST(PortalOffer, WhatTheDesktopWouldNotAskAgainCanBeChosenAnew) {
+TEST(Capabilities, WhatTheDesktopWouldNotAskAgainCanBeChosenAnew) {
   const auto screens = choices({1, 7, 4}, Memory::known, Memory::known);
   ASSERT_EQ(screens.size(), 2U);
   EXPECT_EQ(screens[0].number, 1U);
@@ -44,18 +44,18 @@ TEST(PortalOffer, WhatTheDesktopWouldNotAskAgainCanBeChosenAnew) {
   EXPECT_EQ(windows[1].title, "Another window (chosen in the desktop's dialog)");
 }
 
-TEST(PortalOffer, AnEntryThatMayBeSharedJustNowStaysListed) {
+TEST(Capabilities, AnEntryThatMayBeSharedJustNowStaysListed) {
   const auto screens = choices({1, 7, 4}, Memory::lost);
   ASSERT_EQ(screens.size(), 2U);
   EXPECT_EQ(screens[0].title, "Screen (chosen in the desktop's dialog)");
   EXPECT_EQ(screens[1].number, 2U);
 }
 
-TEST(PortalOffer, APortalThatRemembersNothingAlwaysAsks) {
+TEST(Capabilities, APortalThatRemembersNothingAlwaysAsks) {
   EXPECT_EQ(choices({1, 7, 3}, Memory::known).size(), 1U);
 }
 
-TEST(PortalOffer, TheCursorIsBestDrawnByTheDesktop) {
+TEST(Capabilities, TheCursorIsBestDrawnByTheDesktop) {
   EXPECT_EQ((Capabilities{1, 7, 4}.cursorMode(true)), CursorMode::embedded);
   EXPECT_EQ((Capabilities{1, 5, 4}.cursorMode(true)), CursorMode::metadata);
   EXPECT_EQ((Capabilities{1, 1, 4}.cursorMode(true)), CursorMode::hidden);
@@ -63,7 +63,7 @@ TEST(PortalOffer, TheCursorIsBestDrawnByTheDesktop) {
   EXPECT_EQ((Capabilities{1, 7, 4}.cursorMode(false)), CursorMode::hidden);
 }
 
-TEST(PortalOffer, RemembersSinceVersionFour) {
+TEST(Capabilities, RemembersSinceVersionFour) {
   EXPECT_FALSE((Capabilities{1, 7, 3}.remembers()));
   EXPECT_TRUE((Capabilities{1, 7, 4}.remembers()));
 }

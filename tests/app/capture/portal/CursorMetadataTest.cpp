@@ -34,9 +34,9 @@ static_assert(sizeof(Cursor) == 28 && sizeof(Bitmap) == 20);
 constexpr std::uint32_t rgba = 11;
 constexpr std::uint32_t bgra = 12;
 
-class CursorFactsTest : public testing::Test {
+class CursorMetadataTest : public testing::Test {
  protected:
-  CursorFactsTest() { bitmap.format = bgra; }
+  CursorMetadataTest() { bitmap.format = bgra; }
 
   bool read() { return readBytes(bytes()); }
 
@@ -58,20 +58,20 @@ class CursorFactsTest : public testing::Test {
   CursorMetadata cursorMetadata;
 };
 
-TEST_F(CursorFactsTest, ACursorStandsWithItsHotspotAtItsPosition) {
+TEST_F(CursorMetadataTest, ACursorStandsWithItsHotspotAtItsPosition) {
   EXPECT_TRUE(read());
   ASSERT_TRUE(cursorMetadata.image());
   EXPECT_EQ(cursorMetadata.image()->area, (PixelRect{9, 18, 2, 1}));
   EXPECT_THAT(cursorMetadata.image()->pixels, ElementsAre(0x04030201, 0x08070605));
 }
 
-TEST_F(CursorFactsTest, TheOrderOfColoursIsMinded) {
+TEST_F(CursorMetadataTest, TheOrderOfColoursIsMinded) {
   bitmap.format = rgba;
   read();
   EXPECT_THAT(cursorMetadata.image()->pixels, ElementsAre(0x04010203, 0x08050607));
 }
 
-TEST_F(CursorFactsTest, WithoutABitmapTheLookStays) {
+TEST_F(CursorMetadataTest, WithoutABitmapTheLookStays) {
   read();
   cursor.bitmapOffset = 0;
   EXPECT_FALSE(read());
@@ -81,7 +81,7 @@ TEST_F(CursorFactsTest, WithoutABitmapTheLookStays) {
   EXPECT_THAT(cursorMetadata.image()->pixels, ElementsAre(0x04030201, 0x08070605));
 }
 
-TEST_F(CursorFactsTest, WithoutANumberThereIsNoCursor) {
+TEST_F(CursorMetadataTest, WithoutANumberThereIsNoCursor) {
   read();
   cursor.id = 0;
   cursor.bitmapOffset = 0;
@@ -90,7 +90,7 @@ TEST_F(CursorFactsTest, WithoutANumberThereIsNoCursor) {
   EXPECT_FALSE(read());
 }
 
-TEST_F(CursorFactsTest, ALookThatMakesNoSenseIsNotShown) {
+TEST_F(CursorMetadataTest, ALookThatMakesNoSenseIsNotShown) {
   const auto isHidden = [&](auto spoil) {
     bitmap = Bitmap{};
     bitmap.format = bgra;
@@ -113,7 +113,7 @@ TEST_F(CursorFactsTest, ALookThatMakesNoSenseIsNotShown) {
   EXPECT_FALSE(isHidden([](Bitmap&) {}));
 }
 
-TEST_F(CursorFactsTest, FactsThatAreCutOffDoNoHarm) {
+TEST_F(CursorMetadataTest, FactsThatAreCutOffDoNoHarm) {
   const auto whole = bytes();
   for (std::size_t size = 0; size < whole.size(); ++size) {
     readBytes({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)});
@@ -124,7 +124,7 @@ TEST_F(CursorFactsTest, FactsThatAreCutOffDoNoHarm) {
   EXPECT_FALSE(cursorMetadata.image());
 }
 
-TEST_F(CursorFactsTest, AnyPlaceWillDo) {
+TEST_F(CursorMetadataTest, AnyPlaceWillDo) {
   using Int = std::numeric_limits<std::int32_t>;
   cursor.x = Int::max();
   cursor.hotspotX = Int::min();

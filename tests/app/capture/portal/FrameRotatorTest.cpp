@@ -41,7 +41,7 @@ Pixels turned(std::uint32_t transform) {
       upright.turn(pictureOf(drawn, 3), VideoTransform::read(transform), std::nullopt).picture);
 }
 
-TEST(UprightPicture, UndoesWhatTheProducerDid) {
+TEST(FrameRotator, UndoesWhatTheProducerDid) {
   EXPECT_THAT(turned(0), ElementsAre(1, 2, 3, 4, 5, 6));
   EXPECT_THAT(turned(1), ElementsAre(4, 1, 5, 2, 6, 3));
   EXPECT_THAT(turned(2), ElementsAre(6, 5, 4, 3, 2, 1));
@@ -52,7 +52,7 @@ TEST(UprightPicture, UndoesWhatTheProducerDid) {
   EXPECT_THAT(turned(7), ElementsAre(6, 3, 5, 2, 4, 1));
 }
 
-TEST(UprightPicture, ANumberThatMeansNothingIsUpright) {
+TEST(FrameRotator, ANumberThatMeansNothingIsUpright) {
   EXPECT_THAT(turned(8), ElementsAre(1, 2, 3, 4, 5, 6));
   EXPECT_THAT(turned(std::numeric_limits<std::uint32_t>::max()), ElementsAre(1, 2, 3, 4, 5, 6));
 }
@@ -105,7 +105,7 @@ TEST_P(EachTransform, ACursorIsTurnedWithThePicture) {
 
 INSTANTIATE_TEST_SUITE_P(All, EachTransform, testing::Range(0U, 8U));
 
-TEST(UprightPicture, RowsThatAreNotWholePixelsApartEndNothing) {
+TEST(FrameRotator, RowsThatAreNotWholePixelsApartEndNothing) {
   const std::vector<std::uint8_t> bytes(64);
   const RawPicture skewed{bytes.data(), 3, 2, 13, PixelOrder::bgr};
   for (const std::uint32_t transform : {1U, 3U, 5U, 7U}) {
@@ -115,7 +115,7 @@ TEST(UprightPicture, RowsThatAreNotWholePixelsApartEndNothing) {
   }
 }
 
-TEST(UprightPicture, AnotherTransformOrSizeChangesAll) {
+TEST(FrameRotator, AnotherTransformOrSizeChangesAll) {
   FrameRotator upright;
   upright.turn(pictureOf(drawn, 3), VideoTransform::read(1), std::nullopt);
   const auto other = upright.turn(pictureOf(drawn, 3), VideoTransform::read(3), PixelRects{});

@@ -290,14 +290,14 @@ TEST_F(FeedDownloadTest, CanBeGivenUpAtAnyTime) {
 
 TEST_F(FeedDownloadTest, CanGoWhenItHasTold) {
   server.answer("/feed.xml", document("<rss/>"));
-  bool told = false;
+  bool reported = false;
   download = std::make_unique<FeedDownload>(server.url("/feed.xml"), limits,
                                             [&](const Result<std::string>& feed) {
                                               download.reset();
                                               EXPECT_EQ(feed.value(), "<rss/>");
-                                              told = true;
+                                              reported = true;
                                             });
-  EXPECT_TRUE(spinUntil([&] { return told; }));
+  EXPECT_TRUE(spinUntil([&] { return reported; }));
 }
 
 }  // namespace
