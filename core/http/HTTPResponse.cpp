@@ -53,9 +53,9 @@ std::string errorBody(std::string_view message) {
   }
 }
 
-Bytes streamHead(std::string_view contentType) {
-  std::string head = "HTTP/1.1 200 OK\r\nContent-Type: ";
-  head.append(contentType)
+Bytes streamHead(std::string_view bodyHeaders) {
+  std::string head = "HTTP/1.1 200 OK\r\n";
+  head.append(bodyHeaders)
       .append(
           "\r\nCache-Control: no-cache, no-store, must-revalidate\r\nPragma: no-cache\r\n"
           "Connection: close\r\nX-Content-Type-Options: nosniff\r\n\r\n");
@@ -102,12 +102,12 @@ Bytes HTTPResponse::file(const Bytes& body, std::string_view contentType) {
 }
 
 Bytes HTTPResponse::mjpegHead() {
-  return streamHead(
-      std::string("multipart/x-mixed-replace; boundary=").append(MJPEGFramer::boundary));
+  return streamHead(std::string("Content-Type: multipart/x-mixed-replace; boundary=")
+                        .append(MJPEGFramer::boundary));
 }
 
 Bytes HTTPResponse::scriptStreamHead() {
-  return streamHead("application/octet-stream");
+  return streamHead("Content-Type: application/octet-stream\r\nContent-Length: 9007199254740991");
 }
 
 std::optional<std::string_view> HTTPResponse::contentType(std::string_view forExtension) {

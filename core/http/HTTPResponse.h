@@ -38,6 +38,8 @@ class HTTPResponse {
 
   /// Returns the head for a script that reads the parts itself: WebKit's fetch rejects a body that
   /// is declared multipart/x-mixed-replace but reads the same bytes as application/octet-stream.
+  /// It declares the largest length that JavaScript can represent, because WebKitGTK with libsoup
+  /// 3.6 holds back the end of what has arrived of a body without a length.
   static Bytes scriptStreamHead();
 
   /// Returns the media type of a file name extension without its dot, in any case, or nullopt if it

@@ -24,7 +24,8 @@ COUNT_URLS = """<script>
   };
   URL.revokeObjectURL = (url) => { --window.liveURLs; revoke.call(URL, url); };
 </script>"""
-HEAD = b"HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\nConnection: close\r\n\r\n"
+HEAD = (b"HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\n"
+        b"Content-Length: 9007199254740991\r\nConnection: close\r\n\r\n")
 # Chromium fills a cache of decoded images within the first few hundred frames. Leaking the frames would take
 # twice as much as this, leaking the decoded images thirty times.
 GROWTH = 40 << 20  # from one sample to the next

@@ -134,10 +134,11 @@ TEST(HTTPResponse, MJPEGHeadByteForByte) {
             "X-Content-Type-Options: nosniff\r\n\r\n");
 }
 
-TEST(HTTPResponse, ScriptStreamHeadDiffersInTheContentTypeAlone) {
+TEST(HTTPResponse, ScriptStreamHeadHasAnotherContentTypeAndALength) {
   EXPECT_EQ(text(HTTPResponse::scriptStreamHead()),
             "HTTP/1.1 200 OK\r\n"
             "Content-Type: application/octet-stream\r\n"
+            "Content-Length: 9007199254740991\r\n"
             "Cache-Control: no-cache, no-store, must-revalidate\r\n"
             "Pragma: no-cache\r\n"
             "Connection: close\r\n"
