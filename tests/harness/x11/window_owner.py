@@ -7,6 +7,7 @@ from ..waiting import LIMIT, eventually
 
 OWNER = """
 import sys
+import time
 from Xlib import X
 from Xlib.display import Display
 display = Display()
@@ -45,6 +46,9 @@ def hide(name):
     screen.root.send_event(event.ClientMessage(
         window=windows[name], client_type=display.intern_atom("WM_CHANGE_STATE"),
         data=(32, [3, 0, 0, 0, 0])), event_mask=X.SubstructureRedirectMask | X.SubstructureNotifyMask)
+    wm_state = display.intern_atom("WM_STATE")
+    while windows[name].get_full_property(wm_state, wm_state).value[0] != 3:
+        time.sleep(0.02)
 
 def show(name):
     windows[name].map()
@@ -72,7 +76,7 @@ for line in sys.stdin:
 class Owner(Process):
     """A scripted X client. Each method is a command of OWNER; it paints only on command.
 
-    Every call returns when the server has executed it.
+    Every call returns when the server has executed it, hide() when the window manager has minimised the window.
     """
 
     def __init__(self, server, folder, name):
