@@ -345,6 +345,7 @@ TEST_F(AppModelTest, WhatTheDesktopGivesAgainstAskingAgainIsRemembered) {
   const auto launchWith = [&](std::shared_ptr<portal::RestoreTokens> given) {
     auto parts = platform(mainQueue);
     parts.restoreTokens = std::move(given);
+    model.reset();
     model = AppModel::create(config, parts, uploads);
   };
   launchWith(tokens);
