@@ -47,12 +47,13 @@ def press(title, name, roles=()):
 
 
 def find_in(program, name, roles=()):
-    """Waits for a visible widget of that name in any window of a program, and returns it."""
+    """Waits for visible widgets of that name in any window of a program, and returns the rightmost."""
     def found():
         windows = [window for owner, window in _windows() if _name(owner) == program]
-        return _find_below(windows, name, roles)
+        return list(_all_visible_below(windows, name, roles))
 
-    return eventually(found, LIMIT, f"{name!r} in {program}", every=0.2)
+    return max(eventually(found, LIMIT, f"{name!r} in {program}", every=0.2),
+               key=lambda widget: widget.centre[0])
 
 
 def find(title, name, roles=()):
@@ -84,11 +85,14 @@ def texts_in(program):
 
 
 def _find_below(windows, name, roles):
+    return next(_all_visible_below(windows, name, roles), None)
+
+
+def _all_visible_below(windows, name, roles):
     for accessible in _all_below(windows):
         widget = Widget(accessible)
         if _name(accessible) == name and _has_role(accessible, roles) and widget.has("SHOWING"):
-            return widget
-    return None
+            yield widget
 
 
 def _has_role(accessible, roles):

@@ -62,6 +62,7 @@ class PlasmaTalk(Talk):
         wait_until_sharing()
         self._stop()
         self._press_in_menu("Start Sharing")
+        self._choose(self.monitor)
         wait_until_sharing()
         self._expect_screen(BLUE)
         self.picture("tray-sharing")
@@ -138,6 +139,7 @@ class PlasmaTalk(Talk):
         eventually(lambda: self._desktop.window_count() < before, LIMIT, "the menu is closed")
 
     def _click_in_panel(self, name, *button):
+        # the icons are at the right end, and a window's task may have the same name
         x, y = accessible.find_in(SHELL, name, roles=("button",)).centre
         left, top, _, _ = self._desktop.place_of_panel()
         self._desktop.click(left + x, top + y, *button)
