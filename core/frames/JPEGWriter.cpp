@@ -1,17 +1,16 @@
-// jpeglib.h needs size_t and FILE declared before it
-// clang-format off
-// clang-format on
-
 #include "core/frames/JPEGWriter.h"
 
-#include <jerror.h>
+// jpeglib.h needs size_t and FILE declared before it
+// clang-format off
+#include <cstddef>
+#include <cstdio>
 #include <jpeglib.h>
+#include <jerror.h>
+// clang-format on
 
 #include <algorithm>
 #include <array>
 #include <csetjmp>
-#include <cstddef>
-#include <cstdio>
 #include <exception>
 #include <string>
 #include <utility>
