@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <exception>
 #include <memory>
 #include <new>
@@ -150,6 +151,15 @@ class ItemDraft {
   Text releaseNotes_;
 };
 
+// Expat deprecates the older of these functions since the newer one exists.
+std::uint64_t currentLine(XML_Parser parser) {
+#if XML_MAJOR_VERSION > 2 || XML_MINOR_VERSION >= 9
+  return XML_GetCurrentLineNumber64(parser);
+#else
+  return XML_GetCurrentLineNumber(parser);
+#endif
+}
+
 /// Reads a feed with expat, whose time and memory grow only with the feed's size, however deep its
 /// elements and however many a tag's attributes.
 class AppcastReader {
@@ -167,8 +177,7 @@ class AppcastReader {
         XML_Parse(parser_.get(), bytes.data(), static_cast<int>(bytes.size()), XML_TRUE);
     if (failure_) std::rethrow_exception(failure_);
     if (status != XML_STATUS_OK) {
-      throw FeedError(FeedError::Case::notXML,
-                      std::to_string(XML_GetCurrentLineNumber(parser_.get())));
+      throw FeedError(FeedError::Case::notXML, std::to_string(currentLine(parser_.get())));
     }
     if (items_.empty()) throw FeedError(FeedError::Case::noVersion);
     return std::move(items_);
