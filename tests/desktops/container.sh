@@ -111,7 +111,7 @@ install_desktop() {
   cp -r "$desktops/$suite-packages" "$root/packages"
   logged "$at/log" in_root "$root" "apt-get -qq update
     apt-get -qq -y --no-install-recommends install ${everywhere[*]} ${packages[*]}
-    apt-get -qq -y --no-install-recommends --reinstall install ./packages/tarvinel_*.deb qt6-wayland
+    apt-get -qq -y --no-install-recommends --reinstall install ./packages/tarvinel_*.deb qt6-wayland wl-clipboard
     id sam > /dev/null 2>&1 || useradd --uid 1000 --create-home --shell /bin/bash sam"
   umount --recursive "$root"
 }
