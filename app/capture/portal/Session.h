@@ -52,7 +52,8 @@ class Session {
     std::function<void()> onFailure;  ///< it was accepted, but failed
   };
 
-  static constexpr int maxAttempts = 12;
+  /// For ten seconds: on a busy machine the desktop is slow to restart its backend.
+  static constexpr int maxAttempts = 40;
 
   void watch();
   void askOffer();
