@@ -8,25 +8,26 @@ from . import http
 from .waiting import LIMIT
 
 HEAD = (b"HTTP/1.1 200 OK\r\n"
-        b"Content-Type: %s\r\n"
+        b"%s\r\n"
         b"Cache-Control: no-cache, no-store, must-revalidate\r\n"
         b"Pragma: no-cache\r\n"
         b"Connection: close\r\n"
         b"X-Content-Type-Options: nosniff\r\n\r\n")
-MULTIPART = b"multipart/x-mixed-replace; boundary=tarvinelframe"
+MULTIPART = b"Content-Type: multipart/x-mixed-replace; boundary=tarvinelframe"
+FOR_A_SCRIPT = b"Content-Type: application/octet-stream\r\nContent-Length: 9007199254740991"
 PART_START = b"--tarvinelframe\r\nContent-Type: image/jpeg\r\nContent-Length: "
 
 
 class Viewer:
     """One "/stream" request. The constructor returns when the expected head has arrived."""
 
-    def __init__(self, address=None, headers=(), content_type=MULTIPART, receive_buffer=None,
+    def __init__(self, address=None, headers=(), body_headers=MULTIPART, receive_buffer=None,
                  connection=None):
         self.socket = connection or http.connect(address, receive_buffer)
         self._buffer = bytearray()
         self.socket.settimeout(LIMIT)
         self.socket.sendall(http.request("GET", "/stream", *headers))
-        expected = HEAD % content_type
+        expected = HEAD % body_headers
         assert self._take(len(expected)) == expected
 
     def __enter__(self):

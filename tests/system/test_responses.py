@@ -4,7 +4,7 @@ import json
 import pytest
 
 from harness import http
-from harness.viewer import Viewer
+from harness.viewer import FOR_A_SCRIPT, Viewer
 
 CLOSING = b"Connection: close\r\nX-Content-Type-Options: nosniff\r\nX-Frame-Options: DENY\r\n"
 NOT_FOUND = (b"HTTP/1.1 404 Not Found\r\nContent-Type: text/plain; charset=utf-8\r\n"
@@ -85,7 +85,7 @@ def test_stream_head_and_parts(sharing):
 
 def test_stream_for_a_script(sharing):
     with Viewer(sharing.address, headers=["Accept: application/octet-stream"],
-                content_type=b"application/octet-stream") as viewer:
+                body_headers=FOR_A_SCRIPT) as viewer:
         viewer.next_frame()
 
 
