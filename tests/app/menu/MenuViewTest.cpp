@@ -139,8 +139,7 @@ TEST_F(MenuViewTest, OneViewerIsCountedInTheSingular) {
   launchAndWait();
   startSharing();
   const TestClient one = viewer();
-  while (model->viewerCount() != 1)
-    mainQueue.tick();
+  ASSERT_TRUE(awaitViewers(1));
   EXPECT_EQ(lines()[0], "text Sharing Display 1 (main) 1280×720 · 1 viewer");
   EXPECT_THAT(lines()[1], testing::HasSubstr(" · 1 viewer · 0 Mbps"));
 }
@@ -150,8 +149,7 @@ TEST_F(MenuViewTest, TheStreamLineShowsWhatIsSent) {
   launchAndWait();
   startSharing();
   TestClient one = viewer();
-  while (model->viewerCount() != 1)
-    mainQueue.tick();
+  ASSERT_TRUE(awaitViewers(1));
   deliver(noise());
   const std::size_t bytes = one.readPart().size() + one.readPart().size();  // moving, then settled
   mainQueue.tick();

@@ -63,13 +63,6 @@ class AppModelTest : public ModelFixture {
     ASSERT_TRUE(mainQueue.runUntil([&] { return model->uploadStatus()->enabled; }));
   }
 
-  bool awaitViewers(std::int64_t count) {
-    return eventually([&] {
-      mainQueue.tick();
-      return model->viewerCount() == count;
-    });
-  }
-
   long listings() const {
     const auto lines = log.lines();
     return std::ranges::count_if(
@@ -591,8 +584,7 @@ TEST_F(AppModelTest, AChangedViewerCountNotifiesOnce) {
   launchAndWait();
   const TestClient one = viewer();
   changes = 0;
-  while (model->viewerCount() != 1)
-    mainQueue.tick();
+  ASSERT_TRUE(awaitViewers(1));
   EXPECT_EQ(changes, 1);
   mainQueue.tick();
   EXPECT_EQ(changes, 1);
@@ -608,8 +600,7 @@ TEST_F(AppModelTest, APinnedMotionRateStaysWhateverTheViewers) {
   mainQueue.tick();
   EXPECT_EQ(model->motionFPS(), 12);
   const TestClient one = viewer();
-  while (model->viewerCount() != 1)
-    mainQueue.tick();
+  ASSERT_TRUE(awaitViewers(1));
   EXPECT_EQ(model->motionFPS(), 12);
   EXPECT_THAT(status(), HasSubstr(R"("fps":12,)"));
 }
@@ -694,8 +685,7 @@ TEST_F(AppModelTest, ACableHalvesWhatAFrameCosts) {
   launchAndWait();
   startSharing();
   TestClient one = viewer();
-  while (model->viewerCount() != 1)
-    mainQueue.tick();
+  ASSERT_TRUE(awaitViewers(1));
   deliver(noise());
   const auto frameBits = static_cast<double>(one.readPart().size()) * 8;
   const auto overWiFi = static_cast<std::int64_t>(100e6 / (2 * frameBits));

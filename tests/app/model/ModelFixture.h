@@ -92,6 +92,14 @@ class ModelFixture : public testing::Test {
     return client;
   }
 
+  /// Lets the model tick until it counts so many viewers; returns false if it never does.
+  bool awaitViewers(std::int64_t count) {
+    return test::eventually([&] {
+      mainQueue.tick();
+      return model->viewerCount() == count;
+    });
+  }
+
   /// Runs a step of the platform on the platform's queue.
   void onScreen(const std::function<void()>& step) { screen.queue->sync(step); }
 
