@@ -1,92 +1,18 @@
 #include "core/frames/JPEGWriter.h"
 
-// jpeglib.h needs size_t and FILE declared before it
-// clang-format off
-#include <cstddef>
-#include <cstdio>
-#include <jpeglib.h>
-#include <jerror.h>
-// clang-format on
+#include "core/frames/JPEGCompressor.h"
 
 #include <algorithm>
 #include <array>
-#include <csetjmp>
-#include <exception>
 #include <string>
-#include <utility>
 
 namespace tarvinel {
 
 namespace {
 
-// The library reports failures by a call that must not return, and its own frames cannot be unwound
-// by an exception, so errors jump back to `compress`. Functions between the two therefore hold
-// nothing that needs a destructor.
-struct Errors : jpeg_error_mgr {
-  std::jmp_buf failed;
-};
-
-struct Destination : jpeg_destination_mgr {
-  Bytes bytes;
-};
-
-Destination& destinationOf(j_compress_ptr compressor) {
-  return *static_cast<Destination*>(compressor->dest);
-}
-
-[[noreturn]] void jumpOut(j_common_ptr compressor) {
-  std::longjmp(static_cast<Errors*>(compressor->err)->failed, 1);
-}
-
-void stayQuiet(j_common_ptr /*compressor*/) {}
-
-void initErrors(Errors& errors) {
-  jpeg_std_error(&errors);
-  errors.error_exit = jumpOut;
-  errors.output_message = stayQuiet;
-}
-
-bool resize(Bytes& bytes, std::size_t size) {
-  try {
-    bytes.resize(size);
-    return true;
-  } catch (const std::exception&) {
-    return false;
-  }
-}
-
-void offerFrom(Destination& destination, std::size_t offset) {
-  destination.next_output_byte = destination.bytes.data() + offset;
-  destination.free_in_buffer = destination.bytes.size() - offset;
-}
-
-void begin(j_compress_ptr compressor) {
-  offerFrom(destinationOf(compressor), 0);
-}
-
-boolean grow(j_compress_ptr compressor) {
-  Destination& destination = destinationOf(compressor);
-  const std::size_t full = destination.bytes.size();
-  if (!resize(destination.bytes, full * 2)) ERREXIT1(compressor, JERR_OUT_OF_MEMORY, 0);
-  offerFrom(destination, full);
-  return TRUE;
-}
-
-void finish(j_compress_ptr compressor) {
-  Destination& destination = destinationOf(compressor);
-  destination.bytes.resize(destination.bytes.size() - destination.free_in_buffer);
-}
-
 // Returns about the size of a desktop at the best quality in use, so that growing is rare.
 std::size_t expectedSize(const PixelView& picture) {
   return picture.width * picture.height / 4 + 4096;
-}
-
-void initDestination(Destination& destination, const PixelView& picture) {
-  destination.init_destination = begin;
-  destination.empty_output_buffer = grow;
-  destination.term_destination = finish;
-  if (!resize(destination.bytes, expectedSize(picture))) throw JPEGEncodeError::encodeFailed();
 }
 
 void setParameters(jpeg_compress_struct& compressor, const PixelView& picture, int quality,
@@ -119,31 +45,17 @@ void writeRows(jpeg_compress_struct& compressor, const PixelView& picture) {
   }
 }
 
-bool compress(jpeg_compress_struct& compressor, Destination& destination, const PixelView& picture,
-              int quality, ChromaSampling chroma) {
-  if (setjmp(static_cast<Errors*>(compressor.err)->failed) != 0) return false;
-  jpeg_create_compress(&compressor);
-  compressor.dest = &destination;
-  setParameters(compressor, picture, quality, chroma);
-  jpeg_start_compress(&compressor, TRUE);
-  writeRows(compressor, picture);
-  jpeg_finish_compress(&compressor);
-  return true;
-}
-
 }  // namespace
 
 Bytes writeJPEG(const PixelView& picture, int quality, ChromaSampling chroma) {
-  Errors errors;
-  initErrors(errors);
-  Destination destination;
-  initDestination(destination, picture);
-  jpeg_compress_struct compressor{};
-  compressor.err = &errors;
-  const bool written = compress(compressor, destination, picture, quality, chroma);
-  jpeg_destroy_compress(&compressor);
-  if (!written) throw JPEGEncodeError::encodeFailed();
-  return std::move(destination.bytes);
+  Bytes file = JPEGCompressor().run(expectedSize(picture), [&](jpeg_compress_struct& compressor) {
+    setParameters(compressor, picture, quality, chroma);
+    jpeg_start_compress(&compressor, TRUE);
+    writeRows(compressor, picture);
+    jpeg_finish_compress(&compressor);
+  });
+  if (file.empty()) throw JPEGEncodeError::encodeFailed();
+  return file;
 }
 
 JPEGEncodeError JPEGEncodeError::unsupportedPixelFormat(PixelFormat format) {
