@@ -51,11 +51,15 @@ CaptureEngine::CaptureEngine(FrameBroadcaster& broadcaster, Logger logger,
                              ServiceFactory makeService, const CaptureTools& tools)
     : logger_(std::move(logger)),
       makeService_(std::move(makeService)),
+      broadcaster_(broadcaster),
       pump_(broadcaster),
-      pipeline_(pump_, logger_, tools),
-      settleTimer_(tools.makeSettleTimer(queue_, [this] { tick(); })) {}
+      pipeline_(broadcaster, pump_, logger_, tools),
+      settleTimer_(tools.makeSettleTimer(queue_, [this] { tick(); })) {
+  broadcaster_.setOnSubscription([this] { queue_.post([this] { viewerJoined(); }); });
+}
 
 CaptureEngine::~CaptureEngine() {
+  broadcaster_.setOnSubscription(nullptr);
   queue_.sync([this] {
     next_.reset();
     capture_.reset();
@@ -275,6 +279,11 @@ void CaptureEngine::afterPublishing(std::function<void()> task) {
 void CaptureEngine::frame(std::uint64_t number, const CapturedFrame& frame) {
   if (!isOf(capture_, number)) return;
   pipeline_.frame(frame);
+  settleTimer_->run(pipeline_.needsTicks());
+}
+
+void CaptureEngine::viewerJoined() {
+  pipeline_.viewerJoined();
   settleTimer_->run(pipeline_.needsTicks());
 }
 

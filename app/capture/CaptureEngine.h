@@ -66,7 +66,7 @@ class CaptureEngine {
   /// Returns the recent average size of a motion frame in bytes; 0 before the first.
   double motionBytesAverage() const { return pipeline_.motionBytesAverage(); }
 
-  /// Returns whether the capture that was started last has sent a frame.
+  /// Returns whether the capture that was started last has had a picture for viewers.
   bool hasSentFrame() const { return pipeline_.hasSentFrame(); }
 
  private:
@@ -100,6 +100,7 @@ class CaptureEngine {
   void logStopped(const Result<void>& result);
   void streamStopped(std::uint64_t number, const Result<void>& why);
   void frame(std::uint64_t number, const CapturedFrame& frame);
+  void viewerJoined();
   void tick();
   static bool isOf(const std::optional<Capture>& capture, std::uint64_t number) {
     return capture && capture->number == number;
@@ -112,6 +113,7 @@ class CaptureEngine {
   SerialQueue queue_{".capture"};
   const Logger logger_;
   const ServiceFactory makeService_;
+  FrameBroadcaster& broadcaster_;
   FramePump pump_;
   std::atomic<std::uint64_t> captures_{0};  ///< started so far
 

@@ -19,6 +19,17 @@ FramePacer pacerAt(std::int64_t motionFPS) {
   return {motionFPS, settleDelay, minorFPS};
 }
 
+std::optional<std::vector<Rect>> dirtyPixelsOf(const CapturedFrame& frame) {
+  if (!frame.dirtyRects) return std::nullopt;
+  const double scale = frame.scaleFactor.value_or(1);
+  std::vector<Rect> pixels;
+  for (const Rect& points : *frame.dirtyRects) {
+    pixels.push_back(
+        {points.x * scale, points.y * scale, points.width * scale, points.height * scale});
+  }
+  return pixels;
+}
+
 PixelSize pictureSize(const PixelBuffer& buffer, const std::optional<Rect>& crop) {
   const PixelRect area = croppedArea(buffer.width(), buffer.height(), crop);
   return {area.width, area.height};
@@ -26,20 +37,28 @@ PixelSize pictureSize(const PixelBuffer& buffer, const std::optional<Rect>& crop
 
 }  // namespace
 
-FramePipeline::FramePipeline(FramePump& pump, Logger logger, CaptureTools tools)
-    : pump_(pump),
-      logger_(std::move(logger)),
+FramePipeline::FramePipeline(FrameBroadcaster& broadcaster, FramePump& pump, const Logger& logger,
+                             CaptureTools tools)
+    : broadcaster_(broadcaster),
+      pump_(pump),
+      logger_(logger),
       tools_(std::move(tools)),
-      pacer_(pacerAt(FrameSettings::defaultMotionFPS)) {}
+      pacer_(pacerAt(FrameSettings::defaultMotionFPS)),
+      tiles_(broadcaster, logger) {}
 
 void FramePipeline::begin(const FrameSettings& settings) {
   settings_ = settings;
   pacer_ = pacerAt(settings.motionFPS);
+  tiles_.begin({.motion = libraryQuality(settings.motionQuality),
+                .settled = libraryQuality(settings.crispQuality)},
+               settings.motionFPS);
   forget();
 }
 
 void FramePipeline::forget() {
   hasSentFrame_ = false;
+  isFrameStale_ = false;
+  tiles_.forget();
   lastBuffer_.reset();
   lastCrop_.reset();
 }
@@ -53,21 +72,53 @@ void FramePipeline::frame(const CapturedFrame& frame) {
   if (!metadata.idle) {
     lastBuffer_ = frame.buffer;
     lastCrop_ = metadata.crop;
+    makeTiles(frame);
   }
   act(pacer_.frame(FramePacer::change(metadata.dirtyFraction, metadata.idle), tools_.uptime()));
 }
 
-void FramePipeline::tick() {
-  act(pacer_.tick(tools_.uptime()));
+void FramePipeline::makeTiles(const CapturedFrame& frame) {
+  tiles_.frame({frame.buffer, lastCrop_, scale(1.0), scale(settings_.motionScale)},
+               dirtyPixelsOf(frame), tools_.uptime());
+  if (tiles_.motionBytes() > 0 && !isFrameWanted()) average_.add(tiles_.motionBytes());
+  if (broadcaster_.hasTiles()) hasSentFrame_ = true;
 }
 
+void FramePipeline::tick() {
+  const double now = tools_.uptime();
+  tiles_.tick(now);
+  act(pacer_.tick(now));
+}
+
+void FramePipeline::viewerJoined() {
+  tiles_.viewerJoined(tools_.uptime());
+  const bool isMissing = isFrameStale_ || tiles_.isUnable();
+  if (lastBuffer_ && isMissing && isFrameWanted()) send(true);
+}
+
+bool FramePipeline::isFrameWanted() const {
+  return broadcaster_.frameViewerCount() > 0 ||
+         (tiles_.isUnable() && broadcaster_.tileViewerCount() > 0);
+}
+
+// A retained frame that is out of date is nothing for a viewer who joins later.
 void FramePipeline::act(FramePacer::Action action) {
   if (action == FramePacer::Action::skip || !lastBuffer_) return;
-  const bool crisp = action == FramePacer::Action::sendCrisp;
+  if (isFrameWanted()) {
+    send(action == FramePacer::Action::sendCrisp);
+  } else {
+    isFrameStale_ = true;
+    hasSentFrame_ = true;
+    broadcaster_.clearLatest();
+  }
+}
+
+void FramePipeline::send(bool crisp) {
   const Frame frame = encode(crisp);
   if (!frame) return;
   if (!crisp) average_.add(frame->size());
   pump_.offer(frame);
+  isFrameStale_ = false;
   hasSentFrame_ = true;
 }
 
@@ -85,9 +136,11 @@ Frame FramePipeline::encode(bool crisp) {
 }
 
 Frame FramePipeline::encodeFitted(double quality, double reduction, ChromaSampling chroma) {
-  const PixelSize delivered = pictureSize(*lastBuffer_, lastCrop_);
-  const double scale = fittingScale(delivered, settings_.configured, reduction);
-  return tools_.encode(*lastBuffer_, quality, lastCrop_, scale, chroma);
+  return tools_.encode(*lastBuffer_, quality, lastCrop_, scale(reduction), chroma);
+}
+
+double FramePipeline::scale(double reduction) const {
+  return fittingScale(pictureSize(*lastBuffer_, lastCrop_), settings_.configured, reduction);
 }
 
 namespace {

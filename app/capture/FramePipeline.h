@@ -2,7 +2,9 @@
 
 #include "app/capture/ScreenCaptureService.h"
 #include "app/capture/StreamGeometry.h"
+#include "app/capture/TilePipeline.h"
 #include "core/frames/Frame.h"
+#include "core/frames/FrameBroadcaster.h"
 #include "core/frames/FramePacer.h"
 #include "core/frames/FramePump.h"
 #include "core/frames/JPEGWriter.h"
@@ -78,12 +80,14 @@ struct FrameSettings {
   double pixelsPerPoint = 2;  ///< gives the configured size if a frame reports the source's
 };
 
-/// The path of a frame from the capture to the pump: decides when to send it, encodes it and hands
-/// it over. Lives on the capture queue unless stated otherwise.
+/// The path of a picture from the capture to viewers: decides when to send it, encodes it and hands
+/// it over, as whole frames and as tiles. Nothing is encoded that no viewer is there for. Lives on
+/// the capture queue unless stated otherwise.
 class FramePipeline {
  public:
-  /// The pump must outlive the pipeline.
-  FramePipeline(FramePump& pump, Logger logger, CaptureTools tools);
+  /// The broadcaster and the pump, which publishes there, must outlive the pipeline.
+  FramePipeline(FrameBroadcaster& broadcaster, FramePump& pump, const Logger& logger,
+                CaptureTools tools);
 
   /// Begins a new capture and resets everything but the average.
   void begin(const FrameSettings& settings);
@@ -96,27 +100,44 @@ class FramePipeline {
 
   /// Is called by the settle timer, every 0.1 s while `needsTicks`; otherwise a tick does nothing.
   void tick();
-  bool needsTicks() const { return lastBuffer_ != nullptr && pacer_.crispDue(); }
+  bool needsTicks() const {
+    return lastBuffer_ != nullptr && (pacer_.crispDue() || tiles_.needsTicks());
+  }
+
+  /// Sends the picture as it is now, if it was not encoded for want of viewers.
+  void viewerJoined();
 
   /// Sets the frames per second while the screen moves, at least 1.
-  void setMotionFPS(std::int64_t framesPerSecond) { pacer_.setMotionFPS(framesPerSecond); }
+  void setMotionFPS(std::int64_t framesPerSecond) {
+    pacer_.setMotionFPS(framesPerSecond);
+    tiles_.setMotionFPS(framesPerSecond);
+  }
 
-  /// Returns the recent average size of a motion frame in bytes; 0 at first. Safe from any thread.
+  /// Returns the recent average size in bytes of a motion frame or, while all viewers get tiles, of
+  /// the tiles encoded at a time at motion quality; 0 at first. Safe from any thread.
   double motionBytesAverage() const { return average_.value(); }
 
-  /// Returns whether the capture that was begun last has sent a frame. Safe from any thread.
+  /// Returns whether the capture that was begun last has had a picture for viewers. Safe from any
+  /// thread.
   bool hasSentFrame() const { return hasSentFrame_; }
 
  private:
+  bool isFrameWanted() const;
+  double scale(double reduction) const;
+  void makeTiles(const CapturedFrame& frame);
   void act(FramePacer::Action action);
+  void send(bool crisp);
   Frame encode(bool crisp);
   Frame encodeFitted(double quality, double reduction, ChromaSampling chroma);
 
+  FrameBroadcaster& broadcaster_;
   FramePump& pump_;
   const Logger logger_;
   const CaptureTools tools_;
   FrameSettings settings_;
   FramePacer pacer_;
+  TilePipeline tiles_;
+  bool isFrameStale_ = false;                // the picture has changed since a frame was sent
   std::shared_ptr<PixelBuffer> lastBuffer_;  // the newest that carried content
   std::optional<Rect> lastCrop_;             // where its content is, pixels
   MotionBytesAverage average_;

@@ -1,7 +1,6 @@
 #include "app/model/SharingModel.h"
 
 #include "app/capture/CaptureError.h"
-#include "core/frames/JPEGWriter.h"
 #include "core/frames/StreamPolicy.h"
 #include "core/link/LinkMonitor.h"
 #include "core/pages/ViewerPage.h"
@@ -191,20 +190,23 @@ void SharingModel::setSharing(bool sharing) {
   update(isSharing_, sharing);
 }
 
-// Shows the card to current viewers and discards the retained frame, so that the ended share is
+// Shows the card to current viewers and discards the retained picture, so that the ended share is
 // visible neither to them nor to new ones.
 void SharingModel::hidePicture() {
-  const Frame last = dependencies_.broadcaster.latest();
-  const auto size = last ? sizeOfJPEG(*last) : std::nullopt;
+  FrameBroadcaster& broadcaster = dependencies_.broadcaster;
+  const auto size = broadcaster.latestSize();
   if (!size) return;
-  const auto shown = resultOf([&] { dependencies_.broadcaster.publish(quietCard_.ofSize(*size)); });
+  broadcaster.clearTiles();
+  const auto shown = resultOf([&] { broadcaster.publish(quietCard_.ofSize(*size)); });
   if (!shown.ok()) logger_->error("no card for viewers: {}", describe(shown.error()));
-  dependencies_.broadcaster.clearLatest();
+  broadcaster.clearLatest();
 }
 
 void SharingModel::tick(std::int64_t viewerCount, bool isWired) {
   if (!isSharing_) return;
   retuneMotionRate(viewerCount, isWired);
+  dependencies_.broadcaster.setTileByteRate(
+      StreamPolicy::byteRate(viewerCount, isWired, dependencies_.config.budgetMbps));
   // a desktop may deliver no picture before something changes, not even a first one
   if (!engine_.hasSentFrame()) hidePicture();
 }

@@ -1,5 +1,6 @@
 #include "core/frames/FrameBroadcaster.h"
 
+#include "core/frames/JPEGWriter.h"
 #include "core/support/FatalError.h"
 
 #include <utility>
@@ -25,20 +26,46 @@ UUID FrameBroadcaster::subscribe(Sink sink) {
   const std::scoped_lock lock(mutex_);
   const auto& stored = sinks_.emplace(identifier, std::move(sink)).first->second;
   if (latest_) stored(latest_);
+  subscribed();
   return identifier;
+}
+
+UUID FrameBroadcaster::subscribeToTiles(TileSink sink) {
+  const UUID identifier = UUID::random();
+  const std::scoped_lock lock(mutex_);
+  const auto& stored = tileSinks_.emplace(identifier, std::move(sink)).first->second;
+  if (table_) stored({.table = table_, .whole = nullptr});
+  subscribed();
+  return identifier;
+}
+
+void FrameBroadcaster::subscribed() {
+  if (onSubscription_) onSubscription_();
 }
 
 void FrameBroadcaster::unsubscribe(const UUID& identifier) {
   const std::scoped_lock lock(mutex_);
   sinks_.erase(identifier);
+  tileSinks_.erase(identifier);
 }
 
 void FrameBroadcaster::publish(const Frame& frame) {
   const std::scoped_lock lock(mutex_);
   latest_ = frame;
-  bytesSent_ = checkedTotal(bytesSent_, frame->size(), sinks_.size());
+  count(frame->size(), sinks_.size());
   for (const auto& [identifier, sink] : sinks_)
     sink(frame);
+  if (table_) return;
+  count(frame->size(), tileSinks_.size());
+  for (const auto& [identifier, sink] : tileSinks_)
+    sink({.table = nullptr, .whole = frame});
+}
+
+void FrameBroadcaster::publishTiles(std::shared_ptr<const tiles::Table> table) {
+  const std::scoped_lock lock(mutex_);
+  table_ = std::move(table);
+  for (const auto& [identifier, sink] : tileSinks_)
+    sink({.table = table_, .whole = nullptr});
 }
 
 void FrameBroadcaster::clearLatest() {
@@ -46,9 +73,43 @@ void FrameBroadcaster::clearLatest() {
   latest_.reset();
 }
 
+void FrameBroadcaster::clearTiles() {
+  const std::scoped_lock lock(mutex_);
+  table_.reset();
+}
+
+void FrameBroadcaster::setOnSubscription(std::function<void()> onSubscription) {
+  const std::scoped_lock lock(mutex_);
+  onSubscription_ = std::move(onSubscription);
+}
+
 std::size_t FrameBroadcaster::viewerCount() const {
   const std::scoped_lock lock(mutex_);
+  return sinks_.size() + tileSinks_.size();
+}
+
+std::size_t FrameBroadcaster::frameViewerCount() const {
+  const std::scoped_lock lock(mutex_);
   return sinks_.size();
+}
+
+std::size_t FrameBroadcaster::tileViewerCount() const {
+  const std::scoped_lock lock(mutex_);
+  return tileSinks_.size();
+}
+
+bool FrameBroadcaster::hasTiles() const {
+  const std::scoped_lock lock(mutex_);
+  return table_ != nullptr;
+}
+
+void FrameBroadcaster::count(std::size_t bytes, std::size_t viewers) {
+  bytesSent_ = checkedTotal(bytesSent_, bytes, viewers);
+}
+
+void FrameBroadcaster::addTileBytes(std::size_t bytes) {
+  const std::scoped_lock lock(mutex_);
+  count(bytes, 1);
 }
 
 std::int64_t FrameBroadcaster::bytesSent() const {
@@ -59,6 +120,12 @@ std::int64_t FrameBroadcaster::bytesSent() const {
 Frame FrameBroadcaster::latest() const {
   const std::scoped_lock lock(mutex_);
   return latest_;
+}
+
+std::optional<PixelSize> FrameBroadcaster::latestSize() const {
+  const std::scoped_lock lock(mutex_);
+  if (table_) return PixelSize{table_->grid.width(), table_->grid.height()};
+  return latest_ ? sizeOfJPEG(*latest_) : std::nullopt;
 }
 
 }  // namespace tarvinel

@@ -17,6 +17,8 @@ PixelRect croppedArea(std::size_t width, std::size_t height, const std::optional
 
 /// Borrowed BGRA pixels, valid for as long as the owner of the memory guarantees.
 struct PixelView {
+  static constexpr std::size_t bytesPerPixel = 4;
+
   const std::uint8_t* pixels = nullptr;  ///< first byte of the first row
   std::size_t width = 0;                 ///< pixels
   std::size_t height = 0;                ///< pixels

@@ -47,30 +47,34 @@ std::size_t scaledLength(std::size_t length, double scale) {
   return static_cast<std::size_t>(std::max(1.0, scaled));
 }
 
+}  // namespace
+
 int libraryQuality(double quality) {
   if (!(quality > 0)) return 1;
   return std::max(1, static_cast<int>(std::lround(std::min(quality, 1.0) * 100)));
 }
 
-Bytes encodeReduced(const PixelView& picture, int quality, double scale, ChromaSampling chroma) {
-  if (!(scale < 1)) return writeJPEG(picture, quality, chroma);
-  const ReducedPicture reduced(picture, scaledLength(picture.width, scale),
-                               scaledLength(picture.height, scale));
-  return writeJPEG(reduced.view(), quality, chroma);
-}
-
-}  // namespace
-
-Frame PixelBufferJPEGEncoder::encode(PixelBuffer& buffer, double quality,
-                                     const std::optional<Rect>& crop, double scale,
-                                     ChromaSampling chroma) {
+void withPicture(PixelBuffer& buffer, const std::optional<Rect>& crop, double scale,
+                 const std::function<void(const PixelView& picture)>& use) {
   const PixelFormat format = buffer.pixelFormat();
   if (format != pixelFormatBGRA) throw JPEGEncodeError::unsupportedPixelFormat(format);
   const ReadLock lock(buffer);
   const PixelView whole = viewOf(buffer);
   const PixelView picture = whole.part(croppedArea(whole.width, whole.height, crop));
-  return std::make_shared<const Bytes>(
-      encodeReduced(picture, libraryQuality(quality), scale, chroma));
+  if (!(scale < 1)) return use(picture);
+  const ReducedPicture reduced(picture, scaledLength(picture.width, scale),
+                               scaledLength(picture.height, scale));
+  use(reduced.view());
+}
+
+Frame PixelBufferJPEGEncoder::encode(PixelBuffer& buffer, double quality,
+                                     const std::optional<Rect>& crop, double scale,
+                                     ChromaSampling chroma) {
+  Frame frame;
+  withPicture(buffer, crop, scale, [&](const PixelView& picture) {
+    frame = std::make_shared<const Bytes>(writeJPEG(picture, libraryQuality(quality), chroma));
+  });
+  return frame;
 }
 
 namespace {

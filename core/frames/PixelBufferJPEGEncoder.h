@@ -6,6 +6,7 @@
 #include "core/support/Geometry.h"
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -24,6 +25,15 @@ class ReducedPicture {
   std::unique_ptr<std::uint8_t[]> pixels_;
   PixelView view_;
 };
+
+/// Locks a BGRA buffer and calls `use` with its content: cropped and reduced as described at
+/// `PixelBufferJPEGEncoder::encode`, valid during the call. Throws JPEGEncodeError and whatever
+/// `use` throws.
+void withPicture(PixelBuffer& buffer, const std::optional<Rect>& crop, double scale,
+                 const std::function<void(const PixelView& picture)>& use);
+
+/// Returns the library's quality, 1 to 100, for one of 0 (smallest) to 1 (best).
+int libraryQuality(double quality);
 
 /// Encodes a captured picture as a JPEG file. Stateless; safe from any thread that may read the
 /// buffer.

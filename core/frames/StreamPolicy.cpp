@@ -38,6 +38,11 @@ std::int64_t StreamPolicy::motionFPS(std::int64_t viewers, std::int64_t motionFr
   return std::min(std::max(rate, floor), ceiling);  // not std::clamp: floor may exceed ceiling
 }
 
+double StreamPolicy::byteRate(std::int64_t viewers, bool wired, double budgetMbps) {
+  const auto shares = static_cast<double>(std::max<std::int64_t>(1, viewers));
+  return budgetMbps * 1'000'000.0 / 8 / shares / airFactor(wired);
+}
+
 double StreamPolicy::airtimeMbps(std::int64_t viewers, std::int64_t frameBytes, std::int64_t fps,
                                  bool wired) {
   const double bitsPerSecond = bitsForAllViewers(viewers, frameBytes) * static_cast<double>(fps);

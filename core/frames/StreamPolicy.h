@@ -29,6 +29,10 @@ struct StreamPolicy {
                                 double budgetMbps, std::int64_t floor = defaultFloor,
                                 std::int64_t ceiling = defaultCeiling);
 
+  /// Returns the bytes per second that each of the viewers may get within the budget, with at least
+  /// one viewer assumed.
+  static double byteRate(std::int64_t viewers, bool wired, double budgetMbps);
+
   /// Returns the megabits per second of air time that a rate costs; nothing is checked or clamped.
   static double airtimeMbps(std::int64_t viewers, std::int64_t frameBytes, std::int64_t fps,
                             bool wired);

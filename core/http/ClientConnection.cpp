@@ -44,6 +44,11 @@ bool wantsScriptStream(const HTTPRequest& request) {
   return request.header("accept") == "application/octet-stream";
 }
 
+/// Returns whether the script also understands tiles.
+bool wantsTiles(const HTTPRequest& request) {
+  return request.header("accept") == MJPEGFramer::tilesType;
+}
+
 }  // namespace
 
 ClientConnection::ClientConnection(asio::ip::tcp::socket connection,
@@ -53,7 +58,8 @@ ClientConnection::ClientConnection(asio::ip::tcp::socket connection,
       connection_(std::move(connection)),
       remote_(remoteEndpointText(connection_)),
       uploads_(std::move(uploads)),
-      headDeadline_(connection_.get_executor()) {
+      headDeadline_(connection_.get_executor()),
+      pace_(connection_.get_executor()) {
   prepareViewerSocket(connection_);
 }
 
@@ -250,14 +256,18 @@ void ClientConnection::finish() {
 }
 
 void ClientConnection::startStream(const HTTPRequest& request) {
-  response_ =
-      wantsScriptStream(request) ? HTTPResponse::scriptStreamHead() : HTTPResponse::mjpegHead();
+  const bool tiles = wantsTiles(request);
+  response_ = tiles || wantsScriptStream(request) ? HTTPResponse::scriptStreamHead()
+                                                  : HTTPResponse::mjpegHead();
   asio::async_write(connection_, asio::buffer(response_), wholeRest,
-                    [weak = weak_from_this()](std::error_code error, std::size_t) {
+                    [weak = weak_from_this(), tiles](std::error_code error, std::size_t) {
                       const auto self = weak.lock();
                       if (!self || self->closed_) return;
+                      self->response_ = {};
                       if (error) {
                         self->close();
+                      } else if (tiles) {
+                        self->subscribeToTiles();
                       } else {
                         self->subscribe();
                       }
@@ -267,40 +277,76 @@ void ClientConnection::startStream(const HTTPRequest& request) {
 // The broadcaster's lock is only ever held for as long as it takes to post to this queue, so it is
 // called directly.
 void ClientConnection::subscribe() {
-  response_ = {};
-  subscription_ = environment_.broadcaster.subscribe([weak = weak_from_this()](const Frame& jpeg) {
-    if (const auto self = weak.lock()) self->enqueue(jpeg);
-  });
+  subscription_ = environment_.broadcaster.subscribe(
+      [&queue = environment_.queue, weak = weak_from_this()](const Frame& jpeg) {
+        queue.post([weak, jpeg] {
+          const auto self = weak.lock();
+          if (!self || self->closed_) return;
+          self->pendingFrame_ = jpeg;
+          self->sendNext();
+        });
+      });
 }
 
-void ClientConnection::enqueue(const Frame& jpeg) {
-  environment_.queue.post([weak = weak_from_this(), jpeg] {
-    if (const auto self = weak.lock()) self->offer(jpeg);
-  });
+void ClientConnection::subscribeToTiles() {
+  tileFeed_.emplace(environment_.tileUpdates);
+  leaveLittleUnsent(connection_);
+  subscription_ = environment_.broadcaster.subscribeToTiles(
+      [&queue = environment_.queue, weak = weak_from_this()](const TilePicture& picture) {
+        queue.post([weak, picture] {
+          const auto self = weak.lock();
+          if (!self || self->closed_) return;
+          self->tileFeed_->offer(picture);
+          self->sendNext();
+        });
+      });
 }
 
-void ClientConnection::offer(const Frame& jpeg) {
-  if (closed_) return;
-  if (sendInFlight_) {
-    pendingFrame_ = jpeg;
-  } else {
-    sendPart(jpeg);
+void ClientConnection::sendNext() {
+  if (sendInFlight_) return;
+  if (tileFeed_) {
+    sendNextTiles();
+  } else if (pendingFrame_) {
+    sendPart({MJPEGFramer::jpegType, std::exchange(pendingFrame_, nullptr)});
   }
+}
+
+void ClientConnection::sendNextTiles() {
+  const auto now = TileFeed::Clock::now();
+  if (!tileFeed_->hasNext()) return;
+  if (tileFeed_->due() > now) {
+    sendWhenDue();
+    return;
+  }
+  const TileFeed::Part next = tileFeed_->take(now, environment_.broadcaster.tileByteRate());
+  if (next.contentType == MJPEGFramer::tilesType) {
+    environment_.broadcaster.addTileBytes(next.body->size());
+  }
+  sendPart(next);
+}
+
+void ClientConnection::sendWhenDue() {
+  if (pace_.expiry() == tileFeed_->due()) return;
+  pace_.expires_at(tileFeed_->due());
+  pace_.async_wait([weak = weak_from_this()](std::error_code cancelled) {
+    const auto self = weak.lock();
+    if (!cancelled && self && !self->closed_) self->sendNext();
+  });
 }
 
 // The kernel accepts an ordinary frame as a whole for a viewer that keeps up. Trying that first
 // avoids the reactor: an allocation and a second turn of the queue for each viewer and frame.
-void ClientConnection::sendPart(Frame jpeg) {
+void ClientConnection::sendPart(const TileFeed::Part& next) {
   sendInFlight_ = true;
-  partFrame_ = std::move(jpeg);
-  partHead_ = MJPEGFramer::partHead(partFrame_->size());
+  partBody_ = next.body;
+  partHead_ = MJPEGFramer::partHead(partBody_->size(), next.contentType);
   if (std::exchange(openingSent_, false)) partHead_.erase(0, MJPEGFramer::partOpening.size());
-  Part part{asio::buffer(partHead_), asio::buffer(*partFrame_),
+  Part part{asio::buffer(partHead_), asio::buffer(*partBody_),
             asio::const_buffer(MJPEGFramer::partEnd.data(), MJPEGFramer::partEnd.size())};
   std::error_code reportedAgain;  // the send of the rest reports it
   drop(connection_.write_some(part, reportedAgain), part);
   if (asio::buffer_size(part) == 0) {
-    sendFrame({});
+    partSent({});
   } else {
     sendRest(part);
   }
@@ -309,18 +355,18 @@ void ClientConnection::sendPart(Frame jpeg) {
 void ClientConnection::sendRest(const Part& part) {
   asio::async_write(connection_, part, wholeRest,
                     [weak = weak_from_this()](std::error_code error, std::size_t) {
-                      if (const auto self = weak.lock()) self->sendFrame(error);
+                      if (const auto self = weak.lock()) self->partSent(error);
                     });
 }
 
-void ClientConnection::sendFrame(std::error_code error) {
+void ClientConnection::partSent(std::error_code error) {
   sendInFlight_ = false;
-  partFrame_.reset();
+  partBody_.reset();
   if (closed_) return;
   if (error) {
     close();
-  } else if (pendingFrame_) {
-    sendPart(std::exchange(pendingFrame_, nullptr));
+  } else {
+    sendNext();
   }
 }
 
@@ -337,15 +383,16 @@ void ClientConnection::peerChanged(PeerWatch::Event event) {
 // which: the kernel of one that left replies with a reset. A send in flight shows it as well.
 void ClientConnection::probe() {
   if (sendInFlight_) return;
-  if (const Frame retained = environment_.broadcaster.latest()) {
-    sendPart(retained);
+  const Frame retained = tileFeed_ ? nullptr : environment_.broadcaster.latest();
+  if (retained) {
+    sendPart({MJPEGFramer::jpegType, retained});
   } else {
     sendOpening();
   }
 }
 
-// Before anything was shared there is no frame to send again. The first bytes of the next part
-// serve as well, since they are the same for any content.
+// Before anything was shared there is no frame to send again, and tiles are not sent twice. The
+// first bytes of the next part serve as well, since they are the same for any content.
 void ClientConnection::sendOpening() {
   if (std::exchange(openingSent_, true)) return;
   sendInFlight_ = true;
@@ -353,7 +400,7 @@ void ClientConnection::sendOpening() {
       connection_,
       asio::const_buffer(MJPEGFramer::partOpening.data(), MJPEGFramer::partOpening.size()),
       wholeRest, [weak = weak_from_this()](std::error_code error, std::size_t) {
-        if (const auto self = weak.lock()) self->sendFrame(error);
+        if (const auto self = weak.lock()) self->partSent(error);
       });
 }
 
@@ -369,7 +416,9 @@ void ClientConnection::closeIfVanished() {
 void ClientConnection::close() {
   if (std::exchange(closed_, true)) return;
   headDeadline_.cancel();
+  pace_.cancel();
   pendingFrame_.reset();
+  tileFeed_.reset();
   if (upload_) upload_->connectionClosed();
   if (const auto identifier = std::exchange(subscription_, std::nullopt)) {
     environment_.broadcaster.unsubscribe(*identifier);

@@ -10,6 +10,7 @@
 #include "core/http/Router.h"
 #include "core/http/StatusSnapshot.h"
 #include "core/http/ThrottledLine.h"
+#include "core/http/TileFeed.h"
 #include "core/http/UploadTransfer.h"
 #include "core/http/VanishedViewers.h"
 #include "core/support/Log.h"
@@ -45,14 +46,15 @@ struct ConnectionEnvironment {
   PeerWatch& peerWatch;
   LingeringSockets& lingeringSockets;
   VanishedViewers& vanishedViewers;
+  TileUpdates& tileUpdates;
   Bytes& readBuffer;  ///< one for all connections: it holds nothing between two reads
   UploadQueues uploadQueues;
 };
 
 /// Serves one accepted connection: reads one request head, responds once, closes. "/stream" stays
-/// open and is sent one part at a time; while one is in flight only the newest frame waits.
+/// open and is sent one part at a time; while one is in flight only the newest picture waits.
 ///
-/// Lives on the server's queue, except `enqueue`. The server's table holds the only lasting strong
+/// Lives on the server's queue. The server's table holds the only lasting strong
 /// reference; every callback holds the connection weakly.
 class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
  public:
@@ -72,9 +74,6 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
   /// Starts reading; the head must be complete within the head timeout.
   void start();
 
-  /// Offers one frame to a stream viewer. Safe from any thread.
-  void enqueue(const Frame& jpeg);
-
   /// Closes the connection if its viewer has vanished, but keeps the socket for its return.
   void closeIfVanished();
 
@@ -85,7 +84,7 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
   bool hasPendingFrame() const { return pendingFrame_ != nullptr; }
 
  private:
-  /// Head, JPEG and end of a part, or what remains of them.
+  /// Head, body and end of a part, or what remains of them.
   using Part = std::array<asio::const_buffer, 3>;
 
   void scheduleHeadDeadline();
@@ -108,10 +107,13 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
 
   void startStream(const HTTPRequest& request);
   void subscribe();
-  void offer(const Frame& jpeg);
-  void sendPart(Frame jpeg);
+  void subscribeToTiles();
+  void sendNext();
+  void sendNextTiles();
+  void sendWhenDue();
+  void sendPart(const TileFeed::Part& next);
   void sendRest(const Part& part);
-  void sendFrame(std::error_code error);
+  void partSent(std::error_code error);
   void peerChanged(PeerWatch::Event event);
   void probe();
   void sendOpening();
@@ -133,10 +135,12 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
   std::shared_ptr<const Bytes> sharedResponse_;  ///< the same, if shared with other viewers
   std::optional<UUID> subscription_;
   bool sendInFlight_ = false;
-  bool openingSent_ = false;  ///< the next part's opening was already sent
-  std::string partHead_;      ///< of the part in flight
-  Frame partFrame_;           ///< of the part in flight
-  Frame pendingFrame_;        ///< the newest frame that arrived meanwhile
+  bool openingSent_ = false;               ///< the next part's opening was already sent
+  std::string partHead_;                   ///< of the part in flight
+  std::shared_ptr<const Bytes> partBody_;  ///< of the part in flight
+  Frame pendingFrame_;                     ///< the newest frame that arrived meanwhile
+  std::optional<TileFeed> tileFeed_;       ///< of a viewer of tiles
+  asio::steady_timer pace_;  ///< runs until the next part for a viewer of tiles is due
 };
 
 }  // namespace tarvinel

@@ -2,10 +2,12 @@
 
 namespace tarvinel {
 
-std::string MJPEGFramer::partHead(std::size_t jpegLength) {
+std::string MJPEGFramer::partHead(std::size_t bodyLength, std::string_view contentType) {
   return std::string(partOpening)
-      .append("\r\nContent-Type: image/jpeg\r\nContent-Length: ")
-      .append(std::to_string(jpegLength))
+      .append("\r\nContent-Type: ")
+      .append(contentType)
+      .append("\r\nContent-Length: ")
+      .append(std::to_string(bodyLength))
       .append("\r\n\r\n");
 }
 

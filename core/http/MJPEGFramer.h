@@ -19,12 +19,17 @@ class MJPEGFramer {
   /// The beginning of every part, whatever its length.
   static constexpr std::string_view partOpening = "--tarvinelframe";
 
-  /// The bytes that follow the JPEG.
+  /// The content types of parts: a whole picture, or an update in the form of
+  /// `tiles::updateMessage`.
+  static constexpr std::string_view jpegType = "image/jpeg";
+  static constexpr std::string_view tilesType = "application/x-tarvinel-tiles";
+
+  /// The bytes that follow the body.
   static constexpr std::string_view partEnd = "\r\n";
 
-  /// Returns the bytes that precede a JPEG of this length, opening included. Head, JPEG and end in
-  /// one gathered write form a part, without a copy of the JPEG.
-  static std::string partHead(std::size_t jpegLength);
+  /// Returns the bytes that precede a body of this type and length, opening included. Head, body
+  /// and end in one gathered write form a part, without a copy of the body.
+  static std::string partHead(std::size_t bodyLength, std::string_view contentType = jpegType);
 
   /// Returns one whole part in one buffer.
   static Bytes part(const Bytes& jpeg);

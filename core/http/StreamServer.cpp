@@ -48,6 +48,7 @@ StreamServer::StreamServer(FrameBroadcaster& broadcaster, Logger logger, Options
                    .peerWatch = peerWatch_,
                    .lingeringSockets = lingeringSockets_,
                    .vanishedViewers = vanishedViewers_,
+                   .tileUpdates = tileUpdates_,
                    .readBuffer = readBuffer_,
                    .uploadQueues = {queue_, admissionQueue_, blockingPool_}},
       vanishedTimer_(queue_, vanishedInterval, [this] { closeVanished(); }) {}

@@ -9,6 +9,7 @@
 #include "core/http/PeerWatch.h"
 #include "core/http/StatusSnapshot.h"
 #include "core/http/ThrottledLine.h"
+#include "core/http/TileFeed.h"
 #include "core/http/VanishedViewers.h"
 #include "core/support/BlockingPool.h"
 #include "core/support/Log.h"
@@ -145,6 +146,7 @@ class StreamServer {
   PeerWatch peerWatch_{queue_};
   LingeringSockets lingeringSockets_;
   VanishedViewers vanishedViewers_;
+  TileUpdates tileUpdates_;
   ThrottledLine refusals_;  ///< about connections over the cap
   ThrottledLine lateHeads_;
   ThrottledLine longHeads_;

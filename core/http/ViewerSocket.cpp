@@ -14,6 +14,7 @@ namespace {
 
 // More unsent bytes in the kernel are a backlog of old frames that the newest cannot overtake.
 constexpr int maxUnsentBytes = 128 * 1024;
+constexpr int maxUnsentTileBytes = 16 * 1024;
 
 // A silent client is probed after ten seconds and dropped 30 seconds after its last sign of life;
 // the same holds for bytes that it does not acknowledge and for a client that keeps its window
@@ -56,6 +57,10 @@ void prepareViewerSocket(asio::ip::tcp::socket& socket) {
   setOption(fd, IPPROTO_TCP, TCP_KEEPIDLE, keepAliveIdleSeconds);
   setOption(fd, IPPROTO_TCP, TCP_KEEPINTVL, keepAliveIntervalSeconds);
   setOption(fd, IPPROTO_TCP, TCP_USER_TIMEOUT, userTimeoutMilliseconds);
+}
+
+void leaveLittleUnsent(asio::ip::tcp::socket& socket) {
+  setOption(socket.native_handle(), IPPROTO_TCP, TCP_NOTSENT_LOWAT, maxUnsentTileBytes);
 }
 
 std::chrono::milliseconds silenceOf(asio::ip::tcp::socket& socket) {

@@ -13,6 +13,10 @@ namespace tarvinel {
 /// option works without it.
 void prepareViewerSocket(asio::ip::tcp::socket& socket);
 
+/// Lowers the limit on unsent bytes for a viewer whose updates replace one another: what waits in
+/// the kernel cannot be replaced any more.
+void leaveLittleUnsent(asio::ip::tcp::socket& socket);
+
 /// Returns how long nothing at all has arrived from the client's machine, which acknowledges data
 /// and replies to keep-alive probes. Returns zero on a broken connection.
 std::chrono::milliseconds silenceOf(asio::ip::tcp::socket& socket);

@@ -1,6 +1,7 @@
 #include "core/pages/ViewerPage.h"
 
 #include "core/pages/BrandMarkup.h"
+#include "embedded/painter_js.h"
 #include "embedded/viewer_css.h"
 #include "embedded/viewer_html.h"
 #include "embedded/viewer_js.h"
@@ -34,6 +35,7 @@ std::string ViewerPage::html(const std::optional<BrandConfig>& brand) {
                          {"mark", BrandMarkup::logoOrName(brand, nameTag(brand))},
                          {"waiting", escapedOr(texts.waiting, defaultWaiting)},
                          {"disconnected", escapedOr(texts.disconnected, defaultDisconnected)},
+                         {"painter", embedded::painter_js},
                          {"script", embedded::viewer_js}});
 }
 

@@ -186,7 +186,8 @@ def test_screen_readers_and_fingers(page, x_program, x, canvas, tmp_path):
     assert page.browser.evaluate("document.querySelector('#hint[role=status]') !== null")
     x_program.share(display_ids(tmp_path, x)[0])
     page.wait_for_picture(x)
-    assert page.browser.evaluate("document.getElementById('screen').alt") == "Shared screen"
+    assert page.browser.evaluate(
+        "document.querySelector('canvas[role=img]').getAttribute('aria-label')") == "Shared screen"
     page.browser.evaluate("getSelection().selectAllChildren(document.body)")
     page.browser.evaluate("scrollTo(0, 1000)")
     page.wait_for_picture(x)

@@ -15,6 +15,7 @@ HEAD = (b"HTTP/1.1 200 OK\r\n"
         b"X-Content-Type-Options: nosniff\r\n\r\n")
 MULTIPART = b"Content-Type: multipart/x-mixed-replace; boundary=tarvinelframe"
 FOR_A_SCRIPT = b"Content-Type: application/octet-stream\r\nContent-Length: 9007199254740991"
+TILES = "application/x-tarvinel-tiles"
 PART_START = b"--tarvinelframe\r\nContent-Type: image/jpeg\r\nContent-Length: "
 
 
@@ -44,6 +45,15 @@ class Viewer:
         assert jpeg[:2] == b"\xff\xd8" and jpeg[-2:] == b"\xff\xd9"
         assert self._take(2) == b"\r\n"
         return jpeg
+
+    def part(self, within=LIMIT):
+        """Returns the next part as it is, head and end included."""
+        self.socket.settimeout(within)
+        head = bytearray()
+        while not head.endswith(b"\r\n\r\n"):
+            head += self._take(1)
+        length = int(head.split(b"Content-Length: ")[1].split(b"\r\n")[0])
+        return bytes(head) + self._take(length + 2)
 
     def frame_where(self, wanted, within=LIMIT):
         """Returns the first frame that `wanted` accepts."""

@@ -60,6 +60,7 @@ DecodedJPEG DecodedJPEG::decode(const Bytes& file) {
   const bool decoded = decodeInto(picture, decompressor, file);
   jpeg_destroy_decompress(&decompressor);
   if (!decoded) throw std::runtime_error("not a JPEG");
+  if (errors.num_warnings > 0) throw std::runtime_error("a corrupt JPEG");
   return picture;
 }
 

@@ -35,4 +35,4 @@ def test_what_is_newer_or_wrong_is_not_read(text):
 
 
 def test_there_are_scripts():
-    assert len(SCRIPTS) == 2
+    assert len(SCRIPTS) == 3

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <future>
@@ -50,13 +51,17 @@ class HandDrivenTimer : public RepeatingTimer {
 /// Records the sizes of what a broadcaster publishes.
 class Viewer {
  public:
-  explicit Viewer(FrameBroadcaster& broadcaster) {
-    broadcaster.subscribe([this](const Frame& frame) {
-      const std::scoped_lock lock(mutex_);
-      sizes_.push_back(frame->size());
-      arrived_.notify_all();
-    });
-  }
+  explicit Viewer(FrameBroadcaster& broadcaster)
+      : broadcaster_(broadcaster), identifier_(broadcaster.subscribe([this](const Frame& frame) {
+          const std::scoped_lock lock(mutex_);
+          sizes_.push_back(frame->size());
+          arrived_.notify_all();
+        })) {}
+  ~Viewer() { leave(); }
+  Viewer(const Viewer&) = delete;
+  Viewer& operator=(const Viewer&) = delete;
+
+  void leave() { broadcaster_.unsubscribe(identifier_); }
 
   std::vector<std::size_t> awaitFrames(std::size_t count) {
     std::unique_lock lock(mutex_);
@@ -68,6 +73,8 @@ class Viewer {
   std::mutex mutex_;
   std::condition_variable arrived_;
   std::vector<std::size_t> sizes_;  // guarded by mutex_
+  FrameBroadcaster& broadcaster_;
+  const UUID identifier_;
 };
 
 class CaptureEngineTest : public testing::Test {
@@ -704,6 +711,55 @@ TEST_F(CaptureEngineTest, AveragesTheSizesOfMotionFramesOnly) {
   EXPECT_DOUBLE_EQ(engine.motionBytesAverage(), 12000);
   deliver(picture(), 3.0);
   EXPECT_DOUBLE_EQ(engine.motionBytesAverage(), 13600);
+}
+
+TEST_F(CaptureEngineTest, WithoutViewersNothingIsEncodedUntilOneJoins) {
+  viewer.leave();
+  capture();
+  deliver(picture(), 1.0);
+  tickAt(1.5);
+  EXPECT_EQ(encodingCount(), 0U);
+  EXPECT_TRUE(engine.hasSentFrame());
+  Viewer first(broadcaster);
+  first.awaitFrames(1);
+  EXPECT_EQ(lastEncoding().quality, 0.92);
+  Viewer second(broadcaster);
+  second.awaitFrames(1);
+  EXPECT_EQ(encodingCount(), 1U);
+}
+
+TEST_F(CaptureEngineTest, AFrameThatIsOutOfDateIsNotRetained) {
+  capture();
+  deliver(picture(), 1.0);
+  viewer.awaitFrames(1);
+  viewer.leave();
+  EXPECT_NE(broadcaster.latest(), nullptr);
+  deliver(picture(), 3.0);
+  EXPECT_EQ(broadcaster.latest(), nullptr);
+}
+
+TEST_F(CaptureEngineTest, ViewersOfTilesNeedNoFrames) {
+  viewer.leave();
+  broadcaster.subscribeToTiles([](const TilePicture&) {});
+  capture();
+  deliver(picture(), 1.0);
+  tickAt(1.5);
+  EXPECT_EQ(encodingCount(), 0U);
+  EXPECT_TRUE(broadcaster.hasTiles());
+  EXPECT_TRUE(engine.hasSentFrame());
+}
+
+TEST_F(CaptureEngineTest, APictureThatCannotBeMadeOfTilesIsSentWhole) {
+  viewer.leave();
+  std::atomic<int> whole{0};
+  const UUID identifier = broadcaster.subscribeToTiles(
+      [&whole](const TilePicture& picture) { whole += picture.whole != nullptr ? 1 : 0; });
+  capture();
+  deliver(picture(70000, 1), 1.0);
+  EXPECT_EQ(encodingCount(), 1U);
+  stop().value();
+  EXPECT_EQ(whole, 1);
+  broadcaster.unsubscribe(identifier);
 }
 
 TEST_F(CaptureEngineTest, AFrameThatCannotBeEncodedIsLoggedAndDropped) {

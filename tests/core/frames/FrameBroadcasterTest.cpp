@@ -142,5 +142,104 @@ TEST(FrameBroadcaster, ASubscriberNeverSeesAFrameTwiceWhilePublicationsRace) {
   }
 }
 
+/// Records what one viewer of tiles received.
+struct TileViewer {
+  std::vector<TilePicture> received;
+  FrameBroadcaster::TileSink sink() {
+    return [this](const TilePicture& picture) { received.push_back(picture); };
+  }
+};
+
+std::shared_ptr<const tiles::Table> tableOf(const tiles::Grid& grid) {
+  return std::make_shared<const tiles::Table>(tiles::Table{}.restarted(grid, nullptr));
+}
+
+TEST(FrameBroadcaster, TilesGoToViewersOfTilesAlone) {
+  FrameBroadcaster broadcaster;
+  Viewer plain;
+  TileViewer early;
+  TileViewer late;
+  broadcaster.subscribe(plain.sink());
+  broadcaster.subscribeToTiles(early.sink());
+  const auto table = tableOf({300, 200});
+  broadcaster.publishTiles(table);
+  broadcaster.subscribeToTiles(late.sink());
+  EXPECT_THAT(plain.received, IsEmpty());
+  ASSERT_EQ(early.received.size(), 1U);
+  EXPECT_EQ(early.received.front().table, table);
+  ASSERT_EQ(late.received.size(), 1U);
+  EXPECT_EQ(late.received.front().table, table);
+}
+
+TEST(FrameBroadcaster, ViewersOfTilesGetFramesOnlyWithoutTiles) {
+  FrameBroadcaster broadcaster;
+  TileViewer viewer;
+  broadcaster.subscribeToTiles(viewer.sink());
+  const Frame first = frameOf(10);
+  broadcaster.publish(first);
+  broadcaster.publishTiles(tableOf({300, 200}));
+  broadcaster.publish(frameOf(20));
+  broadcaster.clearTiles();
+  const Frame card = frameOf(30);
+  broadcaster.publish(card);
+  ASSERT_EQ(viewer.received.size(), 3U);
+  EXPECT_EQ(viewer.received[0].whole, first);
+  EXPECT_EQ(viewer.received[1].whole, nullptr);
+  EXPECT_EQ(viewer.received[2].whole, card);
+  EXPECT_EQ(viewer.received[2].table, nullptr);
+  EXPECT_EQ(broadcaster.bytesSent(), 40);
+}
+
+TEST(FrameBroadcaster, WhoJoinsForTilesGetsNoRetainedFrame) {
+  FrameBroadcaster broadcaster;
+  broadcaster.publish(frameOf(10));
+  TileViewer viewer;
+  broadcaster.subscribeToTiles(viewer.sink());
+  EXPECT_THAT(viewer.received, IsEmpty());
+}
+
+TEST(FrameBroadcaster, CountsBothKindsOfViewers) {
+  FrameBroadcaster broadcaster;
+  Viewer plain;
+  TileViewer tiles;
+  broadcaster.subscribe(plain.sink());
+  const UUID one = broadcaster.subscribeToTiles(tiles.sink());
+  broadcaster.subscribeToTiles(tiles.sink());
+  EXPECT_EQ(broadcaster.viewerCount(), 3U);
+  EXPECT_EQ(broadcaster.frameViewerCount(), 1U);
+  EXPECT_EQ(broadcaster.tileViewerCount(), 2U);
+  broadcaster.unsubscribe(one);
+  EXPECT_EQ(broadcaster.tileViewerCount(), 1U);
+}
+
+TEST(FrameBroadcaster, CountsTheReportedBytesOfTiles) {
+  FrameBroadcaster broadcaster;
+  broadcaster.addTileBytes(120);
+  broadcaster.addTileBytes(3);
+  EXPECT_EQ(broadcaster.bytesSent(), 123);
+}
+
+TEST(FrameBroadcaster, NotifiesOfEverySubscription) {
+  FrameBroadcaster broadcaster;
+  Viewer plain;
+  TileViewer tiles;
+  int notified = 0;
+  broadcaster.setOnSubscription([&notified] { ++notified; });
+  broadcaster.subscribe(plain.sink());
+  broadcaster.subscribeToTiles(tiles.sink());
+  broadcaster.setOnSubscription(nullptr);
+  broadcaster.subscribe(plain.sink());
+  EXPECT_EQ(notified, 2);
+}
+
+TEST(FrameBroadcaster, TheSizeOfTheLatestPictureIsThatOfItsTiles) {
+  FrameBroadcaster broadcaster;
+  EXPECT_EQ(broadcaster.latestSize(), std::nullopt);
+  broadcaster.publishTiles(tableOf({300, 200}));
+  EXPECT_EQ(broadcaster.latestSize(), (PixelSize{300, 200}));
+  broadcaster.clearTiles();
+  EXPECT_EQ(broadcaster.latestSize(), std::nullopt);
+}
+
 }  // namespace
 }  // namespace tarvinel

@@ -67,5 +67,11 @@ TEST(StreamPolicyDeathTest, ARateThatNoIntegerHoldsStopsTheProgram) {
   EXPECT_DEATH(StreamPolicy::motionFPS(1, 1, wired, 1e20), "motion rate");
 }
 
+TEST(StreamPolicy, EachViewerGetsItsShareOfTheBudget) {
+  EXPECT_DOUBLE_EQ(StreamPolicy::byteRate(30, true, 300), 1'250'000);
+  EXPECT_DOUBLE_EQ(StreamPolicy::byteRate(30, false, 300), 625'000);
+  EXPECT_DOUBLE_EQ(StreamPolicy::byteRate(0, true, 80), 10'000'000);
+}
+
 }  // namespace
 }  // namespace tarvinel

@@ -49,6 +49,7 @@ class ClientConnectionTest : public testing::Test {
   PeerWatch peerWatch{queue};
   LingeringSockets lingeringSockets;
   VanishedViewers vanishedViewers{queue, std::chrono::minutes(1)};
+  TileUpdates tileUpdates;
   Bytes readBuffer = Bytes(ClientConnection::maxReadBytes);
   ThrottledLine throttledLine{queue, log.category("server"), spdlog::level::info};
   const ConnectionEnvironment environment{.queue = queue,
@@ -65,6 +66,7 @@ class ClientConnectionTest : public testing::Test {
                                           .peerWatch = peerWatch,
                                           .lingeringSockets = lingeringSockets,
                                           .vanishedViewers = vanishedViewers,
+                                          .tileUpdates = tileUpdates,
                                           .readBuffer = readBuffer,
                                           .uploadQueues = {queue, admission, pool}};
   std::optional<asio::ip::tcp::acceptor> acceptor;

@@ -1,4 +1,5 @@
 """An X client that paints known pixels."""
+import contextlib
 import random
 
 from Xlib import X, Xcursorfont
@@ -47,6 +48,12 @@ class Canvas:
         self._window.fill_rectangle(self._gc, x, y, width, height)
         self._display.sync()
 
+    def write(self, text, x, y):
+        """Shows a text on a bright ground, as an editor does."""
+        self._gc.change(foreground=GROUND, background=0xF4F4F0)
+        self._window.image_text(self._gc, x, y, text)
+        self._display.sync()
+
     def fill(self, colour):
         self.rectangle(colour, 0, 0, self.width, self.height)
 
@@ -66,6 +73,40 @@ class Canvas:
     def draft_rectangle(self, colour, x, y, width, height):
         self._gc.change(foreground=colour)
         self._draft.fill_rectangle(self._gc, x, y, width, height)
+
+    def draft_blocks(self, width, height, seed):
+        """Paints a part of the draft full of coloured blocks, like a frame of a film."""
+        generator = random.Random(seed)
+        self.draft_rectangle(GROUND, 0, 0, width, height)
+        for _ in range(16):
+            self._gc.change(foreground=generator.randrange(1 << 24))
+            self._draft.poly_fill_rectangle(self._gc, [
+                (generator.randrange(width - 40), generator.randrange(height - 40),
+                 generator.randrange(8, 40), generator.randrange(8, 40)) for _ in range(40)])
+
+    def draft_slide(self, seed):
+        """Paints off screen what a slide of a talk looks like: a title, lines of text, a few shapes."""
+        generator = random.Random(seed)
+        self.draft_rectangle(0xF4F4F0, 0, 0, self.width, self.height)
+        self.draft_rectangle(generator.choice(COLOURS), 0, 0, self.width, 90)
+        for line in range(160, self.height - 200, 60):
+            self._gc.change(foreground=GROUND)
+            words = " ".join(generator.choice(WORDS) for _ in range(generator.randrange(4, 12)))
+            self._draft.draw_text(self._gc, 80, line, words)
+        for _ in range(4):
+            self.draft_rectangle(generator.choice(COLOURS), generator.randrange(self.width - 300),
+                                 generator.randrange(200, self.height - 200), 200, 120)
+        self._display.sync()
+
+    @contextlib.contextmanager
+    def at_once(self):
+        """Nobody sees what is painted meanwhile before all of it is."""
+        self._display.grab_server()
+        try:
+            yield
+        finally:
+            self._display.ungrab_server()
+            self._display.sync()
 
     def _arrow(self):
         """Creates a cursor: a server without a desktop shows none until a client sets one."""
@@ -87,11 +128,23 @@ class Canvas:
         self._window.copy_area(self._gc, self._draft, 0, 0, self.width, distance, 0, rest)
         self._display.sync()
 
+    def scroll_part(self, x, y, width, height, distance):
+        """Scrolls a part up; the rows below its draft appear at its bottom, so that it never repeats."""
+        self._window.copy_area(self._gc, self._window, x, y + distance, width, height - distance, x, y)
+        self._draft.copy_area(self._gc, self._draft, x, distance, width, self.height - distance, x, 0)
+        self._draft_lines(random.Random(), self.height - distance, x + width)
+        self._window.copy_area(self._gc, self._draft, x, self.height - distance, width, distance,
+                               x, y + height - distance)
+        self._display.sync()
+
     def _draft_text(self, generator):
-        self.draft_rectangle(GROUND, 0, 0, self.width, self.height)
-        for line in range(20, self.height, 16):
+        self._draft_lines(generator, 0, self.width)
+
+    def _draft_lines(self, generator, top, width):
+        self.draft_rectangle(GROUND, 0, top, width, self.height - top)
+        for line in range(top + 20, self.height, 16):
             x = 8
-            while x < self.width - 60:
+            while x < width - 60:
                 word = generator.choice(WORDS)
                 self._gc.change(foreground=generator.choice(COLOURS))
                 self._draft.draw_text(self._gc, x, line, word)

@@ -1,4 +1,4 @@
-"""An old browser without streaming responses: the page falls back to the image alone."""
+"""A browser that lacks something: the page falls back to what is there, at last to the image alone."""
 import pytest
 
 from harness.browsers.viewer_page import ViewerPage
@@ -7,6 +7,17 @@ from harness.x11.canvas import read_number
 from harness.x11.motion import Motion
 
 WITHOUT_FETCH = "<script>delete window.fetch;</script>"
+WITHOUT_WORKER = "<script>delete window.OffscreenCanvas;</script>"
+WITHOUT_CANVAS = "<script>delete window.createImageBitmap;</script>"
+FAILS_LATER = """<script>
+  delete window.OffscreenCanvas;
+  const decode = createImageBitmap;
+  let left = 3;
+  window.createImageBitmap = async (picture) => {
+    if (left-- <= 0) throw new DOMException("no memory");
+    return decode(picture);
+  };
+</script>"""
 
 
 @pytest.fixture
@@ -37,3 +48,16 @@ def test_refusal_without_fetch(page, proxy, canvas):
                         and abs(read_number(page.pixels()) - motion.latest) < 10,
                         "the page keeps up")
         page.eventually(lambda: page.browser.hint() is None, "no hint over the picture")
+
+
+@pytest.mark.parametrize("missing", [WITHOUT_WORKER, WITHOUT_CANVAS, FAILS_LATER],
+                         ids=["worker", "canvas", "decoding later"])
+def test_without(page, sharing, make_proxy, x, canvas, missing):
+    page.open(make_proxy(sharing, inject=missing).port)
+    page.wait_for_picture(x)
+    for seed in range(2, 6):
+        canvas.text(seed)
+        page.wait_for_picture(x)
+    paints = page.browser.evaluate("document.querySelector('canvas') !== null")
+    assert paints == (missing is WITHOUT_WORKER)
+    page.wait_for_viewers(sharing)
