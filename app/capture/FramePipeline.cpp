@@ -19,14 +19,15 @@ FramePacer pacerAt(std::int64_t motionFPS) {
   return {motionFPS, settleDelay, minorFPS};
 }
 
+Rect pixelsOf(const Rect& points, double scale) {
+  return {points.x * scale, points.y * scale, points.width * scale, points.height * scale};
+}
+
 std::optional<std::vector<Rect>> dirtyPixelsOf(const CapturedFrame& frame) {
   if (!frame.dirtyRects) return std::nullopt;
-  const double scale = frame.scaleFactor.value_or(1);
   std::vector<Rect> pixels;
-  for (const Rect& points : *frame.dirtyRects) {
-    pixels.push_back(
-        {points.x * scale, points.y * scale, points.width * scale, points.height * scale});
-  }
+  for (const Rect& points : *frame.dirtyRects)
+    pixels.push_back(pixelsOf(points, frame.scaleFactor.value_or(1)));
   return pixels;
 }
 
@@ -164,9 +165,7 @@ namespace {
 
 std::optional<Rect> cropOf(const CapturedFrame& frame) {
   if (!frame.contentRect || !frame.scaleFactor) return std::nullopt;
-  const Rect& points = *frame.contentRect;
-  const double scale = *frame.scaleFactor;
-  return Rect{points.x * scale, points.y * scale, points.width * scale, points.height * scale};
+  return pixelsOf(*frame.contentRect, *frame.scaleFactor);
 }
 
 // Overlapping rectangles are counted twice: merging them costs more than the precision is worth.

@@ -2,7 +2,6 @@
 
 #include "core/frames/PixelBufferJPEGEncoder.h"
 
-#include <cmath>
 #include <exception>
 #include <limits>
 #include <utility>

@@ -7,7 +7,7 @@
 
   hint.setAttribute("role", "status");  // screen readers announce its changes
 
-  let screen = image;     // the element that shows the picture
+  let screen = image;      // the element that shows the picture
   let watch = watchAlone;  // requests the stream at a URL
 
   function shown() {
