@@ -3,7 +3,6 @@
   const image = document.getElementById("screen");
   const idle = document.getElementById("idle");
   const hint = document.getElementById("hint");
-  const isApple = navigator.vendor.startsWith("Apple");
 
   hint.setAttribute("role", "status");  // screen readers announce its changes
 
@@ -32,7 +31,7 @@
     image.src = url;
   }
 
-  if (!("fetch" in window && "ReadableStream" in window && "body" in Response.prototype)) {
+  if (!canReadStream) {
     image.addEventListener("error", disconnected);
     return;
   }
@@ -151,13 +150,6 @@
 
   image.classList.add("down");   // an image without a source is drawn as broken
   image.removeAttribute("src");  // ends the request that the markup has started
-  // WebKit keeps that request open anyway: without this every page uses two connections.
-  if (isApple) {
-    window.stop();
-    const logo = document.getElementById("logo");
-    // Its request was stopped as well, and the same element would not repeat it.
-    if (logo) logo.replaceWith(logo.cloneNode());
-  }
   if ("createImageBitmap" in window) {
     showInCanvas();
   } else {

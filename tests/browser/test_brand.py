@@ -26,7 +26,6 @@ class BrandedPage(BrowserPage):
     def visit(self, program, path, size=DESKTOP):
         port = program.listening_port()
         self.open(port, path)
-        # WebKit's viewer page never counts as loaded while it waits; the page itself stops loading
         self.wait_for(f"location.port === '{port}' && location.pathname === '{path}'"
                       " && document.querySelector('#hint, #form, main') !== null")
         if size == PHONE:
@@ -130,6 +129,22 @@ def test_idle_screen_with_logo_and_font(page, studio, size):
     save_screenshot(page, "idle-logo", size)
     page.assert_inside("#hint", "#logo")
     assert page.browser.evaluate("document.title") == "Studio Example"
+
+
+# Lays the page out before its script runs, so that font and logo are being loaded then.
+EARLY_LAYOUT = """<script>
+new MutationObserver(() => document.body?.offsetWidth).observe(document, {
+  childList: true, subtree: true });
+</script>"""
+
+
+def test_requests_while_the_page_starts(page, studio, make_proxy):
+    proxy = make_proxy(studio, inject=EARLY_LAYOUT)
+    page.open(proxy.port)
+    page.wait_for("document.getElementById('hint') !== null")
+    page.wait_for_font("#hint")
+    page.wait_for_logo()
+    page.eventually(lambda: proxy.open_streams() == 1, "only the script's request remains")
 
 
 @SIZES

@@ -29,6 +29,10 @@ class InterceptingProxy:
         self._open = set()
         threading.Thread(target=self._accept, daemon=True).start()
 
+    def open_streams(self):
+        with self._lock:
+            return len(self._open)
+
     def break_streams(self):
         """Breaks all open streams, resets `max_streams` and returns the time."""
         with self._lock:
