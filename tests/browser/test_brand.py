@@ -33,6 +33,7 @@ class BrandedPage(BrowserPage):
             self.browser.become_phone(*size)
         else:
             self.browser.resize(*size)
+            self.wait_for(f"innerWidth === {size[0]} && innerHeight === {size[1]}")
 
     def leave(self):
         if self._is_phone:
