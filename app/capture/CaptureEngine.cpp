@@ -55,11 +55,11 @@ CaptureEngine::CaptureEngine(FrameBroadcaster& broadcaster, Logger logger,
       pump_(broadcaster),
       pipeline_(broadcaster, pump_, logger_, tools),
       settleTimer_(tools.makeSettleTimer(queue_, [this] { tick(); })) {
-  broadcaster_.setOnSubscription([this] { queue_.post([this] { viewerJoined(); }); });
+  broadcaster_.setOnRequest([this] { queue_.post([this] { viewerWaits(); }); });
 }
 
 CaptureEngine::~CaptureEngine() {
-  broadcaster_.setOnSubscription(nullptr);
+  broadcaster_.setOnRequest(nullptr);
   queue_.sync([this] {
     next_.reset();
     capture_.reset();
@@ -282,8 +282,8 @@ void CaptureEngine::frame(std::uint64_t number, const CapturedFrame& frame) {
   settleTimer_->run(pipeline_.needsTicks());
 }
 
-void CaptureEngine::viewerJoined() {
-  pipeline_.viewerJoined();
+void CaptureEngine::viewerWaits() {
+  pipeline_.viewerWaits();
   settleTimer_->run(pipeline_.needsTicks());
 }
 

@@ -100,7 +100,7 @@ class CaptureEngine {
   void logStopped(const Result<void>& result);
   void streamStopped(std::uint64_t number, const Result<void>& why);
   void frame(std::uint64_t number, const CapturedFrame& frame);
-  void viewerJoined();
+  void viewerWaits();
   void tick();
   static bool isOf(const std::optional<Capture>& capture, std::uint64_t number) {
     return capture && capture->number == number;

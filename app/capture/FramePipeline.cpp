@@ -91,8 +91,8 @@ void FramePipeline::tick() {
   act(pacer_.tick(now));
 }
 
-void FramePipeline::viewerJoined() {
-  tiles_.viewerJoined(tools_.uptime());
+void FramePipeline::viewerWaits() {
+  tiles_.viewerWaits(tools_.uptime());
   const bool isMissing = isFrameStale_ || tiles_.isUnable();
   if (lastBuffer_ && isMissing && isFrameWanted()) send(true);
 }

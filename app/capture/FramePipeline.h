@@ -105,7 +105,7 @@ class FramePipeline {
   }
 
   /// Sends the picture as it is now, if it was not encoded for want of viewers.
-  void viewerJoined();
+  void viewerWaits();
 
   /// Sets the frames per second while the screen moves, at least 1.
   void setMotionFPS(std::int64_t framesPerSecond) {

@@ -85,15 +85,16 @@ bool TilePipeline::needsTicks() const {
   return input_ && !isUnable_ && composer_.isUnsettled() && broadcaster_.tileViewerCount() > 0;
 }
 
-void TilePipeline::viewerJoined(double at) {
-  if (input_ && !broadcaster_.hasTiles() && broadcaster_.tileViewerCount() > 0) compose(at);
+void TilePipeline::viewerWaits(double at) {
+  if (!input_ || broadcaster_.tileViewerCount() == 0) return;
+  if (!broadcaster_.hasTiles() || !composer_.isComplete()) compose(at, true);
 }
 
-void TilePipeline::compose(double at) {
+void TilePipeline::compose(double at, bool isCompletion) {
   const bool wasUnable = std::exchange(isUnable_, false);
   try {
     withPicture(*input_->buffer, input_->crop, input_->scale,
-                [&](const PixelView& picture) { compose(picture, at); });
+                [&](const PixelView& picture) { compose(picture, at, isCompletion); });
   } catch (const std::exception& error) {
     isUnable_ = true;
     broadcaster_.clearTiles();
@@ -103,15 +104,16 @@ void TilePipeline::compose(double at) {
   }
 }
 
-void TilePipeline::compose(const PixelView& picture, double at) {
+void TilePipeline::compose(const PixelView& picture, double at, bool isCompletion) {
   if (picture.width > maxLength || picture.height > maxLength) {
     throw JPEGEncodeError::contextFailed();
   }
   composer_.begin(
       {static_cast<std::int32_t>(picture.width), static_cast<std::int32_t>(picture.height)},
       qualities_, input_->motionScale <= halvingScale * input_->scale);
-  const auto table =
-      broadcaster_.hasTiles() ? composer_.compose(picture, at) : composer_.composeAll(picture, at);
+  const auto table = !broadcaster_.hasTiles() ? composer_.composeAll(picture, at)
+                     : isCompletion           ? composer_.composeComplete(picture, at)
+                                              : composer_.compose(picture, at);
   motionBytes_ = composer_.motionBytes();
   if (table) broadcaster_.publishTiles(table);
 }

@@ -44,8 +44,9 @@ class TilePipeline {
   void tick(double at);
   bool needsTicks() const;
 
-  /// Makes the picture as it is now available to the viewer who has joined.
-  void viewerJoined(double at);
+  /// Makes the picture as it is now available to a viewer who has joined or needs what others do
+  /// not.
+  void viewerWaits(double at);
 
   /// Returns whether viewers of tiles get whole frames, because the picture cannot be made of
   /// tiles.
@@ -56,8 +57,8 @@ class TilePipeline {
 
  private:
   void touch(const std::vector<Rect>& dirty);
-  void compose(double at);
-  void compose(const PixelView& picture, double at);
+  void compose(double at, bool isCompletion = false);
+  void compose(const PixelView& picture, double at, bool isCompletion);
 
   FrameBroadcaster& broadcaster_;
   const Logger logger_;

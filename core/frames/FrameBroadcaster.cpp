@@ -26,7 +26,7 @@ UUID FrameBroadcaster::subscribe(Sink sink) {
   const std::scoped_lock lock(mutex_);
   const auto& stored = sinks_.emplace(identifier, std::move(sink)).first->second;
   if (latest_) stored(latest_);
-  subscribed();
+  notifyOfRequest();
   return identifier;
 }
 
@@ -35,12 +35,17 @@ UUID FrameBroadcaster::subscribeToTiles(TileSink sink) {
   const std::scoped_lock lock(mutex_);
   const auto& stored = tileSinks_.emplace(identifier, std::move(sink)).first->second;
   if (table_) stored({.table = table_, .whole = nullptr});
-  subscribed();
+  notifyOfRequest();
   return identifier;
 }
 
-void FrameBroadcaster::subscribed() {
-  if (onSubscription_) onSubscription_();
+void FrameBroadcaster::requestTiles() {
+  const std::scoped_lock lock(mutex_);
+  notifyOfRequest();
+}
+
+void FrameBroadcaster::notifyOfRequest() {
+  if (onRequest_) onRequest_();
 }
 
 void FrameBroadcaster::unsubscribe(const UUID& identifier) {
@@ -78,9 +83,9 @@ void FrameBroadcaster::clearTiles() {
   table_.reset();
 }
 
-void FrameBroadcaster::setOnSubscription(std::function<void()> onSubscription) {
+void FrameBroadcaster::setOnRequest(std::function<void()> onRequest) {
   const std::scoped_lock lock(mutex_);
-  onSubscription_ = std::move(onSubscription);
+  onRequest_ = std::move(onRequest);
 }
 
 std::size_t FrameBroadcaster::viewerCount() const {

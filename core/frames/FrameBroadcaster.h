@@ -57,9 +57,12 @@ class FrameBroadcaster {
   /// Forgets the retained table: viewers of tiles get frames until the next one.
   void clearTiles();
 
-  /// Is called under the lock after every subscription, so that what is not retained can be made;
-  /// null: nobody is notified any more.
-  void setOnSubscription(std::function<void()> onSubscription);
+  /// Asks for a table with all segments.
+  void requestTiles();
+
+  /// Is called under the lock after every subscription and request, so that what is not retained
+  /// can be made; null: nobody is notified any more.
+  void setOnRequest(std::function<void()> onRequest);
 
   std::size_t viewerCount() const;       ///< of both kinds
   std::size_t frameViewerCount() const;  ///< of frames alone
@@ -87,13 +90,13 @@ class FrameBroadcaster {
 
  private:
   void count(std::size_t bytes, std::size_t viewers);
-  void subscribed();
+  void notifyOfRequest();
 
   mutable std::mutex mutex_;
   // guarded by mutex_
   std::unordered_map<UUID, Sink> sinks_;
   std::unordered_map<UUID, TileSink> tileSinks_;
-  std::function<void()> onSubscription_;
+  std::function<void()> onRequest_;
   Frame latest_;
   std::shared_ptr<const tiles::Table> table_;
   std::int64_t bytesSent_ = 0;

@@ -318,11 +318,15 @@ void ClientConnection::sendNextTiles() {
     sendWhenDue();
     return;
   }
-  const TileFeed::Part next = tileFeed_->take(now, environment_.broadcaster.tileByteRate());
-  if (next.contentType == MJPEGFramer::tilesType) {
-    environment_.broadcaster.addTileBytes(next.body->size());
+  const auto next = tileFeed_->take(now, environment_.broadcaster.tileByteRate());
+  if (!next) {
+    environment_.broadcaster.requestTiles();
+    return;
   }
-  sendPart(next);
+  if (next->contentType == MJPEGFramer::tilesType) {
+    environment_.broadcaster.addTileBytes(next->body->size());
+  }
+  sendPart(*next);
 }
 
 void ClientConnection::sendWhenDue() {

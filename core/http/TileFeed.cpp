@@ -15,10 +15,10 @@ std::shared_ptr<const Bytes> TileUpdates::update(const std::shared_ptr<const til
   }
   std::weak_ptr<const Bytes>& kept = updates_[from];
   std::shared_ptr<const Bytes> update = kept.lock();
-  if (!update) {
-    update = std::make_shared<const Bytes>(tiles::updateMessage(*table, from));
-    kept = update;
-  }
+  if (update) return update;
+  std::optional<Bytes> message = tiles::updateMessage(*table, from);
+  if (message) update = std::make_shared<const Bytes>(*std::move(message));
+  kept = update;
   return update;
 }
 
@@ -26,13 +26,14 @@ bool TileFeed::hasNext() const {
   return newest_.whole != nullptr || (newest_.table && newest_.table->version != version_);
 }
 
-TileFeed::Part TileFeed::take(Clock::time_point now, double byteRate) {
+std::optional<TileFeed::Part> TileFeed::take(Clock::time_point now, double byteRate) {
   Part part;
   if (newest_.whole) {
     part = {MJPEGFramer::jpegType, std::exchange(newest_.whole, nullptr)};
     version_ = 0;
   } else {
     part = {MJPEGFramer::tilesType, updates_.update(newest_.table, version_)};
+    if (!part.body) return std::nullopt;
     version_ = newest_.table->version;
   }
   const std::chrono::duration<double> share(static_cast<double>(part.body->size()) / byteRate);

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <unordered_map>
 
@@ -15,7 +16,8 @@ namespace tarvinel {
 /// on the server's queue.
 class TileUpdates {
  public:
-  /// Returns the message that brings a viewer with version `from` up to this table.
+  /// Returns the message that brings a viewer with version `from` up to this table, or null if the
+  /// table does not have all that this needs.
   std::shared_ptr<const Bytes> update(const std::shared_ptr<const tiles::Table>& table,
                                       tiles::Version from);
 
@@ -54,9 +56,10 @@ class TileFeed {
   /// Returns when the next part may be sent.
   Clock::time_point due() const { return due_; }
 
-  /// Returns the next part, which counts as sent at `now`; there must be one. `byteRate` is the
-  /// viewer's share of the budget in bytes per second.
-  Part take(Clock::time_point now, double byteRate);
+  /// Returns the next part, which counts as sent at `now`; there must be one. Returns nullopt if a
+  /// complete table must be requested for it. `byteRate` is the viewer's share of the budget in
+  /// bytes per second.
+  std::optional<Part> take(Clock::time_point now, double byteRate);
 
  private:
   TileUpdates& updates_;

@@ -108,7 +108,15 @@ class UpdateReader {
       number += (group & 0x7F) << shift;
       if (group < 0x80) return number;
     }
-    throw new RangeError("an index is too long");
+    throw new RangeError("a number is too long");
+  }
+
+  // Returns where content arrives and where it was.
+  move(width, height) {
+    const [x, y, w, h, fromY] = [this.u16(), this.u16(), this.u16(), this.u16(), this.u16()];
+    const isInside = x + w <= width && y + h <= height && fromY + h <= height;
+    if (!isInside || w === 0 || h === 0) throw new RangeError("no such area");
+    return { x, y, width: w, height: h, fromY };
   }
 
   // Returns the stacks of tiles: their indices in a grid of `count` tiles, and the data of their JPEG
@@ -131,11 +139,17 @@ class UpdateReader {
 function parseUpdate(buffer) {
   const reader = new UpdateReader(buffer);
   const update = {
-    from: reader.u32(), to: reader.u32(), width: reader.u16(), height: reader.u16(), stacks: [],
+    from: reader.u32(), to: reader.u32(), width: reader.u16(), height: reader.u16(),
+    moves: [], stacks: [],
   };
-  if (update.width === 0 || update.height === 0) throw new RangeError("an empty picture");
-  if (update.from === 0) update.heads = [reader.bytes(reader.u16()), reader.bytes(reader.u16())];
-  const tiles = Math.ceil(update.width / tileWidth) * Math.ceil(update.height / tileHeight);
+  const { width, height } = update;
+  if (width === 0 || height === 0) throw new RangeError("an empty picture");
+  if (update.from === 0) {
+    update.heads = [reader.bytes(reader.u16()), reader.bytes(reader.u16())];
+  } else {
+    for (let left = reader.groups(); left > 0; --left) update.moves.push(reader.move(width, height));
+  }
+  const tiles = Math.ceil(width / tileWidth) * Math.ceil(height / tileHeight);
   for (let left = reader.u8(); left > 0; --left) update.stacks.push(reader.stack(tiles));
   if (reader.at !== buffer.byteLength) throw new RangeError("an update is too long");
   return update;
@@ -179,12 +193,16 @@ class Painter {
     this.version = 0;
   }
 
-  // Decodes everything before anything is painted: what is seen is always one picture.
+  // Copies and decodes everything before anything is painted: what is seen is always one picture.
   async paintUpdate(update) {
     if (update.from !== 0 && update.from !== this.version) throw new StreamEnded("another version");
     if (update.heads) this.heads = update.heads;
-    const pictures = await Promise.all(update.stacks.map((stack) => this.decoded(stack)));
+    const [copies, pictures] = await Promise.all([
+      Promise.all(update.moves.map((move) => this.copied(move))),
+      Promise.all(update.stacks.map((stack) => this.decoded(stack))),
+    ]);
     this.fit(update.width, update.height);
+    update.moves.forEach((move, i) => this.paintCopy(move, copies[i]));
     update.stacks.forEach((stack, i) => this.paintStack(stack.indices, pictures[i]));
     this.version = update.to;
   }
@@ -192,6 +210,15 @@ class Painter {
   decoded(stack) {
     const head = headOfHeight(this.heads[stack.quality], stack.indices.length);
     return createImageBitmap(new Blob([head, stack.data, endOfImage], { type: "image/jpeg" }));
+  }
+
+  copied(move) {
+    return createImageBitmap(this.canvas, move.x, move.fromY, move.width, move.height);
+  }
+
+  paintCopy(move, picture) {
+    this.context.drawImage(picture, move.x, move.y);
+    picture.close();
   }
 
   // The tiles are below each other in the picture, perhaps at half their size.

@@ -74,7 +74,7 @@ def too_large(_):
 
 
 def of_another_version(update):
-    return struct.pack(">II", 77, 78) + update[8:12] + b"\0"
+    return struct.pack(">II", 77, 78) + update[8:12] + b"\0\0"
 
 
 @pytest.mark.parametrize("spoiled", [cut, too_large, of_another_version])

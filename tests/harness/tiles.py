@@ -9,6 +9,7 @@ class Update(NamedTuple):
     start: int  # the version that it continues; 0: none
     end: int
     size: tuple  # of the picture
+    moves: list  # x, y, width, height, and y of where the content was
     motion: list  # indices of tiles
     settled: list
 
@@ -23,6 +24,11 @@ def read_update(body):
     if start == 0:
         for _ in range(2):
             at += 2 + int.from_bytes(body[at:at + 2], "big")
+        moves = []
+    else:
+        count, at = _groups(body, at)
+        moves = list(struct.iter_unpack(">5H", body[at:at + 10 * count]))
+        at += 10 * count
     stacks, at = body[at], at + 1
     found = ([], [])
     for _ in range(stacks):
@@ -35,7 +41,7 @@ def read_update(body):
             found[quality].append(index)
         at += 4 + int.from_bytes(body[at:at + 4], "big")
     assert at == len(body)
-    return Update(start, end, (width, height), *found)
+    return Update(start, end, (width, height), moves, *found)
 
 
 def _groups(body, at):

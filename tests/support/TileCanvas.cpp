@@ -71,7 +71,20 @@ void TileCanvas::apply(const Bytes& update) {
   if (from != 0 && from != version_) throw std::runtime_error("another version");
   const std::size_t width = reader.number(2);
   fit(width, reader.number(2));
-  if (from == 0) heads_ = {reader.bytes(reader.number(2)), reader.bytes(reader.number(2))};
+  movesOfLastUpdate_ = 0;
+  if (from == 0) {
+    heads_ = {reader.bytes(reader.number(2)), reader.bytes(reader.number(2))};
+  } else {
+    movesOfLastUpdate_ = reader.groups();
+  }
+  const std::vector<DecodedJPEG::Pixel> before =
+      movesOfLastUpdate_ > 0 ? pixels_ : std::vector<DecodedJPEG::Pixel>{};
+  for (std::size_t left = movesOfLastUpdate_; left > 0; --left) {
+    PixelRect area;
+    for (std::int32_t* number : {&area.x, &area.y, &area.width, &area.height})
+      *number = static_cast<std::int32_t>(reader.number(2));
+    move(before, area, reader.number(2));
+  }
   tilesOfLastUpdate_ = 0;
   for (std::uint32_t stacks = reader.number(1); stacks > 0; --stacks) {
     const std::uint32_t quality = reader.number(1);
@@ -92,6 +105,19 @@ void TileCanvas::fit(std::size_t width, std::size_t height) {
   width_ = width;
   height_ = height;
   pixels_.assign(width * height, {});
+}
+
+void TileCanvas::move(const std::vector<DecodedJPEG::Pixel>& before, const PixelRect& area,
+                      std::size_t fromY) {
+  const auto left = static_cast<std::size_t>(area.x);
+  const auto width = static_cast<std::size_t>(area.width);
+  if (left + width > width_) throw std::runtime_error("no such area");
+  for (std::size_t y = 0; y < static_cast<std::size_t>(area.height); ++y) {
+    for (std::size_t x = left; x < left + width; ++x) {
+      pixels_.at((static_cast<std::size_t>(area.y) + y) * width_ + x) =
+          before.at((fromY + y) * width_ + x);
+    }
+  }
 }
 
 void TileCanvas::paint(const DecodedJPEG& stack, const std::vector<std::uint32_t>& indices) {

@@ -21,6 +21,7 @@ class TileCanvas {
   std::size_t width() const { return width_; }
   std::size_t height() const { return height_; }
   std::size_t tilesOfLastUpdate() const { return tilesOfLastUpdate_; }
+  std::size_t movesOfLastUpdate() const { return movesOfLastUpdate_; }
 
   DecodedJPEG::Pixel at(std::size_t x, std::size_t y) const { return pixels_.at(y * width_ + x); }
 
@@ -29,12 +30,15 @@ class TileCanvas {
 
  private:
   void fit(std::size_t width, std::size_t height);
+  void move(const std::vector<DecodedJPEG::Pixel>& before, const PixelRect& area,
+            std::size_t fromY);
   void paint(const DecodedJPEG& stack, const std::vector<std::uint32_t>& indices);
 
   std::uint32_t version_ = 0;
   std::size_t width_ = 0;
   std::size_t height_ = 0;
   std::size_t tilesOfLastUpdate_ = 0;
+  std::size_t movesOfLastUpdate_ = 0;
   std::vector<Bytes> heads_;
   std::vector<DecodedJPEG::Pixel> pixels_;
 };

@@ -78,6 +78,30 @@ def test_a_large_change_is_sharp_once_it_is_still(sharp, canvas):
     sharp.last_update()
 
 
+def test_a_scroll_costs_only_what_it_reveals(sharp, canvas):
+    canvas.text(2)
+    sharp.last_update()
+    with canvas.at_once():
+        canvas.scroll_part(0, 96, 800, 400, 24)
+    update = sharp.next_update()
+    assert sum(width * height for _, _, width, height, _ in update.moves) > 800 * 400 * 0.8
+    assert {y - before for _, y, _, _, before in update.moves} == {-24}
+    revealed = update.tiles
+    assert len(revealed) <= 4 * 7
+    assert sharp.last_update().tiles == revealed  # sharply
+
+
+def test_who_joins_after_a_scroll_gets_every_tile(sharp, sharing, canvas):
+    canvas.text(2)
+    sharp.last_update()
+    with canvas.at_once():
+        canvas.scroll_part(0, 96, 800, 400, 24)
+    assert sharp.next_update().moves
+    with TileViewer(sharing.address) as late:
+        update = late.next_update()
+        assert (update.start, update.tiles) == (0, ALL)
+
+
 def test_a_viewer_who_does_not_read_gets_the_newest_only(sharing, canvas):
     with TileViewer(sharing.address, connection=http.connect(sharing.address, 4096)) as slow, \
             TileViewer(sharing.address) as quick:

@@ -1,5 +1,7 @@
 #include "core/frames/tiles/Composer.h"
 
+#include "core/frames/tiles/Scroll.h"
+
 #include <algorithm>
 #include <limits>
 
@@ -62,7 +64,25 @@ std::shared_ptr<const Table> Composer::composeAll(const PixelView& picture, doub
   motionBytes_ = 0;
   findChanges(picture, at);
   settle(picture, at, std::numeric_limits<std::size_t>::max());
+  complete(picture, Quality::settled);
   return published();
+}
+
+std::shared_ptr<const Table> Composer::composeComplete(const PixelView& picture, double at) {
+  compose(picture, at);
+  const std::vector<Index> changed = changedTiles();
+  const bool isAnyNeeded = std::ranges::any_of(
+      changed, [this](Index tile) { return table_.tiles[tile].segment == nullptr; });
+  // with only those, a viewer would see parts of two pictures
+  if (isAnyNeeded) encode(picture, changed, Quality::motion);
+  complete(picture, Quality::motion);
+  complete(picture, Quality::settled);
+  return published();
+}
+
+bool Composer::isComplete() const {
+  return std::ranges::all_of(table_.tiles,
+                             [](const Tile& tile) { return tile.segment != nullptr; });
 }
 
 void Composer::findChanges(const PixelView& picture, double at) {
@@ -71,27 +91,47 @@ void Composer::findChanges(const PixelView& picture, double at) {
     if (states_[tile].isTouched) touched.push_back(tile);
   }
   for (const Index tile : fingerprints_->update(picture, touched)) {
-    states_[tile].isChanged = true;
+    states_[tile].isChanged = fingerprints_->isOutdated(tile);
     states_[tile].changedAt = at;
   }
   for (const Index tile : touched)
     states_[tile].isTouched = false;
 }
 
-void Composer::encodeChanges(const PixelView& picture, double at) {
+std::vector<Index> Composer::changedTiles() const {
   std::vector<Index> changed;
   for (Index tile = 0; tile < states_.size(); ++tile) {
     if (states_[tile].isChanged) changed.push_back(tile);
   }
+  return changed;
+}
+
+void Composer::encodeChanges(const PixelView& picture, double at) {
+  std::vector<Index> changed = changedTiles();
   if (changed.empty()) return;
-  if (static_cast<double>(changed.size()) < smallFraction * static_cast<double>(states_.size())) {
+  if (isSmall(changed)) {
     encode(picture, changed, Quality::settled);
   } else if (!motionAt_ || at - *motionAt_ >= motionInterval_ - slackSeconds) {
-    encode(picture, changed, Quality::motion);
     motionAt_ = at;
+    takeScroll(changed);
+    if (changed.empty()) return;
+    encode(picture, changed, isSmall(changed) ? Quality::settled : Quality::motion);
     for (const Index tile : changed)
       motionBytes_ += table_.tiles[tile].segment->size();
   }
+}
+
+bool Composer::isSmall(const std::vector<Index>& tiles) const {
+  return static_cast<double>(tiles.size()) < smallFraction * static_cast<double>(states_.size());
+}
+
+// Takes out what has only scrolled.
+void Composer::takeScroll(std::vector<Index>& changed) {
+  const auto scroll = findScroll(fingerprints_->shown(), fingerprints_->current(), changed);
+  if (!scroll) return;
+  table_ = table_.scrolled(*scroll);
+  markShown(scroll->moved);
+  std::erase_if(changed, [this](Index tile) { return !states_[tile].isChanged; });
 }
 
 bool Composer::needsWork(Index tile) const {
@@ -118,8 +158,24 @@ void Composer::settle(const PixelView& picture, double before, std::size_t atMos
 }
 
 void Composer::encode(const PixelView& picture, const std::vector<Index>& tiles, Quality quality) {
-  Encoder& encoder = quality == Quality::motion ? *motion_ : *settled_;
-  table_ = table_.changed(tiles, encoder.encode(picture, table_.grid, tiles), quality);
+  const std::vector<Segment> segments = encoder(quality).encode(picture, table_.grid, tiles);
+  table_ = table_.changed(tiles, segments, quality);
+  markShown(tiles);
+}
+
+// Encodes the unchanged tiles of a quality that have no segments.
+void Composer::complete(const PixelView& picture, Quality quality) {
+  std::vector<Index> missing;
+  for (Index tile = 0; tile < table_.tiles.size(); ++tile) {
+    if (!table_.tiles[tile].segment && table_.tiles[tile].quality == quality)
+      missing.push_back(tile);
+  }
+  if (missing.empty()) return;
+  table_ = table_.completed(missing, encoder(quality).encode(picture, table_.grid, missing));
+}
+
+void Composer::markShown(const std::vector<Index>& tiles) {
+  fingerprints_->markShown(tiles);
   for (const Index tile : tiles)
     states_[tile].isChanged = false;
 }

@@ -16,7 +16,8 @@ namespace tarvinel::tiles {
 
 /// Follows a picture and decides which of its tiles are encoded, when and how sharply: a small
 /// change at once and sharply, a large one at the motion rate and quality, and what has been still
-/// for `settleDelay` sharply once more.
+/// for `settleDelay` sharply once more. What has only scrolled is not encoded, unless a viewer
+/// needs it.
 ///
 /// Without a clock: times are seconds on any monotonic clock. Lives on the queue of its owner.
 class Composer {
@@ -56,28 +57,41 @@ class Composer {
   /// was begun. Throws JPEGEncodeError; what was not encoded stays due.
   std::shared_ptr<const Table> compose(const PixelView& picture, double at);
 
-  /// Makes everything sharp that is not, and returns the table even if nothing changed.
+  /// Makes everything sharp that is not, and returns the table with all segments even if nothing
+  /// changed.
   std::shared_ptr<const Table> composeAll(const PixelView& picture, double at);
+
+  /// Does the same as `compose`, but returns a table with all segments: a viewer needs some.
+  std::shared_ptr<const Table> composeComplete(const PixelView& picture, double at);
+
+  /// Returns whether the table has all segments.
+  bool isComplete() const;
 
   /// Returns whether something will be due without another touch.
   bool isUnsettled() const { return unsettled_ > 0; }
 
-  /// Returns the size of the tiles encoded by the last `compose` at motion quality, in bytes; 0:
+  /// Returns the size of the tiles that the last call encoded for a large change, in bytes; 0:
   /// none.
   std::size_t motionBytes() const { return motionBytes_; }
 
  private:
   struct State {
     bool isTouched = false;  ///< may differ from its fingerprint
-    bool isChanged = false;  ///< differs from its segment
+    bool isChanged = false;  ///< differs from what viewers are shown
     double changedAt = 0;    ///< seconds
   };
 
   bool needsWork(Index tile) const;
   void findChanges(const PixelView& picture, double at);
+  std::vector<Index> changedTiles() const;
   void encodeChanges(const PixelView& picture, double at);
+  bool isSmall(const std::vector<Index>& tiles) const;
+  void takeScroll(std::vector<Index>& changed);
   void settle(const PixelView& picture, double before, std::size_t atMost);
   void encode(const PixelView& picture, const std::vector<Index>& tiles, Quality quality);
+  void complete(const PixelView& picture, Quality quality);
+  void markShown(const std::vector<Index>& tiles);
+  Encoder& encoder(Quality quality) { return quality == Quality::motion ? *motion_ : *settled_; }
   std::shared_ptr<const Table> published();
 
   Qualities qualities_;

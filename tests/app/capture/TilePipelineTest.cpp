@@ -43,7 +43,8 @@ class TilePipelineTest : public testing::Test {
   /// Applies everything that the viewer received.
   void follow() {
     for (const TilePicture& picture : std::exchange(received, {})) {
-      if (picture.table) canvas.apply(tiles::updateMessage(*picture.table, canvas.version()));
+      if (picture.table)
+        canvas.apply(tiles::updateMessage(*picture.table, canvas.version()).value());
     }
   }
 
@@ -87,7 +88,7 @@ TEST_F(TilePipelineTest, WhoJoinsGetsThePictureAsItIsNow) {
   deliver({{{0, 0, 640, 480}}}, 1.1);
   join();
   EXPECT_THAT(received, SizeIs(0));
-  pipeline.viewerJoined(5.0);
+  pipeline.viewerWaits(5.0);
   follow();
   EXPECT_THAT(canvas.differenceFrom(view()), Le(nearly));
 }
@@ -101,7 +102,7 @@ TEST_F(TilePipelineTest, WhoJoinsAgainGetsNothingOutOfDate) {
   received.clear();
   join();
   EXPECT_THAT(received, SizeIs(0));
-  pipeline.viewerJoined(1.2);
+  pipeline.viewerWaits(1.2);
   EXPECT_THAT(received, SizeIs(1));
 }
 

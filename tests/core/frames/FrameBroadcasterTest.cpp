@@ -224,10 +224,10 @@ TEST(FrameBroadcaster, NotifiesOfEverySubscription) {
   Viewer plain;
   TileViewer tiles;
   int notified = 0;
-  broadcaster.setOnSubscription([&notified] { ++notified; });
+  broadcaster.setOnRequest([&notified] { ++notified; });
   broadcaster.subscribe(plain.sink());
   broadcaster.subscribeToTiles(tiles.sink());
-  broadcaster.setOnSubscription(nullptr);
+  broadcaster.setOnRequest(nullptr);
   broadcaster.subscribe(plain.sink());
   EXPECT_EQ(notified, 2);
 }

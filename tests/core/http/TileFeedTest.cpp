@@ -13,7 +13,7 @@ constexpr double unlimitedRate = 1e9;  // bytes per second
 
 std::shared_ptr<const tiles::Table> table(tiles::Version version, std::size_t bytes = 10) {
   const auto heads = std::make_shared<const tiles::Heads>();
-  tiles::Table made = tiles::Table{}.restarted(tiles::Grid(100, 10), heads);
+  tiles::Table made = tiles::Table{}.restarted(tiles::Grid(100, 32), heads);
   made.version = version - 1;
   return std::make_shared<const tiles::Table>(
       made.changed({0}, {std::make_shared<const Bytes>(bytes)}, tiles::Quality::settled));
@@ -30,7 +30,9 @@ int from(const TileFeed::Part& part) {
 
 class TileFeedTest : public testing::Test {
  protected:
-  TileFeed::Part take(double byteRate = unlimitedRate) { return feed.take(start, byteRate); }
+  TileFeed::Part take(double byteRate = unlimitedRate) {
+    return feed.take(start, byteRate).value();
+  }
   milliseconds pause() const {
     return std::chrono::duration_cast<milliseconds>(feed.due() - start);
   }
@@ -69,6 +71,18 @@ TEST_F(TileFeedTest, AWholePictureStartsAgainFromNothing) {
   EXPECT_FALSE(feed.hasNext());
   feed.offer(of(table(5)));
   EXPECT_EQ(from(take()), 0);
+}
+
+TEST_F(TileFeedTest, WhatTheTableDoesNotHaveMustBeRequested) {
+  const tiles::Scroll scroll{.down = -16, .moved = {0}, .either = {}};
+  const auto scrolled = std::make_shared<const tiles::Table>(table(5)->scrolled(scroll));
+  feed.offer(of(scrolled));
+  EXPECT_EQ(feed.take(start, unlimitedRate), std::nullopt);
+  EXPECT_TRUE(feed.hasNext());
+  feed.offer(of(std::make_shared<const tiles::Table>(
+      scrolled->completed({0}, {std::make_shared<const Bytes>(3)}))));
+  EXPECT_EQ(from(take()), 0);
+  EXPECT_FALSE(feed.hasNext());
 }
 
 TEST_F(TileFeedTest, PausesForAThirtiethOfASecond) {

@@ -18,6 +18,37 @@ using testing::NotNull;
 
 constexpr int nearly = 24;  // the largest error of a sharp sample in these pictures
 
+std::uint8_t* at(MemoryPixelBuffer& buffer, std::int32_t x, std::int32_t y) {
+  return buffer.pixels() + static_cast<std::size_t>(y) * buffer.bytesPerRow() +
+         static_cast<std::size_t>(x) * 4;
+}
+
+void paint(MemoryPixelBuffer& buffer, const PixelRect& area, std::uint8_t shade) {
+  for (std::int32_t y = area.y; y < area.maxY(); ++y)
+    std::fill(at(buffer, area.x, y), at(buffer, area.maxX(), y), shade);
+}
+
+/// Moves the content of an area; where it came from, the pixels stay.
+void scroll(MemoryPixelBuffer& buffer, const PixelRect& area, std::int32_t down) {
+  const std::vector<std::uint8_t> before(at(buffer, 0, 0), at(buffer, 0, area.maxY()));
+  for (std::int32_t y = area.y; y < area.maxY(); ++y) {
+    if (y - down < area.y || y - down >= area.maxY()) continue;
+    const std::uint8_t* row =
+        before.data() + static_cast<std::size_t>(y - down) * buffer.bytesPerRow();
+    std::copy(row + area.x * 4, row + area.maxX() * 4, at(buffer, area.x, y));
+  }
+}
+
+/// Gives every row other pixels, smooth enough for JPEG.
+void fillWithNoise(MemoryPixelBuffer& buffer, std::mt19937& random) {
+  const auto width = static_cast<std::int32_t>(buffer.width());
+  for (std::int32_t y = 0; y < static_cast<std::int32_t>(buffer.height()); ++y) {
+    for (std::int32_t x = 0; x < width; x += 64)
+      paint(buffer, {x, y, std::min(64, width - x), 1},
+            static_cast<std::uint8_t>(y % 64 + static_cast<std::int32_t>(random() % 8)));
+  }
+}
+
 /// A picture of 1000 tiles, in ten columns.
 class ComposerTest : public testing::Test {
  protected:
@@ -35,10 +66,12 @@ class ComposerTest : public testing::Test {
   }
 
   void fill(const PixelRect& area, std::uint8_t shade) {
-    for (std::int32_t y = area.y; y < area.maxY(); ++y) {
-      std::uint8_t* row = buffer.pixels() + static_cast<std::size_t>(y) * buffer.bytesPerRow();
-      std::fill(row + area.x * 4, row + area.maxX() * 4, shade);
-    }
+    paint(buffer, area, shade);
+    composer.touch({area});
+  }
+
+  void scrollBy(const PixelRect& area, std::int32_t down) {
+    scroll(buffer, area, down);
     composer.touch({area});
   }
 
@@ -47,18 +80,28 @@ class ComposerTest : public testing::Test {
     const auto table = composer.compose(view(), at);
     if (table) {
       latest = table;
-      canvas.apply(updateMessage(*table, canvas.version()));
+      canvas.apply(updateMessage(*table, canvas.version()).value());
     }
     return table != nullptr;
   }
+
+  /// Brings the canvas up to date with what was composed for who joins.
+  void follow() {
+    latest = composer.composeAll(view(), 1.0);
+    canvas.apply(updateMessage(*latest, canvas.version()).value());
+  }
+
+  void noise() { fillWithNoise(buffer, random); }
 
   Quality qualityAt(std::size_t tile) const { return latest->tiles.at(tile).quality; }
 
   static constexpr PixelRect character{300, 194, 10, 12};  // one tile
   static constexpr PixelRect film{0, 0, 640, 368};         // 115 tiles
   static constexpr PixelRect slide{0, 0, width, height};
+  static constexpr PixelRect page{128, 320, 640, 800};  // of whole tiles
 
   MemoryPixelBuffer buffer{width, height};
+  std::mt19937 random{7};  // NOLINT(bugprone-random-generator-seed): repeatable
   Composer composer;
   std::shared_ptr<const Table> latest;
   TileCanvas canvas;
@@ -167,6 +210,75 @@ TEST_F(ComposerTest, WhatIsTouchedWithoutADifferenceIsNotSent) {
   EXPECT_FALSE(compose(2.0));
 }
 
+TEST_F(ComposerTest, AScrollIsMovedAndOnlyWhatItRevealsIsSent) {
+  noise();
+  composer.composeAll(view(), 1.0);
+  follow();
+  scrollBy(page, -48);
+  EXPECT_TRUE(compose(2.0));
+  EXPECT_EQ(canvas.movesOfLastUpdate(), 1U);
+  EXPECT_EQ(canvas.tilesOfLastUpdate(), 0U);  // what is revealed looks as before
+  EXPECT_THAT(canvas.differenceFrom(view()), Le(nearly));
+  EXPECT_FALSE(composer.isUnsettled()) << "what was sharp is sharp";
+}
+
+TEST_F(ComposerTest, WhatIsNotSharpWhenItScrollsIsSharpenedLater) {
+  noise();
+  composer.composeAll(view(), 1.0);
+  follow();
+  fill(film, 90);
+  noise();
+  composer.touchAll();
+  composer.setMotionFPS(10);
+  compose(2.0);
+  scrollBy(page, -16);
+  EXPECT_TRUE(compose(2.2));
+  EXPECT_EQ(qualityAt(100), Quality::motion);
+  EXPECT_TRUE(compose(2.8));
+  EXPECT_EQ(qualityAt(100), Quality::settled);
+  EXPECT_THAT(canvas.differenceFrom(view()), Le(nearly));
+}
+
+TEST_F(ComposerTest, WhoNeedsSegmentsOfWhatScrolledGetsThem) {
+  noise();
+  composer.composeAll(view(), 1.0);
+  follow();
+  scrollBy(page, -48);
+  compose(2.0);
+  EXPECT_FALSE(composer.isComplete());
+  EXPECT_EQ(updateMessage(*latest, 0), std::nullopt);
+  const auto table = composer.composeComplete(view(), 2.1);
+  EXPECT_TRUE(composer.isComplete());
+  EXPECT_EQ(table->version, latest->version) << "nothing new for who has moved it";
+  TileCanvas joined;
+  joined.apply(updateMessage(*table, 0).value());
+  EXPECT_THAT(joined.differenceFrom(view()), Le(nearly));
+}
+
+TEST_F(ComposerTest, WhatChangedSinceTheScrollIsEncodedForWhoNeedsSegments) {
+  noise();
+  composer.composeAll(view(), 1.0);
+  follow();
+  composer.setMotionFPS(1);
+  scrollBy(page, -48);
+  compose(2.0);
+  fill(film, 33);
+  EXPECT_FALSE(compose(2.1)) << "the motion rate";
+  const auto table = composer.composeComplete(view(), 2.2);
+  TileCanvas joined;
+  joined.apply(updateMessage(*table, 0).value());
+  EXPECT_THAT(joined.differenceFrom(view()), Le(nearly));
+}
+
+TEST_F(ComposerTest, WhoWaitsForNothingGetsAllSegmentsAfterAScroll) {
+  noise();
+  composer.composeAll(view(), 1.0);
+  follow();
+  scrollBy(page, -48);
+  compose(2.0);
+  EXPECT_NE(updateMessage(*composer.composeAll(view(), 3.0), 0), std::nullopt);
+}
+
 TEST_F(ComposerTest, EverythingIsSharpForWhoJoins) {
   fill(film, 77);
   const auto table = composer.composeAll(view(), 1.0);
@@ -205,11 +317,14 @@ TEST(Composer, EveryViewerEndsWithThePicture) {
     return static_cast<std::int32_t>(random() % static_cast<std::uint32_t>(limit));
   };
   Composer composer;
+  composer.setMotionFPS(20);
   std::vector<TileCanvas> viewers(3);
   std::shared_ptr<const Table> latest;
   double now = 0;
+  int completions = 0;
+  std::size_t moves = 0;
   for (int round = 0; round < 12; ++round) {
-    const Grid grid(1 + below(700), 1 + below(300));
+    const Grid grid(1 + below(900), 1 + below(500));
     MemoryPixelBuffer buffer(static_cast<std::size_t>(grid.width()),
                              static_cast<std::size_t>(grid.height()));
     const PixelView view{buffer.baseAddress(), buffer.width(), buffer.height(),
@@ -221,21 +336,32 @@ TEST(Composer, EveryViewerEndsWithThePicture) {
         TileCanvas& viewer = viewers[i];
         const bool isReady = below(static_cast<std::int32_t>(i * slowest + 1)) == 0;
         if (isReady && viewer.version() != latest->version) {
-          viewer.apply(updateMessage(*latest, viewer.version()));
+          auto update = updateMessage(*latest, viewer.version());
+          if (!update) {
+            latest = composer.composeComplete(view, now);
+            update = updateMessage(*latest, viewer.version());
+            ++completions;
+          }
+          viewer.apply(update.value());
+          moves += viewer.movesOfLastUpdate();
         }
       }
     };
     for (int change = 0; change < 60; ++change) {
+      if (change % 10 == 0) {
+        fillWithNoise(buffer, random);
+        composer.touchAll();
+      }
       const PixelRect area{below(grid.width()), below(grid.height()), 1 + below(grid.width()),
                            1 + below(grid.height())};
       const auto inside = area.intersection({0, 0, grid.width(), grid.height()});
-      const auto shade = static_cast<std::uint8_t>(random());
-      for (std::int32_t y = inside.y; y < inside.maxY(); ++y) {
-        std::uint8_t* row = buffer.pixels() + static_cast<std::size_t>(y) * buffer.bytesPerRow();
-        std::fill(row + inside.x * 4, row + inside.maxX() * 4, shade);
+      if (below(3) > 0) {
+        scroll(buffer, inside, below(80) - 40);
+      } else {
+        paint(buffer, inside, static_cast<std::uint8_t>(random()));
       }
       composer.touch({area});
-      now += 0.001 * below(80);
+      now += 0.001 * below(300);
       follow(5);
     }
     for (int tick = 0; tick < 20; ++tick) {
@@ -245,6 +371,8 @@ TEST(Composer, EveryViewerEndsWithThePicture) {
     for (const TileCanvas& viewer : viewers)
       ASSERT_THAT(viewer.differenceFrom(view), Le(nearly)) << round;
   }
+  EXPECT_GT(moves, 100U);
+  EXPECT_GT(completions, 10);
 }
 
 }  // namespace

@@ -52,5 +52,19 @@ TEST_F(FingerprintsTest, OnlyCandidatesAreLookedAt) {
   EXPECT_THAT(update({0, 1}), ElementsAre(0));
 }
 
+TEST_F(FingerprintsTest, WhatIsShownIsOutdatedUntilTheSamePixelsAreThereAgain) {
+  update(all);
+  EXPECT_TRUE(fingerprints.isOutdated(0));
+  fingerprints.markShown(all);
+  EXPECT_FALSE(fingerprints.isOutdated(0));
+  touch(0, 0);
+  update(all);
+  EXPECT_TRUE(fingerprints.isOutdated(0));
+  EXPECT_FALSE(fingerprints.isOutdated(1));
+  --buffer.pixels()[0];
+  update(all);
+  EXPECT_FALSE(fingerprints.isOutdated(0));
+}
+
 }  // namespace
 }  // namespace tarvinel::tiles
