@@ -257,28 +257,50 @@ function displayed() {
   });
 }
 
+// More parts than this wait to be painted: two seconds of motion.
+class TooManyWait extends Error {}
+const mostWaiting = 60;
+
 // Shows the stream in a canvas, one request at a time. Calls report("shown") after each change,
 // report("ended") when a new request is needed, and report("unable") if this browser cannot paint.
+//
+// The next part is read when the last one is displayed, so that the server sends no more than is
+// shown. With `readsAhead` parts are read as they arrive: WebKitGTK 2.54 takes everything from the
+// server anyway, and keeps what arrived while nobody was reading until more arrives.
 class CanvasViewer {
-  constructor(canvas, options, report) {
+  constructor(canvas, options, report, readsAhead = false) {
     this.painter = new Painter(canvas, options);
     this.report = report;
+    this.readsAhead = readsAhead;
     this.request = null;
     // What was painted is lost with the context.
     canvas.addEventListener("contextrestored", () => this.abort());
   }
 
   async watch(url) {
-    this.request = new AbortController();
+    const request = new AbortController();
+    this.request = request;
     this.painter.version = 0;
-    try {
-      await readStream(url, tilesType, this.request.signal, async (part) => {
-        await this.painter.paint(part);
-        this.report("shown");
-        await displayed();
-      });
-    } catch (error) {
-      this.request.abort();
+    let waiting = 0;
+    let painted = Promise.resolve();
+    const show = async (part) => {
+      if (request.signal.aborted) return;
+      await this.painter.paint(part);
+      this.report("shown");
+      if (--waiting === 0) await displayed();
+    };
+    const add = (part) => {
+      if (++waiting > mostWaiting) throw new TooManyWait();
+      painted = painted.then(() => show(part));
+      painted.catch(() => request.abort());
+      return this.readsAhead ? null : painted;
+    };
+    const ended = await readStream(url, tilesType, request.signal, add).catch((error) => error);
+    request.abort();
+    const error = await painted.then(() => ended, (failed) => failed);
+    if (error instanceof TooManyWait) {
+      this.watch(url);
+    } else {
       this.report(error instanceof StreamEnded ? "ended" : "unable");
     }
   }

@@ -122,7 +122,7 @@
   }
 
   function showFromPage(canvas, options, report) {
-    const viewer = new CanvasViewer(canvas, options, report);
+    const viewer = new CanvasViewer(canvas, options, report, isApple);
     watch = (url) => viewer.watch(url);
     abort = () => viewer.abort();
   }

@@ -7,7 +7,7 @@ import time
 import pytest
 from PIL import Image
 
-from harness.viewer import FOR_A_SCRIPT, TILES, Viewer
+from harness.tiles import TileViewer
 from harness.waiting import eventually
 
 SHOWN = 300  # updates between two samples
@@ -143,12 +143,18 @@ def settles(browser):
 def whole_updates(program, network, canvas):
     """Returns parts with every tile of three pictures, as they are sent to viewers who join."""
     parts = []
-    for colour in (0x3050A0, 0xA05030, 0x50A030):
-        canvas.fill(colour)
-        with Viewer(headers=[f"Accept: {TILES}"], body_headers=FOR_A_SCRIPT,
-                    connection=network.connect_at_server(program.address)) as viewer:
-            parts.append(viewer.part())
+    with TileViewer(connection=network.connect_at_server(program.address)) as watcher:
+        watcher.last_update()
+        for colour in (0x3050A0, 0xA05030, 0x50A030):
+            canvas.fill(colour)
+            watcher.last_update()
+            parts.append(whole_update(program, network))
     return parts
+
+
+def whole_update(program, network):
+    with TileViewer(connection=network.connect_at_server(program.address)) as viewer:
+        return viewer.part()
 
 
 def test_thousands_of_updates(page, show, sharing, network, canvas):
@@ -157,6 +163,13 @@ def test_thousands_of_updates(page, show, sharing, network, canvas):
     show(film, COUNT_SHOWN)
     assert settles(page.browser)
     film.end()
+    page.wait_for_colour(RED)
+
+
+def test_more_updates_than_the_browser_can_paint(page, show, sharing, network):
+    """The page shows the last one all the same."""
+    film = Film((800, 600), 0, frames=200, parts=[whole_update(sharing, network)])
+    show(film, "")
     page.wait_for_colour(RED)
 
 
