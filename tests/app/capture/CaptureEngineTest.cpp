@@ -752,12 +752,14 @@ TEST_F(CaptureEngineTest, ViewersOfTilesNeedNoFrames) {
 TEST_F(CaptureEngineTest, APictureThatCannotBeMadeOfTilesIsSentWhole) {
   viewer.leave();
   std::atomic<int> whole{0};
-  const UUID identifier = broadcaster.subscribeToTiles(
-      [&whole](const TilePicture& picture) { whole += picture.whole != nullptr ? 1 : 0; });
+  const UUID identifier = broadcaster.subscribeToTiles([&whole](const TilePicture& picture) {
+    whole += picture.whole != nullptr ? 1 : 0;
+    whole.notify_one();
+  });
   capture();
   deliver(picture(70000, 1), 1.0);
   EXPECT_EQ(encodingCount(), 1U);
-  stop().value();
+  whole.wait(0);
   EXPECT_EQ(whole, 1);
   broadcaster.unsubscribe(identifier);
 }
