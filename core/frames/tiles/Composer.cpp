@@ -21,8 +21,8 @@ void Composer::begin(const Grid& grid, Qualities qualities, bool isMotionHalved)
   }
   qualities_ = qualities;
   isMotionHalved_ = isMotionHalved;
-  motion_ =
-      std::make_unique<Encoder>(Look{.quality = qualities.motion, .isHalved = isMotionHalved});
+  motion_ = std::make_unique<Encoder>(
+      Look{.quality = qualities.motion, .isHalved = isMotionHalved, .hasHalfColour = true});
   settled_ = std::make_unique<Encoder>(Look{.quality = qualities.settled});
   table_ = table_.restarted(
       grid, std::make_shared<const Heads>(Heads{motion_->head(1), settled_->head(1)}));

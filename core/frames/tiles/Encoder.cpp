@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t bytesPerPixel = PixelView::bytesPerPixel;
 constexpr std::size_t rowBytes = std::size_t{Grid::tileWidth} * bytesPerPixel;
 constexpr std::size_t expectedBytesOfTile = 1024;
-constexpr int mcusOfTile = Grid::tileWidth / DCTSIZE * (Grid::tileHeight / DCTSIZE);
+constexpr int blocksOfTile = Grid::tileWidth / DCTSIZE * (Grid::tileHeight / DCTSIZE);
 
 constexpr std::uint8_t markerPrefix = 0xFF;
 constexpr std::uint8_t firstRestart = 0xD0;
@@ -91,10 +91,12 @@ void setParameters(jpeg_compress_struct& compressor, const Look& look, std::size
   jpeg_set_quality(&compressor, look.quality, TRUE);
   compressor.dct_method = JDCT_ISLOW;
   compressor.write_JFIF_header = FALSE;
-  // full colour: quartered, an interval could not be one row of tiles of this height when halved
-  compressor.comp_info[0].h_samp_factor = 1;
+  // the chroma's height is never halved: an MCU would be higher than a tile that is halved
+  const int blocksOfMCU = look.hasHalfColour ? 2 : 1;
+  compressor.comp_info[0].h_samp_factor = blocksOfMCU;
   compressor.comp_info[0].v_samp_factor = 1;
-  compressor.restart_interval = static_cast<unsigned>(mcusOfTile / (shrink * shrink));
+  compressor.restart_interval =
+      static_cast<unsigned>(blocksOfTile / (shrink * shrink) / blocksOfMCU);
 }
 
 std::size_t number(const Bytes& file, std::size_t at) {

@@ -20,6 +20,7 @@ using Segment = std::shared_ptr<const Bytes>;
 struct Look {
   int quality = 92;       ///< of libjpeg, 1 to 100
   bool isHalved = false;  ///< width and height are halved, for motion on screens of double density
+  bool hasHalfColour = false;  ///< the chroma's width is halved (4:2:2)
 
   bool operator==(const Look&) const = default;
 };

@@ -117,6 +117,25 @@ TEST_F(TileEncoderTest, ATypedCharacterIsAFewHundredBytes) {
   EXPECT_THAT(segments[0]->size(), Le(200U));
 }
 
+TEST_F(TileEncoderTest, HalfTheColourOfASmoothPictureIsEnough) {
+  for (const bool isHalved : {false, true}) {
+    Encoder colourless{Look{.quality = 92, .isHalved = isHalved, .hasHalfColour = true}};
+    const std::vector<Index> tiles{0, 7, 40};
+    const DecodedJPEG stack = decoded(colourless, colourless.encode(viewOf(picture), grid, tiles));
+    const std::size_t shrink = isHalved ? 2 : 1;
+    ASSERT_EQ(stack.height, 3 * 16 / shrink);
+    for (std::size_t i = 0; i < tiles.size(); ++i) {
+      const PixelRect area = grid.area(tiles[i]);
+      const auto found = stack.at(8 / shrink, (i * 16 + 4) / shrink);
+      const std::uint8_t* pixel = picture.baseAddress() +
+                                  (static_cast<std::size_t>(area.y) + 4) * picture.bytesPerRow() +
+                                  (static_cast<std::size_t>(area.x) + 8) * 4;
+      for (std::size_t k = 0; k < 3; ++k)
+        EXPECT_NEAR(found[k], pixel[2 - k], 5) << tiles[i];
+    }
+  }
+}
+
 TEST_F(TileEncoderTest, AHalvedTileHasAPixelForFour) {
   Encoder halving{Look{.quality = 92, .isHalved = true}};
   const std::vector<Index> tiles{0, 7, 47};  // the last one is partial both ways
