@@ -104,7 +104,7 @@ class FramePipeline {
     return lastBuffer_ != nullptr && (pacer_.crispDue() || tiles_.needsTicks());
   }
 
-  /// Sends the picture as it is now, if it was not encoded for want of viewers.
+  /// Sends the picture as it is now to viewers who do not have it, as after joining.
   void viewerWaits();
 
   /// Sets the frames per second while the screen moves, at least 1.
@@ -114,7 +114,7 @@ class FramePipeline {
   }
 
   /// Returns the recent average size in bytes of a motion frame or, while all viewers get tiles, of
-  /// the tiles encoded at a time at motion quality; 0 at first. Safe from any thread.
+  /// the tiles encoded at a time for a large change; 0 at first. Safe from any thread.
   double motionBytesAverage() const { return average_.value(); }
 
   /// Returns whether the capture that was begun last has had a picture for viewers. Safe from any

@@ -52,7 +52,7 @@ class TilePipeline {
   /// tiles.
   bool isUnable() const { return isUnable_; }
 
-  /// Returns the bytes that the last call encoded at motion quality; 0: none.
+  /// Returns the bytes that the last call encoded for a large change; 0: none.
   std::size_t motionBytes() const { return motionBytes_; }
 
  private:
